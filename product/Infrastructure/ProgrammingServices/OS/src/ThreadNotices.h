@@ -1,0 +1,11 @@
+#pragma once
+
+// What a named thread announces when it begins and ends. Declared on the lowest floor, where KFThread stands;
+// defined by the tracer, two floors up, so that no include runs upwards.
+
+/// Called on the new thread before its body, with the thread's name (not null, borrowed for the call).
+/// Does nothing unless a tracer exists and is enabled.
+void announceThreadBegin(const char* name);
+
+/// Called on the thread after its body. Does nothing unless a tracer exists and is enabled.
+void announceThreadEnd();
