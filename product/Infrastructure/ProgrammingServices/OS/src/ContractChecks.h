@@ -13,19 +13,20 @@
 //     ...
 //     KF_REQUIRE(arg != NULL, 156);
 //
-// KF_SOURCE and the line number are stable identifiers that support quotes: they stand in the check itself and
-// do not move when the code around them is edited. The text of the condition is part of the report as well,
-// so it is written here exactly as it is to be read there.
+// KF_SOURCE and the line number are stable identifiers that support quotes: they stand in the check itself
+// and do not move when the code around them is edited. The text of the condition is part of the report as
+// well, so it is written here exactly as it is to be read there.
 //
 // Thread: any. The condition is evaluated exactly once.
 
 /// Reports a broken contract. Declared here, on the lowest floor, because every floor checks contracts;
 /// defined by the exception handler, which stands above the tracer that it writes to.
 /// @param kind         "REQUIRE VIOLATION", "ENSURE VIOLATION" or "ASSERT VIOLATION"
-/// @param condition    the literal text of the condition; @param file KF_SOURCE; @param line its stable number
+/// @param condition    the literal text of the condition; @param file KF_SOURCE; @param line its stable
+/// number
 void reportContractViolation(const char* kind, const char* condition, const char* file, int line);
 
-#define KF_CHECK_CONTRACT_(kind, condition, line)                                                              \
+#define KF_CHECK_CONTRACT_(kind, condition, line)                                                            \
     ((condition) ? static_cast<void>(0) : ::reportContractViolation(kind, #condition, KF_SOURCE, line))
 
 #define KF_REQUIRE(condition, line) KF_CHECK_CONTRACT_("REQUIRE VIOLATION", condition, line)

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <memory>
+#include <type_traits>
+
+struct CFReleaser {
+    void operator()(CFTypeRef object) const { CFRelease(object); }
+};
+
+/// A CoreFoundation reference that the holder owns (from a Create or Copy call) and releases; may be null.
+template <class Ref>
+using CFOwned = std::unique_ptr<std::remove_pointer_t<Ref>, CFReleaser>;

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cerrno>
+#include <sys/file.h>
+#include <unistd.h>
+#include <utility>
+
+/// Owner of one file descriptor: closes it when it goes. Not shared between threads.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    /// Takes the result of open(2) or the like; a negative one makes an empty owner.
+    explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
+    ~FileDescriptor() {
+        if (isOpen()) {
+            const int error = errno; // a failing call's errno outlives the clean-up
+            close(m_descriptor);
+            errno = error;
+        }
+    }
+
+    bool isOpen() const { return m_descriptor >= 0; }
+    int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor = -1;
+};
+
+/// Waits for the exclusive advisory lock of an open file. The lock belongs to the open file: it goes when the
+/// last copy of the descriptor is closed, at the latest when the process ends, however it ends.
+inline bool lockExclusively(int descriptor) {
+    int result = 0;
+    do {
+        result = flock(descriptor, LOCK_EX);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
