@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+// Reads the identity card, the file "ID.txt" of "KEY=VALUE" lines that says which build and which customer
+// configuration this installation is. An ordinary object; one thread at a time.
+//
+// A key is everything before the first "=", blanks and letter case included; a value ends at its first
+// non-printing character, so carriage returns never become part of it. A line without "=" is its own key and
+// value. Lines with an empty key are skipped; a later line replaces an earlier one of the same key.
+class IDCardReader {
+public:
+    /// `folder` is followed directly by the file's name: it ends with a separator. Reads nothing yet.
+    explicit IDCardReader(std::string folder);
+    virtual ~IDCardReader();
+
+    /// Reads the card, adding to what earlier calls read. True when at least one pair was stored and no line
+    /// held "&"; at such a line the reading ends, and the pairs before it stay.
+    bool readIDCard();
+
+    /// The value of a key, or an empty text.
+    std::string getParam(const std::string& key);
+    /// A copy of all pairs.
+    std::map<std::string, std::string> getIDCardParams();
+
+    std::string getFleetID();                // FLEET_ID
+    std::string getCustomerID();             // CUSTOMER_ID
+    std::string getGenerationVersion();      // GENERATION_VERSION
+    std::string getZevoAdministrationTool(); // IT_MANAGER
+    std::string getBUName();                 // BU_NAME
+    std::string getReferenceVersion();       // REFERENCE_VERSION
+    std::string getProductName();            // PRODUCT_NAME
+    std::string getBuildTarget();            // BUILD_TARGET
+    std::string getCommercialVersion();      // COMMERCIAL_VERSION
+    std::string getProductVersion();         // PRODUCT_VERSION
+    std::string getUpgradeCode();            // UPGRADE_CODE
+
+private:
+    bool storePair(const std::string& line);
+
+    std::string m_folder;
+    std::map<std::string, std::string> m_params;
+};

@@ -1,0 +1,9 @@
+#pragma once
+
+/// Reads the identity card, creates the log folder, and sets up the tracer and the logger, each from its
+/// configuration file beside the executable and only if none exists yet; then logs the identity banner.
+/// Called once, first thing in main, on the main thread.
+///
+/// A missing card and a log folder that cannot be created are reported to the exception handler, which ends
+/// the process; should that report return, start-up goes on with empty values.
+void initTracesAndLogs();

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+// The launcher's own configuration: "Launcher.cfg" beside the executable, a property list that names the
+// hardware to react to. Each identifier has the form "USB#Vid_%04x&Pid_%04x"; the form is not checked. A key
+// that the file lacks gives an empty text.
+//
+// The file is read by the first getter that succeeds in reading it and never again. Main thread only.
+class ZevoLauncherConfigReader {
+public:
+    /// The one instance, created by the first call and never deleted.
+    static ZevoLauncherConfigReader* getInstance();
+    ~ZevoLauncherConfigReader();
+
+    ZevoLauncherConfigReader(const ZevoLauncherConfigReader&) = delete;
+    ZevoLauncherConfigReader& operator=(const ZevoLauncherConfigReader&) = delete;
+
+    /// Each loads the configuration if that has not worked yet, and throws what loadConfiguration() throws.
+    std::string getModemHIdToDetect();
+    std::string getModemHIdToFind();
+    std::string getCdRomHIdToDetect();
+
+    /// Does nothing once loaded. Throws KFConfigurationReaderFileNotFoundException when the file cannot be
+    /// read or is no property list; the next call tries again.
+    void loadConfiguration();
+
+private:
+    ZevoLauncherConfigReader();
+
+    static ZevoLauncherConfigReader* ms_theUniqueInstance;
+    static const std::string ms_configurationFile;
+    static const std::string ms_FileKeyHardwareIdToDetect;
+    static const std::string ms_FileKeyHardwareIdToFind;
+    static const std::string ms_FileKeyCdRomHidToDetect;
+
+    std::string m_modemHIdToDetect;
+    std::string m_modemHIdToFind;
+    std::string m_cdRomHIdToDetect;
+    bool m_loaded;
+};

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <vector>
+
+class HWServicePnPClient;
+
+// Tells registered clients when a USB device arrives or goes away. One instance per process, over the
+// device registry.
+//
+// Call registerClient() for every client first, then registerService(), then run the run loop. All of it,
+// and every notification, happens on one thread; nothing is locked.
+class HWServicePnP {
+public:
+    virtual ~HWServicePnP();
+
+    HWServicePnP(const HWServicePnP&) = delete;
+    HWServicePnP& operator=(const HWServicePnP&) = delete;
+
+    /// The one instance, created by the first call and never destroyed.
+    static HWServicePnP* getInstance();
+
+    /// Appends a client, which is borrowed and must outlive the service's notifications: there is no way to
+    /// take it back. A client registered twice is told twice. Not null.
+    void registerClient(HWServicePnPClient* client);
+
+    virtual void init() = 0;
+    virtual bool isAvailable() = 0;
+    /// Notifies the clients from now on, in the run loop of the calling thread. To be called once, or again
+    /// after unRegisterService().
+    virtual void registerService() = 0;
+    /// Ends the notifications; to be called on the thread that called registerService().
+    virtual void unRegisterService() = 0;
+
+protected:
+    HWServicePnP();
+
+    std::vector<HWServicePnPClient*> m_clients;
+
+private:
+    static HWServicePnP* m_activeProvider;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <list>
+#include <string>
+
+// A component's handle for its own data domain. Owns nothing; everything is kept by the AppDataManager, whose
+// header tells the layout of the folders. Main thread only.
+class AppData {
+public:
+    explicit AppData(const std::string& domain);
+    virtual ~AppData();
+
+    /// See AppDataManager for each.
+    static void setGlobalScope(const std::string& scope);
+    static std::string getAllUsersDataPath();
+    std::string getPathForFile(const std::string& file) const;
+    std::list<std::string> getFiles() const;
+    static void removeAllData(const std::string& scope);
+
+private:
+    std::string m_domain;
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "PersistenceFile.h"
+#include "StringPersistence.h"
+
+#include <map>
+#include <string>
+
+/// Parameter names and their values, in ascending byte-wise order of names.
+using t_paramMap = std::map<std::string, std::string>;
+
+/// Text parameters in one file per domain: a line "name=value" for each, in ascending order of names, without
+/// header, comments or escaping. A value may hold "="; neither may hold a line feed. See docs/parameters.md.
+/// Thread: any.
+class AppDataPersistence : public StringPersistence {
+public:
+    /// The path is computed once: a later change of the global scope does not move the store.
+    AppDataPersistence(const std::string& scope, const std::string& domain, t_PersistenceMode mode);
+    ~AppDataPersistence() override;
+
+    /// Refuses, before anything is touched, what could not be read back: an empty name, "=" or a line feed in
+    /// the name, a line feed in the value.
+    bool writeParam(const std::string& name, const std::string& value) override;
+    bool readParam(const std::string& name, std::string& value) override;
+    /// Empties the file; a missing one is not created.
+    void eraseAllParams() override;
+
+    /// Where the parameters of a domain lie. Creates the folders above the file when they are missing.
+    static std::string getPersistenceFilePath(const std::string& scope, const std::string& domain,
+                                              t_PersistenceMode mode);
+
+    /// Adds the file's parameters to the map. @return false when there is a file and it cannot be read
+    bool readPersistenceFile(t_paramMap& params) const;
+
+    /// Replaces the file's content by the map's. @return false when that failed; the old content then stands
+    bool writePersistenceFile(const t_paramMap& params) const;
+
+private:
+    PersistenceFile m_file;
+};

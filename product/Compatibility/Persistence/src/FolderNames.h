@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+// Folders directly under an application-data base directory, and the maker's. One constant per unit that
+// includes this.
+
+/// The product family's folder under each base directory.
+static const std::string FOLDERNAME_FERROW = "Ferrow";
+/// The maker's folder. Part of the family of names; no path is built from it.
+static const std::string FOLDERNAME_BRISEL = "Brisel";
+/// The scope of the downloads that all products share.
+static const std::string FOLDERNAME_DOWNLOADS = "Downloads";

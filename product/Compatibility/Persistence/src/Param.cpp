@@ -1,0 +1,101 @@
+#include "Param.h"
+
+#include "CallMarker.h"
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+const size_t LENGTH_SIZE = sizeof(uint32_t);
+
+std::unique_ptr<char[]> copyOf(const char* data, int size) {
+    std::unique_ptr<char[]> copy(new char[static_cast<size_t>(size)]);
+    if (size > 0) {
+        memcpy(copy.get(), data, static_cast<size_t>(size));
+    }
+    return copy;
+}
+
+char* putLength(char* at, size_t length) {
+    const uint32_t value = static_cast<uint32_t>(length);
+    memcpy(at, &value, LENGTH_SIZE);
+    return at + LENGTH_SIZE;
+}
+
+/// Reads a length and makes sure that as many bytes follow it.
+bool getLength(const char* bytes, size_t end, size_t& offset, size_t& length) {
+    uint32_t value = 0;
+    if (end - offset < LENGTH_SIZE) {
+        return false;
+    }
+    memcpy(&value, bytes + offset, LENGTH_SIZE);
+    offset += LENGTH_SIZE;
+    length = value;
+    return length <= end - offset;
+}
+
+} // namespace
+
+t_Param::t_Param() : m_size(0), m_data(copyOf(nullptr, 0)) {
+    TRACE_CONSTRUCTOR("t_Param");
+}
+
+t_Param::t_Param(const std::string& name, const char* data, int size)
+    : m_name(name), m_size(size), m_data(copyOf(data, size)) {
+    TRACE_CONSTRUCTOR("t_Param");
+}
+
+t_Param::t_Param(const t_Param& other)
+    : m_name(other.m_name), m_size(other.m_size), m_data(copyOf(other.m_data.get(), other.m_size)) {
+    TRACE_COPY_CONSTRUCTOR("t_Param");
+}
+
+t_Param& t_Param::operator=(const t_Param& other) {
+    TRACE_METHOD();
+    std::unique_ptr<char[]> data = copyOf(other.m_data.get(), other.m_size);
+    m_name = other.m_name;
+    m_size = other.m_size;
+    m_data = std::move(data);
+    return *this;
+}
+
+t_Param::~t_Param() {
+    TRACE_DESTRUCTOR("t_Param");
+}
+
+char* t_Param::marshall(int& length) const {
+    TRACE_METHOD();
+    const size_t dataSize = static_cast<size_t>(m_size);
+    const size_t recordSize = LENGTH_SIZE + m_name.size() + 1 + LENGTH_SIZE + dataSize;
+    std::unique_ptr<char[]> record(new char[recordSize]());
+    char* at = putLength(record.get(), m_name.size() + 1);
+    memcpy(at, m_name.data(), m_name.size());
+    at = putLength(at + m_name.size() + 1, dataSize);
+    if (dataSize > 0) {
+        memcpy(at, m_data.get(), dataSize);
+    }
+    length = static_cast<int>(recordSize);
+    return record.release();
+}
+
+bool t_Param::unMarshall(const char* bytes, size_t length, size_t& offset, Record& record) {
+    TRACE_FUNCTION("t_Param::unMarshall");
+    size_t at = offset;
+    size_t nameSize = 0;
+    size_t dataSize = 0;
+    if (!getLength(bytes, length, at, nameSize) || nameSize == 0 || bytes[at + nameSize - 1] != '\0') {
+        return false;
+    }
+    record.name = bytes + at;
+    record.nameLength = nameSize - 1;
+    at += nameSize;
+    if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<size_t>(INT_MAX)) {
+        return false;
+    }
+    record.data = bytes + at;
+    record.size = static_cast<int>(dataSize);
+    offset = at + dataSize;
+    return true;
+}

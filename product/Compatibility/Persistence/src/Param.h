@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+/// A named block of raw bytes, and its form in a binary parameter file. Owns a copy of the bytes.
+class t_Param {
+public:
+    /// An unnamed block of size 0.
+    t_Param();
+    /// Copies `size` bytes, which must not be negative; `data` may be null when it is 0.
+    t_Param(const std::string& name, const char* data, int size);
+    t_Param(const t_Param& other);
+    t_Param& operator=(const t_Param& other);
+    virtual ~t_Param();
+
+    /// The number of data bytes.
+    int getBufferSize() const { return m_size; }
+    /// The data, never null; borrowed until the block is assigned to or destroyed.
+    const char* getInternalBuffer() const { return m_data.get(); }
+
+    /// The block's record, in the machine's own byte order:
+    ///     4 bytes  length of the name + 1
+    ///              the name and one zero byte
+    ///     4 bytes  size of the data
+    ///              the data
+    /// @return a new buffer of `length` bytes, which the caller frees with delete[]
+    char* marshall(int& length) const;
+
+    /// A record as it stands in a file: pointers into the file's bytes.
+    struct Record {
+        const char* name;
+        size_t nameLength;
+        const char* data;
+        int size;
+    };
+
+    /// Reads the record that begins at `offset` and moves `offset` behind it.
+    /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end,
+    /// or
+    ///         the name does not end in its zero byte
+    static bool unMarshall(const char* bytes, size_t length, size_t& offset, Record& record);
+
+private:
+    std::string m_name;
+    int m_size;
+    std::unique_ptr<char[]> m_data;
+};

@@ -1,0 +1,97 @@
+#include "PersistenceFile.h"
+
+#include "CallMarker.h"
+#include "FileDescriptor.h"
+#include "FileLock.h"
+#include "FileReplacement.h"
+#include "FileSystemManagement.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+std::string withFolder(const std::string& path) {
+    if (!FileSystemManagement::existFolder(path)) {
+        FileSystemManagement::createFolder(path);
+    }
+    return path;
+}
+
+bool readAll(int descriptor, std::string& content) {
+    struct stat status;
+    if (fstat(descriptor, &status) != 0) {
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    size_t length = 0;
+    content.resize(static_cast<size_t>(status.st_size) + 1); // one more, so that the end is met in one read
+    for (;;) {
+        const ssize_t count = ::read(descriptor, &content[length], content.size() - length);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            content.resize(length);
+            return count == 0;
+        }
+        length += static_cast<size_t>(count);
+        if (length == content.size()) {
+            content.resize(2 * length); // written to in place meanwhile
+        }
+    }
+}
+
+} // namespace
+
+PersistenceFile::PersistenceFile(const std::string& scope, const std::string& domain, t_PersistenceMode mode,
+                                 const std::string& suffix) {
+    TRACE_CONSTRUCTOR("PersistenceFile");
+    const char separator = FileSystemManagement::getFolderSeparator();
+    const std::string base = mode == PERSISTENCE_ALL_USERS ? FileSystemManagement::getCommonAppDataDirectory()
+                                                           : FileSystemManagement::getUserAppDataDirectory();
+    const std::string family = withFolder(base + separator + "Ferrow");
+    m_path = withFolder(family + separator + scope + separator) + domain + suffix;
+}
+
+bool PersistenceFile::read(std::string& content) const {
+    TRACE_METHOD();
+    content.clear();
+    // Not blocking: a pipe in the file's place must not hang the caller.
+    const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (file.isOpen() ? readAll(file.get(), content) : errno == ENOENT) {
+        return true;
+    }
+    TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));
+    content.clear();
+    return false;
+}
+
+bool PersistenceFile::write(const std::string& content) const {
+    TRACE_METHOD();
+    if (FileReplacement::replace(m_path, content)) {
+        return true;
+    }
+    TRACE_MESSAGE(MSG_ERROR, "Cannot write parameter file '%s' : %s", m_path.c_str(), strerror(errno));
+    return false;
+}
+
+bool PersistenceFile::whileLocked(const std::function<bool()>& action) const {
+    TRACE_METHOD();
+    const FileLock lock(m_path);
+    if (!lock.isHeld()) {
+        TRACE_MESSAGE(MSG_ERROR, "Cannot lock parameter file '%s' : %s", m_path.c_str(), strerror(errno));
+        return false;
+    }
+    return action();
+}
+
+bool PersistenceFile::exists() const {
+    TRACE_METHOD();
+    return FileSystemManagement::existFile(m_path);
+}

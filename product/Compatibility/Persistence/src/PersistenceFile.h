@@ -1,0 +1,42 @@
+#pragma once
+
+#include "PersistenceMode.h"
+
+#include <functional>
+#include <string>
+
+/// The file behind one parameter store, text or binary: where it lies, and how it is read, changed and
+/// replaced so that neither a kill, a full disk nor a second process loses a parameter.
+///
+/// Nothing is held in memory: several stores and processes see each other's writes at the next access. A
+/// write replaces the file as a whole (FileReplacement) and holds the file's lock (FileLock) from the read to
+/// the replacement. Reading takes no lock, since a reader always meets a whole file. Thread: any.
+class PersistenceFile {
+public:
+    /// Computes the path base + "/Ferrow/" + scope + "/" + domain + suffix, and creates the "Ferrow" and the
+    /// scope folder when they are missing. A folder that cannot be created shows when the file is written.
+    PersistenceFile(const std::string& scope, const std::string& domain, t_PersistenceMode mode,
+                    const std::string& suffix);
+
+    const std::string& getPath() const { return m_path; }
+
+    /// Reads the whole file. A missing file is an empty one.
+    /// @return false, with the reason traced, when there is a file and it cannot be read: who writes then
+    /// would
+    ///         lose what it holds
+    bool read(std::string& content) const;
+
+    /// Replaces the file. @return false, with the reason traced, when that failed; the old content then
+    /// stands.
+    bool write(const std::string& content) const;
+
+    /// Runs `action` while this store alone may write the file.
+    /// @return the action's result; false, with the reason traced, when the lock cannot be had
+    bool whileLocked(const std::function<bool()>& action) const;
+
+    /// True when the file is there.
+    bool exists() const;
+
+private:
+    std::string m_path;
+};
