@@ -1,0 +1,121 @@
+#pragma once
+
+#include "Item.h"
+
+#include <map>
+#include <memory>
+
+/// The inner node of a property-list tree: an item that owns named items, in the byte-wise order of their
+/// keys.
+///
+/// A path joins keys with full stops; a key that itself holds a full stop cannot be reached by path. Look-ups
+/// never throw and never add keys: what is absent is null, false or an empty text. They lend pointers that
+/// stay valid until the item is removed, its key is written again, or the dictionary goes. Builders store
+/// copies; the caller keeps what it passed, and may pass the tree itself or a part of it.
+///
+/// A tree is at most MAXIMUM_DEPTH dictionaries deep, the topmost included, so that no operation exhausts the
+/// stack, whatever a file holds. A dictionary below that stays empty, and an error is traced.
+///
+/// Thread: a tree is used by one thread at a time.
+class Dictionary : public Item {
+public:
+    static constexpr int MAXIMUM_DEPTH = 512;
+
+    /// An empty dictionary named "root".
+    Dictionary();
+    explicit Dictionary(const std::string& name);
+    Dictionary(const Dictionary& other);
+    /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
+    /// there is deliberately no guard.
+    Dictionary& operator=(const Dictionary& other);
+
+    // --- Item
+    // -------------------------------------------------------------------------------------------------
+    bool equals(const Item& other) override;
+    Item* clone() override;
+    ~Dictionary() override;
+    /// The text of the first item that findItem(key) finds; null when that one is not a string leaf.
+    const char* findValue(const std::string& key) const override;
+    Dictionary* getAsDictionary() override;
+    using Item::getValue;
+    const char* getValue(const std::string& path) const override;
+    using Item::getValueAs;
+    bool getValueAs(const std::string& path, int& value) const override;
+    /// Looser than getItem, deliberately: "a.b" is true when there is a key a and any child dictionary, not
+    /// only a, says true for b.
+    bool contains(const std::string& path) override;
+    Item* getItem(const std::string& path) const override;
+    /// @param cpath not null (a broken contract; null is returned where that does not end the process)
+    Item* getItem(const char* cpath) const override;
+    /// The body: <dict>, for each child its <key> line and its value element, </dict>.
+    std::string marshall(const std::string& indent) override;
+    std::string toString(const std::string& indent) override;
+    /// Reads a body, one element per line, into this dictionary; keys that it already has are replaced,
+    /// others stay. Returns at once when the first line lacks <dict>; any later line that lacks <key> where a
+    /// key is due closes the dictionary, deliberately. The stream is left behind the last line that was used.
+    void unMarshall(std::stringstream& in) override;
+
+    // --- Look-ups over the whole tree
+    // ---------------------------------------------------------------------------
+    /// This very key, no path.
+    virtual bool hasKey(const std::string& key) const;
+    /// All that findItems finds, of which only the string leaves count. Asked through an Item, the answer is
+    /// an empty list: Item::findValues is another operation, and kept.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+    virtual std::list<const char*> findValues(const std::string& key) const;
+#pragma GCC diagnostic pop
+    /// Depth first, in key order, key as a path on every level; the first hit, or null.
+    virtual Item* findItem(const std::string& key);
+    /// As findItem, all hits; below a dictionary that answered nothing more is looked for.
+    virtual std::list<Item*> findItems(const std::string& key);
+    virtual bool contains(Item& item);
+    /// The path of an item equal to this one (equal, not the same), or an empty text. A dictionary that has a
+    /// different item under the name ends the search below it.
+    virtual std::string getItemPath(Item& item);
+    /// The child with the smallest key, or null.
+    Item* getFirstItem() const;
+
+    // --- Changing
+    // -----------------------------------------------------------------------------------------------
+    void clear();
+    /// The same as clear().
+    void removeAllItems();
+    /// Removes and deletes the item at a path; what is missing is ignored.
+    void removeItem(const std::string& path);
+    /// Removes and deletes the child under the item's name if it equals the item.
+    void removeItem(Item& item);
+    /// removeItem(item), here and in all dictionaries below.
+    void removeAllItems(Item& item);
+
+    /// Stores a copy of the item at the path, in place of what is there; makes the dictionaries that the path
+    /// lacks. The copy keeps the item's own name; its key is the end of the path. A leaf in the middle of the
+    /// path, or a path too deep (an error is traced), leaves the tree as it is.
+    void setItem(const std::string& path, Item& item);
+    /// Stores a leaf, named like its key, at the path; otherwise as setItem.
+    void addValue(const std::string& path, int value);
+    void addValue(const std::string& path, const std::string& value);
+    /// Copies the children of source, one setItem each, into the dictionary at the path; does nothing when
+    /// there is none.
+    void addDictionary(const std::string& path, Dictionary& source);
+    /// Copies from the other tree what this one lacks, dictionary by dictionary. On any conflict this tree
+    /// wins.
+    void mergeDictionary(Dictionary& other);
+
+    // --- Files
+    // --------------------------------------------------------------------------------------------------
+    /// Writes the property list, in place of an existing file. Says nothing when it cannot, deliberately.
+    void saveToFile(const std::string& path);
+    /// Reads a property list into this dictionary; keys that it already has are replaced, others stay. The
+    /// text ends at the first zero byte. A malformed body is no error: what came before is kept.
+    /// @throw KFDictionaryFileException the file cannot be opened or read; this dictionary is unchanged
+    /// @throw KFDictionaryParsingException no XML header, or not a property list of version 1.0; likewise
+    void loadFromFile(const std::string& path);
+
+private:
+    using Children = std::map<std::string, std::unique_ptr<Item>, std::less<>>;
+
+    Children m_children;
+    /// 1 for a dictionary that nobody owns, one more than the owner's below that.
+    int m_level = 1;
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Item.h"
+
+/// A leaf that holds a signed 32-bit integer; 0 until it is set.
+class IntBasicItem : public Item {
+public:
+    IntBasicItem();
+    explicit IntBasicItem(const std::string& name);
+    IntBasicItem(const std::string& name, int value);
+    IntBasicItem(const IntBasicItem& other);
+    IntBasicItem& operator=(const IntBasicItem& other);
+
+    bool equals(const Item& other) override;
+    Item* clone() override;
+    ~IntBasicItem() override;
+    using Item::getValueAs;
+    bool getValueAs(int& value) const override;
+    Item* getItem(const std::string& path) const override;
+    Item* getItem(const char* path) const override;
+    /// One line: <int>, the value in decimal, </int>. The indent is deliberately not written: integer lines
+    /// stand at the start of the line in every saved file.
+    std::string marshall(const std::string& indent) override;
+    /// The value is shown in hexadecimal, without a prefix; readers of traces rely on it.
+    std::string toString(const std::string& indent) override;
+    /// Converts as atoi does; a number out of range becomes the nearest end of the range.
+    void unMarshall(std::stringstream& in) override;
+
+    void setValue(int value);
+
+private:
+    int m_value = 0;
+};

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <signal.h>
+#include <string>
+#include <vector>
+
+class KFCrashListener;
+
+/// Catches almost every signal, writes what happened to the trace (the cause, the call stacks of all traced
+/// threads, the object counts) and ends the process with status 0. The trace is the only record of a crash:
+/// the status says nothing, deliberately.
+///
+/// Signals are numbers of the launcher's first system on every host: 30 is the one that broken contracts
+/// raise, 28 (a window changed its size) is left alone. Harmless signals (a child's end, continue, terminal
+/// input and output) end the process like the others.
+///
+/// Two guards keep a damaged process from lingering: a second signal, whatever its number and thread, ends
+/// the process at once, and so does a report that takes longer than 10 seconds (a lock that its holder will
+/// never give back, say). The status is 0 in both cases, and what was traced so far stands in the file.
+///
+/// The handler runs on the stack of the thread that crashed. A stack that has overflown leaves it no room, so
+/// that one case ends the process by the signal itself, without a report.
+class KFExceptionHandler {
+public:
+    /// The one handler of the process; created, and with it installed, on the first call. Never destroyed.
+    /// Thread: any.
+    static KFExceptionHandler* GetInstance();
+
+    /// Installs crashHandlerSignalFilter for the signals 1 to 30 except 28, and empties the record of the
+    /// last broken contract. A signal that cannot be caught is traced as an error and left. Use
+    /// GetInstance().
+    KFExceptionHandler();
+    KFExceptionHandler(const KFExceptionHandler&) = delete;
+    KFExceptionHandler& operator=(const KFExceptionHandler&) = delete;
+
+    /// The handler: reports signal sig and ends the process with status 0. Does not return.
+    static void crashHandlerSignalFilter(int sig);
+
+    /// Records a broken contract and raises the signal that reports it. Despite its name it throws nothing,
+    /// and it returns only where the signal is ignored.
+    /// @param code        the signal to raise, which then is reported by its own name; 0 for signal 30, which
+    /// is
+    ///                    reported with the texts given here
+    /// @param name        the kind, e.g. "REQUIRE VIOLATION"
+    /// @param description the condition that did not hold, or a message
+    /// @param fileName    stable path of the source; @param line stable line number in it
+    /// The texts are copied; null counts as the empty text.
+    /// Thread: any. Where two threads break contracts at once, the first is reported and the second waits for
+    /// the end of the process.
+    void throwException(int code, const char* name, const char* description, const char* fileName, int line);
+
+private:
+    struct sigaction m_action;
+
+protected:
+    // No operation adds a listener: the launcher has none. A subclass may.
+    std::vector<KFCrashListener*> m_crashListeners;
+
+    /// Time that a report may take, in milliseconds.
+    static int ms_reportLimit;
+
+    /// The last broken contract: "Code", "Name", "Description", "InFile" and "AtLine". All five keys are
+    /// there from the handler's construction on.
+    static std::map<std::string, std::string> m_ExceptParams;
+
+private:
+    static std::atomic<KFExceptionHandler*> m_globalHandler;
+};
