@@ -26,9 +26,10 @@
 /// number
 void reportContractViolation(const char* kind, const char* condition, const char* file, int line);
 
-#define KF_CHECK_CONTRACT_(kind, condition, line)                                                            \
-    ((condition) ? static_cast<void>(0) : ::reportContractViolation(kind, #condition, KF_SOURCE, line))
+// The text is taken in the outer macro, where the condition's own macros (NULL) are not yet expanded.
+#define KF_CHECK_CONTRACT_(kind, condition, text, line)                                                        \
+    ((condition) ? static_cast<void>(0) : ::reportContractViolation(kind, text, KF_SOURCE, line))
 
-#define KF_REQUIRE(condition, line) KF_CHECK_CONTRACT_("REQUIRE VIOLATION", condition, line)
-#define KF_ENSURE(condition, line) KF_CHECK_CONTRACT_("ENSURE VIOLATION", condition, line)
-#define KF_ASSERT(condition, line) KF_CHECK_CONTRACT_("ASSERT VIOLATION", condition, line)
+#define KF_REQUIRE(condition, line) KF_CHECK_CONTRACT_("REQUIRE VIOLATION", condition, #condition, line)
+#define KF_ENSURE(condition, line) KF_CHECK_CONTRACT_("ENSURE VIOLATION", condition, #condition, line)
+#define KF_ASSERT(condition, line) KF_CHECK_CONTRACT_("ASSERT VIOLATION", condition, #condition, line)
