@@ -2,13 +2,27 @@
 # library does not inherit them.
 find_package(Threads REQUIRED)
 
+# A compiler cache is used where there is one.
+find_program(ZEVO_CCACHE ccache)
+mark_as_advanced(ZEVO_CCACHE)
+if(ZEVO_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${ZEVO_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEVO_CCACHE})
+  set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${ZEVO_CCACHE})
+endif()
+
 add_library(zevo_options INTERFACE)
 target_compile_options(zevo_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Werror)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_options INTERFACE -Wthread-safety)
 endif()
+
 if(ZEVO_SANITIZE)
   add_compile_options(-fsanitize=${ZEVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g)
   add_link_options(-fsanitize=${ZEVO_SANITIZE})
+endif()
+if(ZEVO_FUZZ)
+  # Every library is instrumented for coverage; only the fuzz programs themselves link the fuzzer's main.
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

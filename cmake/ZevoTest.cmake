@@ -1,20 +1,45 @@
-# zevo_add_test(<name> SOURCES <file>... LIBRARIES <target>... [LABELS <label>...] [WRAPPER <command>...])
+# zevo_add_test(<name> SOURCES <file>... LIBRARIES <target>... [LABELS <label>...] [WRAPPER <command>...]
+#               [SECONDS <n>])
 #
-# One test program, run through tests/run-test-program: the crash handler ends a process with status 0 on any
-# signal, so a status alone proves nothing; the runner also requires the framework's closing line.
+# One GoogleTest program, run through tests/run-test-program: the crash handler ends a process with status 0 on
+# any signal, so a status alone proves nothing; the runner also requires the framework's closing lines, and that
+# nothing is left behind. SECONDS bounds one run (default 300; three times as long under a sanitizer).
+#
+# zevo_add_script_test(<name> SCRIPT <file> [LABELS <label>...] [ARGUMENTS <argument>...] [SECONDS <n>])
+#
+# The same for a script that prints "ok" and "not ok" lines and ends with its plan, "1..N".
 if(CMAKE_SIZEOF_VOID_P EQUAL 8)
   find_package(GTest REQUIRED)
 else()
-  # Debian ships no 32-bit GoogleTest; its sources are built instead.
-  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
-  add_library(GTest::gmock ALIAS gmock)
+  # Distributions ship no 32-bit GoogleTest; its sources are built instead.
+  set(ZEVO_GOOGLETEST_SOURCES /usr/src/googletest CACHE PATH "GoogleTest's sources, for 32-bit builds")
+  add_subdirectory(${ZEVO_GOOGLETEST_SOURCES} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 endif()
 
+function(zevo_run_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS" "LABELS;RUNNER_OPTIONS;COMMAND")
+  if(NOT arg_SECONDS)
+    set(arg_SECONDS 300)
+  endif()
+  if(ZEVO_SANITIZE)
+    math(EXPR arg_SECONDS "3 * ${arg_SECONDS}")
+  endif()
+  # The runner ends a hung program and shows its output; CTest's own bound is only there if the runner hangs.
+  math(EXPR outer_bound "${arg_SECONDS} + 60")
+  add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/run-test-program
+    --name ${name} --seconds ${arg_SECONDS} ${arg_RUNNER_OPTIONS} ${arg_COMMAND})
+  set_tests_properties(${name} PROPERTIES LABELS "${arg_LABELS}" TIMEOUT ${outer_bound})
+endfunction()
+
 function(zevo_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;LABELS;WRAPPER")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS" "SOURCES;LIBRARIES;LABELS;WRAPPER")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest GTest::gtest_main zevo_options)
-  add_test(NAME ${name}
-    COMMAND ${PROJECT_SOURCE_DIR}/tests/run-test-program ${arg_WRAPPER} $<TARGET_FILE:${name}>)
-  set_tests_properties(${name} PROPERTIES LABELS "${arg_LABELS}")
+  zevo_run_test(${name} SECONDS ${arg_SECONDS} LABELS ${arg_LABELS} COMMAND ${arg_WRAPPER} $<TARGET_FILE:${name}>)
+endfunction()
+
+function(zevo_add_script_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS;SCRIPT" "LABELS;ARGUMENTS")
+  zevo_run_test(${name} SECONDS ${arg_SECONDS} LABELS ${arg_LABELS} RUNNER_OPTIONS --tap
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${arg_SCRIPT} ${arg_ARGUMENTS})
 endfunction()
