@@ -1,0 +1,46 @@
+#pragma once
+
+// Process Manager: the list of running applications, read from /proc. All calls may be made on any thread.
+//
+// An application is a process of this user's that runs an .app bundle. Its bundle is
+//   - the one that LSOpenApplication started it for (it notes that in the process's environment), also when
+//   the
+//     bundle has been moved, replaced or deleted since, and when the process runs a script or a file
+//     elsewhere; else
+//   - the innermost folder named *.app that its executable lies in, whole path components only: an executable
+//     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app, .../A.application/x to
+//     none; else,
+//   - for an interpreter at work on a script that begins with "#!", the same for the script's path.
+// Every process that runs such a bundle counts, a helper tool inside the bundle too. Processes that have
+// ended but not been waited for, and those of other users, do not. With PLATFORM_ROOT set, only bundles
+// inside the root count (see <CoreServices/CoreServices.h>).
+
+#include <CoreServices/CoreServices.h>
+
+extern "C" {
+
+enum { kNoProcess = 0 };
+
+enum { kProcessDictionaryIncludeAllInformationMask = static_cast<int>(0xFFFFFFFF) };
+
+/// Steps to the next application. {0, kNoProcess} begins a walk and takes the list anew; the steps that
+/// follow go through the list taken last, in ascending order of process ids, so a walk ends even where
+/// processes come and go. A serial number whose process has ended meanwhile is stepped over like any other.
+/// @param psn  in: the application to step from; out: the next one, or {0, kNoProcess} after the last
+/// @return noErr; procNotFound: there is no further one, or /proc cannot be read (never another error for
+/// that: callers
+///         ask again after any error but this one); paramErr: `psn` is null
+OSErr GetNextProcess(ProcessSerialNumber* psn);
+
+/// Tells about one application.
+/// @param infoToReturn  kProcessDictionaryIncludeAllInformationMask; no other value is documented, and each
+/// gets all
+/// @return a dictionary that the caller releases, or null when that application has ended. Keys, all
+/// CFString:
+///         "PSN" (CFNumber, 64 bits: the high word, then the low word), "pid" (CFNumber, a long),
+///         "BundlePath" (CFString), "CFBundleName" (CFString: the bundle's name without ".app"),
+///         "CFBundleExecutable" (CFString: the path of the file that the process runs). A text that is not
+///         UTF-8 is left out.
+CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* psn, UInt32 infoToReturn);
+
+} // extern "C"

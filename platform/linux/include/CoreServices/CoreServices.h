@@ -1,0 +1,162 @@
+#pragma once
+
+// File Manager, Folder Manager and Launch Services: the calls that the product makes, with their documented
+// behaviour, over what Linux has. All paths are UTF-8 and end with a zero byte; all calls may be made on any
+// thread. No call blocks on anything but the file system.
+//
+// PLATFORM_ROOT. When this environment variable is set and not empty, the layer looks at the machine as if
+// that folder were its root: for application bundles (absolute paths that have a component ending in ".app"),
+// for the local domain of FSFindFolder, and for the list of running applications, which then holds only those
+// inside the root and reports their bundle paths without it. Demos, tests and images are run this way.
+// Everything else, the user's own folders above all, stays where it is. Trailing separators are ignored; a
+// relative folder is taken from the current one; where the folder does not exist, no bundle exists. A path
+// that already lies in the root is taken as it is. The variable is read anew by every call.
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <MacTypes.h>
+
+extern "C" {
+
+// ---- Results of the File Manager and the Folder Manager ----
+
+enum {
+    nsvErr = -35,           // the domain is not one that FSFindFolder knows
+    ioErr = -36,            // the file system failed
+    bdNamErr = -37,         // a name in the path is too long
+    tmfoErr = -42,          // no file descriptor left
+    fnfErr = -43,           // nothing there (any more), or no such folder type
+    opWrErr = -49,          // somebody has the file open for writing
+    paramErr = -50,         // an argument that must not be null is, or a record has a version not known here
+    memFullErr = -108,      // no memory, or no process, to be had
+    procNotFound = -600,    // the list of processes is exhausted
+    errFSBadFSRef = -1401,  // the reference was never filled in
+    pathTooLongErr = -2110, // the path does not fit the buffer
+    afpAccessDenied = -5000 // the file system refuses
+};
+
+// ---- File references ----
+
+/// Names one file or folder. Opaque, of fixed size, copied freely, valid within this process only, never to
+/// be released. One made by FSPathMakeRef follows its object's path, not the object: once that path is gone
+/// or names another object, every call that is given the reference answers fnfErr.
+struct FSRef {
+    UInt8 hidden[80];
+};
+typedef struct FSRef FSRef;
+
+/// Makes a reference to what lies at `path`, symbolic links followed. A relative path counts from the current
+/// folder.
+/// @param isDirectory  set to whether it is a folder; may be null
+/// @return noErr; fnfErr: nothing there, or a dangling link; afpAccessDenied: a folder on the way may not be
+///         searched; bdNamErr: a name or the path is too long; ioErr: links in a circle, or a failing disk;
+///         paramErr: `path` or `ref` is null. `ref` and `isDirectory` are written on success only.
+OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
+
+/// Writes the path of a reference, absolute, without links and without a trailing separator, PLATFORM_ROOT
+/// included: a path for open(2).
+/// @param pathBufferSize  size of the buffer in bytes; the ending zero byte must fit too
+/// @return noErr; pathTooLongErr: the buffer is too small (nothing is written); fnfErr: the object is gone;
+///         errFSBadFSRef; paramErr: `ref` or `path` is null
+OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathBufferSize);
+
+// ---- Standard folders ----
+
+typedef SInt16 FSVolumeRefNum;
+
+enum {
+    kLocalDomain = -32765, // everybody's on this machine
+    kUserDomain = -32763   // the user's own
+};
+
+enum { kCreateFolder = true, kDontCreateFolder = false };
+
+enum { kApplicationSupportFolderType = 0x61737570 }; // 'asup'
+
+/// Finds a standard folder.
+///
+/// Local domain: /var/lib, below PLATFORM_ROOT. User domain: $XDG_DATA_HOME when it is an absolute path, else
+/// .local/share in the home folder ($HOME when absolute, else the one of the user database).
+///
+/// A folder that does not exist (yet) is found all the same, with kDontCreateFolder too. On macOS the
+/// system makes these folders together with the account, so a caller may build on the path without asking; on
+/// Linux they appear with the first program that needs them, and the launcher may be that program. An error
+/// here would send a new account's trace and log files to a path without a beginning.
+/// The reference therefore stands for the place, and FSRefMakePath gives its path whether or not it exists.
+///
+/// @param createFolder  kCreateFolder makes the folder, and those on the way: private (0700) in the user
+/// domain, 0755
+///                      in the local one; kDontCreateFolder touches nothing
+/// @return noErr; nsvErr: another domain; fnfErr: another folder type, or a user without a home; paramErr:
+/// `foundRef`
+///         is null; with kCreateFolder also what stopped the creation (afpAccessDenied, ioErr, bdNamErr,
+///         fnfErr)
+OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFolder, FSRef* foundRef);
+
+// ---- Launch Services ----
+
+enum {
+    kLSExecutableIncorrectFormat = -10661, // this system cannot run the executable
+    kLSUnknownErr = -10810, // the process could not be made, for a reason without a number of its own
+    kLSNotAnApplicationErr = -10811,   // the reference is not to an .app bundle
+    kLSLaunchInProgressErr = -10818,   // another thread is starting this very bundle
+    kLSNoLaunchPermissionErr = -10826, // the user may not execute it
+    kLSNoExecutableErr = -10827        // the bundle has no executable, or names one outside itself
+};
+
+typedef OptionBits LSLaunchFlags;
+
+enum {
+    kLSLaunchDefaults = 0x00000001,
+    kLSLaunchAndHide = 0x00100000 // the application is asked to begin hidden
+};
+
+typedef const struct __CFArray* CFArrayRef; // these two are named here, and used by nothing in this layer
+typedef struct AEDesc AEDesc;
+typedef AEDesc AERecord;
+typedef AERecord AppleEvent;
+
+/// What to open and how. The caller owns everything the record points to.
+typedef struct LSApplicationParameters {
+    CFIndex version; // 0
+    LSLaunchFlags flags;
+    const FSRef* application;    // a bundle, from FSPathMakeRef
+    void* asyncLaunchRefCon;     // ignored: this layer sends no launch notifications
+    CFDictionaryRef environment; // null; anything else is refused, as are the next two
+    CFArrayRef argv;
+    AppleEvent* initialEvent;
+} LSApplicationParameters;
+
+/// Starts an application bundle, unless it is running already, and returns once its executable has begun to
+/// run or could not.
+///
+/// Which executable: Contents/MacOS/<name>, where the name is CFBundleExecutable of Contents/Info.plist (text
+/// or binary); without that key, or without a readable Info.plist of at most 256 KB, the bundle's own name
+/// without ".app". A name with a "/" in it, "." and ".." are refused.
+///
+/// What it gets: no arguments; the caller's environment with the variables below; folder "/"; standard input,
+/// output and error on /dev/null; no other open file; every signal at its default and none blocked; the file
+/// mode mask that this process was started with, whatever it has set since; a session of its own, so that no
+/// terminal and no process group ties it to the caller. It is nobody's child here: its end sends no SIGCHLD
+/// and leaves no zombie, also where this process adopts orphans (PR_SET_CHILD_SUBREAPER). Only process 1 of a
+/// container cannot be spared.
+///   PLATFORM_LAUNCHED=<process id>:<bundle path>   how the process list knows a running bundle again whose
+///   process
+///       runs another file: a script, a wrapper, a link that leads out of the bundle. Children of the
+///       application inherit it too, but have another id. Leave it alone.
+///   PLATFORM_LAUNCH_HIDDEN=1   only with kLSLaunchAndHide: begin without showing a window. This is the
+///   request that
+///       the window system carries elsewhere; an application should remove it from its environment once read.
+///
+/// Already running, in the sense of GetNextProcess and for this user: nothing is started and the result is
+/// noErr, as documented. The running application would be brought to the front; Linux has no call for that
+/// which works on every desktop, so it stays where it is.
+///
+/// @param outPSN  set on success to the application started or found running; may be null
+/// @return noErr; fnfErr: the bundle is gone; kLSNotAnApplicationErr, kLSNoExecutableErr,
+/// kLSNoLaunchPermissionErr,
+///         kLSExecutableIncorrectFormat, kLSLaunchInProgressErr; opWrErr: the executable is being written;
+///         tmfoErr, memFullErr, ioErr; kLSUnknownErr: anything else; errFSBadFSRef; paramErr: a null record
+///         or application, another version, or a field that must be null
+OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN);
+
+} // extern "C"
