@@ -1,0 +1,117 @@
+#pragma once
+
+#include "MessageType.h"
+#include "Tracer.h"
+
+#include <string_view>
+
+class ThreadTracer;
+
+// A call marker stands at the top of every traced function, through one of these macros. It writes the call's
+// entry line where it is constructed and the exit line where the function returns or unwinds:
+//
+//     void ZevoLauncher::init() {
+//         TRACE_METHOD();
+//         ...
+//         TRACE_MESSAGE(MSG_ERROR, "cannot open %s: %d", name, status);
+//     }
+//
+//   TRACE_METHOD()                     a member function; the name comes from the compiler
+//   TRACE_FUNCTION("name")             a free or static function, written as named
+//   TRACE_CONSTRUCTOR("Class")         also counts the object
+//   TRACE_COPY_CONSTRUCTOR("Class")    the same, shown as Class::copyconstructor
+//   TRACE_DESTRUCTOR("Class")          also uncounts it
+//   TRACE_MESSAGE(type, "format", ...) a line inside the call, checked by the compiler as a printf format.
+//   The
+//                                      arguments are evaluated only when the line is written; TRACE_MESSAGE
+//                                      may stand unbraced after an if or an else
+//   TRACE_STREAM(type) << ...          the same as a stream, see TraceStream.h, which is to be included
+//
+// All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.
+
+#define TRACE_METHOD() KF_CALL_MARKER_(__PRETTY_FUNCTION__, static_cast<const void*>(this))
+#define TRACE_FUNCTION(name) KF_CALL_MARKER_("" name)
+#define TRACE_CONSTRUCTOR(className) KF_CALL_MARKER_("" className, className "::constructor", true, this)
+#define TRACE_COPY_CONSTRUCTOR(className)                                                                    \
+    KF_CALL_MARKER_("" className, className "::copyconstructor", true, this)
+#define TRACE_DESTRUCTOR(className) KF_CALL_MARKER_("" className, className "::destructor", false, this)
+
+#define TRACE_MESSAGE(type, ...)                                                                             \
+    do {                                                                                                     \
+        KF_SHADOWING_ALLOWED_(const ::TraceMsgType kfTraceType_ = (type);)                                   \
+        if (kfCallMarker_.isMessageWritten(kfTraceType_))                                                    \
+            kfCallMarker_.PrintMsg(kfTraceType_, __VA_ARGS__);                                               \
+    } while (false)
+
+#define TRACE_STREAM(type) ::TraceStream((type), kfCallMarker_)
+
+// A marker or a message may stand in a lambda or a block of a function that has one of its own.
+#define KF_SHADOWING_ALLOWED_(declaration)                                                                   \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                            \
+        declaration _Pragma("GCC diagnostic pop")
+#define KF_CALL_MARKER_(...) KF_SHADOWING_ALLOWED_(::CallMarker kfCallMarker_(__VA_ARGS__);)
+
+/// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
+/// thread.
+///
+/// The texts given are borrowed for good, so that a stack can be printed at any time: string literals and
+/// __PRETTY_FUNCTION__ only. While no tracer exists or the tracer is disabled a marker does nothing, and it
+/// stays inert if the tracer is enabled later.
+class CallMarker {
+public:
+    /// A free function, shown under this name.
+    explicit CallMarker(const char* name) {
+        if (Tracer::isActive())
+            begin({}, name, false, nullptr);
+    }
+    /// A member function: the compiler's signature text, of which Tracer::extractMethodName is shown.
+    CallMarker(const char* prettyName, const void* object) {
+        if (Tracer::isActive())
+            begin({}, methodNameIn(prettyName), false, object);
+    }
+    /// A constructor or a destructor, which counts the objects of the class.
+    CallMarker(const char* className, const char* methodName, bool isConstructor, const void* object) {
+        if (Tracer::isActive())
+            begin(className, methodName, isConstructor, object);
+    }
+    ~CallMarker() {
+        if (m_threadTracer != nullptr)
+            end();
+    }
+
+    CallMarker(const CallMarker&) = delete;
+    CallMarker& operator=(const CallMarker&) = delete;
+
+    /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is
+    /// enabled, the call's entry was written (a call that the filters hide hides its messages), and the level
+    /// mask has the type.
+    bool isMessageWritten(TraceMsgType type) const { return m_printed && isMessageWrittenNow(type); }
+    /// Writes the message at this call's depth, when isMessageWritten. Called by the call's own thread.
+    void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
+
+    std::string_view getClassName() const { return m_className; }
+    std::string_view getMethodName() const { return m_methodName; }
+    bool isConstructor() const { return m_constructor; }
+    const void* getObject() const { return m_object; }
+    /// True when the entry line was written.
+    bool isPrinted() const { return m_printed; }
+    /// The thread tracer that took the call in, or null. It is only compared, never followed: the thread may
+    /// have ended its trace since.
+    const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
+
+private:
+    friend class ThreadTracer;
+
+    static std::string_view methodNameIn(std::string_view prettyName);
+    void begin(std::string_view className, std::string_view methodName, bool isConstructor,
+               const void* object);
+    void end();
+    bool isMessageWrittenNow(TraceMsgType type) const;
+
+    std::string_view m_className;
+    std::string_view m_methodName;
+    ThreadTracer* m_threadTracer = nullptr;
+    bool m_printed = false;
+    bool m_constructor = false;
+    const void* m_object = nullptr;
+};

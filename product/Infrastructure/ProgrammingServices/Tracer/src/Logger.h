@@ -1,0 +1,132 @@
+#pragma once
+
+#include "FileRing.h"
+#include "KFMutex.h"
+#include "LineQueue.h"
+#include "MessageType.h"
+#include "ThreadAnnotations.h"
+#include "TimeStamp.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+class LoggerFlushThread;
+
+/// The process-wide journal of notable events, written to a ring of text files. One object, reached through
+/// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
+/// logs through LogMessage.h.
+///
+/// Thread: any, unless said otherwise. One recursive lock guards the queue, the files and the line in
+/// progress.
+class Logger {
+public:
+    Logger();
+    /// Disables the logger and stops the flush thread; lines still queued are dropped (FinishLogging writes
+    /// them). No thread may be logging. An instance pointer to this logger becomes null.
+    ~Logger();
+
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+    /// The registered logger, or null.
+    static Logger* GetInstance() { return m_pInstance.load(std::memory_order_acquire); }
+    /// Registers the logger, which stays the caller's. A null pointer breaks the contract.
+    static void SetInstance(Logger* pTheLogger);
+    /// The registered logger if it writes lines of this type, else null.
+    static Logger* GetInstanceFor(LoggerMsgType type) {
+        Logger* const logger = GetInstance();
+        return logger != nullptr && logger->isEnabled() && logger->hasInLevelMask(type) ? logger : nullptr;
+    }
+
+    bool isEnabled() const { return m_enabled.load(std::memory_order_relaxed); }
+    bool hasInLevelMask(LoggerMsgType type) const {
+        return (m_levelMask.load(std::memory_order_relaxed) & static_cast<std::int32_t>(type)) != 0;
+    }
+
+    // ---- configuration
+    // -------------------------------------------------------------------------------------
+
+    /// Reads a log configuration file (not null) and starts logging when it says so. A missing file only
+    /// warns. A syntax error, or an enabled logger without a file name, ends the process with status 1.
+    void ReadConfigFile(const char* fileName);
+    /// Starts the flush thread, unless lines are written at once. Without a file name: ends the process with
+    /// status 1.
+    void Initialize();
+    /// The folder of bare file names, with its trailing separator.
+    void SetFolderName(std::string folderName);
+    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; a file name is
+    /// completed with "_<index>.txt". Goes on behind the last line of the newest file of that ring, as far as
+    /// the maximum number of files known by now tells.
+    void SetFileName(std::string name);
+    /// Recomputes the current file's name.
+    void UpdateFileName();
+
+    void setEnabled(bool enabled) { m_enabled.store(enabled, std::memory_order_relaxed); }
+    void setPrintTime(bool on);
+    /// Every line is written at once. The flush thread, if there is one, goes on.
+    void setDirectWrite(bool directWrite);
+    void setMaximumFiles(std::int32_t files);
+    void setMaximumLinesPerFile(std::int32_t lines);
+    /// Adds message types to those that are written.
+    void addToLevelMask(std::int32_t types) { m_levelMask.fetch_or(types, std::memory_order_relaxed); }
+    std::int32_t getLevelMask() const { return m_levelMask.load(std::memory_order_relaxed); }
+
+    // ---- output
+    // --------------------------------------------------------------------------------------------
+
+    /// Writes one line, whatever the switch and the mask say: LOG_MESSAGE tests those. A text of more than
+    /// 20000 characters is cut and marked " ...".
+    void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
+    /// Routes one finished line, which ends in "\n". Not empty.
+    void PrintString(const std::string& msg);
+    /// Pieces of a line: each appends to the line in progress, which belongs to whoever holds the lock.
+    void PrintMsgType(LoggerMsgType type) KF_REQUIRES(m_lock);
+    void PrintTime() KF_REQUIRES(m_lock);
+    /// Log lines carry no thread name; the tracer's do.
+    void PrintThreadName() {}
+
+    /// Writes the queued lines.
+    /// DELIBERATE: when the current file cannot be opened, this tells it on standard error and returns with
+    /// the lock still held by the calling thread. Other threads that log then wait.
+    void WriteOnFile();
+    /// The same for the crash handler: only if the lock is free, or the calling thread's. Returns false when
+    /// another thread has it.
+    bool WriteOnFileIfFree();
+    bool areAllMsgFlushed();
+    /// Disables the logger and writes every queued line that can be written. The flush thread goes on.
+    void FinishLogging();
+
+    // ---- the ring
+    // ------------------------------------------------------------------------------------------
+
+    /// The index of the file to continue, or a negative value.
+    int FindLastUsedFile();
+    /// A file's modification date as "YYYYMMDD" and time as "HHMMSS", empty when they cannot be read.
+    static std::string findFileDate(const std::string& fileName);
+    static std::string findFileTime(const std::string& fileName);
+    static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
+
+    /// The lock, for those who have several things to do at once.
+    KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
+    /// Where lines go. The caller holds the lock.
+    const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
+
+private:
+    static std::atomic<Logger*> m_pInstance;
+
+    // Read at every call site without the lock.
+    std::atomic<bool> m_enabled{false};
+    std::atomic<std::int32_t> m_levelMask{0};
+
+    KFMutex m_lock{true};
+    bool m_printTime KF_GUARDED_BY(m_lock) = false;
+    bool m_directWrite KF_GUARDED_BY(m_lock) = false;
+    FileRing m_ring KF_GUARDED_BY(m_lock);
+    std::string m_line KF_GUARDED_BY(m_lock); // the line in progress
+    LineQueue m_queue KF_GUARDED_BY(m_lock);
+    TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
+    std::unique_ptr<LoggerFlushThread> m_flushThread;
+};

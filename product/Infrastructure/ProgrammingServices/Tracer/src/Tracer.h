@@ -1,0 +1,180 @@
+#pragma once
+
+#include "FileRing.h"
+#include "KFLock.h"
+#include "KFMutex.h"
+#include "LineQueue.h"
+#include "MessageType.h"
+#include "ThreadAnnotations.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class CallMarker;
+class ThreadTracer;
+class TracerFlushThread;
+
+/// Records, per thread, every traced call's entry and exit and the messages issued inside calls, as an
+/// indented call tree in a ring of text files. One object, reached through GetInstance(); start-up creates
+/// it, registers it, sets its folder and has it read its configuration. Functions are traced through
+/// CallMarker.h.
+///
+/// Thread: any, unless said otherwise. One recursive lock guards everything; it is held across a call's whole
+/// entry, so that the entry lines of several threads never interleave.
+class Tracer {
+public:
+    Tracer();
+    /// Stops the flush thread; lines still queued are dropped (FinishTracing writes them). No thread may be
+    /// in a traced call. An instance pointer to this tracer becomes null.
+    ~Tracer();
+
+    Tracer(const Tracer&) = delete;
+    Tracer& operator=(const Tracer&) = delete;
+
+    /// The registered tracer, or null.
+    static Tracer* GetInstance() { return m_Instance.load(std::memory_order_acquire); }
+    /// Registers the tracer, which stays the caller's. A null pointer breaks the contract.
+    static void SetInstance(Tracer* pTheTracer);
+
+    /// A tracer is registered, and it is enabled. What every trace site tests first.
+    static bool isActive() {
+        Tracer* const tracer = GetInstance();
+        return tracer != nullptr && tracer->isEnabled();
+    }
+    /// A disabled tracer answers without touching its lock.
+    bool isEnabled() {
+        if (!m_enabled.load(std::memory_order_relaxed))
+            return false;
+        const KFLock lock(m_lock);
+        return m_enabled.load(std::memory_order_relaxed);
+    }
+
+    // ---- configuration
+    // -------------------------------------------------------------------------------------
+
+    /// Reads a trace configuration file and starts tracing when it says so. A missing file only warns. A
+    /// syntax error, or an enabled tracer without a file name, ends the process with status 1.
+    void ReadConfigFile(const char* fileName);
+    /// The folder of bare file names, with its trailing separator.
+    void SetFolderName(std::string folderName);
+    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; a file name is
+    /// completed with "_<index>.txt". Every run begins anew with file 0.
+    void SetFileName(std::string name);
+    /// Recomputes the current file's name; the next drain empties that file.
+    void UpdateFileName();
+
+    void setEnabled(bool enabled);
+    /// Every line is written at once. The flush thread, if there is one, goes on.
+    void setDirectWrite(bool directWrite);
+    void setMaximumFiles(std::int32_t files);
+    void setMaximumLinesPerFile(std::int32_t lines);
+    /// Adds message types to those that are written.
+    void addToLevelMask(std::uint32_t types) { m_levelMask.fetch_or(types, std::memory_order_relaxed); }
+    void setBarIndentation(bool on) { m_barIndentation = on; }
+    void setIndentHiddenCalls(bool on) { m_indentHiddenCalls = on; }
+    void setPrintExits(bool on) { m_printExits = on; }
+    void setPrintTime(bool on) { m_printTime = on; }
+    void setPrintObjectCountAndAddress(bool on) { m_printObjectCountAndAddress = on; }
+
+    std::uint32_t getLevelMask() const { return m_levelMask.load(std::memory_order_relaxed); }
+    bool hasBarIndentation() const { return m_barIndentation; }
+    bool indentsHiddenCalls() const { return m_indentHiddenCalls; }
+    bool printsExits() const { return m_printExits; }
+    bool printsTime() const { return m_printTime; }
+    bool printsObjectCountAndAddress() const { return m_printObjectCountAndAddress; }
+
+    // ---- filters
+    // -------------------------------------------------------------------------------------------
+
+    /// Permits the threads that the pattern names; not null, not empty. "*" is all, "Main*" all that begin
+    /// so,
+    /// "*Worker" all that end so.
+    void TraceTheThread(const char* threadName);
+    /// Permits the calls that the pattern names, for instance "Class::*"; with a leading "-" it hides them,
+    /// and then "-*text*" hides every call that contains the text. Not null, not empty.
+    void TraceTheCall(const char* className);
+    /// No thread and no call is permitted unless a pattern names it.
+    bool isThreadPermittedToPrint(std::string_view name);
+    bool isCallPermittedToPrint(std::string_view name);
+    /// A forbidden call is hidden even when it is permitted.
+    bool isCallForbiddenToPrint(std::string_view name);
+    /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
+    static std::string extractMethodName(const char* prettyName);
+
+    // ---- threads and calls
+    // ---------------------------------------------------------------------------------
+
+    /// Gives the calling thread its name in the trace, when the filters permit that name and the thread has
+    /// none yet. Not null. A thread that never calls this is registered as "th_<id>" by its first traced
+    /// call.
+    void BeginningOfThread(const char* threadName);
+    /// Ends the calling thread's trace; nothing happens when it has none.
+    void EndOfThread();
+    /// Switches the calling thread's calls on or off.
+    void Enable();
+    void Disable();
+
+    /// A call begins on the calling thread. Called by the marker itself.
+    void BeginningOfCall(CallMarker& marker);
+    /// A call ends. Called by the marker itself, on the call's thread.
+    void EndOfCall(CallMarker& marker);
+    /// The marker's thread tracer when a message of this type is to be written, else null.
+    ThreadTracer* threadTracerForMessage(const CallMarker& marker, TraceMsgType type);
+    /// Counts an object up or down; returns the number of living objects of the marker's class, 0 without
+    /// one.
+    int UpdateObjectCount(const CallMarker& marker);
+
+    // ---- output
+    // --------------------------------------------------------------------------------------------
+
+    /// Routes one finished line, which ends in "\n".
+    void PrintString(std::string_view line);
+    /// Writes the queued lines. A file that cannot be opened is told on standard error; the lines stay
+    /// queued.
+    void WriteOnFile();
+    /// Disables the tracer and writes every queued line that can be written.
+    void FinishTracing();
+    /// Writes the stacks of living calls of all traced threads.
+    void PrintStacks();
+    /// Writes the number of living objects per class; always, also when the calling thread is not traced.
+    void PrintAllObjectsCount();
+
+    /// The lock, for those who have several things to do at once.
+    KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
+    /// Where lines go. The caller holds the lock.
+    const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
+
+private:
+    using ThreadTracers = std::map<std::uint64_t, std::unique_ptr<ThreadTracer>>;
+
+    void switchThread(bool on);
+    ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
+
+    static std::atomic<Tracer*> m_Instance;
+
+    // Read without the lock by threads that build a line.
+    std::atomic<bool> m_barIndentation{false};
+    std::atomic<bool> m_indentHiddenCalls{false};
+    std::atomic<bool> m_printExits{false};
+    std::atomic<bool> m_printTime{false};
+    std::atomic<bool> m_printObjectCountAndAddress{false};
+    std::atomic<std::uint32_t> m_levelMask{0};
+    // Written under the lock. A first look may do without it: nobody needs the lock to learn that it is off.
+    std::atomic<bool> m_enabled{false};
+
+    KFMutex m_lock{true};
+    bool m_directWrite KF_GUARDED_BY(m_lock) = false;
+    FileRing m_ring KF_GUARDED_BY(m_lock);
+    LineQueue m_queue KF_GUARDED_BY(m_lock);
+    std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
+    std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
+    std::vector<std::string> m_permittedCalls KF_GUARDED_BY(m_lock);
+    std::vector<std::string> m_forbiddenCalls KF_GUARDED_BY(m_lock);
+    ThreadTracers m_threadTracers KF_GUARDED_BY(m_lock);
+    std::unique_ptr<TracerFlushThread> m_flushThread;
+};
