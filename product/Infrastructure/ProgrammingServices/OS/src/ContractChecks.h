@@ -27,7 +27,7 @@
 void reportContractViolation(const char* kind, const char* condition, const char* file, int line);
 
 // The text is taken in the outer macro, where the condition's own macros (NULL) are not yet expanded.
-#define KF_CHECK_CONTRACT_(kind, condition, text, line)                                                        \
+#define KF_CHECK_CONTRACT_(kind, condition, text, line)                                                      \
     ((condition) ? static_cast<void>(0) : ::reportContractViolation(kind, text, KF_SOURCE, line))
 
 #define KF_REQUIRE(condition, line) KF_CHECK_CONTRACT_("REQUIRE VIOLATION", condition, #condition, line)
