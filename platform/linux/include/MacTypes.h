@@ -1,7 +1,11 @@
 #pragma once
 
-// The base types that every framework of this layer shares, with the widths and the underlying types they
-// have on macOS: a printf format that is right on Linux is right on a Mac of the same word size.
+// The elementary types that every framework header builds on. Widths follow the target's headers: a UInt32 is
+// an unsigned long where long has 32 bits, so that a printf format that is wrong on one host is wrong on
+// both.
+
+#include <cstddef>
+#include <cstdint>
 
 typedef unsigned char UInt8;
 typedef signed char SInt8;
@@ -17,28 +21,37 @@ typedef signed long SInt32;
 typedef unsigned long long UInt64;
 typedef signed long long SInt64;
 
-/// 0 is false, anything else is true.
-typedef unsigned char Boolean;
-
 typedef float Float32;
 typedef double Float64;
 
-/// Results: 0 (noErr) is success, a negative number says what failed.
+typedef unsigned char Boolean;
+typedef UInt8 Byte;
+
 typedef SInt16 OSErr;
 typedef SInt32 OSStatus;
-
 typedef UInt32 OptionBits;
-
-/// Four characters as one number, the first in the highest byte.
+typedef unsigned long ByteCount;
+typedef unsigned long ItemCount;
 typedef UInt32 FourCharCode;
 typedef FourCharCode OSType;
 
-enum { noErr = 0 };
+typedef char* Ptr;
+typedef Ptr* Handle;
+typedef long Size;
 
-/// Names a running application for as long as it runs; see <ApplicationServices/ApplicationServices.h>.
-/// The two words are opaque. {0, kNoProcess} names no process.
+typedef UInt16 UniChar;
+typedef unsigned long UniCharCount;
+typedef unsigned char Str255[256];
+typedef unsigned char* StringPtr;
+typedef const unsigned char* ConstStringPtr;
+typedef const unsigned char* ConstStr255Param;
+
+/// Names a running process until it ends. {0, 0} is no process.
 struct ProcessSerialNumber {
     UInt32 highLongOfPSN;
     UInt32 lowLongOfPSN;
 };
 typedef struct ProcessSerialNumber ProcessSerialNumber;
+typedef ProcessSerialNumber* ProcessSerialNumberPtr;
+
+enum { noErr = 0 };

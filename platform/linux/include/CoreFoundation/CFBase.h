@@ -1,0 +1,63 @@
+#pragma once
+
+#include <MacTypes.h>
+
+#define CF_EXPORT extern "C"
+
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
+#endif
+
+typedef unsigned long CFTypeID;
+typedef unsigned long CFOptionFlags;
+typedef unsigned long CFHashCode;
+typedef signed long CFIndex;
+
+/// Any object of this framework.
+typedef const void* CFTypeRef;
+
+typedef const struct __CFString* CFStringRef;
+
+/// Only a place in the signatures here: memory always comes from the C++ heap.
+typedef const struct __CFAllocator* CFAllocatorRef;
+
+enum CFComparisonResult : CFIndex {
+    kCFCompareLessThan = -1L,
+    kCFCompareEqualTo = 0,
+    kCFCompareGreaterThan = 1
+};
+
+static const CFIndex kCFNotFound = -1;
+
+struct CFRange {
+    CFIndex location;
+    CFIndex length;
+};
+typedef struct CFRange CFRange;
+
+inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
+    return CFRange{location, length};
+}
+
+CF_EXPORT const CFAllocatorRef kCFAllocatorDefault;
+CF_EXPORT const CFAllocatorRef kCFAllocatorSystemDefault;
+CF_EXPORT const CFAllocatorRef kCFAllocatorMalloc;
+CF_EXPORT const CFAllocatorRef kCFAllocatorNull;
+
+/// Returns its argument, now owned once more.
+CF_EXPORT CFTypeRef CFRetain(CFTypeRef cf);
+/// Gives up one ownership; the last one destroys the object.
+CF_EXPORT void CFRelease(CFTypeRef cf);
+/// Owners of the object. A constant answers with the largest number.
+CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef cf);
+
+CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef cf);
+/// Same type and same content; numbers compare by value, whatever their width.
+CF_EXPORT Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2);
+/// Equal objects have equal hashes.
+CF_EXPORT CFHashCode CFHash(CFTypeRef cf);
+/// The text that "%@" prints for a string or a number; other types give a description for people.
+CF_EXPORT CFStringRef CFCopyDescription(CFTypeRef cf);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+/// Seconds.
+typedef double CFTimeInterval;

@@ -1,0 +1,72 @@
+#pragma once
+
+// Maps of one pointer to another. What the pointers are is up to the callbacks: with the kCFType ones,
+// objects of this framework, which the dictionary owns; with NULL, plain pointers, compared as such and not
+// owned.
+
+#include <CoreFoundation/CFBase.h>
+
+typedef const void* (*CFDictionaryRetainCallBack)(CFAllocatorRef allocator, const void* value);
+typedef void (*CFDictionaryReleaseCallBack)(CFAllocatorRef allocator, const void* value);
+typedef CFStringRef (*CFDictionaryCopyDescriptionCallBack)(const void* value);
+typedef Boolean (*CFDictionaryEqualCallBack)(const void* value1, const void* value2);
+typedef CFHashCode (*CFDictionaryHashCallBack)(const void* value);
+
+typedef struct {
+    CFIndex version;
+    CFDictionaryRetainCallBack retain;
+    CFDictionaryReleaseCallBack release;
+    CFDictionaryCopyDescriptionCallBack copyDescription;
+    CFDictionaryEqualCallBack equal;
+    CFDictionaryHashCallBack hash;
+} CFDictionaryKeyCallBacks;
+
+typedef struct {
+    CFIndex version;
+    CFDictionaryRetainCallBack retain;
+    CFDictionaryReleaseCallBack release;
+    CFDictionaryCopyDescriptionCallBack copyDescription;
+    CFDictionaryEqualCallBack equal;
+} CFDictionaryValueCallBacks;
+
+CF_EXPORT const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
+CF_EXPORT const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks;
+CF_EXPORT const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
+
+typedef const struct __CFDictionary* CFDictionaryRef;
+typedef struct __CFDictionary* CFMutableDictionaryRef;
+
+typedef void (*CFDictionaryApplierFunction)(const void* key, const void* value, void* context);
+
+CF_EXPORT CFTypeID CFDictionaryGetTypeID(void);
+
+/// Of equal keys the first counts.
+CF_EXPORT CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                             CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
+                                             const CFDictionaryValueCallBacks* valueCallBacks);
+/// `capacity` is a hint; 0 sets no limit.
+CF_EXPORT CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
+                                                           const CFDictionaryKeyCallBacks* keyCallBacks,
+                                                           const CFDictionaryValueCallBacks* valueCallBacks);
+CF_EXPORT CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
+                                                               CFDictionaryRef dictionary);
+
+CF_EXPORT CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
+CF_EXPORT Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key);
+/// Borrowed; NULL when absent.
+CF_EXPORT const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
+/// Tells an absent key from a NULL value. `value` may be NULL.
+CF_EXPORT Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key,
+                                                const void** value);
+/// In no particular order, but in the same for both; either array may be NULL.
+CF_EXPORT void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
+                                            const void** values);
+CF_EXPORT void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
+                                         void* context);
+
+/// Adds, unless the key is there already.
+CF_EXPORT void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
+/// Adds or replaces.
+CF_EXPORT void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
+CF_EXPORT void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key);
+CF_EXPORT void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary);

@@ -1,0 +1,7 @@
+#pragma once
+
+#define kIOSerialBSDServiceValue "IOSerialBSDClient"
+
+#define kIOTTYDeviceKey "IOTTYDevice"
+#define kIOCalloutDeviceKey "IOCalloutDevice"
+#define kIODialinDeviceKey "IODialinDevice"
