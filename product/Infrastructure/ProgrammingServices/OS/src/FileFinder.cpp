@@ -1,0 +1,27 @@
+#include "FileFinder.h"
+
+#include "FileSearch.h"
+
+#include <utility>
+
+static std::string openAtTheFront(const std::string& pattern) {
+    if (pattern == "*.*") {
+        return "*";
+    }
+    return !pattern.empty() && pattern[0] == '*' ? pattern : "*" + pattern;
+}
+
+FileFinder::FileFinder(const std::string& folder, const std::string& pattern)
+    : FileFinder(FileSearch::withOwnManager(folder, openAtTheFront(pattern))) {}
+
+FileFinder::FileFinder(std::unique_ptr<FileSearch> search) : m_search(std::move(search)) {}
+
+FileFinder::~FileFinder() = default;
+
+bool FileFinder::findFirstFile(std::string& name) {
+    return m_search->next(name);
+}
+
+bool FileFinder::findNextFile(std::string& name) {
+    return m_search->next(name);
+}

@@ -1,0 +1,148 @@
+#include "FileSearch.h"
+
+#include <algorithm>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+// The enumeration keeps no folder open between two calls and never uses more stack for a deeper tree: a
+// folder is read whole when it comes up, and what it holds is put aside as paths. A tree may be deeper than
+// PATH_MAX allows a path to be, so a folder is opened step by step.
+
+namespace {
+
+/// As many characters of a path as one open takes.
+constexpr size_t PATH_STEP = 2048;
+
+size_t charLength(std::string_view text, size_t at) {
+    size_t end = at + 1;
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+        ++end;
+    }
+    return end - at;
+}
+
+/// "*" stands for any run of characters, "?" for one (a whole UTF-8 sequence, not a byte); everything else
+/// for itself. Upon a mismatch only the last "*" has to take more, so the time is bounded by the product of
+/// both lengths.
+bool isLike(std::string_view text, std::string_view pattern) {
+    size_t t = 0, p = 0;
+    size_t star = std::string_view::npos, starText = 0;
+    while (t < text.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            star = p++;
+            starText = t;
+        } else if (p < pattern.size() && pattern[p] == '?') {
+            t += charLength(text, t);
+            ++p;
+        } else if (p < pattern.size() && pattern[p] == text[t]) {
+            ++t;
+            ++p;
+        } else if (star != std::string_view::npos) {
+            p = star + 1;
+            starText += charLength(text, starText);
+            t = starText;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
+class FolderSearch : public FileSearch {
+public:
+    FolderSearch(const std::string& folder, const std::string& pattern)
+        : m_folder(folder), m_pattern(pattern) {
+        readFolder("");
+    }
+
+    bool next(std::string& name) override {
+        while (!m_ahead.empty()) {
+            const Entry entry = m_ahead.back();
+            m_ahead.pop_back();
+            if (entry.isFolder) {
+                readFolder(entry.path);
+            }
+            if (isLike(entry.path, m_pattern)) {
+                name = entry.path;
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    struct Entry {
+        std::string path; // below m_folder
+        bool isFolder;    // a real one, no link
+    };
+
+    /// Puts a folder's entries in front of everything that is still ahead, so that they follow it.
+    void readFolder(const std::string& path);
+    int openFolder(const std::string& path) const;
+
+    const std::string m_folder;
+    const std::string m_pattern;
+    std::vector<Entry> m_ahead; // the next one at the back
+};
+
+bool isFolder(DIR* directory, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN) {
+        return entry.d_type == DT_DIR;
+    }
+    struct stat info;
+    return fstatat(dirfd(directory), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+}
+
+void FolderSearch::readFolder(const std::string& path) {
+    const int descriptor = openFolder(path);
+    DIR* directory = descriptor < 0 ? nullptr : fdopendir(descriptor);
+    if (directory == nullptr) {
+        if (descriptor >= 0) {
+            close(descriptor);
+        }
+        return;
+    }
+    const size_t first = m_ahead.size();
+    while (const dirent* entry = readdir(directory)) {
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
+            m_ahead.push_back(
+                {path.empty() ? entry->d_name : path + "/" + entry->d_name, isFolder(directory, *entry)});
+        }
+    }
+    closedir(directory);
+    std::reverse(m_ahead.begin() + static_cast<std::ptrdiff_t>(first), m_ahead.end());
+}
+
+/// Opens a folder below m_folder, without following a link that may have taken a folder's place meanwhile.
+int FolderSearch::openFolder(const std::string& path) const {
+    constexpr int FLAGS = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    int folder = open(m_folder.c_str(), FLAGS);
+    for (size_t at = 0; folder >= 0 && at < path.size();) {
+        size_t end = path.size();
+        if (end - at > PATH_STEP) {
+            end = path.rfind('/', at + PATH_STEP);
+        }
+        const int below = openat(folder, path.substr(at, end - at).c_str(), FLAGS | O_NOFOLLOW);
+        close(folder);
+        folder = below;
+        at = end + 1;
+    }
+    return folder;
+}
+
+} // namespace
+
+std::unique_ptr<FileSearch> FileSearch::withOwnManager(const std::string& folder,
+                                                       const std::string& pattern) {
+    return std::make_unique<FolderSearch>(folder, pattern);
+}
+
+std::unique_ptr<FileSearch> FileSearch::withSharedManager(const std::string& folder,
+                                                          const std::string& pattern) {
+    return std::make_unique<FolderSearch>(folder, pattern);
+}

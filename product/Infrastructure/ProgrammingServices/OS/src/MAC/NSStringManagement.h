@@ -1,0 +1,16 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <string>
+
+// The conversions of wide text that only Objective-C++ sources need. Thread: any.
+namespace StringManagement {
+
+/// One unit per code point. Empty for nil, and for a text that is no valid Unicode.
+std::wstring NSStringToWString(NSString* s);
+
+/// A new string, which the caller owns and releases; nil when a unit is no code point.
+NSString* WStringToNSString(const std::wstring& w);
+
+} // namespace StringManagement
