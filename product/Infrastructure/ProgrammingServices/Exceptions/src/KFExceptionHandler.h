@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <map>
 #include <signal.h>
 #include <string>
@@ -66,5 +67,8 @@ protected:
     static std::map<std::string, std::string> m_ExceptParams;
 
 private:
+    static void describeCrash(int sig, char* text, std::size_t size);
+    static void describeContractViolation(char* text, std::size_t size);
+
     static std::atomic<KFExceptionHandler*> m_globalHandler;
 };

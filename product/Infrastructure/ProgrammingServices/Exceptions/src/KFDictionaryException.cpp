@@ -1,0 +1,3 @@
+#include "KFDictionaryException.h"
+
+KFDictionaryException::~KFDictionaryException() noexcept = default;

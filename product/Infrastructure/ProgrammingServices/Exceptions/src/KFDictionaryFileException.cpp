@@ -1,0 +1,3 @@
+#include "KFDictionaryFileException.h"
+
+KFDictionaryFileException::~KFDictionaryFileException() noexcept = default;

@@ -1,0 +1,3 @@
+#include "KFDictionaryParsingException.h"
+
+KFDictionaryParsingException::~KFDictionaryParsingException() noexcept = default;
