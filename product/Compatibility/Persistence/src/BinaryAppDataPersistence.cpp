@@ -3,6 +3,7 @@
 #include "CallMarker.h"
 #include "FileReplacement.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -42,8 +43,8 @@ const char* findFault(const std::string& name, const char* data, int size) {
     if (data == nullptr && size > 0) {
         return "there is no data";
     }
-    if (name.size() > static_cast<size_t>(INT_MAX - size) - RECORD_OVERHEAD ||
-        static_cast<size_t>(INT_MAX - size) < RECORD_OVERHEAD) {
+    const size_t room = static_cast<size_t>(INT_MAX - size);
+    if (room < RECORD_OVERHEAD || name.size() > room - RECORD_OVERHEAD) {
         return "the block is too large";
     }
     return nullptr;
@@ -74,12 +75,20 @@ bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
     if (!m_file.read(content)) {
         return false;
     }
-    const size_t end = forEachRecord(content, [&](const t_Param::Record& record) { addToMap(record, params); });
-    if (end != content.size()) {
-        TRACE_MESSAGE(MSG_ERROR, "Parameter file '%s' is damaged at byte %lu of %lu", m_file.getPath().c_str(),
-                      static_cast<unsigned long>(end), static_cast<unsigned long>(content.size()));
-    }
+    readRecords(content, params);
     return true;
+}
+
+bool BinaryAppDataPersistence::readRecords(const std::string& content, ParamMap& params) const {
+    TRACE_METHOD();
+    const size_t end =
+        forEachRecord(content, [&](const t_Param::Record& record) { addToMap(record, params); });
+    if (end == content.size()) {
+        return true;
+    }
+    TRACE_MESSAGE(MSG_ERROR, "Parameter file '%s' is damaged at byte %lu of %lu", m_file.getPath().c_str(),
+                  static_cast<unsigned long>(end), static_cast<unsigned long>(content.size()));
+    return false;
 }
 
 bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
@@ -91,4 +100,65 @@ bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
         content.append(record.get(), static_cast<size_t>(length));
     }
     return m_file.write(content);
+}
+
+bool BinaryAppDataPersistence::keepDamagedFile(const std::string& content) const {
+    TRACE_METHOD();
+    const std::string path = m_file.getPath() + ".damaged";
+    if (FileReplacement::replace(path, content)) {
+        TRACE_MESSAGE(MSG_WARNING, "The damaged parameter file is kept as '%s'", path.c_str());
+        return true;
+    }
+    TRACE_MESSAGE(MSG_ERROR, "Cannot keep the damaged parameter file as '%s' : %s", path.c_str(),
+                  strerror(errno));
+    return false;
+}
+
+bool BinaryAppDataPersistence::writeUnformattedParam(const std::string& name, const char* data, int size) {
+    TRACE_METHOD();
+    if (const char* fault = findFault(name, data, size)) {
+        TRACE_MESSAGE(MSG_ERROR, "Parameter '%s' refused : %s", name.c_str(), fault);
+        return false;
+    }
+    return m_file.whileLocked([&] {
+        std::string content;
+        ParamMap params;
+        if (!m_file.read(content)) {
+            return false;
+        }
+        // Writing drops what lies behind a damage, so that goes to a file of its own first.
+        if (!readRecords(content, params) && !keepDamagedFile(content)) {
+            return false;
+        }
+        params[name] = t_Param(name, data, size);
+        return writePersistenceFile(params);
+    });
+}
+
+char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, int& size) {
+    TRACE_METHOD();
+    std::string content;
+    t_Param::Record found = {nullptr, 0, nullptr, 0};
+    if (m_file.read(content)) {
+        forEachRecord(content, [&](const t_Param::Record& record) { // to the end: a later record replaces
+            if (record.nameLength == name.size() && memcmp(record.name, name.data(), name.size()) == 0) {
+                found = record;
+            }
+        });
+    }
+    if (found.name == nullptr) {
+        TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
+        return nullptr;
+    }
+    char* const copy = new char[static_cast<size_t>(found.size)];
+    memcpy(copy, found.data, static_cast<size_t>(found.size));
+    size = found.size;
+    return copy;
+}
+
+void BinaryAppDataPersistence::eraseAllParams() {
+    TRACE_METHOD();
+    if (m_file.exists()) {
+        m_file.whileLocked([this] { return writePersistenceFile(ParamMap()); });
+    }
 }

@@ -38,7 +38,9 @@ public:
     virtual bool writePersistenceFile(const ParamMap& params);
 
 private:
-    bool keepDamagedFile(const std::string& content);
+    /// False, with the place traced, when the content is damaged; what precedes the damage is in the map.
+    bool readRecords(const std::string& content, ParamMap& params) const;
+    bool keepDamagedFile(const std::string& content) const;
 
     PersistenceFile m_file;
 };

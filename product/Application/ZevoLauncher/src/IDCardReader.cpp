@@ -1,0 +1,119 @@
+#include "IDCardReader.h"
+
+#include "CallMarker.h"
+
+#include <algorithm>
+#include <fstream>
+
+static const char CARD_NAME[] = "ID.txt";
+
+// isprint() of the "C" locale, whatever locale the process has set.
+static bool isPrinting(char c) {
+    return c >= ' ' && c <= '~';
+}
+
+static std::string cutAtFirstNonPrinting(const std::string& text) {
+    return std::string(text.begin(), std::find_if_not(text.begin(), text.end(), isPrinting));
+}
+
+IDCardReader::IDCardReader(std::string folder) : m_folder(folder) {
+    TRACE_CONSTRUCTOR("IDCardReader");
+}
+
+IDCardReader::~IDCardReader() {
+    TRACE_DESTRUCTOR("IDCardReader");
+}
+
+bool IDCardReader::readIDCard() {
+    TRACE_METHOD();
+    std::ifstream card((m_folder + CARD_NAME).c_str());
+    bool stored = false;
+    std::string line;
+    while (std::getline(card, line)) {
+        // DELIBERATE: a card that holds "&" anywhere is refused, even where a comment would be meant.
+        if (line.find('&') != std::string::npos)
+            return false;
+        if (storePair(line))
+            stored = true;
+    }
+    return stored;
+}
+
+// False when the line has an empty key.
+bool IDCardReader::storePair(const std::string& line) {
+    TRACE_METHOD();
+    const std::string::size_type equals = line.find('=');
+    // A line without "=" is its own key and value.
+    const std::string key = line.substr(0, equals);
+    const std::string value = equals == std::string::npos ? line : line.substr(equals + 1);
+    if (key.empty())
+        return false;
+    m_params[key] = cutAtFirstNonPrinting(value);
+    return true;
+}
+
+std::string IDCardReader::getParam(const std::string& key) {
+    TRACE_METHOD();
+    const auto found = m_params.find(key);
+    return found == m_params.end() ? std::string() : found->second;
+}
+
+std::map<std::string, std::string> IDCardReader::getIDCardParams() {
+    TRACE_METHOD();
+    return m_params;
+}
+
+std::string IDCardReader::getFleetID() {
+    TRACE_METHOD();
+    return getParam("FLEET_ID");
+}
+
+std::string IDCardReader::getCustomerID() {
+    TRACE_METHOD();
+    return getParam("CUSTOMER_ID");
+}
+
+std::string IDCardReader::getGenerationVersion() {
+    TRACE_METHOD();
+    return getParam("GENERATION_VERSION");
+}
+
+std::string IDCardReader::getZevoAdministrationTool() {
+    TRACE_METHOD();
+    return getParam("IT_MANAGER");
+}
+
+std::string IDCardReader::getBUName() {
+    TRACE_METHOD();
+    return getParam("BU_NAME");
+}
+
+std::string IDCardReader::getReferenceVersion() {
+    TRACE_METHOD();
+    return getParam("REFERENCE_VERSION");
+}
+
+std::string IDCardReader::getProductName() {
+    TRACE_METHOD();
+    return getParam("PRODUCT_NAME");
+}
+
+std::string IDCardReader::getBuildTarget() {
+    TRACE_METHOD();
+    return getParam("BUILD_TARGET");
+}
+
+std::string IDCardReader::getCommercialVersion() {
+    TRACE_METHOD();
+    return getParam("COMMERCIAL_VERSION");
+}
+
+std::string IDCardReader::getProductVersion() {
+    TRACE_METHOD();
+    return getParam("PRODUCT_VERSION");
+}
+
+std::string IDCardReader::getUpgradeCode() {
+    TRACE_METHOD();
+    return getParam("UPGRADE_CODE");
+}

@@ -1,0 +1,37 @@
+#include "CallMarker.h"
+#include "KFExceptionHandler.h"
+#include "Logger.h"
+#include "MessageType.h"
+#include "StartUp.h"
+#include "Tracer.h"
+#include "ZevoLauncher.h"
+
+static const char RULE[] = "-----------------------------------------------";
+
+static bool isLogging() {
+    return Logger::GetInstance() != NULL && Logger::GetInstance()->isEnabled();
+}
+
+int main() {
+    initTracesAndLogs();
+    KFExceptionHandler::GetInstance();
+    if (Tracer::isActive())
+        Tracer::GetInstance()->BeginningOfThread("MAIN");
+
+    TRACE_FUNCTION("ZevoLauncher::Main");
+    TRACE_MESSAGE(MSG_DEBUG, "%s", RULE);
+    TRACE_MESSAGE(MSG_DEBUG, "\t\t\tLaunching ZevoLauncher");
+    TRACE_MESSAGE(MSG_DEBUG, "%s", RULE);
+
+    ZevoLauncher launcher;
+    launcher.init();
+    launcher.run();
+
+    if (Tracer::isActive())
+        Tracer::GetInstance()->EndOfThread();
+    if (Tracer::isActive())
+        Tracer::GetInstance()->FinishTracing();
+    if (isLogging())
+        Logger::GetInstance()->FinishLogging();
+    return 0;
+}

@@ -1,0 +1,94 @@
+#include "StartUp.h"
+
+#include "AppData.h"
+#include "CallMarker.h"
+#include "FileSystemManagement.h"
+#include "IDCardReader.h"
+#include "KFExceptionHandler.h"
+#include "LogMessage.h"
+#include "Logger.h"
+#include "MessageType.h"
+#include "Tracer.h"
+
+#include <memory>
+
+// Support knows these failures by this file and these lines; they do not follow the code around.
+static const char KF_SOURCE[] = "product/Application/ZevoLauncher/src/Mac/Main";
+static const int NO_CARD_LINE = 43;
+static const int NO_LOG_FOLDER_LINE = 54;
+
+static const char DOMAIN_NAME[] = "Logs";
+
+// Ends the process through the crash handler; returns only where that is not in force.
+static void reportFailure(const char* message, int line) {
+    TRACE_FUNCTION("reportFailure");
+    KFExceptionHandler::GetInstance()->throwException(0, "INTERNAL ERROR", message, KF_SOURCE, line);
+}
+
+// The two messages carry quotation marks of their own and differ in the blank before the colon; both is
+// deliberate, support searches for them as they are.
+static void readCard(IDCardReader& card) {
+    TRACE_FUNCTION("readCard");
+    if (!card.readIDCard())
+        reportFailure("\"cannot start ZevoLauncher: no ID card\"", NO_CARD_LINE);
+}
+
+static void makeLogFolder(const std::string& folder) {
+    TRACE_FUNCTION("makeLogFolder");
+    if (!FileSystemManagement::existFile(folder) && !FileSystemManagement::createFolder(folder))
+        reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
+}
+
+// The tracer and the logger live to the end of the process: threads may trace and log until then.
+static void startTracer(const std::string& logFolder, const std::string& configurationFile) {
+    TRACE_FUNCTION("startTracer");
+    if (Tracer::GetInstance() != NULL)
+        return;
+    Tracer* tracer = std::make_unique<Tracer>().release();
+    Tracer::SetInstance(tracer);
+    tracer->SetFolderName(logFolder);
+    tracer->ReadConfigFile(configurationFile.c_str());
+    // Already here: the first traced call, even one of this file, would register the thread under its number,
+    // and a name that comes later has no effect.
+    if (Tracer::isActive())
+        tracer->BeginningOfThread("MAIN");
+}
+
+static void startLogger(const std::string& logFolder, const std::string& configurationFile) {
+    TRACE_FUNCTION("startLogger");
+    if (Logger::GetInstance() != NULL)
+        return;
+    Logger* logger = std::make_unique<Logger>().release();
+    Logger::SetInstance(logger);
+    logger->SetFolderName(logFolder);
+    logger->ReadConfigFile(configurationFile.c_str());
+}
+
+static void logBanner(const std::string& executable, IDCardReader& card) {
+    TRACE_FUNCTION("logBanner");
+    LOG_MESSAGE(MSG_LEVEL_0, "Starting Vurl %s with ID card :", executable.c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Commercial version : %s", card.getCommercialVersion().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Product Name : %s", card.getProductName().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * BU Name : %s", card.getBUName().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Build Target : %s", card.getBuildTarget().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Reference version : %s", card.getReferenceVersion().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Product version : %s", card.getProductVersion().c_str());
+    LOG_MESSAGE(MSG_LEVEL_0, " * Upgrade Code : %s", card.getUpgradeCode().c_str());
+}
+
+void initTracesAndLogs() {
+    TRACE_FUNCTION("initTracesAndLogs");
+    const std::string folder = FileSystemManagement::getCurrentExecutableDirectory();
+    const std::string executable = FileSystemManagement::getCurrentExecutableName();
+    IDCardReader card(folder);
+    readCard(card);
+    AppData::setGlobalScope(card.getUpgradeCode());
+
+    const AppData logs(DOMAIN_NAME);
+    const std::string logFolder = logs.getPathForFile("Logs");
+    makeLogFolder(logFolder);
+
+    startTracer(logFolder, folder + "tracer_zevolauncher.cfg");
+    startLogger(logFolder, folder + "logger_launcher.cfg");
+    logBanner(executable, card);
+}

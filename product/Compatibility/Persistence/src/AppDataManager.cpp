@@ -1,0 +1,110 @@
+#include "AppDataManager.h"
+
+#include "CallMarker.h"
+#include "FileSystemManagement.h"
+#include "FolderNames.h"
+#include "PatternFileFinder.h"
+
+#include <set>
+
+static std::string dataPath(const std::string& base, const std::string& scope) {
+    const char separator = FileSystemManagement::getFolderSeparator();
+    return base + separator + FOLDERNAME_FERROW + separator + scope;
+}
+
+static std::string domainFolder(const std::string& path, const std::string& domain) {
+    const char separator = FileSystemManagement::getFolderSeparator();
+    return path + separator + domain + separator;
+}
+
+static void collectNames(const std::string& folder, std::set<std::string>& names) {
+    TRACE_FUNCTION("collectNames");
+    PatternFileFinder finder(folder, "*.*");
+    std::string name;
+    for (bool found = finder.findFirstFile(name); found; found = finder.findNextFile(name)) {
+        if (name != "." && name != "..")
+            names.insert(name);
+    }
+}
+
+static void removeFolder(const std::string& path) {
+    TRACE_FUNCTION("removeFolder");
+    if (FileSystemManagement::existFolder(path))
+        FileSystemManagement::deleteFolder(path, true);
+}
+
+AppDataManager* AppDataManager::getInstance() {
+    TRACE_FUNCTION("AppDataManager::getInstance");
+    static AppDataManager* instance = new AppDataManager;
+    return instance;
+}
+
+AppDataManager::AppDataManager() {
+    TRACE_CONSTRUCTOR("AppDataManager");
+}
+
+AppDataManager::~AppDataManager() {
+    TRACE_DESTRUCTOR("AppDataManager");
+}
+
+void AppDataManager::setGlobalScope(const std::string& scope) {
+    TRACE_METHOD();
+    m_globalScope = scope;
+}
+
+void AppDataManager::getDataPath(std::string& userPath, std::string& allUsersPath,
+                                 const std::string& scope) const {
+    TRACE_METHOD();
+    userPath = dataPath(FileSystemManagement::getUserAppDataDirectory(), scope);
+    allUsersPath = dataPath(FileSystemManagement::getCommonAppDataDirectory(), scope);
+}
+
+std::string AppDataManager::getAllUsersDataPath() {
+    TRACE_METHOD();
+    std::string userPath, allUsersPath;
+    getDataPath(userPath, allUsersPath, m_globalScope);
+    return allUsersPath + FileSystemManagement::getFolderSeparator();
+}
+
+std::string AppDataManager::getPathForFile(const std::string& domain, const std::string& file) const {
+    TRACE_METHOD();
+    std::string userPath, allUsersPath;
+    getDataPath(userPath, allUsersPath, m_globalScope);
+    const std::string userFolder = domainFolder(userPath, domain);
+    if (FileSystemManagement::existFile(userFolder + file))
+        return userFolder;
+    const std::string allUsersFolder = domainFolder(allUsersPath, domain);
+    if (FileSystemManagement::existFile(allUsersFolder + file))
+        return allUsersFolder;
+    const std::string executableFolder = FileSystemManagement::getCurrentExecutableDirectory() + domain +
+                                         FileSystemManagement::getFolderSeparator();
+    if (FileSystemManagement::existFile(executableFolder + file))
+        return executableFolder;
+    return userFolder;
+}
+
+std::list<std::string> AppDataManager::getFiles(const std::string& domain) const {
+    TRACE_METHOD();
+    std::string userPath, allUsersPath;
+    getDataPath(userPath, allUsersPath, m_globalScope);
+    std::set<std::string> names;
+    collectNames(domainFolder(userPath, domain), names);
+    collectNames(domainFolder(allUsersPath, domain), names);
+    return std::list<std::string>(names.begin(), names.end());
+}
+
+void AppDataManager::removeAllData(const std::string& scope) {
+    TRACE_METHOD();
+    std::string userPath, allUsersPath;
+    getDataPath(userPath, allUsersPath, scope);
+    removeFolder(allUsersPath);
+    removeFolder(userPath);
+
+    // DELIBERATE: the machine's downloads stay, other users share them.
+    getDataPath(userPath, allUsersPath, FOLDERNAME_DOWNLOADS);
+    removeFolder(userPath);
+
+    getDataPath(userPath, allUsersPath, "");
+    FileSystemManagement::DeleteEmptyFolder(userPath);
+    FileSystemManagement::DeleteEmptyFolder(allUsersPath);
+}
