@@ -21,8 +21,9 @@ namespace FileReplacement {
 /// @param path     the file; its folder must exist
 /// @param content  the bytes to store, any values
 /// @return true when the new content is on the disk; otherwise false with errno set, and the old content
-/// stands Thread: any; concurrent replacements of one file, by threads or processes, happen one after the
-/// other.
+/// stands
+///
+/// Thread: any; concurrent replacements of one file, by threads or processes, happen one after the other.
 bool replace(const std::string& path, const std::string& content);
 
 } // namespace FileReplacement
