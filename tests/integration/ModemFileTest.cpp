@@ -1,0 +1,72 @@
+#include "ModemFile.h"
+
+#include "ThrowAwayFolder.h"
+
+#include <dirent.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <stdexcept>
+
+using namespace Zevo;
+using testing::HasSubstr;
+
+namespace {
+
+std::string messageFor(const std::string& text) {
+    const ThrowAwayFolder folder("modem-file");
+    const std::string path = folder.path() + "/a.modem";
+    std::ofstream(path) << text;
+    try {
+        readModemFile(path);
+    } catch (const std::runtime_error& problem) {
+        return problem.what();
+    }
+    return "accepted";
+}
+
+TEST(ModemFile, HoldsBothPersonalitiesWithTheirInterfaces) {
+    const Modem modem = readModemFile(ZEVO_MODEMS "/composite.modem");
+    EXPECT_EQ(modem.name, "Composite stick");
+    EXPECT_EQ(hardwareIdentifier(modem.cdRom), "USB#Vid_19d2&Pid_2000");
+    EXPECT_EQ(hardwareIdentifier(modem.modem), "USB#Vid_19d2&Pid_0167");
+    ASSERT_EQ(modem.modem.interfaces.size(), 5u);
+    EXPECT_EQ(modem.modem.interfaces[0].driver, "option");
+    ASSERT_EQ(modem.modem.interfaces[0].functions.size(), 1u);
+    EXPECT_EQ(modem.modem.interfaces[0].functions[0].subsystem, "tty");
+    EXPECT_EQ(modem.modem.interfaces[3].usbClass, 2u);
+    EXPECT_EQ(modem.modem.interfaces[3].functions[0].prefix, "usb");
+}
+
+TEST(ModemFile, EveryFileOfTheFolderCanBeRead) {
+    int count = 0;
+    DIR* folder = opendir(ZEVO_MODEMS);
+    while (const dirent* entry = readdir(folder))
+        if (entry->d_name[0] != '.') {
+            EXPECT_NO_THROW(readModemFile(std::string(ZEVO_MODEMS "/") + entry->d_name)) << entry->d_name;
+            ++count;
+        }
+    closedir(folder);
+    EXPECT_GE(count, 3);
+}
+
+TEST(ModemFile, NamesTheLineThatIsWrong) {
+    EXPECT_THAT(messageFor("name = x\n\nrubbish\n"), HasSubstr("a.modem:3: neither a section nor"));
+    EXPECT_THAT(messageFor("vendor = 1\n"), HasSubstr("a.modem:1: \"vendor\" stands before a section"));
+    EXPECT_THAT(messageFor("[modem]\nvendor = 12d1f\n"),
+                HasSubstr("a.modem:2: \"12d1f\" is not a hexadecimal"));
+    EXPECT_THAT(messageFor("[modem]\ncolour = 1\n"), HasSubstr("a.modem:2: unknown name \"colour\""));
+    EXPECT_THAT(messageFor("[modem]\ninterface = 08 06\n"),
+                HasSubstr("a.modem:2: \"\" is not a hexadecimal"));
+    EXPECT_THAT(messageFor("[modem]\ninterface = 8 6 50 x, disk sda\n"),
+                HasSubstr("\"disk sda\" is no \"tty\""));
+}
+
+TEST(ModemFile, NeedsBothPersonalities) {
+    EXPECT_THAT(messageFor("[modem]\nvendor = 1\nproduct = 2\n"), HasSubstr("a personality is missing"));
+}
+
+TEST(ModemFile, MissingFileIsAnErrorThatNamesIt) {
+    EXPECT_THROW(readModemFile("/nowhere/a.modem"), std::runtime_error);
+}
+
+} // namespace

@@ -1,0 +1,124 @@
+#include "ModemFile.h"
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace Zevo {
+namespace {
+
+std::string trimmed(const std::string& text) {
+    const char BLANKS[] = " \t\r";
+    const std::string::size_type first = text.find_first_not_of(BLANKS);
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+}
+
+class Reader {
+public:
+    explicit Reader(const std::string& path) : m_path(path), m_stream(path) {
+        if (!m_stream)
+            throw std::runtime_error(path + ": cannot be opened");
+    }
+
+    Modem read() {
+        std::string line;
+        while (std::getline(m_stream, line)) {
+            ++m_line;
+            const std::string text = trimmed(line);
+            if (!text.empty() && text[0] != '#')
+                readLine(text);
+        }
+        require(m_modem.cdRom.vendor != 0 && m_modem.modem.vendor != 0, "a personality is missing");
+        return m_modem;
+    }
+
+private:
+    void require(bool condition, const std::string& problem) const {
+        if (!condition)
+            throw std::runtime_error(m_path + ":" + std::to_string(m_line) + ": " + problem);
+    }
+
+    void readLine(const std::string& text) {
+        if (text == "[cdrom]") {
+            m_section = &m_modem.cdRom;
+        } else if (text == "[modem]") {
+            m_section = &m_modem.modem;
+        } else {
+            const std::string::size_type equals = text.find('=');
+            require(equals != std::string::npos, "neither a section nor \"name = value\"");
+            readPair(trimmed(text.substr(0, equals)), trimmed(text.substr(equals + 1)));
+        }
+    }
+
+    void readPair(const std::string& name, const std::string& value) {
+        if (name == "name") {
+            m_modem.name = value;
+            return;
+        }
+        require(m_section != nullptr, "\"" + name + "\" stands before a section");
+        if (name == "vendor")
+            m_section->vendor = hexadecimal(value);
+        else if (name == "product")
+            m_section->product = hexadecimal(value);
+        else if (name == "text")
+            m_section->productText = value;
+        else if (name == "interface")
+            m_section->interfaces.push_back(interfaceOf(value));
+        else
+            require(false, "unknown name \"" + name + "\"");
+    }
+
+    unsigned hexadecimal(const std::string& text) const {
+        const bool isNumber = !text.empty() && text.size() <= 4 &&
+                              text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+        require(isNumber, "\"" + text + "\" is not a hexadecimal number of up to four digits");
+        return static_cast<unsigned>(std::stoul(text, nullptr, 16));
+    }
+
+    UsbInterface interfaceOf(const std::string& value) const {
+        std::istringstream parts(value);
+        std::string head;
+        std::getline(parts, head, ',');
+        UsbInterface result = interfaceHead(head);
+        std::string function;
+        while (std::getline(parts, function, ','))
+            result.functions.push_back(functionOf(function));
+        return result;
+    }
+
+    UsbInterface interfaceHead(const std::string& head) const {
+        UsbInterface result;
+        std::istringstream words(head);
+        std::string usbClass, subClass, protocol;
+        words >> usbClass >> subClass >> protocol >> result.driver;
+        result.usbClass = hexadecimal(usbClass);
+        result.subClass = hexadecimal(subClass);
+        result.protocol = hexadecimal(protocol);
+        return result;
+    }
+
+    UsbFunction functionOf(const std::string& text) const {
+        UsbFunction result;
+        std::istringstream(text) >> result.subsystem >> result.prefix;
+        const bool isKnown = result.subsystem == "tty" || result.subsystem == "net";
+        require(isKnown && !result.prefix.empty(),
+                "\"" + trimmed(text) + "\" is no \"tty\" or \"net\" with a name");
+        return result;
+    }
+
+    std::string m_path;
+    std::ifstream m_stream;
+    int m_line = 0;
+    Modem m_modem;
+    UsbDevice* m_section = nullptr;
+};
+
+} // namespace
+
+Modem readModemFile(const std::string& path) {
+    return Reader(path).read();
+}
+
+} // namespace Zevo

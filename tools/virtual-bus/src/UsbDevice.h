@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Zevo {
+
+/** What a driver makes of an interface: a serial port or a network interface. The bus gives it the lowest
+   free number, as the kernel does: the prefix "ttyUSB" becomes ttyUSB0, ttyUSB1, ... */
+struct UsbFunction {
+    std::string subsystem; // "tty" or "net"
+    std::string prefix;
+};
+
+struct UsbInterface {
+    unsigned usbClass = 0xff;
+    unsigned subClass = 0xff;
+    unsigned protocol = 0xff;
+    std::string driver; // empty: no driver takes it
+    std::vector<UsbFunction> functions;
+};
+
+/** One personality of a device, as it shows itself on the bus. */
+struct UsbDevice {
+    unsigned vendor = 0;
+    unsigned product = 0;
+    std::string productText;
+    std::vector<UsbInterface> interfaces;
+};
+
+/** The text by which the launcher knows this device, for example USB#Vid_12d1&Pid_1001. */
+std::string hardwareIdentifier(const UsbDevice& device);
+
+/** A device with one storage interface, as every modem shows itself before it is switched. */
+UsbDevice makeCdRom(unsigned vendor, unsigned product);
+
+/** A device with one vendor-specific interface that no driver takes. */
+UsbDevice makePlainDevice(unsigned vendor, unsigned product);
+
+} // namespace Zevo
