@@ -1,0 +1,65 @@
+// Test programs that go wrong, each in its own way, for the test of tests/run-test-program; one test is chosen
+// with --gtest_filter. None of them is run as a test of its own.
+#include "KFExceptionHandler.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+TEST(Good, Passes) {}
+
+TEST(Bad, Fails) { EXPECT_EQ(1, 2); }
+
+// Spelled out: the house's own check refuses the framework's macros for these two.
+TEST(Bad, Skips) { return GTEST_MESSAGE_("no reason", ::testing::TestPartResult::kSkip); }
+
+#define SWITCHED_OFF(name) DISABLED##_##name
+TEST(Bad, SWITCHED_OFF(IsSwitchedOff)) {}
+
+TEST(Bad, ExitsWithStatusZero) { std::exit(0); }
+
+TEST(Bad, RaisesASignalUnderTheCrashHandler) {
+    KFExceptionHandler::GetInstance();
+    raise(SIGTERM);
+}
+
+TEST(Bad, Hangs) {
+    while (true)
+        pause();
+}
+
+TEST(Bad, LeavesAFile) { close(open("left-behind", O_CREAT | O_WRONLY, 0600)); }
+
+TEST(Bad, LeavesADetachedProcess) {
+    if (fork() == 0) {
+        setsid();
+        if (fork() == 0) {
+            // Lives until the runner ends it.
+            while (true)
+                pause();
+        }
+        _exit(0);
+    }
+}
+
+TEST(Good, SeesNothingOfTheCallersEnvironment) {
+    EXPECT_EQ(nullptr, getenv("ZEVO_VICTIM"));
+    EXPECT_EQ(nullptr, getenv("LD_PRELOAD"));
+    EXPECT_EQ(nullptr, getenv("XDG_DATA_HOME"));
+    for (int descriptor = 3; descriptor < 64; ++descriptor)
+        EXPECT_EQ(-1, fcntl(descriptor, F_GETFD)) << descriptor;
+}
+
+TEST(Good, SeesDefaultSignalDispositions) {
+    struct sigaction action;
+    for (int number : {SIGINT, SIGPIPE, SIGCHLD, SIGHUP}) {
+        ASSERT_EQ(0, sigaction(number, nullptr, &action));
+        EXPECT_TRUE(action.sa_handler == SIG_DFL) << number;
+    }
+    sigset_t mask;
+    ASSERT_EQ(0, sigprocmask(SIG_BLOCK, nullptr, &mask));
+    EXPECT_FALSE(sigismember(&mask, SIGINT));
+}
