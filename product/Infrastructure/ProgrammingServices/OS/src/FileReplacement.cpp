@@ -22,8 +22,8 @@ std::string folderOf(const std::string& path) {
     return path.substr(0, slash == 0 ? 1 : slash);
 }
 
-/// The path that a chain of symbolic links ends in, whether or not a file is there yet. realpath cannot be used:
-/// it fails for a link whose target is still to be created.
+/// The path that a chain of symbolic links ends in, whether or not a file is there yet. realpath cannot be
+/// used: it fails for a link whose target is still to be created.
 bool followLinks(std::string& path) {
     for (int followed = 0; followed < MAX_LINKS; ++followed) {
         char target[PATH_MAX];
@@ -64,16 +64,17 @@ bool flush(int descriptor) {
 }
 
 void flushFolder(const std::string& folder) {
-    // The rename has happened; a folder that cannot be flushed (some network file systems) takes nothing back.
+    // The rename has happened; a folder that cannot be flushed (some network file systems) takes nothing
+    // back.
     const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_CLOEXEC));
     if (descriptor.isOpen()) {
         flush(descriptor.get());
     }
 }
 
-/// Opens and locks the file that is to become the new content. The name is fixed, so a killed process leaves at
-/// most one such file, and the next replacement uses it up. The lock makes a second writer wait; when it gets
-/// the lock, the first has renamed the file away, which the comparison of the two stats shows.
+/// Opens and locks the file that is to become the new content. The name is fixed, so a killed process leaves
+/// at most one such file, and the next replacement uses it up. The lock makes a second writer wait; when it
+/// gets the lock, the first has renamed the file away, which the comparison of the two stats shows.
 FileDescriptor openNewFile(const std::string& path) {
     for (;;) {
         FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
@@ -85,7 +86,8 @@ FileDescriptor openNewFile(const std::string& path) {
         if (fstat(file.get(), &opened) != 0) {
             return FileDescriptor();
         }
-        if (lstat(path.c_str(), &named) != 0 || opened.st_ino != named.st_ino || opened.st_dev != named.st_dev) {
+        if (lstat(path.c_str(), &named) != 0 || opened.st_ino != named.st_ino ||
+            opened.st_dev != named.st_dev) {
             continue;
         }
         if (S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid()) {

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// Runs `action` in a child process and returns its result; false as well when the child died.
+template <typename Action>
+bool inAnotherProcess(Action action) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(action() ? 0 : 1);
+    }
+    int status = 0;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// The same in `folder`, as a user whom file modes bind: the superuser's children become nobody's. Paths are
+/// to be relative, since the folders above may be closed to that user.
+template <typename Action>
+bool asOrdinaryUser(const std::string& folder, Action action) {
+    return inAnotherProcess([&] {
+        const uid_t nobody = 65534;
+        const bool ready =
+            chdir(folder.c_str()) == 0 && (geteuid() != 0 || (setgid(nobody) == 0 && setuid(nobody) == 0));
+        return ready && action();
+    });
+}
