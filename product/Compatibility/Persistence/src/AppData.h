@@ -17,6 +17,14 @@ public:
     std::list<std::string> getFiles() const;
     static void removeAllData(const std::string& scope);
 
+    bool readParam(const std::string& name, std::string& value) const;
+    bool writeParam(const std::string& name, const std::string& value);
+    bool writeParamForAllUsers(const std::string& name, const std::string& value);
+    char* readUnformattedParam(const std::string& name, int& size) const;
+    bool writeUnformattedParam(const std::string& name, const char* data, int size);
+    bool writeUnformattedParamForAllUsers(const std::string& name, const char* data, int size);
+    void removeData();
+
 private:
     std::string m_domain;
 };

@@ -1,9 +1,11 @@
 #include "AppDataManager.h"
 
+#include "BinaryPersistenceManager.h"
 #include "CallMarker.h"
 #include "FileSystemManagement.h"
 #include "FolderNames.h"
 #include "PatternFileFinder.h"
+#include "PersistenceManager.h"
 
 #include <set>
 
@@ -31,6 +33,20 @@ static void removeFolder(const std::string& path) {
     TRACE_FUNCTION("removeFolder");
     if (FileSystemManagement::existFolder(path))
         FileSystemManagement::deleteFolder(path, true);
+}
+
+/// The domain's pair of stores, made with this scope when there is none yet.
+template <typename Store>
+static std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>&
+storesOf(std::map<std::string, std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>>& stores,
+         const std::string& scope, const std::string& domain) {
+    TRACE_FUNCTION("storesOf");
+    auto& pair = stores[domain];
+    if (pair.first == nullptr) {
+        pair.first = std::make_unique<Store>(scope, domain, PERSISTENCE_CURRENT_USER);
+        pair.second = std::make_unique<Store>(scope, domain, PERSISTENCE_ALL_USERS);
+    }
+    return pair;
 }
 
 AppDataManager* AppDataManager::getInstance() {
@@ -107,4 +123,61 @@ void AppDataManager::removeAllData(const std::string& scope) {
     getDataPath(userPath, allUsersPath, "");
     FileSystemManagement::DeleteEmptyFolder(userPath);
     FileSystemManagement::DeleteEmptyFolder(allUsersPath);
+}
+
+AppDataManager::StorePair& AppDataManager::getPersistence(const std::string& domain) {
+    TRACE_METHOD();
+    return storesOf(m_stores, m_globalScope, domain);
+}
+
+AppDataManager::BinaryStorePair& AppDataManager::getBinaryPersistence(const std::string& domain) {
+    TRACE_METHOD();
+    return storesOf(m_binaryStores, m_globalScope, domain);
+}
+
+bool AppDataManager::readParam(const std::string& domain, const std::string& name, std::string& value) {
+    TRACE_METHOD();
+    const StorePair& stores = getPersistence(domain);
+    return stores.first->readParam(name, value) || stores.second->readParam(name, value);
+}
+
+bool AppDataManager::writeParam(const std::string& domain, const std::string& name,
+                                const std::string& value) {
+    TRACE_METHOD();
+    return getPersistence(domain).first->writeParam(name, value);
+}
+
+bool AppDataManager::writeParamForAllUsers(const std::string& domain, const std::string& name,
+                                           const std::string& value) {
+    TRACE_METHOD();
+    return getPersistence(domain).second->writeParam(name, value);
+}
+
+char* AppDataManager::readUnformattedParam(const std::string& domain, const std::string& name, int& size) {
+    TRACE_METHOD();
+    const BinaryStorePair& stores = getBinaryPersistence(domain);
+    char* const data = stores.first->readUnformattedParam(name, size);
+    return data != nullptr ? data : stores.second->readUnformattedParam(name, size);
+}
+
+bool AppDataManager::writeUnformattedParam(const std::string& domain, const std::string& name,
+                                           const char* data, int size) {
+    TRACE_METHOD();
+    return getBinaryPersistence(domain).first->writeUnformattedParam(name, data, size);
+}
+
+bool AppDataManager::writeUnformattedParamForAllUsers(const std::string& domain, const std::string& name,
+                                                      const char* data, int size) {
+    TRACE_METHOD();
+    return getBinaryPersistence(domain).second->writeUnformattedParam(name, data, size);
+}
+
+void AppDataManager::removeDomainData(const std::string& domain) {
+    TRACE_METHOD();
+    const StorePair& stores = getPersistence(domain);
+    stores.first->eraseAllParams();
+    stores.second->eraseAllParams();
+    const BinaryStorePair& binaryStores = getBinaryPersistence(domain);
+    binaryStores.first->eraseAllParams();
+    binaryStores.second->eraseAllParams();
 }

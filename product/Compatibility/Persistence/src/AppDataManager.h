@@ -1,7 +1,13 @@
 #pragma once
 
 #include <list>
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
+
+class BinaryPersistenceManager;
+class PersistenceManager;
 
 // The process-wide knowledge of where application data lies, as "<base>/Ferrow/<scope>/<domain>/": the base
 // is the user's or the machine's application-support folder, the global scope names the product, and a domain
@@ -38,8 +44,34 @@ public:
     /// them empty. DELIBERATE: the machine's shared downloads stay.
     void removeAllData(const std::string& scope);
 
+    /// A domain's text and binary parameter stores: first the user's, then the machine's. Made by the first
+    /// request, with the global scope of that moment, which they keep; the manager owns them.
+    using StorePair = std::pair<std::unique_ptr<PersistenceManager>, std::unique_ptr<PersistenceManager>>;
+    using BinaryStorePair =
+        std::pair<std::unique_ptr<BinaryPersistenceManager>, std::unique_ptr<BinaryPersistenceManager>>;
+    StorePair& getPersistence(const std::string& domain);
+    BinaryStorePair& getBinaryPersistence(const std::string& domain);
+
+    /// The user's parameter, or the machine's when the user has none of that name (not empty).
+    bool readParam(const std::string& domain, const std::string& name, std::string& value);
+    bool writeParam(const std::string& domain, const std::string& name, const std::string& value);
+    bool writeParamForAllUsers(const std::string& domain, const std::string& name, const std::string& value);
+
+    /// The same for blocks of bytes; the caller frees the returned block with delete[]. Null when there is
+    /// none.
+    char* readUnformattedParam(const std::string& domain, const std::string& name, int& size);
+    bool writeUnformattedParam(const std::string& domain, const std::string& name, const char* data,
+                               int size);
+    bool writeUnformattedParamForAllUsers(const std::string& domain, const std::string& name,
+                                          const char* data, int size);
+
+    /// Erases the domain's parameters, of the user and of the machine. The files in its folders stay.
+    void removeDomainData(const std::string& domain);
+
 private:
     AppDataManager();
 
     std::string m_globalScope;
+    std::map<std::string, StorePair> m_stores;
+    std::map<std::string, BinaryStorePair> m_binaryStores;
 };
