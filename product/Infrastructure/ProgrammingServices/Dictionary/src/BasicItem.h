@@ -6,8 +6,8 @@
 class BasicItem : public Item {
 public:
     BasicItem();
-    explicit BasicItem(const std::string& name);
-    BasicItem(const std::string& name, const std::string& value);
+    explicit BasicItem(std::string name);
+    BasicItem(std::string name, std::string value);
     BasicItem(const BasicItem& other);
     BasicItem& operator=(const BasicItem& other);
 
@@ -24,6 +24,11 @@ public:
     void unMarshall(std::stringstream& in) override;
 
     void setValue(const std::string& value);
+
+    // marshall and unMarshall without copies: the first appends to the text, the second takes the line
+    // itself.
+    void marshall(std::string_view indent, std::string& text) const;
+    void unMarshall(std::string_view line);
 
 private:
     std::string m_value;

@@ -4,6 +4,9 @@
 
 #include <map>
 #include <memory>
+#include <string_view>
+
+class LineCursor;
 
 /// The inner node of a property-list tree: an item that owns named items, in the byte-wise order of their
 /// keys.
@@ -23,7 +26,7 @@ public:
 
     /// An empty dictionary named "root".
     Dictionary();
-    explicit Dictionary(const std::string& name);
+    explicit Dictionary(std::string name);
     Dictionary(const Dictionary& other);
     /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
     /// there is deliberately no guard.
@@ -34,7 +37,8 @@ public:
     bool equals(const Item& other) override;
     Item* clone() override;
     ~Dictionary() override;
-    /// The text of the first item that findItem(key) finds; null when that one is not a string leaf.
+    /// As findItem, the item's text. A dictionary that has the key, but not as a string leaf, answers null at
+    /// once; its owner goes on looking in its other children.
     const char* findValue(const std::string& key) const override;
     Dictionary* getAsDictionary() override;
     using Item::getValue;
@@ -114,8 +118,44 @@ public:
 
 private:
     using Children = std::map<std::string, std::unique_ptr<Item>, std::less<>>;
+    /// The level of a dictionary in its tree: 1 where nobody owns it, else one more than its owner's.
+    struct Level {
+        int value;
+    };
 
+public:
+    // For this class alone (nobody else can name Level): a copy that will stand at that level.
+    Dictionary(const Dictionary& other, Level level);
+
+private:
+    // The operations of the same name, over parts of a path and over one buffer, without copies.
+    Item* getItem(std::string_view path) const;
+    bool contains(std::string_view path) const;
+    void setItem(std::string_view path, Item& item);
+    void marshall(std::string& indent, std::string& text) const;
+    void toString(std::string& indent, std::string& text) const;
+    void unMarshall(LineCursor& lines);
+
+    Item* child(std::string_view key) const;
+    void doFindValues(const std::string& key, std::list<const char*>& values) const;
+    void doFindItems(const std::string& key, std::list<Item*>& items);
+    std::string doGetItemPath(Item& item, const std::string& prefix) const;
+    void doRemoveItem(std::string_view path);
+    void removeEverywhere(Item& item);
+    void merge(Dictionary& other);
+
+    template <typename Leaf, typename Value>
+    void addLeaf(const std::string& path, const Value& value);
+    void readChild(std::string_view key, LineCursor& lines);
+    static void skipBody(LineCursor& lines);
+
+    bool isTooDeep() const {
+        return m_level.value > MAXIMUM_DEPTH;
+    }
+    void setLevel(Level level);
+    Children copyChildren(const Dictionary& other) const;
+    void store(std::string_view key, std::unique_ptr<Item> item);
+
+    Level m_level{1};
     Children m_children;
-    /// 1 for a dictionary that nobody owns, one more than the owner's below that.
-    int m_level = 1;
 };

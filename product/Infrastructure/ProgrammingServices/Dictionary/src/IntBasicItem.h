@@ -6,8 +6,8 @@
 class IntBasicItem : public Item {
 public:
     IntBasicItem();
-    explicit IntBasicItem(const std::string& name);
-    IntBasicItem(const std::string& name, int value);
+    explicit IntBasicItem(std::string name);
+    IntBasicItem(std::string name, int value);
     IntBasicItem(const IntBasicItem& other);
     IntBasicItem& operator=(const IntBasicItem& other);
 
@@ -27,6 +27,11 @@ public:
     void unMarshall(std::stringstream& in) override;
 
     void setValue(int value);
+
+    // marshall and unMarshall without copies: the first appends to the text, the second takes the line
+    // itself.
+    void marshall(std::string_view indent, std::string& text) const;
+    void unMarshall(std::string_view line);
 
 private:
     int m_value = 0;

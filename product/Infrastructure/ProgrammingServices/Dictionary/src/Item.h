@@ -70,10 +70,21 @@ public:
 
 protected:
     Item();
-    explicit Item(std::string_view name);
+    explicit Item(std::string name);
     Item(const Item& other);
     Item& operator=(const Item& other);
 
-private:
+    static const std::string& nameOf(const Item& item) {
+        return item.m_name;
+    }
+    /// This object's address as trace texts show it: hexadecimal, with 0x.
+    std::string addressText() const;
+
+    // trim and getXmlVal without copies: the results are parts of the text given.
+    static std::string_view trimmed(std::string_view text);
+    /// False, and the value untouched, when the line lacks the tag.
+    static bool findXmlVal(std::string_view tag, std::string_view line, std::string_view& value);
+    static std::string_view requireXmlVal(std::string_view tag, std::string_view line);
+
     std::string m_name;
 };

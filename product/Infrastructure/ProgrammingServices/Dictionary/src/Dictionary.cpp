@@ -1,0 +1,388 @@
+#include "Dictionary.h"
+
+#include "CallMarker.h"
+#include "ContractChecks.h"
+#include "TraceAddress.h"
+
+#include <utility>
+
+// The tree itself: copying, comparing, looking up and removing. DictionaryBuilding.cpp and DictionaryText.cpp
+// hold the rest.
+
+static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
+static constexpr char SEPARATOR = '.';
+
+Dictionary::Dictionary() : Item("root") {
+    TRACE_CONSTRUCTOR("Dictionary");
+}
+
+Dictionary::Dictionary(std::string name) : Item(std::move(name)) {
+    TRACE_CONSTRUCTOR("Dictionary");
+}
+
+Dictionary::Dictionary(const Dictionary& other) : Dictionary(other, Level{1}) {}
+
+Dictionary::Dictionary(const Dictionary& other, Level level) : Item(other), m_level(level) {
+    TRACE_COPY_CONSTRUCTOR("Dictionary");
+    m_children = copyChildren(other);
+}
+
+Dictionary& Dictionary::operator=(const Dictionary& other) {
+    TRACE_METHOD();
+    // The copy is made before anything is deleted, because the other may be a part of this tree. That must
+    // not save the content in an assignment to itself, which empties the dictionary.
+    Children children;
+    if (this != &other)
+        children = copyChildren(other);
+    Item::operator=(other);
+    m_children = std::move(children);
+    return *this;
+}
+
+Dictionary::~Dictionary() {
+    TRACE_DESTRUCTOR("Dictionary");
+    m_children.clear();
+}
+
+Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
+    TRACE_METHOD();
+    Children copies;
+    if (isTooDeep() && !other.m_children.empty()) {
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        return copies;
+    }
+    for (const auto& [key, item] : other.m_children) {
+        const Dictionary* const dictionary = item->getAsDictionary();
+        std::unique_ptr<Item> copy;
+        if (dictionary != nullptr)
+            copy = std::make_unique<Dictionary>(*dictionary, Level{m_level.value + 1});
+        else
+            copy.reset(item->clone());
+        copies.emplace_hint(copies.end(), key, std::move(copy));
+    }
+    return copies;
+}
+
+void Dictionary::setLevel(Level level) {
+    TRACE_METHOD();
+    m_level = level;
+    if (isTooDeep() && !m_children.empty()) {
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        m_children.clear();
+    }
+    for (const auto& entry : m_children) {
+        if (Dictionary* const dictionary = entry.second->getAsDictionary())
+            dictionary->setLevel({level.value + 1});
+    }
+}
+
+Item* Dictionary::clone() {
+    TRACE_METHOD();
+    return std::make_unique<Dictionary>(*this).release();
+}
+
+bool Dictionary::equals(const Item& other) {
+    TRACE_METHOD();
+    // The test for the kind of an item is not const; it changes nothing.
+    const Dictionary* const dictionary = const_cast<Item&>(other).getAsDictionary();
+    if (dictionary == nullptr) {
+        TRACE_MESSAGE(MSG_DEBUG, "Other is not a dictionary");
+        return false;
+    }
+    if (m_children.size() != dictionary->m_children.size()) {
+        TRACE_MESSAGE(MSG_DEBUG, "Dictionary have different sizes");
+        return false;
+    }
+    bool result = true;
+    for (const auto& [key, theirs] : dictionary->m_children) {
+        Item* const mine = child(key);
+        if (mine == nullptr) {
+            TRACE_MESSAGE(MSG_DEBUG, "Key not found %s", key.c_str());
+            return false;
+        }
+        result = mine->equals(*theirs);
+        if (!result)
+            break;
+    }
+    TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
+    return result;
+}
+
+Dictionary* Dictionary::getAsDictionary() {
+    TRACE_METHOD();
+    return this;
+}
+
+Item* Dictionary::child(std::string_view key) const {
+    const auto found = m_children.find(key);
+    return found != m_children.end() ? found->second.get() : nullptr;
+}
+
+bool Dictionary::hasKey(const std::string& key) const {
+    TRACE_METHOD();
+    return child(key) != nullptr;
+}
+
+Item* Dictionary::getFirstItem() const {
+    TRACE_METHOD();
+    return m_children.empty() ? nullptr : m_children.begin()->second.get();
+}
+
+// --- Paths
+// ------------------------------------------------------------------------------------------------------
+
+Item* Dictionary::getItem(const std::string& path) const {
+    return getItem(std::string_view(path));
+}
+
+Item* Dictionary::getItem(const char* cpath) const {
+    TRACE_METHOD();
+    KF_REQUIRE(cpath != NULL, 317);
+    return cpath != nullptr ? getItem(std::string_view(cpath)) : nullptr;
+}
+
+Item* Dictionary::getItem(std::string_view path) const {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", traceAddress(this), m_name.c_str(),
+                  std::string(path).c_str());
+    const std::size_t split = path.find(SEPARATOR);
+    const std::string_view head = path.substr(0, split);
+    Item* const found = child(head);
+    if (split == std::string_view::npos) {
+        if (found == nullptr)
+            TRACE_MESSAGE(MSG_DEBUG, "Key %s not found", std::string(path).c_str());
+        return found;
+    }
+    if (found == nullptr) {
+        TRACE_MESSAGE(MSG_DEBUG, "Head key %s not found", std::string(head).c_str());
+        return nullptr;
+    }
+    const Dictionary* const dictionary = found->getAsDictionary();
+    if (dictionary == nullptr) {
+        TRACE_MESSAGE(MSG_DEBUG, "Child with key %s is not a dictionary", std::string(head).c_str());
+        return nullptr;
+    }
+    return dictionary->getItem(path.substr(split + 1));
+}
+
+const char* Dictionary::getValue(const std::string& path) const {
+    TRACE_METHOD();
+    const Item* const item = getItem(std::string_view(path));
+    return item != nullptr ? item->getValue() : nullptr;
+}
+
+bool Dictionary::getValueAs(const std::string& path, int& value) const {
+    TRACE_METHOD();
+    const Item* const item = getItem(std::string_view(path));
+    return item != nullptr && item->getValueAs(value);
+}
+
+bool Dictionary::contains(const std::string& path) {
+    return contains(std::string_view(path));
+}
+
+bool Dictionary::contains(std::string_view path) const {
+    TRACE_METHOD();
+    const std::size_t split = path.find(SEPARATOR);
+    if (child(path.substr(0, split)) == nullptr)
+        return false;
+    if (split == std::string_view::npos)
+        return true;
+    // Deliberately every child, not only the one under the head: callers rely on the looser answer.
+    for (const auto& entry : m_children) {
+        const Dictionary* const dictionary = entry.second->getAsDictionary();
+        if (dictionary != nullptr && dictionary->contains(path.substr(split + 1)))
+            return true;
+    }
+    return false;
+}
+
+// --- Searches
+// ---------------------------------------------------------------------------------------------------
+
+Item* Dictionary::findItem(const std::string& key) {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
+    if (Item* const item = getItem(std::string_view(key))) {
+        TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
+        return item;
+    }
+    TRACE_MESSAGE(MSG_DEBUG, "item not found looking in children");
+    for (const auto& entry : m_children) {
+        Dictionary* const dictionary = entry.second->getAsDictionary();
+        if (dictionary == nullptr)
+            TRACE_MESSAGE(MSG_DEBUG, "child is not a dictionary");
+        else if (Item* const item = dictionary->findItem(key))
+            return item;
+    }
+    return nullptr;
+}
+
+const char* Dictionary::findValue(const std::string& key) const {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
+    if (Item* const item = getItem(std::string_view(key))) {
+        TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
+        return item->getValue();
+    }
+    TRACE_MESSAGE(MSG_DEBUG, "item not found looking in children");
+    for (const auto& entry : m_children) {
+        const Dictionary* const dictionary = entry.second->getAsDictionary();
+        if (dictionary == nullptr)
+            TRACE_MESSAGE(MSG_DEBUG, "child is not a dictionary");
+        else if (const char* const value = dictionary->findValue(key))
+            return value;
+    }
+    return nullptr;
+}
+
+std::list<Item*> Dictionary::findItems(const std::string& key) {
+    TRACE_METHOD();
+    std::list<Item*> items;
+    doFindItems(key, items);
+    return items;
+}
+
+void Dictionary::doFindItems(const std::string& key, std::list<Item*>& items) {
+    TRACE_METHOD();
+    if (Item* const item = getItem(std::string_view(key))) {
+        items.push_back(item);
+        return;
+    }
+    for (const auto& entry : m_children) {
+        if (Dictionary* const dictionary = entry.second->getAsDictionary())
+            dictionary->doFindItems(key, items);
+    }
+}
+
+std::list<const char*> Dictionary::findValues(const std::string& key) const {
+    TRACE_METHOD();
+    std::list<const char*> values;
+    doFindValues(key, values);
+    return values;
+}
+
+void Dictionary::doFindValues(const std::string& key, std::list<const char*>& values) const {
+    TRACE_METHOD();
+    if (const Item* const item = getItem(std::string_view(key))) {
+        if (const char* const value = item->getValue())
+            values.push_back(value);
+        return;
+    }
+    for (const auto& entry : m_children) {
+        if (const Dictionary* const dictionary = entry.second->getAsDictionary())
+            dictionary->doFindValues(key, values);
+    }
+}
+
+bool Dictionary::contains(Item& item) {
+    TRACE_METHOD();
+    return !getItemPath(item).empty();
+}
+
+std::string Dictionary::getItemPath(Item& item) {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "looking for item [%x] name %s in %x", traceAddress(&item), nameOf(item).c_str(),
+                  traceAddress(this));
+    std::string path;
+    if (Item* const namesake = child(nameOf(item))) {
+        if (item.equals(*namesake))
+            path = nameOf(item);
+    } else {
+        for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry) {
+            if (const Dictionary* const dictionary = entry->second->getAsDictionary())
+                path = dictionary->doGetItemPath(item, entry->first);
+        }
+    }
+    TRACE_MESSAGE(MSG_DEBUG, "item path is %s", path.c_str());
+    return path;
+}
+
+std::string Dictionary::doGetItemPath(Item& item, const std::string& prefix) const {
+    TRACE_METHOD();
+    if (Item* const namesake = child(nameOf(item)))
+        return item.equals(*namesake) ? prefix + SEPARATOR + nameOf(item) : std::string();
+    std::string path;
+    for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry) {
+        if (const Dictionary* const dictionary = entry->second->getAsDictionary())
+            path = dictionary->doGetItemPath(item, prefix + SEPARATOR + entry->first);
+    }
+    return path;
+}
+
+// --- Removing
+// ---------------------------------------------------------------------------------------------------
+
+void Dictionary::clear() {
+    TRACE_METHOD();
+    m_children.clear();
+}
+
+void Dictionary::removeAllItems() {
+    TRACE_METHOD();
+    clear();
+}
+
+void Dictionary::removeItem(const std::string& path) {
+    TRACE_METHOD();
+    doRemoveItem(path);
+}
+
+void Dictionary::doRemoveItem(std::string_view path) {
+    TRACE_METHOD();
+    const std::size_t split = path.find(SEPARATOR);
+    const auto found = m_children.find(path.substr(0, split));
+    if (found == m_children.end())
+        return;
+    if (split == std::string_view::npos)
+        m_children.erase(found);
+    else if (Dictionary* const dictionary = found->second->getAsDictionary())
+        dictionary->doRemoveItem(path.substr(split + 1));
+}
+
+void Dictionary::removeItem(Item& item) {
+    TRACE_METHOD();
+    const auto found = m_children.find(nameOf(item));
+    if (found != m_children.end() && found->second->equals(item))
+        m_children.erase(found);
+}
+
+void Dictionary::removeAllItems(Item& item) {
+    TRACE_METHOD();
+    // The item may be one of those that go, and is compared with the others afterwards.
+    const std::unique_ptr<Item> sample(item.clone());
+    removeEverywhere(*sample);
+}
+
+void Dictionary::removeEverywhere(Item& item) {
+    TRACE_METHOD();
+    removeItem(item);
+    for (const auto& entry : m_children) {
+        if (Dictionary* const dictionary = entry.second->getAsDictionary())
+            dictionary->removeEverywhere(item);
+    }
+}
+
+// --- Trace text
+// -------------------------------------------------------------------------------------------------
+
+std::string Dictionary::toString(const std::string& indent) {
+    std::string text;
+    std::string lineStart = indent;
+    toString(lineStart, text);
+    return text;
+}
+
+void Dictionary::toString(std::string& indent, std::string& text) const {
+    TRACE_METHOD();
+    text.append(indent).append("Dictionary [").append(addressText()).append("] '").append(m_name);
+    text.append("' items :"); // no line break: traces are read by this form
+    indent += '\t';
+    for (const auto& entry : m_children) {
+        if (const Dictionary* const dictionary = entry.second->getAsDictionary())
+            dictionary->toString(indent, text);
+        else
+            text += entry.second->toString(indent);
+    }
+    indent.pop_back();
+}

@@ -1,0 +1,131 @@
+#include "BasicItem.h"
+#include "CallMarker.h"
+#include "Dictionary.h"
+#include "IntBasicItem.h"
+#include "TraceAddress.h"
+
+#include <algorithm>
+#include <utility>
+
+// Building and merging trees.
+
+static constexpr char SEPARATOR = '.';
+
+/// Puts the item under the key, in place of what is there, and makes it a part of this tree.
+void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
+    TRACE_METHOD();
+    if (isTooDeep()) {
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        return;
+    }
+    if (Dictionary* const dictionary = item->getAsDictionary())
+        dictionary->setLevel({m_level.value + 1});
+    // Files hold their keys in order: mostly the new one goes to the end.
+    auto place = m_children.end();
+    if (!m_children.empty() && std::string_view(m_children.rbegin()->first) >= key)
+        place = m_children.lower_bound(key);
+    if (place != m_children.end() && place->first == key)
+        place->second = std::move(item);
+    else
+        m_children.emplace_hint(place, key, std::move(item));
+}
+
+void Dictionary::setItem(const std::string& path, Item& item) {
+    setItem(std::string_view(path), item);
+}
+
+void Dictionary::setItem(std::string_view path, Item& item) {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", traceAddress(this), m_name.c_str(),
+                  std::string(path).c_str(), item.toString("").c_str());
+    if (std::count(path.begin(), path.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level.value) {
+        TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path).c_str());
+        return;
+    }
+    const std::size_t split = path.find(SEPARATOR);
+    if (split == std::string_view::npos) {
+        TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", std::string(path).c_str(),
+                      item.toString("").c_str());
+        // Copied before the old item goes: the old one may be the item, or hold it.
+        store(path, std::unique_ptr<Item>(item.clone()));
+        TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
+        return;
+    }
+    const std::string_view head = path.substr(0, split);
+    Item* next = child(head);
+    if (next == nullptr) {
+        TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", std::string(head).c_str());
+        store(head, std::make_unique<Dictionary>(std::string(head)));
+        next = child(head);
+    }
+    // A leaf in the way stays: the new item is dropped.
+    if (Dictionary* const dictionary = next->getAsDictionary())
+        dictionary->setItem(path.substr(split + 1), item);
+}
+
+template <typename Leaf, typename Value>
+void Dictionary::addLeaf(const std::string& path, const Value& value) {
+    const std::size_t split = path.rfind(SEPARATOR);
+    if (split == std::string::npos) {
+        store(path, std::make_unique<Leaf>(path, value));
+    } else {
+        Leaf leaf(path.substr(split + 1), value);
+        setItem(std::string_view(path), leaf);
+    }
+}
+
+void Dictionary::addValue(const std::string& path, int value) {
+    TRACE_METHOD();
+    addLeaf<IntBasicItem>(path, value);
+}
+
+void Dictionary::addValue(const std::string& path, const std::string& value) {
+    TRACE_METHOD();
+    addLeaf<BasicItem>(path, value);
+}
+
+void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "adding under %s", path.c_str());
+    Item* const item = getItem(std::string_view(path));
+    if (item == nullptr)
+        return;
+    TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
+    Dictionary* const target = item->getAsDictionary();
+    if (target == nullptr)
+        return;
+    TRACE_MESSAGE(MSG_DEBUG, "item is a dictionary");
+    // A copy, because source may stand below the target, where the new children can replace it.
+    const Dictionary copy(source);
+    for (const auto& [key, theirs] : copy.m_children) {
+        TRACE_MESSAGE(MSG_DEBUG, "adding key %s", key.c_str());
+        target->setItem(std::string_view(key), *theirs);
+    }
+}
+
+void Dictionary::mergeDictionary(Dictionary& other) {
+    TRACE_METHOD();
+    // A copy, because either tree may be a part of the other; what is needed of it moves over here.
+    Dictionary copy(other);
+    merge(copy);
+}
+
+/// Merges a tree whose items may be taken away.
+void Dictionary::merge(Dictionary& other) {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_DEBUG, "merging under %s", m_name.c_str());
+    for (auto& [key, theirs] : other.m_children) {
+        TRACE_MESSAGE(MSG_DEBUG, "Looking for merge key %s", key.c_str());
+        Item* const mine = child(key);
+        if (mine == nullptr) {
+            store(key, std::move(theirs));
+            continue;
+        }
+        Dictionary* const ours = mine->getAsDictionary();
+        Dictionary* const dictionary = theirs->getAsDictionary();
+        if (ours != nullptr && dictionary != nullptr)
+            ours->merge(*dictionary);
+        else
+            TRACE_MESSAGE(MSG_DEBUG, "incompatible structure for key %s", key.c_str());
+    }
+}

@@ -1,0 +1,107 @@
+#include "IntBasicItem.h"
+
+#include "CallMarker.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+IntBasicItem::IntBasicItem() {
+    TRACE_CONSTRUCTOR("IntBasicItem");
+}
+
+IntBasicItem::IntBasicItem(std::string name) : Item(std::move(name)) {
+    TRACE_CONSTRUCTOR("IntBasicItem");
+}
+
+IntBasicItem::IntBasicItem(std::string name, int value) : Item(std::move(name)), m_value(value) {
+    TRACE_CONSTRUCTOR("IntBasicItem");
+}
+
+IntBasicItem::IntBasicItem(const IntBasicItem& other) : Item(other), m_value(other.m_value) {
+    TRACE_COPY_CONSTRUCTOR("IntBasicItem");
+}
+
+IntBasicItem& IntBasicItem::operator=(const IntBasicItem& other) {
+    TRACE_METHOD();
+    Item::operator=(other);
+    m_value = other.m_value;
+    return *this;
+}
+
+IntBasicItem::~IntBasicItem() {
+    TRACE_DESTRUCTOR("IntBasicItem");
+}
+
+bool IntBasicItem::equals(const Item& other) {
+    TRACE_METHOD();
+    int value = 0;
+    const bool result = other.getValueAs(value) && m_name == nameOf(other) && m_value == value;
+    TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
+    return result;
+}
+
+Item* IntBasicItem::clone() {
+    TRACE_METHOD();
+    return std::make_unique<IntBasicItem>(*this).release();
+}
+
+bool IntBasicItem::getValueAs(int& value) const {
+    TRACE_METHOD();
+    value = m_value;
+    return true;
+}
+
+Item* IntBasicItem::getItem(const std::string&) const {
+    TRACE_METHOD();
+    return nullptr;
+}
+
+Item* IntBasicItem::getItem(const char*) const {
+    TRACE_METHOD();
+    return nullptr;
+}
+
+std::string IntBasicItem::marshall(const std::string& indent) {
+    std::string text;
+    marshall(indent, text);
+    return text;
+}
+
+void IntBasicItem::marshall(std::string_view, std::string& text) const {
+    TRACE_METHOD();
+    text.append("<int>").append(std::to_string(m_value)).append("</int>\n");
+}
+
+std::string IntBasicItem::toString(const std::string& indent) {
+    TRACE_METHOD();
+    char value[2 * sizeof m_value + 1];
+    std::snprintf(value, sizeof value, "%x", static_cast<unsigned>(m_value));
+    return indent + "IntBasicItem [" + addressText() + "] name : '" + m_name + "' value : '" + value + "'\n";
+}
+
+void IntBasicItem::unMarshall(std::stringstream& in) {
+    std::string line;
+    std::getline(in, line);
+    unMarshall(line);
+}
+
+// atoi of a host where long has 32 bits: there a number out of range becomes the nearest end of the range.
+static int toInteger(const std::string& text) {
+    const long value = std::strtol(text.c_str(), nullptr, 10);
+    constexpr long SMALLEST = std::numeric_limits<int>::min();
+    constexpr long LARGEST = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(value, SMALLEST, LARGEST));
+}
+
+void IntBasicItem::unMarshall(std::string_view line) {
+    TRACE_METHOD();
+    m_value = toInteger(std::string(requireXmlVal("<int>", line)));
+}
+
+void IntBasicItem::setValue(int value) {
+    TRACE_METHOD();
+    m_value = value;
+}
