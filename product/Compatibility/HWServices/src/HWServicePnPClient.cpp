@@ -1,0 +1,5 @@
+#include "HWServicePnPClient.h"
+
+void HWServicePnPClient::onVolumeArrival(std::string&) {}
+
+void HWServicePnPClient::onVolumeRemoval(std::string&) {}

@@ -1,0 +1,262 @@
+#include "HWServiceDetectionIOKit.h"
+
+#include "CFOwned.h"
+#include "CallMarker.h"
+#include "Dictionary.h"
+#include "IOObjectHandle.h"
+#include "MessageType.h"
+#include "RegistryReading.h"
+#include "StringManagement.h"
+
+#include <IOKit/IOKitKeys.h>
+
+#include <climits>
+#include <cstdlib>
+#include <regex.h>
+
+namespace {
+
+/// What the description asks for.
+struct Wanted {
+    std::string port;
+    std::string modemPort;
+    std::string networkAdapter;
+};
+
+} // namespace
+
+static std::string textOf(const Dictionary& dictionary, const char* key) {
+    const char* const text = dictionary.hasKey(key) ? dictionary.getValue(std::string(key)) : NULL;
+    return text == NULL ? std::string() : text;
+}
+
+// As atoi() on a 32-bit machine, on every machine: beyond the range of an int, the nearest end of it.
+static SInt32 toNumber(const std::string& text) {
+    const long long number = std::strtoll(text.c_str(), NULL, 10);
+    if (number > INT_MAX)
+        return INT_MAX;
+    return static_cast<SInt32>(number < INT_MIN ? INT_MIN : number);
+}
+
+// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern, and one that does not compile,
+// matches nothing.
+static bool matchesPattern(const std::string& name, const std::string& pattern) {
+    regex_t compiled;
+    if (pattern.empty() || regcomp(&compiled, pattern.c_str(), REG_ICASE | REG_NOSUB) != 0)
+        return false;
+    const bool isMatch = regexec(&compiled, name.c_str(), 0, NULL, 0) == 0;
+    regfree(&compiled);
+    return isMatch;
+}
+
+// Null when the entry's properties cannot be read.
+static CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
+    CFMutableDictionaryRef properties = NULL;
+    if (IORegistryEntryCreateCFProperties(entry, &properties, kCFAllocatorDefault, 0) != KERN_SUCCESS)
+        properties = NULL;
+    return CFOwned<CFMutableDictionaryRef>(properties);
+}
+
+// A text property of the entry or of something below it; empty when there is none.
+static std::string searchText(io_registry_entry_t entry, CFStringRef key) {
+    const CFOwned<CFTypeRef> property(IORegistryEntrySearchCFProperty(
+        entry, kIOServicePlane, key, kCFAllocatorDefault, kIORegistryIterateRecursively));
+    std::string text;
+    readText(property.get(), text);
+    return text;
+}
+
+static bool isWantedPort(const std::string& name, const Wanted& wanted) {
+    return StringManagement::compareNoCase(name, wanted.port) ||
+           StringManagement::compareNoCase(name, wanted.modemPort) || matchesPattern(name, wanted.port) ||
+           matchesPattern(name, wanted.modemPort);
+}
+
+static void storePort(const std::string& name, const std::string& path, const Wanted& wanted,
+                      Dictionary& found) {
+    TRACE_FUNCTION("storePort");
+    if (StringManagement::compareNoCase(name, wanted.port)) {
+        found.addValue("DetectedPortName", path);
+    } else if (StringManagement::compareNoCase(name, wanted.modemPort)) {
+        found.addValue("DetectedModemPortName", path);
+    } else {
+        // DELIBERATE: each for itself, so that one port which both patterns match serves as both.
+        if (matchesPattern(name, wanted.port))
+            found.addValue("DetectedPortName", path);
+        if (matchesPattern(name, wanted.modemPort))
+            found.addValue("DetectedModemPortName", path);
+    }
+}
+
+static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Dictionary& found) {
+    TRACE_FUNCTION("examineSerialPort");
+    const std::string name = searchText(entry, CFSTR("IOTTYDevice"));
+    TRACE_MESSAGE(MSG_DEBUG, "Port Name : %s ", name.c_str());
+    if (name.empty() || !isWantedPort(name, wanted))
+        return;
+    const std::string path = searchText(entry, CFSTR("IOCalloutDevice"));
+    TRACE_MESSAGE(MSG_DEBUG, "CallOutDevice path : %s", path.c_str());
+    storePort(name, path, wanted, found);
+}
+
+// The network stack is one entry that all interfaces share: the device's own are those of its parents that
+// lie below the device.
+static void examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath, Dictionary& found) {
+    TRACE_FUNCTION("examineNetworkStack");
+    // Every path would seem to hold one that could not be read.
+    if (devicePath.empty())
+        return;
+    IOObjectHandle parents;
+    IORegistryEntryGetParentIterator(stack, kIOServicePlane, parents.receive());
+    if (!parents)
+        return;
+    while (const io_registry_entry_t next = IOIteratorNext(parents.get())) {
+        const IOObjectHandle parent(next);
+        std::string path;
+        if (readPath(parent.get(), path) != KERN_SUCCESS || path.find(devicePath) == std::string::npos)
+            continue;
+        const CFOwned<CFMutableDictionaryRef> properties = readProperties(parent.get());
+        std::string name;
+        if (properties && readText(CFDictionaryGetValue(properties.get(), CFSTR("BSD Name")), name))
+            found.addValue("DetectedNetworkAdapterName", name);
+    }
+}
+
+static void examineDescendant(io_registry_entry_t entry, const std::string& devicePath, const Wanted& wanted,
+                              Dictionary& found) {
+    TRACE_FUNCTION("examineDescendant");
+    const CFOwned<CFMutableDictionaryRef> properties = readProperties(entry);
+    if (!properties)
+        return;
+    std::string entryClass;
+    readText(CFDictionaryGetValue(properties.get(), CFSTR(kIOClassKey)), entryClass);
+    if (entryClass == "IOSerialBSDClient" && !(wanted.port.empty() && wanted.modemPort.empty()))
+        examineSerialPort(entry, wanted, found);
+    else if (entryClass == "IONetworkStack" && !wanted.networkAdapter.empty())
+        examineNetworkStack(entry, devicePath, found);
+}
+
+HWServiceDetectionIOKit::HWServiceDetectionIOKit() {
+    TRACE_CONSTRUCTOR("HWServiceDetectionIOKit");
+}
+
+HWServiceDetectionIOKit::~HWServiceDetectionIOKit() {
+    TRACE_DESTRUCTOR("HWServiceDetectionIOKit");
+}
+
+void HWServiceDetectionIOKit::init() {
+    TRACE_METHOD();
+}
+
+bool HWServiceDetectionIOKit::isAvailable() {
+    TRACE_METHOD();
+    return true;
+}
+
+void HWServiceDetectionIOKit::registerService() {
+    TRACE_METHOD();
+}
+
+void HWServiceDetectionIOKit::unRegisterService() {
+    TRACE_METHOD();
+}
+
+// The default master port has this name on every macOS; the newer one is missing before macOS 12.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+void HWServiceDetectionIOKit::getConnectedDevices(std::string, std::set<std::string>& devices) {
+    TRACE_METHOD();
+    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
+    if (!matching) {
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceMatching returned NULL.");
+        return;
+    }
+    IOObjectHandle iterator;
+    const kern_return_t result =
+        IOServiceGetMatchingServices(kIOMasterPortDefault, matching.release(), iterator.receive());
+    if (result != KERN_SUCCESS) {
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceGetMatchingServices returned 0x%08x.",
+                      static_cast<unsigned>(result));
+        return;
+    }
+    while (const io_service_t next = IOIteratorNext(iterator.get())) {
+        const IOObjectHandle device(next);
+        const CFOwned<CFMutableDictionaryRef> properties = readProperties(device.get());
+        if (!properties)
+            continue;
+        const CFTypeRef vendor = CFDictionaryGetValue(properties.get(), CFSTR("idVendor"));
+        const CFTypeRef product = CFDictionaryGetValue(properties.get(), CFSTR("idProduct"));
+        if (vendor == NULL || product == NULL)
+            continue;
+        const CFOwned<CFStringRef> pair(
+            CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@|%@"), vendor, product));
+        char text[256] = {};
+        if (!pair || !CFStringGetCString(pair.get(), text, sizeof text, kCFStringEncodingUTF8))
+            continue;
+        TRACE_MESSAGE(MSG_DEBUG, "Connected device : %s", text);
+        devices.insert(text);
+    }
+}
+
+void HWServiceDetectionIOKit::detectDeviceHID(Dictionary& device, Dictionary& result) {
+    TRACE_METHOD();
+    const SInt32 vendor = toNumber(textOf(device, "VendorID"));
+    const SInt32 product = toNumber(textOf(device, "ProductID"));
+    TRACE_MESSAGE(MSG_DEBUG, "Looking for devices matching vendor ID=%ld and product ID=%ld.",
+                  static_cast<long>(vendor), static_cast<long>(product));
+    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
+    if (!matching) {
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceMatching returned NULL.");
+        return;
+    }
+    setNumber(matching.get(), CFSTR("idVendor"), vendor);
+    setNumber(matching.get(), CFSTR("idProduct"), product);
+    IOObjectHandle iterator;
+    const kern_return_t status =
+        IOServiceGetMatchingServices(kIOMasterPortDefault, matching.release(), iterator.receive());
+    if (status != KERN_SUCCESS) {
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceGetMatchingServices returned 0x%08x.",
+                      static_cast<unsigned>(status));
+        return;
+    }
+    Dictionary found;
+    DeviceAdded(NULL, iterator.get(), device, found);
+    if (found.getFirstItem() == NULL)
+        return;
+    if (device.hasKey("ModemHID"))
+        result.addValue("DetectedModemName", textOf(device, "ModemHID"));
+    for (const char* key : {"DetectedPortName", "DetectedModemPortName", "DetectedNetworkAdapterName"}) {
+        if (found.hasKey(key))
+            result.addValue(key, textOf(found, key));
+    }
+}
+
+#pragma GCC diagnostic pop
+
+void HWServiceDetectionIOKit::DeviceAdded(void*, io_iterator_t it, Dictionary& device, Dictionary& found) {
+    TRACE_METHOD();
+    const Wanted wanted = {textOf(device, "PortHID"), textOf(device, "ModemPortHID"),
+                           textOf(device, "NetworkAdapterHID")};
+    while (const io_service_t next = IOIteratorNext(it)) {
+        const IOObjectHandle service(next);
+        TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", readName(service.get()).c_str());
+        std::string path;
+        const kern_return_t result = readPath(service.get(), path);
+        if (result != KERN_SUCCESS)
+            TRACE_MESSAGE(MSG_DEBUG, "device IORegistryEntryGetPath returned 0x%08x.",
+                          static_cast<unsigned>(result));
+        else
+            TRACE_MESSAGE(MSG_DEBUG, "Device Path : %s", path.c_str());
+
+        IOObjectHandle descendants;
+        IORegistryEntryCreateIterator(service.get(), kIOServicePlane, kIORegistryIterateRecursively,
+                                      descendants.receive());
+        if (!descendants)
+            continue;
+        while (const io_registry_entry_t entry = IOIteratorNext(descendants.get())) {
+            const IOObjectHandle descendant(entry);
+            examineDescendant(descendant.get(), path, wanted, found);
+        }
+    }
+}

@@ -1,0 +1,261 @@
+#include "HWServicePnPIOKit.h"
+
+#include "CFOwned.h"
+#include "CallMarker.h"
+#include "ContractChecks.h"
+#include "HWServicePnPClient.h"
+#include "IOObjectHandle.h"
+#include "MessageType.h"
+#include "RegistryReading.h"
+
+#include <IOKit/IOKitKeys.h>
+#include <IOKit/IOMessage.h>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+
+static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit";
+
+namespace {
+
+using Clients = std::vector<HWServicePnPClient*>;
+
+/// What the top-level notification is registered with.
+struct RegistrationContext {
+    Clients* clients;
+};
+
+/// What the watch of the services below one device is registered with. Its iterator is the watch.
+struct ChildWatchRecord {
+    Clients* clients;
+    SInt32 vendor;
+    SInt32 product;
+    std::string devicePath;
+    IOObjectHandle iterator;
+};
+
+/// What the interest notification of one device is registered with: made when the device is matched, freed
+/// when it is terminated.
+struct DeviceRecord {
+    Clients* clients;
+    SInt32 vendor;
+    SInt32 product;
+    IOObjectHandle interest;
+    std::unique_ptr<ChildWatchRecord> child;
+};
+
+} // namespace
+
+// One service per process, one port, one top-level iterator. Plain values: nothing may release them at exit,
+// when their run loop no longer runs.
+static IONotificationPortRef notificationPort = NULL;
+static io_iterator_t topLevelIterator = IO_OBJECT_NULL;
+
+static std::string formatHardwareId(SInt32 vendor, SInt32 product) {
+    char buffer[128] = {};
+    std::snprintf(buffer, sizeof buffer, "USB#Vid_%04x&Pid_%04x", static_cast<unsigned>(vendor),
+                  static_cast<unsigned>(product));
+    return buffer;
+}
+
+// A device that lacks the property keeps the id that it has.
+static void readId(io_service_t device, CFStringRef key, SInt32& id) {
+    const CFOwned<CFTypeRef> property(
+        IORegistryEntrySearchCFProperty(device, kIOServicePlane, key, kCFAllocatorDefault, 0));
+    readNumber(property.get(), id);
+}
+
+// Both ids and no class: matches every service that carries them, the device itself and its interfaces.
+static CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
+    CFOwned<CFMutableDictionaryRef> matching(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    setNumber(matching.get(), CFSTR("idVendor"), vendor);
+    setNumber(matching.get(), CFSTR("idProduct"), product);
+    return matching;
+}
+
+// Tells every client, in the order of their registration. No exception may pass through IOKit, which has
+// called us, and what goes wrong in one client must not keep the others from being told.
+static void tellClients(const Clients& clients, void (HWServicePnPClient::*event)(std::string&),
+                        std::string hid) {
+    TRACE_FUNCTION("tellClients");
+    for (HWServicePnPClient* client : clients) {
+        try {
+            (client->*event)(hid);
+        } catch (const std::exception& e) {
+            TRACE_MESSAGE(MSG_ERROR, "A client failed : %s.", e.what());
+        }
+    }
+}
+
+// Registers the watch of the services below a device and arms it.
+static void watchChildren(DeviceRecord& record, const std::string& devicePath, bool initial) {
+    TRACE_FUNCTION("watchChildren");
+    CFOwned<CFMutableDictionaryRef> matching = makeMatching(record.vendor, record.product);
+    record.child = std::make_unique<ChildWatchRecord>();
+    ChildWatchRecord& child = *record.child;
+    child.clients = record.clients;
+    child.vendor = record.vendor;
+    child.product = record.product;
+    child.devicePath = devicePath;
+    const kern_return_t result =
+        IOServiceAddMatchingNotification(notificationPort, kIOMatchedNotification, matching.release(),
+                                         ChildDeviceAddedCallback, &child, child.iterator.receive());
+    if (result == KERN_SUCCESS)
+        ChildDeviceAdded(&child, child.iterator.get(), initial);
+    else
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceAddMatchingNotification returned 0x%08x.",
+                      static_cast<unsigned>(result));
+}
+
+// Makes a device's record, with everything that watches it. Takes over the device and releases it; returns
+// its hardware identifier.
+static std::string watchDevice(Clients* clients, io_service_t service, bool initial) {
+    TRACE_FUNCTION("watchDevice");
+    const IOObjectHandle device(service);
+    auto record = std::make_unique<DeviceRecord>();
+    record->clients = clients;
+    const std::string name = readName(device.get());
+    std::string path;
+    readPath(device.get(), path);
+    readId(device.get(), CFSTR("idVendor"), record->vendor);
+    readId(device.get(), CFSTR("idProduct"), record->product);
+    const std::string hid = formatHardwareId(record->vendor, record->product);
+    TRACE_MESSAGE(MSG_DEBUG, "Device = %s, HID = %s, path = %s.", name.c_str(), hid.c_str(), path.c_str());
+
+    const kern_return_t result =
+        IOServiceAddInterestNotification(notificationPort, device.get(), kIOGeneralInterest,
+                                         DeviceNotification, record.get(), record->interest.receive());
+    if (result != KERN_SUCCESS) {
+        // Gone already. Nobody would ever tell us to free the record, so there is none.
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceAddInterestNotification returned 0x%08x.",
+                      static_cast<unsigned>(result));
+        return hid;
+    }
+    watchChildren(*record, path, initial);
+    // IOKit holds it from here on; DeviceNotification() takes it back.
+    record.release();
+    return hid;
+}
+
+HWServicePnPIOKit::HWServicePnPIOKit() : m_runLoopSource(NULL) {
+    TRACE_CONSTRUCTOR("HWServicePnPIOKit");
+}
+
+HWServicePnPIOKit::~HWServicePnPIOKit() {
+    TRACE_DESTRUCTOR("HWServicePnPIOKit");
+}
+
+void HWServicePnPIOKit::init() {
+    TRACE_METHOD();
+}
+
+bool HWServicePnPIOKit::isAvailable() {
+    TRACE_METHOD();
+    return false;
+}
+
+// The default master port has this name on every macOS; the newer one is missing before macOS 12.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+void HWServicePnPIOKit::registerService() {
+    TRACE_METHOD();
+    // As long as the process: IOKit keeps the pointer.
+    static std::vector<std::unique_ptr<RegistrationContext>> contexts;
+    contexts.push_back(std::make_unique<RegistrationContext>());
+    RegistrationContext* const context = contexts.back().get();
+    context->clients = &m_clients;
+
+    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
+    if (!matching) {
+        TRACE_MESSAGE(MSG_DEBUG, "IOServiceMatching returned NULL.\n");
+        return;
+    }
+    notificationPort = IONotificationPortCreate(kIOMasterPortDefault);
+    if (notificationPort == NULL) {
+        TRACE_MESSAGE(MSG_ERROR, "IONotificationPortCreate returned NULL.");
+        return;
+    }
+    m_runLoopSource = IONotificationPortGetRunLoopSource(notificationPort);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), m_runLoopSource, kCFRunLoopCommonModes);
+
+    const kern_return_t result =
+        IOServiceAddMatchingNotification(notificationPort, kIOMatchedNotification, matching.release(),
+                                         DeviceAddedCallback, context, &topLevelIterator);
+    if (result == KERN_SUCCESS)
+        DeviceAdded(context, topLevelIterator, true);
+    else
+        TRACE_MESSAGE(MSG_ERROR, "IOServiceAddMatchingNotification returned 0x%08x.",
+                      static_cast<unsigned>(result));
+}
+
+#pragma GCC diagnostic pop
+
+void HWServicePnPIOKit::unRegisterService() {
+    TRACE_METHOD();
+    if (notificationPort == NULL)
+        return;
+    CFRunLoopRemoveSource(CFRunLoopGetCurrent(), m_runLoopSource, kCFRunLoopCommonModes);
+    m_runLoopSource = NULL;
+    if (topLevelIterator != IO_OBJECT_NULL)
+        IOObjectRelease(topLevelIterator);
+    topLevelIterator = IO_OBJECT_NULL;
+    IONotificationPortDestroy(notificationPort);
+    notificationPort = NULL;
+}
+
+void DeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
+    TRACE_FUNCTION("DeviceAddedCallback");
+    DeviceAdded(refCon, it, false);
+}
+
+void DeviceAdded(void* refCon, io_iterator_t it, bool initial) {
+    TRACE_FUNCTION("DeviceAdded");
+    Clients* const clients = static_cast<RegistrationContext*>(refCon)->clients;
+    while (const io_service_t device = IOIteratorNext(it)) {
+        const std::string hid = watchDevice(clients, device, initial);
+        if (!initial)
+            tellClients(*clients, &HWServicePnPClient::onDeviceArrival, hid);
+    }
+}
+
+void ChildDeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
+    TRACE_FUNCTION("ChildDeviceAddedCallback");
+    ChildDeviceAdded(refCon, it, false);
+}
+
+void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial) {
+    TRACE_FUNCTION("ChildDeviceAdded");
+    KF_ASSERT(refCon != NULL, 41);
+    if (refCon == NULL)
+        return;
+    const ChildWatchRecord& record = *static_cast<const ChildWatchRecord*>(refCon);
+    while (const io_service_t next = IOIteratorNext(it)) {
+        const IOObjectHandle service(next);
+        std::string path;
+        // The ids alone do not tell two equal devices apart; the path does.
+        const bool isBelowDevice = readPath(service.get(), path) == KERN_SUCCESS &&
+                                   path.find(record.devicePath) != std::string::npos;
+        if (isBelowDevice && !initial)
+            tellClients(*record.clients, &HWServicePnPClient::onDeviceArrival,
+                        formatHardwareId(record.vendor, record.product));
+    }
+}
+
+void DeviceNotification(void* refCon, io_service_t, natural_t messageType, void*) noexcept {
+    TRACE_FUNCTION("DeviceNotification");
+    if (messageType != kIOMessageServiceIsTerminated)
+        return;
+    const std::unique_ptr<DeviceRecord> record(static_cast<DeviceRecord*>(refCon));
+    const std::string hid = formatHardwareId(record->vendor, record->product);
+    TRACE_MESSAGE(MSG_DEBUG, "HID = %s.", hid.c_str());
+    tellClients(*record->clients, &HWServicePnPClient::onDeviceRemoval, hid);
+    TRACE_MESSAGE(MSG_DEBUG, "PnP called for onDeviceRemoval.");
+    record->interest.reset();
+    record->child->iterator.reset();
+    TRACE_MESSAGE(MSG_DEBUG, "IOObjectRelease called.");
+    record->child.reset();
+}

@@ -1,0 +1,50 @@
+#include "RegistryReading.h"
+
+#include "CFOwned.h"
+
+#include <IOKit/IOKitKeys.h>
+
+bool readNumber(CFTypeRef object, SInt32& value) {
+    if (object == NULL || CFGetTypeID(object) != CFNumberGetTypeID())
+        return false;
+    // The result only tells whether the number lost something; what was stored serves all the same.
+    CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberSInt32Type, &value);
+    return true;
+}
+
+bool readText(CFTypeRef object, std::string& value) {
+    if (object == NULL || CFGetTypeID(object) != CFStringGetTypeID())
+        return false;
+    const CFStringRef text = static_cast<CFStringRef>(object);
+    const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
+    UInt8 buffer[256] = {};
+    const CFIndex room = sizeof buffer - 1;
+    CFIndex used = 0;
+    const CFIndex converted =
+        CFStringGetBytes(text, whole, kCFStringEncodingUTF8, 0, false, buffer, room, &used);
+    // Where it stopped early with room for the longest character, the text was the reason, not the room.
+    const CFIndex longestCharacter = 4;
+    if (converted < whole.length && used + longestCharacter <= room)
+        return false;
+    value = reinterpret_cast<const char*>(buffer);
+    return true;
+}
+
+std::string readName(io_registry_entry_t entry) {
+    io_name_t name = {};
+    if (IORegistryEntryGetName(entry, name) != KERN_SUCCESS)
+        return std::string();
+    return name;
+}
+
+kern_return_t readPath(io_registry_entry_t entry, std::string& path) {
+    io_string_t buffer = {};
+    const kern_return_t result = IORegistryEntryGetPath(entry, kIOServicePlane, buffer);
+    path = result == KERN_SUCCESS ? buffer : "";
+    return result;
+}
+
+void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value) {
+    const CFOwned<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
+    CFDictionarySetValue(matching, key, number.get());
+}
