@@ -96,11 +96,10 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFold
 
 enum {
     kLSExecutableIncorrectFormat = -10661, // this system cannot run the executable
-    kLSUnknownErr = -10810, // the process could not be made, for a reason without a number of its own
-    kLSNotAnApplicationErr = -10811,   // the reference is not to an .app bundle
-    kLSLaunchInProgressErr = -10818,   // another thread is starting this very bundle
-    kLSNoLaunchPermissionErr = -10826, // the user may not execute it
-    kLSNoExecutableErr = -10827        // the bundle has no executable, or names one outside itself
+    kLSUnknownErr = -10810,                // none of the reasons that have a number
+    kLSNotAnApplicationErr = -10811,       // the reference is not to an .app bundle
+    kLSNoLaunchPermissionErr = -10826,     // the user may not execute it
+    kLSNoExecutableErr = -10827            // the bundle has no executable, or names one outside itself
 };
 
 typedef OptionBits LSLaunchFlags;
@@ -137,26 +136,34 @@ typedef struct LSApplicationParameters {
 /// output and error on /dev/null; no other open file; every signal at its default and none blocked; the file
 /// mode mask that this process was started with, whatever it has set since; a session of its own, so that no
 /// terminal and no process group ties it to the caller. It is nobody's child here: its end sends no SIGCHLD
-/// and leaves no zombie, also where this process adopts orphans (PR_SET_CHILD_SUBREAPER). Only process 1 of a
-/// container cannot be spared.
-///   PLATFORM_LAUNCHED=<process id>:<bundle path>   how the process list knows a running bundle again whose
-///   process
-///       runs another file: a script, a wrapper, a link that leads out of the bundle. Children of the
-///       application inherit it too, but have another id. Leave it alone.
-///   PLATFORM_LAUNCH_HIDDEN=1   only with kLSLaunchAndHide: begin without showing a window. This is the
-///   request that
-///       the window system carries elsewhere; an application should remove it from its environment once read.
+/// and leaves no zombie, also where this process adopts orphans (PR_SET_CHILD_SUBREAPER). Process 1 of a
+/// container is the exception: the kernel makes it the parent of every orphan.
 ///
-/// Already running, in the sense of GetNextProcess and for this user: nothing is started and the result is
-/// noErr, as documented. The running application would be brought to the front; Linux has no call for that
-/// which works on every desktop, so it stays where it is.
+///     PLATFORM_LAUNCHED=<process id>:<bundle path>
+///         Tells the process list which bundle the process runs, also when its file is a script's interpreter
+///         or lies outside the bundle. A child of the application inherits it, but has another id.
+///     PLATFORM_LAUNCH_HIDDEN=1
+///         With kLSLaunchAndHide only: begin without showing a window, as the window system asks for on
+///         macOS. The application should remove it from its environment once it has read it.
+///
+/// Already running, in the sense of GetNextProcess: nothing is started and the result is noErr, as
+/// documented. The running application would also come to the front; no call for that works on every Linux
+/// desktop, so it stays where it is. Of two threads that open one bundle, the second waits and finds it
+/// running.
 ///
 /// @param outPSN  set on success to the application started or found running; may be null
-/// @return noErr; fnfErr: the bundle is gone; kLSNotAnApplicationErr, kLSNoExecutableErr,
-/// kLSNoLaunchPermissionErr,
-///         kLSExecutableIncorrectFormat, kLSLaunchInProgressErr; opWrErr: the executable is being written;
-///         tmfoErr, memFullErr, ioErr; kLSUnknownErr: anything else; errFSBadFSRef; paramErr: a null record
-///         or application, another version, or a field that must be null
+/// @return noErr, or
+///         fnfErr                        the bundle is gone
+///         kLSNotAnApplicationErr        not a folder named *.app, nor a link of that name to a folder
+///         kLSNoExecutableErr            no such file in it, not a regular one, or a name that is refused
+///         kLSNoLaunchPermissionErr      the file may not be executed by this user
+///         kLSExecutableIncorrectFormat  it is no program for this system, or its interpreter is missing
+///         opWrErr                       somebody is writing to it
+///         tmfoErr, memFullErr, ioErr    as their names say
+///         kLSUnknownErr                 anything else that stopped it
+///         errFSBadFSRef                 the reference was never filled in
+///         paramErr                      a null record or application, another version, or one of the fields
+///                                       that must be null
 OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN);
 
 } // extern "C"

@@ -1,0 +1,101 @@
+#include "../CoreServices/Bundles.h"
+#include "../CoreServices/RunningApplications.h"
+
+#include <ApplicationServices/ApplicationServices.h>
+#include <algorithm>
+#include <memory>
+#include <mutex>
+
+using namespace platform;
+
+namespace {
+
+/// The list that walks step through: that of the walk begun last.
+struct Walk {
+    std::mutex mutex;
+    bool isTaken = false;
+    std::vector<RunningApplication> applications;
+};
+
+Walk& walk() {
+    static Walk& state = *new Walk; // never destroyed: a walk may run until the very end of the process
+    return state;
+}
+
+struct Releaser {
+    void operator()(const void* object) const { CFRelease(object); }
+};
+
+template <typename Ref>
+using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, Releaser>;
+
+class Dictionary {
+public:
+    Dictionary()
+        : m_dictionary(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                 &kCFTypeDictionaryValueCallBacks)) {}
+
+    void addText(CFStringRef key, const std::string& text) {
+        const Owned<CFStringRef> value(
+            CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+        if (value != nullptr)
+            CFDictionarySetValue(m_dictionary.get(), key, value.get());
+    }
+
+    void addNumber(CFStringRef key, CFNumberType type, const void* number) {
+        const Owned<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
+        CFDictionarySetValue(m_dictionary.get(), key, value.get());
+    }
+
+    CFDictionaryRef release() { return m_dictionary.release(); }
+
+private:
+    Owned<CFMutableDictionaryRef> m_dictionary;
+};
+
+} // namespace
+
+OSErr GetNextProcess(ProcessSerialNumber* psn) {
+    if (psn == nullptr)
+        return paramErr;
+    Walk& current = walk();
+    std::lock_guard<std::mutex> lock(current.mutex);
+    const bool begins = psn->highLongOfPSN == 0 && psn->lowLongOfPSN == kNoProcess;
+    if (begins || !current.isTaken) {
+        // An unreadable /proc is an empty list: a caller that keeps asking after errors must come to an end.
+        listRunningApplications(current.applications);
+        current.isTaken = true;
+    }
+    const auto next =
+        std::upper_bound(current.applications.begin(), current.applications.end(), psn->lowLongOfPSN,
+                         [](UInt32 pid, const RunningApplication& application) {
+                             return pid < static_cast<UInt32>(application.pid);
+                         });
+    if (next == current.applications.end()) {
+        *psn = {0, kNoProcess};
+        return procNotFound;
+    }
+    *psn = serialNumberOf(*next);
+    return noErr;
+}
+
+CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* psn, UInt32) {
+    RunningApplication application;
+    if (psn == nullptr || !findRunningApplication(static_cast<pid_t>(psn->lowLongOfPSN), application))
+        return nullptr;
+    const ProcessSerialNumber now = serialNumberOf(application);
+    if (now.highLongOfPSN != psn->highLongOfPSN)
+        return nullptr; // another process has come to have that id
+    const std::string bundle = outOfRoot(application.bundle);
+    const std::string bundleName = lastComponent(bundle);
+    const long long number =
+        static_cast<long long>(static_cast<UInt64>(now.highLongOfPSN) << 32 | now.lowLongOfPSN);
+    const long pid = application.pid;
+    Dictionary information;
+    information.addNumber(CFSTR("PSN"), kCFNumberLongLongType, &number);
+    information.addNumber(CFSTR("pid"), kCFNumberLongType, &pid);
+    information.addText(CFSTR("BundlePath"), bundle);
+    information.addText(CFSTR("CFBundleName"), bundleName.substr(0, bundleName.size() - 4));
+    information.addText(CFSTR("CFBundleExecutable"), application.executable);
+    return information.release();
+}

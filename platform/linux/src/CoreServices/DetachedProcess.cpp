@@ -1,0 +1,267 @@
+#include "DetachedProcess.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// How a process is started that is nobody's child here.
+//
+//   this process -- clone, exit signal 0 --> middle process -- fork --> the program
+//
+// An exec gives every process the exit signal SIGCHLD back, so a direct child cannot run a program and stay
+// silent. The middle process never execs: it is waited for, by its id, and its end sends no signal. Its own
+// child, the program, is adopted by init, or by the user's service manager, when the middle process ends.
+// CLONE_VFORK makes each parent wait until its child has ended or run its program, so a shared page carries
+// the outcome and neither a pipe nor a free descriptor is needed for it.
+//
+// Between clone and exec runs only what is safe in the copy of a process with several threads: system calls,
+// some of them made directly because a preloaded library or a sanitizer may have put a lock around the C
+// library's function.
+
+namespace platform {
+
+namespace {
+
+/// The mask that the user's session set. Read before main, because the product sets it to 0 for its own
+/// folders.
+mode_t readFileModeMask() {
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}
+const mode_t FILE_MODE_MASK_AT_START = readFileModeMask();
+
+struct Outcome {
+    pid_t pid;
+    int error;
+};
+
+/// Memory that this process and the two it starts see in common.
+class SharedOutcome {
+public:
+    SharedOutcome() {
+        void* page =
+            ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        m_outcome = page == MAP_FAILED ? nullptr : static_cast<volatile Outcome*>(page);
+    }
+    ~SharedOutcome() {
+        if (m_outcome != nullptr)
+            ::munmap(const_cast<Outcome*>(m_outcome), sizeof(Outcome));
+    }
+    SharedOutcome(const SharedOutcome&) = delete;
+    SharedOutcome& operator=(const SharedOutcome&) = delete;
+
+    volatile Outcome* get() const { return m_outcome; }
+
+private:
+    volatile Outcome* m_outcome;
+};
+
+/// No handler of this process may run in the copies of it, where it would write to the shared files.
+class AllSignalsBlocked {
+public:
+    AllSignalsBlocked() {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~AllSignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+/// A process that adopts orphans would adopt the program, and be sent its SIGCHLD in the end.
+class NoAdoption {
+public:
+    NoAdoption() {
+        ::prctl(PR_GET_CHILD_SUBREAPER, &m_before, 0, 0, 0);
+        if (m_before != 0)
+            ::prctl(PR_SET_CHILD_SUBREAPER, 0, 0, 0, 0);
+    }
+    ~NoAdoption() {
+        if (m_before != 0)
+            ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+    }
+    NoAdoption(const NoAdoption&) = delete;
+    NoAdoption& operator=(const NoAdoption&) = delete;
+
+private:
+    int m_before = 0;
+};
+
+/// Everything that the two processes need, in place before the first of them exists.
+struct Preparation {
+    const char* file;
+    char* const* arguments;
+    char* const* environment;
+    char* pidDigits;
+    size_t pidWidth;
+    int nullDevice;
+    volatile Outcome* outcome;
+};
+
+long cloneProcess(unsigned long exitSignal) {
+#if defined(__s390__)
+    return ::syscall(SYS_clone, nullptr, CLONE_VFORK | exitSignal, nullptr, nullptr, nullptr);
+#else
+    return ::syscall(SYS_clone, CLONE_VFORK | exitSignal, nullptr, nullptr, nullptr, nullptr);
+#endif
+}
+
+[[noreturn]] void endProcess() {
+    for (;;)
+        ::syscall(SYS_exit_group, 0);
+}
+
+void resetSignals() {
+    struct sigaction byDefault = {};
+    byDefault.sa_handler = SIG_DFL;
+    for (int signal = 1; signal <= SIGRTMAX; ++signal)
+        ::sigaction(signal, &byDefault, nullptr);
+}
+
+bool putNullDeviceOnStandardFiles(int nullDevice) {
+    for (int file = 0; file <= 2; ++file) {
+        // The null device has one of these numbers already where this process has none of its own there.
+        const long result = file == nullDevice ? ::syscall(SYS_fcntl, file, F_SETFD, 0)
+                                               : ::syscall(SYS_dup3, nullDevice, file, 0);
+        if (result < 0)
+            return false;
+    }
+    return true;
+}
+
+void writeDigits(char* place, size_t width, pid_t pid) {
+    for (size_t i = width; i > 0; --i, pid /= 10)
+        place[i - 1] = static_cast<char>('0' + pid % 10);
+}
+
+[[noreturn]] void becomeProgram(const Preparation& preparation) {
+    ::setsid();
+    resetSignals();
+    ::umask(FILE_MODE_MASK_AT_START);
+    writeDigits(preparation.pidDigits, preparation.pidWidth, ::getpid());
+    if (putNullDeviceOnStandardFiles(preparation.nullDevice) && ::chdir("/") == 0) {
+        if (!closeFilesByRange())
+            closeFilesByListing();
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::execve(preparation.file, preparation.arguments, preparation.environment);
+    }
+    preparation.outcome->error = errno;
+    endProcess();
+}
+
+[[noreturn]] void runMiddleProcess(const Preparation& preparation) {
+    const long pid = cloneProcess(SIGCHLD);
+    if (pid == 0)
+        becomeProgram(preparation);
+    if (pid < 0)
+        preparation.outcome->error = errno;
+    else if (preparation.outcome->error != 0)
+        ::syscall(SYS_wait4, pid, nullptr, 0, nullptr); // or its adopter would be told of its end
+    preparation.outcome->pid = static_cast<pid_t>(pid);
+    endProcess();
+}
+
+/// Starts the middle process and waits for its end.
+int runBothProcesses(const Preparation& preparation) {
+    const AllSignalsBlocked blocked;
+    const NoAdoption noAdoption;
+    const long middle = cloneProcess(0);
+    if (middle == 0)
+        runMiddleProcess(preparation);
+    if (middle < 0)
+        return errno;
+    int status = 0;
+    while (::waitpid(static_cast<pid_t>(middle), &status, __WALL) < 0 && errno == EINTR) {
+    }
+    const bool gotThrough = WIFEXITED(status) && preparation.outcome->pid > 0;
+    return gotThrough || preparation.outcome->error != 0 ? preparation.outcome->error : ECHILD;
+}
+
+class File {
+public:
+    explicit File(int descriptor) : m_descriptor(descriptor) {}
+    ~File() {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    int get() const { return m_descriptor; }
+
+private:
+    const int m_descriptor;
+};
+
+} // namespace
+
+bool closeFilesByRange() {
+#if defined(SYS_close_range)
+    return ::syscall(SYS_close_range, 3u, UINT_MAX, 0u) == 0;
+#else
+    return false;
+#endif
+}
+
+void closeFilesByListing() {
+    const int folder = static_cast<int>(
+        ::syscall(SYS_openat, AT_FDCWD, "/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
+    alignas(struct dirent64) char entries[4096];
+    for (;;) {
+        const long length = ::syscall(SYS_getdents64, folder, entries, sizeof entries);
+        if (length <= 0)
+            break;
+        for (long at = 0; at < length;) {
+            const auto* entry = reinterpret_cast<const struct dirent64*>(entries + at);
+            at += entry->d_reclen;
+            int file = 0;
+            for (const char* digit = entry->d_name; *digit >= '0' && *digit <= '9'; ++digit)
+                file = 10 * file + (*digit - '0');
+            if (file > 2 && file != folder)
+                ::syscall(SYS_close, file);
+        }
+    }
+    ::syscall(SYS_close, folder);
+}
+
+int startDetached(DetachedProcess plan, pid_t& pid) {
+    const SharedOutcome shared;
+    if (shared.get() == nullptr)
+        return ENOMEM;
+    // Opened here: a lock around open would have to be taken in a process that no one can release it in.
+    const File nullDevice(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    if (nullDevice.get() < 0)
+        return errno;
+
+    std::vector<char*> environment;
+    for (std::string& entry : plan.environment)
+        environment.push_back(&entry[0]);
+    environment.push_back(nullptr);
+    char* const arguments[] = {&plan.file[0], nullptr};
+    char* const pidDigits = plan.pidWidth == 0 ? nullptr : &plan.environment.front()[plan.pidPlace];
+    const Preparation preparation = {plan.file.c_str(), arguments,        environment.data(), pidDigits,
+                                     plan.pidWidth,     nullDevice.get(), shared.get()};
+
+    const int error = runBothProcesses(preparation);
+    if (error == 0)
+        pid = shared.get()->pid;
+    return error;
+}
+
+} // namespace platform

@@ -1,0 +1,55 @@
+#include "InfoPlist.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <plist/plist.h>
+#include <sys/stat.h>
+#include <type_traits>
+#include <unistd.h>
+
+namespace platform {
+
+// Generous for a file of a few dozen lines. The library walks a property list recursively, and what fits in
+// here cannot nest so deep that this exhausts the stack.
+static const off_t INFO_PLIST_LIMIT = 256 * 1024;
+
+static std::string readSmallRegularFile(const std::string& path) {
+    // Non-blocking, because what bears the name may be a pipe that nobody writes to.
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0)
+        return std::string();
+    std::string content;
+    struct stat found;
+    if (::fstat(file, &found) == 0 && S_ISREG(found.st_mode) && found.st_size <= INFO_PLIST_LIMIT) {
+        content.resize(static_cast<size_t>(found.st_size));
+        const ssize_t length = ::read(file, &content[0], content.size());
+        content.resize(length > 0 ? static_cast<size_t>(length) : 0);
+    }
+    ::close(file);
+    return content;
+}
+
+std::string executableNameFromInfoPlist(const std::string& infoPlist) {
+    const std::string content = readSmallRegularFile(infoPlist);
+    if (content.empty())
+        return std::string();
+    plist_t parsed = nullptr;
+    const auto length = static_cast<uint32_t>(content.size());
+    if (plist_is_binary(content.data(), length))
+        plist_from_bin(content.data(), length, &parsed);
+    else
+        plist_from_xml(content.data(), length, &parsed);
+    const std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)> root(parsed, &plist_free);
+    if (root == nullptr || plist_get_node_type(root.get()) != PLIST_DICT)
+        return std::string();
+    const plist_t item = plist_dict_get_item(root.get(), "CFBundleExecutable");
+    if (item == nullptr || plist_get_node_type(item) != PLIST_STRING)
+        return std::string();
+    char* value = nullptr;
+    plist_get_string_val(item, &value);
+    const std::unique_ptr<char, decltype(&std::free)> text(value, &std::free);
+    return text ? text.get() : std::string();
+}
+
+} // namespace platform

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+// The one seam to the property-list library. A build with it has InfoPlist.cpp behind this declaration; a
+// build without it (ZEVO_DEVICES=OFF) has WithoutInfoPlist.cpp, which knows no key, so that every bundle is
+// taken to name its executable after itself.
+
+namespace platform {
+
+/// CFBundleExecutable of a bundle's Info.plist, text or binary form.
+/// @param infoPlist  path of the file; may be missing, unreadable, of any kind, size and content. Never waits
+/// for it.
+/// @return the text as it stands there; empty when there is none to be had
+std::string executableNameFromInfoPlist(const std::string& infoPlist);
+
+} // namespace platform

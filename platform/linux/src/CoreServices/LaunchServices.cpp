@@ -1,0 +1,165 @@
+#include "Bundles.h"
+#include "DetachedProcess.h"
+#include "FileReferences.h"
+#include "InfoPlist.h"
+#include "RunningApplications.h"
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace platform;
+
+static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
+
+static OSStatus statusOfExecError(int error, const std::string& file) {
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        // The file is there: what is missing is the loader or the interpreter that it asks for.
+        return ::access(file.c_str(), F_OK) == 0 ? kLSExecutableIncorrectFormat : kLSNoExecutableErr;
+    case ENOEXEC:
+    case ELIBBAD:
+        return kLSExecutableIncorrectFormat;
+    case EACCES:
+    case EPERM:
+        return kLSNoLaunchPermissionErr;
+    case ETXTBSY:
+        return opWrErr;
+    case EMFILE:
+    case ENFILE:
+        return tmfoErr;
+    case ENOMEM:
+    case EAGAIN:
+        return memFullErr;
+    case EIO:
+        return ioErr;
+    default:
+        return kLSUnknownErr;
+    }
+}
+
+static bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
+    return parameters.version == 0 && parameters.environment == nullptr && parameters.argv == nullptr &&
+           parameters.initialEvent == nullptr;
+}
+
+/// The bundle's name without ".app". A link to a bundle gives it its name, whatever the folder is called.
+static std::string ownName(const ReferencedPath& bundle) {
+    std::string name = lastComponent(bundle.named);
+    if (!isBundleName(name))
+        name = lastComponent(bundle.real);
+    return isBundleName(name) ? name.substr(0, name.rfind('.')) : std::string();
+}
+
+static OSStatus checkBundle(const ReferencedPath& bundle) {
+    struct stat found;
+    if (::stat(bundle.real.c_str(), &found) != 0)
+        return statusOfErrno(errno);
+    if (!S_ISDIR(found.st_mode) || ownName(bundle).empty())
+        return kLSNotAnApplicationErr;
+    return noErr;
+}
+
+static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) {
+    const std::string contents = bundle.real + "/Contents/";
+    std::string name = executableNameFromInfoPlist(contents + "Info.plist");
+    if (name.empty())
+        name = ownName(bundle);
+    if (name == "." || name == ".." || name.find('/') != std::string::npos)
+        return kLSNoExecutableErr;
+    file = contents + "MacOS/" + name;
+    struct stat found;
+    if (::stat(file.c_str(), &found) != 0)
+        return errno == EACCES ? kLSNoLaunchPermissionErr : kLSNoExecutableErr;
+    if (!S_ISREG(found.st_mode))
+        return kLSNoExecutableErr;
+    return noErr;
+}
+
+static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
+    std::vector<RunningApplication> applications;
+    const int error = listRunningApplications(applications);
+    if (error != 0)
+        return statusOfErrno(error);
+    isRunning = false;
+    for (const RunningApplication& application : applications) {
+        if (application.bundle != bundle.named && realPath(application.bundle) != bundle.real)
+            continue;
+        isRunning = true;
+        running = application;
+        break;
+    }
+    return noErr;
+}
+
+static bool beginsWith(const std::string& text, const char* beginning) {
+    return text.rfind(beginning, 0) == 0;
+}
+
+static DetachedProcess planOf(const std::string& file, const ReferencedPath& bundle, LSLaunchFlags flags) {
+    DetachedProcess plan;
+    plan.file = file;
+    plan.pidPlace = std::string(LAUNCHED_VARIABLE).size();
+    plan.pidWidth = LAUNCHED_PID_WIDTH;
+    plan.environment.push_back(LAUNCHED_VARIABLE + std::string(LAUNCHED_PID_WIDTH, '0') + ":" + bundle.named);
+    if ((flags & kLSLaunchAndHide) != 0)
+        plan.environment.push_back(HIDDEN_VARIABLE + std::string("1"));
+    for (char** entry = ::environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (!beginsWith(*entry, LAUNCHED_VARIABLE) && !beginsWith(*entry, HIDDEN_VARIABLE))
+            plan.environment.push_back(*entry);
+    }
+    return plan;
+}
+
+/// A process has its executable a moment before it has its environment. Until then the list of running
+/// applications would miss a script's bundle, and somebody might start it again; so the caller gets the
+/// process only when the list shows it. Where it never does (it has ended already, or became another user), a
+/// while must do.
+static RunningApplication awaitInList(pid_t pid, const std::string& bundle) {
+    RunningApplication application = {pid, 0, std::string(), std::string()};
+    for (int tries = 0; tries < 200; ++tries) {
+        if (findRunningApplication(pid, application) && application.bundle == bundle)
+            break;
+        if (::kill(pid, 0) != 0 && errno == ESRCH)
+            break;
+        const struct timespec pause = {0, 100 * 1000};
+        ::nanosleep(&pause, nullptr);
+    }
+    return application;
+}
+
+OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN) {
+    if (appParams == nullptr || appParams->application == nullptr || !isWithoutUnsupportedFields(*appParams))
+        return paramErr;
+    ReferencedPath bundle;
+    OSStatus status = resolveReference(*appParams->application, bundle);
+    if (status == noErr)
+        status = checkBundle(bundle);
+    if (status != noErr)
+        return status;
+
+    // Two threads that open one bundle: the second finds it running.
+    static std::mutex oneAtATime;
+    std::lock_guard<std::mutex> lock(oneAtATime);
+    bool isRunning = false;
+    RunningApplication application;
+    status = findRunning(bundle, isRunning, application);
+    if (status == noErr && !isRunning) {
+        std::string file;
+        status = findExecutable(bundle, file);
+        if (status != noErr)
+            return status;
+        pid_t pid = 0;
+        const int error = startDetached(planOf(file, bundle, appParams->flags), pid);
+        if (error != 0)
+            return statusOfExecError(error, file);
+        application = awaitInList(pid, bundle.named);
+    }
+    if (status == noErr && outPSN != nullptr)
+        *outPSN = serialNumberOf(application);
+    return status;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <MacTypes.h>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// The running applications of this user, read from /proc; what counts as one is told in
+// ApplicationServices.h. Shared by the process list and by Launch Services, so that both mean the same by
+// "running". No state, any thread.
+
+namespace platform {
+
+struct RunningApplication {
+    pid_t pid;
+    UInt64 startTime;       // of the process, in the kernel's ticks: tells it from a later one with its id
+    std::string bundle;     // absolute, below the root where one is set
+    std::string executable; // the file that the process runs
+};
+
+/// The name and the value's form of the variable that a launched application is known again by. The process
+/// id has a fixed width, so that it can be filled in where no memory can be had.
+extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
+const int LAUNCHED_PID_WIDTH = 10;
+
+/// All of them, by ascending process id. Processes that come or go meanwhile may be missing.
+/// @return 0; the errno with which /proc could not be read (the list is empty then)
+int listRunningApplications(std::vector<RunningApplication>& applications);
+
+/// One process. False when it has ended, is not this user's, or runs no bundle.
+bool findRunningApplication(pid_t pid, RunningApplication& application);
+
+/// Its serial number, as the process list gives it.
+ProcessSerialNumber serialNumberOf(const RunningApplication& application);
+
+} // namespace platform
