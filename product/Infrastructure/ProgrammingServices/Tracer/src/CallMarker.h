@@ -85,8 +85,9 @@ public:
     /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is
     /// enabled, the call's entry was written (a call that the filters hide hides its messages), and the level
     /// mask has the type.
-    bool isMessageWritten(TraceMsgType type) const { return m_printed && isMessageWrittenNow(type); }
-    /// Writes the message at this call's depth, when isMessageWritten. Called by the call's own thread.
+    bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
+    /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
+    /// thread.
     void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
 
     std::string_view getClassName() const { return m_className; }
@@ -100,13 +101,14 @@ public:
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
 
 private:
+    friend class Tracer;
     friend class ThreadTracer;
 
     static std::string_view methodNameIn(std::string_view prettyName);
     void begin(std::string_view className, std::string_view methodName, bool isConstructor,
                const void* object);
     void end();
-    bool isMessageWrittenNow(TraceMsgType type) const;
+    ThreadTracer* threadTracerFor(TraceMsgType type) const;
 
     std::string_view m_className;
     std::string_view m_methodName;

@@ -2,13 +2,17 @@
 
 #include "LineQueue.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
-/// A ring of numbered text files, "<base>_<index>.txt", each with a limited number of lines; the tracer and
-/// the logger each write to one. Two names stand for other outputs: "console" is standard output, "msvc" is
-/// nowhere.
+/// Where finished lines go: a ring of numbered text files, "<base>_<index>.txt", each with a limited number
+/// of lines, and the queue of the lines that wait for it. The tracer and the logger each have one. Two names
+/// stand for other outputs, which need no queue: "console" is standard output, "msvc" is nowhere.
 ///
 /// The tracer and the logger differ in three points, and on purpose:
 ///  - Where a run begins. The tracer always begins with file 0 and empties it (Tracer::SetFileName). The
@@ -36,6 +40,8 @@ public:
     bool setBaseName(const std::string& name);
     /// Makes the current name of the base name and the index, which first wraps to 0 at the maximum.
     void nameCurrentFile();
+    /// Begins with file 0, which the next drain empties.
+    void beginAnew();
     /// The next open of the current file empties it.
     void truncateOnNextOpen() { m_truncateOnNextOpen = true; }
     /// Goes on behind the last line of this file of the ring.
@@ -45,20 +51,34 @@ public:
     /// negative.
     int findLastUsedFile() const;
 
+    /// Routes one finished line, which brings its "\n". On the console an empty line follows it. Returns true
+    /// when the line was queued.
+    bool put(std::string_view line);
+    /// The number of queued lines.
+    std::size_t waiting() const { return m_queue.size(); }
+
     enum class Drain {
-        Done,        // every line is in a file, or there was nothing to do
+        Done,        // every line is in a file, or the output is none
         CannotOpen,  // the current file could not be opened; nothing was written
         Interrupted, // a later open or a write failed; the rest of the lines waits
     };
-    /// Writes the waiting lines, going on to the next file whenever one is full. The file is open only while
+    /// Writes the queued lines, going on to the next file whenever one is full. The file is open only while
     /// this runs. Failures to open are told on standard error.
     ///
     /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
     /// what this one put there.
-    Drain drain(LineQueue& queue);
+    Drain drain();
+    /// Calls `writeOnFile`, which drains, until no line waits. It gives up when a drain has written nothing:
+    /// a file that cannot be opened or a full disk would keep the caller here for ever.
+    template <typename WriteOnFile>
+    void drainAll(WriteOnFile writeOnFile) const {
+        std::size_t before = waiting() + 1;
+        while (waiting() != 0 && waiting() < before) {
+            before = waiting();
+            writeOnFile();
+        }
+    }
 
-    bool isConsole() const { return m_currentFileName == "console"; }
-    bool isNowhere() const { return m_currentFileName == "msvc"; }
     const std::string& getBaseFileName() const { return m_baseFileName; }
     const std::string& getCurrentFileName() const { return m_currentFileName; }
     std::int32_t getFileIndex() const { return m_fileIndex; }
@@ -71,10 +91,17 @@ public:
     static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
 
 private:
+    struct CloseFile {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
+
+    bool isConsole() const { return m_currentFileName == "console"; }
+    bool isNowhere() const { return m_currentFileName == "msvc"; }
     std::string fileName(std::int32_t index) const;
-    std::FILE* open(const char* mode) const;
-    std::FILE* openNextFile();
-    bool writeLines(std::FILE* file, LineQueue& queue);
+    OpenFile open(const char* mode) const;
+    OpenFile openNextFile();
+    bool writeLines(std::FILE* file);
 
     const char* m_owner;
     std::int32_t m_maximumFiles = 10;
@@ -85,4 +112,5 @@ private:
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
+    LineQueue m_queue;
 };

@@ -25,6 +25,9 @@ public:
     std::size_t consume(std::size_t bytes);
 
 private:
+    void clear();
+    void dropWritten();
+
     std::string m_text;
     std::vector<std::size_t> m_ends; // offsets in m_text
     std::size_t m_front = 0;         // index in m_ends of the first waiting line

@@ -2,7 +2,6 @@
 
 #include "FileRing.h"
 #include "KFMutex.h"
-#include "LineQueue.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
 #include "TimeStamp.h"
@@ -91,7 +90,7 @@ public:
     /// Writes the queued lines.
     /// DELIBERATE: when the current file cannot be opened, this tells it on standard error and returns with
     /// the lock still held by the calling thread. Other threads that log then wait.
-    void WriteOnFile();
+    void WriteOnFile() KF_NO_THREAD_SAFETY_ANALYSIS; // since it may leave the lock held
     /// The same for the crash handler: only if the lock is free, or the calling thread's. Returns false when
     /// another thread has it.
     bool WriteOnFileIfFree();
@@ -126,7 +125,6 @@ private:
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
     std::string m_line KF_GUARDED_BY(m_lock); // the line in progress
-    LineQueue m_queue KF_GUARDED_BY(m_lock);
     TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };

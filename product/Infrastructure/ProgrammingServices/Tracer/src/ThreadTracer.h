@@ -35,7 +35,7 @@ public:
     /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
     /// ...".
     void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
-    void PrintMsg(TraceMsgType type, const char* format, std::va_list arguments) KF_PRINTF_LIKE(3, 0);
+    void vPrintMsg(TraceMsgType type, const char* format, std::va_list arguments) KF_PRINTF_LIKE(3, 0);
     /// Writes the stack, innermost call first; nothing when it is empty. The tracer's lock is held.
     void PrintStack();
 

@@ -3,7 +3,6 @@
 #include "FileRing.h"
 #include "KFLock.h"
 #include "KFMutex.h"
-#include "LineQueue.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
 
@@ -121,10 +120,9 @@ public:
 
     /// A call begins on the calling thread. Called by the marker itself.
     void BeginningOfCall(CallMarker& marker);
-    /// A call ends. Called by the marker itself, on the call's thread.
-    void EndOfCall(CallMarker& marker);
-    /// The marker's thread tracer when a message of this type is to be written, else null.
-    ThreadTracer* threadTracerForMessage(const CallMarker& marker, TraceMsgType type);
+    /// The calling thread's tracer if it is the one that took this call in and the tracer is enabled, else
+    /// null. It stays valid until the calling thread ends its trace.
+    ThreadTracer* threadTracerOf(const CallMarker& marker);
     /// Counts an object up or down; returns the number of living objects of the marker's class, 0 without
     /// one.
     int UpdateObjectCount(const CallMarker& marker);
@@ -170,7 +168,6 @@ private:
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
-    LineQueue m_queue KF_GUARDED_BY(m_lock);
     std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedCalls KF_GUARDED_BY(m_lock);

@@ -1,0 +1,218 @@
+#include "Logger.h"
+
+#include "ContractChecks.h"
+#include "KFLock.h"
+#include "LoggerConfigFileParser.h"
+#include "LoggerFlushThread.h"
+#include "MessageText.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Tracer/src/Logger";
+
+namespace {
+
+std::string_view tagOf(LoggerMsgType type) {
+    switch (type) {
+    case MSG_DEBUG:
+        return "[DEBUG  ] ";
+    case MSG_ERROR:
+        return "[ERROR  ] ";
+    case MSG_WARNING:
+        return "[WARNING] ";
+    case MSG_LEVEL_0:
+        return "[LEVEL_0] ";
+    case MSG_LEVEL_1:
+        return "[LEVEL_1] ";
+    case MSG_LEVEL_2:
+        return "[LEVEL_2] ";
+    case MSG_LEVEL_3:
+        return "[LEVEL_3] ";
+    case MSG_LEVEL_4:
+        return "[LEVEL_4] ";
+    case MSG_LEVEL_5:
+        return "[LEVEL_5] ";
+    }
+    return {};
+}
+
+} // namespace
+
+std::atomic<Logger*> Logger::m_pInstance{nullptr};
+
+// What an earlier run has left is continued, so the first file is not to be emptied.
+Logger::Logger() : m_ring("Logger", false) {}
+
+Logger::~Logger() {
+    Logger* self = this;
+    m_pInstance.compare_exchange_strong(self, nullptr);
+    setEnabled(false);
+    m_flushThread.reset();
+}
+
+void Logger::SetInstance(Logger* pTheLogger) {
+    KF_REQUIRE(pTheLogger != NULL, 49);
+    m_pInstance.store(pTheLogger, std::memory_order_release);
+    KF_ENSURE(m_pInstance != NULL, 51);
+}
+
+// ---- configuration
+// -------------------------------------------------------------------------------------------
+
+void Logger::ReadConfigFile(const char* fileName) {
+    KF_REQUIRE(fileName != NULL, 80);
+    LoggerConfigFileParser(fileName, this).parse();
+    if (isEnabled())
+        Initialize();
+}
+
+void Logger::Initialize() {
+    bool hasFileName = false;
+    bool directWrite = false;
+    {
+        const KFLock lock(m_lock);
+        hasFileName = !m_ring.getBaseFileName().empty();
+        directWrite = m_directWrite;
+    }
+    if (!hasFileName) {
+        std::puts("please call Logger_SET_FILE_NAME(fileName)");
+        std::exit(1);
+    }
+    if (directWrite)
+        return;
+    // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
+    m_flushThread = std::make_unique<LoggerFlushThread>(this);
+    m_flushThread->start();
+}
+
+void Logger::SetFolderName(std::string folderName) {
+    const KFLock lock(m_lock);
+    m_ring.setFolderName(std::move(folderName));
+}
+
+void Logger::SetFileName(std::string name) {
+    const KFLock lock(m_lock);
+    if (!m_ring.setBaseName(name))
+        return;
+    const int index = m_ring.findLastUsedFile();
+    if (index >= 0) {
+        m_ring.continueFile(index);
+        return;
+    }
+    m_ring.beginAnew();
+}
+
+void Logger::UpdateFileName() {
+    const KFLock lock(m_lock);
+    m_ring.nameCurrentFile();
+}
+
+void Logger::setPrintTime(bool on) {
+    const KFLock lock(m_lock);
+    m_printTime = on;
+}
+
+void Logger::setDirectWrite(bool directWrite) {
+    const KFLock lock(m_lock);
+    m_directWrite = directWrite;
+}
+
+void Logger::setMaximumFiles(std::int32_t files) {
+    const KFLock lock(m_lock);
+    m_ring.setMaximumFiles(files);
+}
+
+void Logger::setMaximumLinesPerFile(std::int32_t lines) {
+    const KFLock lock(m_lock);
+    m_ring.setMaximumLinesPerFile(lines);
+}
+
+// ---- output
+// --------------------------------------------------------------------------------------------------
+
+void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    // Before the lock is taken: formatting needs nothing of the logger's.
+    const MessageText text(format, arguments);
+    va_end(arguments);
+
+    const KFLock lock(m_lock);
+    m_line.clear();
+    PrintTime();
+    PrintMsgType(type);
+    text.appendTo(m_line);
+    m_line += '\n';
+    PrintString(m_line);
+}
+
+void Logger::PrintString(const std::string& msg) {
+    KF_REQUIRE(!(msg.empty()), 242);
+    const KFLock lock(m_lock);
+    if (m_ring.put(msg) && m_directWrite)
+        WriteOnFile();
+}
+
+void Logger::PrintMsgType(LoggerMsgType type) {
+    m_line += tagOf(type);
+}
+
+void Logger::PrintTime() {
+    if (m_printTime)
+        m_timeStamp.appendNow(m_line);
+}
+
+void Logger::WriteOnFile() {
+    m_lock.acquire();
+    if (m_ring.drain() == FileRing::Drain::CannotOpen)
+        return;
+    m_lock.release();
+}
+
+bool Logger::WriteOnFileIfFree() {
+    if (!m_lock.tryacquire())
+        return false;
+    WriteOnFile();
+    m_lock.release();
+    return true;
+}
+
+bool Logger::areAllMsgFlushed() {
+    const KFLock lock(m_lock);
+    return m_ring.waiting() == 0;
+}
+
+void Logger::FinishLogging() {
+    const KFLock lock(m_lock);
+    setEnabled(false);
+    if (!m_directWrite)
+        m_ring.drainAll([this] { WriteOnFile(); });
+}
+
+// ---- the ring
+// ------------------------------------------------------------------------------------------------
+
+int Logger::FindLastUsedFile() {
+    const KFLock lock(m_lock);
+    return m_ring.findLastUsedFile();
+}
+
+std::string Logger::findFileDate(const std::string& fileName) {
+    std::string date;
+    std::string time;
+    retrieveModificationInfo(fileName, date, time);
+    return date;
+}
+
+std::string Logger::findFileTime(const std::string& fileName) {
+    std::string date;
+    std::string time;
+    retrieveModificationInfo(fileName, date, time);
+    return time;
+}
+
+void Logger::retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time) {
+    FileRing::retrieveModificationInfo(fileName, date, time);
+}

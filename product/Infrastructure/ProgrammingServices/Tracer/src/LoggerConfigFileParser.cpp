@@ -1,0 +1,15 @@
+#include "LoggerConfigFileParser.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+KeywordToken LoggerConfigFileParser::getToken() {
+    KeywordToken token = m_scanner.getToken();
+    m_line = token.line;
+    return token;
+}
+
+void LoggerConfigFileParser::signalError(const char* /*message*/) {
+    std::fprintf(stderr, "syntax error at line %d of log config file\n", m_line);
+    std::exit(1);
+}

@@ -1,0 +1,12 @@
+#include "TracerFlushThread.h"
+
+#include "Tracer.h"
+
+TracerFlushThread::~TracerFlushThread() {
+    stop();
+}
+
+void TracerFlushThread::flush() {
+    if (Tracer* const tracer = Tracer::GetInstance())
+        tracer->WriteOnFile();
+}
