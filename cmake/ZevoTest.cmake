@@ -35,6 +35,7 @@ function(zevo_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS" "SOURCES;LIBRARIES;LABELS;WRAPPER")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest GTest::gtest_main zevo_options)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   zevo_run_test(${name} SECONDS ${arg_SECONDS} LABELS ${arg_LABELS} COMMAND ${arg_WRAPPER} $<TARGET_FILE:${name}>)
 endfunction()
 

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstdlib>
+#include <linux/capability.h>
 #include <string>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,5 +26,15 @@ bool asOrdinaryUser(const std::string& folder, Action action) {
         const bool ready =
             chdir(folder.c_str()) == 0 && (geteuid() != 0 || (setgid(nobody) == 0 && setuid(nobody) == 0));
         return ready && action();
+    });
+}
+
+/// The same as the same user, but bound by file modes, which the superuser is not unless it lays that down.
+template <typename Action>
+bool boundByFileModes(Action action) {
+    return inAnotherProcess([&] {
+        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+        const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+        return syscall(SYS_capset, &header, none) == 0 && action();
     });
 }

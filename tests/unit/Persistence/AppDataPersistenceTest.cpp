@@ -1,0 +1,215 @@
+#include "AppDataPersistence.h"
+
+#include "OtherProcess.h"
+#include "StoreTest.h"
+#include "TraceCapture.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+class AppDataPersistenceTest : public StoreTest {
+protected:
+    std::string read(const std::string& name) {
+        std::string value = "(none)";
+        m_store.readParam(name, value);
+        return value;
+    }
+
+    AppDataPersistence m_store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
+    const std::string m_file = userFile("Domain.dat");
+};
+
+TEST_F(AppDataPersistenceTest, TheUsersFileLiesUnderTheUsersFolder) {
+    EXPECT_EQ(m_file, AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER));
+}
+
+TEST_F(AppDataPersistenceTest, TheMachinesFileLiesUnderTheMachinesFolder) {
+    EXPECT_EQ(machineFile("Domain.dat"),
+              AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS));
+}
+
+TEST_F(AppDataPersistenceTest, MakesTheFamilysAndTheScopesFolderButNoFile) {
+    struct stat status;
+    EXPECT_EQ(0, stat((m_folder / "user/Ferrow/Zevo").c_str(), &status));
+    EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(AppDataPersistenceTest, LinesAreInTheOrderOfTheirNames) {
+    EXPECT_TRUE(m_store.writeParam("a", "1"));
+    EXPECT_TRUE(m_store.writeParam("b", "2"));
+    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, TheOrderOfWritingDoesNotMatter) {
+    m_store.writeParam("b", "2");
+    m_store.writeParam("a", "1");
+    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, NamesAreOrderedByTheirBytes) {
+    for (const char* name : {"b", "\xC3\xA4", "B", "ba"}) {
+        m_store.writeParam(name, "");
+    }
+    EXPECT_EQ("B=\nb=\nba=\n\xC3\xA4=\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, OnlyTheFirstEqualsSignSeparates) {
+    writeFile(m_file, "x=y=z\n");
+    EXPECT_EQ("y=z", read("x"));
+}
+
+TEST_F(AppDataPersistenceTest, ALineWithoutEqualsSignIsDeliberatelyNameAndValue) {
+    writeFile(m_file, "flag\n");
+    EXPECT_EQ("flag", read("flag"));
+}
+
+TEST_F(AppDataPersistenceTest, EmptyLinesAndEmptyNamesAreIgnored) {
+    writeFile(m_file, "\n=v\na=1\n\n");
+    t_paramMap params;
+    EXPECT_TRUE(m_store.readPersistenceFile(params));
+    EXPECT_EQ((t_paramMap{{"a", "1"}}), params);
+}
+
+TEST_F(AppDataPersistenceTest, ALaterLineOfTheSameNameReplacesTheEarlier) {
+    writeFile(m_file, "a=1\nb=2\na=3\n");
+    EXPECT_EQ("3", read("a"));
+    t_paramMap params;
+    m_store.readPersistenceFile(params);
+    EXPECT_EQ((t_paramMap{{"a", "3"}, {"b", "2"}}), params);
+}
+
+TEST_F(AppDataPersistenceTest, ReadingFromAMissingFileIsFalseAndTraced) {
+    const TraceCapture trace;
+    std::string value = "kept";
+    EXPECT_FALSE(m_store.readParam("a", value));
+    EXPECT_EQ("kept", value);
+    EXPECT_NE(std::string::npos, trace.text().find("Parameter 'a' not found"));
+}
+
+TEST_F(AppDataPersistenceTest, EraseEmptiesTheFileAndKeepsIt) {
+    m_store.writeParam("a", "1");
+    m_store.eraseAllParams();
+    EXPECT_EQ("", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, EraseOnAMissingFileCreatesNothing) {
+    m_store.eraseAllParams();
+    struct stat status;
+    EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(AppDataPersistenceTest, StoresSeeEachOthersWritesAtTheNextAccess) {
+    AppDataPersistence other("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    EXPECT_EQ("(none)", read("a"));
+    other.writeParam("a", "1");
+    EXPECT_EQ("1", read("a"));
+}
+
+TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
+    m_store.writeParam("a", "1");
+    const TraceCapture trace;
+    EXPECT_FALSE(m_store.writeParam("", "v"));
+    EXPECT_FALSE(m_store.writeParam("n=m", "v"));
+    EXPECT_FALSE(m_store.writeParam("n\nm", "v"));
+    EXPECT_FALSE(m_store.writeParam("n", "v\nw"));
+    EXPECT_EQ("a=1\n", readFile(m_file));
+    for (const char* reason : {"the name is empty", "the name holds \"=\"", "the name holds a line feed",
+                               "the value holds a line feed"}) {
+        EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
+    }
+}
+
+TEST_F(AppDataPersistenceTest, ReadsALastLineWithoutLineFeed) {
+    writeFile(m_file, "a=1\nb=2");
+    EXPECT_EQ("2", read("b"));
+}
+
+TEST_F(AppDataPersistenceTest, ACarriageReturnStaysPartOfTheValue) {
+    writeFile(m_file, "a=1\r\nb=2\r\n");
+    EXPECT_EQ("1\r", read("a"));
+}
+
+TEST_F(AppDataPersistenceTest, ZeroBytesSurviveAReadAndAWrite) {
+    const std::string content("a=1\0002\nn\000m=3\n", 13);
+    writeFile(m_file, content);
+    EXPECT_EQ(std::string("1\0002", 3), read("a"));
+    EXPECT_TRUE(m_store.writeParam("z", ""));
+    EXPECT_EQ(content + "z=\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, ALineOfTenMegabytesIsReadAndKept) {
+    const std::string longValue(10000000, 'v');
+    writeFile(m_file, "a=" + longValue + "\nb=2\n");
+    EXPECT_EQ(longValue, read("a"));
+    EXPECT_TRUE(m_store.writeParam("c", "3"));
+    EXPECT_EQ("a=" + longValue + "\nb=2\nc=3\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
+    mkdir(m_file.c_str(), 0777);
+    const TraceCapture trace;
+    t_paramMap params;
+    EXPECT_FALSE(m_store.readPersistenceFile(params));
+    EXPECT_FALSE(m_store.writeParam("a", "1"));
+    EXPECT_NE(std::string::npos, trace.text().find("Cannot read parameter file '" + m_file + "'"));
+}
+
+TEST_F(AppDataPersistenceTest, APipeInTheFilesPlaceDoesNotHang) {
+    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    EXPECT_FALSE(m_store.writeParam("a", "1"));
+    EXPECT_EQ("(none)", read("a"));
+}
+
+TEST_F(AppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldContent) {
+    m_store.writeParam("a", "1");
+    EXPECT_TRUE(inAnotherProcess([&] {
+        const TraceCapture trace;
+        signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit = {20000, 20000}; // the trace needs some of it
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return !m_store.writeParam("b", std::string(100000, 'v')) &&
+               trace.text().find("Cannot write parameter file '" + m_file + "'") != std::string::npos;
+    }));
+    EXPECT_EQ("a=1\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, AnUnwritableFolderIsFalseAndTracedAndChangesNothing) {
+    const std::string folder = m_folder / "user/Ferrow/Zevo";
+    chmod(folder.c_str(), 0555);
+    EXPECT_TRUE(boundByFileModes([&] {
+        const TraceCapture trace;
+        return !m_store.writeParam("a", "1") &&
+               trace.text().find("Cannot lock parameter file '" + m_file + "'") != std::string::npos;
+    }));
+    chmod(folder.c_str(), 0755);
+    struct stat status;
+    EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(AppDataPersistenceTest, AReadOnlyFileIsFalseAndStaysAsItIs) {
+    m_store.writeParam("a", "1");
+    chmod(m_file.c_str(), 0444);
+    EXPECT_TRUE(boundByFileModes([&] { return !m_store.writeParam("b", "2"); }));
+    EXPECT_EQ("a=1\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenInPlace) {
+    const std::string folder = m_folder / "user/Ferrow/Zevo";
+    writeFile(m_file, "a=1\n");
+    chmod(folder.c_str(), 0555);
+    EXPECT_TRUE(boundByFileModes([&] { return m_store.writeParam("b", "2"); }));
+    chmod(folder.c_str(), 0755);
+    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, AFileReachedThroughALinkIsReplacedWhereItLies) {
+    writeFile(m_folder / "real.dat", "a=1\n");
+    ASSERT_EQ(0, symlink((m_folder / "real.dat").c_str(), m_file.c_str()));
+    EXPECT_TRUE(m_store.writeParam("b", "2"));
+    EXPECT_EQ("a=1\nb=2\n", readFile(m_folder / "real.dat"));
+}
+
+} // namespace

@@ -1,0 +1,151 @@
+#include "BinaryAppDataPersistence.h"
+
+#include "StoreTest.h"
+#include "TraceCapture.h"
+
+#include <climits>
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+class BinaryAppDataPersistenceTest : public StoreTest {
+protected:
+    /// The block's bytes, or "(none)".
+    std::string read(const std::string& name) {
+        int size = -1;
+        const std::unique_ptr<char[]> data(m_store.readUnformattedParam(name, size));
+        return data != nullptr ? std::string(data.get(), static_cast<size_t>(size)) : "(none)";
+    }
+    bool write(const std::string& name, const std::string& data) {
+        return m_store.writeUnformattedParam(name, data.data(), static_cast<int>(data.size()));
+    }
+
+    BinaryAppDataPersistence m_store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
+    const std::string m_file = userFile("Domain_binary.dat");
+};
+
+TEST_F(BinaryAppDataPersistenceTest, TheFileLiesBesideTheTextParameters) {
+    EXPECT_EQ(m_file, m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER));
+    EXPECT_EQ(machineFile("Domain_binary.dat"),
+              m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ThreeBytesUnderKAreThirteenBytesInTheFile) {
+    EXPECT_TRUE(write("k", "\x01\x02\x03"));
+    EXPECT_EQ(std::string("\x02\x00\x00\x00\x6B\x00\x03\x00\x00\x00\x01\x02\x03", 13), readFile(m_file));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, RecordsAreInTheOrderOfTheirNames) {
+    write("b", "2");
+    write("a", "1");
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ABlockOfSizeZeroIsReadBackAndNotNull) {
+    EXPECT_TRUE(m_store.writeUnformattedParam("empty", nullptr, 0));
+    int size = -1;
+    const std::unique_ptr<char[]> data(m_store.readUnformattedParam("empty", size));
+    EXPECT_NE(nullptr, data);
+    EXPECT_EQ(0, size);
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ALaterRecordOfTheSameNameReplacesTheEarlier) {
+    writeFile(m_file, record("a", "1") + record("a", "2"));
+    EXPECT_EQ("2", read("a"));
+    BinaryAppDataPersistence::ParamMap params;
+    m_store.readPersistenceFile(params);
+    EXPECT_EQ(1u, params.size());
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ReadingFromAMissingFileIsNullAndTraced) {
+    const TraceCapture trace;
+    int size = 7;
+    EXPECT_EQ(nullptr, m_store.readUnformattedParam("a", size));
+    EXPECT_EQ(7, size);
+    EXPECT_NE(std::string::npos, trace.text().find("Parameter 'a' not found"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, EraseEmptiesTheFileAndKeepsIt) {
+    write("a", "1");
+    m_store.eraseAllParams();
+    EXPECT_EQ("", readFile(m_file));
+    EXPECT_EQ("(none)", read("a"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, EraseOnAMissingFileCreatesNothing) {
+    m_store.eraseAllParams();
+    struct stat status;
+    EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
+    write("a", "1");
+    const TraceCapture trace;
+    EXPECT_FALSE(write("", "v"));
+    EXPECT_FALSE(m_store.writeUnformattedParam("n", "v", -1));
+    EXPECT_FALSE(m_store.writeUnformattedParam("n", nullptr, 1));
+    EXPECT_FALSE(m_store.writeUnformattedParam("n", "v", INT_MAX));
+    EXPECT_EQ(record("a", "1"), readFile(m_file));
+    for (const char* reason :
+         {"the name is empty", "the size is negative", "there is no data", "the block is too large"}) {
+        EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
+    }
+}
+
+TEST_F(BinaryAppDataPersistenceTest, NamesAndDataMayHoldAnyByte) {
+    const std::string name("n=\n\0m", 5);
+    const std::string data("\0\n=\xFF", 4);
+    EXPECT_TRUE(write(name, data));
+    EXPECT_EQ(data, read(name));
+}
+
+/// Bytes that are no record, each of which ends the reading.
+class DamagedFileTest : public BinaryAppDataPersistenceTest,
+                        public testing::WithParamInterface<std::string> {};
+
+TEST_P(DamagedFileTest, WhatPrecedesTheDamageIsRead) {
+    writeFile(m_file, record("a", "1") + GetParam());
+    EXPECT_EQ("1", read("a"));
+    BinaryAppDataPersistence::ParamMap params;
+    EXPECT_TRUE(m_store.readPersistenceFile(params));
+    EXPECT_EQ(1u, params.size());
+}
+
+TEST_P(DamagedFileTest, AWriteKeepsTheDamagedFileBeside) {
+    const std::string content = record("a", "1") + GetParam();
+    writeFile(m_file, content);
+    EXPECT_TRUE(write("b", "2"));
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
+    EXPECT_EQ(content, readFile(m_file + ".damaged"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hazards, DamagedFileTest,
+    testing::Values(length32(0) + length32(1) + "x",        // a name of no length
+                    length32(0xFFFFFFFF) + "x",             // a name of 4 GB
+                    length32(9) + "short",                  // a name past the end
+                    length32(2) + "nm" + length32(1) + "x", // a name without its zero byte
+                    length32(2) + std::string("n\0", 2) + length32(0xFFFFFFFF), // data of 4 GB
+                    length32(2) + std::string("n\0", 2) + length32(1000000000), // 1 GB claimed by 20 bytes
+                    length32(2) + std::string("n\0", 2) + length32(2) + "x",    // data past the end
+                    length32(2) + std::string("n\0", 2) + "\x01",               // half a length
+                    std::string("\x02")));
+
+TEST_F(BinaryAppDataPersistenceTest, ADamageIsTracedWithItsPlace) {
+    writeFile(m_file, record("a", "1") + "x");
+    const TraceCapture trace;
+    BinaryAppDataPersistence::ParamMap params;
+    m_store.readPersistenceFile(params);
+    EXPECT_NE(std::string::npos, trace.text().find("is damaged at byte 11 of 12"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
+    mkdir(m_file.c_str(), 0777);
+    BinaryAppDataPersistence::ParamMap params;
+    EXPECT_FALSE(m_store.readPersistenceFile(params));
+    EXPECT_FALSE(write("a", "1"));
+    EXPECT_EQ("(none)", read("a"));
+}
+
+} // namespace

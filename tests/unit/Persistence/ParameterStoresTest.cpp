@@ -1,0 +1,99 @@
+#include "AppData.h"
+#include "AppDataManager.h"
+#include "PersistenceManager.h"
+#include "StoreTest.h"
+
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+/// A domain of its own for each test: the manager lives as long as the process, and so do its stores.
+class ParameterStoresTest : public StoreTest {
+protected:
+    ParameterStoresTest() { AppData::setGlobalScope("Zevo"); }
+
+    std::string read(const std::string& name) const {
+        std::string value = "(none)";
+        m_data.readParam(name, value);
+        return value;
+    }
+    std::string readBlock(const std::string& name) const {
+        int size = 0;
+        const std::unique_ptr<char[]> data(m_data.readUnformattedParam(name, size));
+        return data != nullptr ? std::string(data.get(), static_cast<size_t>(size)) : "(none)";
+    }
+
+    const std::string m_domain = testing::UnitTest::GetInstance()->current_test_info()->name();
+    AppData m_data{m_domain};
+};
+
+TEST_F(ParameterStoresTest, AWriteGoesToTheUsersFile) {
+    EXPECT_TRUE(m_data.writeParam("a", "1"));
+    EXPECT_TRUE(m_data.writeUnformattedParam("a", "1", 1));
+    EXPECT_EQ("a=1\n", readFile(userFile(m_domain + ".dat")));
+    EXPECT_EQ(record("a", "1"), readFile(userFile(m_domain + "_binary.dat")));
+}
+
+TEST_F(ParameterStoresTest, AWriteForAllUsersGoesToTheMachinesFile) {
+    EXPECT_TRUE(m_data.writeParamForAllUsers("a", "1"));
+    EXPECT_TRUE(m_data.writeUnformattedParamForAllUsers("a", "1", 1));
+    EXPECT_EQ("a=1\n", readFile(machineFile(m_domain + ".dat")));
+    EXPECT_EQ(record("a", "1"), readFile(machineFile(m_domain + "_binary.dat")));
+}
+
+TEST_F(ParameterStoresTest, ReadingFindsTheMachinesValueWhenTheUserHasNone) {
+    m_data.writeParamForAllUsers("a", "machine");
+    m_data.writeUnformattedParamForAllUsers("a", "machine", 7);
+    EXPECT_EQ("machine", read("a"));
+    EXPECT_EQ("machine", readBlock("a"));
+}
+
+TEST_F(ParameterStoresTest, TheUsersValueTakesPrecedence) {
+    m_data.writeParamForAllUsers("a", "machine");
+    m_data.writeParam("a", "user");
+    m_data.writeUnformattedParamForAllUsers("a", "machine", 7);
+    m_data.writeUnformattedParam("a", "user", 4);
+    EXPECT_EQ("user", read("a"));
+    EXPECT_EQ("user", readBlock("a"));
+}
+
+TEST_F(ParameterStoresTest, NobodysParameterIsNotFound) {
+    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ("(none)", readBlock("a"));
+}
+
+TEST_F(ParameterStoresTest, RemoveDataErasesTheFourStoresAndLeavesTheDomainsFiles) {
+    m_data.writeParam("a", "1");
+    m_data.writeParamForAllUsers("a", "1");
+    m_data.writeUnformattedParam("a", "1", 1);
+    m_data.writeUnformattedParamForAllUsers("a", "1", 1);
+    const std::string folder = userFile(m_domain);
+    ASSERT_EQ(0, mkdir(folder.c_str(), 0777));
+    writeFile(folder + "/notes.txt", "mine");
+
+    m_data.removeData();
+
+    EXPECT_EQ("", readFile(userFile(m_domain + ".dat")));
+    EXPECT_EQ("", readFile(machineFile(m_domain + ".dat")));
+    EXPECT_EQ("", readFile(userFile(m_domain + "_binary.dat")));
+    EXPECT_EQ("", readFile(machineFile(m_domain + "_binary.dat")));
+    EXPECT_EQ("mine", readFile(folder + "/notes.txt"));
+}
+
+TEST_F(ParameterStoresTest, TwoRequestsForADomainReturnTheSameStores) {
+    AppDataManager* const manager = AppDataManager::getInstance();
+    EXPECT_EQ(&manager->getPersistence(m_domain), &manager->getPersistence(m_domain));
+    EXPECT_EQ(&manager->getBinaryPersistence(m_domain), &manager->getBinaryPersistence(m_domain));
+    EXPECT_NE(manager->getPersistence(m_domain).first, manager->getPersistence(m_domain).second);
+}
+
+TEST_F(ParameterStoresTest, AStoreKeepsTheScopeThatItWasMadeWith) {
+    m_data.writeParam("a", "1");
+    AppData::setGlobalScope("Other");
+    m_data.writeParam("b", "2");
+    AppData::setGlobalScope("Zevo");
+    EXPECT_EQ("a=1\nb=2\n", readFile(userFile(m_domain + ".dat")));
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+#include "PersistenceManager.h"
+
+#include "BinaryPersistenceManager.h"
+#include "KFExceptionHandler.h"
+#include "OtherProcess.h"
+#include "StoreTest.h"
+#include "TraceCapture.h"
+
+#include <memory>
+
+namespace {
+
+class PersistenceManagerTest : public StoreTest {
+protected:
+    /// What the crash handler reports when `action` breaks a contract.
+    template <typename Action>
+    std::string reportOf(Action action) {
+        const std::string report = m_folder / "report";
+        inAnotherProcess([&] {
+            TraceCapture trace;
+            trace.tracer().SetFileName(report);
+            KFExceptionHandler::GetInstance();
+            action();
+            return true;
+        });
+        return readFile(report + "_0.txt");
+    }
+};
+
+TEST_F(PersistenceManagerTest, ForwardsToTheTextStore) {
+    PersistenceManager manager("Zevo", "Domain", PERSISTENCE_ALL_USERS);
+    EXPECT_TRUE(manager.writeParam("a", "1"));
+    EXPECT_EQ("a=1\n", readFile(machineFile("Domain.dat")));
+    std::string value;
+    EXPECT_TRUE(manager.readParam("a", value));
+    EXPECT_EQ("1", value);
+    manager.eraseAllParams();
+    EXPECT_FALSE(manager.readParam("a", value));
+}
+
+TEST_F(PersistenceManagerTest, ForwardsToTheBinaryStore) {
+    BinaryPersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    EXPECT_TRUE(manager.writeUnformattedParam("a", "1", 1));
+    EXPECT_EQ(record("a", "1"), readFile(userFile("Domain_binary.dat")));
+    int size = 0;
+    std::unique_ptr<char[]> data(manager.readUnformattedParam("a", size));
+    EXPECT_EQ("1", std::string(data.get(), 1));
+    manager.eraseAllParams();
+    data.reset(manager.readUnformattedParam("a", size));
+    EXPECT_EQ(nullptr, data);
+}
+
+TEST_F(PersistenceManagerTest, AnEmptyNameBreaksTheContract) {
+    const char expected[] = "ENSURE VIOLATION : !name.empty() - In File : "
+                            "product/Compatibility/Persistence/src/PersistenceManager - At Line : ";
+    PersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    std::string value;
+    EXPECT_NE(std::string::npos, reportOf([&] { manager.readParam("", value); }).find(expected));
+    EXPECT_NE(std::string::npos, reportOf([&] { manager.writeParam("", "v"); }).find(expected));
+}
+
+TEST_F(PersistenceManagerTest, AnEmptyNameOfABlockBreaksTheContract) {
+    const char expected[] = "ENSURE VIOLATION : !name.empty() - In File : "
+                            "product/Compatibility/Persistence/src/BinaryPersistenceManager - At Line : ";
+    BinaryPersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    int size = 0;
+    EXPECT_NE(std::string::npos,
+              reportOf([&] { delete[] manager.readUnformattedParam("", size); }).find(expected));
+    EXPECT_NE(std::string::npos, reportOf([&] { manager.writeUnformattedParam("", "v", 1); }).find(expected));
+}
+
+} // namespace

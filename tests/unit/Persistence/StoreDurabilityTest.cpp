@@ -1,0 +1,121 @@
+// What people trust a store with must survive: writers killed at any moment, and writers at the same time.
+
+#include "AppDataPersistence.h"
+#include "BinaryAppDataPersistence.h"
+#include "OtherProcess.h"
+#include "StoreTest.h"
+
+#include <csignal>
+#include <random>
+#include <vector>
+
+namespace {
+
+const int KILLS = 500;
+const int WRITERS = 4;
+const int WRITES = 1000;
+
+/// The two kinds of stores, behind one face.
+struct TextStore {
+    AppDataPersistence store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
+    static constexpr const char* FILE = "Domain.dat";
+
+    bool write(const std::string& name, const std::string& value) { return store.writeParam(name, value); }
+    static std::string line(const std::string& name, const std::string& value) {
+        return name + "=" + value + "\n";
+    }
+};
+
+struct BinaryStore {
+    BinaryAppDataPersistence store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
+    static constexpr const char* FILE = "Domain_binary.dat";
+
+    bool write(const std::string& name, const std::string& value) {
+        return store.writeUnformattedParam(name, value.data(), static_cast<int>(value.size()));
+    }
+    static std::string line(const std::string& name, const std::string& value) { return record(name, value); }
+};
+
+template <typename Store>
+class StoreDurabilityTest : public StoreTest {
+protected:
+    /// Starts a process that writes one value after the other without pause, and waits for its first write.
+    pid_t startWriter(const std::string (&values)[2]) {
+        int ready[2];
+        if (pipe(ready) != 0) {
+            return -1;
+        }
+        const pid_t writer = fork();
+        if (writer == 0) {
+            Store store;
+            for (size_t i = 0;; ++i) {
+                store.write("changing", values[i % 2]);
+                if (i == 0 && write(ready[1], "1", 1) != 1) {
+                    _exit(1);
+                }
+            }
+        }
+        char byte = 0;
+        const bool started = read(ready[0], &byte, 1) == 1;
+        close(ready[0]);
+        close(ready[1]);
+        return started ? writer : -1;
+    }
+};
+
+using Stores = testing::Types<TextStore, BinaryStore>;
+TYPED_TEST_SUITE(StoreDurabilityTest, Stores);
+
+TYPED_TEST(StoreDurabilityTest, AKillLeavesTheOldOrTheNewFileWhole) {
+    const std::string values[] = {std::string(20000, 'o'), std::string(30000, 'n')};
+    const std::string before = TypeParam::line("changing", values[0]) + TypeParam::line("kept", "k");
+    const std::string after = TypeParam::line("changing", values[1]) + TypeParam::line("kept", "k");
+    TypeParam().write("kept", "k");
+
+    std::mt19937 random(1); // the moments differ in every run, but not because of this
+    std::uniform_int_distribution<useconds_t> moment(0, 2000);
+    int seen[2] = {0, 0};
+    for (int i = 0; i < KILLS; ++i) {
+        const pid_t writer = this->startWriter(values);
+        ASSERT_GT(writer, 0);
+        usleep(moment(random)); // a random moment is what is tested here, not something to wait for
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+
+        const std::string content = readFile(this->m_folder / "user/Ferrow/Zevo/" + TypeParam::FILE);
+        ASSERT_TRUE(content == before || content == after) << content.size() << " bytes after kill " << i;
+        ++seen[content == after];
+    }
+    EXPECT_GT(seen[0], 0);
+    EXPECT_GT(seen[1], 0);
+    EXPECT_TRUE(TypeParam().write("changing", "done")) << "a killed writer must not leave its lock behind";
+}
+
+TYPED_TEST(StoreDurabilityTest, ProcessesThatWriteAtTheSameTimeLoseNothing) {
+    std::vector<pid_t> writers;
+    for (int writer = 0; writer < WRITERS; ++writer) {
+        writers.push_back(fork());
+        if (writers.back() == 0) {
+            TypeParam store;
+            bool written = true;
+            for (int i = 0; i < WRITES && written; ++i) {
+                written = store.write("p" + std::to_string(10000 * (writer + 1) + i), std::to_string(i));
+            }
+            _exit(written ? 0 : 1);
+        }
+    }
+    for (const pid_t writer : writers) {
+        int status = -1;
+        waitpid(writer, &status, 0);
+        EXPECT_EQ(0, status);
+    }
+    std::string expected;
+    for (int writer = 0; writer < WRITERS; ++writer) {
+        for (int i = 0; i < WRITES; ++i) {
+            expected += TypeParam::line("p" + std::to_string(10000 * (writer + 1) + i), std::to_string(i));
+        }
+    }
+    EXPECT_TRUE(expected == readFile(this->m_folder / "user/Ferrow/Zevo/" + TypeParam::FILE));
+}
+
+} // namespace

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+
+/// Gives each test application-data folders of its own, the user's and the machine's.
+class StoreTest : public testing::Test {
+protected:
+    StoreTest() {
+        setenv("XDG_DATA_HOME", (m_folder / "user").c_str(), 1);
+        setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
+    }
+
+    std::string userFile(const std::string& name) const { return m_folder / "user/Ferrow/Zevo/" + name; }
+    std::string machineFile(const std::string& name) const {
+        return m_folder / "var/lib/Ferrow/Zevo/" + name;
+    }
+
+    TemporaryFolder m_folder;
+};
+
+/// The little-endian 32-bit form of a length, as it stands in a binary parameter file.
+inline std::string length32(unsigned long value) {
+    std::string text;
+    for (int i = 0; i < 4; ++i) {
+        text += static_cast<char>(value >> 8 * i & 0xFF);
+    }
+    return text;
+}
+
+/// One record of a binary parameter file.
+inline std::string record(const std::string& name, const std::string& data) {
+    return length32(name.size() + 1) + name + '\0' + length32(data.size()) + data;
+}
