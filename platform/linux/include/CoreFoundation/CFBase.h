@@ -19,10 +19,19 @@ typedef signed long CFIndex;
 /// Any object of this framework.
 typedef const void* CFTypeRef;
 
-typedef const struct __CFString* CFStringRef;
+namespace LinuxPlatform {
+class BooleanValue;
+class Dictionary;
+class Number;
+class RunLoop;
+class RunLoopSource;
+class String;
+} // namespace LinuxPlatform
 
-/// Only a place in the signatures here: memory always comes from the C++ heap.
-typedef const struct __CFAllocator* CFAllocatorRef;
+typedef const LinuxPlatform::String* CFStringRef;
+
+/// Only a place in the signatures: memory always comes from the C++ heap, and the argument is ignored.
+typedef const struct CFAllocator* CFAllocatorRef;
 
 enum CFComparisonResult : CFIndex {
     kCFCompareLessThan = -1L,
@@ -44,8 +53,6 @@ inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
 
 CF_EXPORT const CFAllocatorRef kCFAllocatorDefault;
 CF_EXPORT const CFAllocatorRef kCFAllocatorSystemDefault;
-CF_EXPORT const CFAllocatorRef kCFAllocatorMalloc;
-CF_EXPORT const CFAllocatorRef kCFAllocatorNull;
 
 /// Returns its argument, now owned once more.
 CF_EXPORT CFTypeRef CFRetain(CFTypeRef cf);
@@ -59,5 +66,3 @@ CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef cf);
 CF_EXPORT Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2);
 /// Equal objects have equal hashes.
 CF_EXPORT CFHashCode CFHash(CFTypeRef cf);
-/// The text that "%@" prints for a string or a number; other types give a description for people.
-CF_EXPORT CFStringRef CFCopyDescription(CFTypeRef cf);

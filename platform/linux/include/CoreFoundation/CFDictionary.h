@@ -33,8 +33,8 @@ CF_EXPORT const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 CF_EXPORT const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks;
 CF_EXPORT const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
-typedef const struct __CFDictionary* CFDictionaryRef;
-typedef struct __CFDictionary* CFMutableDictionaryRef;
+typedef const LinuxPlatform::Dictionary* CFDictionaryRef;
+typedef LinuxPlatform::Dictionary* CFMutableDictionaryRef;
 
 typedef void (*CFDictionaryApplierFunction)(const void* key, const void* value, void* context);
 

@@ -2,8 +2,8 @@
 
 #include <CoreFoundation/CFBase.h>
 
-typedef const struct __CFBoolean* CFBooleanRef;
-typedef const struct __CFNumber* CFNumberRef;
+typedef const LinuxPlatform::BooleanValue* CFBooleanRef;
+typedef const LinuxPlatform::Number* CFNumberRef;
 
 enum CFNumberType : CFIndex {
     kCFNumberSInt8Type = 1,

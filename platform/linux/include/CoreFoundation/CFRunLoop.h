@@ -8,8 +8,8 @@
 #include <CoreFoundation/CFString.h>
 
 typedef CFStringRef CFRunLoopMode;
-typedef struct __CFRunLoop* CFRunLoopRef;
-typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
+typedef LinuxPlatform::RunLoop* CFRunLoopRef;
+typedef LinuxPlatform::RunLoopSource* CFRunLoopSourceRef;
 
 enum CFRunLoopRunResult : SInt32 {
     kCFRunLoopRunFinished = 1,     ///< no source is left in the mode
@@ -28,7 +28,8 @@ CF_EXPORT CFRunLoopRef CFRunLoopGetCurrent(void);
 
 /// Runs the calling thread's loop in the default mode until its last source is gone or it is stopped.
 CF_EXPORT void CFRunLoopRun(void);
-/// Runs for at most `seconds` (0: delivers what is due and returns). May be called from a callback.
+/// Runs for at most `seconds`; 0 makes one pass, which delivers at most one thing per source. May be called
+/// from a callback.
 CF_EXPORT CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                                 Boolean returnAfterSourceHandled);
 /// TRUE while the loop's thread sleeps in it. Any thread.

@@ -6,8 +6,6 @@
 
 #include <cstdarg>
 
-struct __CFDictionary;
-
 typedef UInt32 CFStringEncoding;
 
 #define kCFStringEncodingInvalidId (0xffffffffU)
@@ -33,8 +31,10 @@ CF_EXPORT CFTypeID CFStringGetTypeID(void);
 
 /// A constant text; the same literal gives the same object for the life of the process. Never to be released,
 /// though an unneeded CFRelease does no harm. `literal` is ASCII or UTF-8.
-#define CFSTR(literal) __CFStringMakeConstantString("" literal "")
-CF_EXPORT CFStringRef __CFStringMakeConstantString(const char* literal);
+#define CFSTR(literal) LinuxPlatform::ConstantString("" literal "")
+namespace LinuxPlatform {
+CFStringRef ConstantString(const char* literal);
+}
 
 /// NULL when the bytes are not valid in the encoding, or the encoding is not known. Bytes above 0x7F read as
 /// ASCII stand for the Unicode character of that number.
@@ -51,10 +51,10 @@ CF_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef allocator, CFStringRef t
 /// printf's conversions, with `%@` for an object of this framework (borrowed; NULL prints "(null)").
 /// Positional arguments are not supported; `%n` stores nothing. `formatOptions` is ignored, as on the target.
 CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator,
-                                               const struct __CFDictionary* formatOptions, CFStringRef format,
-                                               ...);
+                                               const LinuxPlatform::Dictionary* formatOptions,
+                                               CFStringRef format, ...);
 CF_EXPORT CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef allocator,
-                                                           const struct __CFDictionary* formatOptions,
+                                                           const LinuxPlatform::Dictionary* formatOptions,
                                                            CFStringRef format, va_list arguments);
 
 /// UTF-16 units.

@@ -1,0 +1,237 @@
+#include "Diagnostics.h"
+#include "Object.h"
+
+#include <CoreFoundation/CFDictionary.h>
+#include <CoreFoundation/CFString.h>
+
+#include <algorithm>
+#include <unordered_map>
+#include <vector>
+
+namespace LinuxPlatform {
+namespace {
+
+const void* RetainObject(CFAllocatorRef, const void* value) {
+    return CFRetain(value);
+}
+
+void ReleaseObject(CFAllocatorRef, const void* value) {
+    CFRelease(value);
+}
+
+const void* CopyText(CFAllocatorRef allocator, const void* value) {
+    return CFStringCreateCopy(allocator, static_cast<CFStringRef>(value));
+}
+
+struct KeyHash {
+    CFDictionaryHashCallBack callback;
+    std::size_t operator()(const void* key) const {
+        return callback ? callback(key) : std::hash<const void*>()(key);
+    }
+};
+
+struct KeyEqual {
+    CFDictionaryEqualCallBack callback;
+    bool operator()(const void* left, const void* right) const {
+        return left == right || (callback && callback(left, right));
+    }
+};
+
+} // namespace
+
+/// What a CFDictionaryRef points to.
+class Dictionary final : public Object {
+public:
+    Dictionary(bool isMutable, const CFDictionaryKeyCallBacks* keys, const CFDictionaryValueCallBacks* values)
+        : Object(TypeID::Dictionary, Life::Counted), m_isMutable(isMutable),
+          m_keys(keys ? *keys : CFDictionaryKeyCallBacks()),
+          m_values(values ? *values : CFDictionaryValueCallBacks()),
+          m_entries(0, KeyHash{m_keys.hash}, KeyEqual{m_keys.equal}) {}
+    ~Dictionary() override { Clear(); }
+
+    const CFDictionaryKeyCallBacks& KeyCallBacks() const { return m_keys; }
+    const CFDictionaryValueCallBacks& ValueCallBacks() const { return m_values; }
+
+    CFIndex Count() const { return static_cast<CFIndex>(m_entries.size()); }
+
+    bool Find(const void* key, const void** value) const {
+        const auto entry = m_entries.find(key);
+        if (entry == m_entries.end())
+            return false;
+        if (value)
+            *value = entry->second;
+        return true;
+    }
+
+    /// The copy: looking at it stays safe when an applier changes the dictionary.
+    std::vector<std::pair<const void*, const void*>> Entries() const {
+        return {m_entries.begin(), m_entries.end()};
+    }
+
+    void Add(const void* key, const void* value) {
+        if (m_entries.count(key) == 0)
+            m_entries.emplace(RetainKey(key), RetainValue(value));
+    }
+
+    void Set(const void* key, const void* value) {
+        const auto entry = m_entries.find(key);
+        if (entry == m_entries.end()) {
+            Add(key, value);
+            return;
+        }
+        // Retained first: the new value may be the old one.
+        const void* old = entry->second;
+        entry->second = RetainValue(value);
+        ReleaseValue(old);
+    }
+
+    void Remove(const void* key) {
+        const auto entry = m_entries.find(key);
+        if (entry == m_entries.end())
+            return;
+        const auto removed = *entry;
+        m_entries.erase(entry);
+        ReleaseEntry(removed);
+    }
+
+    void Clear() {
+        const auto removed = Entries();
+        m_entries.clear();
+        for (const auto& entry : removed)
+            ReleaseEntry(entry);
+    }
+
+    bool MayChange(const char* function) const {
+        if (!m_isMutable)
+            Complain("CoreFoundation: %s on a dictionary that is not mutable", function);
+        return m_isMutable;
+    }
+
+    bool IsEqualTo(const Object& other) const override {
+        const auto& right = static_cast<const Dictionary&>(other);
+        return Count() == right.Count() &&
+               std::all_of(m_entries.begin(), m_entries.end(), [&](const auto& entry) {
+                   const void* value = nullptr;
+                   return right.Find(entry.first, &value) && ValuesEqual(entry.second, value);
+               });
+    }
+
+    CFHashCode Hash() const override { return static_cast<CFHashCode>(Count()); }
+    std::u16string Description() const override { return u"<dictionary>"; }
+
+private:
+    const void* RetainKey(const void* key) const { return m_keys.retain ? m_keys.retain(nullptr, key) : key; }
+    const void* RetainValue(const void* value) const {
+        return m_values.retain ? m_values.retain(nullptr, value) : value;
+    }
+    void ReleaseValue(const void* value) const {
+        if (m_values.release)
+            m_values.release(nullptr, value);
+    }
+    void ReleaseEntry(const std::pair<const void*, const void*>& entry) const {
+        if (m_keys.release)
+            m_keys.release(nullptr, entry.first);
+        ReleaseValue(entry.second);
+    }
+    bool ValuesEqual(const void* left, const void* right) const {
+        return left == right || (m_values.equal && m_values.equal(left, right));
+    }
+
+    const bool m_isMutable;
+    const CFDictionaryKeyCallBacks m_keys;
+    const CFDictionaryValueCallBacks m_values;
+    std::unordered_map<const void*, const void*, KeyHash, KeyEqual> m_entries;
+};
+
+} // namespace LinuxPlatform
+
+using namespace LinuxPlatform;
+
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0,       RetainObject, ReleaseObject,
+                                                                nullptr, CFEqual,      CFHash};
+const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {0,       CopyText, ReleaseObject,
+                                                                      nullptr, CFEqual,  CFHash};
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject, nullptr,
+                                                                    CFEqual};
+
+CFTypeID CFDictionaryGetTypeID() {
+    return static_cast<CFTypeID>(TypeID::Dictionary);
+}
+
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values, CFIndex numValues,
+                                   const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks) {
+    auto dictionary = std::make_unique<Dictionary>(false, keyCallBacks, valueCallBacks);
+    for (CFIndex index = 0; index < numValues; ++index)
+        dictionary->Add(keys[index], values[index]);
+    return HandOver(std::move(dictionary));
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
+                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
+                                                 const CFDictionaryValueCallBacks* valueCallBacks) {
+    return HandOver(std::make_unique<Dictionary>(true, keyCallBacks, valueCallBacks));
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex, CFDictionaryRef dictionary) {
+    auto copy =
+        std::make_unique<Dictionary>(true, &dictionary->KeyCallBacks(), &dictionary->ValueCallBacks());
+    for (const auto& [key, value] : dictionary->Entries())
+        copy->Add(key, value);
+    return HandOver(std::move(copy));
+}
+
+CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
+    return dictionary->Count();
+}
+
+Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key) {
+    return dictionary->Find(key, nullptr);
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
+    const void* value = nullptr;
+    dictionary->Find(key, &value);
+    return value;
+}
+
+Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value) {
+    return dictionary->Find(key, value);
+}
+
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys, const void** values) {
+    std::size_t index = 0;
+    for (const auto& [key, value] : dictionary->Entries()) {
+        if (keys)
+            keys[index] = key;
+        if (values)
+            values[index] = value;
+        ++index;
+    }
+}
+
+void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
+                               void* context) {
+    for (const auto& [key, value] : dictionary->Entries())
+        applier(key, value, context);
+}
+
+void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
+    if (dictionary->MayChange("CFDictionaryAddValue"))
+        dictionary->Add(key, value);
+}
+
+void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
+    if (dictionary->MayChange("CFDictionarySetValue"))
+        dictionary->Set(key, value);
+}
+
+void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
+    if (dictionary->MayChange("CFDictionaryRemoveValue"))
+        dictionary->Remove(key);
+}
+
+void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary) {
+    if (dictionary->MayChange("CFDictionaryRemoveAllValues"))
+        dictionary->Clear();
+}

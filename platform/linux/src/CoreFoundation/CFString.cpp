@@ -1,0 +1,205 @@
+#include "String.h"
+
+#include "Diagnostics.h"
+#include "TextCodec.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <mutex>
+#include <unordered_map>
+
+namespace LinuxPlatform {
+namespace {
+
+const std::size_t NO_LIMIT = std::numeric_limits<std::size_t>::max();
+
+CFStringRef NewString(std::u16string units) {
+    return HandOver(std::make_unique<String>(std::move(units)));
+}
+
+CFStringRef Decoded(std::string_view bytes, CFStringEncoding encoding, bool external) {
+    std::optional<std::u16string> units = DecodeText(bytes, encoding, external);
+    return units ? NewString(std::move(*units)) : nullptr;
+}
+
+/// Texts of CFSTR by their literals.
+class ConstantTexts {
+public:
+    static ConstantTexts& Get() {
+        static ConstantTexts* const texts = std::make_unique<ConstantTexts>().release();
+        return *texts;
+    }
+
+    CFStringRef Text(const char* literal) {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        std::unique_ptr<const String>& text = m_texts[literal];
+        if (!text)
+            text = std::make_unique<const String>(
+                DecodeText(literal, kCFStringEncodingUTF8, false).value_or(std::u16string()),
+                Object::Life::Constant);
+        return text.get();
+    }
+
+private:
+    std::mutex m_lock;
+    std::unordered_map<std::string, std::unique_ptr<const String>> m_texts;
+};
+
+/// Simple folding, enough for the keys and paths that are compared here.
+char16_t FoldCase(char16_t unit) {
+    const bool isUpperAscii = unit >= u'A' && unit <= u'Z';
+    const bool isUpperLatin1 = unit >= 0xC0 && unit <= 0xDE && unit != 0xD7;
+    return isUpperAscii || isUpperLatin1 ? static_cast<char16_t>(unit + 0x20) : unit;
+}
+
+std::u16string Folded(std::u16string units) {
+    std::transform(units.begin(), units.end(), units.begin(), FoldCase);
+    return units;
+}
+
+bool IsInside(CFRange range, const std::u16string& units) {
+    const auto size = static_cast<CFIndex>(units.size());
+    return range.location >= 0 && range.length >= 0 && range.location <= size &&
+           range.length <= size - range.location;
+}
+
+} // namespace
+
+CFStringRef ConstantString(const char* literal) {
+    return ConstantTexts::Get().Text(literal);
+}
+
+CFStringRef MakeString(std::string_view text) {
+    if (CFStringRef decoded = Decoded(text, kCFStringEncodingUTF8, false))
+        return decoded;
+    return Decoded(text, kCFStringEncodingISOLatin1, false);
+}
+
+std::string TextOf(CFStringRef text) {
+    return ToUtf8(text->Units());
+}
+
+} // namespace LinuxPlatform
+
+using namespace LinuxPlatform;
+
+CFTypeID CFStringGetTypeID() {
+    return static_cast<CFTypeID>(TypeID::String);
+}
+
+CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* text, CFStringEncoding encoding) {
+    return text ? Decoded(text, encoding, false) : nullptr;
+}
+
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes,
+                                    CFStringEncoding encoding, Boolean isExternalRepresentation) {
+    if (numBytes < 0 || (!bytes && numBytes > 0))
+        return nullptr;
+    const std::string_view view(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(numBytes));
+    return Decoded(view, encoding, isExternalRepresentation);
+}
+
+CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* units, CFIndex count) {
+    return count < 0 ? nullptr : NewString(std::u16string(units, units + count));
+}
+
+CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef text) {
+    // Texts never change: the same object with one more owner is as good as a copy.
+    return static_cast<CFStringRef>(CFRetain(text));
+}
+
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, const Dictionary* formatOptions,
+                                     CFStringRef format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    CFStringRef text = CFStringCreateWithFormatAndArguments(allocator, formatOptions, format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, const Dictionary*, CFStringRef format,
+                                                 va_list arguments) {
+    return NewString(FormatText(format->Units(), arguments));
+}
+
+CFIndex CFStringGetLength(CFStringRef text) {
+    return static_cast<CFIndex>(text->Units().size());
+}
+
+UniChar CFStringGetCharacterAtIndex(CFStringRef text, CFIndex index) {
+    if (!IsInside(CFRangeMake(index, 1), text->Units())) {
+        Complain("CoreFoundation: index %ld is outside of a text of %ld units", index,
+                 CFStringGetLength(text));
+        return 0;
+    }
+    return text->Units()[static_cast<std::size_t>(index)];
+}
+
+CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
+                         Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen,
+                         CFIndex* usedBufLen) {
+    if (usedBufLen)
+        *usedBufLen = 0;
+    if (!IsInside(range, text->Units())) {
+        Complain("CoreFoundation: range %ld+%ld is outside of a text of %ld units", range.location,
+                 range.length, CFStringGetLength(text));
+        return 0;
+    }
+    const std::u16string_view units =
+        std::u16string_view(text->Units())
+            .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length));
+    const std::size_t limit = buffer ? static_cast<std::size_t>(std::max<CFIndex>(maxBufLen, 0)) : NO_LIMIT;
+    const EncodedText encoded = EncodeText(units, encoding, lossByte, isExternalRepresentation, limit);
+    if (buffer && !encoded.bytes.empty())
+        std::memcpy(buffer, encoded.bytes.data(), encoded.bytes.size());
+    if (usedBufLen)
+        *usedBufLen = static_cast<CFIndex>(encoded.bytes.size());
+    return static_cast<CFIndex>(encoded.unitsRead);
+}
+
+Boolean CFStringGetCString(CFStringRef text, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
+    if (!buffer || bufferSize <= 0)
+        return FALSE;
+    const auto limit = static_cast<std::size_t>(bufferSize) - 1;
+    const EncodedText encoded = EncodeText(text->Units(), encoding, 0, false, limit);
+    buffer[0] = '\0';
+    if (encoded.unitsRead < text->Units().size() || !FindEncoding(encoding))
+        return FALSE;
+    std::memcpy(buffer, encoded.bytes.c_str(), encoded.bytes.size() + 1);
+    return TRUE;
+}
+
+CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
+    const TextEncoding* known = FindEncoding(encoding);
+    if (!known || length < 0 || length > std::numeric_limits<CFIndex>::max() / known->bytesPerUnit)
+        return kCFNotFound;
+    return length * known->bytesPerUnit;
+}
+
+CFComparisonResult CFStringCompare(CFStringRef text1, CFStringRef text2, CFStringCompareFlags options) {
+    const bool foldCase = options & kCFCompareCaseInsensitive;
+    const int order = foldCase ? Folded(text1->Units()).compare(Folded(text2->Units()))
+                               : text1->Units().compare(text2->Units());
+    if (order == 0)
+        return kCFCompareEqualTo;
+    return order < 0 ? kCFCompareLessThan : kCFCompareGreaterThan;
+}
+
+CFStringEncoding CFStringConvertNSStringEncodingToEncoding(unsigned long encoding) {
+    const TextEncoding* known = FindFoundationEncoding(encoding);
+    return known ? known->number : kCFStringEncodingInvalidId;
+}
+
+unsigned long CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding) {
+    const TextEncoding* known = FindEncoding(encoding);
+    return known ? known->foundationNumber : kCFStringEncodingInvalidId;
+}
+
+Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding) {
+    return FindEncoding(encoding) != nullptr;
+}
+
+CFStringEncoding CFStringGetSystemEncoding() {
+    return kCFStringEncodingUTF8;
+}

@@ -1,0 +1,46 @@
+#include "Diagnostics.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <unistd.h>
+
+namespace LinuxPlatform {
+namespace {
+
+std::atomic<std::size_t> complaintCount{0};
+
+__attribute__((format(printf, 1, 0))) void Print(const char* format, va_list arguments) {
+    char line[512];
+    const int needed = std::vsnprintf(line, sizeof(line) - 1, format, arguments);
+    if (needed < 0)
+        return;
+    std::size_t length = std::min(static_cast<std::size_t>(needed), sizeof(line) - 2);
+    line[length++] = '\n';
+    // Nobody is left to tell when standard error itself cannot be written to.
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, length);
+}
+
+} // namespace
+
+void Report(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    Print(format, arguments);
+    va_end(arguments);
+}
+
+void Complain(const char* format, ...) {
+    complaintCount.fetch_add(1, std::memory_order_relaxed);
+    va_list arguments;
+    va_start(arguments, format);
+    Print(format, arguments);
+    va_end(arguments);
+}
+
+std::size_t ComplaintCount() {
+    return complaintCount.load(std::memory_order_relaxed);
+}
+
+} // namespace LinuxPlatform

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Object.h"
+
+#include <CoreFoundation/CFNumber.h>
+
+namespace LinuxPlatform {
+
+/// What a CFNumberRef points to: a 64-bit integer or a double, and the width it was made with.
+class Number final : public Object {
+public:
+    Number(CFNumberType type, std::int64_t value)
+        : Object(TypeID::Number, Life::Counted), m_type(type), m_integer(value) {}
+    Number(CFNumberType type, double value)
+        : Object(TypeID::Number, Life::Counted), m_type(type), m_real(value) {}
+
+    /// nullptr for a type that does not exist.
+    static std::unique_ptr<Number> Make(CFNumberType type, const void* value);
+
+    CFNumberType NumberType() const { return m_type; }
+    bool IsReal() const;
+
+    /// As CFNumberGetValue.
+    bool Get(CFNumberType type, void* value) const;
+    bool GetInteger(std::int64_t& value) const;
+    CFComparisonResult CompareTo(const Number& other) const;
+
+    bool IsEqualTo(const Object& other) const override {
+        return CompareTo(static_cast<const Number&>(other)) == kCFCompareEqualTo;
+    }
+    CFHashCode Hash() const override;
+    std::u16string Description() const override;
+
+private:
+    const CFNumberType m_type;
+    const std::int64_t m_integer = 0;
+    const double m_real = 0;
+};
+
+} // namespace LinuxPlatform

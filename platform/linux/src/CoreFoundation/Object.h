@@ -1,0 +1,101 @@
+#pragma once
+
+// Base of every CoreFoundation object: the reference count, and what CFEqual, CFHash and "%@" need.
+//
+// All live objects are listed. CFRetain and CFRelease look an object up before they touch it, so one release
+// too many becomes a message instead of a corrupted heap; and the list's length tells tests what was leaked.
+
+#include <CoreFoundation/CFBase.h>
+
+#include <memory>
+#include <string>
+
+namespace LinuxPlatform {
+
+enum class TypeID : CFTypeID { String = 1, Number, Boolean, Dictionary, RunLoop, RunLoopSource };
+
+class Object {
+public:
+    enum class Life {
+        Counted,  ///< belongs to those who created or retained it
+        OfThread, ///< a thread's run loop: counted references, but nobody's leak
+        Constant  ///< never destroyed; retaining and releasing change nothing
+    };
+
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    virtual ~Object();
+
+    TypeID Type() const { return m_type; }
+
+    /// `other` has the same type.
+    virtual bool IsEqualTo(const Object& other) const { return this == &other; }
+    virtual CFHashCode Hash() const;
+    /// What "%@" prints.
+    virtual std::u16string Description() const;
+
+protected:
+    /// The new object has one owner: whoever asked for it.
+    Object(TypeID type, Life life);
+
+private:
+    friend class LiveObjectList;
+
+    const TypeID m_type;
+    const Life m_life;
+    mutable CFIndex m_owners = 1; ///< guarded by the list's lock
+};
+
+/// Objects that clients still have to release.
+std::size_t LiveObjectCount();
+
+/// The object behind a reference that a caller hands in.
+inline const Object& ObjectOf(CFTypeRef cf) {
+    return *static_cast<const Object*>(cf);
+}
+
+/// Hands a new object over to a caller of the framework.
+template <class T>
+T* HandOver(std::unique_ptr<T> object) {
+    return object.release();
+}
+
+/// One owned reference.
+template <class T>
+class Owned {
+public:
+    Owned() = default;
+    /// Takes over a reference that the caller owns.
+    explicit Owned(T* object) : m_object(object) {}
+    Owned(const Owned& other) : m_object(other.m_object) { Retain(); }
+    Owned(Owned&& other) noexcept : m_object(other.m_object) { other.m_object = nullptr; }
+    Owned& operator=(Owned other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+    ~Owned() {
+        if (m_object)
+            CFRelease(m_object);
+    }
+
+    /// Shares an object that somebody else owns.
+    static Owned Share(T* object) {
+        Owned shared(object);
+        shared.Retain();
+        return shared;
+    }
+
+    T* Get() const { return m_object; }
+    T* operator->() const { return m_object; }
+    explicit operator bool() const { return m_object != nullptr; }
+
+private:
+    void Retain() {
+        if (m_object)
+            CFRetain(m_object);
+    }
+
+    T* m_object = nullptr;
+};
+
+} // namespace LinuxPlatform

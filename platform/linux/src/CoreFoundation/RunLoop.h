@@ -1,0 +1,112 @@
+#pragma once
+
+// Run loops and their sources.
+//
+// A source names descriptors; its loop sleeps in ppoll on the descriptors of all its sources and on one of
+// its own, by which other threads wake it. One lock guards the membership of all sources in all loops. It is
+// never held while a source delivers or is destroyed, and of other locks only that of the live objects is
+// taken under it.
+
+#include "Object.h"
+
+#include <CoreFoundation/CFRunLoop.h>
+
+#include <atomic>
+#include <chrono>
+#include <poll.h>
+#include <vector>
+
+namespace LinuxPlatform {
+
+/// A counter that poll can wait for; several signals before a Clear are one.
+class WakeUp {
+public:
+    WakeUp();
+    WakeUp(const WakeUp&) = delete;
+    WakeUp& operator=(const WakeUp&) = delete;
+    ~WakeUp();
+
+    /// False when the system had no descriptor left.
+    bool IsOpen() const { return m_descriptor >= 0; }
+    int Descriptor() const { return m_descriptor; }
+    void Signal() const;
+    void Clear() const;
+
+private:
+    const int m_descriptor;
+};
+
+/// What a CFRunLoopSourceRef points to. Derived by those who have something to deliver.
+class RunLoopSource : public Object {
+public:
+    /// Adds the descriptors whose readability means that Deliver may have something to do. Asked before each
+    /// sleep.
+    virtual void AppendDescriptors(std::vector<pollfd>& descriptors) const = 0;
+
+    /// Calls at most one callback, on the thread of the loop; true when it has called one. What remains must
+    /// keep a descriptor readable.
+    virtual bool Deliver() = 0;
+
+    void Invalidate();
+    bool IsValid() const { return m_isValid; }
+
+protected:
+    RunLoopSource() : Object(TypeID::RunLoopSource, Life::Counted) {}
+
+private:
+    friend class RunLoop;
+
+    std::atomic<bool> m_isValid{true};
+    std::vector<RunLoop*> m_loops; ///< those that hold it; guarded by the membership lock
+};
+
+/// What a CFRunLoopRef points to.
+class RunLoop final : public Object {
+public:
+    RunLoop();
+    ~RunLoop() override;
+
+    /// The calling thread's own.
+    static RunLoop& Current();
+
+    void Add(RunLoopSource& source, const std::u16string& mode);
+    void Remove(RunLoopSource& source, const std::u16string& mode);
+    bool Contains(const RunLoopSource& source, const std::u16string& mode) const;
+
+    CFRunLoopRunResult Run(const std::u16string& mode, CFTimeInterval seconds, bool returnAfterSourceHandled);
+    void Stop();
+    void Wake() { m_wakeUp.Signal(); }
+    bool IsWaiting() const { return m_isWaiting; }
+
+private:
+    friend class RunLoopSource;
+    using Clock = std::chrono::steady_clock;
+
+    /// One call of Run; a callback may run the loop again inside it.
+    struct Activation {
+        Activation* outer = nullptr;
+        bool isStopped = false;
+    };
+    class ActivationScope;
+
+    struct Membership {
+        Owned<RunLoopSource> source;
+        std::u16string mode;
+    };
+
+    std::vector<Owned<RunLoopSource>> SourcesIn(const std::u16string& mode) const;
+    bool IsStopped(const Activation& activation) const;
+    void Sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline);
+    bool DeliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
+                      const Activation& activation, const Clock::time_point* deadline, bool onlyOne);
+    /// Moves the memberships of a source, in one mode or in all, to `removed`. With the lock held.
+    void TakeOut(const RunLoopSource& source, const std::u16string* mode,
+                 std::vector<Owned<RunLoopSource>>& removed);
+
+    WakeUp m_wakeUp;
+    std::atomic<bool> m_isWaiting{false};
+    std::vector<Membership> m_memberships; ///< guarded by the membership lock
+    Activation* m_innermost = nullptr;     ///< guarded by the membership lock
+};
+
+} // namespace LinuxPlatform

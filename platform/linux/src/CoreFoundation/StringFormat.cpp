@@ -1,0 +1,165 @@
+#include "String.h"
+
+#include "TextCodec.h"
+
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace LinuxPlatform {
+namespace {
+
+std::u16string FromNarrow(std::string_view text) {
+    std::optional<std::u16string> units = DecodeText(text, kCFStringEncodingUTF8, false);
+    if (!units)
+        units = DecodeText(text, kCFStringEncodingISOLatin1, false);
+    return units.value_or(std::u16string());
+}
+
+/// va_list in a class: a bare one may be an array, which changes its type when passed on.
+struct Arguments {
+    va_list list;
+};
+
+/// One conversion of the format, with '*' replaced by the numbers that the arguments gave for it.
+struct Conversion {
+    std::string flagsWidthPrecision;
+    std::string length;
+    char16_t letter = 0;
+
+    std::string Printf() const { return "%" + flagsWidthPrecision + length + static_cast<char>(letter); }
+    std::string PrintfWithLength(const char* other) const {
+        return "%" + flagsWidthPrecision + other + static_cast<char>(letter);
+    }
+};
+
+/// A negative width asks for left alignment, which its text does by itself; a negative precision counts as
+/// none.
+void AppendStar(int number, std::string& flagsWidthPrecision) {
+    const bool isPrecision = !flagsWidthPrecision.empty() && flagsWidthPrecision.back() == '.';
+    if (isPrecision && number < 0)
+        flagsWidthPrecision.pop_back();
+    else
+        flagsWidthPrecision += std::to_string(number);
+}
+
+Conversion ReadConversion(std::u16string_view format, std::size_t& position, Arguments& arguments) {
+    Conversion conversion;
+    const std::u16string_view flags = u"-+ #0.123456789*";
+    for (; position < format.size() && flags.find(format[position]) != flags.npos; ++position) {
+        if (format[position] == u'*')
+            AppendStar(va_arg(arguments.list, int), conversion.flagsWidthPrecision);
+        else
+            conversion.flagsWidthPrecision += static_cast<char>(format[position]);
+    }
+    const std::u16string_view lengths = u"hlqLjzt";
+    for (; position < format.size() && lengths.find(format[position]) != lengths.npos; ++position)
+        conversion.length += static_cast<char>(format[position]);
+    if (position < format.size())
+        conversion.letter = format[position++];
+    return conversion;
+}
+
+/// The format is put together above from conversions known to fit the argument.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+template <class T>
+std::u16string Print(const std::string& format, T argument) {
+    const int length = std::snprintf(nullptr, 0, format.c_str(), argument);
+    if (length < 0)
+        return {};
+    std::vector<char> text(static_cast<std::size_t>(length) + 1);
+    std::snprintf(text.data(), text.size(), format.c_str(), argument);
+    return FromNarrow(std::string_view(text.data(), static_cast<std::size_t>(length)));
+}
+#pragma GCC diagnostic pop
+
+std::u16string PrintInteger(const Conversion& conversion, Arguments& arguments) {
+    const std::string& length = conversion.length;
+    if (length == "ll" || length == "q" || length == "L")
+        return Print(conversion.PrintfWithLength("ll"), va_arg(arguments.list, long long));
+    if (length == "l")
+        return Print(conversion.Printf(), va_arg(arguments.list, long));
+    if (length == "j")
+        return Print(conversion.Printf(), va_arg(arguments.list, intmax_t));
+    if (length == "z")
+        return Print(conversion.Printf(), va_arg(arguments.list, std::size_t));
+    if (length == "t")
+        return Print(conversion.Printf(), va_arg(arguments.list, std::ptrdiff_t));
+    return Print(conversion.Printf(), va_arg(arguments.list, int));
+}
+
+std::u16string PrintReal(const Conversion& conversion, Arguments& arguments) {
+    if (conversion.length == "L")
+        return Print(conversion.Printf(), va_arg(arguments.list, long double));
+    return Print(conversion.PrintfWithLength(""), va_arg(arguments.list, double));
+}
+
+std::u16string PrintObject(Arguments& arguments) {
+    const CFTypeRef object = va_arg(arguments.list, CFTypeRef);
+    return object ? ObjectOf(object).Description() : std::u16string(u"(null)");
+}
+
+std::u16string PrintText(const Conversion& conversion, Arguments& arguments) {
+    const char* text = va_arg(arguments.list, const char*);
+    return Print(conversion.PrintfWithLength(""), text ? text : "(null)");
+}
+
+std::u16string PrintConversion(const Conversion& conversion, Arguments& arguments) {
+    switch (conversion.letter) {
+    case u'@':
+        return PrintObject(arguments);
+    case u'd':
+    case u'i':
+    case u'u':
+    case u'o':
+    case u'x':
+    case u'X':
+        return PrintInteger(conversion, arguments);
+    case u'f':
+    case u'F':
+    case u'e':
+    case u'E':
+    case u'g':
+    case u'G':
+    case u'a':
+    case u'A':
+        return PrintReal(conversion, arguments);
+    case u'c':
+        return std::u16string(1, static_cast<unsigned char>(va_arg(arguments.list, int)));
+    case u'C':
+        return std::u16string(1, static_cast<char16_t>(va_arg(arguments.list, int)));
+    case u's':
+        return PrintText(conversion, arguments);
+    case u'p':
+        return Print(conversion.PrintfWithLength(""), va_arg(arguments.list, void*));
+    case u'n':
+        static_cast<void>(va_arg(arguments.list, void*));
+        return {};
+    case u'%':
+        return u"%";
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+std::u16string FormatText(std::u16string_view format, va_list arguments) {
+    Arguments copy;
+    va_copy(copy.list, arguments);
+    std::u16string text;
+    for (std::size_t position = 0; position < format.size();) {
+        if (format[position] != u'%') {
+            text += format[position++];
+            continue;
+        }
+        ++position;
+        const Conversion conversion = ReadConversion(format, position, copy);
+        text += PrintConversion(conversion, copy);
+    }
+    va_end(copy.list);
+    return text;
+}
+
+} // namespace LinuxPlatform

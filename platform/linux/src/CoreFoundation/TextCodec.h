@@ -1,0 +1,41 @@
+#pragma once
+
+// Texts to bytes and back, in the encodings that CFString names. The plain cases (ASCII, ISO Latin-1, and
+// UTF-8 that is all ASCII) are copied; everything else goes through iconv(3), never with its
+// transliterations.
+
+#include <CoreFoundation/CFString.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace LinuxPlatform {
+
+struct TextEncoding {
+    CFStringEncoding number;
+    unsigned long foundationNumber;
+    const char* iconvName;
+    CFIndex bytesPerUnit; ///< most bytes that one UTF-16 unit can need
+};
+
+/// nullptr for an encoding that is not known.
+const TextEncoding* FindEncoding(CFStringEncoding number);
+const TextEncoding* FindFoundationEncoding(unsigned long number);
+
+/// Nothing when the bytes are not valid, or the encoding is not known.
+std::optional<std::u16string> DecodeText(std::string_view bytes, CFStringEncoding encoding, bool external);
+
+struct EncodedText {
+    std::string bytes;
+    std::size_t unitsRead = 0; ///< fewer than given when a character did not fit the encoding or the limit
+};
+
+/// Whole characters of `units`, in at most `maxBytes` bytes. `lossByte` as for CFStringGetBytes.
+EncodedText EncodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
+                       std::size_t maxBytes);
+
+/// UTF-8 of a text; what has none (half a surrogate pair) becomes '?'.
+std::string ToUtf8(std::u16string_view units);
+
+} // namespace LinuxPlatform
