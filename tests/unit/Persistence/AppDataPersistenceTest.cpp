@@ -133,7 +133,7 @@ TEST_F(AppDataPersistenceTest, ACarriageReturnStaysPartOfTheValue) {
 }
 
 TEST_F(AppDataPersistenceTest, ZeroBytesSurviveAReadAndAWrite) {
-    const std::string content("a=1\0002\nn\000m=3\n", 13);
+    const std::string content("a=1\0002\nn\000m=3\n", 12);
     writeFile(m_file, content);
     EXPECT_EQ(std::string("1\0002", 3), read("a"));
     EXPECT_TRUE(m_store.writeParam("z", ""));

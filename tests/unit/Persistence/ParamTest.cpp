@@ -29,7 +29,7 @@ TEST(ParamTest, CopiesDoNotShareTheirBytes) {
     const t_Param copy(original);
     t_Param assigned;
     assigned = original;
-    for (const t_Param* param : {&copy, &assigned}) {
+    for (const t_Param* param : {&copy, static_cast<const t_Param*>(&assigned)}) {
         EXPECT_NE(original.getInternalBuffer(), param->getInternalBuffer());
         EXPECT_EQ(marshalled(original), marshalled(*param));
     }

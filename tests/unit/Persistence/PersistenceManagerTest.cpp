@@ -17,6 +17,7 @@ protected:
     std::string reportOf(Action action) {
         const std::string report = m_folder / "report";
         inAnotherProcess([&] {
+            setenv("TMPDIR", m_folder.path().c_str(), 1); // the crash ends the process before the clean-up
             TraceCapture trace;
             trace.tracer().SetFileName(report);
             KFExceptionHandler::GetInstance();
