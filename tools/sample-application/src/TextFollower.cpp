@@ -34,6 +34,12 @@ bool TextFollower::waitFor(const std::string& awaited, std::chrono::milliseconds
         longest);
 }
 
+void TextFollower::restart(const std::string& path) {
+    m_path = path;
+    m_text.clear();
+    m_position = 0;
+}
+
 bool TextFollower::nextLine(std::string& line) {
     const std::string::size_type end = text().find('\n', m_position);
     if (end == std::string::npos)

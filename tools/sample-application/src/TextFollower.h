@@ -26,6 +26,11 @@ public:
     /** From here on, waitFor looks only at what is written from now on. */
     void skipToEnd() { m_position = text().size(); }
 
+    /** Forgets what was read, for a file that has been begun anew; the second form goes on with another file.
+     */
+    void restart() { restart(std::string(m_path)); }
+    void restart(const std::string& path);
+
     const std::string& path() const { return m_path; }
 
 private:

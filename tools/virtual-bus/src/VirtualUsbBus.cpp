@@ -186,11 +186,10 @@ void VirtualUsbBus::bind(Node& node) {
 }
 
 void VirtualUsbBus::unplug(const std::string& port) {
-    const auto found = m_ports.find(port);
-    if (found == m_ports.end())
+    if (!isPlugged(port))
         throw std::runtime_error("nothing is plugged into port " + port);
-    const std::vector<Node> nodes = found->second;
-    m_ports.erase(found);
+    const std::vector<Node> nodes = m_ports.at(port);
+    m_ports.erase(port);
     for (auto node = nodes.rbegin(); node != nodes.rend(); ++node)
         removeNode(*node);
 }
@@ -206,6 +205,12 @@ void VirtualUsbBus::removeNode(const Node& node) {
 void VirtualUsbBus::unplugAll() {
     while (!m_ports.empty())
         unplug(m_ports.rbegin()->first);
+}
+
+void VirtualUsbBus::announce(const std::string& port, const char* action) {
+    if (!isPlugged(port))
+        throw std::runtime_error("nothing is plugged into port " + port);
+    sendEvent(m_ports.at(port).front().sysPath, action);
 }
 
 void VirtualUsbBus::switchMode(const std::string& port, const UsbDevice& next) {

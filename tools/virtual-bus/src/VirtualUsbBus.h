@@ -42,6 +42,9 @@ public:
     /** What a modem does when it is switched: it leaves its port and comes back there as something else. */
     void switchMode(const std::string& port, const UsbDevice& next);
 
+    /** Sends one more event for the device at this port, which stays as it is. */
+    void announce(const std::string& port, const char* action);
+
     bool isPlugged(const std::string& port) const { return m_ports.count(port) != 0; }
 
     /** The folder in which the bus lies; gone when the bus is. */

@@ -1,0 +1,127 @@
+#include "LauncherTest.h"
+
+#include <csignal>
+#include <map>
+
+using namespace Zevo;
+using testing::HasSubstr;
+
+namespace {
+
+std::string textOf(int signal) {
+    static const std::map<int, std::string> TEXTS = {
+        {1, "SIGNAL_HANG_UP"},
+        {2, "SIGNAL_INTERRUPT"},
+        {3, "SIGNAL_QUIT"},
+        {4, "SIGNAL_ILLEGAL_INSTRUCTION"},
+        {5, "SIGNAL_TRACE_TRAP"},
+        {6, "SIGNAL_ABORT"},
+        {8, "SIGNAL_FLT"},
+        {10, "SIGNAL_BUS_ERROR"},
+        {11, "SIGNAL_SEGMENTATION_FAULT"},
+        {12, "SIGNAL_BAD_ARGUMENT_SYSTEM_CALL"},
+        {13, "SIGNAL_WRITE_PIPE_WITH_NO_READER"},
+        {14, "SIGNAL_ALARM_CLOCK"},
+        {15, "SIGNAL_SOTWARE_TERMINATION"},
+        {16, "SIGNAL_URG_ON_IO_CHANNEL"},
+        {17, "SIGNAL_STOP"},
+        {20, "SIGNAL_SIGCHLD"},
+        {21, "SIGNAL_SIGTTIN"},
+        {22, "SIGNAL_SIGTTOU"},
+        {30, " :  - In File :  - At Line : "}, // nothing was recorded: no contract is broken
+    };
+    const auto found = TEXTS.find(signal);
+    return found == TEXTS.end() ? "UNKNOWN SIGNAL (" + std::to_string(signal) + ")" : found->second;
+}
+
+class CrashSignal : public LauncherTest {
+protected:
+    /** The launcher ended with status 0 and left the cause, the stacks and the object counts in its trace. */
+    void expectReport(int signal) {
+        ASSERT_TRUE(m_launcher->waitForEnd());
+        EXPECT_EQ(m_launcher->exitStatus(), 0);
+        EXPECT_TRUE(m_trace.waitFor(">> [E] " + textOf(signal) + "\n"));
+        EXPECT_TRUE(m_trace.waitFor("\n-------------- CALLSTACK --------------\n"));
+        EXPECT_TRUE(m_trace.waitFor("    [1] ZevoLauncher::Main\n"));
+        EXPECT_TRUE(m_trace.waitFor("\n---------------------------------------\n"));
+        EXPECT_TRUE(m_trace.waitFor("\n-------------- OBJECT(S) COUNT --------------\n"));
+        EXPECT_TRUE(m_trace.waitFor("Class = ZevoLauncher                  , count = 000001\n"));
+        EXPECT_TRUE(m_trace.waitFor("\n---------------------------------------------\n"));
+    }
+};
+
+class CaughtSignal : public CrashSignal, public testing::WithParamInterface<int> {};
+
+TEST_P(CaughtSignal, EndsTheLauncherWithStatus0AndAReportInTheTrace) {
+    startLauncher();
+    m_launcher->sendSignal(GetParam());
+    expectReport(GetParam());
+    // The innermost calls stand first, each with its number.
+    EXPECT_THAT(m_trace.text(), HasSubstr("    [2] ZevoLauncher::run\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Number, CaughtSignal,
+                         testing::Values(1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12, 13, 14, 15, 16, 17, 18, 20, 21,
+                                         22, 23, 24, 25, 26, 27, 29, 30),
+                         testing::PrintToStringParamName());
+
+TEST_F(CrashSignal, Number28ChangesNothing) {
+    startLauncher();
+    m_launcher->sendSignal(28);
+    m_bus.plug("1-1", m_modem.modem);
+    expectStarts(1, 1);
+    plugMarker();
+    EXPECT_TRUE(m_launcher->isRunning());
+}
+
+// Signals 9 and 19 cannot be caught on Linux: the kernel keeps them for itself.
+TEST_F(CrashSignal, Number9IsTheKernelsAndLeavesNoReport) {
+    startLauncher();
+    m_launcher->sendSignal(9);
+    ASSERT_TRUE(m_launcher->waitForEnd());
+    EXPECT_EQ(m_launcher->endingSignal(), 9);
+    EXPECT_EQ(m_trace.count("CALLSTACK"), 0);
+    m_launcher.reset();
+}
+
+TEST_F(CrashSignal, Number19StopsTheLauncherUntilItIsContinued) {
+    startLauncher();
+    m_launcher->sendSignal(19);
+    ASSERT_TRUE(waitUntil([&] { return stateOf(m_launcher->pid()) == 'T'; }));
+    m_launcher->sendSignal(18);
+    expectReport(18); // to be continued is caught like nearly everything, and ends the launcher
+}
+
+TEST_F(CrashSignal, InstallingTheHandlersTracesTheTwoThatCannotBeCaught) {
+    startLauncher();
+    EXPECT_EQ(m_trace.count(">> [E] Cant install signal handler for 9 errno = 22.\n"), 1);
+    EXPECT_EQ(m_trace.count(">> [E] Cant install signal handler for 19 errno = 22.\n"), 1);
+    EXPECT_EQ(m_trace.count("Cant install signal handler for"), 2);
+}
+
+TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
+    m_machine.uninstall("tracer_zevolauncher.cfg");
+    expectStandardError(HasSubstr("Warning: cannot open tracer configuration file"));
+    startLauncherWithoutWaiting();
+    m_bus.plug("1-1", m_modem.modem);
+    expectStarts(1, 1);
+    m_launcher->sendSignal(SIGSEGV);
+    ASSERT_TRUE(m_launcher->waitForEnd());
+    EXPECT_EQ(m_launcher->exitStatus(), 0);
+}
+
+// With the flush threads at work, what is queued is written before the end.
+TEST_F(CrashSignal, LosesNoLineOfAQueuedTrace) {
+    std::string configuration = m_machine.installedText("tracer_zevolauncher.cfg");
+    const std::string direct = "TRACE_MUST_FLUSH\n";
+    configuration.erase(configuration.find(direct), direct.size());
+    m_machine.install("tracer_zevolauncher.cfg", configuration);
+    startLauncher();
+    m_bus.plug("1-1", m_modem.modem);
+    expectStarts(1, 1);
+    m_launcher->sendSignal(SIGTERM);
+    expectReport(SIGTERM);
+    EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
+}
+
+} // namespace

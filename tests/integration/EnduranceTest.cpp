@@ -1,0 +1,74 @@
+#include "LauncherTest.h"
+
+using namespace Zevo;
+
+namespace {
+
+// A sanitizer's runtime keeps freed memory back, on purpose.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+const long GROWTH_ALLOWED_KIB = 64 * 1024;
+#else
+const long GROWTH_ALLOWED_KIB = 512;
+#endif
+
+class Endurance : public LauncherTest {
+protected:
+    /** One line per arrival and removal is enough here; the file is opened anew for each. */
+    void traceOnlyWhatIsCounted() {
+        m_machine.install(
+            "tracer_zevolauncher.cfg",
+            "TRACE_ON\nTRACE_MUST_FLUSH\nTRACE_CALL_EXIT\nTRACE_THE_THREAD *\n"
+            "TRACE_THE_CALL ZevoLauncher::isDeviceFound\nTRACE_THE_CALL ZevoLauncher::onDeviceArrival\n"
+            "TRACE_THE_CALL ZevoLauncher::processDevice\nTRACE_THE_CALL DeviceNotification\n"
+            "TRACE_THE_CALL SIGNAL_FILTER\n"
+            "TRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR\nTRACE_SET_MAX_LINES 100000000\n"
+            "TRACE_SET_FILE_NAME trace\n");
+    }
+
+    int removals() { return m_trace.count("PnP called for onDeviceRemoval.\n"); }
+};
+
+TEST_F(Endurance, TwoHundredDevicesPresentAtStartAreAllListedAndAllMissedWhenTheyGo) {
+    const int COUNT = 200;
+    const unsigned FIRST_PRODUCT = 0x100;
+    for (int i = 0; i < COUNT - 1; ++i)
+        m_bus.plug(std::to_string(1 + i / 20) + "-" + std::to_string(1 + i % 20),
+                   makePlainDevice(0x1234, FIRST_PRODUCT + static_cast<unsigned>(i)));
+    m_bus.plug("20-1", m_modem.modem);
+    startLauncher();
+    expectStarts(1, 1);
+    m_bus.unplugAll();
+    plugMarker();
+    EXPECT_EQ(removals(), COUNT);
+    for (int i = 0; i < COUNT - 1; ++i)
+        EXPECT_EQ(arrivalsOf(makePlainDevice(0x1234, FIRST_PRODUCT + static_cast<unsigned>(i))), 0);
+    EXPECT_EQ(m_trace.count("HID = USB#Vid_1234&Pid_01"), COUNT - 1);
+}
+
+TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescriptorsFlat) {
+    const int ROUNDS = 1000;
+    const int WARM_UP = 200;
+    traceOnlyWhatIsCounted();
+    const Modem composite = modemNamed("composite");
+    configureFor(composite.modem, composite.cdRom);
+    startLauncher();
+    long memory = 0;
+    int descriptors = 0;
+    for (int round = 1; round <= ROUNDS; ++round) {
+        m_bus.plug("1-1", composite.modem);
+        m_bus.unplug("1-1");
+        if (round == WARM_UP) {
+            plugMarker();
+            memory = residentMemoryOf(m_launcher->pid());
+            descriptors = descriptorCountOf(m_launcher->pid());
+        }
+    }
+    plugMarker();
+    EXPECT_EQ(removals(), ROUNDS);
+    EXPECT_GE(arrivalsOf(composite.modem), ROUNDS);
+    EXPECT_LE(residentMemoryOf(m_launcher->pid()), memory + GROWTH_ALLOWED_KIB);
+    EXPECT_EQ(descriptorCountOf(m_launcher->pid()), descriptors);
+    expectStarts(1, 1);
+}
+
+} // namespace

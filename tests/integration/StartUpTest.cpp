@@ -1,0 +1,169 @@
+#include "LauncherTest.h"
+
+#include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Zevo;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+namespace {
+
+class StartUp : public LauncherTest {
+protected:
+    void expectExit(int status) {
+        ASSERT_TRUE(m_launcher->waitForEnd());
+        EXPECT_EQ(m_launcher->endingSignal(), 0);
+        EXPECT_EQ(m_launcher->exitStatus(), status);
+    }
+
+    bool isThere(const std::string& path) const {
+        struct stat status;
+        return lstat(path.c_str(), &status) == 0;
+    }
+
+    /** Without a trace, that the launcher works is seen from what it starts. */
+    void expectItWorks() {
+        m_bus.plug("1-1", m_modem.modem);
+        expectStarts(1, 1);
+        EXPECT_TRUE(m_launcher->isRunning());
+    }
+};
+
+TEST_F(StartUp, WritesTheBannerOfTheCardToTheLog) {
+    m_machine.install("ID.txt", "COMMERCIAL_VERSION=1.2\r\nPRODUCT_NAME=Quillmarsh\r\nBU_NAME=North\r\n"
+                                "BUILD_TARGET=release\r\nREFERENCE_VERSION=7\r\nPRODUCT_VERSION=3.4\r\n"
+                                "UPGRADE_CODE=Zevo\r\n");
+    m_trace.restart(m_machine.logFolder() + "/trace_0.txt");
+    m_log.restart(m_machine.logFolder() + "/log_0.txt");
+    startLauncher();
+    EXPECT_EQ(m_log.text(), "[LEVEL_0] Starting Vurl ZevoLauncher with ID card :\n"
+                            "[LEVEL_0]  * Commercial version : 1.2\n"
+                            "[LEVEL_0]  * Product Name : Quillmarsh\n"
+                            "[LEVEL_0]  * BU Name : North\n"
+                            "[LEVEL_0]  * Build Target : release\n"
+                            "[LEVEL_0]  * Reference version : 7\n"
+                            "[LEVEL_0]  * Product version : 3.4\n"
+                            "[LEVEL_0]  * Upgrade Code : Zevo\n");
+}
+
+TEST_F(StartUp, ScopeOfTheLogFolderIsTheUpgradeCode) {
+    m_machine.install("ID.txt", "UPGRADE_CODE=another-code\n");
+    m_trace.restart(m_machine.dataFolder() + "/Ferrow/another-code/Logs/trace_0.txt");
+    startLauncher();
+}
+
+TEST_F(StartUp, DefaultFilesOfTheProductWork) {
+    SampleMachine other;
+    for (const char* name : {"tracer_zevolauncher.cfg", "logger_launcher.cfg"})
+        m_machine.install(name, other.installedText(name));
+    startLauncherWithoutWaiting();
+    expectItWorks();
+}
+
+TEST_F(StartUp, WithoutACardEndsBeforeThereIsATrace) {
+    m_machine.uninstall("ID.txt");
+    startLauncherWithoutWaiting();
+    expectExit(0);
+    EXPECT_FALSE(isThere(m_machine.dataFolder() + "/Ferrow"));
+}
+
+TEST_F(StartUp, WithAnAmpersandInTheCardEndsBeforeThereIsATrace) {
+    m_machine.install("ID.txt", "UPGRADE_CODE=Zevo\nPRODUCT_NAME=Quill & Marsh\n");
+    startLauncherWithoutWaiting();
+    expectExit(0);
+    EXPECT_FALSE(isThere(m_machine.dataFolder() + "/Ferrow"));
+}
+
+TEST_F(StartUp, CreatesTheLogFolderWithEveryFolderAboveIt) {
+    ASSERT_EQ(rmdir(m_machine.dataFolder().c_str()), 0);
+    startLauncher();
+    struct stat status;
+    ASSERT_EQ(stat(m_machine.logFolder().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0777u);
+}
+
+TEST_F(StartUp, WhereNoLogFolderCanBeCreatedEndsBeforeThereIsATrace) {
+    ASSERT_EQ(rmdir(m_machine.dataFolder().c_str()), 0);
+    writeTextFile(m_machine.dataFolder(), "a file is in the way");
+    startLauncherWithoutWaiting();
+    expectExit(0);
+}
+
+TEST_F(StartUp, MissingTraceConfigurationOnlyWarns) {
+    m_machine.uninstall("tracer_zevolauncher.cfg");
+    expectStandardError("Warning: cannot open tracer configuration file \"" + m_machine.installationFolder() +
+                        "/tracer_zevolauncher.cfg\"\n");
+    startLauncherWithoutWaiting();
+    expectItWorks();
+    EXPECT_FALSE(isThere(m_trace.path()));
+    EXPECT_EQ(m_log.count("Starting Vurl ZevoLauncher with ID card :\n"), 1);
+}
+
+TEST_F(StartUp, MissingLogConfigurationOnlyWarns) {
+    m_machine.uninstall("logger_launcher.cfg");
+    expectStandardError("Warning: cannot open log configuration file \"" + m_machine.installationFolder() +
+                        "/logger_launcher.cfg\"\n");
+    startLauncher();
+    expectItWorks();
+    EXPECT_FALSE(isThere(m_log.path()));
+}
+
+TEST_F(StartUp, SyntaxErrorInTheTraceConfigurationNamesItsLineAndEndsWithStatus1) {
+    m_machine.install("tracer_zevolauncher.cfg", "# a comment\nTRACE_ON\n\nTRACE_SET_MAX_LINES many\n");
+    expectStandardError("syntax error at line 4 of tracer config file\n");
+    startLauncherWithoutWaiting();
+    expectExit(1);
+}
+
+TEST_F(StartUp, SyntaxErrorInTheLogConfigurationNamesItsLineAndEndsWithStatus1) {
+    m_machine.install("logger_launcher.cfg", "LOG_ON\nLOG_OF\n");
+    expectStandardError("syntax error at line 2 of log config file\n");
+    startLauncherWithoutWaiting();
+    expectExit(1);
+}
+
+TEST_F(StartUp, WithoutLauncherConfigurationRunsOnAndNothingMatches) {
+    m_machine.uninstall("Launcher.cfg");
+    startLauncher();
+    EXPECT_EQ(m_trace.count(">> [E] Error accessing ZevoLauncher parameters.\n"), 1);
+    EXPECT_EQ(m_trace.count(">> [E] Could not load operator file : " + m_machine.installationFolder() +
+                            "/Launcher.cfg.\n"),
+              1);
+    EXPECT_EQ(m_trace.count("CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND on file "
+                            "product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133\n"),
+              1);
+    m_bus.plug("1-1", m_modem.modem);
+    m_bus.plug("1-2", m_modem.cdRom);
+    plugMarker();
+    expectStarts(0, 0);
+}
+
+// An id without its markers is rewritten from its fourth character on. An empty one has none, and that error
+// is nobody's: it ends the launcher as a crash does.
+TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
+    m_machine.install("Launcher.cfg",
+                      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+                      "<key>MacHardwareIdToDetect</key><string>USB#Vid_12d1</string>\n"
+                      "</dict>\n</plist>\n");
+    expectStandardError(HasSubstr("basic_string::substr"));
+    startLauncherWithoutWaiting();
+    expectExit(0);
+    EXPECT_EQ(m_trace.count(">> [E] SIGNAL_ABORT\n"), 1);
+    EXPECT_EQ(m_trace.count("-------------- CALLSTACK --------------\n"), 1);
+}
+
+TEST_F(StartUp, OnlyTheIdToFindIsEnoughForAModemThatIsPresent) {
+    m_machine.install("Launcher.cfg",
+                      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+                      "<key>MacHardwareIdToFind</key><string>USB#Vid_12d1&amp;Pid_1001</string>\n"
+                      "</dict>\n</plist>\n");
+    m_bus.plug("1-1", m_modem.modem);
+    startLauncher();
+    expectStarts(1, 1);
+}
+
+} // namespace
