@@ -3,10 +3,12 @@
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   set(ZEVO_HOST_FOLDER MAC)
   set(ZEVO_HOST_SUFFIX mm)
+  set(ZEVO_HAS_UDEV OFF)
   enable_language(OBJCXX)
 elseif(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   set(ZEVO_HOST_FOLDER LINUX)
   set(ZEVO_HOST_SUFFIX cpp)
+  set(ZEVO_HAS_UDEV ON)
 else()
   message(FATAL_ERROR "ZevoLauncher builds for macOS and Linux; '${CMAKE_SYSTEM_NAME}' has no platform "
                       "layer yet. docs/platforms.md tells how to add one.")
