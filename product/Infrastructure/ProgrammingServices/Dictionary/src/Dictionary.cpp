@@ -10,7 +10,6 @@
 // hold the rest.
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
-static constexpr char SEPARATOR = '.';
 
 Dictionary::Dictionary() : Item("root") {
     TRACE_CONSTRUCTOR("Dictionary");
@@ -132,66 +131,63 @@ Item* Dictionary::getFirstItem() const {
 // ------------------------------------------------------------------------------------------------------
 
 Item* Dictionary::getItem(const std::string& path) const {
-    return getItem(std::string_view(path));
+    return getItem(Path{path});
 }
 
 Item* Dictionary::getItem(const char* cpath) const {
     TRACE_METHOD();
     KF_REQUIRE(cpath != NULL, 317);
-    return cpath != nullptr ? getItem(std::string_view(cpath)) : nullptr;
+    return cpath != nullptr ? getItem(Path{cpath}) : nullptr;
 }
 
-Item* Dictionary::getItem(std::string_view path) const {
+Item* Dictionary::getItem(Path path) const {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", traceAddress(this), m_name.c_str(),
-                  std::string(path).c_str());
-    const std::size_t split = path.find(SEPARATOR);
-    const std::string_view head = path.substr(0, split);
-    Item* const found = child(head);
-    if (split == std::string_view::npos) {
+                  std::string(path.text).c_str());
+    Item* const found = child(path.head());
+    if (path.isKey()) {
         if (found == nullptr)
-            TRACE_MESSAGE(MSG_DEBUG, "Key %s not found", std::string(path).c_str());
+            TRACE_MESSAGE(MSG_DEBUG, "Key %s not found", std::string(path.text).c_str());
         return found;
     }
     if (found == nullptr) {
-        TRACE_MESSAGE(MSG_DEBUG, "Head key %s not found", std::string(head).c_str());
+        TRACE_MESSAGE(MSG_DEBUG, "Head key %s not found", std::string(path.head()).c_str());
         return nullptr;
     }
     const Dictionary* const dictionary = found->getAsDictionary();
     if (dictionary == nullptr) {
-        TRACE_MESSAGE(MSG_DEBUG, "Child with key %s is not a dictionary", std::string(head).c_str());
+        TRACE_MESSAGE(MSG_DEBUG, "Child with key %s is not a dictionary", std::string(path.head()).c_str());
         return nullptr;
     }
-    return dictionary->getItem(path.substr(split + 1));
+    return dictionary->getItem(path.rest());
 }
 
 const char* Dictionary::getValue(const std::string& path) const {
     TRACE_METHOD();
-    const Item* const item = getItem(std::string_view(path));
+    const Item* const item = getItem(Path{path});
     return item != nullptr ? item->getValue() : nullptr;
 }
 
 bool Dictionary::getValueAs(const std::string& path, int& value) const {
     TRACE_METHOD();
-    const Item* const item = getItem(std::string_view(path));
+    const Item* const item = getItem(Path{path});
     return item != nullptr && item->getValueAs(value);
 }
 
 bool Dictionary::contains(const std::string& path) {
-    return contains(std::string_view(path));
+    return contains(Path{path});
 }
 
-bool Dictionary::contains(std::string_view path) const {
+bool Dictionary::contains(Path path) const {
     TRACE_METHOD();
-    const std::size_t split = path.find(SEPARATOR);
-    if (child(path.substr(0, split)) == nullptr)
+    if (child(path.head()) == nullptr)
         return false;
-    if (split == std::string_view::npos)
+    if (path.isKey())
         return true;
     // Deliberately every child, not only the one under the head: callers rely on the looser answer.
     for (const auto& entry : m_children) {
         const Dictionary* const dictionary = entry.second->getAsDictionary();
-        if (dictionary != nullptr && dictionary->contains(path.substr(split + 1)))
+        if (dictionary != nullptr && dictionary->contains(path.rest()))
             return true;
     }
     return false;
@@ -203,7 +199,7 @@ bool Dictionary::contains(std::string_view path) const {
 Item* Dictionary::findItem(const std::string& key) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
-    if (Item* const item = getItem(std::string_view(key))) {
+    if (Item* const item = getItem(Path{key})) {
         TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
         return item;
     }
@@ -221,7 +217,7 @@ Item* Dictionary::findItem(const std::string& key) {
 const char* Dictionary::findValue(const std::string& key) const {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
-    if (Item* const item = getItem(std::string_view(key))) {
+    if (Item* const item = getItem(Path{key})) {
         TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
         return item->getValue();
     }
@@ -245,7 +241,7 @@ std::list<Item*> Dictionary::findItems(const std::string& key) {
 
 void Dictionary::doFindItems(const std::string& key, std::list<Item*>& items) {
     TRACE_METHOD();
-    if (Item* const item = getItem(std::string_view(key))) {
+    if (Item* const item = getItem(Path{key})) {
         items.push_back(item);
         return;
     }
@@ -264,7 +260,7 @@ std::list<const char*> Dictionary::findValues(const std::string& key) const {
 
 void Dictionary::doFindValues(const std::string& key, std::list<const char*>& values) const {
     TRACE_METHOD();
-    if (const Item* const item = getItem(std::string_view(key))) {
+    if (const Item* const item = getItem(Path{key})) {
         if (const char* const value = item->getValue())
             values.push_back(value);
         return;
@@ -325,19 +321,18 @@ void Dictionary::removeAllItems() {
 
 void Dictionary::removeItem(const std::string& path) {
     TRACE_METHOD();
-    doRemoveItem(path);
+    doRemoveItem(Path{path});
 }
 
-void Dictionary::doRemoveItem(std::string_view path) {
+void Dictionary::doRemoveItem(Path path) {
     TRACE_METHOD();
-    const std::size_t split = path.find(SEPARATOR);
-    const auto found = m_children.find(path.substr(0, split));
+    const auto found = m_children.find(path.head());
     if (found == m_children.end())
         return;
-    if (split == std::string_view::npos)
+    if (path.isKey())
         m_children.erase(found);
     else if (Dictionary* const dictionary = found->second->getAsDictionary())
-        dictionary->doRemoveItem(path.substr(split + 1));
+        dictionary->doRemoveItem(path.rest());
 }
 
 void Dictionary::removeItem(Item& item) {

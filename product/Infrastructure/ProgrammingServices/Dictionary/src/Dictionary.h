@@ -128,10 +128,22 @@ public:
     Dictionary(const Dictionary& other, Level level);
 
 private:
+    /// A path, or the rest of one: a part of a text that is not copied. A type of its own, so that literals
+    /// go to the public operations.
+    struct Path {
+        std::string_view head() const { return text.substr(0, text.find(SEPARATOR)); }
+        bool isKey() const { return text.find(SEPARATOR) == std::string_view::npos; }
+        /// What follows the first separator; not for a key.
+        Path rest() const { return {text.substr(text.find(SEPARATOR) + 1)}; }
+
+        std::string_view text;
+    };
+    static constexpr char SEPARATOR = '.';
+
     // The operations of the same name, over parts of a path and over one buffer, without copies.
-    Item* getItem(std::string_view path) const;
-    bool contains(std::string_view path) const;
-    void setItem(std::string_view path, Item& item);
+    Item* getItem(Path path) const;
+    bool contains(Path path) const;
+    void setItem(Path path, Item& item);
     void marshall(std::string& indent, std::string& text) const;
     void toString(std::string& indent, std::string& text) const;
     void unMarshall(LineCursor& lines);
@@ -140,7 +152,7 @@ private:
     void doFindValues(const std::string& key, std::list<const char*>& values) const;
     void doFindItems(const std::string& key, std::list<Item*>& items);
     std::string doGetItemPath(Item& item, const std::string& prefix) const;
-    void doRemoveItem(std::string_view path);
+    void doRemoveItem(Path path);
     void removeEverywhere(Item& item);
     void merge(Dictionary& other);
 

@@ -9,8 +9,6 @@
 
 // Building and merging trees.
 
-static constexpr char SEPARATOR = '.';
-
 /// Puts the item under the key, in place of what is there, and makes it a part of this tree.
 void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
     TRACE_METHOD();
@@ -31,27 +29,26 @@ void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {
-    setItem(std::string_view(path), item);
+    setItem(Path{path}, item);
 }
 
-void Dictionary::setItem(std::string_view path, Item& item) {
+void Dictionary::setItem(Path path, Item& item) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", traceAddress(this), m_name.c_str(),
-                  std::string(path).c_str(), item.toString("").c_str());
-    if (std::count(path.begin(), path.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level.value) {
-        TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path).c_str());
+                  std::string(path.text).c_str(), item.toString("").c_str());
+    if (std::count(path.text.begin(), path.text.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level.value) {
+        TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path.text).c_str());
         return;
     }
-    const std::size_t split = path.find(SEPARATOR);
-    if (split == std::string_view::npos) {
-        TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", std::string(path).c_str(),
+    const std::string_view head = path.head();
+    if (path.isKey()) {
+        TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", std::string(head).c_str(),
                       item.toString("").c_str());
         // Copied before the old item goes: the old one may be the item, or hold it.
-        store(path, std::unique_ptr<Item>(item.clone()));
+        store(head, std::unique_ptr<Item>(item.clone()));
         TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
         return;
     }
-    const std::string_view head = path.substr(0, split);
     Item* next = child(head);
     if (next == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", std::string(head).c_str());
@@ -60,7 +57,7 @@ void Dictionary::setItem(std::string_view path, Item& item) {
     }
     // A leaf in the way stays: the new item is dropped.
     if (Dictionary* const dictionary = next->getAsDictionary())
-        dictionary->setItem(path.substr(split + 1), item);
+        dictionary->setItem(path.rest(), item);
 }
 
 template <typename Leaf, typename Value>
@@ -70,7 +67,7 @@ void Dictionary::addLeaf(const std::string& path, const Value& value) {
         store(path, std::make_unique<Leaf>(path, value));
     } else {
         Leaf leaf(path.substr(split + 1), value);
-        setItem(std::string_view(path), leaf);
+        setItem(Path{path}, leaf);
     }
 }
 
@@ -87,7 +84,7 @@ void Dictionary::addValue(const std::string& path, const std::string& value) {
 void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "adding under %s", path.c_str());
-    Item* const item = getItem(std::string_view(path));
+    Item* const item = getItem(Path{path});
     if (item == nullptr)
         return;
     TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
@@ -99,7 +96,7 @@ void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
     const Dictionary copy(source);
     for (const auto& [key, theirs] : copy.m_children) {
         TRACE_MESSAGE(MSG_DEBUG, "adding key %s", key.c_str());
-        target->setItem(std::string_view(key), *theirs);
+        target->setItem(Path{key}, *theirs);
     }
 }
 

@@ -1,0 +1,513 @@
+#include "BasicItem.h"
+#include "Dictionary.h"
+#include "IntBasicItem.h"
+#include "KFDictionaryFileException.h"
+#include "KFDictionaryParsingException.h"
+#include "OtherProcess.h"
+#include "TraceCapture.h"
+
+#include <climits>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
+static const char SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
+
+static int numberAt(const Dictionary& dictionary, const std::string& path) {
+    int value = 0;
+    EXPECT_TRUE(dictionary.getValueAs(path, value)) << path;
+    return value;
+}
+
+/// Reads a body and says what was left in the stream.
+static std::string unMarshall(Dictionary& dictionary, const std::string& text) {
+    std::stringstream in(text);
+    dictionary.unMarshall(in);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+static void load(Dictionary& dictionary, const std::string& content) {
+    const TemporaryFolder folder;
+    writeFile(folder / "list", content);
+    dictionary.loadFromFile(folder / "list");
+}
+
+static std::string saved(Dictionary& dictionary) {
+    const TemporaryFolder folder;
+    dictionary.saveToFile(folder / "list");
+    return readFile(folder / "list");
+}
+
+static Dictionary example() {
+    Dictionary dictionary;
+    dictionary.addValue("a", "x");
+    dictionary.addValue("n", 3);
+    dictionary.addValue("d.b", "y");
+    return dictionary;
+}
+
+static const char EXAMPLE_TEXT[] = "<dict>\n"
+                                   "\t<key>a</key>\n"
+                                   "\t<string>x</string>\n"
+                                   "\t<key>d</key>\n"
+                                   "\t<dict>\n"
+                                   "\t\t<key>b</key>\n"
+                                   "\t\t<string>y</string>\n"
+                                   "\t</dict>\n"
+                                   "\t<key>n</key>\n"
+                                   "<int>3</int>\n"
+                                   "</dict>\n";
+
+// --- Writing
+// ----------------------------------------------------------------------------------------------------
+
+TEST(DictionarySave, WritesTheseBytes) {
+    Dictionary dictionary = example();
+    EXPECT_EQ(saved(dictionary), std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+}
+
+TEST(DictionarySave, AnEmptyDictionaryIsFiveLinesWithoutLineFeedAtTheEnd) {
+    Dictionary dictionary;
+    EXPECT_EQ(saved(dictionary), std::string(HEADER) + "<dict>\n</dict>\n</plist>");
+}
+
+TEST(DictionarySave, ReplacesAFile) {
+    const TemporaryFolder folder;
+    writeFile(folder / "list", std::string(10000, 'x'));
+    example().saveToFile(folder / "list");
+    EXPECT_EQ(readFile(folder / "list"), std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+}
+
+// Deliberate: the caller learns nothing.
+TEST(DictionarySave, IsSilentWhenItCannotWrite) {
+    const TemporaryFolder folder;
+    TraceCapture trace;
+    Dictionary dictionary = example();
+    EXPECT_NO_THROW(dictionary.saveToFile(folder / "missing/list"));
+    EXPECT_NO_THROW(dictionary.saveToFile(folder.path()));
+    EXPECT_NO_THROW(dictionary.saveToFile(""));
+    EXPECT_THAT(trace.text(), Not(HasSubstr(">> [E]")));
+    EXPECT_NE(access((folder / "missing").c_str(), F_OK), 0);
+}
+
+TEST(DictionarySave, LeavesAFileThatItMayNotWrite) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkdir((folder / "closed").c_str(), 0777), 0);
+    writeFile(folder / "closed/list", "before");
+    ASSERT_EQ(chmod((folder / "closed/list").c_str(), 0444), 0);
+    ASSERT_EQ(chmod((folder / "closed").c_str(), 0555), 0);
+    EXPECT_TRUE(asOrdinaryUser(folder / "closed", [] {
+        Dictionary dictionary = example();
+        dictionary.saveToFile("list");
+        return readFile("list") == "before";
+    }));
+    ASSERT_EQ(chmod((folder / "closed").c_str(), 0755), 0);
+}
+
+TEST(DictionaryMarshall, IndentsAllButIntegers) {
+    EXPECT_EQ(example().marshall(""), EXAMPLE_TEXT);
+    Dictionary dictionary;
+    dictionary.addValue("d.e.n", -5);
+    EXPECT_EQ(dictionary.marshall("\t"), "\t<dict>\n"
+                                         "\t\t<key>d</key>\n"
+                                         "\t\t<dict>\n"
+                                         "\t\t\t<key>e</key>\n"
+                                         "\t\t\t<dict>\n"
+                                         "\t\t\t\t<key>n</key>\n"
+                                         "<int>-5</int>\n"
+                                         "\t\t\t</dict>\n"
+                                         "\t\t</dict>\n"
+                                         "\t</dict>\n");
+}
+
+TEST(DictionaryMarshall, WritesTheKeyAndNotTheName) {
+    Dictionary dictionary;
+    BasicItem item("name", "v");
+    dictionary.setItem("key", item);
+    EXPECT_EQ(dictionary.marshall(""), "<dict>\n\t<key>key</key>\n\t<string>v</string>\n</dict>\n");
+}
+
+TEST(DictionaryMarshall, EscapesNothing) {
+    Dictionary dictionary;
+    dictionary.addValue("<&>", "\"<x>&amp;'");
+    EXPECT_EQ(dictionary.marshall(""), "<dict>\n\t<key><&></key>\n\t<string>\"<x>&amp;'</string>\n</dict>\n");
+}
+
+TEST(DictionaryMarshall, AsksALeafOfAnotherClassForItsLine) {
+    class Upper : public BasicItem {
+    public:
+        using BasicItem::BasicItem;
+        Item* clone() override { return std::make_unique<Upper>(*this).release(); }
+        using BasicItem::marshall;
+        std::string marshall(const std::string& indent) override {
+            return indent + "<string>UPPER</string>\n";
+        }
+    };
+    Dictionary dictionary;
+    Upper item("k", "v");
+    dictionary.setItem("k", item);
+    EXPECT_EQ(dictionary.marshall(""), "<dict>\n\t<key>k</key>\n\t<string>UPPER</string>\n</dict>\n");
+}
+
+// --- Reading a body
+// ---------------------------------------------------------------------------------------------
+
+TEST(DictionaryUnMarshall, ReadsWhatMarshallWrites) {
+    Dictionary dictionary;
+    EXPECT_EQ(unMarshall(dictionary, EXAMPLE_TEXT), "");
+    EXPECT_TRUE(dictionary.equals(example()));
+    EXPECT_EQ(dictionary.getItem("d")->getName(), "d");
+    EXPECT_EQ(dictionary.getItem("d.b")->getName(), "b");
+}
+
+TEST(DictionaryUnMarshall, LeavesTheStreamBehindItsLastLine) {
+    Dictionary dictionary;
+    EXPECT_EQ(unMarshall(dictionary, "<dict>\n</dict>\n</plist>"), "</plist>");
+    EXPECT_EQ(unMarshall(dictionary, "<dict>\n<key>a</key>\n<string>x</string>\njunk\nmore\n"), "more\n");
+    EXPECT_EQ(unMarshall(dictionary, "no dictionary\nmore\n"), "more\n");
+}
+
+TEST(DictionaryUnMarshall, ContinuesWhereTheStreamStands) {
+    std::stringstream in(std::string("first line\n") + EXAMPLE_TEXT + EXAMPLE_TEXT + "last");
+    std::string line;
+    std::getline(in, line);
+    for (int count = 0; count < 2; ++count) {
+        Dictionary dictionary;
+        dictionary.unMarshall(in);
+        EXPECT_TRUE(dictionary.equals(example()));
+    }
+    std::getline(in, line);
+    EXPECT_EQ(line, "last");
+}
+
+TEST(DictionaryUnMarshall, OfAStreamAtItsEndReadsNothing) {
+    Dictionary dictionary = example();
+    std::stringstream in("one line");
+    std::string line;
+    std::getline(in, line);
+    dictionary.unMarshall(in);
+    std::stringstream empty;
+    dictionary.unMarshall(empty);
+    EXPECT_TRUE(dictionary.equals(example()));
+}
+
+TEST(DictionaryUnMarshall, AFirstLineWithoutDictReadsNothing) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "\n<dict>\n<key>a</key>\n<string>x</string>\n</dict>\n");
+    EXPECT_EQ(dictionary.getFirstItem(), nullptr);
+}
+
+TEST(DictionaryUnMarshall, TagsMayStandAnywhereInTheirLine) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "junk<dict>junk\n"
+                           "   \t junk<key> a </key>junk\n"
+                           "      <string>\t x </string> <int>5</int>\n"
+                           "<key>n</key>\n"
+                           " \t<int>3</int> junk\n");
+    EXPECT_STREQ(dictionary.getValue("a"), "x");
+    EXPECT_EQ(numberAt(dictionary, "n"), 3);
+}
+
+// In this order, whatever the line looks like.
+TEST(DictionaryUnMarshall, AValueLineIsAStringElseAnIntegerElseADictionary) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n"
+                           "<key>s</key>\n<int>1</int><string>x</string>\n"
+                           "<key>n</key>\n<dict><int>2</int>\n"
+                           "</dict>\n");
+    // The first "</" of the line stands before the value: the rest of the line is taken.
+    EXPECT_STREQ(dictionary.getValue("s"), "x</string>");
+    EXPECT_EQ(numberAt(dictionary, "n"), 2);
+}
+
+TEST(DictionaryUnMarshall, EmptyElementsAreAllowed) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n"
+                           "<key></key>\n<string>empty key</string>\n"
+                           "<key>s</key>\n<string></string>\n"
+                           "<key>n</key>\n<int></int>\n"
+                           "<key>d</key>\n<dict>\n</dict>\n"
+                           "</dict>\n");
+    EXPECT_STREQ(dictionary.getValue(""), "empty key");
+    EXPECT_STREQ(dictionary.getValue("s"), "");
+    EXPECT_EQ(numberAt(dictionary, "n"), 0);
+    ASSERT_NE(dictionary.getItem("d"), nullptr);
+    EXPECT_EQ(dictionary.getItem("d")->getAsDictionary()->getFirstItem(), nullptr);
+}
+
+TEST(DictionaryUnMarshall, AnUnknownElementIsSkippedWithItsKey) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n<key>a</key>\n<true/>\n<key>b</key>\n<string>x</string>\n</dict>\n");
+    EXPECT_FALSE(dictionary.hasKey("a"));
+    EXPECT_STREQ(dictionary.getValue("b"), "x");
+}
+
+TEST(DictionaryUnMarshall, TheInnerLinesOfAnUnknownElementEndTheDictionary) {
+    Dictionary dictionary;
+    const std::string rest =
+        unMarshall(dictionary, "<dict>\n<key>a</key>\n<array>\n<string>x</string>\n</array>\n"
+                               "<key>b</key>\n<string>x</string>\n</dict>\n");
+    EXPECT_EQ(dictionary.getFirstItem(), nullptr);
+    EXPECT_EQ(rest, "</array>\n<key>b</key>\n<string>x</string>\n</dict>\n");
+}
+
+// Deliberate: </dict> is just one of the lines without a key.
+TEST(DictionaryUnMarshall, AnyLineWithoutAKeyClosesTheDictionary) {
+    for (const char* line : {"</dict>", "", "junk", "<string>x</string>", "<Key>a</Key>", "<key >a</key>"}) {
+        Dictionary dictionary;
+        const std::string rest =
+            unMarshall(dictionary, std::string("<dict>\n<key>a</key>\n<string>x</string>\n") + line +
+                                       "\n<key>b</key>\n<string>y</string>\n");
+        EXPECT_TRUE(dictionary.hasKey("a")) << line;
+        EXPECT_FALSE(dictionary.hasKey("b")) << line;
+        EXPECT_EQ(rest, "<key>b</key>\n<string>y</string>\n") << line;
+    }
+}
+
+TEST(DictionaryUnMarshall, ANestedDictionaryConsumesItsOwnClosingLine) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n"
+                           "<key>d</key>\n<dict>\n<key>e</key>\n<dict>\n</dict>\n"
+                           "<key>x</key>\n<string>in d</string>\n</dict>\n"
+                           "<key>y</key>\n<string>in root</string>\n</dict>\n");
+    EXPECT_STREQ(dictionary.getValue("d.x"), "in d");
+    EXPECT_STREQ(dictionary.getValue("y"), "in root");
+    EXPECT_NE(dictionary.getItem("d.e"), nullptr);
+}
+
+TEST(DictionaryUnMarshall, OfDuplicateKeysTheLaterWins) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n"
+                           "<key>a</key>\n<string>first</string>\n"
+                           "<key>b</key>\n<dict>\n<key>x</key>\n<int>1</int>\n</dict>\n"
+                           "<key>a</key>\n<int>2</int>\n"
+                           "<key>b</key>\n<dict>\n<key>y</key>\n<int>1</int>\n</dict>\n"
+                           "<key>z</key>\n<int>3</int>\n"
+                           "</dict>\n");
+    EXPECT_EQ(numberAt(dictionary, "a"), 2);
+    EXPECT_EQ(dictionary.getItem("b.x"), nullptr);
+    EXPECT_EQ(numberAt(dictionary, "b.y"), 1);
+    EXPECT_EQ(numberAt(dictionary, "z"), 3);
+}
+
+TEST(DictionaryUnMarshall, KeysNeedNotBeInOrder) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n<key>c</key>\n<int>1</int>\n<key>a</key>\n<int>2</int>\n<key>b</key>\n"
+                           "<int>3</int>\n</dict>\n");
+    EXPECT_EQ(dictionary.marshall(""), "<dict>\n\t<key>a</key>\n<int>2</int>\n\t<key>b</key>\n<int>3</int>\n"
+                                       "\t<key>c</key>\n<int>1</int>\n</dict>\n");
+}
+
+TEST(DictionaryUnMarshall, AKeyWithoutAValueLineIsDropped) {
+    Dictionary dictionary;
+    unMarshall(dictionary, "<dict>\n<key>a</key>");
+    EXPECT_EQ(dictionary.getFirstItem(), nullptr);
+}
+
+TEST(DictionaryUnMarshall, TwoKeyLinesInARowDropBoth) {
+    Dictionary dictionary;
+    const std::string rest =
+        unMarshall(dictionary, "<dict>\n<key>a</key>\n<key>b</key>\n<string>x</string>\nrest");
+    EXPECT_EQ(dictionary.getFirstItem(), nullptr);
+    EXPECT_EQ(rest, "rest");
+}
+
+TEST(DictionaryUnMarshall, ReadsALastLineWithoutLineFeed) {
+    Dictionary dictionary;
+    EXPECT_EQ(unMarshall(dictionary, "<dict>\n<key>a</key>\n<string>x</string>"), "");
+    EXPECT_STREQ(dictionary.getValue("a"), "x");
+    EXPECT_EQ(unMarshall(dictionary, "<dict>\n<key>d</key>\n<dict>"), "");
+    EXPECT_NE(dictionary.getItem("d"), nullptr);
+}
+
+TEST(DictionaryUnMarshall, TracesTheKeysAndValuesThatItReads) {
+    Dictionary dictionary;
+    TraceCapture trace;
+    unMarshall(dictionary, "<dict>\n<key>k</key>\n<string>v</string>\n</dict>\n");
+    EXPECT_THAT(trace.text(), HasSubstr("Dictionary::unMarshall\n"));
+    EXPECT_THAT(trace.text(), HasSubstr("BasicItem::unMarshall\n"));
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] getXmlVal returns 'k'\n"));
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] getXmlVal returns 'v'\n"));
+}
+
+// --- Loading
+// ----------------------------------------------------------------------------------------------------
+
+TEST(DictionaryLoad, ReadsWhatSaveWrites) {
+    Dictionary original = example();
+    original.addValue("d.deep.deeper.n", INT_MIN);
+    original.addValue("d.deep.s", "with \"quotes\" & <brackets>");
+    original.addValue("", "empty key");
+    original.addValue("utf-8 \xc3\xa4", "\xf0\x9f\x98\x80");
+    Dictionary dictionary;
+    load(dictionary, saved(original));
+    EXPECT_TRUE(dictionary.equals(original));
+    EXPECT_TRUE(original.equals(dictionary));
+    EXPECT_EQ(saved(dictionary), saved(original));
+}
+
+TEST(DictionaryLoad, KeepsOtherKeysAndReplacesEqualOnes) {
+    Dictionary dictionary;
+    dictionary.addValue("other", "kept");
+    dictionary.addValue("a", 77);
+    dictionary.addValue("d.gone", 1);
+    load(dictionary, std::string(HEADER) + EXAMPLE_TEXT);
+    EXPECT_STREQ(dictionary.getValue("other"), "kept");
+    EXPECT_STREQ(dictionary.getValue("a"), "x");
+    EXPECT_EQ(dictionary.getItem("d.gone"), nullptr);
+    EXPECT_STREQ(dictionary.getValue("d.b"), "y");
+}
+
+TEST(DictionaryLoad, AcceptsOtherAttributes) {
+    Dictionary dictionary;
+    load(dictionary,
+         std::string("\xef\xbb\xbf<?xml standalone='yes'?>\n <plist version=\"1.0\" more=\"less\">\n") +
+             EXAMPLE_TEXT);
+    EXPECT_TRUE(dictionary.equals(example()));
+}
+
+TEST(DictionaryLoad, ReadsAFileWithCarriageReturns) {
+    std::string text = std::string(HEADER) + EXAMPLE_TEXT + "</plist>\n";
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 2))
+        text.insert(at, "\r");
+    Dictionary dictionary;
+    load(dictionary, text);
+    EXPECT_TRUE(dictionary.equals(example()));
+}
+
+TEST(DictionaryLoad, ACarriageReturnBeforeTheClosingTagIsKept) {
+    Dictionary dictionary;
+    load(dictionary, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>x\r</string>\n</dict>\n");
+    EXPECT_STREQ(dictionary.getValue("a"), "x\r");
+}
+
+TEST(DictionaryLoad, TheTextEndsAtTheFirstZeroByte) {
+    Dictionary dictionary;
+    std::string text = std::string(HEADER) + "<dict>\n<key>a</key>\n<string>x</string>\n";
+    text += '\0';
+    text += "<key>b</key>\n<string>y</string>\n</dict>\n";
+    load(dictionary, text);
+    EXPECT_STREQ(dictionary.getValue("a"), "x");
+    EXPECT_FALSE(dictionary.hasKey("b"));
+    Dictionary cutInALine;
+    load(cutInALine, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>xy" + std::string(1, '\0') +
+                         "z</string>\n</dict>\n");
+    EXPECT_STREQ(cutInALine.getValue("a"), "xy");
+}
+
+TEST(DictionaryLoad, AMalformedBodyKeepsWhatCameBefore) {
+    Dictionary dictionary;
+    load(dictionary,
+         std::string(HEADER) + "<dict>\n<key>a</key>\n<string>x</string>\n<key>d</key>\n<dict>\njunk\n");
+    EXPECT_STREQ(dictionary.getValue("a"), "x");
+    EXPECT_NE(dictionary.getItem("d"), nullptr);
+    Dictionary unchanged = example();
+    load(unchanged, std::string(HEADER) + "junk\n<dict>\n<key>b</key>\n<string>x</string>\n</dict>\n");
+    load(unchanged, HEADER);
+    EXPECT_TRUE(unchanged.equals(example()));
+}
+
+template <typename Exception>
+static void expectRefused(const std::string& path, const char* message, int line, const std::string& traced) {
+    Dictionary dictionary = example();
+    TraceCapture trace;
+    try {
+        dictionary.loadFromFile(path);
+        FAIL() << "nothing thrown for " << path;
+    } catch (const Exception& exception) {
+        EXPECT_STREQ(exception.what(), message);
+        EXPECT_STREQ(exception.getFileName(), SOURCE);
+        EXPECT_EQ(exception.getLine(), line);
+        EXPECT_EQ(exception.toString(), std::string("Exception : ") + message + " on file " + SOURCE +
+                                            " line " + std::to_string(line));
+    }
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] " + traced + "\n"));
+    EXPECT_TRUE(dictionary.equals(example()));
+}
+
+static void expectRefusedText(const std::string& text, const char* message, int line) {
+    const TemporaryFolder folder;
+    writeFile(folder / "list", text);
+    expectRefused<KFDictionaryParsingException>(folder / "list", message, line, message);
+}
+
+TEST(DictionaryLoad, RefusesAFileThatCannotBeRead) {
+    const TemporaryFolder folder;
+    const std::string missing = folder / "missing";
+    expectRefused<KFDictionaryFileException>(missing, "Can't open file", 882, "Can't open file " + missing);
+    // A folder can be opened, but not read.
+    expectRefused<KFDictionaryFileException>(folder.path(), "Can't open file", 882,
+                                             "Can't open file " + folder.path());
+    expectRefused<KFDictionaryFileException>("", "Can't open file", 882, "Can't open file ");
+}
+
+TEST(DictionaryLoad, RefusesAFileThatItMayNotRead) {
+    const TemporaryFolder folder;
+    writeFile(folder / "closed", std::string(HEADER) + EXAMPLE_TEXT);
+    ASSERT_EQ(chmod((folder / "closed").c_str(), 0), 0);
+    ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
+    EXPECT_TRUE(asOrdinaryUser(folder.path(), [] {
+        try {
+            Dictionary().loadFromFile("closed");
+        } catch (const KFDictionaryFileException&) {
+            return true;
+        }
+        return false;
+    }));
+}
+
+TEST(DictionaryLoad, RefusesATextWithoutXmlHeader) {
+    expectRefusedText("", "No XML header found", 876);
+    expectRefusedText("\n<?xml?>\n<plist version=\"1.0\">\n", "No XML header found", 876);
+    expectRefusedText("<plist version=\"1.0\">\n<dict>\n</dict>\n</plist>", "No XML header found", 876);
+    expectRefusedText(std::string(1, '\0') + HEADER, "No XML header found", 876);
+}
+
+TEST(DictionaryLoad, RefusesAnyOtherVersion) {
+    const char message[] = "Incorrect plist or bad version";
+    expectRefusedText("<?xml?>\n<plist version=\"2.0\">\n<dict>\n</dict>\n</plist>", message, 870);
+    expectRefusedText("<?xml?>\n<plist version='1.0'>\n<dict>\n</dict>\n</plist>", message, 870);
+    expectRefusedText("<?xml?>\n<plist>\n", message, 870);
+    expectRefusedText("<?xml?>\n\n<plist version=\"1.0\">\n", message, 870);
+    expectRefusedText("<?xml?><plist version=\"1.0\">\n<dict>\n", message, 870);
+    expectRefusedText("<?xml?>", message, 870);
+}
+
+TEST(DictionaryLoad, ReadsAWholeFileWhateverItsSize) {
+    for (const std::size_t size : {4000u, 4096u, 4097u, 70000u, 1000000u}) {
+        Dictionary original;
+        original.addValue("value", std::string(size, 'v'));
+        original.addValue("z", "last");
+        Dictionary dictionary;
+        load(dictionary, saved(original));
+        EXPECT_TRUE(dictionary.equals(original)) << size;
+    }
+}
+
+TEST(DictionaryLoad, ReadsALineOf100Megabytes) {
+    const std::string value(100u << 20, '<');
+    Dictionary dictionary;
+    load(dictionary, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>" + value +
+                         "/string>\n<key>b</key>\n" + "<string>" + value + "\n</dict>\n");
+    EXPECT_EQ(std::string(dictionary.getValue("a")).size(), value.size() - 1);
+    EXPECT_EQ(std::string(dictionary.getValue("b")).size(), value.size());
+}
+
+TEST(DictionaryLoad, ReadsAPipe) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const pid_t writer = fork();
+    if (writer == 0) {
+        writeFile(folder / "pipe", std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+        _exit(0);
+    }
+    Dictionary dictionary;
+    dictionary.loadFromFile(folder / "pipe");
+    EXPECT_TRUE(dictionary.equals(example()));
+    ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
+}
