@@ -109,12 +109,11 @@ bool contains(const std::vector<FolderId>& folders, const FolderId& folder) {
 bool copyTree(const std::string& source, const std::string& destination, const std::string& pattern,
               std::vector<FolderId> underWay) {
     const std::string reduced = reducedPattern(pattern);
-    FolderId id;
-    if (!folderId(source, id) || !createFolder(destination)) {
-        return false;
-    }
-    underWay.push_back(id);
-    if (folderId(destination, id)) {
+    for (const std::string& folder : {source, destination}) {
+        FolderId id;
+        if (!folderId(folder, id)) {
+            return false;
+        }
         underWay.push_back(id);
     }
     for (const std::string& name : entriesOf(source)) {
@@ -248,7 +247,7 @@ bool Copy(std::string source, std::string destination) {
 
 bool copyFolder(std::string source, std::string destination, std::string pattern) {
     umask(0); // as in createFolder()
-    return copyTree(source, destination, pattern, {});
+    return existFolder(source) && createFolder(destination) && copyTree(source, destination, pattern, {});
 }
 
 bool Move(std::string, std::string) {

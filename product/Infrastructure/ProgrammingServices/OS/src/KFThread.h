@@ -47,6 +47,9 @@ public:
     /// when there is nothing to wait for, EDEADLK when the thread would wait for itself.
     static int waitForThreadTermination(KFThread* thread);
     static pthread_t getCurrentThreadId();
+    /// The entry of every thread: announces it, executes the body, clears isRunning(). Returns null.
+    /// @param arg  the KFThread, not null (checked)
+    static void* threadStart(void* arg);
 
     /// Suspends the calling thread; a signal may end the wait early.
     static void msleep(unsigned int milliseconds);
@@ -58,9 +61,6 @@ public:
 protected:
     /// The body. It must not let an exception escape.
     virtual void run() = 0;
-
-    /// The entry of every thread. @param arg the KFThread, not null
-    static void* threadStart(void* arg);
 
 private:
     int join();

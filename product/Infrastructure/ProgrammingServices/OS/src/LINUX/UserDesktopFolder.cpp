@@ -18,13 +18,14 @@ std::string environmentPath(const char* variable) {
     return value != nullptr && value[0] == '/' ? value : std::string();
 }
 
+/// Without a separator at the end, so the root folder is an empty text, as is an unknown one.
 std::string homeFolder() {
-    const std::string home = environmentPath("HOME");
-    if (!home.empty()) {
-        return home;
+    std::string home = environmentPath("HOME");
+    if (home.empty()) {
+        const passwd* user = getpwuid(getuid());
+        home = user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
     }
-    const passwd* user = getpwuid(getuid());
-    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : std::string();
+    return home.erase(home.find_last_not_of('/') + 1);
 }
 
 size_t skipBlanks(const std::string& line, size_t at) {
@@ -38,14 +39,6 @@ bool skipText(const std::string& line, const std::string& text, size_t& at) {
     }
     at += text.size();
     return true;
-}
-
-/// A path without separators at its end; "/" stays.
-std::string withoutTrailingSeparators(std::string path) {
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
 }
 
 /// The folder that a line assigns; false when the line is something else. Only "$HOME/..." and absolute paths
@@ -78,7 +71,8 @@ bool readAssignment(const std::string& line, const std::string& home, std::strin
         }
         path += line[at];
     }
-    folder = withoutTrailingSeparators(path);
+    path.erase(path.find_last_not_of('/') + 1);
+    folder = path.empty() ? "/" : path;
     return true;
 }
 
@@ -87,7 +81,7 @@ bool readAssignment(const std::string& line, const std::string& home, std::strin
 std::string FileSystemManagement::getUserDesktopFolder() {
     const std::string home = homeFolder();
     const std::string configuration = environmentPath("XDG_CONFIG_HOME");
-    std::string folder = home.empty() ? home : withoutTrailingSeparators(home) + "/Desktop";
+    std::string folder = home + "/Desktop";
     std::ifstream settings((configuration.empty() ? home + "/.config" : configuration) + "/user-dirs.dirs");
     for (std::string line; std::getline(settings, line);) {
         readAssignment(line, home, folder); // the last one counts, as in a shell

@@ -1,0 +1,179 @@
+#include "WrappedCalls.h"
+
+#include <CoreServices/CoreServices.h>
+
+#include <cstdint>
+#include <cstring>
+#include <mutex>
+#include <pthread.h>
+
+namespace {
+
+struct Records {
+    int joins = 0;
+    int recursiveTypesSet = 0;
+    int detachState = -1;
+    std::vector<unsigned> microsecondsSlept;
+    std::vector<unsigned> secondsSlept;
+    std::vector<unsigned> executablePathSizes;
+    std::vector<int> foldersAskedFor;
+    unsigned folderPathSize = 0;
+    std::vector<std::string> violations;
+};
+
+std::mutex recordsLock;
+Records records;
+
+template <class Change>
+void record(Change change) {
+    const std::lock_guard<std::mutex> lock(recordsLock);
+    change(records);
+}
+
+template <class Value>
+Value recorded(Value Records::*value) {
+    const std::lock_guard<std::mutex> lock(recordsLock);
+    return records.*value;
+}
+
+} // namespace
+
+WrappedCalls& WrappedCalls::get() {
+    static WrappedCalls calls;
+    return calls;
+}
+
+void WrappedCalls::reset() {
+    get() = WrappedCalls();
+    record([](Records& r) { r = Records(); });
+}
+
+int WrappedCalls::joins() {
+    return recorded(&Records::joins);
+}
+int WrappedCalls::recursiveTypesSet() {
+    return recorded(&Records::recursiveTypesSet);
+}
+int WrappedCalls::detachState() {
+    return recorded(&Records::detachState);
+}
+std::vector<unsigned> WrappedCalls::microsecondsSlept() {
+    return recorded(&Records::microsecondsSlept);
+}
+std::vector<unsigned> WrappedCalls::secondsSlept() {
+    return recorded(&Records::secondsSlept);
+}
+std::vector<unsigned> WrappedCalls::executablePathSizes() {
+    return recorded(&Records::executablePathSizes);
+}
+std::vector<int> WrappedCalls::foldersAskedFor() {
+    return recorded(&Records::foldersAskedFor);
+}
+unsigned WrappedCalls::folderPathSize() {
+    return recorded(&Records::folderPathSize);
+}
+std::vector<std::string> WrappedCalls::violations() {
+    return recorded(&Records::violations);
+}
+
+extern "C" {
+
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg) {
+    const int error = WrappedCalls::get().pthreadCreateError;
+    return error != 0 ? error : __real_pthread_create(handle, attr, entry, arg);
+}
+
+int __real_pthread_join(pthread_t, void**);
+int __wrap_pthread_join(pthread_t handle, void** result) {
+    record([](Records& r) { ++r.joins; });
+    return __real_pthread_join(handle, result);
+}
+
+int __real_pthread_attr_init(pthread_attr_t*);
+int __wrap_pthread_attr_init(pthread_attr_t* attr) {
+    const int error = WrappedCalls::get().attrInitError;
+    const int result = __real_pthread_attr_init(attr); // initialised all the same, for the test to end well
+    return error != 0 ? error : result;
+}
+
+int __real_pthread_attr_setdetachstate(pthread_attr_t*, int);
+int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attr, int state) {
+    record([state](Records& r) { r.detachState = state; });
+    const int error = WrappedCalls::get().setDetachStateError;
+    return error != 0 ? error : __real_pthread_attr_setdetachstate(attr, state);
+}
+
+int __real_pthread_mutexattr_settype(pthread_mutexattr_t*, int);
+int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attr, int type) {
+    record([type](Records& r) { r.recursiveTypesSet += type == PTHREAD_MUTEX_RECURSIVE; });
+    return __real_pthread_mutexattr_settype(attr, type);
+}
+
+int __real_usleep(unsigned);
+int __wrap_usleep(unsigned microseconds) {
+    record([microseconds](Records& r) { r.microsecondsSlept.push_back(microseconds); });
+    return WrappedCalls::get().sleepAtOnce ? 0 : __real_usleep(microseconds);
+}
+
+unsigned __real_sleep(unsigned);
+unsigned __wrap_sleep(unsigned seconds) {
+    record([seconds](Records& r) { r.secondsSlept.push_back(seconds); });
+    return WrappedCalls::get().sleepAtOnce ? 0 : __real_sleep(seconds);
+}
+
+int __real__NSGetExecutablePath(char*, uint32_t*);
+int __wrap__NSGetExecutablePath(char* buffer, uint32_t* size) {
+    record([size](Records& r) { r.executablePathSizes.push_back(*size); });
+    const WrappedCalls& calls = WrappedCalls::get();
+    if (calls.executablePathFails) {
+        return -1;
+    }
+    if (calls.executablePath.empty()) {
+        return __real__NSGetExecutablePath(buffer, size);
+    }
+    const uint32_t needed = static_cast<uint32_t>(calls.executablePath.size()) + 1;
+    if (*size < needed) {
+        *size = needed;
+        return -1;
+    }
+    memcpy(buffer, calls.executablePath.c_str(), needed);
+    return 0;
+}
+
+OSErr __real_FSFindFolder(FSVolumeRefNum, OSType, Boolean, FSRef*);
+OSErr __wrap_FSFindFolder(FSVolumeRefNum domain, OSType type, Boolean create, FSRef* folder) {
+    record([=](Records& r) {
+        r.foldersAskedFor.insert(r.foldersAskedFor.end(), {domain, static_cast<int>(type), create});
+    });
+    const WrappedCalls& calls = WrappedCalls::get();
+    if (calls.findFolderError != 0) {
+        return static_cast<OSErr>(calls.findFolderError);
+    }
+    return calls.folderPath.empty() ? __real_FSFindFolder(domain, type, create, folder)
+                                    : static_cast<OSErr>(noErr);
+}
+
+OSStatus __real_FSRefMakePath(const FSRef*, UInt8*, UInt32);
+OSStatus __wrap_FSRefMakePath(const FSRef* folder, UInt8* path, UInt32 size) {
+    record([size](Records& r) { r.folderPathSize = size; });
+    const WrappedCalls& calls = WrappedCalls::get();
+    if (calls.makePathError != 0) {
+        return calls.makePathError;
+    }
+    if (calls.folderPath.empty()) {
+        return __real_FSRefMakePath(folder, path, size);
+    }
+    memcpy(path, calls.folderPath.c_str(), calls.folderPath.size() + 1);
+    return noErr;
+}
+
+// reportContractViolation(const char*, const char*, const char*, int)
+void __wrap__Z23reportContractViolationPKcS0_S0_i(const char* kind, const char* condition, const char* file,
+                                                  int line) {
+    const std::string violation =
+        std::string(kind) + "|" + condition + "|" + file + "|" + std::to_string(line);
+    record([&violation](Records& r) { r.violations.push_back(violation); });
+}
+
+} // extern "C"

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// System calls and notices that the OS floor makes, replaced at link time (the linker's --wrap, see
+// CMakeLists.txt): each is counted or recorded, and fails when a test asks for it. Without a request the
+// system's own call is made.
+//
+// Reset before each test by WrappedCallsTest. Requests are made while no other thread runs.
+struct WrappedCalls {
+    // Requests: the result to return instead of calling the system.
+    int pthreadCreateError = 0;
+    int attrInitError = 0;
+    int setDetachStateError = 0;
+    bool sleepAtOnce = false;
+
+    // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.
+    std::string executablePath;
+    bool executablePathFails = false;
+
+    // FSFindFolder and FSRefMakePath: the status to return instead of calling them.
+    int findFolderError = 0;
+    int makePathError = 0;
+
+    // The path that FSRefMakePath tells instead of the true one; empty means the true one.
+    std::string folderPath;
+
+    static WrappedCalls& get();
+    static void reset();
+
+    // What has been called.
+    static int joins();
+    static int recursiveTypesSet();
+    static int detachState();
+    static std::vector<unsigned> microsecondsSlept();
+    static std::vector<unsigned> secondsSlept();
+    static std::vector<unsigned> executablePathSizes();
+    static std::vector<int> foldersAskedFor(); // domain, folder type, create flag of each call in turn
+    static unsigned folderPathSize();
+
+    /// Contract violations, as "kind|condition|file|line".
+    static std::vector<std::string> violations();
+};
