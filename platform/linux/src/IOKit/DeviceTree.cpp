@@ -1,0 +1,188 @@
+#include "DeviceTree.h"
+
+#include "ClassTree.h"
+#include "TextCodec.h"
+
+#include <algorithm>
+
+#include <IOKit/IOBSD.h>
+#include <IOKit/serial/IOSerialKeys.h>
+
+namespace LinuxPlatform {
+namespace {
+
+const char VENDOR_KEY[] = "idVendor";
+const char PRODUCT_KEY[] = "idProduct";
+const char PRODUCT_NAME_KEY[] = "USB Product Name";
+
+const char* ClassOf(DeviceKind kind) {
+    switch (kind) {
+    case DeviceKind::UsbDevice:
+        return ClassName::USB_DEVICE;
+    case DeviceKind::UsbInterface:
+        return ClassName::USB_INTERFACE;
+    case DeviceKind::SerialPort:
+        return ClassName::SERIAL_CLIENT;
+    case DeviceKind::NetworkInterface:
+        return ClassName::NETWORK_INTERFACE;
+    }
+    return ClassName::SERVICE;
+}
+
+/// The device itself chooses its name, so it may hold anything; traces and paths are lines of UTF-8.
+std::string PrintableName(std::string name) {
+    const bool isUtf8 = DecodeText(name, kCFStringEncodingUTF8, false).has_value();
+    for (char& byte : name) {
+        const auto value = static_cast<unsigned char>(byte);
+        if (value < 0x20 || value == 0x7F || (value >= 0x80 && !isUtf8))
+            byte = '?';
+    }
+    return name;
+}
+
+bool IsSame(const Device& left, const Device& right) {
+    const bool sameIncarnation =
+        left.incarnation == right.incarnation || left.incarnation.empty() || right.incarnation.empty();
+    return left.kind == right.kind && left.parent == right.parent && left.vendor == right.vendor &&
+           left.product == right.product && sameIncarnation;
+}
+
+} // namespace
+
+void DeviceTree::Arrive(const Device& device) {
+    const auto known = m_nodes.find(device.path);
+    if (known != m_nodes.end()) {
+        if (IsSame(known->second.device, device))
+            return;
+        Leave(device.path);
+    }
+    Insert(device);
+}
+
+void DeviceTree::Change(const Device& device) {
+    const auto known = m_nodes.find(device.path);
+    if (known != m_nodes.end() && IsSame(known->second.device, device))
+        return;
+    std::vector<Device> below;
+    for (const std::string& path : Subtree(device.path)) {
+        if (path != device.path)
+            below.push_back(m_nodes.at(path).device);
+    }
+    Leave(device.path);
+    Insert(device);
+    for (const Device& other : below)
+        Insert(other);
+}
+
+void DeviceTree::Leave(const std::string& path) {
+    const auto node = m_nodes.find(path);
+    if (node == m_nodes.end())
+        return;
+    if (node->second.entry)
+        m_registry.Terminate(node->second.entry);
+    for (const std::string& gone : Subtree(path)) {
+        const auto goneNode = m_nodes.find(gone);
+        m_links.erase(Link(goneNode->second.device.parent, gone));
+        m_nodes.erase(goneNode);
+    }
+}
+
+void DeviceTree::LeaveAll() {
+    Reconcile({});
+}
+
+void DeviceTree::Reconcile(const std::vector<Device>& present) {
+    std::map<std::string, const Device*> byPath;
+    for (const Device& device : present)
+        byPath.emplace(device.path, &device);
+    std::vector<std::string> leaving;
+    for (const auto& [path, node] : m_nodes) {
+        const auto other = byPath.find(path);
+        if (other == byPath.end() || !IsSame(node.device, *other->second))
+            leaving.push_back(path);
+    }
+    // All leave before any arrives: what hung on a device that was replaced is forgotten with it, and arrives
+    // again.
+    for (const std::string& path : leaving)
+        Leave(path);
+    for (const Device& device : present)
+        Arrive(device);
+}
+
+void DeviceTree::Insert(const Device& device) {
+    Node& node = m_nodes[device.path];
+    node.device = device;
+    m_links.emplace(device.parent, device.path);
+    if (device.parent.empty()) {
+        Attach(node, m_registry.Root());
+        return;
+    }
+    const auto parent = m_nodes.find(device.parent);
+    if (parent != m_nodes.end() && parent->second.entry)
+        Attach(node, parent->second.entry);
+}
+
+void DeviceTree::Attach(Node& node, const EntryPointer& parent) {
+    const Device& device = node.device;
+    const char* className = ClassOf(device.kind);
+    const std::string name = device.name.empty() ? className : PrintableName(device.name);
+    node.entry = m_registry.Publish(parent, className, name, device.location, PropertiesOf(device));
+    for (const std::string& child : ChildrenOf(device.path)) {
+        Node& waiting = m_nodes.at(child);
+        if (!waiting.entry)
+            Attach(waiting, node.entry);
+    }
+}
+
+PropertyTable DeviceTree::PropertiesOf(const Device& device) const {
+    PropertyTable properties;
+    const auto addText = [&properties](const char* key, const std::string& text) {
+        if (!text.empty())
+            properties[key] = text;
+    };
+    // An interface is found by the ids of its device.
+    const auto parent = m_nodes.find(device.parent);
+    const bool takesIds = device.kind == DeviceKind::UsbInterface && parent != m_nodes.end();
+    const Device& withIds = takesIds ? parent->second.device : device;
+    if (withIds.vendor)
+        properties[VENDOR_KEY] = *withIds.vendor;
+    if (withIds.product)
+        properties[PRODUCT_KEY] = *withIds.product;
+    switch (device.kind) {
+    case DeviceKind::UsbDevice:
+        addText(PRODUCT_NAME_KEY, PrintableName(device.name));
+        break;
+    case DeviceKind::UsbInterface:
+        break;
+    case DeviceKind::SerialPort:
+        addText(kIOTTYDeviceKey, device.name);
+        addText(kIOCalloutDeviceKey, device.node);
+        addText(kIODialinDeviceKey, device.node);
+        break;
+    case DeviceKind::NetworkInterface:
+        addText(kIOBSDNameKey, device.name);
+        break;
+    }
+    return properties;
+}
+
+std::vector<std::string> DeviceTree::ChildrenOf(const std::string& path) const {
+    std::vector<std::string> children;
+    for (auto link = m_links.lower_bound(Link(path, "")); link != m_links.end() && link->first == path;
+         ++link)
+        children.push_back(link->second);
+    return children;
+}
+
+std::vector<std::string> DeviceTree::Subtree(const std::string& path) const {
+    std::vector<std::string> paths;
+    if (Knows(path))
+        paths.push_back(path);
+    for (std::size_t index = 0; index < paths.size(); ++index) {
+        const std::vector<std::string> children = ChildrenOf(paths[index]);
+        paths.insert(paths.end(), children.begin(), children.end());
+    }
+    return paths;
+}
+
+} // namespace LinuxPlatform

@@ -1,0 +1,247 @@
+// References, iterators, matching and notifications of <IOKit/IOKitLib.h>.
+
+#include "ClientCalls.h"
+#include "Diagnostics.h"
+#include "Iterators.h"
+#include "MatchingCriteria.h"
+#include "NotificationPort.h"
+#include "Notifications.h"
+#include "String.h"
+
+#include <IOKit/IOKitLib.h>
+
+#include <cstring>
+
+namespace LinuxPlatform {
+namespace {
+
+/// Owns the dictionary that a call consumes, whatever the call's result.
+using Consumed = Owned<const Dictionary>;
+
+CFMutableDictionaryRef OneKeyDictionary(CFStringRef key, const char* value) {
+    if (!value)
+        return nullptr;
+    const CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    const Owned<const String> text(MakeString(value));
+    CFDictionarySetValue(dictionary, key, text.Get());
+    return dictionary;
+}
+
+std::vector<EntryPointer> MatchingServices(const RegistryServer::Access& server,
+                                           const MatchingCriteria& criteria) {
+    std::vector<EntryPointer> matching;
+    for (const EntryPointer& service : server->Entries().Services()) {
+        if (criteria.Match(*service))
+            matching.push_back(service);
+    }
+    return matching;
+}
+
+std::optional<MatchingNotification::About> SubjectOf(const char* notificationType) {
+    const std::string_view type = notificationType;
+    if (type == kIOTerminatedNotification)
+        return MatchingNotification::About::Terminations;
+    for (const char* arrival : {kIOPublishNotification, kIOFirstPublishNotification, kIOMatchedNotification,
+                                kIOFirstMatchNotification}) {
+        if (type == arrival)
+            return MatchingNotification::About::Arrivals;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+kern_return_t FindObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
+                         std::shared_ptr<RegistryObject>& object) {
+    object = server->Handles().Find(handle);
+    if (object)
+        return KERN_SUCCESS;
+    if (handle != IO_OBJECT_NULL)
+        Complain("IOKit: %s of %#x, which is no live reference: released too often?", function, handle);
+    return KERN_INVALID_NAME;
+}
+
+kern_return_t ReleaseReference(const RegistryServer::Access& server, io_object_t handle,
+                               const char* function) {
+    std::shared_ptr<RegistryObject> last;
+    if (server->Handles().Release(handle, last))
+        return KERN_SUCCESS;
+    std::shared_ptr<RegistryObject> none;
+    return FindObject(server, handle, function, none);
+}
+
+bool CopyWhole(std::string_view text, char* to, std::size_t size) {
+    if (text.size() >= size) {
+        to[0] = '\0';
+        return false;
+    }
+    std::memcpy(to, text.data(), text.size());
+    to[text.size()] = '\0';
+    return true;
+}
+
+void CopyCut(std::string_view text, char* to, std::size_t size) {
+    std::size_t length = text.size();
+    if (length >= size) {
+        length = size - 1;
+        const auto isInsideCharacter = [&text](std::size_t index) {
+            return (static_cast<unsigned char>(text[index]) & 0xC0) == 0x80;
+        };
+        while (length > 0 && isInsideCharacter(length))
+            --length;
+    }
+    CopyWhole(text.substr(0, length), to, size);
+}
+
+bool IsServicePlane(const char* plane) {
+    return plane && std::strcmp(plane, kIOServicePlane) == 0;
+}
+
+} // namespace LinuxPlatform
+
+using namespace LinuxPlatform;
+using Freshness = RegistryServer::Freshness;
+
+const mach_port_t kIOMasterPortDefault = MACH_PORT_NULL;
+const mach_port_t kIOMainPortDefault = MACH_PORT_NULL;
+
+kern_return_t IOMasterPort(mach_port_t, mach_port_t* masterPort) {
+    *masterPort = kIOMasterPortDefault;
+    return KERN_SUCCESS;
+}
+
+kern_return_t IOObjectRetain(io_object_t object) {
+    const auto server = RegistryServer::Enter();
+    if (server->Handles().Retain(object))
+        return KERN_SUCCESS;
+    std::shared_ptr<RegistryObject> none;
+    return FindObject(server, object, "IOObjectRetain", none);
+}
+
+kern_return_t IOObjectRelease(io_object_t object) {
+    // Nothing is nothing to release: callers need not test what a failed call left them with.
+    if (object == IO_OBJECT_NULL)
+        return KERN_SUCCESS;
+    return ReleaseReference(RegistryServer::Enter(), object, "IOObjectRelease");
+}
+
+kern_return_t IOObjectGetClass(io_object_t object, io_name_t className) {
+    const auto server = RegistryServer::Enter();
+    std::shared_ptr<RegistryObject> found;
+    const kern_return_t result = FindObject(server, object, "IOObjectGetClass", found);
+    if (result == KERN_SUCCESS)
+        CopyCut(found->ClassName(), className, sizeof(io_name_t));
+    return result;
+}
+
+CFStringRef IOObjectCopyClass(io_object_t object) {
+    io_name_t className;
+    return IOObjectGetClass(object, className) == KERN_SUCCESS ? MakeString(className) : nullptr;
+}
+
+boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
+    const auto server = RegistryServer::Enter();
+    std::shared_ptr<RegistryObject> found;
+    return FindObject(server, object, "IOObjectConformsTo", found) == KERN_SUCCESS &&
+           ClassConformsTo(found->ClassName(), className);
+}
+
+boolean_t IOObjectIsEqualTo(io_object_t object, io_object_t anObject) {
+    // References to the same object have the same value while they live.
+    return object == anObject;
+}
+
+uint32_t IOObjectGetRetainCount(io_object_t object) {
+    return RegistryServer::Enter()->Handles().Count(object);
+}
+
+io_object_t IOIteratorNext(io_iterator_t iterator) {
+    const auto server = RegistryServer::Enter();
+    std::shared_ptr<RegistryIterator> found;
+    if (Find(server, iterator, "IOIteratorNext", found) != KERN_SUCCESS)
+        return IO_OBJECT_NULL;
+    EntryPointer next = found->Next();
+    return next ? server->Handles().Add(std::move(next)) : IO_OBJECT_NULL;
+}
+
+void IOIteratorReset(io_iterator_t iterator) {
+    const auto server = RegistryServer::Enter();
+    std::shared_ptr<RegistryIterator> found;
+    if (Find(server, iterator, "IOIteratorReset", found) == KERN_SUCCESS)
+        found->Reset();
+}
+
+boolean_t IOIteratorIsValid(io_iterator_t iterator) {
+    const auto server = RegistryServer::Enter();
+    std::shared_ptr<RegistryIterator> found;
+    return Find(server, iterator, "IOIteratorIsValid", found) == KERN_SUCCESS && found->IsValid();
+}
+
+CFMutableDictionaryRef IOServiceMatching(const char* name) {
+    return OneKeyDictionary(CFSTR(kIOProviderClassKey), name);
+}
+
+CFMutableDictionaryRef IOServiceNameMatching(const char* name) {
+    return OneKeyDictionary(CFSTR(kIONameMatchKey), name);
+}
+
+io_service_t IOServiceGetMatchingService(mach_port_t, CFDictionaryRef matching) {
+    const Consumed consumed(matching);
+    if (!matching)
+        return IO_OBJECT_NULL;
+    const MatchingCriteria criteria(matching);
+    const auto server = RegistryServer::Enter(Freshness::UpToDate);
+    const auto services = MatchingServices(server, criteria);
+    return services.empty() ? IO_OBJECT_NULL : server->Handles().Add(services.front());
+}
+
+kern_return_t IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef matching, io_iterator_t* existing) {
+    const Consumed consumed(matching);
+    if (existing)
+        *existing = IO_OBJECT_NULL;
+    if (!matching || !existing)
+        return kIOReturnBadArgument;
+    const MatchingCriteria criteria(matching);
+    const auto server = RegistryServer::Enter(Freshness::UpToDate);
+    *existing = server->Handles().Add(std::make_shared<ListIterator>(MatchingServices(server, criteria)));
+    return KERN_SUCCESS;
+}
+
+kern_return_t IOServiceAddMatchingNotification(IONotificationPortRef notifyPort,
+                                               const io_name_t notificationType, CFDictionaryRef matching,
+                                               IOServiceMatchingCallback callback, void* refCon,
+                                               io_iterator_t* notification) {
+    const Consumed consumed(matching);
+    if (notification)
+        *notification = IO_OBJECT_NULL;
+    if (!notifyPort || !notificationType || !matching || !callback || !notification)
+        return kIOReturnBadArgument;
+    const auto about = SubjectOf(notificationType);
+    if (!about)
+        return kIOReturnUnsupported;
+    MatchingCriteria criteria(matching);
+    const auto server = RegistryServer::Enter(Freshness::UpToDate);
+    *notification = server->Handles().Add(std::make_shared<MatchingNotification>(
+        server->Entries(), notifyPort->queue, *about, std::move(criteria), callback, refCon));
+    return KERN_SUCCESS;
+}
+
+kern_return_t IOServiceAddInterestNotification(IONotificationPortRef notifyPort, io_service_t service,
+                                               const io_name_t interestType,
+                                               IOServiceInterestCallback callback, void* refCon,
+                                               io_object_t* notification) {
+    if (notification)
+        *notification = IO_OBJECT_NULL;
+    if (!notifyPort || !interestType || !callback || !notification)
+        return kIOReturnBadArgument;
+    if (std::strcmp(interestType, kIOGeneralInterest) != 0)
+        return kIOReturnUnsupported;
+    const auto server = RegistryServer::Enter();
+    EntryPointer entry;
+    const kern_return_t result = Find(server, service, "IOServiceAddInterestNotification", entry);
+    if (result == KERN_SUCCESS)
+        *notification = server->Handles().Add(
+            std::make_shared<InterestNotification>(notifyPort->queue, std::move(entry), callback, refCon));
+    return result;
+}

@@ -1,0 +1,61 @@
+// Notification ports of <IOKit/IOKitLib.h>.
+
+#include "ClientCalls.h"
+#include "Diagnostics.h"
+#include "NotificationPort.h"
+
+namespace LinuxPlatform {
+
+void PortSource::AppendDescriptors(std::vector<pollfd>& descriptors) const {
+    const int feed = RegistryServer::Enter()->FeedDescriptor();
+    // poll leaves a descriptor of -1 alone.
+    descriptors.push_back({feed, POLLIN, 0});
+    descriptors.push_back({m_queue->Descriptor(), POLLIN, 0});
+}
+
+bool PortSource::Deliver() {
+    Delivery delivery;
+    io_object_t argument = IO_OBJECT_NULL;
+    {
+        const auto server = RegistryServer::Enter(RegistryServer::Freshness::UpToDate);
+        if (!m_queue->Take(delivery))
+            return false;
+        argument = server->Handles().Add(delivery.argument);
+    }
+    delivery.call(argument);
+    delivery.argument.reset();
+    ReleaseReference(RegistryServer::Enter(), argument, "delivery");
+    return true;
+}
+
+} // namespace LinuxPlatform
+
+using namespace LinuxPlatform;
+
+IONotificationPortRef IONotificationPortCreate(mach_port_t) {
+    auto port = std::make_unique<IONotificationPort>();
+    port->queue = std::make_shared<NotificationQueue>();
+    if (!port->queue->IsUsable())
+        return nullptr;
+    port->source = Owned<PortSource>(HandOver(std::make_unique<PortSource>(port->queue)));
+    RegistryServer::Enter()->Ports().insert(port.get());
+    return port.release();
+}
+
+void IONotificationPortDestroy(IONotificationPortRef notify) {
+    {
+        const auto server = RegistryServer::Enter();
+        if (server->Ports().erase(notify) == 0) {
+            Complain("IOKit: IONotificationPortDestroy of %p, which is no live port",
+                     static_cast<void*>(notify));
+            return;
+        }
+        notify->queue->Close();
+    }
+    const std::unique_ptr<IONotificationPort> destroyed(notify);
+    destroyed->source->Invalidate();
+}
+
+CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef notify) {
+    return notify ? notify->source.Get() : nullptr;
+}

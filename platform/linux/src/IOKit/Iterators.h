@@ -1,0 +1,60 @@
+#pragma once
+
+#include "ClassTree.h"
+#include "Registry.h"
+
+#include <functional>
+
+namespace LinuxPlatform {
+
+/// What an io_iterator_t refers to. Used with the server's lock held.
+class RegistryIterator : public RegistryObject {
+public:
+    /// nullptr at the end, and when the iterator is not valid.
+    virtual EntryPointer Next() = 0;
+    virtual void Reset() = 0;
+    virtual bool IsValid() const = 0;
+};
+
+/// Over services that were found once; it stays valid whatever becomes of them.
+class ListIterator final : public RegistryIterator {
+public:
+    explicit ListIterator(std::vector<EntryPointer> entries) : m_entries(std::move(entries)) {}
+
+    std::string_view ClassName() const override { return ClassName::ITERATOR; }
+    EntryPointer Next() override { return m_position < m_entries.size() ? m_entries[m_position++] : nullptr; }
+    void Reset() override { m_position = 0; }
+    bool IsValid() const override { return true; }
+
+private:
+    const std::vector<EntryPointer> m_entries;
+    std::size_t m_position = 0;
+};
+
+enum class Direction { Children, Parents };
+
+/// Over what hangs below an entry, or above it; no longer valid once the registry has changed.
+class WalkIterator final : public RegistryIterator {
+public:
+    WalkIterator(const Registry& registry, EntryPointer start, Direction direction, bool recursive);
+
+    std::string_view ClassName() const override { return ClassName::ITERATOR; }
+    EntryPointer Next() override;
+    void Reset() override;
+    bool IsValid() const override { return m_generation == m_registry.Generation(); }
+
+private:
+    const Registry& m_registry;
+    const EntryPointer m_start;
+    const Direction m_direction;
+    const bool m_isRecursive;
+    std::uint64_t m_generation = 0;
+    std::vector<EntryPointer> m_entries;
+    std::size_t m_position = 0;
+};
+
+/// The neighbours of an entry in one direction; all the way, each once and nearer ones of a branch first, if
+/// asked.
+std::vector<EntryPointer> Walk(const RegistryEntry& start, Direction direction, bool recursive);
+
+} // namespace LinuxPlatform

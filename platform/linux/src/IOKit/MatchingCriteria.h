@@ -1,0 +1,28 @@
+#pragma once
+
+#include "RegistryEntry.h"
+
+#include <CoreFoundation/CFDictionary.h>
+
+namespace LinuxPlatform {
+
+/// What a matching dictionary asks for, read once so that the dictionary can be given up.
+class MatchingCriteria {
+public:
+    explicit MatchingCriteria(CFDictionaryRef dictionary);
+
+    /// Services only: the root of the registry is none.
+    bool Match(const RegistryEntry& entry) const;
+
+private:
+    void Read(CFDictionaryRef dictionary);
+    void ReadPair(CFTypeRef key, CFTypeRef value);
+    void ReadNested(CFTypeRef dictionary);
+
+    std::string m_className;
+    std::optional<std::string> m_name;
+    std::vector<std::pair<std::string, PropertyValue>> m_properties;
+    bool m_isImpossible = false; ///< asks for what no entry can have
+};
+
+} // namespace LinuxPlatform

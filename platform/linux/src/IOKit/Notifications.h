@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Iterators.h"
+#include "MatchingCriteria.h"
+#include "NotificationQueue.h"
+#include "Registry.h"
+
+#include <IOKit/IOKitLib.h>
+
+#include <deque>
+
+namespace LinuxPlatform {
+
+/// What IOServiceAddMatchingNotification registers. Used with the server's lock held.
+///
+/// It posts one message when a service joins its empty, drained iterator, and no other until the iterator has
+/// been drained again. A service that leaves before it was taken out is still handed out: whoever then asks
+/// to hear of its end is told at once, so a short visit is seen as an arrival and a removal.
+class MatchingNotification final : public RegistryIterator, private Notification, private RegistryObserver {
+public:
+    enum class About { Arrivals, Terminations };
+
+    MatchingNotification(Registry& registry, std::shared_ptr<NotificationQueue> queue, About about,
+                         MatchingCriteria criteria, IOServiceMatchingCallback callback, void* refCon);
+    ~MatchingNotification() override;
+
+    std::string_view ClassName() const override { return ClassName::MATCHING_NOTIFICATION; }
+    EntryPointer Next() override;
+    void Reset() override {}
+    bool IsValid() const override { return true; }
+
+private:
+    void ServicePublished(const EntryPointer& service) override;
+    void ServiceTerminated(const EntryPointer& service) override;
+    Delivery Prepare(std::uint32_t messageType) override;
+    void Offer(const EntryPointer& service);
+
+    Registry& m_registry;
+    const About m_about;
+    const MatchingCriteria m_criteria;
+    const IOServiceMatchingCallback m_callback;
+    void* const m_refCon;
+    std::deque<EntryPointer> m_services;
+    bool m_isArmed = false;
+};
+
+/// What IOServiceAddInterestNotification registers. Used with the server's lock held.
+class InterestNotification final : public RegistryObject, private Notification, private EntryObserver {
+public:
+    InterestNotification(std::shared_ptr<NotificationQueue> queue, EntryPointer service,
+                         IOServiceInterestCallback callback, void* refCon);
+    ~InterestNotification() override;
+
+    std::string_view ClassName() const override { return ClassName::INTEREST_NOTIFICATION; }
+
+private:
+    void EntryTerminated() override;
+    Delivery Prepare(std::uint32_t messageType) override;
+
+    const EntryPointer m_service;
+    const IOServiceInterestCallback m_callback;
+    void* const m_refCon;
+};
+
+} // namespace LinuxPlatform

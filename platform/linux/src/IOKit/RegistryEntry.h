@@ -1,0 +1,70 @@
+#pragma once
+
+#include "RegistryObject.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace LinuxPlatform {
+
+/// Hears what becomes of one entry. Used with the server's lock held.
+class EntryObserver {
+public:
+    virtual ~EntryObserver() = default;
+    virtual void EntryTerminated() = 0;
+};
+
+using PropertyValue = std::variant<std::int32_t, std::string>;
+using PropertyTable = std::map<std::string, PropertyValue, std::less<>>;
+
+/// A node of the registry. Class, name and properties stay as they are after it has been published; its place
+/// in the graph is changed by Registry alone.
+class RegistryEntry final : public RegistryObject {
+public:
+    RegistryEntry(std::uint64_t id, std::string className, std::string name, PropertyTable properties);
+
+    std::string_view ClassName() const override { return m_className; }
+    std::uint64_t ID() const { return m_id; }
+    const std::string& Name() const { return m_name; }
+    std::uint32_t Location() const { return m_location; }
+    const PropertyTable& Properties() const { return m_properties; }
+    const PropertyValue* FindProperty(std::string_view key) const;
+
+    /// Empty once the entry has left the registry, and for its root.
+    const std::vector<RegistryEntry*>& Parents() const { return m_parents; }
+    const std::vector<std::shared_ptr<RegistryEntry>>& Children() const { return m_children; }
+    bool IsAttached() const { return m_isAttached; }
+
+    void AddObserver(EntryObserver& observer) { m_observers.push_back(&observer); }
+    void RemoveObserver(EntryObserver& observer);
+
+    /// "IOService:/..." by way of the first parents; nothing when the entry has left the registry.
+    ///
+    /// Each component ends in "@" and a location of eight digits that is unique among its siblings, and no
+    /// name contains a slash. So one path is a prefix of another only if its entry lies above the other's.
+    std::optional<std::string> Path() const;
+
+private:
+    friend class Registry;
+
+    std::string Component() const;
+
+    const std::uint64_t m_id;
+    const std::string m_className;
+    const std::string m_name;
+    const PropertyTable m_properties;
+    std::uint32_t m_location = 0;
+    bool m_isAttached = false;
+    std::vector<RegistryEntry*> m_parents;
+    std::vector<std::shared_ptr<RegistryEntry>> m_children;
+    std::vector<EntryObserver*> m_observers;
+};
+
+using EntryPointer = std::shared_ptr<RegistryEntry>;
+
+} // namespace LinuxPlatform

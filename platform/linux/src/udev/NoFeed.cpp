@@ -1,0 +1,10 @@
+#include "DeviceFeed.h"
+
+namespace LinuxPlatform {
+
+/// A build without libudev: devices come by hand only.
+std::unique_ptr<DeviceFeed> MakeHostFeed() {
+    return nullptr;
+}
+
+} // namespace LinuxPlatform

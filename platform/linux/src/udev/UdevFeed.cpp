@@ -1,0 +1,149 @@
+#include "UdevFeed.h"
+
+#include "Diagnostics.h"
+#include "UdevDevice.h"
+#include "UdevScan.h"
+
+#include <cerrno>
+#include <cstring>
+#include <linux/netlink.h>
+#include <string_view>
+#include <sys/socket.h>
+
+namespace LinuxPlatform {
+namespace {
+
+/// Room for a burst of events while an application is being started; the kernel may grant less.
+const int RECEIVE_BUFFER_BYTES = 1024 * 1024;
+
+/// A monitor that fails this often in a row is broken.
+const int TOLERATED_FAILURES = 16;
+
+/// Rescans in one go; a kernel that goes on losing events is asked again when the loop comes round.
+const int RESCANS_AT_ONCE = 3;
+
+/// Without its daemon, libudev makes a monitor that belongs to no multicast group and never hears anything.
+bool IsDeaf(udev_monitor& monitor) {
+    sockaddr_nl address{};
+    socklen_t size = sizeof(address);
+    auto* plain = reinterpret_cast<sockaddr*>(&address);
+    return getsockname(udev_monitor_get_fd(&monitor), plain, &size) == 0 && address.nl_family == AF_NETLINK &&
+           address.nl_groups == 0;
+}
+
+} // namespace
+
+void UdevFeed::Start(DeviceTree& devices) {
+    m_context.reset(udev_new());
+    if (!m_context) {
+        Report("IOKit: udev cannot be used (%s); no device will be seen", std::strerror(errno));
+        return;
+    }
+    // First the monitor, then the scan: a device that arrives in between is seen twice rather than never.
+    if (!Listen())
+        m_monitor.reset();
+    Scan(devices);
+}
+
+bool UdevFeed::Listen() {
+    m_monitor.reset(udev_monitor_new_from_netlink(m_context.get(), "udev"));
+    int error = m_monitor ? 0 : errno;
+    for (const char* subsystem : {"usb", "tty", "net"}) {
+        if (error == 0)
+            error = -udev_monitor_filter_add_match_subsystem_devtype(m_monitor.get(), subsystem, nullptr);
+    }
+    if (error == 0) {
+        udev_monitor_set_receive_buffer_size(m_monitor.get(), RECEIVE_BUFFER_BYTES);
+        error = -udev_monitor_enable_receiving(m_monitor.get());
+    }
+    if (error != 0) {
+        Report("IOKit: cannot listen to udev (%s); devices that arrive later will not be seen",
+               std::strerror(error));
+        return false;
+    }
+    if (IsDeaf(*m_monitor))
+        Report("IOKit: the udev daemon is not running; devices that arrive later will not be seen");
+    return true;
+}
+
+int UdevFeed::Descriptor() const {
+    return m_monitor ? udev_monitor_get_fd(m_monitor.get()) : -1;
+}
+
+void UdevFeed::Scan(DeviceTree& devices) {
+    devices.Reconcile(ScanDevices(*m_context));
+}
+
+void UdevFeed::Pump(DeviceTree& devices) {
+    for (int rescans = 0; rescans < RESCANS_AT_ONCE; ++rescans) {
+        if (!m_monitor || Drain(devices) == Drained::Complete)
+            return;
+        Report("IOKit: device events were lost; looking at all devices again");
+        Scan(devices);
+    }
+}
+
+UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
+    Drained result = Drained::Complete;
+    for (int failures = 0; failures < TOLERATED_FAILURES;) {
+        errno = 0;
+        const UdevPointer<udev_device> event(udev_monitor_receive_device(m_monitor.get()));
+        if (event) {
+            Apply(*event, devices);
+            failures = 0;
+            continue;
+        }
+        switch (errno) {
+        case EINTR:
+            continue;
+        case 0:
+        case EAGAIN:
+            return result;
+        case ENOBUFS: // The kernel has dropped what did not fit into the socket's buffer.
+        default:      // A message that libudev refuses is as good as lost.
+            result = Drained::EventsLost;
+            ++failures;
+        }
+    }
+    StopListening(errno);
+    return result;
+}
+
+void UdevFeed::StopListening(int error) {
+    Report(
+        "IOKit: udev cannot be listened to any more (%s); devices that arrive from now on will not be seen",
+        std::strerror(error));
+    m_monitor.reset();
+}
+
+void UdevFeed::Apply(udev_device& event, DeviceTree& devices) {
+    const char* const actionText = udev_device_get_action(&event);
+    const std::string_view action = actionText ? actionText : "";
+    if (action == "remove") {
+        devices.Leave(udev_device_get_syspath(&event));
+        return;
+    }
+    const bool isMove = action == "move";
+    if (isMove) {
+        if (const char* oldPath = udev_device_get_property_value(&event, "DEVPATH_OLD"))
+            devices.Leave(std::string("/sys") + oldPath);
+    }
+    const bool isArrival = action == "add" || isMove;
+    if (!isArrival && action != "change" && action != "bind")
+        return;
+    const auto isKnown = [&devices](const std::string& path) { return devices.Knows(path); };
+    const std::optional<Device> device = DescribeDevice(event, isKnown);
+    if (!device)
+        return;
+    const bool isUnreadable = device->kind == DeviceKind::UsbDevice && !device->vendor && !device->product;
+    if (isArrival)
+        devices.Arrive(*device);
+    else if (!isUnreadable || !devices.Knows(device->path)) // Gone already, and its removal is on the way.
+        devices.Change(*device);
+}
+
+std::unique_ptr<DeviceFeed> MakeHostFeed() {
+    return std::make_unique<UdevFeed>();
+}
+
+} // namespace LinuxPlatform

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "DeviceFeed.h"
+#include "UdevPointers.h"
+
+namespace LinuxPlatform {
+
+/// USB devices, their interfaces, serial ports and network interfaces, as udev announces them.
+class UdevFeed final : public DeviceFeed {
+public:
+    void Start(DeviceTree& devices) override;
+    int Descriptor() const override;
+    void Pump(DeviceTree& devices) override;
+
+private:
+    enum class Drained { Complete, EventsLost };
+
+    bool Listen();
+    void Scan(DeviceTree& devices);
+    Drained Drain(DeviceTree& devices);
+    void Apply(udev_device& event, DeviceTree& devices);
+    void StopListening(int error);
+
+    UdevPointer<udev> m_context;
+    UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to
+};
+
+} // namespace LinuxPlatform

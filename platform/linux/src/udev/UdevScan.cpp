@@ -1,0 +1,111 @@
+#include "UdevScan.h"
+
+#include "UdevDevice.h"
+#include "UdevPointers.h"
+
+#include <algorithm>
+#include <climits>
+#include <dirent.h>
+#include <set>
+#include <string_view>
+#include <unistd.h>
+
+namespace LinuxPlatform {
+namespace {
+
+// The lists are sysfs's own, links to the devices. libudev's enumeration would open several files for each of
+// the sixty-odd virtual consoles before it could be told that they are not wanted, which takes longer than
+// all the rest of the start; here a look at where the link leads is enough.
+const char USB_DEVICES[] = "/sys/bus/usb/devices";
+const char TTY_DEVICES[] = "/sys/class/tty";
+const char NET_DEVICES[] = "/sys/class/net";
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+
+/// "/sys/class/tty/ttyUSB0" -> "../../devices/..." gives "/sys/devices/...".
+std::string Resolve(const std::string& link) {
+    char target[PATH_MAX];
+    const ssize_t length = readlink(link.c_str(), target, sizeof(target));
+    if (length <= 0)
+        return {};
+    std::string_view text(target, static_cast<std::size_t>(length));
+    const std::string_view up = "../";
+    while (text.substr(0, up.size()) == up)
+        text.remove_prefix(up.size());
+    if (text.empty())
+        return {};
+    return text.front() == '/' ? std::string(text) : "/sys/" + std::string(text);
+}
+
+/// Paths of a list's devices; a parent's comes before its children's.
+std::vector<std::string> ListDevices(const char* list) {
+    std::vector<std::string> paths;
+    const std::unique_ptr<DIR, CloseDirectory> directory(opendir(list));
+    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
+        if (entry->d_name[0] == '.')
+            continue;
+        std::string path = Resolve(std::string(list) + "/" + entry->d_name);
+        if (!path.empty())
+            paths.push_back(std::move(path));
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+class Scan {
+public:
+    explicit Scan(udev& context) : m_context(context) {}
+
+    void AddUsbDevices() {
+        for (const std::string& path : ListDevices(USB_DEVICES))
+            Add(path);
+    }
+
+    void AddDevicesBelowUsb(const char* list) {
+        for (const std::string& path : ListDevices(list)) {
+            if (IsBelowUsb(path))
+                Add(path);
+        }
+    }
+
+    bool IsEmpty() const { return m_found.empty(); }
+    std::vector<Device> Take() { return std::move(m_found); }
+
+private:
+    void Add(const std::string& path) {
+        const UdevPointer<udev_device> device(udev_device_new_from_syspath(&m_context, path.c_str()));
+        if (!device)
+            return; // It has just gone; an event will say the same.
+        const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
+        if (std::optional<Device> described = DescribeDevice(*device, isKnown)) {
+            m_paths.insert(described->path);
+            m_found.push_back(std::move(*described));
+        }
+    }
+
+    bool IsBelowUsb(std::string path) const {
+        while (!path.empty() && m_paths.count(path) == 0)
+            path.resize(path.rfind('/'));
+        return !path.empty();
+    }
+
+    udev& m_context;
+    std::vector<Device> m_found;
+    std::set<std::string> m_paths;
+};
+
+} // namespace
+
+std::vector<Device> ScanDevices(udev& context) {
+    Scan scan(context);
+    scan.AddUsbDevices();
+    if (!scan.IsEmpty()) {
+        scan.AddDevicesBelowUsb(TTY_DEVICES);
+        scan.AddDevicesBelowUsb(NET_DEVICES);
+    }
+    return scan.Take();
+}
+
+} // namespace LinuxPlatform
