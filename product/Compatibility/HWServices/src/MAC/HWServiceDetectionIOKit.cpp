@@ -240,7 +240,8 @@ void HWServiceDetectionIOKit::DeviceAdded(void*, io_iterator_t it, Dictionary& d
                            textOf(device, "NetworkAdapterHID")};
     while (const io_service_t next = IOIteratorNext(it)) {
         const IOObjectHandle service(next);
-        TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", readName(service.get()).c_str());
+        const std::string name = readName(service.get());
+        TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", name.c_str());
         std::string path;
         const kern_return_t result = readPath(service.get(), path);
         if (result != KERN_SUCCESS)

@@ -1,0 +1,456 @@
+#include "ZevoLauncher.h"
+
+#include "ExecutableFolder.h"
+#include "HWServicePnP.h"
+#include "OtherProcess.h"
+#include "Script.h"
+#include "ScriptedApplications.h"
+#include "ScriptedRegistry.h"
+#include "TextFile.h"
+#include "TraceCapture.h"
+
+#include <IOKit/IOMessage.h>
+
+#include <stdexcept>
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+const char MODEM[] = "USB#Vid_12d1&Pid_1001";
+const char CD_ROM[] = "USB#Vid_12d1&Pid_1446";
+const char MAIN[] = "/Applications/Quillmarsh.app";
+const char NOTIFIER[] = "/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app";
+
+const char MAIN_STARTED[] = "LSOpenApplication(/Applications/Quillmarsh.app, 0x1)";
+const char NOTIFIER_STARTED_HIDDEN[] =
+    "LSOpenApplication(/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app, 0x100000)";
+
+std::string configuration(const std::string& toDetect, const std::string& toFind, const std::string& cdRom) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
+           "<key>MacHardwareIdToDetect</key>\n<string>" +
+           toDetect + "</string>\n<key>MacHardwareIdToFind</key>\n<string>" + toFind +
+           "</string>\n<key>MacCdRomHIdToDetect</key>\n<string>" + cdRom + "</string>\n</dict>\n</plist>";
+}
+
+class ZevoLauncherTest : public ScriptedTest {
+protected:
+    ScriptedRegistry& registry() { return ScriptedRegistry::current(); }
+    ScriptedApplications& applications() { return ScriptedApplications::current(); }
+    std::vector<std::string> launches() { return script().callsOf("LSOpenApplication"); }
+
+    ScriptedEntry& addDevice(int vendor, int product) {
+        return registry()
+            .add("device", "IOService:/usb@14000000")
+            .with("idVendor", vendor)
+            .with("idProduct", product);
+    }
+
+    /// Runs the launcher in a process of its own, since the services and the configuration are one per
+    /// process and never destroyed. Configures with the file's content, unless that is empty; `events` happen
+    /// while the run loop runs, `check` follows. Neither ends the other process.
+    template <typename Check>
+    void run(const std::string& content, std::function<void()> events, Check check) {
+        EXPECT_TRUE(inAnotherProcess([&] {
+            if (!content.empty())
+                writeFile(m_folder / "Launcher.cfg", content);
+            registry().whileRunning = events;
+            m_launcher.init();
+            m_launcher.run();
+            check();
+            return !HasFailure();
+        }));
+    }
+    template <typename Check>
+    void run(const std::string& content, Check check) {
+        run(content, nullptr, check);
+    }
+
+    /// The notification of arriving devices, while the run loop runs.
+    void arrive(int vendor, int product) {
+        registry().deliver(registry().notifications().at(0), {&addDevice(vendor, product)});
+    }
+
+    ExecutableFolder m_folder;
+    ZevoLauncher m_launcher;
+};
+
+// ---- starting the applications
+
+TEST_F(ZevoLauncherTest, StartsTheMainApplicationAndThenTheNotifierHidden) {
+    m_launcher.processDevice();
+    EXPECT_THAT(script().calls(),
+                ElementsAre("GetNextProcess(first)", "FSPathMakeRef(/Applications/Quillmarsh.app)",
+                            MAIN_STARTED, "GetNextProcess(first)",
+                            "FSPathMakeRef(/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app)",
+                            NOTIFIER_STARTED_HIDDEN));
+}
+
+TEST_F(ZevoLauncherTest, TracesWhatItStarts) {
+    TraceCapture trace;
+    m_launcher.processDevice();
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] Start executable : /Applications/Quillmarsh.app\n"));
+    EXPECT_THAT(
+        trace.text(),
+        HasSubstr(">> [D] Start executable : /Applications/Quillmarsh.app/Contents/MacOS/Murmel.app\n"));
+}
+
+TEST_F(ZevoLauncherTest, WhatRunsAlreadyIsNotStartedAgainAndTraced) {
+    TraceCapture trace;
+    applications().addProcess(NOTIFIER);
+    applications().addProcess(MAIN);
+    m_launcher.processDevice();
+    EXPECT_THAT(launches(), IsEmpty());
+    EXPECT_THAT(script().callsOf("FSPathMakeRef"), IsEmpty());
+    EXPECT_THAT(trace.text(),
+                HasSubstr(">> [D] Executable already running : /Applications/Quillmarsh.app\n"));
+    EXPECT_THAT(
+        trace.text(),
+        HasSubstr(
+            ">> [D] Executable already running : /Applications/Quillmarsh.app/Contents/MacOS/Murmel.app\n"));
+}
+
+TEST_F(ZevoLauncherTest, WithTheMainApplicationRunningOnlyTheNotifierIsStartedHidden) {
+    applications().addProcess(MAIN);
+    m_launcher.processDevice();
+    EXPECT_THAT(launches(), ElementsAre(NOTIFIER_STARTED_HIDDEN));
+}
+
+TEST_F(ZevoLauncherTest, WithTheNotifierRunningOnlyTheMainApplicationIsStarted) {
+    applications().addProcess(NOTIFIER);
+    m_launcher.processDevice();
+    EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED));
+}
+
+TEST_F(ZevoLauncherTest, NoLaunchIsRememberedSoTheNextTriggerLooksAgain) {
+    applications().launchedApplicationsRun = true;
+    m_launcher.processDevice();
+    m_launcher.processDevice();
+    EXPECT_EQ(2u, launches().size());
+    applications().quitAll();
+    m_launcher.processDevice();
+    EXPECT_EQ(4u, launches().size());
+}
+
+TEST_F(ZevoLauncherTest, AFailedReferenceIsTracedAtLevelOneAndTheNextBundleIsStillHandled) {
+    TraceCapture trace;
+    applications().referenceStatus[MAIN] = -43;
+    m_launcher.processDevice();
+    EXPECT_THAT(launches(), ElementsAre(NOTIFIER_STARTED_HIDDEN));
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] FSPathMakeRef failed : status = -43\n"));
+}
+
+TEST_F(ZevoLauncherTest, AFailedLaunchIsTracedAtLevelTwoAndTheNextBundleIsStillHandled) {
+    TraceCapture trace;
+    applications().launchStatus[MAIN] = -10827;
+    applications().launchStatus[NOTIFIER] = -10810;
+    m_launcher.processDevice();
+    EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
+    EXPECT_THAT(trace.text(), AllOf(HasSubstr(">> [E] LSOpenApplication failed : status = -10827\n"),
+                                    HasSubstr(">> [E] LSOpenApplication failed : status = -10810\n")));
+}
+
+// ---- running processes
+
+TEST_F(ZevoLauncherTest, AskingForAProcessMakesThePrescribedCallsInTheirOrder) {
+    applications().addProcess("/Applications/Other.app");
+    applications().addProcess(MAIN);
+    applications().addProcess("/Applications/Unasked.app");
+    EXPECT_TRUE(m_launcher.isProcessRunning(MAIN));
+    EXPECT_THAT(script().calls(),
+                ElementsAre("GetNextProcess(first)", "ProcessInformationCopyDictionary(1, 0xffffffff)",
+                            "GetNextProcess(next)", "ProcessInformationCopyDictionary(2, 0xffffffff)"));
+}
+
+TEST_F(ZevoLauncherTest, TheEndOfTheListIsNotFound) {
+    applications().addProcess("/Applications/Other.app");
+    EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
+    EXPECT_EQ(2u, script().callsOf("GetNextProcess").size());
+}
+
+TEST_F(ZevoLauncherTest, ErrorsOtherThanTheEndOfTheListAreDeliberatelyAskedAgain) {
+    applications().addError(-50);
+    applications().addError(-1);
+    applications().addProcess("/Applications/Other.app");
+    applications().addError(-609);
+    applications().addProcess(MAIN);
+    EXPECT_TRUE(m_launcher.isProcessRunning(MAIN));
+    EXPECT_EQ(5u, script().callsOf("GetNextProcess").size());
+    EXPECT_EQ(2u, script().callsOf("ProcessInformationCopyDictionary").size());
+}
+
+TEST_F(ZevoLauncherTest, AThousandErrorsBeforeTheEndAreOutlasted) {
+    for (int i = 0; i < 1000; ++i)
+        applications().addError(-50);
+    EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
+    EXPECT_EQ(1001u, script().callsOf("GetNextProcess").size());
+}
+
+TEST_F(ZevoLauncherTest, BundlePathsAreComparedExactlyAndByLetterCase) {
+    applications().addProcess("/applications/quillmarsh.app");
+    applications().addProcess("/Applications/Quillmarsh.app/");
+    applications().addProcess("/Applications/Quillmarsh");
+    applications().addProcess(NOTIFIER);
+    EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
+}
+
+TEST_F(ZevoLauncherTest, ProcessesWithoutInformationOrBundlePathAreSkipped) {
+    applications().addVanishedProcess();
+    applications().addProcessWithout("BundlePath");
+    applications().addProcess(MAIN);
+    EXPECT_TRUE(m_launcher.isProcessRunning(MAIN));
+}
+
+TEST_F(ZevoLauncherTest, ABundlePathThatIsNoTextIsSkipped) {
+    applications().addProcessWithNumberFor("BundlePath");
+    EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
+}
+
+// ---- arrivals
+
+TEST_F(ZevoLauncherTest, AnArrivalWithoutConfigurationStartsNothing) {
+    TraceCapture trace;
+    std::string hid = MODEM;
+    m_launcher.onDeviceArrival(hid);
+    EXPECT_THAT(script().calls(), IsEmpty());
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] Detected hardware id : USB#Vid_12d1&Pid_1001\n"));
+}
+
+TEST_F(ZevoLauncherTest, AnArrivalTracesWhatCameAndWhatWasExpectedInThisOrder) {
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        TraceCapture trace;
+        std::string hid = "USB#Vid_0001&Pid_0002";
+        m_launcher.onDeviceArrival(hid);
+        const std::string text = trace.text();
+        const size_t detected = text.find(">> [D] Detected hardware id : USB#Vid_0001&Pid_0002\n");
+        const size_t modem = text.find(">> [D] expected modem hardware id : USB#Vid_12d1&Pid_1001\n");
+        const size_t cdRom = text.find(">> [D] expected cdrom hardware id : USB#Vid_12d1&Pid_1446\n");
+        EXPECT_LT(detected, modem);
+        EXPECT_LT(modem, cdRom);
+        EXPECT_NE(std::string::npos, cdRom);
+    });
+}
+
+TEST_F(ZevoLauncherTest, TheArrivingModemStartsTheApplications) {
+    run(
+        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
+        [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
+}
+
+TEST_F(ZevoLauncherTest, TheArrivingCdRomPersonalityStartsTheApplicationsExactlyAsTheModemDoes) {
+    run(
+        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1446); },
+        [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
+}
+
+TEST_F(ZevoLauncherTest, BothPersonalitiesOneAfterTheOtherStartTheApplicationsOnce) {
+    applications().launchedApplicationsRun = true;
+    run(
+        configuration(MODEM, MODEM, CD_ROM),
+        [&] {
+            arrive(0x12D1, 0x1446);
+            registry().send(registry().notifications().at(1), kIOMessageServiceIsTerminated);
+            arrive(0x12D1, 0x1001);
+        },
+        [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
+}
+
+TEST_F(ZevoLauncherTest, AForeignDeviceStartsNothing) {
+    run(
+        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x0001, 0x0002); },
+        [&] { EXPECT_THAT(launches(), IsEmpty()); });
+}
+
+TEST_F(ZevoLauncherTest, AnIdThatDiffersOnlyInLetterCaseStartsTheApplications) {
+    run(
+        configuration("usb#VID_12D1&PID_1001", MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
+        [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
+}
+
+TEST_F(ZevoLauncherTest, ARemovalHasNoEffectAndALaterArrivalStartsWhatHasQuit) {
+    applications().launchedApplicationsRun = true;
+    run(
+        configuration(MODEM, MODEM, CD_ROM),
+        [&] {
+            arrive(0x12D1, 0x1001);
+            script().forgetCalls();
+            registry().send(registry().notifications().at(1), kIOMessageServiceIsTerminated);
+            EXPECT_THAT(script().callsOf("GetNextProcess"), IsEmpty());
+            applications().quitAll();
+            arrive(0x12D1, 0x1001);
+        },
+        [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
+}
+
+TEST_F(ZevoLauncherTest, AnEmptyArrivingIdMatchesAnEmptyConfiguredOne) {
+    std::string hid;
+    m_launcher.onDeviceArrival(hid);
+    EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
+}
+
+TEST_F(ZevoLauncherTest, VolumeNotificationsAndRemovalsDoNothing) {
+    TraceCapture trace;
+    HWServicePnPClient& client = m_launcher;
+    std::string text = MODEM;
+    client.onDeviceRemoval(text);
+    client.onVolumeArrival(text);
+    client.onVolumeRemoval(text);
+    EXPECT_THAT(script().calls(), IsEmpty());
+    EXPECT_THAT(trace.text(), IsEmpty());
+}
+
+// ---- looking for the modem that is already there
+
+TEST_F(ZevoLauncherTest, TheIdToFindIsComparedInDecimal) {
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        TraceCapture trace;
+        registry().matches = {{&addDevice(4817, 4097)}};
+        EXPECT_TRUE(m_launcher.isDeviceFound());
+        EXPECT_THAT(trace.text(), AllOf(HasSubstr(">> [D]  hardware id to be found : 4817|4097\n"),
+                                        HasSubstr(">> [D] Device found in Modem list.\n")));
+    });
+}
+
+TEST_F(ZevoLauncherTest, AnotherDeviceIsNotFoundAndNoMessageSaysSo) {
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        TraceCapture trace;
+        registry().matches = {{&addDevice(4817, 4098), &addDevice(48, 174097)}};
+        EXPECT_FALSE(m_launcher.isDeviceFound());
+        EXPECT_THAT(trace.text(), Not(HasSubstr("Device found")));
+    });
+}
+
+struct IdToFind {
+    const char* name;
+    const char* configured;
+    const char* rewritten;
+};
+
+class IdToFindTest : public ZevoLauncherTest, public testing::WithParamInterface<IdToFind> {};
+
+TEST_P(IdToFindTest, IsRewrittenToDecimalNumbers) {
+    run(configuration(MODEM, GetParam().configured, CD_ROM), [&] {
+        TraceCapture trace;
+        m_launcher.isDeviceFound();
+        EXPECT_THAT(trace.text(),
+                    HasSubstr(std::string(" hardware id to be found : ") + GetParam().rewritten + "\n"));
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, IdToFindTest,
+    testing::Values(IdToFind{"AsItShouldBe", "USB#Vid_12d1&Pid_1001", "4817|4097"},
+                    IdToFind{"UpperCaseDigits", "USB#Vid_12D1&Pid_100A", "4817|4106"},
+                    // Neither marker: the sum wraps around to position 3, and #VID is no number.
+                    IdToFind{"UpperCaseMarkersAreDeliberatelyNotFound", "USB#VID_12D1&PID_1001", "0|0"},
+                    IdToFind{"WithoutMarkersTheFourCharactersFromPositionThreeAreTakenOnPurpose",
+                             "xxx12d1yyy", "4817|4817"},
+                    IdToFind{"OnlyOneMarker", "USBabcdVid_0001", "1|43981"},
+                    IdToFind{"TheFirstMarkerCounts", "Vid_0001Vid_0002Pid_0003", "1|3"},
+                    IdToFind{"ATextThatEndsFirst", "Pid_0001Vid_2", "2|1"},
+                    IdToFind{"ATextThatEndsAtTheMarker", "Pid_0001Vid_", "0|1"},
+                    IdToFind{"DigitsUpToTheFirstOther", "Vid_1g00Pid_00-1", "1|0"},
+                    IdToFind{"NoDigitAtAll", "Vid_ghijPid_0001", "0|1"}),
+    [](const testing::TestParamInfo<IdToFind>& test) { return test.param.name; });
+
+class ShortIdTest : public ZevoLauncherTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ShortIdTest, LeavesRunAsAnOutOfRangeErrorOnPurpose) {
+    EXPECT_TRUE(inAnotherProcess([&] {
+        writeFile(m_folder / "Launcher.cfg", configuration(MODEM, GetParam(), CD_ROM));
+        EXPECT_THROW(m_launcher.run(), std::out_of_range);
+        EXPECT_THAT(script().calls(), IsEmpty());
+        return !HasFailure();
+    }));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ShortIdTest, testing::Values("", "US"));
+
+TEST_F(ZevoLauncherTest, AnIdOfThreeCharactersIsJustLongEnough) {
+    run(configuration(MODEM, "USB", CD_ROM), [&] { EXPECT_FALSE(m_launcher.isDeviceFound()); });
+}
+
+// ---- waking up
+
+TEST_F(ZevoLauncherTest, WakingUpWithTheModemThereStartsTheApplications) {
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        registry().matches = {{&addDevice(4817, 4097)}};
+        m_launcher.onResumeStandbyMode();
+        EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
+    });
+}
+
+TEST_F(ZevoLauncherTest, WakingUpWithoutTheModemStartsNothingAndIsNotTracedByItself) {
+    TraceCapture trace;
+    m_launcher.onResumeStandbyMode();
+    EXPECT_THAT(launches(), IsEmpty());
+    EXPECT_THAT(trace.text(),
+                AllOf(Not(HasSubstr("onResumeStandbyMode")), HasSubstr("ZevoLauncher::isDeviceFound")));
+}
+
+// ---- the whole run
+
+TEST_F(ZevoLauncherTest, RunRegistersThenLooksForTheModemThenRunsTheLoop) {
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        EXPECT_THAT(
+            script().calls(),
+            ElementsAre(
+                "IOServiceMatching(IOUSBDevice)", "IONotificationPortCreate(default)",
+                "IONotificationPortGetRunLoopSource(port)",
+                "CFRunLoopAddSource(current, source, common modes)",
+                "IOServiceAddMatchingNotification(port, IOServiceMatched, IOProviderClass=IOUSBDevice)",
+                "IOIteratorNext(iterator 1) = none", "IOServiceMatching(IOUSBDevice)",
+                "IOServiceGetMatchingServices(IOProviderClass=IOUSBDevice)",
+                "IOIteratorNext(iterator 2) = none", "IOObjectRelease(iterator 2)", "CFRunLoopRun()"));
+    });
+}
+
+TEST_F(ZevoLauncherTest, AModemThatIsThereAtStartStartsTheApplicationsOnceBeforeTheLoop) {
+    ScriptedEntry& modem = addDevice(0x12D1, 0x1001);
+    // The watch of the devices, the watch of the modem's children, the search.
+    registry().matches = {{&modem}, {&modem}, {&modem}};
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
+        EXPECT_EQ("CFRunLoopRun()", script().calls().back());
+    });
+}
+
+TEST_F(ZevoLauncherTest, WithoutAConfigurationTheErrorsAreTracedAndTheRunGoesOn) {
+    TraceCapture trace;
+    run("", [&] {
+        EXPECT_EQ("CFRunLoopRun()", script().calls().back());
+        std::string hid = MODEM;
+        m_launcher.onDeviceArrival(hid);
+        EXPECT_THAT(launches(), IsEmpty());
+    });
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
+    EXPECT_THAT(
+        trace.text(),
+        HasSubstr(">> [E] Configuration File Manager Exception : CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND on "
+                  "file product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133\n"));
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D]  hardware id to be found : \n"));
+}
+
+TEST_F(ZevoLauncherTest, AConfigurationThatIsNoPropertyListIsTracedAndTheRunGoesOn) {
+    TraceCapture trace;
+    run("no property list\n", [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
+}
+
+TEST_F(ZevoLauncherTest, EveryPrescribedOperationIsTraced) {
+    TraceCapture trace;
+    { ZevoLauncher another; }
+    run(
+        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); }, [] {});
+    for (const char* name :
+         {"ZevoLauncher::constructor", "ZevoLauncher::destructor", "ZevoLauncher::init", "ZevoLauncher::run",
+          "ZevoLauncher::onDeviceArrival", "ZevoLauncher::isDeviceFound", "ZevoLauncher::processDevice"})
+        EXPECT_THAT(trace.text(), HasSubstr(std::string(name) + "\n"));
+}
+
+} // namespace
