@@ -1,0 +1,235 @@
+#include "QuickFormat.h"
+
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+/// The part of the buffer that is still free. Whoever does not fit sets `full`, and nothing is written any
+/// more.
+class Output {
+public:
+    Output(char* buffer, std::size_t size) : m_begin(buffer), m_next(buffer), m_end(buffer + size) {}
+
+    void put(const char* text, std::size_t length) {
+        if (length >= room()) {
+            m_full = true;
+            return;
+        }
+        std::memcpy(m_next, text, length);
+        m_next += length;
+    }
+    void pad(char with, std::size_t count) {
+        if (count >= room()) {
+            m_full = true;
+            return;
+        }
+        std::memset(m_next, with, count);
+        m_next += count;
+    }
+
+    bool isFull() const { return m_full; }
+    int finish() {
+        *m_next = '\0';
+        return static_cast<int>(m_next - m_begin);
+    }
+
+private:
+    std::size_t room() const { return m_full ? 0 : static_cast<std::size_t>(m_end - m_next); }
+
+    char* const m_begin;
+    char* m_next;
+    char* const m_end;
+    bool m_full = false;
+};
+
+/// A conversion as it stands behind its "%".
+struct Conversion {
+    bool left = false;
+    bool zeros = false;
+    int width = 0;
+    int precision = -1;
+    enum Length { Plain, Long, LongLong, Size } length = Plain;
+    char type = '\0';
+};
+
+constexpr int MAXIMUM_WIDTH = 100;
+
+int readNumber(const char*& at) {
+    int number = 0;
+    while (*at >= '0' && *at <= '9' && number <= MAXIMUM_WIDTH)
+        number = 10 * number + (*at++ - '0');
+    return number;
+}
+
+Conversion readConversion(const char*& at) {
+    Conversion conversion;
+    for (; *at == '-' || *at == '0'; ++at)
+        (*at == '-' ? conversion.left : conversion.zeros) = true;
+    conversion.width = readNumber(at);
+    if (*at == '.') {
+        ++at;
+        conversion.precision = readNumber(at);
+    }
+    if (*at == 'z') {
+        conversion.length = Conversion::Size;
+        ++at;
+    } else if (*at == 'l') {
+        ++at;
+        conversion.length = *at == 'l' ? Conversion::LongLong : Conversion::Long;
+        if (*at == 'l')
+            ++at;
+    }
+    conversion.type = *at;
+    if (*at != '\0')
+        ++at;
+    return conversion;
+}
+
+void putInteger(Output& output, const Conversion& conversion, bool negative, std::uint64_t magnitude,
+                int base) {
+    char digits[24];
+    char* const end = std::to_chars(digits, digits + sizeof digits, magnitude, base).ptr;
+    if (conversion.type == 'X')
+        for (char* digit = digits; digit != end; ++digit)
+            *digit = *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
+    const std::size_t length = static_cast<std::size_t>(end - digits) + (negative ? 1 : 0);
+    const std::size_t width = static_cast<std::size_t>(conversion.width);
+    const std::size_t padding = length < width ? width - length : 0;
+    const bool zeros = conversion.zeros && !conversion.left;
+    if (padding != 0 && !conversion.left && !zeros)
+        output.pad(' ', padding);
+    if (negative)
+        output.put("-", 1);
+    if (padding != 0 && zeros)
+        output.pad('0', padding);
+    output.put(digits, static_cast<std::size_t>(end - digits));
+    if (padding != 0 && conversion.left)
+        output.pad(' ', padding);
+}
+
+void putSigned(Output& output, const Conversion& conversion, std::int64_t value) {
+    const std::uint64_t bits = static_cast<std::uint64_t>(value);
+    putInteger(output, conversion, value < 0, value < 0 ? 0 - bits : bits, 10);
+}
+
+/// %.0f to %.3f. The value is fraction * 2^-shift with whole numbers, so the decimals are exact, and so is
+/// the rounding: to nearest, and halves to even, as printf does.
+bool putFixed(Output& output, int precision, double value) {
+    static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8, "not an IEEE double");
+    static constexpr std::uint64_t SCALES[] = {1, 10, 100, 1000};
+    const std::uint64_t scale = SCALES[precision];
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    const bool negative = bits >> 63 != 0;
+    const int exponent = static_cast<int>(bits >> 52 & 0x7FF);
+    const std::uint64_t mantissa = (bits & 0xFFFFFFFFFFFFFu) | (exponent != 0 ? 1ull << 52 : 0);
+    const int shift = 1075 - exponent;
+    if (shift < 1) // 2^52 and more, infinity, not a number
+        return false;
+
+    std::uint64_t scaled = 0; // the value times the scale, rounded; 0 when the value is below 2^-11
+    if (shift <= 63) {
+        const std::uint64_t whole = mantissa >> shift;
+        const std::uint64_t product = (mantissa & ((1ull << shift) - 1)) * scale; // below 2^53 * 1000 < 2^63
+        const std::uint64_t rest = product & ((1ull << shift) - 1);
+        const std::uint64_t half = 1ull << (shift - 1);
+        scaled = whole * scale + (product >> shift);
+        if (rest > half || (rest == half && scaled % 2 != 0))
+            ++scaled;
+    }
+    char text[32];
+    char* at = text;
+    if (negative)
+        *at++ = '-';
+    at = std::to_chars(at, text + sizeof text, scaled / scale).ptr;
+    if (precision > 0) {
+        *at++ = '.';
+        std::uint64_t decimals = scaled % scale;
+        for (int i = precision - 1; i >= 0; --i, decimals /= 10)
+            at[i] = static_cast<char>('0' + decimals % 10);
+        at += precision;
+    }
+    output.put(text, static_cast<std::size_t>(at - text));
+    return true;
+}
+
+} // namespace
+
+int formatQuickly(char* buffer, std::size_t size, const char* format, std::va_list arguments) {
+    Output output(buffer, size);
+    for (;;) {
+        const char* const percent = std::strchr(format, '%');
+        if (percent == nullptr)
+            break;
+        output.put(format, static_cast<std::size_t>(percent - format));
+        format = percent + 1;
+        const Conversion conversion = readConversion(format);
+        const bool plain = conversion.length == Conversion::Plain && conversion.width == 0 &&
+                           !conversion.left && !conversion.zeros;
+        const bool integer = conversion.precision < 0 && conversion.width <= MAXIMUM_WIDTH;
+        switch (conversion.type) {
+        case 's': {
+            const char* text = va_arg(arguments, const char*);
+            if (!plain || conversion.precision >= 0 || text == nullptr)
+                return -1;
+            output.put(text, std::strlen(text));
+            break;
+        }
+        case 'd':
+        case 'i':
+            if (!integer)
+                return -1;
+            if (conversion.length == Conversion::Plain)
+                putSigned(output, conversion, va_arg(arguments, int));
+            else if (conversion.length == Conversion::Long)
+                putSigned(output, conversion, va_arg(arguments, long));
+            else if (conversion.length == Conversion::LongLong)
+                putSigned(output, conversion, va_arg(arguments, long long));
+            else
+                putSigned(output, conversion, va_arg(arguments, std::ptrdiff_t));
+            break;
+        case 'u':
+        case 'x':
+        case 'X': {
+            if (!integer)
+                return -1;
+            const int base = conversion.type == 'u' ? 10 : 16;
+            if (conversion.length == Conversion::Plain)
+                putInteger(output, conversion, false, va_arg(arguments, unsigned int), base);
+            else if (conversion.length == Conversion::Long)
+                putInteger(output, conversion, false, va_arg(arguments, unsigned long), base);
+            else if (conversion.length == Conversion::LongLong)
+                putInteger(output, conversion, false, va_arg(arguments, unsigned long long), base);
+            else
+                putInteger(output, conversion, false, va_arg(arguments, std::size_t), base);
+            break;
+        }
+        case 'c': {
+            if (!plain || conversion.precision >= 0)
+                return -1;
+            const char character = static_cast<char>(va_arg(arguments, int));
+            output.put(&character, 1);
+            break;
+        }
+        case 'f':
+            if (!plain || conversion.precision < 0 || conversion.precision > 3 ||
+                !putFixed(output, conversion.precision, va_arg(arguments, double)))
+                return -1;
+            break;
+        case '%':
+            if (!plain || conversion.precision >= 0)
+                return -1;
+            output.put("%", 1);
+            break;
+        default:
+            return -1;
+        }
+        if (output.isFull())
+            return -1;
+    }
+    output.put(format, std::strlen(format));
+    return output.isFull() ? -1 : output.finish();
+}

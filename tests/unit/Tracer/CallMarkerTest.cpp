@@ -1,0 +1,154 @@
+#include "CallMarker.h"
+
+#include "Traced.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+
+class CallMarking : public Traced {};
+
+TEST_F(CallMarking, NothingHappensWithoutATracer) {
+    Tracer* const none = nullptr;
+    Tracer::SetInstance(none);
+    EXPECT_EQ(takeContractViolations().size(), 2U);
+    const CallMarker marker("a");
+    EXPECT_EQ(marker.getThreadTracer(), nullptr);
+    EXPECT_FALSE(marker.isPrinted());
+    EXPECT_FALSE(marker.isMessageWritten(MSG_ERROR));
+}
+
+TEST_F(CallMarking, NothingHappensWhileTheTracerIsDisabled) {
+    traceEverything();
+    m_tracer.setEnabled(false);
+    {
+        TRACE_FUNCTION("a");
+        TRACE_MESSAGE(MSG_ERROR, "x");
+    }
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(CallMarking, MarkerOfADisabledTracerStaysInertWhenItIsEnabled) {
+    traceEverything();
+    m_tracer.setPrintExits(true);
+    m_tracer.setEnabled(false);
+    {
+        TRACE_FUNCTION("early");
+        m_tracer.setEnabled(true);
+        TRACE_MESSAGE(MSG_ERROR, "x");
+    }
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(CallMarking, ExitAndMessagesOfAMarkerAreSilentOnceTheTracerIsDisabled) {
+    traceEverything();
+    m_tracer.setPrintExits(true);
+    {
+        TRACE_FUNCTION("a");
+        m_tracer.setEnabled(false);
+        TRACE_MESSAGE(MSG_ERROR, "x");
+    }
+    EXPECT_THAT(lines(), ElementsAre("a\n"));
+}
+
+TEST_F(CallMarking, MarkerMayOutliveItsTracer) {
+    auto tracer = std::make_unique<Tracer>();
+    Tracer::SetInstance(tracer.get());
+    tracer->setEnabled(true);
+    tracer->TraceTheThread("*");
+    tracer->TraceTheCall("*");
+    tracer->SetFileName("msvc");
+    const CallMarker marker("a");
+    EXPECT_TRUE(marker.isPrinted());
+    tracer.reset();
+    EXPECT_FALSE(marker.isMessageWritten(MSG_ERROR));
+}
+
+TEST_F(CallMarking, FieldsAreThoseOfTheConstructor) {
+    traceEverything();
+    const int object = 0;
+    const CallMarker function("free");
+    EXPECT_EQ(function.getMethodName(), "free");
+    EXPECT_EQ(function.getClassName(), "");
+    EXPECT_EQ(function.getObject(), nullptr);
+    const CallMarker method("void Some::method(int, char)", &object);
+    EXPECT_EQ(method.getMethodName(), "Some::method");
+    EXPECT_EQ(method.getClassName(), "");
+    EXPECT_EQ(method.getObject(), &object);
+    EXPECT_FALSE(method.isConstructor());
+    const CallMarker constructor("Some", "Some::constructor", true, &object);
+    EXPECT_EQ(constructor.getClassName(), "Some");
+    EXPECT_EQ(constructor.getMethodName(), "Some::constructor");
+    EXPECT_TRUE(constructor.isConstructor());
+    const CallMarker destructor("Some", "Some::destructor", false, &object);
+    EXPECT_FALSE(destructor.isConstructor());
+}
+
+TEST_F(CallMarking, MessagesObeyTheLevelMask) {
+    m_tracer.setEnabled(true);
+    m_tracer.setDirectWrite(true);
+    m_tracer.TraceTheThread("*");
+    m_tracer.TraceTheCall("*");
+    m_tracer.SetFileName("trace");
+    TRACE_FUNCTION("a");
+    TRACE_MESSAGE(MSG_ERROR, "lost");
+    m_tracer.addToLevelMask(MSG_ERROR);
+    TRACE_MESSAGE(MSG_ERROR, "written");
+    TRACE_MESSAGE(MSG_DEBUG, "lost");
+    m_tracer.addToLevelMask(MSG_LEVEL_5);
+    TRACE_MESSAGE(MSG_LEVEL_5, "written");
+    TRACE_MESSAGE(MSG_ERROR, "written");
+    EXPECT_THAT(lines(),
+                ElementsAre("a\n", "  >> [E] written\n", "  >> [5] written\n", "  >> [E] written\n"));
+}
+
+namespace {
+
+struct Widget {
+    int method(int value) const {
+        TRACE_METHOD();
+        return value;
+    }
+    static void staticMethod() { TRACE_FUNCTION("Widget::staticMethod"); }
+};
+
+template <typename T>
+struct Box {
+    T unpack() const {
+        TRACE_METHOD();
+        return T();
+    }
+};
+
+} // namespace
+
+TEST_F(CallMarking, MethodsAreNamedByTheCompiler) {
+    traceEverything();
+    Widget().method(3);
+    Widget::staticMethod();
+    ASSERT_EQ(lines().size(), 2U);
+    EXPECT_NE(lines()[0].find("Widget::method\n"), std::string::npos) << lines()[0];
+    EXPECT_EQ(lines()[0].find(' '), std::string::npos) << lines()[0];
+    EXPECT_EQ(lines()[1], "Widget::staticMethod\n");
+}
+
+TEST_F(CallMarking, MethodsOfTemplatesAreTraced) {
+    traceEverything();
+    Box<int>().unpack();
+    EXPECT_NE(file().find("::unpack\n"), std::string::npos) << file();
+}
+
+TEST_F(CallMarking, MethodNameIsWhatStandsBetweenTheLastBlankAndTheParenthesis) {
+    EXPECT_EQ(Tracer::extractMethodName("virtual void ZevoLauncher::onDeviceArrival(std::string&)"),
+              "ZevoLauncher::onDeviceArrival");
+    EXPECT_EQ(Tracer::extractMethodName("void ZevoLauncher::init()"), "ZevoLauncher::init");
+    EXPECT_EQ(Tracer::extractMethodName("init()"), "init");
+    EXPECT_EQ(Tracer::extractMethodName("int f(int (*)(void))"), "f");
+}
+
+TEST_F(CallMarking, TextWithoutAParenthesisIsTheMethodNameAsItStands) {
+    EXPECT_EQ(Tracer::extractMethodName("void no parenthesis"), "void no parenthesis");
+    EXPECT_EQ(Tracer::extractMethodName(""), "");
+    EXPECT_EQ(Tracer::extractMethodName("("), "");
+    EXPECT_EQ(Tracer::extractMethodName("void ("), "");
+}

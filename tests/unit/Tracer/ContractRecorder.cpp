@@ -1,0 +1,22 @@
+#include "ContractRecorder.h"
+
+#include "ContractChecks.h"
+
+#include <mutex>
+#include <utility>
+
+namespace {
+std::mutex mutex;
+std::vector<std::string> violations;
+} // namespace
+
+// Instead of the exception handler's, which would end the process.
+void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    violations.push_back(std::string(kind) + ": " + condition + " " + file + ":" + std::to_string(line));
+}
+
+std::vector<std::string> takeContractViolations() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return std::exchange(violations, {});
+}

@@ -1,0 +1,143 @@
+#include "FlushThread.h"
+#include "CallMarker.h"
+#include "LogMessage.h"
+#include "LoggerFlushThread.h"
+#include "Traced.h"
+#include "TracerFlushThread.h"
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+bool waitUntil(const std::function<bool()>& condition) {
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (Clock::now() > deadline)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+class CountingThread : public FlushThread {
+public:
+    ~CountingThread() override { stop(); }
+    std::atomic<int> m_flushes{0};
+
+protected:
+    void flush() override { ++m_flushes; }
+};
+
+} // namespace
+
+TEST(FlushingThread, FlushesOnceASecond) {
+    const Clock::time_point begin = Clock::now();
+    CountingThread thread;
+    ASSERT_TRUE(thread.start());
+    ASSERT_TRUE(waitUntil([&] { return thread.m_flushes == 2; }));
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(1900));
+}
+
+TEST(FlushingThread, StopsWithoutWaitingForTheSecondAndWithoutAFlush) {
+    CountingThread thread;
+    ASSERT_TRUE(thread.start());
+    const Clock::time_point begin = Clock::now();
+    thread.stop();
+    EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(900));
+    EXPECT_FALSE(thread.isRunning());
+    EXPECT_EQ(thread.m_flushes, 0);
+}
+
+TEST(FlushingThread, MayBeStoppedBeforeItHasStarted) {
+    CountingThread thread;
+    thread.stop();
+    EXPECT_EQ(thread.m_flushes, 0);
+}
+
+class Flushing : public Traced {};
+
+TEST_F(Flushing, TraceReachesItsFileWithinAboutASecond) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    { TRACE_FUNCTION("a"); }
+    EXPECT_TRUE(waitUntil([this] { return file() != "(none)" && !lines().empty(); }));
+    EXPECT_EQ(lines(), std::vector<std::string>{"a\n"});
+}
+
+TEST_F(Flushing, DirectlyWritingTracerHasNoFlushThread) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_MUST_FLUSH\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    m_tracer.setDirectWrite(false);
+    m_tracer.PrintString("waits\n");
+    // A flush thread would take less than two seconds.
+    CountingThread clock;
+    clock.start();
+    ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(Flushing, FlushThreadReachesTheTracerThroughTheInstance) {
+    TracerFlushThread thread;
+    ASSERT_TRUE(thread.start());
+    Tracer other;
+    other.SetFileName(m_folder / "other");
+    Tracer::SetInstance(&other);
+    other.PrintString("x\n");
+    m_tracer.SetFileName("trace");
+    m_tracer.PrintString("x\n");
+    EXPECT_TRUE(waitUntil([&] {
+        const KFLock lock(other.getLock());
+        return other.getFileRing().waiting() == 0;
+    }));
+    thread.stop();
+    EXPECT_EQ(readFile(m_folder / "other_0.txt"), "x\n");
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(Flushing, DestroyedTracerEndsItsFlushThread) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_SET_FILE_NAME " + (m_folder / "own") + "\n");
+    auto tracer = std::make_unique<Tracer>();
+    Tracer::SetInstance(tracer.get());
+    tracer->ReadConfigFile(path.c_str());
+    const Clock::time_point begin = Clock::now();
+    tracer.reset();
+    EXPECT_LT(Clock::now() - begin, std::chrono::milliseconds(900));
+}
+
+TEST_F(Flushing, ConfigurationMayBeReadAgain) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    m_tracer.ReadConfigFile(path.c_str());
+    { TRACE_FUNCTION("a"); }
+    EXPECT_TRUE(waitUntil([this] { return file() != "(none)" && !lines().empty(); }));
+}
+
+TEST_F(Flushing, LogReachesItsFileWithinAboutASecond) {
+    const std::string path = m_folder / "logger.cfg";
+    writeFile(path, "LOG_ON\nLOG_SET_MSG_FILTER LOG_ERROR\nLOG_SET_FILE_NAME log\n");
+    Logger logger;
+    Logger::SetInstance(&logger);
+    logger.SetFolderName(m_folder.path() + "/");
+    logger.ReadConfigFile(path.c_str());
+    LOG_MESSAGE(MSG_ERROR, "x");
+    EXPECT_FALSE(logger.areAllMsgFlushed());
+    EXPECT_TRUE(waitUntil([&] { return logger.areAllMsgFlushed(); }));
+    EXPECT_EQ(readFile(m_folder / "log_0.txt"), "[ERROR  ] x\n");
+}
+
+TEST_F(Flushing, FlushThreadWithoutALoggerDoesNothing) {
+    LoggerFlushThread thread(nullptr);
+    CountingThread clock;
+    ASSERT_TRUE(thread.start());
+    clock.start();
+    EXPECT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
+    thread.stop();
+}

@@ -1,0 +1,138 @@
+#include "QuickFormat.h"
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace {
+
+const char REFUSED[] = "(refused)";
+
+std::string quickly(std::size_t size, const char* format, ...) {
+    std::string buffer(size, '#');
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = formatQuickly(&buffer[0], size, format, arguments);
+    va_end(arguments);
+    if (length < 0)
+        return REFUSED;
+    EXPECT_EQ(static_cast<std::size_t>(length), std::strlen(buffer.c_str())) << format;
+    return buffer.substr(0, static_cast<std::size_t>(length));
+}
+
+template <typename... Arguments>
+std::string asPrintf(const char* format, Arguments... arguments) {
+    char buffer[4096];
+    std::snprintf(buffer, sizeof buffer, format, arguments...);
+    return buffer;
+}
+
+/// The two agree, and the quick one did not refuse.
+template <typename... Arguments>
+void expectSame(const char* format, Arguments... arguments) {
+    EXPECT_EQ(asPrintf(format, arguments...), quickly(4096, format, arguments...)) << format;
+}
+
+TEST(QuickFormat, WritesTextsAndPercentSigns) {
+    expectSame("%s", "");
+    expectSame("plain%s", "");
+    expectSame("device %s arrived, attempt %d of %d, %.3f s", "USB#Vid_12d1&Pid_1001", 1, 10, 1.234);
+    expectSame("%s%s 100%% %c", "a", "b", 'c');
+}
+
+TEST(QuickFormat, WritesIntegersOfEveryLength) {
+    for (const int value : {0, 1, -1, 9, 10, INT_MAX, INT_MIN}) {
+        expectSame("%d|%i", value, value);
+        expectSame("%u|%x|%X", static_cast<unsigned>(value), static_cast<unsigned>(value),
+                   static_cast<unsigned>(value));
+    }
+    expectSame("%ld|%lu|%lx", LONG_MIN, ULONG_MAX, ULONG_MAX);
+    expectSame("%lld|%llu|%llX", LLONG_MIN, ULLONG_MAX, ULLONG_MAX);
+    expectSame("%zu|%zx|%zd", SIZE_MAX, SIZE_MAX, static_cast<std::ptrdiff_t>(PTRDIFF_MIN));
+}
+
+TEST(QuickFormat, PadsIntegers) {
+    for (const int value : {0, 7, -7, 12345, -12345}) {
+        expectSame("[%5d][%-5d][%05d][%-05d][%2d][%0d]", value, value, value, value, value, value);
+        expectSame("[%4x][%-8X][%08x]", static_cast<unsigned>(value), static_cast<unsigned>(value),
+                   static_cast<unsigned>(value));
+    }
+    expectSame("%100d", 1);
+}
+
+TEST(QuickFormat, RoundsDecimalsAsPrintfDoes) {
+    for (const double value : {0.0,           -0.0,
+                               0.5,           1.5,
+                               2.5,           -2.5,
+                               0.05,          0.25,
+                               0.125,         0.375,
+                               0.0625,        0.0005,
+                               0.00048828125, 0.0009765625,
+                               0.0004999,     9.9995,
+                               999.9995,      1e-300,
+                               DBL_MIN,       5e-324,
+                               1.234,         4503599627370495.5,
+                               -1234567.8905}) {
+        expectSame("%.0f %.1f %.2f %.3f", value, value, value, value);
+    }
+}
+
+TEST(QuickFormat, AgreesWithPrintfOnRandomNumbers) {
+    std::mt19937_64 random(20260101);
+    for (int i = 0; i < 200000; ++i) {
+        const std::uint64_t bits = random();
+        // Exponents around 1, where rounding matters.
+        const double value = std::ldexp(static_cast<double>(bits >> 11), -2 - static_cast<int>(bits % 115));
+        expectSame(i % 2 == 0 ? "%.3f" : "%.2f", value);
+        // Halves: a few binary digits behind the point, so that ties are met.
+        expectSame("%.1f %.0f", static_cast<double>(bits % 100000) / 16,
+                   static_cast<double>(bits % 100000) / 8);
+        expectSame("%lld %llx", static_cast<long long>(bits), static_cast<unsigned long long>(bits));
+        if (testing::Test::HasFailure())
+            break;
+    }
+}
+
+TEST(QuickFormat, LeavesToPrintfWhatItDoesNotKnow) {
+    EXPECT_EQ(REFUSED, quickly(100, "%5s", "a"));
+    EXPECT_EQ(REFUSED, quickly(100, "%.2s", "abc"));
+    EXPECT_EQ(REFUSED, quickly(100, "%f", 1.0));
+    EXPECT_EQ(REFUSED, quickly(100, "%.4f", 1.0));
+    EXPECT_EQ(REFUSED, quickly(100, "%8.3f", 1.0));
+    EXPECT_EQ(REFUSED, quickly(100, "%g", 1.0));
+    EXPECT_EQ(REFUSED, quickly(100, "%+d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "%.3d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "%*d", 5, 1));
+    EXPECT_EQ(REFUSED, quickly(100, "%p", static_cast<void*>(nullptr)));
+    EXPECT_EQ(REFUSED, quickly(100, "%hd", 1));
+    EXPECT_EQ(REFUSED, quickly(1000, "%101d", 1));
+    EXPECT_EQ(REFUSED, quickly(1000, "%999999999999d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "at the end %"));
+    EXPECT_EQ(REFUSED, quickly(100, "%s", static_cast<const char*>(nullptr)));
+}
+
+TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
+    for (const double value :
+         {4503599627370496.0, 1e300, std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_EQ(REFUSED, quickly(100, "%.3f", value));
+    }
+}
+
+TEST(QuickFormat, LeavesWhatDoesNotFitToPrintf) {
+    EXPECT_EQ("abc", quickly(4, "%s", "abc"));
+    EXPECT_EQ(REFUSED, quickly(3, "%s", "abc"));
+    EXPECT_EQ(REFUSED, quickly(3, "abc"));
+    EXPECT_EQ(REFUSED, quickly(4, "abc%d", 1));
+    EXPECT_EQ(REFUSED, quickly(6, "%5d%s", 1, "a"));
+    EXPECT_EQ(REFUSED, quickly(1, "%c", 'a'));
+}
+
+} // namespace

@@ -1,0 +1,62 @@
+#include "TimeStamp.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+#include <sys/time.h>
+
+namespace {
+
+long long nowInMilliseconds() {
+    timeval now;
+    gettimeofday(&now, nullptr);
+    return now.tv_sec * 1000LL + now.tv_usec / 1000;
+}
+
+// Today's (or, just after midnight, tomorrow's) time of day that the stamp tells, in milliseconds.
+long long stampInMilliseconds(const std::string& stamp) {
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    int milliseconds = 0;
+    EXPECT_EQ(std::sscanf(stamp.c_str(), "[%02d:%02d:%02d-%03d]", &hours, &minutes, &seconds, &milliseconds),
+              4);
+    return ((hours * 60LL + minutes) * 60 + seconds) * 1000 + milliseconds;
+}
+
+long long sinceMidnight(long long milliseconds) {
+    const std::time_t second = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm local;
+    localtime_r(&second, &local);
+    return ((local.tm_hour * 60LL + local.tm_min) * 60 + local.tm_sec) * 1000 + milliseconds % 1000;
+}
+
+} // namespace
+
+TEST(TimeStamp, IsTheLocalTimeWithMilliseconds) {
+    TimeStamp stamp;
+    std::string line = "x";
+    const long long before = nowInMilliseconds();
+    stamp.appendNow(line);
+    const long long after = nowInMilliseconds();
+    ASSERT_EQ(line.size(), 15U) << line;
+    const long long shown = stampInMilliseconds(line.substr(1));
+    constexpr long long day = 24LL * 60 * 60 * 1000;
+    const long long passed = (shown - sinceMidnight(before) + day) % day;
+    EXPECT_LE(passed, after - before);
+}
+
+TEST(TimeStamp, GoesOnWhenTheSecondChanges) {
+    TimeStamp stamp;
+    std::string previous;
+    stamp.appendNow(previous);
+    std::string next = previous;
+    const long long deadline = nowInMilliseconds() + 5000;
+    while (next.substr(0, 10) == previous.substr(0, 10) && nowInMilliseconds() < deadline) {
+        next.clear();
+        stamp.appendNow(next);
+    }
+    constexpr long long day = 24LL * 60 * 60 * 1000;
+    const long long passed = (stampInMilliseconds(next) - stampInMilliseconds(previous) + day) % day;
+    EXPECT_GT(passed, 0);
+    EXPECT_LE(passed, 2000);
+}
