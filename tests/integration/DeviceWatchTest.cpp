@@ -29,8 +29,7 @@ TEST_F(DeviceWatch, ModemThatIsPresentAtStartStartsBothApplications) {
 }
 
 TEST_F(DeviceWatch, OnlyTheIdToFindCountsForWhatIsPresentAtStart) {
-    m_machine.installLauncherConfiguration(hardwareIdentifier(m_modem.modem), "USB#Vid_0001&Pid_0002",
-                                           hardwareIdentifier(m_modem.cdRom));
+    configure(hardwareIdentifier(m_modem.modem), "USB#Vid_0001&Pid_0002", hardwareIdentifier(m_modem.cdRom));
     m_bus.plug("1-1", m_modem.modem);
     m_bus.plug("1-2", m_modem.cdRom);
     startLauncher();
@@ -91,16 +90,14 @@ TEST_F(DeviceWatch, NetworkModemIsAModemLikeAnyOther) {
 }
 
 TEST_F(DeviceWatch, IdToDetectMayDifferInLetterCase) {
-    m_machine.installLauncherConfiguration("usb#VID_12D1&pID_1001", "USB#Vid_12d1&Pid_1001",
-                                           "USB#Vid_0001&Pid_0001");
+    configure("usb#VID_12D1&pID_1001", "USB#Vid_12d1&Pid_1001", "USB#Vid_0001&Pid_0001");
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
 }
 
 TEST_F(DeviceWatch, DigitsOfTheIdToFindMayDifferInLetterCase) {
-    m_machine.installLauncherConfiguration("USB#Vid_0001&Pid_0001", "USB#Vid_12D1&Pid_1001",
-                                           "USB#Vid_0001&Pid_0001");
+    configure("USB#Vid_0001&Pid_0001", "USB#Vid_12D1&Pid_1001", "USB#Vid_0001&Pid_0001");
     m_bus.plug("1-1", m_modem.modem);
     startLauncher();
     expectStarts(1, 1);

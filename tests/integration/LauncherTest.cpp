@@ -57,8 +57,14 @@ Modem LauncherTest::modemNamed(const std::string& fileName) {
 }
 
 void LauncherTest::configureFor(const UsbDevice& modem, const UsbDevice& cdRom) {
-    m_machine.installLauncherConfiguration(hardwareIdentifier(modem), hardwareIdentifier(modem),
-                                           hardwareIdentifier(cdRom));
+    configure(hardwareIdentifier(modem), hardwareIdentifier(modem), hardwareIdentifier(cdRom));
+}
+
+void LauncherTest::configure(const std::string& toDetect, const std::string& toFind,
+                             const std::string& cdRomToDetect) {
+    m_machine.installLauncherConfiguration({{"MacHardwareIdToDetect", toDetect},
+                                            {"MacHardwareIdToFind", toFind},
+                                            {"MacCdRomHIdToDetect", cdRomToDetect}});
 }
 
 void LauncherTest::startLauncherWithoutWaiting(const std::vector<std::string>& environment) {

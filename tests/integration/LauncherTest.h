@@ -45,6 +45,7 @@ protected:
 
     /** Installs identifiers for the modem's two personalities. */
     void configureFor(const UsbDevice& modem, const UsbDevice& cdRom);
+    void configure(const std::string& toDetect, const std::string& toFind, const std::string& cdRomToDetect);
 
     static Modem modemNamed(const std::string& fileName);
 

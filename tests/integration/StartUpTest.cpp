@@ -142,13 +142,21 @@ TEST_F(StartUp, WithoutLauncherConfigurationRunsOnAndNothingMatches) {
     expectStarts(0, 0);
 }
 
+TEST_F(StartUp, LauncherConfigurationThatIsNoPropertyListIsAsGoodAsNone) {
+    m_machine.install("Launcher.cfg", "MacHardwareIdToFind=USB#Vid_12d1&Pid_1001\n");
+    startLauncher();
+    EXPECT_EQ(m_trace.count(">> [E] No XML header found\n"), 1);
+    EXPECT_EQ(m_trace.count(">> [E] Error accessing ZevoLauncher parameters.\n"), 1);
+    m_bus.plug("1-1", m_modem.modem);
+    plugMarker();
+    expectStarts(0, 0);
+}
+
 // An id without its markers is rewritten from its fourth character on. An empty one has none, and that error
 // is nobody's: it ends the launcher as a crash does.
 TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
-    m_machine.install("Launcher.cfg",
-                      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-                      "<key>MacHardwareIdToDetect</key><string>USB#Vid_12d1</string>\n"
-                      "</dict>\n</plist>\n");
+    m_machine.installLauncherConfiguration({{"MacHardwareIdToDetect", "USB#Vid_12d1&Pid_1001"},
+                                            {"MacCdRomHIdToDetect", "USB#Vid_12d1&Pid_1446"}});
     expectStandardError(HasSubstr("basic_string::substr"));
     startLauncherWithoutWaiting();
     expectExit(0);
@@ -157,10 +165,7 @@ TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
 }
 
 TEST_F(StartUp, OnlyTheIdToFindIsEnoughForAModemThatIsPresent) {
-    m_machine.install("Launcher.cfg",
-                      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-                      "<key>MacHardwareIdToFind</key><string>USB#Vid_12d1&amp;Pid_1001</string>\n"
-                      "</dict>\n</plist>\n");
+    m_machine.installLauncherConfiguration({{"MacHardwareIdToFind", "USB#Vid_12d1&Pid_1001"}});
     m_bus.plug("1-1", m_modem.modem);
     startLauncher();
     expectStarts(1, 1);

@@ -86,7 +86,7 @@ void Demo::switchToModem(VirtualUsbBus& bus) {
 void Demo::unplug(VirtualUsbBus& bus) {
     m_narrator.beginStep();
     m_narrator.say("Unplugging the modem.");
-    const std::string removal = "HID = " + hardwareIdentifier(m_configuration.modem);
+    const std::string removal = ">> [D] HID = " + hardwareIdentifier(m_configuration.modem) + ".\n";
     bus.unplug(PORT);
     tellUntil([&] { return m_trace.count(removal) > 0; }, "The launcher does not see the removal.");
     m_narrator.say("The applications stay: whoever opened them closes them.");

@@ -46,23 +46,22 @@ std::string nameOf(SampleMachine::Bundle bundle) {
     return bundle == SampleMachine::Bundle::mainApplication ? "Quillmarsh" : "Murmel";
 }
 
-std::string propertyList(const std::string& body) {
+/** An application's Info.plist, read by the platform. */
+std::string informationAbout(const std::string& name) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<!DOCTYPE plist PUBLIC \"-//Apple Computer//DTD PLIST 1.0//EN\" "
            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\">\n<dict>\n" +
-           body + "</dict>\n</plist>\n";
+           "<plist version=\"1.0\"><dict>\n"
+           "\t<key>CFBundleExecutable</key><string>" +
+           name +
+           "</string>\n"
+           "\t<key>CFBundleName</key><string>" +
+           name + "</string>\n</dict></plist>\n";
 }
 
-std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char character : text)
-        result += character == '&' ? std::string("&amp;") : std::string(1, character);
-    return result;
-}
-
-std::string stringEntry(const std::string& key, const std::string& value) {
-    return "\t<key>" + key + "</key>\n\t<string>" + escaped(value) + "</string>\n";
+/** One element per line, nothing escaped: the form that the launcher reads. */
+std::string launcherEntry(const std::string& key, const std::string& value) {
+    return "\t<key>" + key + "</key>\n\t<string>" + value + "</string>\n";
 }
 
 std::string executableOfProcess(const std::string& pid) {
@@ -172,11 +171,12 @@ std::string SampleMachine::installedText(const std::string& name) const {
     return readTextFile(installationFolder() + "/" + name);
 }
 
-void SampleMachine::installLauncherConfiguration(const std::string& toDetect, const std::string& toFind,
-                                                 const std::string& cdRomToDetect) const {
-    install("Launcher.cfg", propertyList(stringEntry("MacHardwareIdToDetect", toDetect) +
-                                         stringEntry("MacHardwareIdToFind", toFind) +
-                                         stringEntry("MacCdRomHIdToDetect", cdRomToDetect)));
+void SampleMachine::installLauncherConfiguration(
+    const std::map<std::string, std::string>& identifiers) const {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n";
+    for (const auto& identifier : identifiers)
+        text += launcherEntry(identifier.first, identifier.second);
+    install("Launcher.cfg", text + "</dict>\n</plist>\n");
 }
 
 std::string SampleMachine::pathOf(Bundle bundle) {
@@ -190,9 +190,7 @@ std::string SampleMachine::executableOf(Bundle bundle) const {
 
 void SampleMachine::createBundle(Bundle bundle) const {
     createFolders(placeOf(bundle) + "/Contents/MacOS");
-    writeTextFile(placeOf(bundle) + "/Contents/Info.plist",
-                  propertyList(stringEntry("CFBundleExecutable", nameOf(bundle)) +
-                               stringEntry("CFBundleName", nameOf(bundle))));
+    writeTextFile(placeOf(bundle) + "/Contents/Info.plist", informationAbout(nameOf(bundle)));
     copyProgram(ZEVO_SAMPLE_PROGRAM, executableOf(bundle));
 }
 

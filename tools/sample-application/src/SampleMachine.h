@@ -2,6 +2,7 @@
 
 #include "ThrowAwayFolder.h"
 
+#include <map>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -55,9 +56,8 @@ public:
     void install(const std::string& name, const std::string& text) const;
     void uninstall(const std::string& name) const;
     std::string installedText(const std::string& name) const;
-    /** Installs a Launcher.cfg with these three identifiers. */
-    void installLauncherConfiguration(const std::string& toDetect, const std::string& toFind,
-                                      const std::string& cdRomToDetect) const;
+    /** Installs a Launcher.cfg with these keys and identifiers. */
+    void installLauncherConfiguration(const std::map<std::string, std::string>& identifiers) const;
 
     /** The bundle's path as the launcher names it, and where it really lies. */
     static std::string pathOf(Bundle bundle);

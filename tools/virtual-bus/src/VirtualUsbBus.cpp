@@ -1,5 +1,7 @@
 #include "VirtualUsbBus.h"
 
+#include "EventRoom.h"
+
 #include <cstdio>
 #include <stdexcept>
 #include <umockdev.h>
@@ -62,17 +64,13 @@ bool VirtualUsbBus::isPossible() {
 VirtualUsbBus::VirtualUsbBus() : m_testbed(umockdev_testbed_new()) {
     if (!umockdev_in_mock_environment())
         throw std::runtime_error("a virtual USB bus needs a process started by umockdev-wrapper");
+    char* folder = umockdev_testbed_get_root_dir(m_testbed.get());
+    m_folder = folder;
+    g_free(folder);
     ensureRootHub("1");
 }
 
 VirtualUsbBus::~VirtualUsbBus() = default;
-
-std::string VirtualUsbBus::folder() const {
-    char* folder = umockdev_testbed_get_root_dir(m_testbed.get());
-    const std::string result = folder;
-    g_free(folder);
-    return result;
-}
 
 void VirtualUsbBus::plug(const std::string& port, const UsbDevice& device) {
     ensureRootHub(busOf(port));
@@ -166,6 +164,7 @@ void VirtualUsbBus::addNode(const std::string& path, const Texts& properties, co
         description += "E: " + property.first + "=" + property.second + "\n";
     for (const auto& attribute : attributes)
         description += "A: " + attribute.first + "=" + attribute.second + "\\n\n";
+    waitForEventRoom(m_folder);
     GError* error = nullptr;
     if (!umockdev_testbed_add_from_string(m_testbed.get(), description.c_str(), &error)) {
         const std::string reason = error ? error->message : "unknown reason";
@@ -176,6 +175,7 @@ void VirtualUsbBus::addNode(const std::string& path, const Texts& properties, co
 }
 
 void VirtualUsbBus::sendEvent(const std::string& path, const char* action) {
+    waitForEventRoom(m_folder);
     umockdev_testbed_uevent(m_testbed.get(), path.c_str(), action);
     ++m_eventCount;
 }

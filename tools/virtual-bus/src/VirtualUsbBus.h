@@ -48,7 +48,7 @@ public:
     bool isPlugged(const std::string& port) const { return m_ports.count(port) != 0; }
 
     /** The folder in which the bus lies; gone when the bus is. */
-    std::string folder() const;
+    const std::string& folder() const { return m_folder; }
 
     /** Events sent since the bus exists. */
     unsigned long eventCount() const { return m_eventCount; }
@@ -77,6 +77,7 @@ private:
     std::string pathOf(const std::string& port) const;
 
     std::unique_ptr<UMockdevTestbed, TestbedDeleter> m_testbed;
+    std::string m_folder;
     std::map<std::string, std::vector<Node>> m_ports; // nodes in the order in which they were added
     std::map<std::string, std::string> m_rootHubs;    // bus number: sysfs path
     std::set<std::string> m_names;                    // names of serial ports and network interfaces in use
