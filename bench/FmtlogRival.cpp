@@ -1,0 +1,36 @@
+#include <string>
+
+#define FMT_HEADER_ONLY
+#include "fmtlog-inl.h"
+
+namespace rivals {
+
+struct Fmtlog {
+    static void start(const std::string& path);
+    static void line(const char* device, int attempt, int total, double seconds);
+    static void off(const char* device, int attempt, int total, double seconds);
+    static void finish();
+};
+
+void Fmtlog::start(const std::string& path) {
+    fmtlog::setLogFile(path.c_str(), true);
+    fmtlog::setHeaderPattern("[{HMSe}][{l}] ");
+    fmtlog::setLogLevel(fmtlog::INF);
+    fmtlog::startPollingThread(1000000);
+}
+
+void Fmtlog::line(const char* device, int attempt, int total, double seconds) {
+    logi("device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
+}
+
+void Fmtlog::off(const char* device, int attempt, int total, double seconds) {
+    logd("device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
+}
+
+void Fmtlog::finish() {
+    fmtlog::stopPollingThread();
+    fmtlog::poll(true);
+    fmtlog::closeLogFile();
+}
+
+} // namespace rivals
