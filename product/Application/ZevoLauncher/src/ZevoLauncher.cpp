@@ -87,6 +87,8 @@ void ZevoLauncher::run() {
         m_modemHIdToDetect = configuration->getModemHIdToDetect();
         m_cdRomHIdToDetect = configuration->getCdRomHIdToDetect();
         m_modemHIdToFind = configuration->getModemHIdToFind();
+        TRACE_MESSAGE(MSG_DEBUG, "Configured : modem = %s, cdrom = %s, to be found = %s",
+                      m_modemHIdToDetect.c_str(), m_cdRomHIdToDetect.c_str(), m_modemHIdToFind.c_str());
         m_modemHIdToFind = toDecimalPair(m_modemHIdToFind);
     } catch (const KFException& e) {
         TRACE_MESSAGE(MSG_ERROR, "Error accessing ZevoLauncher parameters.");

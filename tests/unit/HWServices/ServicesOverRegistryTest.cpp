@@ -1,0 +1,230 @@
+#include "Dictionary.h"
+#include "HWServicePnPClient.h"
+#include "MAC/HWServiceDetectionIOKit.h"
+#include "MAC/HWServicePnPIOKit.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <LinuxPlatform.h>
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// The services over the registry that the launcher uses on this host, with devices plugged by hand.
+
+using LinuxPlatform::Device;
+using LinuxPlatform::DeviceKind;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const char MODEM[] = "USB#Vid_12d1&Pid_1001";
+
+class Client : public HWServicePnPClient {
+public:
+    void onResumeStandbyMode() override {}
+    void onDeviceArrival(std::string& hid) override { arrivals.push_back(hid); }
+    void onDeviceRemoval(std::string& hid) override { removals.push_back(hid); }
+
+    std::vector<std::string> arrivals;
+    std::vector<std::string> removals;
+};
+
+Device usbDevice(const std::string& port, int vendor, int product) {
+    Device device;
+    device.path = "/bus/" + port;
+    device.name = "Device " + port;
+    device.location = static_cast<std::uint32_t>(std::stoi(port.substr(port.find('-') + 1)));
+    device.vendor = vendor;
+    device.product = product;
+    return device;
+}
+
+Device part(const Device& parent, DeviceKind kind, const std::string& name, std::uint32_t location) {
+    Device device;
+    device.kind = kind;
+    device.path = parent.path + "/" + name;
+    device.parent = parent.path;
+    device.name = name;
+    device.location = location;
+    if (kind == DeviceKind::SerialPort)
+        device.node = "/dev/" + name;
+    return device;
+}
+
+class ServicesOverRegistryTest : public testing::Test {
+protected:
+    ServicesOverRegistryTest() {
+        LinuxPlatform::UseDevicesByHand();
+        LinuxPlatform::AllDevicesLeft();
+        m_before = LinuxPlatform::CountLiveObjects();
+        m_service.registerClient(&m_client);
+    }
+    void TearDown() override {
+        LinuxPlatform::AllDevicesLeft();
+        if (m_isRegistered) {
+            deliver();
+            m_service.unRegisterService();
+        }
+        EXPECT_EQ(m_before, LinuxPlatform::CountLiveObjects());
+    }
+    void registerService() {
+        m_service.registerService();
+        m_isRegistered = true;
+    }
+    static void deliver() {
+        while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) == kCFRunLoopRunHandledSource)
+            continue;
+    }
+    static std::set<std::string> connected() {
+        HWServiceDetectionIOKit detection;
+        std::set<std::string> devices;
+        detection.getConnectedDevices("USB", devices);
+        return devices;
+    }
+    void arrive(const Device& device) {
+        LinuxPlatform::DeviceArrived(device);
+        deliver();
+    }
+
+    LinuxPlatform::LiveObjects m_before;
+    Client m_client;
+    HWServicePnPIOKit m_service;
+    bool m_isRegistered = false;
+};
+
+TEST_F(ServicesOverRegistryTest, ADeviceIsListedInDecimalWhileItIsThere) {
+    EXPECT_THAT(connected(), IsEmpty());
+    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1401));
+    EXPECT_THAT(connected(), ElementsAre("4817|5121"));
+    LinuxPlatform::AllDevicesLeft();
+    EXPECT_THAT(connected(), IsEmpty());
+}
+
+TEST_F(ServicesOverRegistryTest, AnArrivalIsToldOnceForTheDeviceAndOncePerServiceThatCarriesItsIds) {
+    registerService();
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+    arrive(modem);
+    const size_t forTheDevice = m_client.arrivals.size();
+    EXPECT_GE(forTheDevice, 1u);
+    arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
+    arrive(part(modem, DeviceKind::UsbInterface, "if1", 1));
+    EXPECT_EQ(forTheDevice + 2, m_client.arrivals.size());
+    EXPECT_THAT(m_client.arrivals, Each(MODEM));
+    EXPECT_THAT(m_client.removals, IsEmpty());
+}
+
+TEST_F(ServicesOverRegistryTest, ARemovalIsToldOnce) {
+    registerService();
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+    arrive(modem);
+    arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
+    LinuxPlatform::DeviceLeft(modem.path);
+    deliver();
+    EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
+}
+
+TEST_F(ServicesOverRegistryTest, WhatIsPresentAtRegistrationGivesNoArrivalButItsRemovalIsTold) {
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+    LinuxPlatform::DeviceArrived(modem);
+    LinuxPlatform::DeviceArrived(part(modem, DeviceKind::UsbInterface, "if0", 0));
+    registerService();
+    deliver();
+    EXPECT_THAT(m_client.arrivals, IsEmpty());
+    LinuxPlatform::DeviceLeft(modem.path);
+    deliver();
+    EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
+}
+
+TEST_F(ServicesOverRegistryTest, AnInterfaceOfAnEqualDeviceIsToldForItsOwnDeviceOnly) {
+    registerService();
+    const Device first = usbDevice("1-1", 0x12D1, 0x1001);
+    const Device tenth = usbDevice("1-10", 0x12D1, 0x1001);
+    arrive(first);
+    arrive(tenth);
+    m_client.arrivals.clear();
+    arrive(part(tenth, DeviceKind::UsbInterface, "if0", 0));
+    EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM));
+}
+
+TEST_F(ServicesOverRegistryTest, TheCdRomPersonalityLeavesAndTheModemArrives) {
+    registerService();
+    arrive(usbDevice("1-1", 0x12D1, 0x1446));
+    m_client.arrivals.clear();
+    LinuxPlatform::DeviceChanged(usbDevice("1-1", 0x12D1, 0x1001));
+    deliver();
+    EXPECT_THAT(m_client.removals, ElementsAre("USB#Vid_12d1&Pid_1446"));
+    EXPECT_THAT(m_client.arrivals, Each(MODEM));
+    EXPECT_FALSE(m_client.arrivals.empty());
+}
+
+TEST_F(ServicesOverRegistryTest, DevicesThatComeAndGoBeforeTheLoopRunsAreToldBothAndLeaveNothingBehind) {
+    registerService();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    for (int i = 0; i < 10; ++i) {
+        LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+        LinuxPlatform::DeviceLeft("/bus/1-1");
+    }
+    deliver();
+    EXPECT_EQ(10u, m_client.arrivals.size());
+    EXPECT_EQ(10u, m_client.removals.size());
+    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+}
+
+TEST_F(ServicesOverRegistryTest, AThousandArrivalsAndRemovalsLeaveNoObjectBehind) {
+    registerService();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    for (int i = 0; i < 1000; ++i) {
+        const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+        arrive(modem);
+        arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
+        LinuxPlatform::DeviceLeft(modem.path);
+        deliver();
+    }
+    EXPECT_EQ(1000u, m_client.removals.size());
+    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+}
+
+TEST_F(ServicesOverRegistryTest, AServiceCanBeUnregisteredAndRegisteredAgain) {
+    registerService();
+    m_service.unRegisterService();
+    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+    deliver();
+    EXPECT_THAT(m_client.arrivals, IsEmpty());
+    registerService();
+    arrive(usbDevice("1-2", 0x12D1, 0x1002));
+    EXPECT_THAT(m_client.arrivals, Each("USB#Vid_12d1&Pid_1002"));
+    EXPECT_FALSE(m_client.arrivals.empty());
+}
+
+TEST_F(ServicesOverRegistryTest, TheModemsOwnPortsAndInterfaceAreFound) {
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1401);
+    const Device interface = part(modem, DeviceKind::UsbInterface, "if0", 0);
+    const Device other = usbDevice("1-2", 0x0001, 0x0002);
+    LinuxPlatform::DeviceArrived(modem);
+    LinuxPlatform::DeviceArrived(interface);
+    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB0", 0));
+    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB1", 1));
+    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::NetworkInterface, "wwan0", 2));
+    LinuxPlatform::DeviceArrived(other);
+    LinuxPlatform::DeviceArrived(part(other, DeviceKind::SerialPort, "ttyUSB2", 0));
+    LinuxPlatform::DeviceArrived(part(other, DeviceKind::NetworkInterface, "usb0", 1));
+
+    Dictionary description, result;
+    description.addValue("VendorID", std::string("4817"));
+    description.addValue("ProductID", std::string("5121"));
+    description.addValue("PortHID", std::string("TTYUSB1"));
+    description.addValue("ModemPortHID", std::string("usb0$"));
+    description.addValue("NetworkAdapterHID", std::string("yes"));
+    description.addValue("ModemHID", std::string("Modem"));
+    HWServiceDetectionIOKit detection;
+    detection.detectDeviceHID(description, result);
+    EXPECT_STREQ("Modem", result.getValue(std::string("DetectedModemName")));
+    EXPECT_STREQ("/dev/ttyUSB1", result.getValue(std::string("DetectedPortName")));
+    EXPECT_STREQ("/dev/ttyUSB0", result.getValue(std::string("DetectedModemPortName")));
+    EXPECT_STREQ("wwan0", result.getValue(std::string("DetectedNetworkAdapterName")));
+}
+
+} // namespace
