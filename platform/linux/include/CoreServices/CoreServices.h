@@ -48,7 +48,7 @@ typedef struct FSRef FSRef;
 /// folder.
 /// @param isDirectory  set to whether it is a folder; may be null
 /// @return noErr; fnfErr: nothing there, or a dangling link; afpAccessDenied: a folder on the way may not be
-///         searched; bdNamErr: a name or the path is too long; ioErr: links in a circle, or a failing disk;
+///         searched; bdNamErr: a name is too long; ioErr: links in a circle, or a failing disk;
 ///         paramErr: `path` or `ref` is null. `ref` and `isDirectory` are written on success only.
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
 
@@ -129,7 +129,7 @@ typedef struct LSApplicationParameters {
 /// run or could not.
 ///
 /// Which executable: Contents/MacOS/<name>, where the name is CFBundleExecutable of Contents/Info.plist (text
-/// or binary); without that key, or without a readable Info.plist of at most 256 KB, the bundle's own name
+/// or binary); without that key, or without a readable Info.plist of at most 64 KB, the bundle's own name
 /// without ".app". A name with a "/" in it, "." and ".." are refused.
 ///
 /// What it gets: no arguments; the caller's environment with the variables below; folder "/"; standard input,

@@ -126,11 +126,18 @@ long cloneProcess(unsigned long exitSignal) {
         ::syscall(SYS_exit_group, 0);
 }
 
-void resetSignals() {
-    struct sigaction byDefault = {};
-    byDefault.sa_handler = SIG_DFL;
+void setAllSignals(void (*disposition)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = disposition;
     for (int signal = 1; signal <= SIGRTMAX; ++signal)
-        ::sigaction(signal, &byDefault, nullptr);
+        ::sigaction(signal, &action, nullptr);
+}
+
+/// Ignoring a signal for a moment also discards one that is pending: what was sent to the launcher's process
+/// group before this process left it was not meant for the program.
+void resetSignals() {
+    setAllSignals(SIG_IGN);
+    setAllSignals(SIG_DFL);
 }
 
 bool putNullDeviceOnStandardFiles(int nullDevice) {

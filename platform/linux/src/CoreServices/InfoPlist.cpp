@@ -10,9 +10,10 @@
 
 namespace platform {
 
-// Generous for a file of a few dozen lines. The library walks a property list recursively, and what fits in
-// here cannot nest so deep that this exhausts the stack.
-static const off_t INFO_PLIST_LIMIT = 256 * 1024;
+// Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
+// in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
+// long.
+static const off_t INFO_PLIST_LIMIT = 64 * 1024;
 
 static std::string readSmallRegularFile(const std::string& path) {
     // Non-blocking, because what bears the name may be a pipe that nobody writes to.

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <LinuxPlatform.h>
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+
+/// A test that has to leave the live objects of the platform layer as it found them: nothing leaked, nothing
+/// released too often.
+class LiveObjectsTest : public ::testing::Test {
+protected:
+    LiveObjectsTest() : m_before(LinuxPlatform::CountLiveObjects()) {}
+
+    void TearDown() override { EXPECT_EQ(LinuxPlatform::CountLiveObjects(), m_before); }
+
+    /// Runs something that breaks a rule on purpose, and returns what was said about it.
+    std::string ComplaintsOf(const std::function<void()>& work) {
+        const std::size_t complaints = LinuxPlatform::CountLiveObjects().complaints;
+        ::testing::internal::CaptureStderr();
+        work();
+        m_before.complaints += LinuxPlatform::CountLiveObjects().complaints - complaints;
+        return ::testing::internal::GetCapturedStderr();
+    }
+
+private:
+    LinuxPlatform::LiveObjects m_before;
+};

@@ -1,0 +1,292 @@
+#include "LiveObjects.h"
+
+#include "RunLoop.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <atomic>
+#include <functional>
+#include <poll.h>
+#include <thread>
+
+namespace {
+
+std::atomic<int> sleeps{0};
+
+} // namespace
+
+extern "C" {
+int __real_ppoll(pollfd* descriptors, nfds_t count, const timespec* timeout, const sigset_t* mask);
+
+int __wrap_ppoll(pollfd* descriptors, nfds_t count, const timespec* timeout, const sigset_t* mask) {
+    ++sleeps;
+    return __real_ppoll(descriptors, count, timeout, mask);
+}
+}
+
+namespace {
+
+using LinuxPlatform::HandOver;
+using LinuxPlatform::Owned;
+using LinuxPlatform::RunLoopSource;
+using LinuxPlatform::WakeUp;
+
+/// Delivers one callback per signal.
+class SignalledSource final : public RunLoopSource {
+public:
+    explicit SignalledSource(std::function<void()> callback) : m_callback(std::move(callback)) {}
+
+    void AppendDescriptors(std::vector<pollfd>& descriptors) const override {
+        descriptors.push_back({m_wakeUp.Descriptor(), POLLIN, 0});
+    }
+    bool Deliver() override {
+        m_wakeUp.Clear();
+        if (m_due == 0)
+            return false;
+        if (--m_due > 0)
+            m_wakeUp.Signal();
+        m_callback();
+        return true;
+    }
+
+    void Signal() {
+        ++m_due;
+        m_wakeUp.Signal();
+    }
+    /// Wakes the loop up with nothing to deliver.
+    void Disturb() { m_wakeUp.Signal(); }
+
+private:
+    WakeUp m_wakeUp;
+    std::atomic<int> m_due{0};
+    const std::function<void()> m_callback;
+};
+
+class CFRunLoop : public LiveObjectsTest {
+protected:
+    static Owned<SignalledSource> MakeSource(std::function<void()> callback = [] {}) {
+        return Owned<SignalledSource>(HandOver(std::make_unique<SignalledSource>(std::move(callback))));
+    }
+
+    static CFRunLoopRunResult RunFor(CFTimeInterval seconds, bool once = false) {
+        return CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, once);
+    }
+
+    static void AwaitWaiting(CFRunLoopRef loop) {
+        while (!CFRunLoopIsWaiting(loop))
+            std::this_thread::yield();
+    }
+
+    const CFRunLoopRef m_loop = CFRunLoopGetCurrent();
+};
+
+const CFTimeInterval LONG = 60;
+
+} // namespace
+
+TEST_F(CFRunLoop, EveryThreadHasItsOwn) {
+    EXPECT_EQ(CFRunLoopGetCurrent(), m_loop);
+    std::thread([this] { EXPECT_NE(CFRunLoopGetCurrent(), m_loop); }).join();
+}
+
+TEST_F(CFRunLoop, EndsAtOnceWithoutSources) {
+    CFRunLoopRun();
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
+}
+
+TEST_F(CFRunLoop, DeliversOnItsOwnThread) {
+    std::thread::id deliveredOn;
+    const auto source = MakeSource([&] {
+        deliveredOn = std::this_thread::get_id();
+        CFRunLoopStop(m_loop);
+    });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    std::thread([&] { source->Signal(); }).join();
+    CFRunLoopRun();
+    EXPECT_EQ(deliveredOn, std::this_thread::get_id());
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, EndsWhenItsLastSourceIsRemoved) {
+    Owned<SignalledSource> source =
+        MakeSource([&] { CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopCommonModes); });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
+    source->Signal();
+    CFRunLoopRun();
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopCommonModes));
+}
+
+TEST_F(CFRunLoop, EndsWhenItsLastSourceIsInvalidated) {
+    Owned<SignalledSource> source = MakeSource([&] { CFRunLoopSourceInvalidate(source.Get()); });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
+    source->Signal();
+    CFRunLoopRun();
+    EXPECT_FALSE(CFRunLoopSourceIsValid(source.Get()));
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode)) << "invalid for good";
+}
+
+TEST_F(CFRunLoop, EndsWhenAnotherThreadTakesTheLastSourceWhileItSleeps) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    std::thread other([&] {
+        AwaitWaiting(m_loop);
+        CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    });
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
+    other.join();
+}
+
+TEST_F(CFRunLoop, IsStoppedFromAnyThread) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    std::thread other([&] {
+        AwaitWaiting(m_loop);
+        CFRunLoopStop(m_loop);
+    });
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    other.join();
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, AStopWithoutARunIsForgotten) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopStop(m_loop);
+    EXPECT_EQ(RunFor(0.001), kCFRunLoopRunTimedOut);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, AStopEndsTheInnermostRunOnly) {
+    int depth = 0;
+    Owned<SignalledSource> source = MakeSource([&] {
+        if (++depth == 1) {
+            source->Signal();
+            EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+            EXPECT_EQ(depth, 2);
+        } else {
+            CFRunLoopStop(m_loop);
+        }
+    });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    source->Signal();
+    EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, WhatIsDueAfterAStopWaitsForTheNextRun) {
+    int delivered = 0;
+    const auto source = MakeSource([&] {
+        ++delivered;
+        CFRunLoopStop(m_loop);
+    });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    source->Signal();
+    source->Signal();
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    EXPECT_EQ(delivered, 1);
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    EXPECT_EQ(delivered, 2);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, ReturnsAfterOneSourceWhenAsked) {
+    int delivered = 0;
+    const auto source = MakeSource([&] { ++delivered; });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    source->Signal();
+    source->Signal();
+    EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(delivered, 1);
+    EXPECT_EQ(RunFor(0, true), kCFRunLoopRunHandledSource) << "one pass delivers what is due";
+    EXPECT_EQ(RunFor(0, true), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(delivered, 2);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, AWakeUpThatDeliversNothingHandlesNothing) {
+    const auto source = MakeSource([] { FAIL() << "nothing is due"; });
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    source->Disturb();
+    EXPECT_EQ(RunFor(0.001, true), kCFRunLoopRunTimedOut);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, DoesNotWakeUpWhileNothingHappens) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    EXPECT_EQ(RunFor(0), kCFRunLoopRunTimedOut) << "the wake-up of the adding";
+    sleeps = 0;
+    EXPECT_EQ(RunFor(0.05), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(sleeps, 1);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+}
+
+TEST_F(CFRunLoop, ASourceRemovedByAnothersCallbackIsNotCalled) {
+    int called = 0;
+    Owned<SignalledSource> first;
+    Owned<SignalledSource> second;
+    const auto removeBoth = [&] {
+        ++called;
+        CFRunLoopRemoveSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
+        CFRunLoopRemoveSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
+    };
+    first = MakeSource(removeBoth);
+    second = MakeSource(removeBoth);
+    CFRunLoopAddSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
+    first->Signal();
+    second->Signal();
+    CFRunLoopRun();
+    EXPECT_EQ(called, 1);
+}
+
+TEST_F(CFRunLoop, CommonModesServeTheDefaultModeAndAreNoModeToRunIn) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
+    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopCommonModes));
+    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode));
+    EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, LONG, FALSE), kCFRunLoopRunFinished);
+    source->Signal();
+    EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopCommonModes);
+}
+
+TEST_F(CFRunLoop, AModeOfItsOwnServesOnlyItsSources) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), CFSTR("private"));
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode));
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
+    source->Signal();
+    EXPECT_EQ(CFRunLoopRunInMode(CFSTR("private"), LONG, TRUE), kCFRunLoopRunHandledSource);
+    CFRunLoopRemoveSource(m_loop, source.Get(), CFSTR("private"));
+}
+
+TEST_F(CFRunLoop, AddingTwiceIsAddingOnce) {
+    const auto source = MakeSource();
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
+}
+
+TEST_F(CFRunLoop, AThreadsEndReleasesItsSources) {
+    const auto source = MakeSource();
+    std::thread([&] {
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source.Get(), kCFRunLoopDefaultMode);
+    }).join();
+    EXPECT_EQ(CFGetRetainCount(source.Get()), 1);
+    CFRunLoopSourceInvalidate(source.Get());
+}
+
+TEST_F(CFRunLoop, OutlivesItsThreadWhenRetained) {
+    CFRunLoopRef other = nullptr;
+    std::thread([&] {
+        other = static_cast<CFRunLoopRef>(const_cast<void*>(CFRetain(CFRunLoopGetCurrent())));
+    }).join();
+    CFRunLoopStop(other);
+    CFRunLoopWakeUp(other);
+    EXPECT_FALSE(CFRunLoopIsWaiting(other));
+    CFRelease(other);
+}
