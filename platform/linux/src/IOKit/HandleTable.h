@@ -14,6 +14,8 @@ namespace LinuxPlatform {
 /// lock held.
 class HandleTable {
 public:
+    explicit HandleTable(io_object_t lastValue = 0x1000) : m_lastValue(lastValue) {}
+
     /// A new reference. While a client holds one to the same object already, it has the same value.
     io_object_t Add(std::shared_ptr<RegistryObject> object);
 
@@ -37,7 +39,7 @@ private:
 
     io_object_t UnusedValue();
 
-    io_object_t m_lastValue = 0x1000; ///< far from what is passed by mistake
+    io_object_t m_lastValue;
     std::size_t m_total = 0;
     std::unordered_map<io_object_t, Slot> m_slots;
     std::unordered_map<const RegistryObject*, io_object_t> m_values;
