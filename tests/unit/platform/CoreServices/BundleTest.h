@@ -1,0 +1,113 @@
+#pragma once
+
+#include "TemporaryFolder.h"
+
+#include <ApplicationServices/ApplicationServices.h>
+#include <chrono>
+#include <fcntl.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <vector>
+
+/// Waits until `condition` holds; false when it has not come about after a time that no machine needs.
+template <typename Condition>
+bool comesTrue(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// Sets an environment variable, or takes it away (null), for the life of the object.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const char* value) : m_name(name) {
+        const char* before = getenv(name);
+        m_wasSet = before != nullptr;
+        m_before = m_wasSet ? before : "";
+        set(value);
+    }
+    ~ScopedVariable() { set(m_wasSet ? m_before.c_str() : nullptr); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    void set(const char* value) const {
+        if (value != nullptr)
+            setenv(m_name, value, 1);
+        else
+            unsetenv(m_name);
+    }
+
+    const char* m_name;
+    std::string m_before;
+    bool m_wasSet;
+};
+
+inline OSStatus makeReference(const std::string& path, FSRef& reference) {
+    return FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &reference, nullptr);
+}
+
+inline std::string pathOf(const FSRef& reference) {
+    UInt8 path[4096] = "(no path)";
+    FSRefMakePath(&reference, path, sizeof path);
+    return reinterpret_cast<const char*>(path);
+}
+
+/// A root of the test's own (PLATFORM_ROOT) for sample bundles. The applications started in it end with the
+/// test.
+class BundleTest : public ::testing::Test {
+protected:
+    using Report = std::map<std::string, std::string>;
+
+    BundleTest();
+    ~BundleTest() override;
+
+    const std::string& root() const { return m_root; }
+    std::string inRoot(const std::string& path) const { return m_root + path; }
+    const std::string& reports() const { return m_reports; }
+
+    static void makeFolders(const std::string& path);
+    static void writeFile(const std::string& path, const std::string& content, mode_t mode = 0644);
+    static void copyExecutable(const std::string& to);
+
+    /// A bundle at `path` (below the root) whose executable is the sample application.
+    void addBundle(const std::string& path, const std::string& executable, const std::string& infoPlist = "");
+    /// The same, with a script that reports its id and waits as the sample application does.
+    void addScriptBundle(const std::string& path, const std::string& executable,
+                         const std::string& firstLine);
+    static std::string infoPlist(const std::string& executable);
+
+    static OSStatus open(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
+    /// Opens, and returns the id of the process found or started; 0 when it failed.
+    static pid_t openedProcess(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
+    /// Runs a file that is nobody's bundle executable or one's, directly, as a user or a desktop would.
+    pid_t runDirectly(const std::vector<std::string>& command);
+    /// Ends a process and waits until the list of applications is without it.
+    void end(pid_t pid);
+
+    /// What a sample application has written down: "session", "mask", "file 3", "variable HOME", ...
+    Report reportOf(pid_t pid);
+
+    /// A walk through the list: process ids, bundle paths.
+    static std::vector<pid_t> runningProcesses();
+    static std::vector<std::string> runningBundles();
+    static std::string bundleOf(pid_t pid);
+
+private:
+    TemporaryFolder m_folder;
+    std::string m_root;
+    std::string m_reports;
+    int m_lifeline;
+    std::vector<pid_t> m_children;
+    ScopedVariable m_rootVariable;
+    ScopedVariable m_reportsVariable;
+};

@@ -1,0 +1,110 @@
+#include "BundleTest.h"
+
+#include "CoreServices/DetachedProcess.h"
+#include "OtherProcess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace platform;
+
+static std::vector<int> openFiles() {
+    std::vector<int> open;
+    for (int file = 0; file < 1024; ++file) {
+        if (fcntl(file, F_GETFD) != -1)
+            open.push_back(file);
+    }
+    return open;
+}
+
+/// Many descriptors, more than one reading of a folder yields, with gaps and a far one.
+static void openManyFiles() {
+    for (int i = 0; i < 500; ++i)
+        dup(0);
+    for (int file = 100; file < 500; file += 7)
+        close(file);
+    fcntl(0, F_DUPFD, 1000);
+}
+
+TEST(DetachedProcess, ClosesEveryFileButTheFirstThreeByRange) {
+    EXPECT_TRUE(inAnotherProcess([] {
+        openManyFiles();
+        return openFiles().size() > 400 && closeFilesByRange() && openFiles() == std::vector<int>{0, 1, 2};
+    }));
+}
+
+TEST(DetachedProcess, ClosesEveryFileButTheFirstThreeByListing) {
+    EXPECT_TRUE(inAnotherProcess([] {
+        openManyFiles();
+        const bool manyWereOpen = openFiles().size() > 400;
+        closeFilesByListing();
+        return manyWereOpen && openFiles() == std::vector<int>{0, 1, 2};
+    }));
+}
+
+class StartDetached : public BundleTest {
+protected:
+    StartDetached() { copyExecutable(inRoot("/program")); }
+
+    DetachedProcess plan(const std::string& file) const {
+        DetachedProcess made;
+        made.file = inRoot(file);
+        made.environment = {"ID=......", "SAMPLE_REPORTS=" + reports()};
+        made.pidPlace = 3;
+        made.pidWidth = 6;
+        return made;
+    }
+};
+
+TEST_F(StartDetached, FillsTheProcessIdIn) {
+    pid_t pid = 0;
+    DetachedProcess process = plan("/program");
+    process.environment[0] = "ID=..........";
+    process.pidWidth = 10;
+    ASSERT_EQ(0, startDetached(process, pid));
+    const std::string digits = reportOf(pid)["variable ID"];
+    EXPECT_EQ(10u, digits.size());
+    EXPECT_EQ(pid, std::stol(digits));
+    kill(pid, SIGKILL);
+}
+
+TEST_F(StartDetached, LeavesTheEnvironmentAloneWhereNoIdIsWanted) {
+    pid_t pid = 0;
+    DetachedProcess process = plan("/program");
+    process.pidWidth = 0;
+    ASSERT_EQ(0, startDetached(process, pid));
+    EXPECT_EQ("......", reportOf(pid)["variable ID"]);
+    kill(pid, SIGKILL);
+}
+
+TEST_F(StartDetached, SaysWhyItCouldNot) {
+    pid_t pid = -7;
+    EXPECT_EQ(ENOENT, startDetached(plan("/missing"), pid));
+    EXPECT_EQ(EACCES, startDetached(plan(""), pid));
+    writeFile(inRoot("/no-program"), "\x7F", 0755);
+    EXPECT_EQ(ENOEXEC, startDetached(plan("/no-program"), pid));
+    EXPECT_EQ(-7, pid);
+}
+
+TEST_F(StartDetached, WithoutAFreeProcessItCannot) {
+    // Limits of this kind do not bind the superuser.
+    EXPECT_TRUE(asOrdinaryUser("/", [] {
+        const struct rlimit none = {0, 0};
+        DetachedProcess process;
+        process.file = "/bin/true";
+        pid_t pid = 0;
+        return setrlimit(RLIMIT_NPROC, &none) == 0 && startDetached(process, pid) == EAGAIN;
+    }));
+}
+
+TEST_F(StartDetached, WithoutAFreeDescriptorItCannot) {
+    const DetachedProcess process = plan("/program");
+    EXPECT_TRUE(inAnotherProcess([&] {
+        while (dup(0) >= 0) {
+        }
+        pid_t pid = 0;
+        return startDetached(process, pid) == EMFILE;
+    }));
+}

@@ -1,0 +1,134 @@
+#include "BundleTest.h"
+
+#include "OtherProcess.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+class Folders : public BundleTest {
+protected:
+    static std::string find(FSVolumeRefNum domain, Boolean create = kDontCreateFolder) {
+        FSRef reference;
+        const OSErr status = FSFindFolder(domain, kApplicationSupportFolderType, create, &reference);
+        return status == noErr ? pathOf(reference) : "status " + std::to_string(status);
+    }
+
+    static mode_t modeOf(const std::string& path) {
+        struct stat found = {};
+        stat(path.c_str(), &found);
+        return found.st_mode;
+    }
+};
+
+TEST_F(Folders, TheUsersIsTheDataHome) {
+    const ScopedVariable data("XDG_DATA_HOME", "/somewhere/data");
+    EXPECT_EQ("/somewhere/data", find(kUserDomain));
+}
+
+TEST_F(Folders, ADataHomeEndsWithoutASeparator) {
+    const ScopedVariable data("XDG_DATA_HOME", "/somewhere/data//");
+    EXPECT_EQ("/somewhere/data", find(kUserDomain));
+}
+
+TEST_F(Folders, ARelativeOrEmptyDataHomeDoesNotCount) {
+    const ScopedVariable home("HOME", "/home/somebody/");
+    for (const char* value : {"data", "", "./data"}) {
+        const ScopedVariable data("XDG_DATA_HOME", value);
+        EXPECT_EQ("/home/somebody/.local/share", find(kUserDomain));
+    }
+}
+
+TEST_F(Folders, WithoutADataHomeItIsInTheHomeFolder) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const ScopedVariable home("HOME", "/home/somebody");
+    EXPECT_EQ("/home/somebody/.local/share", find(kUserDomain));
+}
+
+TEST_F(Folders, AHomeFolderAtTheRootGetsNoSecondSeparator) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const ScopedVariable home("HOME", "/");
+    EXPECT_EQ("/.local/share", find(kUserDomain));
+}
+
+TEST_F(Folders, WithoutAHomeVariableTheUserDatabaseIsAsked) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const std::string expected = std::string(getpwuid(geteuid())->pw_dir) + "/.local/share";
+    for (const char* value : {static_cast<const char*>(nullptr), "", "relative"}) {
+        const ScopedVariable home("HOME", value);
+        EXPECT_EQ(expected, find(kUserDomain));
+    }
+}
+
+TEST_F(Folders, AUserWithoutAHomeHasNone) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const ScopedVariable home("HOME", nullptr);
+    if (geteuid() == 0) {
+        const uid_t nobodyKnows = 4242424;
+        EXPECT_TRUE(
+            inAnotherProcess([&] { return setuid(nobodyKnows) == 0 && find(kUserDomain) == "status -43"; }));
+    } else {
+        EXPECT_NE("", find(kUserDomain)) << "only the superuser can become a user without an entry";
+    }
+}
+
+TEST_F(Folders, ThoseOfTheMachineAreBelowTheRoot) {
+    EXPECT_EQ(inRoot("/var/lib"), find(kLocalDomain));
+    const ScopedVariable none("PLATFORM_ROOT", nullptr);
+    EXPECT_EQ("/var/lib", find(kLocalDomain));
+}
+
+TEST_F(Folders, TheUsersDoesNotMoveWithTheRoot) {
+    const ScopedVariable data("XDG_DATA_HOME", "/somewhere/data");
+    EXPECT_EQ("/somewhere/data", find(kUserDomain));
+}
+
+TEST_F(Folders, OneThatDoesNotExistYetIsFoundAndNotMade) {
+    const std::string home = inRoot("/fresh/account");
+    const ScopedVariable data("XDG_DATA_HOME", home.c_str());
+    EXPECT_EQ(home, find(kUserDomain));
+    EXPECT_NE(0, access(inRoot("/fresh").c_str(), F_OK));
+}
+
+TEST_F(Folders, AReferenceStaysGoodWhileTheFolderComesAndGoes) {
+    const std::string home = inRoot("/data");
+    const ScopedVariable data("XDG_DATA_HOME", home.c_str());
+    FSRef reference;
+    ASSERT_EQ(noErr, FSFindFolder(kUserDomain, kApplicationSupportFolderType, kDontCreateFolder, &reference));
+    makeFolders(home);
+    EXPECT_EQ(home, pathOf(reference));
+    ASSERT_EQ(0, rmdir(home.c_str()));
+    EXPECT_EQ(home, pathOf(reference));
+}
+
+TEST_F(Folders, AreMadeOnDemandPrivateForTheUserOpenForTheMachine) {
+    const std::string home = inRoot("/fresh/account");
+    const ScopedVariable data("XDG_DATA_HOME", home.c_str());
+    const mode_t mask = umask(022);
+    EXPECT_EQ(home, find(kUserDomain, kCreateFolder));
+    EXPECT_EQ(home, find(kUserDomain, kCreateFolder)) << "a second time";
+    EXPECT_EQ(S_IFDIR | 0700u, modeOf(home));
+    EXPECT_EQ(inRoot("/var/lib"), find(kLocalDomain, kCreateFolder));
+    EXPECT_EQ(S_IFDIR | 0755u, modeOf(inRoot("/var/lib")));
+    umask(mask);
+}
+
+TEST_F(Folders, WhatStopsTheirCreationIsReported) {
+    writeFile(inRoot("/file"), "");
+    const std::string below = inRoot("/file/data");
+    const ScopedVariable data("XDG_DATA_HOME", below.c_str());
+    EXPECT_EQ("status -43", find(kUserDomain, kCreateFolder));
+    const std::string itself = inRoot("/file");
+    const ScopedVariable file("XDG_DATA_HOME", itself.c_str());
+    EXPECT_EQ("status -43", find(kUserDomain, kCreateFolder));
+    const std::string tooLong = inRoot("/" + std::string(300, 'n'));
+    const ScopedVariable longName("XDG_DATA_HOME", tooLong.c_str());
+    EXPECT_EQ("status -37", find(kUserDomain, kCreateFolder));
+}
+
+TEST_F(Folders, OtherDomainsAndTypesAreRefused) {
+    FSRef reference;
+    EXPECT_EQ(nsvErr, FSFindFolder(0, kApplicationSupportFolderType, kDontCreateFolder, &reference));
+    EXPECT_EQ(nsvErr, FSFindFolder(-32766, kApplicationSupportFolderType, kDontCreateFolder, &reference));
+    EXPECT_EQ(fnfErr, FSFindFolder(kUserDomain, 0x6465736B, kDontCreateFolder, &reference));
+    EXPECT_EQ(paramErr, FSFindFolder(kUserDomain, kApplicationSupportFolderType, kDontCreateFolder, nullptr));
+}

@@ -1,0 +1,45 @@
+#include "BundleTest.h"
+
+#include <sys/stat.h>
+
+using ::testing::IsEmpty;
+
+class LaunchByInfoPlist : public BundleTest {
+protected:
+    LaunchByInfoPlist() { addBundle("/A.app", "A"); }
+
+    OSStatus openWith(const std::string& infoPlist) {
+        writeFile(inRoot("/A.app/Contents/Info.plist"), infoPlist);
+        return open("/A.app");
+    }
+};
+
+TEST_F(LaunchByInfoPlist, TheExecutableNamedThereIsStarted) {
+    addBundle("/A.app", "B", infoPlist("B"));
+    EXPECT_EQ(inRoot("/A.app/Contents/MacOS/B"), reportOf(openedProcess("/A.app"))["executable"]);
+}
+
+TEST_F(LaunchByInfoPlist, WithoutANameThereTheBundlesOwnNameCounts) {
+    for (const std::string& content : {infoPlist(""), std::string("not a property list"), std::string(),
+                                       infoPlist("B") + std::string(10 * 1024 * 1024, ' ')}) {
+        EXPECT_EQ(noErr, openWith(content));
+        const pid_t pid = openedProcess("/A.app");
+        EXPECT_EQ(inRoot("/A.app/Contents/MacOS/A"), reportOf(pid)["executable"]);
+        end(pid);
+    }
+}
+
+TEST_F(LaunchByInfoPlist, ANameThatLeavesTheFolderIsRefused) {
+    copyExecutable(inRoot("/A.app/Contents/outside"));
+    makeFolders(inRoot("/A.app/Contents/MacOS/folder"));
+    copyExecutable(inRoot("/A.app/Contents/MacOS/folder/inside"));
+    for (const char* name :
+         {"../outside", "/bin/sh", "folder/inside", "A/", "/", ".", "..", "folder", "missing"})
+        EXPECT_EQ(kLSNoExecutableErr, openWith(infoPlist(name))) << name;
+    EXPECT_THAT(runningBundles(), IsEmpty());
+}
+
+TEST_F(LaunchByInfoPlist, APipeInItsPlaceIsNotWaitedFor) {
+    ASSERT_EQ(0, mkfifo(inRoot("/A.app/Contents/Info.plist").c_str(), 0600));
+    EXPECT_EQ(noErr, open("/A.app"));
+}

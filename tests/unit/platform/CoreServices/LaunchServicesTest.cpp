@@ -1,0 +1,587 @@
+#include "BundleTest.h"
+
+#include "OtherProcess.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/timerfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+static const char BUNDLE[] = "/Applications/Quillmarsh.app";
+static const char NESTED_BUNDLE[] = "/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app";
+
+static std::atomic<int> childSignals(0);
+
+static void countChildSignal(int) {
+    ++childSignals;
+}
+
+class LaunchServices : public BundleTest {
+protected:
+    LaunchServices() {
+        addBundle(BUNDLE, "Quillmarsh");
+        childSignals = 0;
+        struct sigaction action = {};
+        action.sa_handler = countChildSignal;
+        sigaction(SIGCHLD, &action, &m_before);
+    }
+    ~LaunchServices() override { sigaction(SIGCHLD, &m_before, nullptr); }
+
+    std::string executable() const { return inRoot(BUNDLE) + "/Contents/MacOS/Quillmarsh"; }
+
+    static bool hasChildren() { return waitpid(-1, nullptr, WNOHANG | __WALL) != -1 || errno != ECHILD; }
+
+    /// Files open in a sample application, apart from its standard ones on the null device.
+    static std::vector<std::string> strangeFiles(const Report& report) {
+        std::vector<std::string> strange;
+        for (const auto& line : report) {
+            const bool isStandard =
+                line.first == "file 0" || line.first == "file 1" || line.first == "file 2";
+            if (line.first.compare(0, 5, "file ") == 0 && !(isStandard && line.second == "/dev/null"))
+                strange.push_back(line.first + "=" + line.second);
+        }
+        return strange;
+    }
+
+    /// Runs SampleLauncher for the bundle by a shell, so that it is started in a way this process is not.
+    int launchByShell(const std::string& before, const std::string& after) const {
+        const std::string command = before + " " SAMPLE_LAUNCHER " " + BUNDLE + " " + after;
+        const int status = system(command.c_str());
+        childSignals = 0;
+        return status;
+    }
+
+private:
+    struct sigaction m_before;
+};
+
+// ---- what is started ----
+
+TEST_F(LaunchServices, WithoutInfoPlistTheBundlesOwnNameCounts) {
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_EQ(executable(), reportOf(pid)["executable"]);
+}
+
+TEST_F(LaunchServices, TheApplicationRunsWhenTheCallReturns) {
+    const pid_t pid = openedProcess(BUNDLE);
+    char target[4096];
+    const ssize_t length = readlink(("/proc/" + std::to_string(pid) + "/exe").c_str(), target, sizeof target);
+    ASSERT_LT(0, length);
+    EXPECT_EQ(executable(), std::string(target, static_cast<size_t>(length)));
+    EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
+}
+
+TEST_F(LaunchServices, TheNestedBundleIsAnApplicationOfItsOwn) {
+    addBundle(NESTED_BUNDLE, "Murmel");
+    const pid_t outer = openedProcess(BUNDLE);
+    const pid_t inner = openedProcess(NESTED_BUNDLE, kLSLaunchAndHide);
+    EXPECT_EQ(BUNDLE, bundleOf(outer));
+    EXPECT_EQ(NESTED_BUNDLE, bundleOf(inner));
+}
+
+TEST_F(LaunchServices, ARunningBundleIsNotStartedTwice) {
+    const pid_t first = openedProcess(BUNDLE);
+    EXPECT_EQ(first, openedProcess(BUNDLE));
+    EXPECT_EQ(noErr, open(BUNDLE, kLSLaunchAndHide));
+    EXPECT_THAT(runningProcesses(), ElementsAre(first));
+}
+
+TEST_F(LaunchServices, ABundleRunByItsUserIsNotStartedAgain) {
+    const pid_t users = runDirectly({executable()});
+    ASSERT_TRUE(comesTrue([&] { return bundleOf(users) == BUNDLE; }));
+    EXPECT_EQ(users, openedProcess(BUNDLE));
+    EXPECT_THAT(runningProcesses(), ElementsAre(users));
+}
+
+TEST_F(LaunchServices, ABundleThatHasEndedIsStartedAgain) {
+    const pid_t first = openedProcess(BUNDLE);
+    end(first);
+    const pid_t second = openedProcess(BUNDLE);
+    EXPECT_NE(first, second);
+    EXPECT_THAT(runningProcesses(), ElementsAre(second));
+}
+
+TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
+    FSRef reference;
+    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
+    std::vector<std::thread> threads;
+    std::atomic<int> failures(0);
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&] {
+            LSApplicationParameters parameters = {};
+            parameters.application = &reference;
+            parameters.flags = kLSLaunchDefaults;
+            if (LSOpenApplication(&parameters, nullptr) != noErr)
+                ++failures;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(0, failures);
+    EXPECT_EQ(1u, runningProcesses().size());
+}
+
+// ---- names of a bundle ----
+
+TEST_F(LaunchServices, ALinkedBundleIsKnownByItsLink) {
+    const std::string elsewhere = root() + "-outside/Quillmarsh-2.1";
+    makeFolders(root() + "-outside");
+    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), elsewhere.c_str()));
+    ASSERT_EQ(0, symlink(elsewhere.c_str(), inRoot(BUNDLE).c_str()));
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_EQ(elsewhere + "/Contents/MacOS/Quillmarsh", reportOf(pid)["executable"]);
+    EXPECT_EQ(BUNDLE, bundleOf(pid));
+    EXPECT_EQ(pid, openedProcess(BUNDLE));
+}
+
+TEST_F(LaunchServices, OneBundleUnderTwoNamesIsStartedOnce) {
+    ASSERT_EQ(0, symlink("Quillmarsh.app", inRoot("/Applications/Other.app").c_str()));
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_EQ(pid, openedProcess("/Applications/Other.app"));
+    EXPECT_EQ(pid, openedProcess("/Applications//./Quillmarsh.app/"));
+    EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+}
+
+TEST_F(LaunchServices, ABundleMovedOrReplacedWhileItRunsStillRuns) {
+    const pid_t pid = openedProcess(BUNDLE);
+    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), inRoot("/Applications/Old.app").c_str()));
+    EXPECT_EQ(BUNDLE, bundleOf(pid));
+    addBundle(BUNDLE, "Quillmarsh");
+    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+}
+
+TEST_F(LaunchServices, ABundleDeletedWhileItRunsStillRuns) {
+    const pid_t pid = openedProcess(BUNDLE);
+    ASSERT_EQ(0, unlink(executable().c_str()));
+    EXPECT_EQ(BUNDLE, bundleOf(pid));
+}
+
+// ---- scripts ----
+
+TEST_F(LaunchServices, AScriptIsKnownByItsBundle) {
+    addScriptBundle("/Script.app", "Script", "#!/bin/sh");
+    const pid_t pid = openedProcess("/Script.app");
+    EXPECT_EQ("/Script.app", bundleOf(pid));
+    EXPECT_EQ(pid, openedProcess("/Script.app"));
+}
+
+TEST_F(LaunchServices, WhatAScriptRunsIsNotTheApplicationAgain) {
+    addScriptBundle("/Script.app", "Script", "#!/bin/sh");
+    const pid_t pid = openedProcess("/Script.app");
+    reportOf(pid);
+    // The script runs cat, which inherits the environment.
+    const std::string children =
+        "/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid) + "/children";
+    ASSERT_TRUE(comesTrue([&] {
+        std::string child;
+        std::ifstream(children) >> child;
+        return !child.empty();
+    }));
+    EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+}
+
+TEST_F(LaunchServices, AWrapperThatBecomesAnotherProgramIsKnownByItsBundle) {
+    copyExecutable(inRoot("/program"));
+    makeFolders(inRoot("/Wrapper.app/Contents/MacOS"));
+    writeFile(inRoot("/Wrapper.app/Contents/MacOS/Wrapper"), "#!/bin/sh\nexec " + inRoot("/program") + "\n",
+              0755);
+    const pid_t pid = openedProcess("/Wrapper.app");
+    EXPECT_EQ(inRoot("/program"), reportOf(pid)["executable"]);
+    EXPECT_EQ("/Wrapper.app", bundleOf(pid));
+    EXPECT_EQ(pid, openedProcess("/Wrapper.app"));
+}
+
+// ---- what it gets ----
+
+TEST_F(LaunchServices, TheApplicationHasASessionOfItsOwn) {
+    const pid_t pid = openedProcess(BUNDLE);
+    Report report = reportOf(pid);
+    EXPECT_EQ(std::to_string(pid), report["session"]);
+    EXPECT_EQ(std::to_string(pid), report["group"]);
+}
+
+TEST_F(LaunchServices, TheApplicationIsNobodysChildHere) {
+    EXPECT_NE(std::to_string(getpid()), reportOf(openedProcess(BUNDLE))["parent"]);
+    EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(LaunchServices, TheApplicationOutlivesItsLauncher) {
+    ASSERT_EQ(0, launchByShell("", ""));
+    EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
+}
+
+TEST_F(LaunchServices, TheApplicationStandsInTheRootFolder) {
+    EXPECT_EQ("/", reportOf(openedProcess(BUNDLE))["folder"]);
+}
+
+TEST_F(LaunchServices, TheApplicationGetsNoArguments) {
+    EXPECT_EQ("1", reportOf(openedProcess(BUNDLE))["arguments"]);
+}
+
+TEST_F(LaunchServices, TheApplicationGetsTheFileModeMaskOfTheSession) {
+    ASSERT_EQ(0, launchByShell("umask 027;", ""));
+    const std::vector<pid_t> running = runningProcesses();
+    ASSERT_EQ(1u, running.size());
+    EXPECT_EQ(std::to_string(027), reportOf(running[0])["mask"]) << "the launcher has set its own to 0";
+}
+
+TEST_F(LaunchServices, SignalsAreAtTheirDefaultsAndNotBlocked) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    const std::vector<int> ignored = {SIGPIPE, SIGHUP, SIGTERM, SIGRTMIN, SIGRTMAX};
+    for (const int signal : ignored)
+        ::signal(signal, SIG_IGN);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t pid = openedProcess(BUNDLE);
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, &before, &after);
+    for (const int signal : ignored)
+        ::signal(signal, SIG_DFL);
+    Report report = reportOf(pid);
+    EXPECT_EQ("", report["ignored"]);
+    EXPECT_EQ("", report["blocked"]);
+    EXPECT_EQ(1, sigismember(&after, SIGHUP)) << "the caller's mask is as it was";
+}
+
+TEST_F(LaunchServices, TheCallersMaskIsLeftAsItWas) {
+    sigset_t before;
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    openedProcess(BUNDLE);
+    pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    for (int signal = 1; signal <= SIGRTMAX; ++signal)
+        EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal)) << signal;
+}
+
+TEST_F(LaunchServices, TheEnvironmentIsInherited) {
+    const ScopedVariable variable("SAMPLE_VARIABLE", "a=b c");
+    EXPECT_EQ("a=b c", reportOf(openedProcess(BUNDLE))["variable SAMPLE_VARIABLE"]);
+}
+
+TEST_F(LaunchServices, TheEnvironmentTellsTheBundleToTheProcessList) {
+    const ScopedVariable stale("PLATFORM_LAUNCHED", "1:/Stale.app");
+    const pid_t pid = openedProcess(BUNDLE);
+    const std::string note = reportOf(pid)["variable PLATFORM_LAUNCHED"];
+    EXPECT_EQ(pid, std::stol(note));
+    EXPECT_EQ(inRoot(BUNDLE), note.substr(note.find(':') + 1));
+}
+
+TEST_F(LaunchServices, OnlyAHiddenLaunchAsksToBeHidden) {
+    addBundle(NESTED_BUNDLE, "Murmel");
+    EXPECT_EQ("1",
+              reportOf(openedProcess(NESTED_BUNDLE, kLSLaunchAndHide))["variable PLATFORM_LAUNCH_HIDDEN"]);
+    const ScopedVariable inherited("PLATFORM_LAUNCH_HIDDEN", "1");
+    EXPECT_EQ(0u, reportOf(openedProcess(BUNDLE)).count("variable PLATFORM_LAUNCH_HIDDEN"));
+}
+
+// ---- no descriptor is inherited ----
+
+struct DescriptorKind {
+    const char* name;
+    std::function<int()> open;
+};
+
+class InheritedDescriptor : public LaunchServices, public ::testing::WithParamInterface<DescriptorKind> {};
+
+TEST_P(InheritedDescriptor, ReachesNoApplication) {
+    std::vector<int> files = {GetParam().open(), GetParam().open()};
+    ASSERT_LE(3, files[0]);
+    fcntl(files[0], F_SETFD, 0);
+    fcntl(files[1], F_SETFD, FD_CLOEXEC);
+    files.push_back(fcntl(files[0], F_DUPFD, 700));
+    Report report = reportOf(openedProcess(BUNDLE));
+    for (const int file : files)
+        close(file);
+    EXPECT_THAT(strangeFiles(report), IsEmpty());
+    EXPECT_EQ("/dev/null", report["file 0"]);
+    EXPECT_EQ("/dev/null", report["file 1"]);
+    EXPECT_EQ("/dev/null", report["file 2"]);
+}
+
+static int firstOfPair(int (*make)(int*)) {
+    int pair[2] = {-1, -1};
+    make(pair);
+    close(pair[1]);
+    return pair[0];
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfEveryKind, InheritedDescriptor,
+    ::testing::Values(DescriptorKind{"File", [] { return open("/etc/passwd", O_RDONLY); }},
+                      DescriptorKind{"Folder", [] { return open("/", O_RDONLY | O_DIRECTORY); }},
+                      DescriptorKind{"PathOnly", [] { return open("/", O_PATH); }},
+                      DescriptorKind{"Device", [] { return open("/dev/zero", O_RDWR); }},
+                      DescriptorKind{"Pipe",
+                                     [] { return firstOfPair([](int* pair) { return pipe(pair); }); }},
+                      DescriptorKind{"InternetSocket", [] { return socket(AF_INET, SOCK_DGRAM, 0); }},
+                      DescriptorKind{"SocketPair",
+                                     [] {
+                                         return firstOfPair([](int* pair) {
+                                             return socketpair(AF_UNIX, SOCK_STREAM, 0, pair);
+                                         });
+                                     }},
+                      DescriptorKind{"DeviceEventSocket", [] { return socket(AF_NETLINK, SOCK_RAW, 15); }},
+                      DescriptorKind{"Epoll", [] { return epoll_create1(0); }},
+                      DescriptorKind{"Event", [] { return eventfd(0, 0); }},
+                      DescriptorKind{"Timer", [] { return timerfd_create(CLOCK_MONOTONIC, 0); }},
+                      DescriptorKind{"FolderWatch", [] { return inotify_init1(0); }},
+                      DescriptorKind{"Memory", [] { return memfd_create("memory", 0); }}),
+    [](const ::testing::TestParamInfo<DescriptorKind>& kind) { return std::string(kind.param.name); });
+
+TEST_F(LaunchServices, ALauncherWithoutStandardFilesGivesTheApplicationItsOwn) {
+    for (const char* closed : {"<&-", ">&-", "2>&-", "<&- >&-", "<&- >&- 2>&-"}) {
+        ASSERT_EQ(0, launchByShell("", closed)) << closed;
+        const std::vector<pid_t> running = runningProcesses();
+        ASSERT_EQ(1u, running.size()) << closed;
+        Report report = reportOf(running[0]);
+        EXPECT_THAT(strangeFiles(report), IsEmpty()) << closed;
+        EXPECT_EQ("/dev/null", report["file 0"]) << closed;
+        EXPECT_EQ("/dev/null", report["file 2"]) << closed;
+        end(running[0]);
+    }
+}
+
+// ---- no signal comes back ----
+
+TEST_F(LaunchServices, NeitherStartNorEndOfAnApplicationSendsASignal) {
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_FALSE(hasChildren());
+    end(pid);
+    EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(0, childSignals);
+}
+
+TEST_F(LaunchServices, AFailedStartSendsNoSignalAndLeavesNoChild) {
+    writeFile(executable(), "\x7F", 0755);
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(0, childSignals);
+}
+
+TEST_F(LaunchServices, ALauncherThatAdoptsOrphansIsSparedToo) {
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_NE(std::to_string(getpid()), reportOf(pid)["parent"]);
+    end(pid);
+    writeFile(inRoot("/no-program"), "\x7F", 0755);
+    ASSERT_EQ(0, rename(inRoot("/no-program").c_str(), executable().c_str()));
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    int adopts = 0;
+    prctl(PR_GET_CHILD_SUBREAPER, &adopts);
+    EXPECT_EQ(1, adopts) << "it goes on adopting others";
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+    EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(0, childSignals);
+}
+
+TEST_F(LaunchServices, ALauncherThatIgnoresChildSignalsStartsAllTheSame) {
+    signal(SIGCHLD, SIG_IGN);
+    EXPECT_NE(0, openedProcess(BUNDLE));
+}
+
+TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
+    std::atomic<bool> isDone(false);
+    std::vector<std::thread> workers;
+    for (int i = 0; i < 4; ++i) {
+        workers.emplace_back([&] {
+            while (!isDone)
+                std::string(1000, 'x').shrink_to_fit();
+        });
+    }
+    std::vector<std::thread> openers;
+    std::atomic<int> failures(0);
+    for (int i = 0; i < 6; ++i) {
+        const std::string bundle = "/Bundle" + std::to_string(i) + ".app";
+        addBundle(bundle, "Bundle" + std::to_string(i));
+        openers.emplace_back([this, bundle, &failures] { failures += open(bundle) != noErr; });
+    }
+    for (std::thread& opener : openers)
+        opener.join();
+    EXPECT_EQ(0, failures);
+    EXPECT_EQ(6u, runningProcesses().size());
+    for (const pid_t pid : runningProcesses())
+        end(pid);
+    isDone = true;
+    for (std::thread& worker : workers)
+        worker.join();
+    EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(0, childSignals);
+}
+
+// The crash handler of the product writes files and ends the process it runs in; it must not run in a copy.
+static pid_t handlersProcess;
+static std::atomic<int>* strayHandlers;
+
+TEST_F(LaunchServices, SignalsToTheGroupNeitherReachTheCopiesNorTheApplication) {
+    void* page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, page);
+    strayHandlers = new (page) std::atomic<int>(0);
+    const bool allStarted = inAnotherProcess([this] {
+        setpgid(0, 0);
+        handlersProcess = getpid();
+        signal(SIGUSR1, [](int) { *strayHandlers += getpid() != handlersProcess; });
+        const pid_t sender = fork();
+        if (sender == 0) {
+            signal(SIGUSR1, SIG_IGN);
+            while (kill(-handlersProcess, SIGUSR1) == 0)
+                usleep(20); // leaves the others a share of the machine
+            _exit(0);
+        }
+        bool isEachRunning = true;
+        for (int i = 0; i < 20; ++i) {
+            const pid_t pid = openedProcess(BUNDLE);
+            isEachRunning = isEachRunning && pid != 0 && bundleOf(pid) == BUNDLE;
+            end(pid);
+        }
+        kill(sender, SIGKILL);
+        waitpid(sender, nullptr, 0);
+        return isEachRunning;
+    });
+    EXPECT_TRUE(allStarted);
+    EXPECT_EQ(0, *strayHandlers);
+    munmap(page, 4096);
+    childSignals = 0;
+}
+
+TEST_F(LaunchServices, KeepsNoDescriptor) {
+    const auto countFiles = [] {
+        int count = 0;
+        for (int file = 0; file < 1024; ++file)
+            count += fcntl(file, F_GETFD) != -1;
+        return count;
+    };
+    const int before = countFiles();
+    openedProcess(BUNDLE);
+    open(BUNDLE);
+    open("/Missing.app");
+    runningBundles();
+    EXPECT_EQ(before, countFiles());
+}
+
+// ---- results ----
+
+TEST_F(LaunchServices, AMissingBundleIsNotFound) {
+    EXPECT_EQ(fnfErr, open("/Applications/Missing.app"));
+}
+
+TEST_F(LaunchServices, ABundleThatWentSinceTheReferenceWasMadeIsNotFound) {
+    FSRef reference;
+    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
+    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), inRoot("/Gone.app").c_str()));
+    LSApplicationParameters parameters = {};
+    parameters.application = &reference;
+    EXPECT_EQ(fnfErr, LSOpenApplication(&parameters, nullptr));
+}
+
+TEST_F(LaunchServices, WhatIsNoBundleIsNoApplication) {
+    makeFolders(inRoot("/Applications/Plain"));
+    EXPECT_EQ(kLSNotAnApplicationErr, open(inRoot("/Applications/Plain")));
+    writeFile(inRoot("/Applications/File.app"), "");
+    EXPECT_EQ(kLSNotAnApplicationErr, open("/Applications/File.app"));
+    EXPECT_EQ(kLSNotAnApplicationErr, open(executable()));
+    EXPECT_EQ(kLSNotAnApplicationErr, open("/"));
+}
+
+TEST_F(LaunchServices, ABundleWithoutAnExecutableHasNone) {
+    makeFolders(inRoot("/Empty.app"));
+    EXPECT_EQ(kLSNoExecutableErr, open("/Empty.app"));
+    makeFolders(inRoot("/Folder.app/Contents/MacOS/Folder"));
+    EXPECT_EQ(kLSNoExecutableErr, open("/Folder.app"));
+    makeFolders(inRoot("/Pipe.app/Contents/MacOS"));
+    ASSERT_EQ(0, mkfifo(inRoot("/Pipe.app/Contents/MacOS/Pipe").c_str(), 0755));
+    EXPECT_EQ(kLSNoExecutableErr, open("/Pipe.app"));
+    makeFolders(inRoot("/Link.app/Contents/MacOS"));
+    ASSERT_EQ(0, symlink("nowhere", inRoot("/Link.app/Contents/MacOS/Link").c_str()));
+    EXPECT_EQ(kLSNoExecutableErr, open("/Link.app"));
+}
+
+TEST_F(LaunchServices, AnExecutableWithoutPermissionMayNotBeLaunched) {
+    ASSERT_EQ(0, chmod(executable().c_str(), 0644));
+    EXPECT_EQ(kLSNoLaunchPermissionErr, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, WhatTheSystemCannotRunHasTheWrongFormat) {
+    writeFile(executable(), "neither a program nor a script", 0755);
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    writeFile(executable(), "#!/missing/interpreter\n", 0755);
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    writeFile(executable(), "", 0755);
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, AnExecutableThatIsBeingWrittenIsRefused) {
+    const int file = ::open(executable().c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(opWrErr, open(BUNDLE));
+    close(file);
+    EXPECT_EQ(noErr, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, AnEnvironmentTooLargeIsAnUnknownError) {
+    const ScopedVariable variable("SAMPLE_VARIABLE", std::string(1024 * 1024, 'x').c_str());
+    EXPECT_EQ(kLSUnknownErr, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, WithoutADescriptorTheListCannotBeReadAndNothingIsStarted) {
+    EXPECT_TRUE(inAnotherProcess([] {
+        while (dup(0) >= 0) {
+        }
+        return open(BUNDLE) == tmfoErr;
+    }));
+    childSignals = 0;
+    EXPECT_THAT(runningBundles(), IsEmpty());
+}
+
+TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {
+    FSRef reference;
+    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
+    EXPECT_EQ(paramErr, LSOpenApplication(nullptr, nullptr));
+    const void* something = &reference;
+    const auto resultWith = [&](const std::function<void(LSApplicationParameters&)>& change) {
+        LSApplicationParameters parameters = {};
+        parameters.application = &reference;
+        change(parameters);
+        return LSOpenApplication(&parameters, nullptr);
+    };
+    EXPECT_EQ(paramErr, resultWith([](LSApplicationParameters& p) { p.application = nullptr; }));
+    EXPECT_EQ(paramErr, resultWith([](LSApplicationParameters& p) { p.version = 1; }));
+    EXPECT_EQ(paramErr, resultWith([&](LSApplicationParameters& p) {
+                  p.environment = static_cast<CFDictionaryRef>(something);
+              }));
+    EXPECT_EQ(paramErr,
+              resultWith([&](LSApplicationParameters& p) { p.argv = static_cast<CFArrayRef>(something); }));
+    EXPECT_EQ(paramErr, resultWith([&](LSApplicationParameters& p) {
+                  p.initialEvent = reinterpret_cast<AppleEvent*>(&reference);
+              }));
+    FSRef unfilled;
+    std::memset(&unfilled, 0, sizeof unfilled);
+    EXPECT_EQ(errFSBadFSRef, resultWith([&](LSApplicationParameters& p) { p.application = &unfilled; }));
+    EXPECT_THAT(runningBundles(), IsEmpty());
+}
+
+TEST_F(LaunchServices, AFailureLeavesTheSerialNumberAlone) {
+    makeFolders(inRoot("/Empty.app"));
+    FSRef reference;
+    ASSERT_EQ(noErr, makeReference("/Empty.app", reference));
+    LSApplicationParameters parameters = {};
+    parameters.application = &reference;
+    ProcessSerialNumber number = {7, 8};
+    EXPECT_EQ(kLSNoExecutableErr, LSOpenApplication(&parameters, &number));
+    EXPECT_EQ(7u, number.highLongOfPSN);
+    EXPECT_EQ(8u, number.lowLongOfPSN);
+}

@@ -1,0 +1,312 @@
+#include "BundleTest.h"
+
+#include "CoreServices/RunningApplications.h"
+
+#include <algorithm>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+
+class Processes : public BundleTest {
+protected:
+    /// Runs the sample application at a path below the root, as a user would.
+    pid_t run(const std::string& path) {
+        const std::string file = inRoot(path);
+        makeFolders(file.substr(0, file.rfind('/')));
+        copyExecutable(file);
+        const pid_t pid = runDirectly({file});
+        reportOf(pid);
+        return pid;
+    }
+
+    static ProcessSerialNumber numberOf(pid_t pid) {
+        ProcessSerialNumber number = {0, kNoProcess};
+        while (GetNextProcess(&number) == noErr) {
+            if (static_cast<pid_t>(number.lowLongOfPSN) == pid)
+                break;
+        }
+        return number;
+    }
+};
+
+TEST_F(Processes, AnEmptyListEndsAtOnce) {
+    ProcessSerialNumber number = {0, kNoProcess};
+    EXPECT_EQ(procNotFound, GetNextProcess(&number));
+    EXPECT_EQ(-600, GetNextProcess(&number));
+    EXPECT_EQ(0u, number.highLongOfPSN);
+    EXPECT_EQ(0u, number.lowLongOfPSN);
+}
+
+TEST_F(Processes, AMissingArgumentIsRefused) {
+    EXPECT_EQ(paramErr, GetNextProcess(nullptr));
+}
+
+TEST_F(Processes, OnlyThoseInABundleAreListed) {
+    const pid_t inBundle = run("/Applications/A.app/Contents/MacOS/A");
+    const pid_t helper = run("/Applications/A.app/Contents/Resources/tool");
+    run("/Applications/plain");
+    run("/Applications/A.app.old/A");
+    run("/Applications/tool.app");
+    EXPECT_EQ("/Applications/A.app", bundleOf(inBundle));
+    EXPECT_EQ("/Applications/A.app", bundleOf(helper));
+    EXPECT_EQ(2u, runningProcesses().size());
+}
+
+TEST_F(Processes, TheInnermostBundleIsReported) {
+    const pid_t pid = run("/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app/Contents/MacOS/Murmel");
+    EXPECT_EQ("/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app", bundleOf(pid));
+}
+
+TEST_F(Processes, SeveralOfOneBundleAreListedSeverally) {
+    run("/A.app/a");
+    run("/A.app/b");
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app", "/A.app"));
+}
+
+TEST_F(Processes, AreListedByAscendingId) {
+    for (const char* path : {"/A.app/a", "/B.app/b", "/C.app/c"})
+        run(path);
+    const std::vector<pid_t> listed = runningProcesses();
+    EXPECT_EQ(3u, listed.size());
+    EXPECT_TRUE(std::is_sorted(listed.begin(), listed.end()));
+}
+
+TEST_F(Processes, OneThatWasDeletedIsStillListed) {
+    const pid_t pid = run("/A.app/Contents/MacOS/A");
+    ASSERT_EQ(0, unlink(inRoot("/A.app/Contents/MacOS/A").c_str()));
+    EXPECT_EQ("/A.app", bundleOf(pid));
+}
+
+TEST_F(Processes, OneWhoseBundleMovedIsListedWhereItIs) {
+    const pid_t pid = run("/A.app/Contents/MacOS/A");
+    ASSERT_EQ(0, rename(inRoot("/A.app").c_str(), inRoot("/B.app").c_str()));
+    EXPECT_EQ("/B.app", bundleOf(pid));
+}
+
+TEST_F(Processes, OneThatHasEndedButWasNotWaitedForIsNotListed) {
+    const pid_t pid = run("/A.app/A");
+    ASSERT_EQ("/A.app", bundleOf(pid));
+    kill(pid, SIGKILL);
+    EXPECT_TRUE(comesTrue([pid] { return bundleOf(pid).empty(); }));
+    EXPECT_EQ(0, kill(pid, 0)) << "it is still there to be waited for";
+    EXPECT_THAT(runningBundles(), IsEmpty());
+}
+
+TEST_F(Processes, OneThatEndsInTheMiddleOfAWalkIsSteppedOver) {
+    std::vector<pid_t> pids = {run("/A.app/a"), run("/B.app/b"), run("/C.app/c")};
+    std::sort(pids.begin(), pids.end());
+    ProcessSerialNumber number = {0, kNoProcess};
+    ASSERT_EQ(noErr, GetNextProcess(&number));
+    ASSERT_EQ(pids[0], static_cast<pid_t>(number.lowLongOfPSN));
+    kill(pids[0], SIGKILL);
+    kill(pids[1], SIGKILL);
+    ASSERT_TRUE(comesTrue([&] {
+        platform::RunningApplication application;
+        return !platform::findRunningApplication(pids[0], application) &&
+               !platform::findRunningApplication(pids[1], application);
+    }));
+    EXPECT_EQ(nullptr,
+              ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask));
+    std::vector<pid_t> rest;
+    while (GetNextProcess(&number) == noErr) {
+        const CFDictionaryRef information =
+            ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
+        if (information != nullptr) {
+            rest.push_back(static_cast<pid_t>(number.lowLongOfPSN));
+            CFRelease(information);
+        }
+    }
+    EXPECT_THAT(rest, ElementsAre(pids[2]));
+}
+
+TEST_F(Processes, ANewWalkSeesWhatHasStartedMeanwhile) {
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    run("/A.app/a");
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
+}
+
+TEST_F(Processes, AWalkMayBeginAtAnyNumber) {
+    std::vector<pid_t> pids = {run("/A.app/a"), run("/B.app/b")};
+    std::sort(pids.begin(), pids.end());
+    ProcessSerialNumber number = numberOf(pids[0]);
+    EXPECT_EQ(noErr, GetNextProcess(&number));
+    EXPECT_EQ(pids[1], static_cast<pid_t>(number.lowLongOfPSN));
+    EXPECT_EQ(procNotFound, GetNextProcess(&number));
+}
+
+TEST_F(Processes, AnUnreadableListIsAnEmptyOne) {
+    run("/A.app/a");
+    // Without a descriptor /proc cannot be opened. Callers ask again after any error but the end of the list.
+    std::vector<int> files;
+    for (int file = dup(0); file >= 0; file = dup(0))
+        files.push_back(file);
+    ProcessSerialNumber number = {0, kNoProcess};
+    EXPECT_EQ(procNotFound, GetNextProcess(&number));
+    for (const int file : files)
+        close(file);
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
+}
+
+TEST_F(Processes, ThoseOfOtherUsersAreNotListed) {
+    const std::string file = inRoot("/A.app/A");
+    makeFolders(inRoot("/A.app"));
+    copyExecutable(file);
+    const pid_t child = fork();
+    if (child == 0) {
+        // By its descriptor: another user may not pass through the folders above. Only the superuser can
+        // become somebody else; for anybody else the process stays his own.
+        const int opened = ::open(file.c_str(), O_RDONLY);
+        const uid_t nobody = 65534;
+        if (geteuid() == 0 && setuid(nobody) != 0)
+            _exit(1);
+        signal(SIGTERM, SIG_DFL);
+        const char* arguments[] = {"A", "--wait", nullptr};
+        const char* environment[] = {nullptr};
+        fexecve(opened, const_cast<char**>(arguments), const_cast<char**>(environment));
+        _exit(1);
+    }
+    const std::string link = "/proc/" + std::to_string(child) + "/exe";
+    EXPECT_TRUE(comesTrue([&] {
+        char target[4096];
+        const ssize_t length = readlink(link.c_str(), target, sizeof target);
+        return length > 0 && std::string(target, static_cast<size_t>(length)) == file;
+    }));
+    const std::vector<std::string> expected(geteuid() == 0 ? 0 : 1, "/A.app");
+    EXPECT_EQ(expected, runningBundles());
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
+TEST_F(Processes, OutsideOfTheRootNothingIsListed) {
+    run("/A.app/A");
+    run("/inner/B.app/B");
+    const ScopedVariable variable("PLATFORM_ROOT", inRoot("/inner").c_str());
+    EXPECT_THAT(runningBundles(), ElementsAre("/B.app"));
+}
+
+TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
+    const pid_t pid = run("/A.app/A");
+    const ScopedVariable variable("PLATFORM_ROOT", nullptr);
+    EXPECT_EQ(inRoot("/A.app"), bundleOf(pid));
+}
+
+// ---- scripts that nobody launched ----
+
+class ScriptProcess : public Processes {
+protected:
+    /// Runs a command that has the script of a bundle in it, and tells the bundle it is listed with.
+    std::string bundleOfCommand(const std::vector<std::string>& command) {
+        const pid_t pid = runDirectly(command);
+        reportOf(pid);
+        return bundleOf(pid);
+    }
+    std::string script() const { return inRoot("/S.app/Contents/MacOS/S"); }
+};
+
+TEST_F(ScriptProcess, IsListedWithItsBundle) {
+    addScriptBundle("/S.app", "S", "#!/bin/sh");
+    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
+    EXPECT_EQ("/S.app", bundleOfCommand({"sh", script()}));
+    EXPECT_EQ("/S.app", bundleOfCommand({"sh", "-u", script()}));
+}
+
+TEST_F(ScriptProcess, WithAnOptionInItsFirstLineIsListedToo) {
+    addScriptBundle("/S.app", "S", "#! /bin/sh -u");
+    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
+}
+
+TEST_F(ScriptProcess, FoundByTheSearchPathIsListedToo) {
+    addScriptBundle("/S.app", "S", "#!/usr/bin/env sh");
+    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
+}
+
+TEST_F(ScriptProcess, AnotherProgramWorkingOnTheScriptIsNotListed) {
+    addScriptBundle("/S.app", "S", "#!/bin/sh");
+    const pid_t viewer = runDirectly({"tail", "-f", script()});
+    const pid_t lookalike = run("/looks-like-sh");
+    ASSERT_TRUE(comesTrue([&] {
+        std::string name;
+        std::ifstream("/proc/" + std::to_string(viewer) + "/comm") >> name;
+        return name == "tail";
+    }));
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    end(viewer);
+    end(lookalike);
+}
+
+TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
+    makeFolders(inRoot("/S.app/Contents/MacOS"));
+    writeFile(script(), "cat $SAMPLE_REPORTS/lifeline\n", 0755);
+    const pid_t pid = runDirectly({"sh", script()});
+    ASSERT_TRUE(comesTrue([&] {
+        std::string children;
+        std::ifstream("/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid) + "/children") >>
+            children;
+        return !children.empty();
+    }));
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    end(pid);
+}
+
+// ---- what is told about one ----
+
+class ProcessInformation : public Processes {
+protected:
+    static std::string text(CFDictionaryRef information, CFStringRef key) {
+        const auto value = static_cast<CFStringRef>(CFDictionaryGetValue(information, key));
+        char buffer[4096] = "(none)";
+        if (value != nullptr)
+            CFStringGetCString(value, buffer, sizeof buffer, kCFStringEncodingUTF8);
+        return buffer;
+    }
+};
+
+TEST_F(ProcessInformation, TellsBundleExecutableAndIds) {
+    const pid_t pid = run("/Applications/A.app/Contents/MacOS/program");
+    const ProcessSerialNumber number = numberOf(pid);
+    const CFDictionaryRef information =
+        ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
+    ASSERT_NE(nullptr, information);
+    EXPECT_EQ("/Applications/A.app", text(information, CFSTR("BundlePath")));
+    EXPECT_EQ("A", text(information, CFSTR("CFBundleName")));
+    EXPECT_EQ(inRoot("/Applications/A.app/Contents/MacOS/program"),
+              text(information, CFSTR("CFBundleExecutable")));
+    long reportedPid = 0;
+    CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(information, CFSTR("pid"))),
+                     kCFNumberLongType, &reportedPid);
+    EXPECT_EQ(pid, reportedPid);
+    long long reportedNumber = 0;
+    CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(information, CFSTR("PSN"))),
+                     kCFNumberLongLongType, &reportedNumber);
+    EXPECT_EQ(static_cast<UInt64>(number.highLongOfPSN) << 32 | number.lowLongOfPSN,
+              static_cast<UInt64>(reportedNumber));
+    EXPECT_EQ(1, CFGetRetainCount(information));
+    CFRelease(information);
+}
+
+TEST_F(ProcessInformation, LeavesAPathThatIsNoTextOut) {
+    const pid_t pid = run("/\xFF.app/A");
+    const ProcessSerialNumber number = numberOf(pid);
+    const CFDictionaryRef information =
+        ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
+    ASSERT_NE(nullptr, information);
+    EXPECT_EQ("(none)", text(information, CFSTR("BundlePath")));
+    CFRelease(information);
+}
+
+TEST_F(ProcessInformation, HasNothingOnOthersAndOnNone) {
+    const pid_t pid = run("/A.app/A");
+    const auto informationOf = [](ProcessSerialNumber number) {
+        return ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
+    };
+    EXPECT_EQ(nullptr, ProcessInformationCopyDictionary(nullptr, 0));
+    EXPECT_EQ(nullptr, informationOf({0, kNoProcess}));
+    EXPECT_EQ(nullptr, informationOf({0x80000000u, static_cast<UInt32>(getpid())})) << "runs no bundle";
+    ProcessSerialNumber earlier = numberOf(pid);
+    --earlier.highLongOfPSN;
+    EXPECT_EQ(nullptr, informationOf(earlier)) << "a process that had this id before";
+}
