@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <iconv.h>
 #include <limits>
+#include <mutex>
 
 namespace LinuxPlatform {
 namespace {
@@ -38,10 +39,14 @@ const TextEncoding ENCODINGS[] = {
 /// An open conversion of iconv(3).
 class Converter {
 public:
-    Converter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {}
+    Converter(const char* to, const char* from) {
+        const std::lock_guard<std::mutex> lock(ms_openAndClose);
+        m_handle = iconv_open(to, from);
+    }
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
     ~Converter() {
+        const std::lock_guard<std::mutex> lock(ms_openAndClose);
         if (IsOpen())
             iconv_close(m_handle);
     }
@@ -62,8 +67,14 @@ public:
 private:
     static iconv_t Closed() { return reinterpret_cast<iconv_t>(-1); }
 
+    // The C library loads and unloads its conversion modules under a lock of its own, which the thread
+    // sanitizer does not see.
+    static std::mutex ms_openAndClose;
+
     iconv_t m_handle;
 };
+
+std::mutex Converter::ms_openAndClose;
 
 bool IsAscii(std::string_view bytes) {
     return std::all_of(bytes.begin(), bytes.end(),
