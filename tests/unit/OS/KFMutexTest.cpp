@@ -119,9 +119,14 @@ TEST_F(KFMutexTest, TryacquireTakesAFreeMutexAndARecursiveOneAgain) {
     EXPECT_TRUE(isFreeForOthers(mutex));
 }
 
-TEST_F(KFMutexTest, ReleaseTellsThatTheMutexWasNotHeld) {
+TEST_F(KFMutexTest, OperationsReturnThePosixResultUnchecked) {
     KFMutex mutex(true);
-    EXPECT_EQ(EPERM, give(mutex));
+    WrappedCalls::get().mutexError = EOWNERDEAD;
+    EXPECT_EQ(EOWNERDEAD, take(mutex));
+    EXPECT_FALSE(tryToTake(mutex));
+    EXPECT_EQ(EOWNERDEAD, give(mutex));
+    WrappedCalls::get().mutexError = 0;
+    EXPECT_TRUE(isFreeForOthers(mutex));
 }
 
 TEST_F(KFMutexTest, AcquireWaitsUntilTheMutexIsFree) {

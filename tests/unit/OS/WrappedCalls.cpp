@@ -110,6 +110,24 @@ int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attr, int type) {
     return __real_pthread_mutexattr_settype(attr, type);
 }
 
+int __real_pthread_mutex_lock(pthread_mutex_t*);
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+    const int error = WrappedCalls::get().mutexError;
+    return error != 0 ? error : __real_pthread_mutex_lock(mutex);
+}
+
+int __real_pthread_mutex_trylock(pthread_mutex_t*);
+int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
+    const int error = WrappedCalls::get().mutexError;
+    return error != 0 ? error : __real_pthread_mutex_trylock(mutex);
+}
+
+int __real_pthread_mutex_unlock(pthread_mutex_t*);
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    const int error = WrappedCalls::get().mutexError;
+    return error != 0 ? error : __real_pthread_mutex_unlock(mutex);
+}
+
 int __real_usleep(unsigned);
 int __wrap_usleep(unsigned microseconds) {
     record([microseconds](Records& r) { r.microsecondsSlept.push_back(microseconds); });

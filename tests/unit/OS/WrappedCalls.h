@@ -13,6 +13,7 @@ struct WrappedCalls {
     int pthreadCreateError = 0;
     int attrInitError = 0;
     int setDetachStateError = 0;
+    int mutexError = 0; // of locking, trying and unlocking any mutex
     bool sleepAtOnce = false;
 
     // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.

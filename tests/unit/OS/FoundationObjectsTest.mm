@@ -1,0 +1,72 @@
+#include "FileFinder.h"
+#include "FileSystemManagement.h"
+#include "PatternFileFinder.h"
+
+#include "MAC/AutoreleaseScope.h"
+#include "MAC/NSStringManagement.h"
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#import <Foundation/NSDebug.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+// The macOS sources count references by hand: nothing they make may stay behind.
+
+namespace {
+
+/// How many objects of any class more there are after the action has been carried out 100 times.
+int objectsLeftBy(const std::function<void()>& action) {
+    const auto count = [] {
+        int objects = 0;
+        for (const Class* type = GSDebugAllocationClassList(); *type != Nil; ++type) {
+            objects += GSDebugAllocationCount(*type);
+        }
+        return objects;
+    };
+    action(); // what is made once and kept has been made
+    GSDebugAllocationActive(YES);
+    action();
+    const int before = count();
+    for (int i = 0; i < 100; ++i) {
+        action();
+    }
+    const int after = count();
+    GSDebugAllocationActive(NO);
+    return after - before;
+}
+
+} // namespace
+
+TEST(FoundationObjectsTest, TheCounterSeesAnObjectThatStays) {
+    EXPECT_EQ(100, objectsLeftBy([] { [[NSObject alloc] init]; }));
+}
+
+TEST(FoundationObjectsTest, AFinderLeavesNothingBehind) {
+    const TemporaryFolder folder;
+    writeFile(folder / "a.txt", "");
+    writeFile(folder / "b.txt", "");
+    EXPECT_EQ(0, objectsLeftBy([&folder] {
+                  FileFinder all(folder.path(), "*");
+                  PatternFileFinder none(folder.path(), "none");
+                  FileFinder notStarted(folder.path(), "*");
+                  FileFinder missing(folder / "missing", "*");
+                  for (std::string name; all.findNextFile(name) || none.findNextFile(name);) {
+                  }
+              }));
+}
+
+TEST(FoundationObjectsTest, ConversionsLeaveNothingBehind) {
+    EXPECT_EQ(0, objectsLeftBy([] {
+                  NSString* string = StringManagement::WStringToNSString(L"a text of some length \u20AC");
+                  EXPECT_FALSE(StringManagement::NSStringToWString(string).empty());
+                  [string release];
+                  EXPECT_TRUE(StringManagement::WStringToNSString(std::wstring(1, 0xD800)) == nil);
+              }));
+}
+
+TEST(FoundationObjectsTest, TheDesktopFolderLeavesNothingBehind) {
+    EXPECT_EQ(0, objectsLeftBy([] { FileSystemManagement::getUserDesktopFolder(); }));
+}
