@@ -100,8 +100,11 @@ UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
         case EAGAIN:
             return result;
         case ENOBUFS: // The kernel has dropped what did not fit into the socket's buffer.
-        default:      // A message that libudev refuses is as good as lost.
+        case ENOMEM:  // Neither did it fit into ours.
             result = Drained::EventsLost;
+            ++failures;
+            continue;
+        default: // libudev refuses a message, for instance one with an action that it does not know.
             ++failures;
         }
     }
