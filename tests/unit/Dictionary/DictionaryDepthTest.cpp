@@ -108,10 +108,14 @@ TEST(DictionaryDepth, CountsFromTheTopOfTheTreeAlsoInItsParts) {
     innermost->setItem("a", empty);
     Dictionary* const below = innermost->getItem("a")->getAsDictionary();
     below->addValue("leaf", "too deep");
+    EXPECT_EQ(below->getFirstItem(), nullptr);
     below->setItem("leaf", *innermost->getItem("leaf"));
+    EXPECT_EQ(below->getFirstItem(), nullptr);
     below->mergeDictionary(*innermost);
+    EXPECT_EQ(below->getFirstItem(), nullptr);
     std::stringstream in("<dict>\n<key>leaf</key>\n<string>too deep</string>\n</dict>\nrest");
     below->unMarshall(in);
+    EXPECT_EQ(below->getFirstItem(), nullptr);
     *below = dictionary;
     EXPECT_EQ(below->getFirstItem(), nullptr);
     std::string rest;

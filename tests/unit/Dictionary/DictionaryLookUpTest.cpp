@@ -1,8 +1,11 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
 #include "IntBasicItem.h"
+#include "KFExceptionHandler.h"
+#include "OtherProcess.h"
 #include "TraceCapture.h"
 
+#include <csignal>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -126,6 +129,15 @@ TEST(DictionaryGetItem, ANullPathBreaksTheContract) {
         readFile(folder / "trace_0.txt"),
         HasSubstr("REQUIRE VIOLATION : cpath != NULL - In File : "
                   "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary - At Line : 317\n"));
+}
+
+TEST(DictionaryGetItem, ANullPathFindsNothingWhereABrokenContractIsIgnored) {
+    EXPECT_TRUE(inAnotherProcess([] {
+        KFExceptionHandler::GetInstance();
+        signal(30, SIG_IGN); // the signal of broken contracts
+        Dictionary dictionary;
+        return dictionary.getItem(static_cast<const char*>(nullptr)) == nullptr;
+    }));
 }
 
 TEST(DictionaryGetValue, IsForTextsOnly) {

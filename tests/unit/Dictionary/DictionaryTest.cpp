@@ -217,11 +217,13 @@ TEST(DictionaryToString, ListsItsItemsWithoutALineBreakOfItsOwn) {
     EXPECT_THAT(dictionary.toString("\t"), MatchesRegex("\tDictionary \\[0x[0-9a-f]+\\] 'd' items :"));
     dictionary.addValue("a", "x");
     dictionary.addValue("e.n", 10);
+    dictionary.addValue("z", "y");
     EXPECT_THAT(dictionary.toString(""),
                 MatchesRegex("Dictionary \\[0x[0-9a-f]+\\] 'd' items :"
                              "\tBasicItem \\[0x[0-9a-f]+\\] name : 'a' value : 'x'\n"
                              "\tDictionary \\[0x[0-9a-f]+\\] 'e' items :"
-                             "\t\tIntBasicItem \\[0x[0-9a-f]+\\] name : 'n' value : 'a'\n"));
+                             "\t\tIntBasicItem \\[0x[0-9a-f]+\\] name : 'n' value : 'a'\n"
+                             "\tBasicItem \\[0x[0-9a-f]+\\] name : 'z' value : 'y'\n"));
 }
 
 TEST(Dictionary, ObjectsAreCountedAndUncounted) {

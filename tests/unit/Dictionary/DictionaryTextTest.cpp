@@ -493,8 +493,8 @@ TEST(DictionaryLoad, ReadsALineOf100Megabytes) {
     const std::string value(100u << 20, 'v');
     const std::string almostTags(1u << 20, '<');
     Dictionary dictionary;
-    load(dictionary, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>" + value + "</string>\n<key>b</key>\n" +
-                         "<string>" + almostTags + "\n</dict>\n");
+    load(dictionary, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>" + value +
+                         "</string>\n<key>b</key>\n" + "<string>" + almostTags + "\n</dict>\n");
     EXPECT_EQ(dictionary.getValue("a"), value);
     EXPECT_EQ(dictionary.getValue("b"), almostTags);
 }
