@@ -1,6 +1,5 @@
 #include "QuickFormat.h"
 
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -88,14 +87,26 @@ Conversion readConversion(const char*& at) {
     return conversion;
 }
 
-void putInteger(Output& output, const Conversion& conversion, bool negative, std::uint64_t magnitude,
-                int base) {
-    char digits[24];
-    char* const end = std::to_chars(digits, digits + sizeof digits, magnitude, base).ptr;
-    if (conversion.type == 'X')
-        for (char* digit = digits; digit != end; ++digit)
-            *digit = *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
-    const std::size_t length = static_cast<std::size_t>(end - digits) + (negative ? 1 : 0);
+/// Writes the digits in front of `end`, the last one first, and returns where they begin. (std::to_chars is
+/// not in the libraries of the oldest system that this runs on.)
+template <unsigned int BASE>
+char* writeDigits(char* end, std::uint64_t value, char ten) {
+    do {
+        const unsigned int digit = static_cast<unsigned int>(value % BASE);
+        *--end = static_cast<char>(digit < 10 ? '0' + digit : static_cast<unsigned int>(ten) + digit - 10);
+        value /= BASE;
+    } while (value != 0);
+    return end;
+}
+
+void putInteger(Output& output, const Conversion& conversion, bool negative, std::uint64_t magnitude) {
+    char text[24];
+    char* const end = text + sizeof text;
+    const bool decimal = conversion.type != 'x' && conversion.type != 'X';
+    const char* const digits = decimal ? writeDigits<10>(end, magnitude, 'a')
+                                       : writeDigits<16>(end, magnitude, conversion.type == 'x' ? 'a' : 'A');
+    const std::size_t count = static_cast<std::size_t>(end - digits);
+    const std::size_t length = count + (negative ? 1 : 0);
     const std::size_t width = static_cast<std::size_t>(conversion.width);
     const std::size_t padding = length < width ? width - length : 0;
     const bool zeros = conversion.zeros && !conversion.left;
@@ -105,14 +116,14 @@ void putInteger(Output& output, const Conversion& conversion, bool negative, std
         output.put("-", 1);
     if (padding != 0 && zeros)
         output.pad('0', padding);
-    output.put(digits, static_cast<std::size_t>(end - digits));
+    output.put(digits, count);
     if (padding != 0 && conversion.left)
         output.pad(' ', padding);
 }
 
 void putSigned(Output& output, const Conversion& conversion, std::int64_t value) {
     const std::uint64_t bits = static_cast<std::uint64_t>(value);
-    putInteger(output, conversion, value < 0, value < 0 ? 0 - bits : bits, 10);
+    putInteger(output, conversion, value < 0, value < 0 ? 0 - bits : bits);
 }
 
 /// %.0f to %.3f. The value is fraction * 2^-shift with whole numbers, so the decimals are exact, and so is
@@ -141,18 +152,16 @@ bool putFixed(Output& output, int precision, double value) {
             ++scaled;
     }
     char text[32];
-    char* at = text;
-    if (negative)
-        *at++ = '-';
-    at = std::to_chars(at, text + sizeof text, scaled / scale).ptr;
+    char* const end = text + sizeof text;
+    char* at = end;
     if (precision > 0) {
-        *at++ = '.';
-        std::uint64_t decimals = scaled % scale;
-        for (int i = precision - 1; i >= 0; --i, decimals /= 10)
-            at[i] = static_cast<char>('0' + decimals % 10);
-        at += precision;
+        at = writeDigits<10>(at, scaled % scale + scale, 'a'); // the scale brings the leading zeros along
+        *at = '.';
     }
-    output.put(text, static_cast<std::size_t>(at - text));
+    at = writeDigits<10>(at, scaled / scale, 'a');
+    if (negative)
+        *--at = '-';
+    output.put(at, static_cast<std::size_t>(end - at));
     return true;
 }
 
@@ -196,15 +205,14 @@ int formatQuickly(char* buffer, std::size_t size, const char* format, std::va_li
         case 'X': {
             if (!integer)
                 return -1;
-            const int base = conversion.type == 'u' ? 10 : 16;
             if (conversion.length == Conversion::Plain)
-                putInteger(output, conversion, false, va_arg(arguments, unsigned int), base);
+                putInteger(output, conversion, false, va_arg(arguments, unsigned int));
             else if (conversion.length == Conversion::Long)
-                putInteger(output, conversion, false, va_arg(arguments, unsigned long), base);
+                putInteger(output, conversion, false, va_arg(arguments, unsigned long));
             else if (conversion.length == Conversion::LongLong)
-                putInteger(output, conversion, false, va_arg(arguments, unsigned long long), base);
+                putInteger(output, conversion, false, va_arg(arguments, unsigned long long));
             else
-                putInteger(output, conversion, false, va_arg(arguments, std::size_t), base);
+                putInteger(output, conversion, false, va_arg(arguments, std::size_t));
             break;
         }
         case 'c': {

@@ -98,10 +98,10 @@ void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
 
 namespace {
 
-// Only adjacent duplicates: the order of the list is the order in which it was written.
-void appendPattern(std::vector<std::string>& list, std::string pattern) {
-    list.push_back(std::move(pattern));
-    list.erase(std::unique(list.begin(), list.end()), list.end());
+// Drops adjacent duplicates only: the order of the list is the order in which it was written.
+void appendPattern(std::vector<std::string>& list, const std::string& pattern) {
+    if (list.empty() || list.back() != pattern)
+        list.push_back(pattern);
 }
 
 bool isCoveredByAny(const std::vector<std::string>& patterns, std::string_view name) {
