@@ -119,10 +119,10 @@ static DetachedProcess planOf(const std::string& file, const ReferencedPath& bun
 /// applications would miss a script's bundle, and somebody might start it again; so the caller gets the
 /// process only when the list shows it. Where it never does (it has ended already, or became another user), a
 /// while must do.
-static RunningApplication awaitInList(pid_t pid, const std::string& bundle) {
-    RunningApplication application = {pid, 0, std::string(), std::string()};
+static RunningApplication awaitInList(pid_t pid) {
+    RunningApplication application = {pid, 0, std::string(), std::string(), false};
     for (int tries = 0; tries < 200; ++tries) {
-        if (findRunningApplication(pid, application) && application.bundle == bundle)
+        if (findRunningApplication(pid, application) && application.isAsLaunched)
             break;
         if (::kill(pid, 0) != 0 && errno == ESRCH)
             break;
@@ -157,7 +157,7 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
         const int error = startDetached(planOf(file, bundle, appParams->flags), pid);
         if (error != 0)
             return statusOfExecError(error, file);
-        application = awaitInList(pid, bundle.named);
+        application = awaitInList(pid);
     }
     if (status == noErr && outPSN != nullptr)
         *outPSN = serialNumberOf(application);

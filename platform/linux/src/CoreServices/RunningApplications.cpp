@@ -76,19 +76,27 @@ std::vector<std::string> splitAtZeros(const std::string& text, size_t most) {
     return parts;
 }
 
-/// The bundle that the process was launched for, from the note in its environment. A child inherits the note,
-/// but not the process id in it.
-std::string bundleLaunchedFor(const ProcessFolder& process, pid_t pid) {
+/// The note that Launch Services leaves in the environment of what it starts. Children inherit it; the
+/// process id in it tells them apart.
+struct LaunchNote {
+    long pid = 0;
+    std::string bundle;
+};
+
+LaunchNote launchNoteOf(const ProcessFolder& process) {
+    LaunchNote note;
     const std::string environment =
         std::string(1, '\0') + readUpTo(process.file("environ"), ENVIRONMENT_LIMIT);
     const std::string entry = std::string(1, '\0') + LAUNCHED_VARIABLE;
     const size_t found = environment.find(entry);
     if (found == std::string::npos)
-        return std::string();
+        return note;
     const char* value = environment.c_str() + found + entry.size();
     char* afterPid = nullptr;
-    const long notedPid = std::strtol(value, &afterPid, 10);
-    return notedPid == pid && *afterPid == ':' ? afterPid + 1 : std::string();
+    note.pid = std::strtol(value, &afterPid, 10);
+    if (*afterPid == ':')
+        note.bundle = afterPid + 1;
+    return note;
 }
 
 /// Whether the file is a script for the interpreter of that name. An editor that has the script open is not.
@@ -139,11 +147,14 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     application.executable = readExecutableLink(process.file("exe"));
     if (application.executable.empty())
         return false; // a kernel thread, or a process that has ended and was not waited for yet
-    application.bundle = bundleLaunchedFor(process, pid);
-    if (application.bundle.empty())
-        application.bundle = innermostBundle(application.executable);
-    if (application.bundle.empty())
+    const LaunchNote note = launchNoteOf(process);
+    application.isAsLaunched = note.pid == pid && !note.bundle.empty();
+    application.bundle = application.isAsLaunched ? note.bundle : innermostBundle(application.executable);
+    if (application.bundle.empty()) {
         application.bundle = bundleOfScript(process);
+        if (application.bundle == note.bundle)
+            application.bundle.clear(); // a part of the launched script, not the script once more
+    }
     if (application.bundle.empty() || !liesIn(application.bundle, root))
         return false;
     application.pid = pid;

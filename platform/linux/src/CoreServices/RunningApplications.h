@@ -16,6 +16,7 @@ struct RunningApplication {
     UInt64 startTime;       // of the process, in the kernel's ticks: tells it from a later one with its id
     std::string bundle;     // absolute, below the root where one is set
     std::string executable; // the file that the process runs
+    bool isAsLaunched;      // the bundle is the one that Launch Services started this very process for
 };
 
 /// The name and the value's form of the variable that a launched application is known again by. The process
