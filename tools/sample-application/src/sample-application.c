@@ -68,7 +68,7 @@ static void nameReport(char* report, size_t size) {
 }
 
 static void writeReport(const char* path) {
-    char unfinished[PATH_MAX + 8];
+    char unfinished[PATH_MAX + 64 + sizeof ".part"];
     char descriptors[8192];
     const mode_t mask = umask(0);
     umask(mask);
