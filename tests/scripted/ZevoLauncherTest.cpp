@@ -386,11 +386,13 @@ TEST_F(ZevoLauncherTest, WakingUpWithTheModemThereStartsTheApplications) {
 }
 
 TEST_F(ZevoLauncherTest, WakingUpWithoutTheModemStartsNothingAndIsNotTracedByItself) {
-    TraceCapture trace;
-    m_launcher.onResumeStandbyMode();
-    EXPECT_THAT(launches(), IsEmpty());
-    EXPECT_THAT(trace.text(),
-                AllOf(Not(HasSubstr("onResumeStandbyMode")), HasSubstr("ZevoLauncher::isDeviceFound")));
+    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+        TraceCapture trace;
+        m_launcher.onResumeStandbyMode();
+        EXPECT_THAT(launches(), IsEmpty());
+        EXPECT_THAT(trace.text(),
+                    AllOf(Not(HasSubstr("onResumeStandbyMode")), HasSubstr("ZevoLauncher::isDeviceFound")));
+    });
 }
 
 // ---- the whole run
