@@ -68,17 +68,20 @@ struct BusNumber {
     }
 };
 
-/// An event may be read when its device is gone, or another one is at its port: sysfs then has nothing, or
-/// the other one's ids, and the event itself is to be believed.
-Ids ReadIds(udev_device& device, const BusNumber& number) {
-    const bool isGone = !udev_device_get_sysattr_value(&device, "idVendor") &&
-                        !udev_device_get_sysattr_value(&device, "idProduct");
-    if (isGone || number.IsReplaced()) {
+/// An event may be read when its device is gone or going, or another one is at its port: sysfs then has
+/// nothing, one of the ids, or the other one's, and the event itself is to be believed.
+Ids ReadIds(udev_device& device) {
+    // The number last: while it is the event's, the ids read before it were this device's own.
+    const Ids now = IdsFromAttributes(device);
+    const BusNumber number(device);
+    const bool isGoing = !udev_device_get_sysattr_value(&device, "idVendor") ||
+                         !udev_device_get_sysattr_value(&device, "idProduct");
+    if (isGoing || number.IsReplaced()) {
         const Ids then = IdsFromEvent(device);
         if (then.vendor && then.product)
             return then;
     }
-    return IdsFromAttributes(device);
+    return now;
 }
 
 bool IsDigit(char character) {
@@ -115,11 +118,10 @@ void DescribeUsbDevice(udev_device& device, const KnownPath& isKnown, Device& de
     const std::string above = ParentPath(described.path);
     described.parent = isKnown(above) ? above : PathOfParent(device, "usb_device");
     described.location = UsbLocation(View(udev_device_get_sysname(&device)));
-    const BusNumber number(device);
-    const Ids ids = ReadIds(device, number);
+    const Ids ids = ReadIds(device);
     described.vendor = ids.vendor;
     described.product = ids.product;
-    described.incarnation = number.Text();
+    described.incarnation = BusNumber(device).Text();
     described.name = View(udev_device_get_sysattr_value(&device, "product"));
 }
 

@@ -259,6 +259,15 @@ TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoneIsBelieved) {
     EXPECT_THAT(IdsOf("IOUSBDevice"), ElementsAre("12d1/1001"));
 }
 
+TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoingIsBelieved) {
+    Start();
+    // Attributes go one by one.
+    m_bus.Add("usb", "1-1", "", {{"idVendor", "12d1"}},
+              {{"DEVTYPE", "usb_device"}, {"PRODUCT", "12d1/1001/0"}, {"DEVNUM", "007"}});
+    Pumped();
+    EXPECT_THAT(IdsOf("IOUSBDevice"), ElementsAre("12d1/1001"));
+}
+
 TEST_F(UdevFeedTest, AnEventOfADeviceThatWasReplacedIsBelieved) {
     Start();
     const std::string device = m_bus.AddUsbDevice(
