@@ -153,6 +153,7 @@ TEST_F(DeviceWatch, OnlyTheNotifierIsStartedWhenTheMainApplicationRuns) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
+    plugMarker(); // past the last of the modem's arrivals
     ASSERT_TRUE(m_machine.quit(Bundle::notifier));
     unplugAndWait("1-1");
     m_bus.plug("1-1", m_modem.modem);
@@ -168,6 +169,7 @@ TEST_F(DeviceWatch, OnlyTheMainApplicationIsStartedWhenTheNotifierRuns) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
+    plugMarker(); // past the last of the modem's arrivals
     ASSERT_TRUE(m_machine.quit(Bundle::mainApplication));
     m_bus.plug("1-2", m_modem.modem);
     expectStarts(2, 1);

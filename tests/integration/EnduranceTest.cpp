@@ -42,20 +42,19 @@ TEST_F(Endurance, TwoHundredDevicesPresentAtStartAreAllListedAndAllMissedWhenThe
     EXPECT_EQ(removals(), COUNT);
     for (int i = 0; i < COUNT - 1; ++i)
         EXPECT_EQ(arrivalsOf(makePlainDevice(0x1234, FIRST_PRODUCT + static_cast<unsigned>(i))), 0);
-    EXPECT_EQ(m_trace.count("HID = USB#Vid_1234&Pid_01"), COUNT - 1);
+    EXPECT_EQ(m_trace.count(">> [D] HID = USB#Vid_1234&Pid_01"), COUNT - 1);
 }
 
 TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescriptorsFlat) {
     const int ROUNDS = 1000;
     const int WARM_UP = 200;
+    const UsbDevice simple = makePlainDevice(m_modem.modem.vendor, m_modem.modem.product);
     traceOnlyWhatIsCounted();
-    const Modem composite = modemNamed("composite");
-    configureFor(composite.modem, composite.cdRom);
     startLauncher();
     long memory = 0;
     int descriptors = 0;
     for (int round = 1; round <= ROUNDS; ++round) {
-        m_bus.plug("1-1", composite.modem);
+        m_bus.plug("1-1", round % 20 == 0 ? m_modem.modem : simple);
         m_bus.unplug("1-1");
         if (round == WARM_UP) {
             plugMarker();
@@ -65,7 +64,7 @@ TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescri
     }
     plugMarker();
     EXPECT_EQ(removals(), ROUNDS);
-    EXPECT_GE(arrivalsOf(composite.modem), ROUNDS);
+    EXPECT_GE(arrivalsOf(simple), ROUNDS);
     EXPECT_LE(residentMemoryOf(m_launcher->pid()), memory + GROWTH_ALLOWED_KIB);
     EXPECT_EQ(descriptorCountOf(m_launcher->pid()), descriptors);
     expectStarts(1, 1);

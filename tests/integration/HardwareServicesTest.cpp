@@ -42,14 +42,16 @@ private:
 
 class HardwareServices : public testing::Test {
 protected:
-    HardwareServices() : m_last(makePlainDevice(0xfeed, 1)), m_client(m_last) {}
+    HardwareServices()
+        : m_simple(makePlainDevice(m_modem.modem.vendor, m_modem.modem.product)),
+          m_last(makePlainDevice(0xfeed, 1)), m_client(m_last) {}
 
     /** The modem comes and goes so many times while this thread's run loop delivers; then the last device
      * does. */
     void plugAndUnplug(int rounds) {
         std::thread user([this, rounds] {
             for (int round = 0; round < rounds; ++round) {
-                m_bus.plug("1-1", m_modem.modem);
+                m_bus.plug("1-1", round % 20 == 0 ? m_modem.modem : m_simple);
                 m_bus.unplug("1-1");
             }
             m_bus.plug("1-2", m_last);
@@ -60,6 +62,7 @@ protected:
     }
 
     const Modem m_modem = readModemFile(ZEVO_MODEMS "/composite.modem");
+    const UsbDevice m_simple; // the same device to the services, with less to plug in
     const UsbDevice m_last;
     CountingClient m_client;
     VirtualUsbBus m_bus;

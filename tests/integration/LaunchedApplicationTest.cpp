@@ -18,6 +18,7 @@ protected:
         startLauncher();
         m_bus.plug("1-1", m_modem.modem);
         expectStarts(1, 1);
+        plugMarker(); // past the last of the modem's arrivals, nothing is started any more
     }
 
     std::vector<StartReport> bothStarts() {

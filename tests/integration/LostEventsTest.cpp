@@ -13,13 +13,14 @@ protected:
     void SetUp() override {
         m_lossFile = m_machine.folder() + "/lost-events";
         expectStandardError(HasSubstr("lost"));
-        // Behind the virtual bus, whose own reading then ends here.
+        // In front of the virtual bus, which calls the C library and nothing in between.
         const char* preloaded = std::getenv("LD_PRELOAD");
-        startLauncher({"LD_PRELOAD=" + std::string(preloaded ? preloaded : "") + ":" ZEVO_LOST_EVENTS_LIBRARY,
+        startLauncher({"LD_PRELOAD=" ZEVO_LOST_EVENTS_LIBRARY ":" + std::string(preloaded ? preloaded : ""),
                        "ZEVO_LOSE_EVENTS=" + m_lossFile});
     }
 
     void beginLosing() {
+        plugMarker(); // what was sent before has been read
         writeTextFile(m_lossFile, "");
         m_sentBefore = m_bus.eventCount();
     }
@@ -32,6 +33,9 @@ protected:
         plugMarker();
     }
 
+    // Without serial ports: their events are not all for the launcher, and those that are lost are counted.
+    const UsbDevice m_plainModem = makePlainDevice(m_modem.modem.vendor, m_modem.modem.product);
+
 private:
     std::string m_lossFile;
     unsigned long m_sentBefore = 0;
@@ -39,14 +43,14 @@ private:
 
 TEST_F(LostEvents, ModemThatArrivedInTheGapStartsTheApplications) {
     beginLosing();
-    m_bus.plug("1-1", m_modem.modem);
+    m_bus.plug("1-1", m_plainModem);
     endLosing();
     expectStarts(1, 1);
-    EXPECT_GE(arrivalsOf(m_modem.modem), 1);
+    EXPECT_GE(arrivalsOf(m_plainModem), 1);
 }
 
 TEST_F(LostEvents, ModemThatLeftInTheGapIsRemoved) {
-    m_bus.plug("1-1", m_modem.modem);
+    m_bus.plug("1-1", m_plainModem);
     expectStarts(1, 1);
     beginLosing();
     m_bus.unplug("1-1");
@@ -59,22 +63,22 @@ TEST_F(LostEvents, ModemThatSwitchedInTheGapIsRemovedAndArrives) {
     expectStarts(1, 1);
     ASSERT_TRUE(m_machine.quitApplications());
     beginLosing();
-    m_bus.switchMode("1-1", m_modem.modem);
+    m_bus.switchMode("1-1", m_plainModem);
     endLosing();
     EXPECT_EQ(m_trace.count("PnP called for onDeviceRemoval.\n"), 1);
-    EXPECT_GE(arrivalsOf(m_modem.modem), 1);
+    EXPECT_GE(arrivalsOf(m_plainModem), 1);
     expectStarts(2, 2);
 }
 
 TEST_F(LostEvents, WhatStayedThroughTheGapDoesNotArriveAgain) {
-    m_bus.plug("1-1", m_modem.modem);
+    m_bus.plug("1-1", m_plainModem);
     expectStarts(1, 1);
     plugMarker();
-    const int arrivals = arrivalsOf(m_modem.modem);
+    const int arrivals = arrivalsOf(m_plainModem);
     beginLosing();
     m_bus.plug("1-2", makePlainDevice(0x046d, 0xc077));
     endLosing();
-    EXPECT_EQ(arrivalsOf(m_modem.modem), arrivals);
+    EXPECT_EQ(arrivalsOf(m_plainModem), arrivals);
     EXPECT_EQ(m_trace.count("PnP called for onDeviceRemoval.\n"), 0);
 }
 
