@@ -16,8 +16,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zevolauncher)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "starts the connection manager when its USB modem is plugged in
- It waits in the background of a desktop session for one modem, and opens the
- connection manager and its notifier when that modem is there.")
+It waits in the background of a desktop session for one modem, and opens the
+connection manager and its notifier when that modem is there.")
 # What an administrator edits survives an upgrade.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles)
 
@@ -25,8 +25,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzevo-framework-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libudev-dev, libplist-dev, pkgconf")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "framework of the launcher: tracing, logging, property lists, ...
- Static libraries and headers for call tracing, levelled logging, threads,
- exceptions, property lists, parameter files and USB hot-plug, with a CMake
- package.")
+Static libraries and headers for call tracing, levelled logging, threads,
+exceptions, property lists, parameter files and USB hot-plug, with a CMake
+package.")
 
 include(CPack)

@@ -130,7 +130,7 @@ typedef struct LSApplicationParameters {
 ///
 /// Which executable: Contents/MacOS/<name>, where the name is CFBundleExecutable of Contents/Info.plist (text
 /// or binary); without that key, or without a readable Info.plist of at most 64 KB, the bundle's own name
-/// without ".app". A name with a "/" in it, "." and ".." are refused.
+/// without ".app". A name with a "/" in it is refused.
 ///
 /// What it gets: no arguments; the caller's environment with the variables below; folder "/"; standard input,
 /// output and error on /dev/null; no other open file; every signal at its default and none blocked; the file

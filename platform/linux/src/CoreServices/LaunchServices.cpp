@@ -69,8 +69,8 @@ static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) 
     std::string name = executableNameFromInfoPlist(contents + "Info.plist");
     if (name.empty())
         name = ownName(bundle);
-    if (name == "." || name == ".." || name.find('/') != std::string::npos)
-        return kLSNoExecutableErr;
+    if (name.find('/') != std::string::npos)
+        return kLSNoExecutableErr; // it would lead out of the folder
     file = contents + "MacOS/" + name;
     struct stat found;
     if (::stat(file.c_str(), &found) != 0)
@@ -87,7 +87,7 @@ static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, Runni
         return statusOfErrno(error);
     isRunning = false;
     for (const RunningApplication& application : applications) {
-        if (application.bundle != bundle.named && realPath(application.bundle) != bundle.real)
+        if (realPath(application.bundle) != bundle.real)
             continue;
         isRunning = true;
         running = application;
