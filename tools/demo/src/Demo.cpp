@@ -24,7 +24,11 @@ std::string behind(const std::string& line, const std::string& text) {
 
 } // namespace
 
-Demo::Demo() : m_configuration(m_machine), m_trace(m_configuration.traceFile) {}
+Demo::Demo() : m_configuration(m_machine), m_trace(m_configuration.traceFile) {
+    // Written at once, so that what happens is told when it happens.
+    const std::string tracing = "tracer_zevolauncher.cfg";
+    m_machine.install(tracing, m_machine.installedText(tracing) + "\nTRACE_MUST_FLUSH\n");
+}
 
 Demo::~Demo() = default;
 
