@@ -197,9 +197,12 @@ TEST(DictionaryUnMarshall, OfAStreamAtItsEndReadsNothing) {
 }
 
 TEST(DictionaryUnMarshall, AFirstLineWithoutDictReadsNothing) {
-    Dictionary dictionary;
-    unMarshall(dictionary, "\n<dict>\n<key>a</key>\n<string>x</string>\n</dict>\n");
-    EXPECT_EQ(dictionary.getFirstItem(), nullptr);
+    for (const char* line : {"", "<array>", "<dict", "</dict>", "<plist version=\"1.0\">"}) {
+        Dictionary dictionary;
+        const std::string body = "<key>a</key>\n<string>x</string>\n</dict>\n";
+        EXPECT_EQ(unMarshall(dictionary, line + ("\n" + body)), body) << line;
+        EXPECT_EQ(dictionary.getFirstItem(), nullptr) << line;
+    }
 }
 
 TEST(DictionaryUnMarshall, TagsMayStandAnywhereInTheirLine) {
@@ -499,16 +502,21 @@ TEST(DictionaryLoad, ReadsALineOf100Megabytes) {
     EXPECT_EQ(dictionary.getValue("b"), almostTags);
 }
 
+// It comes in pieces.
 TEST(DictionaryLoad, ReadsAPipe) {
     const TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    Dictionary original = example();
+    for (int number = 0; number < 10000; ++number)
+        original.addValue("number" + std::to_string(number), number);
+    const std::string text = std::string(HEADER) + original.marshall("") + "</plist>";
     const pid_t writer = fork();
     if (writer == 0) {
-        writeFile(folder / "pipe", std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+        writeFile(folder / "pipe", text);
         _exit(0);
     }
     Dictionary dictionary;
     dictionary.loadFromFile(folder / "pipe");
-    EXPECT_TRUE(dictionary.equals(example()));
+    EXPECT_TRUE(dictionary.equals(original));
     ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
 }
