@@ -399,6 +399,9 @@ TEST_F(LaunchServices, ALauncherThatIgnoresChildSignalsStartsAllTheSame) {
 }
 
 TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
+    // Before any process is cloned: a copy of this one must not hold an executable open for writing.
+    for (int i = 0; i < 6; ++i)
+        addBundle("/Bundle" + std::to_string(i) + ".app", "Bundle" + std::to_string(i));
     std::atomic<bool> isDone(false);
     std::vector<std::thread> workers;
     for (int i = 0; i < 4; ++i) {
@@ -411,8 +414,7 @@ TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
     std::atomic<int> failures(0);
     for (int i = 0; i < 6; ++i) {
         const std::string bundle = "/Bundle" + std::to_string(i) + ".app";
-        addBundle(bundle, "Bundle" + std::to_string(i));
-        openers.emplace_back([this, bundle, &failures] { failures += open(bundle) != noErr; });
+        openers.emplace_back([bundle, &failures] { failures += open(bundle) != noErr; });
     }
     for (std::thread& opener : openers)
         opener.join();
