@@ -45,21 +45,22 @@ private:
     char m_path[sizeof "/proc/" + 3 * sizeof(long)];
 };
 
+/// A file of /proc or a script. Neither grows meanwhile, so that less than was asked for is the end: one call
+/// fewer for each of some hundred processes.
 std::string readUpTo(const std::string& path, size_t limit, int flags = 0) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     if (file < 0)
         return std::string();
-    std::string content(std::min<size_t>(limit, 4096), '\0');
+    std::string content(std::min<size_t>(limit, 8192), '\0');
     size_t length = 0;
     for (;;) {
-        const ssize_t count = ::read(file, &content[length], content.size() - length);
-        if (count <= 0)
+        const size_t wanted = content.size() - length;
+        const ssize_t count = ::read(file, &content[length], wanted);
+        if (count > 0)
+            length += static_cast<size_t>(count);
+        if (count < 0 || static_cast<size_t>(count) < wanted || length == limit)
             break;
-        length += static_cast<size_t>(count);
-        if (length == limit)
-            break;
-        if (length == content.size())
-            content.resize(std::min(limit, 2 * content.size()));
+        content.resize(std::min(limit, 2 * content.size()));
     }
     ::close(file);
     content.resize(length);
@@ -142,11 +143,9 @@ UInt64 startTimeOf(const ProcessFolder& process) {
 
 bool inspect(pid_t pid, const std::string& root, RunningApplication& application) {
     const ProcessFolder process(pid);
-    if (!process.isOwnedBy(::geteuid()))
-        return false;
     application.executable = readExecutableLink(process.file("exe"));
     if (application.executable.empty())
-        return false; // a kernel thread, or a process that has ended and was not waited for yet
+        return false; // a kernel thread, another user's, or one that has ended and was not waited for yet
     const LaunchNote note = launchNoteOf(process);
     application.isAsLaunched = note.pid == pid && !note.bundle.empty();
     application.bundle = application.isAsLaunched ? note.bundle : innermostBundle(application.executable);
@@ -157,6 +156,8 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     }
     if (application.bundle.empty() || !liesIn(application.bundle, root))
         return false;
+    if (!process.isOwnedBy(::geteuid()))
+        return false; // the superuser can read everybody's
     application.pid = pid;
     application.startTime = startTimeOf(process);
     return application.startTime != 0;

@@ -75,9 +75,11 @@ void BundleTest::addBundle(const std::string& path, const std::string& executabl
 void BundleTest::addScriptBundle(const std::string& path, const std::string& executable,
                                  const std::string& firstLine) {
     makeFolders(inRoot(path) + "/Contents/MacOS");
+    // The last line keeps the shell from becoming its last command.
     const std::string script = firstLine + "\necho parent=$PPID > $SAMPLE_REPORTS/$$.part\n"
                                            "mv $SAMPLE_REPORTS/$$.part $SAMPLE_REPORTS/$$\n"
-                                           "cat $SAMPLE_REPORTS/lifeline\n";
+                                           "cat $SAMPLE_REPORTS/lifeline\n"
+                                           "exit 0\n";
     writeFile(inRoot(path) + "/Contents/MacOS/" + executable, script, 0755);
 }
 

@@ -93,6 +93,22 @@ TEST_F(LaunchServices, TheNestedBundleIsAnApplicationOfItsOwn) {
     EXPECT_EQ(NESTED_BUNDLE, bundleOf(inner));
 }
 
+TEST_F(LaunchServices, TheSerialNumberIsThatOfTheProcessList) {
+    addScriptBundle("/Script.app", "Script", "#!/bin/sh");
+    FSRef reference;
+    ASSERT_EQ(noErr, makeReference("/Script.app", reference));
+    LSApplicationParameters parameters = {};
+    parameters.application = &reference;
+    for (const char* when : {"started", "found running"}) {
+        ProcessSerialNumber number = {0, kNoProcess};
+        ASSERT_EQ(noErr, LSOpenApplication(&parameters, &number));
+        const CFDictionaryRef information =
+            ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
+        ASSERT_NE(nullptr, information) << when;
+        CFRelease(information);
+    }
+}
+
 TEST_F(LaunchServices, ARunningBundleIsNotStartedTwice) {
     const pid_t first = openedProcess(BUNDLE);
     EXPECT_EQ(first, openedProcess(BUNDLE));
@@ -375,6 +391,16 @@ TEST_F(LaunchServices, AFailedStartSendsNoSignalAndLeavesNoChild) {
     EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
     EXPECT_FALSE(hasChildren());
     EXPECT_EQ(0, childSignals);
+}
+
+TEST_F(LaunchServices, AFailedStartLeavesNothingForOthersToAdopt) {
+    writeFile(executable(), "\x7F", 0755);
+    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    const int status = system(SAMPLE_LAUNCHER " /Applications/Quillmarsh.app");
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 4);
+    EXPECT_FALSE(hasChildren());
+    childSignals = 0;
 }
 
 TEST_F(LaunchServices, ALauncherThatAdoptsOrphansIsSparedToo) {

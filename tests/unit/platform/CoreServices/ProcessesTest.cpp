@@ -242,7 +242,7 @@ TEST_F(ScriptProcess, AnotherProgramWorkingOnTheScriptIsNotListed) {
 
 TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
     makeFolders(inRoot("/S.app/Contents/MacOS"));
-    writeFile(script(), ": sh\ncat $SAMPLE_REPORTS/lifeline\n", 0755);
+    writeFile(script(), ": sh\ncat $SAMPLE_REPORTS/lifeline\nexit 0\n", 0755);
     const pid_t pid = runDirectly({"sh", script()});
     ASSERT_TRUE(comesTrue([&] {
         std::string children;
