@@ -27,10 +27,12 @@ std::string quickly(std::size_t size, const char* format, ...) {
     return buffer.substr(0, static_cast<std::size_t>(length));
 }
 
-template <typename... Arguments>
-std::string asPrintf(const char* format, Arguments... arguments) {
+std::string asPrintf(const char* format, ...) {
     char buffer[4096];
-    std::snprintf(buffer, sizeof buffer, format, arguments...);
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    va_end(arguments);
     return buffer;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CallSite.h"
 #include "MessageType.h"
 #include "Tracer.h"
 
@@ -29,12 +30,13 @@ class ThreadTracer;
 //
 // All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.
 
-#define TRACE_METHOD() KF_CALL_MARKER_(__PRETTY_FUNCTION__, static_cast<const void*>(this))
-#define TRACE_FUNCTION(name) KF_CALL_MARKER_("" name)
-#define TRACE_CONSTRUCTOR(className) KF_CALL_MARKER_("" className, className "::constructor", true, this)
+#define TRACE_METHOD()                                                                                       \
+    KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::CallSite::Signature())
+#define TRACE_FUNCTION(name) KF_CALL_MARKER_(nullptr, "" name)
+#define TRACE_CONSTRUCTOR(className) KF_CALL_MARKER_(this, "" className, className "::constructor", true)
 #define TRACE_COPY_CONSTRUCTOR(className)                                                                    \
-    KF_CALL_MARKER_("" className, className "::copyconstructor", true, this)
-#define TRACE_DESTRUCTOR(className) KF_CALL_MARKER_("" className, className "::destructor", false, this)
+    KF_CALL_MARKER_(this, "" className, className "::copyconstructor", true)
+#define TRACE_DESTRUCTOR(className) KF_CALL_MARKER_(this, "" className, className "::destructor", false)
 
 #define TRACE_MESSAGE(type, ...)                                                                             \
     do {                                                                                                     \
@@ -49,7 +51,9 @@ class ThreadTracer;
 #define KF_SHADOWING_ALLOWED_(declaration)                                                                   \
     _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                            \
         declaration _Pragma("GCC diagnostic pop")
-#define KF_CALL_MARKER_(...) KF_SHADOWING_ALLOWED_(::CallMarker kfCallMarker_(__VA_ARGS__);)
+#define KF_CALL_MARKER_(object, ...)                                                                         \
+    KF_SHADOWING_ALLOWED_(static ::CallSite kfCallSite_(__VA_ARGS__);                                        \
+                          ::CallMarker kfCallMarker_(kfCallSite_, object);)
 
 /// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
 /// thread.
@@ -59,21 +63,19 @@ class ThreadTracer;
 /// stays inert if the tracer is enabled later.
 class CallMarker {
 public:
+    /// What the macros use.
+    CallMarker(CallSite& site, const void* object) : m_site(site), m_object(object) {
+        if (Tracer::mayBeActive())
+            begin();
+    }
     /// A free function, shown under this name.
-    explicit CallMarker(const char* name) {
-        if (Tracer::isActive())
-            begin({}, name, false, nullptr);
-    }
+    explicit CallMarker(const char* name) : CallMarker(CallSite::find("", name, false, false), nullptr) {}
     /// A member function: the compiler's signature text, of which Tracer::extractMethodName is shown.
-    CallMarker(const char* prettyName, const void* object) {
-        if (Tracer::isActive())
-            begin({}, methodNameIn(prettyName), false, object);
-    }
+    CallMarker(const char* prettyName, const void* object)
+        : CallMarker(CallSite::find("", prettyName, true, false), object) {}
     /// A constructor or a destructor, which counts the objects of the class.
-    CallMarker(const char* className, const char* methodName, bool isConstructor, const void* object) {
-        if (Tracer::isActive())
-            begin(className, methodName, isConstructor, object);
-    }
+    CallMarker(const char* className, const char* methodName, bool isConstructor, const void* object)
+        : CallMarker(CallSite::find(className, methodName, false, isConstructor), object) {}
     ~CallMarker() {
         if (m_threadTracer != nullptr)
             end();
@@ -88,11 +90,12 @@ public:
     bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
     /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
     /// thread.
-    void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
+    void PrintMsg(TraceMsgType type, const char* format, ...) const KF_PRINTF_LIKE(3, 4);
 
-    std::string_view getClassName() const { return m_className; }
-    std::string_view getMethodName() const { return m_methodName; }
-    bool isConstructor() const { return m_constructor; }
+    CallSite& getSite() const { return m_site; }
+    std::string_view getClassName() const { return m_site.getClassName(); }
+    std::string_view getMethodName() const { return m_site.getMethodName(); }
+    bool isConstructor() const { return m_site.isConstructor(); }
     const void* getObject() const { return m_object; }
     /// True when the entry line was written.
     bool isPrinted() const { return m_printed; }
@@ -101,19 +104,14 @@ public:
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
 
 private:
-    friend class Tracer;
     friend class ThreadTracer;
 
-    static std::string_view methodNameIn(std::string_view prettyName);
-    void begin(std::string_view className, std::string_view methodName, bool isConstructor,
-               const void* object);
+    void begin();
     void end();
     ThreadTracer* threadTracerFor(TraceMsgType type) const;
 
-    std::string_view m_className;
-    std::string_view m_methodName;
+    CallSite& m_site;
+    const void* m_object;
     ThreadTracer* m_threadTracer = nullptr;
     bool m_printed = false;
-    bool m_constructor = false;
-    const void* m_object = nullptr;
 };

@@ -11,7 +11,8 @@
 
 bool FileRing::setBaseName(const std::string& name) {
     m_currentFileName.clear();
-    if (name == "console" || name == "msvc") {
+    m_output = name == "console" ? Output::Console : name == "msvc" ? Output::Nowhere : Output::File;
+    if (m_output != Output::File) {
         m_baseFileName = name;
         m_currentFileName = name;
         return false;
@@ -106,9 +107,9 @@ void FileRing::retrieveModificationInfo(const std::string& fileName, std::string
 }
 
 bool FileRing::put(std::string_view line) {
-    if (isNowhere())
+    if (m_output == Output::Nowhere)
         return false;
-    if (isConsole()) {
+    if (m_output == Output::Console) {
         // DELIBERATE: the line has its own end already, so an empty line follows it.
         std::fwrite(line.data(), 1, line.size(), stdout);
         std::fputc('\n', stdout);
@@ -120,7 +121,7 @@ bool FileRing::put(std::string_view line) {
 }
 
 FileRing::Drain FileRing::drain() {
-    if (isConsole() || isNowhere())
+    if (m_output != Output::File)
         return Drain::Done;
     const bool truncate = m_truncateOnNextOpen;
     m_truncateOnNextOpen = false;

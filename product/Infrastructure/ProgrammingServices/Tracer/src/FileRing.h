@@ -96,8 +96,8 @@ private:
     };
     using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
-    bool isConsole() const { return m_currentFileName == "console"; }
-    bool isNowhere() const { return m_currentFileName == "msvc"; }
+    enum class Output { File, Console, Nowhere };
+
     std::string fileName(std::int32_t index) const;
     OpenFile open(const char* mode) const;
     OpenFile openNextFile();
@@ -109,6 +109,7 @@ private:
     std::string m_baseFileName;
     std::string m_currentFileName;
     std::string m_folderName;
+    Output m_output = Output::File;
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;

@@ -1,6 +1,7 @@
 #include "LineQueue.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 // A burst may have made the buffer large; what is larger than this is given back once it is empty.
@@ -8,7 +9,10 @@ constexpr std::size_t KEPT_BYTES = 1024 * 1024;
 } // namespace
 
 void LineQueue::push(std::string_view line) {
-    m_text.append(line.substr(0, line.find('\0')));
+    const void* const nul = std::memchr(line.data(), '\0', line.size());
+    m_text.append(line.data(), nul == nullptr
+                                   ? line.size()
+                                   : static_cast<std::size_t>(static_cast<const char*>(nul) - line.data()));
     m_ends.push_back(m_text.size());
 }
 

@@ -1,9 +1,17 @@
 #include "MessageText.h"
 
+#include "QuickFormat.h"
+
 #include <cstdio>
 
 MessageText::MessageText(const char* format, std::va_list arguments) {
     std::va_list again;
+    va_copy(again, arguments);
+    if (formatQuickly(m_short, STACK_LIMIT, format, again) >= 0) {
+        va_end(again);
+        return;
+    }
+    va_end(again);
     va_copy(again, arguments);
     const int length = std::vsnprintf(m_short, STACK_LIMIT, format, arguments);
     m_short[STACK_LIMIT] = '\0';

@@ -10,15 +10,15 @@
 
 namespace {
 
-void appendThreadName(std::string& line, const std::string& threadName) {
+/// The thread column: the calling thread's id and this name, each padded to its width.
+std::string threadColumn(const std::string& threadName) {
     char id[32];
     std::snprintf(id, sizeof id, "[th_%-5d][", static_cast<int>(currentThreadNumber()));
-    line += id;
-    line += threadName;
+    std::string column = id + threadName;
     constexpr std::size_t width = 15;
     if (threadName.size() < width)
-        line.append(width - threadName.size(), ' ');
-    line += ']';
+        column.append(width - threadName.size(), ' ');
+    return column += ']';
 }
 
 // The low 32 bits, so that the column keeps its width on every host.
@@ -53,23 +53,22 @@ std::string_view tagOf(TraceMsgType type) {
 } // namespace
 
 ThreadTracer::ThreadTracer(Tracer& tracer, std::string threadName)
-    : m_tracer(tracer), m_threadName(std::move(threadName)) {}
+    : m_tracer(tracer), m_threadName(std::move(threadName)), m_threadColumn(threadColumn(m_threadName)) {}
 
 void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     if (!m_enabled)
         return;
-    const int count = m_tracer.UpdateObjectCount(marker);
+    const int count = marker.getSite().hasClassName() ? m_tracer.UpdateObjectCount(marker) : 0;
     marker.m_threadTracer = this;
-    const std::string_view name = marker.getMethodName();
-    if (!m_tracer.isCallForbiddenToPrint(name) && m_tracer.isCallPermittedToPrint(name)) {
-        marker.m_printed = true;
+    marker.m_printed = m_tracer.isPrinted(marker.getSite());
+    if (marker.isPrinted()) {
         beginLine();
         PrintObjectCountAndAddress(marker, count);
         PrintIndentation();
-        m_line += name;
+        m_line += marker.getMethodName();
         endLine();
     }
-    m_callStack.push_back({name, marker.isPrinted()});
+    push({&marker.getSite(), marker.isPrinted()});
 }
 
 void ThreadTracer::EndOfCall(CallMarker& marker) {
@@ -83,9 +82,18 @@ void ThreadTracer::EndOfCall(CallMarker& marker) {
         endLine();
     }
     // DELIBERATE: whatever stands innermost is removed, also when this thread was disabled meanwhile.
-    const KFLock lock(m_tracer.getLock());
     if (!m_callStack.empty())
-        m_callStack.pop_back();
+        pop();
+}
+
+void ThreadTracer::push(const Call& call) {
+    m_callStack.push_back(call);
+    m_printedCalls += call.printed ? 1 : 0;
+}
+
+void ThreadTracer::pop() {
+    m_printedCalls -= m_callStack.back().printed ? 1 : 0;
+    m_callStack.pop_back();
 }
 
 void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
@@ -112,10 +120,9 @@ void ThreadTracer::PrintStack() {
     // Lines of their own: the line in progress belongs to the traced thread, which may be another one.
     // DELIBERATE: the id is that of the thread that asks, beside the traced thread's name.
     for (std::size_t number = m_callStack.size(); number > 0; --number) {
-        std::string line;
-        appendThreadName(line, m_threadName);
+        std::string line = threadColumn(m_threadName);
         line += "    [" + std::to_string(number) + "] ";
-        line += m_callStack[number - 1].methodName;
+        line += m_callStack[number - 1].site->getMethodName();
         line += '\n';
         m_tracer.PrintString(line);
     }
@@ -141,7 +148,7 @@ void ThreadTracer::PrintTime() {
 }
 
 void ThreadTracer::PrintThreadName() {
-    appendThreadName(m_line, m_threadName);
+    m_line += m_threadColumn;
 }
 
 void ThreadTracer::PrintObjectCountAndAddress(const CallMarker& marker, int count) {
@@ -175,10 +182,9 @@ void ThreadTracer::PrintNullObjectCount() {
 
 void ThreadTracer::PrintIndentation() {
     const std::string_view unit = m_tracer.hasBarIndentation() ? BAR_UNIT : PLAIN_UNIT;
-    const bool hiddenCallsToo = m_tracer.indentsHiddenCalls();
-    for (const Call& call : m_callStack)
-        if (call.printed || hiddenCallsToo)
-            m_line += unit;
+    std::size_t units = m_tracer.indentsHiddenCalls() ? m_callStack.size() : m_printedCalls;
+    for (; units > 0; --units)
+        m_line += unit;
 }
 
 void ThreadTracer::PrintMsgType(TraceMsgType type) {

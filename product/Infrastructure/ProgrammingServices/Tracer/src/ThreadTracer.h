@@ -10,6 +10,7 @@
 #include <vector>
 
 class CallMarker;
+class CallSite;
 class Tracer;
 
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
@@ -28,9 +29,8 @@ public:
     /// A disabled thread takes in no calls and writes no exits.
     void setEnabled(bool enabled) { m_enabled = enabled; }
 
-    /// The tracer's lock is held.
+    /// The tracer's lock is held for these two.
     void BeginningOfCall(CallMarker& marker);
-    /// The tracer's lock is not needed.
     void EndOfCall(CallMarker& marker);
     /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
     /// ...".
@@ -41,11 +41,14 @@ public:
 
 private:
     /// A living call. A copy, not the marker: a call that ends while the tracer is disabled leaves its entry
-    /// behind, and that must not become a dangling pointer. The name is a literal.
+    /// behind, and that must not become a dangling pointer.
     struct Call {
-        std::string_view methodName;
+        const CallSite* site;
         bool printed;
     };
+
+    void push(const Call& call);
+    void pop();
 
     void beginLine();
     void endLine();
@@ -64,6 +67,8 @@ private:
     bool m_enabled = true;
     std::string m_line; // the line in progress
     std::string m_threadName;
-    std::vector<Call> m_callStack; // innermost last
+    std::string m_threadColumn;     // with the id of the thread that made this object, the traced one
+    std::vector<Call> m_callStack;  // innermost last
+    std::size_t m_printedCalls = 0; // how many of them are printed
     TimeStamp m_timeStamp;
 };

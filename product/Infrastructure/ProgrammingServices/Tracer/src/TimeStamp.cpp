@@ -7,18 +7,18 @@ void TimeStamp::appendNow(std::string& line) {
     timeval now;
     gettimeofday(&now, nullptr);
     const std::time_t second = now.tv_sec;
-    if (second != m_second || m_secondText.empty()) {
+    if (second != m_second) {
         std::tm local{};
         localtime_r(&second, &local);
-        char text[64];
-        std::snprintf(text, sizeof text, "[%02d:%02d:%02d-", local.tm_hour, local.tm_min, local.tm_sec);
-        m_secondText = text;
+        // Hours, minutes and seconds have two digits each; the remainders only tell the compiler so.
+        std::snprintf(m_text, sizeof m_text, "[%02d:%02d:%02d-", local.tm_hour % 100, local.tm_min % 100,
+                      local.tm_sec % 100);
+        m_text[13] = ']';
         m_second = second;
     }
     const int milliseconds = static_cast<int>(now.tv_usec / 1000);
-    line += m_secondText;
-    line += static_cast<char>('0' + milliseconds / 100);
-    line += static_cast<char>('0' + milliseconds / 10 % 10);
-    line += static_cast<char>('0' + milliseconds % 10);
-    line += ']';
+    m_text[10] = static_cast<char>('0' + milliseconds / 100);
+    m_text[11] = static_cast<char>('0' + milliseconds / 10 % 10);
+    m_text[12] = static_cast<char>('0' + milliseconds % 10);
+    line.append(m_text, 14);
 }

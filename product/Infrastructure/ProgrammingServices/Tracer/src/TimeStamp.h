@@ -14,5 +14,5 @@ public:
 
 private:
     std::time_t m_second = -1;
-    std::string m_secondText; // "[hh:mm:ss-"
+    char m_text[15] = ""; // "[hh:mm:ss-mmm]"
 };

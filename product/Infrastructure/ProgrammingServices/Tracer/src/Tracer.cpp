@@ -16,8 +16,30 @@ static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Trac
 
 std::atomic<Tracer*> Tracer::m_Instance{nullptr};
 
+namespace {
+
+std::uint32_t newFilters() {
+    static std::atomic<std::uint32_t> last{0};
+    return ++last & 0x7FFFFFFF;
+}
+
+std::uint64_t newTracerNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
+
+/// The calling thread's tracer as it was last found in the registry of the tracer with this number. Only the
+/// thread itself changes its entry, so the two agree as long as that tracer lives.
+struct ThreadSlot {
+    std::uint64_t tracerNumber;
+    ThreadTracer* threadTracer;
+};
+thread_local ThreadSlot threadSlot = {0, nullptr};
+
+} // namespace
+
 // The first file of a run is emptied, whatever an earlier run has left there.
-Tracer::Tracer() : m_ring("Tracer", true) {}
+Tracer::Tracer() : m_filters(newFilters()), m_number(newTracerNumber()), m_ring("Tracer", true) {}
 
 Tracer::~Tracer() {
     Tracer* self = this;
@@ -130,6 +152,7 @@ void Tracer::TraceTheCall(const char* className) {
     const KFLock lock(m_lock);
     const bool forbidden = !strClassName.empty() && strClassName.front() == '-';
     appendPattern(forbidden ? m_forbiddenCalls : m_permittedCalls, strClassName);
+    m_filters.store(newFilters(), std::memory_order_relaxed);
 }
 
 bool Tracer::isThreadPermittedToPrint(std::string_view name) {
@@ -149,15 +172,28 @@ bool Tracer::isCallForbiddenToPrint(std::string_view name) {
     });
 }
 
+bool Tracer::isPrinted(CallSite& site) {
+    const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
+    const int verdict = site.getVerdict(filters);
+    if (verdict >= 0)
+        return verdict != 0;
+    const bool printed =
+        !isCallForbiddenToPrint(site.getMethodName()) && isCallPermittedToPrint(site.getMethodName());
+    site.keepVerdict(filters, printed);
+    return printed;
+}
+
 std::string Tracer::extractMethodName(const char* prettyName) {
-    return std::string(CallMarker::methodNameIn(prettyName));
+    return std::string(CallSite::methodNameIn(prettyName));
 }
 
 // ---- threads and calls
 // ---------------------------------------------------------------------------------------
 
 ThreadTracer* Tracer::registeredThreadTracer() {
-    return m_threadTracers[currentThreadKey()].get();
+    if (threadSlot.tracerNumber != m_number || threadSlot.threadTracer == nullptr)
+        threadSlot = {m_number, m_threadTracers[currentThreadKey()].get()};
+    return threadSlot.threadTracer;
 }
 
 void Tracer::BeginningOfThread(const char* threadName) {
@@ -174,6 +210,7 @@ void Tracer::BeginningOfThread(const char* threadName) {
 void Tracer::EndOfThread() {
     const KFLock lock(m_lock);
     m_threadTracers.erase(currentThreadKey());
+    threadSlot = {0, nullptr};
 }
 
 void Tracer::Enable() {
@@ -194,6 +231,16 @@ void Tracer::switchThread(bool on) {
 
 void Tracer::BeginningOfCall(CallMarker& marker) {
     const KFLock lock(m_lock);
+    beginCall(marker);
+}
+
+void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
+    const KFLock lock(m_lock);
+    if (m_enabled.load(std::memory_order_relaxed))
+        beginCall(marker);
+}
+
+void Tracer::beginCall(CallMarker& marker) {
     ThreadTracer* threadTracer = registeredThreadTracer();
     if (threadTracer == nullptr) {
         BeginningOfThread(("th_" + std::to_string(currentThreadNumber())).c_str());
@@ -201,6 +248,15 @@ void Tracer::BeginningOfCall(CallMarker& marker) {
     }
     if (threadTracer != nullptr)
         threadTracer->BeginningOfCall(marker);
+}
+
+void Tracer::EndOfCall(CallMarker& marker) {
+    const KFLock lock(m_lock);
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return;
+    ThreadTracer* const threadTracer = registeredThreadTracer();
+    if (threadTracer != nullptr && threadTracer == marker.getThreadTracer())
+        threadTracer->EndOfCall(marker);
 }
 
 ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 class CallMarker;
+class CallSite;
 class ThreadTracer;
 class TracerFlushThread;
 
@@ -44,6 +45,11 @@ public:
     static bool isActive() {
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->isEnabled();
+    }
+    /// The same without the lock, for who takes it anyway when the answer is yes, and then asks again.
+    static bool mayBeActive() {
+        Tracer* const tracer = GetInstance();
+        return tracer != nullptr && tracer->m_enabled.load(std::memory_order_relaxed);
     }
     /// A disabled tracer answers without touching its lock.
     bool isEnabled() {
@@ -102,6 +108,8 @@ public:
     bool isCallPermittedToPrint(std::string_view name);
     /// A forbidden call is hidden even when it is permitted.
     bool isCallForbiddenToPrint(std::string_view name);
+    /// Both of these for a call site, which keeps the answer until the filters change.
+    bool isPrinted(CallSite& site);
     /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
     static std::string extractMethodName(const char* prettyName);
 
@@ -118,8 +126,13 @@ public:
     void Enable();
     void Disable();
 
-    /// A call begins on the calling thread. Called by the marker itself.
+    /// A call begins on the calling thread.
     void BeginningOfCall(CallMarker& marker);
+    /// The same, called by the marker itself.
+    void BeginningOfCallIfEnabled(CallMarker& marker);
+    /// A call that this tracer took in ends; nothing happens while the tracer is disabled, nor when the
+    /// thread has ended its trace. Called by the marker itself.
+    void EndOfCall(CallMarker& marker);
     /// The calling thread's tracer if it is the one that took this call in and the tracer is enabled, else
     /// null. It stays valid until the calling thread ends its trace.
     ThreadTracer* threadTracerOf(const CallMarker& marker);
@@ -152,6 +165,7 @@ private:
 
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
+    void beginCall(CallMarker& marker) KF_REQUIRES(m_lock);
 
     static std::atomic<Tracer*> m_Instance;
 
@@ -162,6 +176,10 @@ private:
     std::atomic<bool> m_printTime{false};
     std::atomic<bool> m_printObjectCountAndAddress{false};
     std::atomic<std::uint32_t> m_levelMask{0};
+    // The state of the filters, a number that no tracer uses twice: what call sites keep their verdict for.
+    std::atomic<std::uint32_t> m_filters;
+    // Told apart by their numbers, tracers may follow one another at one address.
+    const std::uint64_t m_number;
     // Written under the lock. A first look may do without it: nobody needs the lock to learn that it is off.
     std::atomic<bool> m_enabled{false};
 

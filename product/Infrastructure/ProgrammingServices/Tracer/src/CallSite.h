@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string_view>
+
+/// What does not change between the calls of one traced function: its names, and whether the filters let it
+/// into the trace, which is worked out once and kept until the filters change. Every marker macro has one, a
+/// static that needs no construction at run time.
+///
+/// The texts are borrowed for good: string literals and __PRETTY_FUNCTION__ only. Thread: any.
+class CallSite {
+public:
+    /// A free function, shown under this name.
+    constexpr explicit CallSite(const char* name) : m_text(name) {}
+    /// A member function: the compiler's signature text, of which the part that Tracer::extractMethodName
+    /// names is shown. The tag only tells it from a free function.
+    struct Signature {};
+    constexpr CallSite(const char* prettyName, Signature) : m_text(prettyName), m_signature(true) {}
+    /// A constructor or a destructor, which counts the objects of the class.
+    constexpr CallSite(const char* className, const char* methodName, bool isConstructor)
+        : m_className(className), m_text(methodName), m_constructor(isConstructor) {}
+
+    CallSite(const CallSite&) = delete;
+    CallSite& operator=(const CallSite&) = delete;
+
+    /// The site of a function that has no static of its own, found by its texts; lives to the end of the
+    /// process. An empty class name is none.
+    static CallSite& find(const char* className, const char* text, bool signature, bool isConstructor);
+
+    /// Empty for all but constructors and destructors.
+    std::string_view getClassName() const {
+        return m_className != nullptr ? m_className : std::string_view();
+    }
+    bool hasClassName() const { return m_className != nullptr && *m_className != '\0'; }
+    bool isConstructor() const { return m_constructor; }
+    std::string_view getMethodName() const {
+        const char* const name = m_name.load(std::memory_order_acquire);
+        return name != nullptr ? std::string_view(name, m_length.load(std::memory_order_relaxed))
+                               : findName();
+    }
+    /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
+    static std::string_view methodNameIn(std::string_view prettyName);
+
+    /// The verdict that was kept for this state of the filters (a number, not 0): 1 it is printed, 0 it is
+    /// not, -1 none was kept.
+    int getVerdict(std::uint32_t filters) const {
+        const std::uint32_t verdict = m_verdict.load(std::memory_order_relaxed);
+        return verdict >> 1 == filters ? static_cast<int>(verdict & 1) : -1;
+    }
+    void keepVerdict(std::uint32_t filters, bool printed) {
+        m_verdict.store(filters << 1 | (printed ? 1u : 0u), std::memory_order_relaxed);
+    }
+
+private:
+    std::string_view findName() const;
+
+    const char* m_className = nullptr;
+    const char* m_text;
+    bool m_signature = false;
+    bool m_constructor = false;
+    // Found by the first call, not by the constructor: a static is to need no code before it.
+    mutable std::atomic<const char*> m_name{nullptr};
+    mutable std::atomic<std::uint32_t> m_length{0};
+    std::atomic<std::uint32_t> m_verdict{0};
+};
