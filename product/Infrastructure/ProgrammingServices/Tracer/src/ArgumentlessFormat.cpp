@@ -28,7 +28,7 @@ private:
     std::size_t readNumberOrStar();
     void readFlags();
     void skipPosition();
-    std::string specification() const;
+    std::string singleFormat() const;
     template <typename Argument>
     void appendFormatted(std::string& result, Argument argument) const;
 
@@ -95,7 +95,7 @@ bool Conversion::read() {
     return true;
 }
 
-std::string Conversion::specification() const {
+std::string Conversion::singleFormat() const {
     std::string text = "%" + m_flags;
     if (m_width != 0)
         text += std::to_string(m_width);
@@ -106,10 +106,10 @@ std::string Conversion::specification() const {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-// The specification was put together above from checked pieces, for one argument of this very type.
+// The format was put together above from checked pieces, for one argument of this very type.
 template <typename Argument>
 void Conversion::appendFormatted(std::string& result, Argument argument) const {
-    const std::string format = specification();
+    const std::string format = singleFormat();
     const int length = std::snprintf(nullptr, 0, format.c_str(), argument);
     if (length <= 0)
         return;
