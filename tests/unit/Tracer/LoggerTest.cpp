@@ -161,6 +161,8 @@ TEST_F(LoggerCore, NothingIsWrittenForMsvc) {
         m_logger.SetFileName("msvc");
         m_logger.PrintMsg(MSG_ERROR, "one");
         m_logger.WriteOnFile();
+        if (!m_logger.areAllMsgFlushed())
+            _exit(4);
         m_logger.FinishLogging();
         _exit(access("msvc", F_OK) == 0 ? 3 : 0);
     });

@@ -266,6 +266,8 @@ TEST_F(TracerCore, CountThatFallsBelowOneIsRemoved) {
     CallMarker destructor("A", "A::destructor", false, this);
     EXPECT_EQ(m_tracer.UpdateObjectCount(destructor), 0);
     EXPECT_EQ(m_tracer.UpdateObjectCount(destructor), 0);
+    m_tracer.PrintAllObjectsCount();
+    EXPECT_EQ(file().find("Class = "), std::string::npos) << file();
     EXPECT_EQ(m_tracer.UpdateObjectCount(constructor), 1);
 }
 
@@ -307,6 +309,8 @@ TEST_F(TracerCore, NothingIsWrittenForMsvc) {
         m_tracer.setDirectWrite(true);
         m_tracer.PrintString("two\n");
         m_tracer.WriteOnFile();
+        if (ring().waiting() != 0)
+            _exit(4);
         m_tracer.FinishTracing();
         _exit(access("msvc", F_OK) == 0 ? 3 : 0);
     });
