@@ -1,0 +1,23 @@
+#include "AppDataPersistence.h"
+#include "StoreFolder.h"
+
+// Whatever the file holds: it is read without harm, every parameter in it can be asked for, and a write keeps
+// them all and is read back.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const StoreFolder folder;
+    AppDataPersistence store("Fuzz", "Domain", PERSISTENCE_CURRENT_USER);
+    writeFile(folder.file("Domain.dat"), std::string(reinterpret_cast<const char*>(data), size));
+
+    t_paramMap params;
+    require(store.readPersistenceFile(params));
+    for (const auto& [name, value] : params) {
+        std::string read;
+        require(store.readParam(name, read) && read == value);
+    }
+    require(store.writeParam("written", "value"));
+    params["written"] = "value";
+    t_paramMap again;
+    require(store.readPersistenceFile(again));
+    require(again == params);
+    return 0;
+}
