@@ -265,9 +265,9 @@ TEST_F(TracerCore, CountThatFallsBelowOneIsRemoved) {
     EXPECT_EQ(m_tracer.UpdateObjectCount(constructor), 2);
     CallMarker destructor("A", "A::destructor", false, this);
     EXPECT_EQ(m_tracer.UpdateObjectCount(destructor), 0);
-    EXPECT_EQ(m_tracer.UpdateObjectCount(destructor), 0);
     m_tracer.PrintAllObjectsCount();
     EXPECT_EQ(file().find("Class = "), std::string::npos) << file();
+    EXPECT_EQ(m_tracer.UpdateObjectCount(destructor), 0);
     EXPECT_EQ(m_tracer.UpdateObjectCount(constructor), 1);
 }
 
