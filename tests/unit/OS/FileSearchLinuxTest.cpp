@@ -3,6 +3,7 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Trees.h"
+#include "WrappedCalls.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <dirent.h>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 // What this host does beyond what both promise.
@@ -57,6 +59,18 @@ TEST(FileSearchLinuxTest, LongNamesInADeepTreeAreFoundWhole) {
     makeDeepTree(top, std::string(255, 'n'), 40);
     EXPECT_EQ(40u, find(top, "*").size());
     removeDeepTree(top);
+}
+
+TEST(FileSearchLinuxTest, FileSystemsThatDoNotTellTheTypesOfEntriesAreSearchedTheSameWay) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(0, mkdir((folder / "sub").c_str(), 0777));
+    writeFile(folder / "sub/a", "");
+    ASSERT_EQ(0, symlink("sub", (folder / "link").c_str()));
+    WrappedCalls::reset();
+    WrappedCalls::get().entryTypesHidden = true;
+    const std::vector<std::string> names = find(folder.path(), "*");
+    WrappedCalls::reset();
+    EXPECT_THAT(names, UnorderedElementsAre("sub", "sub/a", "link"));
 }
 
 TEST(FileSearchLinuxTest, NamesThatAreNoUtf8ComeBackByteForByte) {

@@ -525,6 +525,11 @@ TEST_F(CopyFolderTest, MakesItsFoldersWithMode0777AndLeavesTheMaskAtZero) {
     EXPECT_EQ(0u, KeepMask::current());
 }
 
+TEST_F(CopyFolderTest, SetsTheMaskBeforeAnythingElse) {
+    EXPECT_FALSE(copy(""));
+    EXPECT_EQ(0u, KeepMask::current());
+}
+
 TEST_F(CopyFolderTest, ToleratesTrailingSeparatorsAndAnExistingDestination) {
     makeSource({"a"});
     ASSERT_TRUE(createFolder(m_folder / "copy/sub"));

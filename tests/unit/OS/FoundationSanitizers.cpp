@@ -3,8 +3,12 @@
 // instead, see FoundationObjectsTest.mm.
 
 extern "C" {
-const char* __lsan_default_options() { return "print_suppressions=0"; }
-const char* __tsan_default_options() { return "print_suppressions=0"; }
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+const char* __tsan_default_options() {
+    return "print_suppressions=0";
+}
 
 const char* __lsan_default_suppressions() {
     return "leak:libobjc.so\nleak:libgnustep-base.so\n";

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <dirent.h>
 #include <mutex>
 #include <pthread.h>
 
@@ -126,6 +127,24 @@ int __real_pthread_mutex_unlock(pthread_mutex_t*);
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int error = WrappedCalls::get().mutexError;
     return error != 0 ? error : __real_pthread_mutex_unlock(mutex);
+}
+
+// Under one of the two names, depending on the width of a file's offset.
+static dirent* withoutType(dirent* entry) {
+    if (entry != nullptr && WrappedCalls::get().entryTypesHidden) {
+        entry->d_type = DT_UNKNOWN;
+    }
+    return entry;
+}
+
+dirent* __real_readdir(DIR*);
+dirent* __wrap_readdir(DIR* directory) {
+    return withoutType(__real_readdir(directory));
+}
+
+dirent* __real_readdir64(DIR*);
+dirent* __wrap_readdir64(DIR* directory) {
+    return withoutType(__real_readdir64(directory));
 }
 
 int __real_usleep(unsigned);

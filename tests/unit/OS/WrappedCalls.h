@@ -15,6 +15,7 @@ struct WrappedCalls {
     int setDetachStateError = 0;
     int mutexError = 0; // of locking, trying and unlocking any mutex
     bool sleepAtOnce = false;
+    bool entryTypesHidden = false; // of readdir: as on file systems that do not tell them
 
     // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.
     std::string executablePath;

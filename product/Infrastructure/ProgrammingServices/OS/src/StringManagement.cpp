@@ -91,8 +91,8 @@ std::string wStringToString(const std::wstring& w, enEncoding e) {
     if (!string) {
         return std::string();
     }
-    // A C string is what is asked for, so it ends at the first zero.
-    return std::string(encoded<std::string>(string.get(), platformEncoding(e)).c_str());
+    const std::string text = encoded<std::string>(string.get(), platformEncoding(e));
+    return text.substr(0, text.find('\0')); // a C string is what is asked for
 }
 
 std::string stringToStringWithEncoding(const std::string& s, enEncoding from, enEncoding to) {
