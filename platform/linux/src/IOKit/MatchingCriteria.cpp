@@ -68,12 +68,12 @@ void MatchingCriteria::ReadNested(CFTypeRef dictionary) {
         m_isImpossible = true;
 }
 
-bool MatchingCriteria::Match(const RegistryEntry& entry) const {
-    if (m_isImpossible || !ClassConformsTo(entry.ClassName(), ClassName::SERVICE) ||
-        !ClassConformsTo(entry.ClassName(), m_className) || (m_name && entry.Name() != *m_name))
+bool MatchingCriteria::Match(const RegistryEntry& service) const {
+    if (m_isImpossible || !ClassConformsTo(service.ClassName(), m_className) ||
+        (m_name && service.Name() != *m_name))
         return false;
     return std::all_of(m_properties.begin(), m_properties.end(), [&](const auto& wanted) {
-        const PropertyValue* actual = entry.FindProperty(wanted.first);
+        const PropertyValue* actual = service.FindProperty(wanted.first);
         return actual && *actual == wanted.second;
     });
 }

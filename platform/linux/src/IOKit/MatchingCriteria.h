@@ -11,8 +11,7 @@ class MatchingCriteria {
 public:
     explicit MatchingCriteria(CFDictionaryRef dictionary);
 
-    /// Services only: the root of the registry is none.
-    bool Match(const RegistryEntry& entry) const;
+    bool Match(const RegistryEntry& service) const;
 
 private:
     void Read(CFDictionaryRef dictionary);

@@ -56,14 +56,18 @@ TEST_F(CFDictionary, AValueIsBorrowed) {
 TEST_F(CFDictionary, SetReplacesAndAddDoesNot) {
     CFMutableDictionaryRef dictionary = MakeMutable();
     CFDictionaryAddValue(dictionary, CFSTR("key"), CFSTR("first"));
-    CFDictionaryAddValue(dictionary, CFSTR("key"), CFSTR("second"));
+    CFStringRef second = MakeText("second");
+    CFDictionaryAddValue(dictionary, CFSTR("key"), second);
     EXPECT_EQ(CFDictionaryGetValue(dictionary, CFSTR("key")), CFSTR("first"));
+    EXPECT_EQ(CFGetRetainCount(second), 1) << "what was not added is not owned";
+    CFRelease(second);
     CFStringRef third = MakeText("third");
     CFDictionarySetValue(dictionary, CFSTR("key"), third);
-    CFDictionarySetValue(dictionary, CFSTR("key"), third);
-    EXPECT_EQ(CFDictionaryGetValue(dictionary, CFSTR("key")), third);
-    EXPECT_EQ(CFGetRetainCount(third), 2);
     CFRelease(third);
+    CFDictionarySetValue(dictionary, CFSTR("key"), third);
+    EXPECT_EQ(CFDictionaryGetValue(dictionary, CFSTR("key")), third)
+        << "setting what is there already keeps it";
+    EXPECT_EQ(CFGetRetainCount(third), 1);
     CFRelease(dictionary);
 }
 

@@ -159,19 +159,21 @@ TEST_F(CFRunLoop, AStopWithoutARunIsForgotten) {
 }
 
 TEST_F(CFRunLoop, AStopEndsTheInnermostRunOnly) {
-    int depth = 0;
+    int calls = 0;
     Owned<SignalledSource> source = MakeSource([&] {
-        if (++depth == 1) {
-            source->Signal();
-            EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
-            EXPECT_EQ(depth, 2);
-        } else {
+        if (++calls > 1) {
             CFRunLoopStop(m_loop);
+            return;
         }
+        source->Signal();
+        EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+        EXPECT_EQ(calls, 2);
+        source->Signal();
     });
     CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
     source->Signal();
-    EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    EXPECT_EQ(calls, 3) << "the outer run went on after the inner one was stopped";
     CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
 }
 
@@ -240,6 +242,32 @@ TEST_F(CFRunLoop, ASourceRemovedByAnothersCallbackIsNotCalled) {
     second->Signal();
     CFRunLoopRun();
     EXPECT_EQ(called, 1);
+}
+
+TEST_F(CFRunLoop, AfterAStopOrTheOneCallbackAskedForNoOtherSourceIsCalled) {
+    int called = 0;
+    bool stops = false;
+    const auto count = [&] {
+        ++called;
+        if (stops)
+            CFRunLoopStop(m_loop);
+    };
+    const auto first = MakeSource(count);
+    const auto second = MakeSource(count);
+    CFRunLoopAddSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
+    first->Signal();
+    second->Signal();
+    EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(called, 1);
+    stops = true;
+    first->Signal();
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    EXPECT_EQ(called, 2);
+    EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
+    EXPECT_EQ(called, 3);
+    CFRunLoopRemoveSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, CommonModesServeTheDefaultModeAndAreNoModeToRunIn) {

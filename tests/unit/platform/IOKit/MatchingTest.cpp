@@ -72,11 +72,13 @@ TEST_F(Matching, ANumberMatchesInAnyWidth) {
     const double real = 0x12D1;
     const double fraction = 0x12D1 + 0.5;
     const SInt64 huge = (SInt64{1} << 32) + 0x12D1;
+    const SInt64 low = -(SInt64{1} << 32) + 0x12D1;
     EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberSInt64Type, &wide)), ElementsAre("Modem"));
     EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberShortType, &narrow)), ElementsAre("Modem"));
     EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberDoubleType, &real)), ElementsAre("Modem"));
     EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberDoubleType, &fraction)), IsEmpty());
     EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberSInt64Type, &huge)), IsEmpty());
+    EXPECT_THAT(NamesOf(WithNumber(CFSTR("idVendor"), kCFNumberSInt64Type, &low)), IsEmpty());
 }
 
 TEST_F(Matching, APropertyOfAnotherTypeDoesNotMatch) {
@@ -105,6 +107,7 @@ TEST_F(Matching, ANestedDictionaryNamesProperties) {
 TEST_F(Matching, TheRootIsNoService) {
     EXPECT_THAT(NamesOf(Empty()), ElementsAre("IONetworkStack"));
     EXPECT_THAT(NamesOf(IOServiceNameMatching("Root")), IsEmpty());
+    EXPECT_THAT(NamesOf(IOServiceMatching("IORegistryEntry")), ElementsAre("IONetworkStack"));
 }
 
 TEST_F(Matching, ConsumesItsDictionaryWhateverTheResult) {

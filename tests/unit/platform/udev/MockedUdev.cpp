@@ -46,6 +46,8 @@ udev_monitor* __wrap_udev_monitor_new_from_netlink(udev* context, const char* na
 int __wrap_udev_monitor_enable_receiving(udev_monitor* monitor) {
     if (MockedUdev::Get().enableFails != 0)
         return -MockedUdev::Get().enableFails;
+    if (MockedUdev::Get().whenEnabling)
+        MockedUdev::Get().whenEnabling();
     const int result = __real_udev_monitor_enable_receiving(monitor);
     if (MockedUdev::Get().whenEnabled)
         MockedUdev::Get().whenEnabled();

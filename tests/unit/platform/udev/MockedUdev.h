@@ -12,7 +12,8 @@ struct MockedUdev {
     int enableFails = 0;
     /// errno of the next calls to receive, each once, before events are received again.
     std::deque<int> receiveFails;
-    /// Called when the monitor has just been enabled.
+    /// Called just before the monitor is enabled, and just after.
+    std::function<void()> whenEnabling;
     std::function<void()> whenEnabled;
     /// The monitor's socket claims to belong to no multicast group.
     bool isDeaf = false;

@@ -81,7 +81,7 @@ TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
 TEST_F(UdevFailures, AnInterruptedReadIsRepeated) {
     Start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails = {EINTR, EINTR};
+    MockedUdev::Get().receiveFails.assign(1000, EINTR);
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }

@@ -136,6 +136,12 @@ TEST_F(UdevFeedTest, ADeviceThatArrivesWhileTheFeedStartsArrivesOnce) {
     EXPECT_THAT(Pumped(), IsEmpty());
 }
 
+TEST_F(UdevFeedTest, ADeviceThatArrivesBeforeTheFeedListensIsSeen) {
+    MockedUdev::Get().whenEnabling = [this] { m_bus.AddUsbDevice("1-1", "12d1", "1001"); };
+    Start();
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
 TEST_F(UdevFeedTest, ADeviceThatLeavesWhileTheFeedStartsIsGone) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     MockedUdev::Get().whenEnabled = [&] { m_bus.Remove(device); };
@@ -222,7 +228,7 @@ TEST_F(UdevFeedTest, APortThatIsAnnouncedBeforeItsInterfaceWaitsForIt) {
 }
 
 TEST_F(UdevFeedTest, MalformedIdsCountAsMissing) {
-    m_bus.AddUsbDevice("1-1", "12d1x", "1001", {}, {{"product", "trailing"}});
+    m_bus.AddUsbDevice("1-1", "12dx", "1001", {}, {{"product", "trailing"}});
     m_bus.AddUsbDevice("1-2", "", " 1001", {}, {{"product", "empty"}});
     m_bus.AddUsbDevice("1-3", "0x12d1", "-001", {}, {{"product", "signed"}});
     m_bus.AddUsbDevice("1-4", "012d1", "12D1", {}, {{"product", "long"}});

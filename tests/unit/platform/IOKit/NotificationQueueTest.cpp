@@ -1,0 +1,92 @@
+#include "NotificationQueue.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+using LinuxPlatform::Delivery;
+using LinuxPlatform::Notification;
+using LinuxPlatform::NotificationQueue;
+
+namespace {
+
+/// Posts messages, and delivers their types.
+class Sender final : public Notification {
+public:
+    explicit Sender(std::shared_ptr<NotificationQueue> queue) : Notification(std::move(queue)) {}
+
+    using Notification::Post;
+    Delivery Prepare(std::uint32_t messageType) override {
+        lastPrepared = messageType;
+        return {};
+    }
+
+    std::uint32_t lastPrepared = 0;
+};
+
+class NotificationQueues : public ::testing::Test {
+protected:
+    bool IsReadable() const {
+        pollfd ready{m_queue->Descriptor(), POLLIN, 0};
+        return poll(&ready, 1, 0) == 1;
+    }
+
+    const std::shared_ptr<NotificationQueue> m_queue = std::make_shared<NotificationQueue>();
+    Delivery m_delivery;
+};
+
+} // namespace
+
+TEST_F(NotificationQueues, FirstComeFirstServed) {
+    Sender sender(m_queue);
+    sender.Post(1);
+    sender.Post(2);
+    EXPECT_TRUE(m_queue->Take(m_delivery));
+    EXPECT_EQ(sender.lastPrepared, 1U);
+    EXPECT_TRUE(m_queue->Take(m_delivery));
+    EXPECT_EQ(sender.lastPrepared, 2U);
+    EXPECT_FALSE(m_queue->Take(m_delivery));
+}
+
+TEST_F(NotificationQueues, TheDescriptorIsReadableWhileMessagesWait) {
+    Sender sender(m_queue);
+    EXPECT_FALSE(IsReadable());
+    sender.Post(1);
+    sender.Post(2);
+    EXPECT_TRUE(IsReadable());
+    m_queue->Take(m_delivery);
+    EXPECT_TRUE(IsReadable());
+    m_queue->Take(m_delivery);
+    EXPECT_FALSE(IsReadable());
+}
+
+TEST_F(NotificationQueues, AMessageDiesWithItsSender) {
+    Sender stays(m_queue);
+    {
+        Sender goes(m_queue);
+        goes.Post(1);
+        stays.Post(2);
+    }
+    EXPECT_TRUE(IsReadable());
+    EXPECT_TRUE(m_queue->Take(m_delivery));
+    EXPECT_EQ(stays.lastPrepared, 2U);
+    EXPECT_FALSE(m_queue->Take(m_delivery));
+}
+
+TEST_F(NotificationQueues, TheLastMessageToDieLeavesNothingToWakeUpFor) {
+    {
+        Sender sender(m_queue);
+        sender.Post(1);
+    }
+    EXPECT_FALSE(IsReadable());
+}
+
+TEST_F(NotificationQueues, AClosedOneKeepsNothing) {
+    Sender sender(m_queue);
+    sender.Post(1);
+    m_queue->Close();
+    EXPECT_FALSE(IsReadable());
+    EXPECT_FALSE(m_queue->Take(m_delivery));
+    sender.Post(2);
+    EXPECT_FALSE(IsReadable());
+    EXPECT_FALSE(m_queue->Take(m_delivery));
+}
