@@ -136,7 +136,7 @@ static std::string watchDevice(Clients* clients, io_service_t service, bool init
     }
     watchChildren(*record, path, initial);
     // IOKit holds it from here on; DeviceNotification() takes it back.
-    record.release();
+    static_cast<void>(record.release());
     return hid;
 }
 
