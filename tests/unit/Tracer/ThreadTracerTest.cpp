@@ -209,6 +209,22 @@ TEST_F(ThreadTracing, MethodsCarryTheirAddressAndMessagesNothing) {
     EXPECT_EQ(added[6], none + "  <- a\n");
 }
 
+TEST_F(ThreadTracing, AddressesArePaddedBehindTheirDigits) {
+    m_tracer.setPrintObjectCountAndAddress(true);
+    const auto* const object = reinterpret_cast<const void*>(std::uintptr_t(0x12));
+    const CallMarker constructor("A", "A::constructor", true, object);
+    const CallMarker method("void A::method()", object);
+    EXPECT_THAT(lines(),
+                ElementsAre("[1    ][0x12      ]A::constructor\n", "[     ][0x12      ]  A::method\n"));
+}
+
+TEST_F(ThreadTracing, AddressesAreShownByTheirLow32Bits) {
+    m_tracer.setPrintObjectCountAndAddress(true);
+    const auto address = static_cast<std::uintptr_t>(0x7fff00000abcULL);
+    const CallMarker method("void A::method()", reinterpret_cast<const void*>(address));
+    EXPECT_THAT(lines(), ElementsAre("[     ][0xabc     ]A::method\n"));
+}
+
 TEST_F(ThreadTracing, HiddenConstructorsAreCountedToo) {
     m_tracer.TraceTheCall("-Counted::*");
     const Counted object;
