@@ -25,12 +25,18 @@ protected:
             "TRACE_SET_FILE_NAME trace\n");
     }
 
+    void waitForRemovals(int count) {
+        for (int i = 0; i < count; ++i)
+            ASSERT_TRUE(m_trace.waitFor("PnP called for onDeviceRemoval.\n"));
+    }
+
     int removals() { return m_trace.count("PnP called for onDeviceRemoval.\n"); }
 };
 
 TEST_F(Endurance, TwoHundredDevicesPresentAtStartAreAllListedAndAllMissedWhenTheyGo) {
     const int COUNT = 200;
     const unsigned FIRST_PRODUCT = 0x100;
+    traceOnlyWhatIsCounted();
     for (int i = 0; i < COUNT - 1; ++i)
         m_bus.plug(std::to_string(1 + i / 20) + "-" + std::to_string(1 + i % 20),
                    makePlainDevice(0x1234, FIRST_PRODUCT + static_cast<unsigned>(i)));
@@ -48,6 +54,7 @@ TEST_F(Endurance, TwoHundredDevicesPresentAtStartAreAllListedAndAllMissedWhenThe
 TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescriptorsFlat) {
     const int ROUNDS = 1000;
     const int WARM_UP = 200;
+    const int BURST = 20;
     const UsbDevice simple = makePlainDevice(m_modem.modem.vendor, m_modem.modem.product);
     traceOnlyWhatIsCounted();
     startLauncher();
@@ -56,8 +63,11 @@ TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescri
     for (int round = 1; round <= ROUNDS; ++round) {
         m_bus.plug("1-1", round % 20 == 0 ? m_modem.modem : simple);
         m_bus.unplug("1-1");
+        // Bursts, but not one of a thousand: what a busy machine has still to deliver is not what is
+        // measured.
+        if (round % BURST == 0)
+            waitForRemovals(BURST);
         if (round == WARM_UP) {
-            plugMarker();
             memory = residentMemoryOf(m_launcher->pid());
             descriptors = descriptorCountOf(m_launcher->pid());
         }

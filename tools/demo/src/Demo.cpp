@@ -14,7 +14,7 @@ typedef SampleMachine::Bundle Bundle;
 
 const char PORT[] = "1-1";
 const std::chrono::milliseconds GLANCE(50);
-const std::chrono::milliseconds READING_TIME(2500);
+const std::chrono::milliseconds READING_TIME(3000);
 
 /** What stands behind this text in the line; empty when the line does not hold it. */
 std::string behind(const std::string& line, const std::string& text) {
@@ -24,7 +24,8 @@ std::string behind(const std::string& line, const std::string& text) {
 
 } // namespace
 
-Demo::Demo() : m_configuration(m_machine), m_trace(m_configuration.traceFile) {
+Demo::Demo()
+    : m_configuration(m_machine), m_trace(m_configuration.traceFile), m_complaints(m_machine.errorFile()) {
     // Written at once, so that what happens is told when it happens.
     const std::string tracing = "tracer_zevolauncher.cfg";
     m_machine.install(tracing, m_machine.installedText(tracing) + "\nTRACE_MUST_FLUSH\n");
@@ -146,6 +147,8 @@ void Demo::tellNews() {
     requireRunningLauncher();
     for (std::string line; m_trace.nextLine(line);)
         tellTraceLine(line);
+    for (std::string line; m_complaints.nextLine(line);)
+        m_narrator.say("The launcher says: " + line);
     tellStarts(Bundle::mainApplication);
     tellStarts(Bundle::notifier);
 }

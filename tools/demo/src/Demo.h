@@ -50,6 +50,7 @@ private:
     SampleMachine m_machine;
     LauncherConfiguration m_configuration;
     TextFollower m_trace;
+    TextFollower m_complaints; // its standard error
     std::set<pid_t> m_toldStarts;
     std::unique_ptr<LauncherProcess> m_launcher;
 };

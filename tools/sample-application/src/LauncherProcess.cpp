@@ -46,8 +46,7 @@ std::vector<std::string> mergedEnvironment(const std::vector<std::string>& added
 } // namespace
 
 LauncherProcess::LauncherProcess(const SampleMachine& machine, const std::vector<std::string>& environment)
-    : m_errorPath(machine.folder() + "/standard-error.txt"),
-      m_outputPath(machine.folder() + "/standard-output.txt") {
+    : m_errorPath(machine.errorFile()), m_outputPath(machine.outputFile()) {
     std::vector<std::string> entries = machine.environment();
     entries.insert(entries.end(), environment.begin(), environment.end());
     entries = mergedEnvironment(entries);

@@ -32,7 +32,11 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return result;
 }
 
-void copyProgram(const std::string& source, const std::string& destination) {
+/** A second name for the program where the file system allows it: a process is known by the name it was
+ * started by. */
+void installProgram(const std::string& source, const std::string& destination) {
+    if (link(source.c_str(), destination.c_str()) == 0)
+        return;
     writeTextFile(destination, readTextFile(source));
     if (chmod(destination.c_str(), 0755) != 0)
         throw std::runtime_error("cannot make " + destination + " executable: " + std::strerror(errno));
@@ -129,7 +133,7 @@ std::vector<std::string> StartReport::values(const std::string& name) const {
 SampleMachine::SampleMachine() : m_folder("zevo-machine") {
     createFolders(installationFolder());
     createFolders(dataFolder());
-    copyProgram(ZEVO_LAUNCHER_PROGRAM, launcherProgram());
+    installProgram(ZEVO_LAUNCHER_PROGRAM, launcherProgram());
     for (const char* name : INSTALLED_FILES)
         install(name, readTextFile(std::string(ZEVO_RESOURCES) + "/" + name));
     createBundle(Bundle::mainApplication);
@@ -191,7 +195,7 @@ std::string SampleMachine::executableOf(Bundle bundle) const {
 void SampleMachine::createBundle(Bundle bundle) const {
     createFolders(placeOf(bundle) + "/Contents/MacOS");
     writeTextFile(placeOf(bundle) + "/Contents/Info.plist", informationAbout(nameOf(bundle)));
-    copyProgram(ZEVO_SAMPLE_PROGRAM, executableOf(bundle));
+    installProgram(ZEVO_SAMPLE_PROGRAM, executableOf(bundle));
 }
 
 void SampleMachine::removeBundle(Bundle bundle) const {

@@ -45,6 +45,8 @@ public:
     const std::string& folder() const { return m_folder.path(); }
     std::string installationFolder() const { return folder() + "/installation"; }
     std::string launcherProgram() const { return installationFolder() + "/ZevoLauncher"; }
+    std::string errorFile() const { return folder() + "/standard-error.txt"; }
+    std::string outputFile() const { return folder() + "/standard-output.txt"; }
     std::string dataFolder() const { return folder() + "/data"; }
 
     /** Where the launcher's trace and log lie, for the installed card's upgrade code. */
