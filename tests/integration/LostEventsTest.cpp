@@ -28,7 +28,8 @@ protected:
     /** Until now every event was lost; from here on they come, and the first reading tells of the loss. */
     void endLosing() {
         const std::size_t sent = m_bus.eventCount() - m_sentBefore;
-        ASSERT_TRUE(waitUntil([&] { return readTextFile(m_lossFile).size() == sent; }));
+        // Or more: the marker's interface may have come behind its device, and so have been lost as well.
+        ASSERT_TRUE(waitUntil([&] { return readTextFile(m_lossFile).size() >= sent; }));
         unlink(m_lossFile.c_str());
         plugMarker();
     }
