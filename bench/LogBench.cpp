@@ -98,13 +98,27 @@ void endToEnd(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * LINES);
 }
 
-#define FOR_EACH_RIVAL(rival)                                                                                          \
-    BENCHMARK(disabledLine<rivals::rival>)->Setup(start<rivals::rival>)->Teardown(finish<rivals::rival>)->Threads(1)   \
-        ->Threads(4)->UseRealTime();                                                                                   \
-    BENCHMARK(callersCost<rivals::rival>)->Setup(start<rivals::rival>)->Teardown(finish<rivals::rival>)                \
-        ->Iterations(LINES)->Threads(1)->Threads(4)->UseRealTime();                                                    \
-    BENCHMARK(callersCostDistribution<rivals::rival>)->Setup(start<rivals::rival>)->Teardown(finish<rivals::rival>)    \
-        ->Iterations(LINES)->Threads(1)->Threads(4)->UseRealTime();                                                    \
+#define FOR_EACH_RIVAL(rival)                                                                                \
+    BENCHMARK(disabledLine<rivals::rival>)                                                                   \
+        ->Setup(start<rivals::rival>)                                                                        \
+        ->Teardown(finish<rivals::rival>)                                                                    \
+        ->Threads(1)                                                                                         \
+        ->Threads(4)                                                                                         \
+        ->UseRealTime();                                                                                     \
+    BENCHMARK(callersCost<rivals::rival>)                                                                    \
+        ->Setup(start<rivals::rival>)                                                                        \
+        ->Teardown(finish<rivals::rival>)                                                                    \
+        ->Iterations(LINES)                                                                                  \
+        ->Threads(1)                                                                                         \
+        ->Threads(4)                                                                                         \
+        ->UseRealTime();                                                                                     \
+    BENCHMARK(callersCostDistribution<rivals::rival>)                                                        \
+        ->Setup(start<rivals::rival>)                                                                        \
+        ->Teardown(finish<rivals::rival>)                                                                    \
+        ->Iterations(LINES)                                                                                  \
+        ->Threads(1)                                                                                         \
+        ->Threads(4)                                                                                         \
+        ->UseRealTime();                                                                                     \
     BENCHMARK(endToEnd<rivals::rival>)->Arg(1)->Arg(4)->UseRealTime()->Unit(benchmark::kMillisecond)
 
 FOR_EACH_RIVAL(Floor);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The loggers that are measured side by side. Each writes the same text with a clock and a level into a file of
-// its own, and offers the same few operations:
+// The loggers that are measured side by side. Each writes the same text with a clock and a level into a file
+// of its own, and offers the same few operations:
 //
 //   start(path)   makes the logger; it writes to `path`, or to files whose names begin with it
 //   line(d, a, t, s)    one line that is written
@@ -69,10 +69,12 @@ struct Zevo {
         logger()->Initialize();
     }
     static void line(const char* device, int attempt, int total, double seconds) {
-        LOG_MESSAGE(MSG_LEVEL_0, "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total, seconds);
+        LOG_MESSAGE(MSG_LEVEL_0, "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
+                    seconds);
     }
     static void off(const char* device, int attempt, int total, double seconds) {
-        LOG_MESSAGE(MSG_DEBUG, "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total, seconds);
+        LOG_MESSAGE(MSG_DEBUG, "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
+                    seconds);
     }
     static void finish() {
         logger()->FinishLogging();
@@ -127,11 +129,12 @@ struct Glog {
     static void line(const char* device, int attempt, int total, double seconds) {
         char number[32];
         snprintf(number, sizeof(number), "%.3f", seconds);
-        LOG(INFO) << "device " << device << " arrived, attempt " << attempt << " of " << total << ", " << number
-                  << " s";
+        LOG(INFO) << "device " << device << " arrived, attempt " << attempt << " of " << total << ", "
+                  << number << " s";
     }
     static void off(const char* device, int attempt, int total, double seconds) {
-        VLOG(1) << "device " << device << " arrived, attempt " << attempt << " of " << total << ", " << seconds;
+        VLOG(1) << "device " << device << " arrived, attempt " << attempt << " of " << total << ", "
+                << seconds;
     }
     static void finish() { google::FlushLogFiles(google::INFO); }
 };
@@ -150,7 +153,8 @@ struct Log4cplus {
         logger().setAdditivity(false);
     }
     static void line(const char* device, int attempt, int total, double seconds) {
-        LOG4CPLUS_INFO_FMT(logger(), "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total, seconds);
+        LOG4CPLUS_INFO_FMT(logger(), "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
+                           seconds);
     }
     static void off(const char* device, int attempt, int total, double seconds) {
         LOG4CPLUS_DEBUG_FMT(logger(), "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
@@ -168,20 +172,22 @@ struct BoostLog {
     static void start(const std::string& path) {
         namespace expressions = boost::log::expressions;
         boost::log::add_common_attributes();
-        boost::log::add_file_log(
-            boost::log::keywords::file_name = path,
-            boost::log::keywords::format =
-                expressions::stream << "["
-                                    << expressions::format_date_time<boost::posix_time::ptime>("TimeStamp",
-                                                                                               "%H:%M:%S-%f")
-                                    << "][" << boost::log::trivial::severity << "] " << expressions::smessage);
+        boost::log::add_file_log(boost::log::keywords::file_name = path,
+                                 boost::log::keywords::format =
+                                     expressions::stream
+                                     << "["
+                                     << expressions::format_date_time<boost::posix_time::ptime>("TimeStamp",
+                                                                                                "%H:%M:%S-%f")
+                                     << "][" << boost::log::trivial::severity << "] "
+                                     << expressions::smessage);
         boost::log::core::get()->set_filter(boost::log::trivial::severity >= boost::log::trivial::info);
     }
     static void line(const char* device, int attempt, int total, double seconds) {
         char number[32];
         snprintf(number, sizeof(number), "%.3f", seconds);
         BOOST_LOG_SEV(source(), boost::log::trivial::info)
-            << "device " << device << " arrived, attempt " << attempt << " of " << total << ", " << number << " s";
+            << "device " << device << " arrived, attempt " << attempt << " of " << total << ", " << number
+            << " s";
     }
     static void off(const char* device, int attempt, int total, double seconds) {
         BOOST_LOG_SEV(source(), boost::log::trivial::debug)
@@ -220,10 +226,12 @@ struct Quill {
             quill::PatternFormatterOptions{"[%(time)][%(log_level)] %(message)", "%H:%M:%S-%Qms"});
     }
     static void line(const char* device, int attempt, int total, double seconds) {
-        QUILL_LOG_INFO(logger(), "device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
+        QUILL_LOG_INFO(logger(), "device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total,
+                       seconds);
     }
     static void off(const char* device, int attempt, int total, double seconds) {
-        QUILL_LOG_DEBUG(logger(), "device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
+        QUILL_LOG_DEBUG(logger(), "device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total,
+                        seconds);
     }
     static void finish() {
         logger()->flush_log();

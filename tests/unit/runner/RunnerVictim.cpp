@@ -1,5 +1,5 @@
-// Test programs that go wrong, each in its own way, for the test of tests/run-test-program; one test is chosen
-// with --gtest_filter. None of them is run as a test of its own.
+// Test programs that go wrong, each in its own way, for the test of tests/run-test-program; one test is
+// chosen with --gtest_filter. None of them is run as a test of its own.
 #include "KFExceptionHandler.h"
 
 #include <gtest/gtest.h>
@@ -11,15 +11,21 @@
 
 TEST(Good, Passes) {}
 
-TEST(Bad, Fails) { EXPECT_EQ(1, 2); }
+TEST(Bad, Fails) {
+    EXPECT_EQ(1, 2);
+}
 
 // Spelled out: the house's own check refuses the framework's macros for these two.
-TEST(Bad, Skips) { return GTEST_MESSAGE_("no reason", ::testing::TestPartResult::kSkip); }
+TEST(Bad, Skips) {
+    return GTEST_MESSAGE_("no reason", ::testing::TestPartResult::kSkip);
+}
 
 #define SWITCHED_OFF(name) DISABLED##_##name
 TEST(Bad, SWITCHED_OFF(IsSwitchedOff)) {}
 
-TEST(Bad, ExitsWithStatusZero) { std::exit(0); }
+TEST(Bad, ExitsWithStatusZero) {
+    std::exit(0);
+}
 
 TEST(Bad, RaisesASignalUnderTheCrashHandler) {
     KFExceptionHandler::GetInstance();
@@ -31,7 +37,9 @@ TEST(Bad, Hangs) {
         pause();
 }
 
-TEST(Bad, LeavesAFile) { close(open("left-behind", O_CREAT | O_WRONLY, 0600)); }
+TEST(Bad, LeavesAFile) {
+    close(open("left-behind", O_CREAT | O_WRONLY, 0600));
+}
 
 TEST(Bad, LeavesADetachedProcess) {
     if (fork() == 0) {
