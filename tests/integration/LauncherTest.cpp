@@ -123,12 +123,9 @@ int LauncherTest::arrivalsOf(const UsbDevice& device) {
 
 void LauncherTest::terminateLauncher() {
     m_launcher->sendSignal(SIGTERM);
-    checkEnd();
-}
-
-void LauncherTest::checkEnd() {
     ASSERT_TRUE(m_launcher->waitForEnd()) << "the launcher does not end";
     EXPECT_EQ(m_launcher->endingSignal(), 0);
+    EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
 
 void LauncherTest::TearDown() {

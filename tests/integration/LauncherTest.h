@@ -57,7 +57,6 @@ protected:
     std::unique_ptr<LauncherProcess> m_launcher;
 
 private:
-    void checkEnd();
     std::string startLine(Bundle bundle) const;
 
     unsigned m_markers = 0;
