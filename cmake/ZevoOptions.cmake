@@ -6,9 +6,11 @@ find_package(Threads REQUIRED)
 find_program(ZEVO_CCACHE ccache)
 mark_as_advanced(ZEVO_CCACHE)
 if(ZEVO_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_C_COMPILER_LAUNCHER ${ZEVO_CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEVO_CCACHE})
-  set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${ZEVO_CCACHE})
+  # The settings let it cache sources that use a precompiled header.
+  set(launcher ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZEVO_CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 add_library(zevo_options INTERFACE)
@@ -16,10 +18,12 @@ target_compile_options(zevo_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Werror)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_options INTERFACE -Wthread-safety)
+else()
+  target_compile_options(zevo_options INTERFACE -fpch-preprocess) # a compiler cache asks for it
 endif()
 
 if(ZEVO_SANITIZE)
-  add_compile_options(-fsanitize=${ZEVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g)
+  add_compile_options(-fsanitize=${ZEVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ZEVO_SANITIZE})
 endif()
 if(ZEVO_FUZZ)
