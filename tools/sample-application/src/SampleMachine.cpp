@@ -77,7 +77,7 @@ std::string executableOfProcess(const std::string& pid) {
 std::vector<pid_t> processesWhoseProgram(const std::string& beginning, bool isWholePath) {
     std::vector<pid_t> result;
     for (const std::string& name : entriesOf("/proc")) {
-        const pid_t pid = static_cast<pid_t>(std::atoi(name.c_str()));
+        const pid_t pid = static_cast<pid_t>(std::strtol(name.c_str(), nullptr, 10));
         if (pid <= 0)
             continue;
         const std::string program = executableOfProcess(name);
@@ -113,7 +113,7 @@ void createFolders(const std::string& path) {
 }
 
 pid_t StartReport::pid() const {
-    return static_cast<pid_t>(std::atoi(value("pid").c_str()));
+    return static_cast<pid_t>(std::strtol(value("pid").c_str(), nullptr, 10));
 }
 
 std::string StartReport::value(const std::string& name) const {

@@ -12,7 +12,7 @@ public:
     explicit TextFollower(const std::string& path) : m_path(path) {}
 
     /** Waits until the text appears behind the last one that was awaited; false at the deadline. */
-    bool waitFor(const std::string& text, std::chrono::milliseconds longest = LONGEST_WAIT);
+    bool waitFor(const std::string& awaited, std::chrono::milliseconds longest = LONGEST_WAIT);
 
     /** The next complete line, without its end; false when there is none yet. */
     bool nextLine(std::string& line);
@@ -21,7 +21,7 @@ public:
     const std::string& text();
 
     /** How often the file holds this text by now. */
-    int count(const std::string& text);
+    int count(const std::string& wanted);
 
     /** From here on, waitFor looks only at what is written from now on. */
     void skipToEnd() { m_position = text().size(); }

@@ -54,7 +54,7 @@ void VirtualUsbBus::TestbedDeleter::operator()(UMockdevTestbed* testbed) const {
 
 bool VirtualUsbBus::isPossible() {
     try {
-        VirtualUsbBus();
+        const VirtualUsbBus bus;
         return true;
     } catch (const std::runtime_error&) {
         return false;

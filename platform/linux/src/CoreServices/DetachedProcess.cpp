@@ -258,9 +258,9 @@ int startDetached(DetachedProcess plan, pid_t& pid) {
 
     std::vector<char*> environment;
     for (std::string& entry : plan.environment)
-        environment.push_back(&entry[0]);
+        environment.push_back(entry.data());
     environment.push_back(nullptr);
-    char* const arguments[] = {&plan.file[0], nullptr};
+    char* const arguments[] = {plan.file.data(), nullptr};
     char* const pidDigits = plan.pidWidth == 0 ? nullptr : &plan.environment.front()[plan.pidPlace];
     const Preparation preparation = {plan.file.c_str(), arguments,        environment.data(), pidDigits,
                                      plan.pidWidth,     nullDevice.get(), shared.get()};

@@ -24,7 +24,7 @@ static std::string readSmallRegularFile(const std::string& path) {
     struct stat found;
     if (::fstat(file, &found) == 0 && S_ISREG(found.st_mode) && found.st_size <= INFO_PLIST_LIMIT) {
         content.resize(static_cast<size_t>(found.st_size));
-        const ssize_t length = ::read(file, &content[0], content.size());
+        const ssize_t length = ::read(file, content.data(), content.size());
         content.resize(length > 0 ? static_cast<size_t>(length) : 0);
     }
     ::close(file);

@@ -179,6 +179,8 @@ int formatQuickly(char* buffer, std::size_t size, const char* format, std::va_li
         const bool plain = conversion.length == Conversion::Plain && conversion.width == 0 &&
                            !conversion.left && !conversion.zeros;
         const bool integer = conversion.precision < 0 && conversion.width <= MAXIMUM_WIDTH;
+        // Branches for types that are the same on this host, and not on another.
+        // NOLINTBEGIN(bugprone-branch-clone)
         switch (conversion.type) {
         case 's': {
             const char* text = va_arg(arguments, const char*);
@@ -235,6 +237,7 @@ int formatQuickly(char* buffer, std::size_t size, const char* format, std::va_li
         default:
             return -1;
         }
+        // NOLINTEND(bugprone-branch-clone)
         if (output.isFull())
             return -1;
     }
