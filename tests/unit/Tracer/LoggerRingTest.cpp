@@ -311,9 +311,10 @@ TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
     const auto isFreeForOthers = [this] {
         bool free = false;
         std::thread([&] {
-            free = m_logger.getLock().tryacquire();
-            if (free)
+            if (m_logger.getLock().tryacquire()) {
+                free = true;
                 m_logger.getLock().release();
+            }
         }).join();
         return free;
     };
@@ -324,7 +325,8 @@ TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
     m_logger.WriteOnFile();
     EXPECT_EQ(readFile(folder + "/log_0.txt"), "1\n2\n");
     EXPECT_FALSE(isFreeForOthers());
-    m_logger.getLock().release();
+    // What the logger kept is no business of the analysis of this function.
+    [this]() KF_NO_THREAD_SAFETY_ANALYSIS { m_logger.getLock().release(); }();
     EXPECT_TRUE(isFreeForOthers());
 }
 

@@ -15,6 +15,9 @@ namespace {
 
 const char REFUSED[] = "(refused)";
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+
 std::string quickly(std::size_t size, const char* format, ...) {
     std::string buffer(size, '#');
     std::va_list arguments;
@@ -35,6 +38,8 @@ std::string asPrintf(const char* format, ...) {
     va_end(arguments);
     return buffer;
 }
+
+#pragma GCC diagnostic pop
 
 /// The two agree, and the quick one did not refuse.
 template <typename... Arguments>

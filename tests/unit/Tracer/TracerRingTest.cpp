@@ -212,9 +212,10 @@ TEST_F(TracerRing, FailedOpenReleasesTheLock) {
     testing::internal::GetCapturedStderr();
     bool free = false;
     std::thread([&] {
-        free = m_tracer.getLock().tryacquire();
-        if (free)
+        if (m_tracer.getLock().tryacquire()) {
+            free = true;
             m_tracer.getLock().release();
+        }
     }).join();
     EXPECT_TRUE(free);
 }
