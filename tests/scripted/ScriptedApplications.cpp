@@ -44,7 +44,6 @@ void ScriptedApplications::addError(OSErr status) {
 }
 
 // ---- the calls themselves
-// ----------------------------------------------------------------------------------
 
 static ScriptedApplications& applications() {
     return ScriptedApplications::current();

@@ -102,7 +102,6 @@ std::vector<std::string> ScriptedRegistry::unreleasedObjects() const {
 }
 
 // ---- the calls themselves
-// ----------------------------------------------------------------------------------
 
 namespace {
 

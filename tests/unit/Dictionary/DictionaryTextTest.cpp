@@ -63,8 +63,7 @@ static const char EXAMPLE_TEXT[] = "<dict>\n"
                                    "<int>3</int>\n"
                                    "</dict>\n";
 
-// --- Writing
-// ----------------------------------------------------------------------------------------------------
+// ---- Writing
 
 TEST(DictionarySave, WritesTheseBytes) {
     Dictionary dictionary = example();
@@ -154,8 +153,7 @@ TEST(DictionaryMarshall, AsksALeafOfAnotherClassForItsLine) {
     EXPECT_EQ(dictionary.marshall(""), "<dict>\n\t<key>k</key>\n\t<string>UPPER</string>\n</dict>\n");
 }
 
-// --- Reading a body
-// ---------------------------------------------------------------------------------------------
+// ---- Reading a body
 
 TEST(DictionaryUnMarshall, ReadsWhatMarshallWrites) {
     Dictionary dictionary;
@@ -338,8 +336,7 @@ TEST(DictionaryUnMarshall, TracesTheKeysAndValuesThatItReads) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] getXmlVal returns 'v'\n"));
 }
 
-// --- Loading
-// ----------------------------------------------------------------------------------------------------
+// ---- Loading
 
 TEST(DictionaryLoad, ReadsWhatSaveWrites) {
     Dictionary original = example();

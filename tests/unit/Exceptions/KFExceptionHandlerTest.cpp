@@ -68,8 +68,7 @@ static int occurrences(const std::string& text, const std::string& part) {
     return count;
 }
 
-// --- One child per signal
-// -----------------------------------------------------------------------------------------
+// ---- One child per signal
 
 enum class End { REPORT, BY_THE_SIGNAL, STOPPED, UNTOUCHED };
 
@@ -160,8 +159,7 @@ TEST_P(EverySignal, EndsTheProcessWithAReportAndStatus0) {
 INSTANTIATE_TEST_SUITE_P(KFExceptionHandler, EverySignal, testing::ValuesIn(SIGNAL_CASES),
                          [](const auto& tested) { return "Signal" + std::to_string(tested.param.number); });
 
-// --- Installing
-// ---------------------------------------------------------------------------------------------------
+// ---- Installing
 
 TEST(KFExceptionHandlerInstall, TakesSignals1To30Except28WithAnEmptyMaskAndNoFlags) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
@@ -248,8 +246,7 @@ TEST(KFExceptionHandlerInstall, EmptiesTheRecord) {
     EXPECT_EQ(child.exitStatus(), 0);
 }
 
-// --- Reporting
-// ----------------------------------------------------------------------------------------------------
+// ---- Reporting
 
 TEST(CrashReport, OfARealFault) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
@@ -374,8 +371,7 @@ TEST(CrashReport, WhileTheSameThreadHoldsTheTracersLock) {
     EXPECT_THAT(child.trace, HasSubstr("OBJECT(S) COUNT"));
 }
 
-// --- Guards
-// -------------------------------------------------------------------------------------------------------
+// ---- Guards
 
 TEST(CrashGuard, AReportMayTakeTenSeconds) {
     EXPECT_EQ(TestedHandler::reportLimit(), 10000);
@@ -527,8 +523,7 @@ TEST(CrashGuard, AListenerThatHangsIsEnded) {
     EXPECT_THAT(child.trace, HasSubstr("OBJECT(S) COUNT"));
 }
 
-// --- Broken contracts
-// ---------------------------------------------------------------------------------------------
+// ---- Broken contracts
 
 static const char KF_SOURCE[] = "product/Somewhere/src/Tested";
 

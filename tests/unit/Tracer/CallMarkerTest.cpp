@@ -102,7 +102,8 @@ TEST_F(CallMarking, MessagesObeyTheLevelMask) {
                 ElementsAre("a\n", "  >> [E] written\n", "  >> [5] written\n", "  >> [E] written\n"));
 }
 
-namespace {
+// Not in an unnamed namespace: clang's name of one holds a parenthesis, where the method's name would end.
+namespace traced {
 
 struct Widget {
     int method(int value) const {
@@ -120,12 +121,12 @@ struct Box {
     }
 };
 
-} // namespace
+} // namespace traced
 
 TEST_F(CallMarking, MethodsAreNamedByTheCompiler) {
     traceEverything();
-    Widget().method(3);
-    Widget::staticMethod();
+    traced::Widget().method(3);
+    traced::Widget::staticMethod();
     ASSERT_EQ(lines().size(), 2U);
     EXPECT_NE(lines()[0].find("Widget::method\n"), std::string::npos) << lines()[0];
     EXPECT_EQ(lines()[0].find(' '), std::string::npos) << lines()[0];
@@ -134,7 +135,7 @@ TEST_F(CallMarking, MethodsAreNamedByTheCompiler) {
 
 TEST_F(CallMarking, MethodsOfTemplatesAreTraced) {
     traceEverything();
-    Box<int>().unpack();
+    traced::Box<int>().unpack();
     EXPECT_NE(file().find("::unpack\n"), std::string::npos) << file();
 }
 

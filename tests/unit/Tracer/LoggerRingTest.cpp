@@ -36,7 +36,6 @@ protected:
 };
 
 // ---- names
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(LoggerRing, BareNameStandsDirectlyBehindTheFolder) {
     m_logger.SetFolderName("/some/folder");
@@ -69,7 +68,6 @@ TEST_F(LoggerRing, SpecialNamesLookForNoFile) {
 }
 
 // ---- modification times
-// --------------------------------------------------------------------------------------
 
 TEST_F(LoggerRing, ModificationTimesAreEightAndSixDigitsOfLocalTime) {
     makeFile(0, 7, 9);
@@ -88,7 +86,6 @@ TEST_F(LoggerRing, ModificationTimesOfAMissingFileAreEmpty) {
 }
 
 // ---- the file to continue
-// ------------------------------------------------------------------------------------
 
 TEST_F(LoggerRing, NoFileIsContinuedWhenThereIsNoFirstOne) {
     EXPECT_EQ(lastUsedFile(), -1);
@@ -215,7 +212,6 @@ TEST_F(LoggerRing, FileThatCannotBeReadHasNoLines) {
 }
 
 // ---- writing
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(LoggerRing, DirectWritingWritesEachLineAtOnce) {
     m_logger.SetFileName("log");
@@ -299,7 +295,6 @@ TEST_F(LoggerRing, UselessMaximaNeitherCrashNorLoop) {
 }
 
 // ---- failures
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
     const std::string folder = m_folder / "later";

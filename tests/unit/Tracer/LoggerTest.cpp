@@ -21,7 +21,6 @@ protected:
 };
 
 // ---- the instance
-// --------------------------------------------------------------------------------------------
 
 TEST_F(LoggerCore, InstanceIsTheOneThatWasSet) {
     EXPECT_EQ(Logger::GetInstance(), &m_logger);
@@ -59,7 +58,6 @@ TEST_F(LoggerCore, BeginsDisabledWithDefaults) {
 }
 
 // ---- lines
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(LoggerCore, EveryLevelHasItsTag) {
     logDirectly();
@@ -171,7 +169,6 @@ TEST_F(LoggerCore, NothingIsWrittenForMsvc) {
 }
 
 // ---- beginning and finishing
-// ---------------------------------------------------------------------------------
 
 TEST_F(LoggerCore, FinishingDisablesAndWritesTheQueuedLines) {
     m_logger.SetFileName("log");

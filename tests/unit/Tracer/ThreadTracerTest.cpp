@@ -148,10 +148,8 @@ TEST_F(ThreadTracing, HiddenCallIndentsOnDemand) {
 }
 
 // ---- the object column
-// ---------------------------------------------------------------------------------------
 
-namespace {
-
+// Not in an unnamed namespace: clang's name of one holds a parenthesis, where the method's name would end.
 class Counted {
 public:
     Counted() { TRACE_CONSTRUCTOR("Counted"); }
@@ -163,8 +161,6 @@ public:
         TRACE_MESSAGE(MSG_DEBUG, "x");
     }
 };
-
-} // namespace
 
 TEST_F(ThreadTracing, ConstructorsAndDestructorsCarryTheNumberOfObjects) {
     m_tracer.setPrintObjectCountAndAddress(true);
@@ -234,7 +230,6 @@ TEST_F(ThreadTracing, HiddenConstructorsAreCountedToo) {
 }
 
 // ---- switching a thread off
-// ----------------------------------------------------------------------------------
 
 TEST_F(ThreadTracing, DisabledThreadTakesInNoCalls) {
     inner();
@@ -305,7 +300,6 @@ TEST_F(ThreadTracing, CallMayOutliveItsThreadsTrace) {
 }
 
 // ---- the stack
-// -----------------------------------------------------------------------------------------------
 
 TEST_F(ThreadTracing, StackListsTheInnermostCallFirst) {
     m_tracer.BeginningOfThread("MAIN");

@@ -16,7 +16,6 @@ protected:
 };
 
 // ---- names
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(TracerRing, BareNameStandsDirectlyBehindTheFolder) {
     m_tracer.SetFolderName("/some/folder");
@@ -52,7 +51,6 @@ TEST_F(TracerRing, SpecialNamesAreWholeNames) {
 }
 
 // ---- writing
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TracerRing, LinesWaitForADrain) {
     m_tracer.SetFileName("trace");
@@ -190,7 +188,6 @@ TEST_F(TracerRing, LargestMaximaWork) {
 }
 
 // ---- failures
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(TracerRing, LinesStayQueuedWhileTheFileCannotBeOpened) {
     const std::string folder = m_folder / "later";

@@ -16,7 +16,6 @@ const char* const POSITION = " product/Infrastructure/ProgrammingServices/Tracer
 class TracerCore : public Traced {};
 
 // ---- the instance
-// --------------------------------------------------------------------------------------------
 
 TEST_F(TracerCore, InstanceIsTheOneThatWasSet) {
     EXPECT_EQ(Tracer::GetInstance(), &m_tracer);
@@ -70,7 +69,6 @@ TEST_F(TracerCore, DisabledTracerAnswersWithoutItsLock) {
 }
 
 // ---- filters
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TracerCore, NothingIsPermittedUnlessItIsNamed) {
     EXPECT_FALSE(m_tracer.isThreadPermittedToPrint("MAIN"));
@@ -141,7 +139,6 @@ TEST_F(TracerCore, EmptyAndNullPatternsBreakTheContract) {
 }
 
 // ---- threads
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TracerCore, UnnamedThreadIsRegisteredUnderItsIdByItsFirstCall) {
     traceEverything();
@@ -243,7 +240,6 @@ TEST_F(TracerCore, StacksOfAllThreadsArePrinted) {
 }
 
 // ---- objects
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TracerCore, ObjectsAreCountedByClass) {
     traceEverything();
@@ -286,7 +282,6 @@ TEST_F(TracerCore, ObjectCountWithoutObjectsIsHeaderAndRuleAlsoForAnUntracedThre
 }
 
 // ---- outputs
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TracerCore, ConsoleLinesAreDeliberatelyFollowedByAnEmptyLine) {
     const ChildResult result = runInChild([this] {
@@ -319,7 +314,6 @@ TEST_F(TracerCore, NothingIsWrittenForMsvc) {
 }
 
 // ---- beginning and finishing
-// ---------------------------------------------------------------------------------
 
 TEST_F(TracerCore, FinishingDisablesAndWritesTheQueuedLines) {
     traceEverything();

@@ -11,10 +11,7 @@
 // Many threads at once. What the thread sanitizer sees is the main result.
 class TracingThreads : public Traced {};
 
-namespace {
-
-constexpr int CALLS = 300;
-
+// Not in an unnamed namespace: clang's name of one holds a parenthesis, where the method's name would end.
 class Part {
 public:
     Part() { TRACE_CONSTRUCTOR("Part"); }
@@ -26,6 +23,10 @@ public:
         LOG_MESSAGE(MSG_DEBUG, "thread %d call %d", thread, call);
     }
 };
+
+namespace {
+
+constexpr int CALLS = 300;
 
 void workALot(int thread) {
     if (Tracer::isActive())

@@ -17,7 +17,7 @@
 
 extern "C" {
 
-// ---- Results of the File Manager and the Folder Manager ----
+// ---- Results of the File Manager and the Folder Manager
 
 enum {
     nsvErr = -35,           // the domain is not one that FSFindFolder knows
@@ -34,7 +34,7 @@ enum {
     afpAccessDenied = -5000 // the file system refuses
 };
 
-// ---- File references ----
+// ---- File references
 
 /// Names one file or folder. Opaque, of fixed size, copied freely, valid within this process only, never to
 /// be released. One made by FSPathMakeRef follows its object's path, not the object: once that path is gone
@@ -59,7 +59,7 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
 ///         errFSBadFSRef; paramErr: `ref` or `path` is null
 OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathBufferSize);
 
-// ---- Standard folders ----
+// ---- Standard folders
 
 typedef SInt16 FSVolumeRefNum;
 
@@ -92,7 +92,7 @@ enum { kApplicationSupportFolderType = 0x61737570 }; // 'asup'
 ///         fnfErr)
 OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFolder, FSRef* foundRef);
 
-// ---- Launch Services ----
+// ---- Launch Services
 
 enum {
     kLSExecutableIncorrectFormat = -10661, // this system cannot run the executable

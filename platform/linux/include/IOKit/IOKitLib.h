@@ -39,7 +39,6 @@ CF_EXPORT const mach_port_t kIOMainPortDefault;
 CF_EXPORT kern_return_t IOMasterPort(mach_port_t bootstrapPort, mach_port_t* masterPort);
 
 // -- Notification ports
-// ------------------------------------------------------------------------------------------
 
 /// NULL when the system has no descriptor left for it.
 CF_EXPORT IONotificationPortRef IONotificationPortCreate(mach_port_t masterPort);
@@ -50,7 +49,6 @@ CF_EXPORT void IONotificationPortDestroy(IONotificationPortRef notify);
 CF_EXPORT CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef notify);
 
 // -- References
-// --------------------------------------------------------------------------------------------------
 
 CF_EXPORT kern_return_t IOObjectRetain(io_object_t object);
 /// Releasing the reference to a notification ends the notification: its callback is not called any more, not
@@ -64,7 +62,6 @@ CF_EXPORT boolean_t IOObjectIsEqualTo(io_object_t object, io_object_t anObject);
 CF_EXPORT uint32_t IOObjectGetRetainCount(io_object_t object);
 
 // -- Iterators
-// ---------------------------------------------------------------------------------------------------
 
 /// A new reference, or 0 at the end, and 0 when the iterator is no longer valid. For the iterator of a
 /// matching notification, the 0 at the end arms the notification.
@@ -75,7 +72,6 @@ CF_EXPORT void IOIteratorReset(io_iterator_t iterator);
 CF_EXPORT boolean_t IOIteratorIsValid(io_iterator_t iterator);
 
 // -- Finding services
-// --------------------------------------------------------------------------------------------
 
 /// A matching dictionary for a class and all classes that derive from it; the caller owns it, and hands it
 /// over to one of the calls below. NULL for a NULL name.
@@ -103,7 +99,6 @@ CF_EXPORT kern_return_t IOServiceAddInterestNotification(IONotificationPortRef n
                                                          io_object_t* notification);
 
 // -- Registry entries
-// --------------------------------------------------------------------------------------------
 
 CF_EXPORT io_registry_entry_t IORegistryGetRootEntry(mach_port_t masterPort);
 /// UTF-8; a name that is too long for an io_name_t is cut at the end of a character.

@@ -69,7 +69,7 @@ private:
     struct sigaction m_before;
 };
 
-// ---- what is started ----
+// ---- what is started
 
 TEST_F(LaunchServices, WithoutInfoPlistTheBundlesOwnNameCounts) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -151,7 +151,7 @@ TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
     EXPECT_EQ(1u, runningProcesses().size());
 }
 
-// ---- names of a bundle ----
+// ---- names of a bundle
 
 TEST_F(LaunchServices, ALinkedBundleIsKnownByItsLink) {
     const std::string elsewhere = root() + "-outside/Quillmarsh-2.1";
@@ -187,7 +187,7 @@ TEST_F(LaunchServices, ABundleDeletedWhileItRunsStillRuns) {
     EXPECT_EQ(BUNDLE, bundleOf(pid));
 }
 
-// ---- scripts ----
+// ---- scripts
 
 TEST_F(LaunchServices, AScriptIsKnownByItsBundle) {
     addScriptBundle("/Script.app", "Script", "#!/bin/sh");
@@ -222,7 +222,7 @@ TEST_F(LaunchServices, AWrapperThatBecomesAnotherProgramIsKnownByItsBundle) {
     EXPECT_EQ(pid, openedProcess("/Wrapper.app"));
 }
 
-// ---- what it gets ----
+// ---- what it gets
 
 TEST_F(LaunchServices, TheApplicationHasASessionOfItsOwn) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -309,7 +309,7 @@ TEST_F(LaunchServices, OnlyAHiddenLaunchAsksToBeHidden) {
     EXPECT_EQ(0u, reportOf(openedProcess(BUNDLE)).count("variable PLATFORM_LAUNCH_HIDDEN"));
 }
 
-// ---- no descriptor is inherited ----
+// ---- no descriptor is inherited
 
 struct DescriptorKind {
     const char* name;
@@ -376,7 +376,7 @@ TEST_F(LaunchServices, ALauncherWithoutStandardFilesGivesTheApplicationItsOwn) {
     }
 }
 
-// ---- no signal comes back ----
+// ---- no signal comes back
 
 TEST_F(LaunchServices, NeitherStartNorEndOfAnApplicationSendsASignal) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -505,7 +505,7 @@ TEST_F(LaunchServices, KeepsNoDescriptor) {
     EXPECT_EQ(before, countFiles());
 }
 
-// ---- results ----
+// ---- results
 
 TEST_F(LaunchServices, AMissingBundleIsNotFound) {
     EXPECT_EQ(fnfErr, open("/Applications/Missing.app"));

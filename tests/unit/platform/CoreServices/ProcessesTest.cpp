@@ -196,7 +196,7 @@ TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
     EXPECT_EQ(inRoot("/A.app"), bundleOf(pid));
 }
 
-// ---- scripts that nobody launched ----
+// ---- scripts that nobody launched
 
 class ScriptProcess : public Processes {
 protected:
@@ -254,7 +254,7 @@ TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
     end(pid);
 }
 
-// ---- what is told about one ----
+// ---- what is told about one
 
 class ProcessInformation : public Processes {
 protected:

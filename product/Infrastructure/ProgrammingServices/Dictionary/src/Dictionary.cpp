@@ -127,8 +127,7 @@ Item* Dictionary::getFirstItem() const {
     return m_children.empty() ? nullptr : m_children.begin()->second.get();
 }
 
-// --- Paths
-// ------------------------------------------------------------------------------------------------------
+// ---- Paths
 
 Item* Dictionary::getItem(const std::string& path) const {
     return getItem(Path{path});
@@ -193,8 +192,7 @@ bool Dictionary::contains(Path path) const {
     return false;
 }
 
-// --- Searches
-// ---------------------------------------------------------------------------------------------------
+// ---- Searches
 
 Item* Dictionary::findItem(const std::string& key) {
     TRACE_METHOD();
@@ -306,8 +304,7 @@ std::string Dictionary::doGetItemPath(Item& item, const std::string& prefix) con
     return path;
 }
 
-// --- Removing
-// ---------------------------------------------------------------------------------------------------
+// ---- Removing
 
 void Dictionary::clear() {
     TRACE_METHOD();
@@ -358,8 +355,7 @@ void Dictionary::removeEverywhere(Item& item) {
     }
 }
 
-// --- Trace text
-// -------------------------------------------------------------------------------------------------
+// ---- Trace text
 
 std::string Dictionary::toString(const std::string& indent) {
     std::string text;

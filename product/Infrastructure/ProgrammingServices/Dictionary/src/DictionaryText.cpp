@@ -25,8 +25,7 @@ static const char XML_HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 static const char PLIST_HEADER[] = "<plist version=\"1.0\">\n";
 static const char PLIST_END[] = "</plist>"; // no line feed behind it
 
-// --- Writing
-// ----------------------------------------------------------------------------------------------------
+// ---- Writing
 
 std::string Dictionary::marshall(const std::string& indent) {
     std::string text;
@@ -72,8 +71,7 @@ void Dictionary::saveToFile(const std::string& path) {
     static_cast<void>(FileReplacement::replace(path, text));
 }
 
-// --- Reading
-// ----------------------------------------------------------------------------------------------------
+// ---- Reading
 
 static bool holds(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;

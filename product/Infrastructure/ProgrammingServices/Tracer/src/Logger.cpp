@@ -59,7 +59,6 @@ void Logger::SetInstance(Logger* pTheLogger) {
 }
 
 // ---- configuration
-// -------------------------------------------------------------------------------------------
 
 void Logger::ReadConfigFile(const char* fileName) {
     KF_REQUIRE(fileName != NULL, 80);
@@ -130,7 +129,6 @@ void Logger::setMaximumLinesPerFile(std::int32_t lines) {
 }
 
 // ---- output
-// --------------------------------------------------------------------------------------------------
 
 void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
     std::va_list arguments;
@@ -192,7 +190,6 @@ void Logger::FinishLogging() {
 }
 
 // ---- the ring
-// ------------------------------------------------------------------------------------------------
 
 int Logger::FindLastUsedFile() {
     const KFLock lock(m_lock);

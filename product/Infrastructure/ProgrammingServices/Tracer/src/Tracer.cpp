@@ -54,7 +54,6 @@ void Tracer::SetInstance(Tracer* pTheTracer) {
 }
 
 // ---- configuration
-// -------------------------------------------------------------------------------------------
 
 void Tracer::ReadConfigFile(const char* fileName) {
     TracerConfigFileParser(fileName, this).parse();
@@ -116,7 +115,6 @@ void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
 }
 
 // ---- filters
-// -------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -188,7 +186,6 @@ std::string Tracer::extractMethodName(const char* prettyName) {
 }
 
 // ---- threads and calls
-// ---------------------------------------------------------------------------------------
 
 ThreadTracer* Tracer::registeredThreadTracer() {
     if (threadSlot.tracerNumber != m_number || threadSlot.threadTracer == nullptr)
@@ -285,7 +282,6 @@ int Tracer::UpdateObjectCount(const CallMarker& marker) {
 }
 
 // ---- output
-// --------------------------------------------------------------------------------------------------
 
 void Tracer::PrintString(std::string_view line) {
     const KFLock lock(m_lock);
