@@ -1,0 +1,634 @@
+// Property lists of string leaves, loaded, saved and looked up: our dictionary beside libplist, pugixml,
+// tinyxml2 and expat, on the same document. Flat is one dictionary with all the leaves; nested has three
+// levels of dictionaries that hold equally many entries each.
+//
+// Loading is from a file to a tree that can be looked up: pugixml and expat build one of std::map, tinyxml2
+// only its own document. Saving is saveToFile, with the flush to the disk switched off, beside the rivals'
+// text written to a new file that is renamed; "durable" is the same with the flush. Floors: read() and
+// write() of the text alone, and for look-ups the same tree of std::map, with paths that are split already.
+//
+// peak_bytes: a process of its own (this program with --peak) loads the document once; its highest resident
+// size less the one before. allocations: calls of operator new per look-up.
+
+#include "Dictionary.h"
+#include "FileDescriptor.h"
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#include <algorithm>
+#include <array>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <expat.h>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <new>
+#include <plist/plist.h>
+#include <pugixml.hpp>
+#include <random>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <tinyxml2.h>
+#include <unistd.h>
+#include <vector>
+
+static std::int64_t allocations = 0;
+
+// Everything that new makes in this program; the compiler cannot see that the pair belongs together.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* const memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+static bool flushes = false;
+
+// FileReplacement's: to wait for the disk would hide what the text costs.
+extern "C" int fsync(int descriptor) {
+    return flushes ? static_cast<int>(syscall(SYS_fsync, descriptor)) : 0;
+}
+
+namespace {
+
+// ---- Documents
+
+enum class Shape { FLAT, NESTED };
+
+/// Calls leaf(level keys) for each of `count` leaves below `levels` dictionaries of equally many entries.
+template <typename Leaf>
+void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
+    const auto width =
+        static_cast<std::int64_t>(std::ceil(std::pow(static_cast<double>(count), 1.0 / levels) - 1e-9));
+    std::vector<std::int64_t> digits(static_cast<std::size_t>(levels));
+    for (std::int64_t i = 0; i < count; ++i) {
+        std::int64_t rest = i;
+        for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit) {
+            *digit = rest % width;
+            rest /= width;
+        }
+        leaf(digits);
+    }
+}
+
+std::string keyOf(std::int64_t number) {
+    char key[32];
+    std::snprintf(key, sizeof key, "key%07lld", static_cast<long long>(number));
+    return key;
+}
+
+std::string document(Shape shape, std::int64_t leaves) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n";
+    const int levels = shape == Shape::FLAT ? 1 : 3;
+    std::vector<std::int64_t> open; // the keys of the dictionaries that the last leaf stands in
+    const auto close = [&text, &open] {
+        text.append(open.size(), '\t').append("</dict>\n");
+        open.pop_back();
+    };
+    forEachLeaf(leaves, levels, [&](const std::vector<std::int64_t>& keys) {
+        while (!std::equal(open.begin(), open.end(), keys.begin()))
+            close();
+        for (std::size_t level = open.size(); level < keys.size(); ++level) {
+            const std::string indent(level + 1, '\t');
+            text += indent + "<key>" + keyOf(keys[level]) + "</key>\n" + indent;
+            if (level + 1 < keys.size()) {
+                text += "<dict>\n";
+                open.push_back(keys[level]);
+            } else {
+                text += "<string>the value of " + keyOf(keys[level]) + "</string>\n";
+            }
+        }
+    });
+    while (!open.empty())
+        close();
+    return text + "</dict>\n</plist>";
+}
+
+/// The file of a document, written when it is first asked for.
+const std::string& fileOf(Shape shape, std::int64_t leaves) {
+    static const TemporaryFolder folder;
+    static std::map<std::pair<Shape, std::int64_t>, std::string> files;
+    std::string& path = files[{shape, leaves}];
+    if (path.empty()) {
+        path = folder / ((shape == Shape::FLAT ? "flat" : "nested") + std::to_string(leaves));
+        writeFile(path, document(shape, leaves));
+    }
+    return path;
+}
+
+/// A buffer that is not cleared before it is filled.
+struct Bytes {
+    std::unique_ptr<char[]> data;
+    std::size_t size = 0;
+};
+
+Bytes readAll(const std::string& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status = {};
+    if (!file.isOpen() || fstat(file.get(), &status) != 0)
+        throw std::runtime_error("cannot read " + path);
+    Bytes bytes{std::unique_ptr<char[]>(new char[static_cast<std::size_t>(status.st_size)]),
+                static_cast<std::size_t>(status.st_size)};
+    if (read(file.get(), bytes.data.get(), bytes.size) != status.st_size)
+        throw std::runtime_error("cannot read " + path);
+    return bytes;
+}
+
+/// In place of the file, as ours does.
+void writeAll(const std::string& path, std::string_view text) {
+    const std::string newPath = path + ".new";
+    const FileDescriptor file(open(newPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!file.isOpen() || write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
+        fsync(file.get()) != 0 || std::rename(newPath.c_str(), path.c_str()) != 0)
+        throw std::runtime_error("cannot write " + path);
+}
+
+// ---- The rivals. Each: load(path), leaves() to check it, and save(path) where it writes, too.
+
+/// What a program makes of a document that it does not want to keep.
+struct Tree {
+    std::string value;
+    std::map<std::string, Tree, std::less<>> children;
+
+    std::int64_t leaves() const {
+        std::int64_t count = children.empty() ? 1 : 0;
+        for (const auto& child : children)
+            count += child.second.leaves();
+        return count;
+    }
+};
+
+struct Zevo {
+    Dictionary tree;
+
+    void load(const std::string& path) { tree.loadFromFile(path); }
+    std::int64_t leaves() const {
+        const std::string text = const_cast<Dictionary&>(tree).marshall("");
+        std::int64_t count = 0;
+        for (std::size_t at = 0; (at = text.find("<string>", at)) != std::string::npos; ++at)
+            ++count;
+        return count;
+    }
+    void save(const std::string& path) { tree.saveToFile(path); }
+};
+
+struct Libplist {
+    plist_t tree = nullptr;
+
+    Libplist() = default;
+    Libplist(const Libplist&) = delete;
+    Libplist& operator=(const Libplist&) = delete;
+    ~Libplist() { plist_free(tree); }
+    void load(const std::string& path) {
+        const Bytes text = readAll(path);
+        plist_from_xml(text.data.get(), static_cast<std::uint32_t>(text.size), &tree);
+    }
+    static std::int64_t leavesOf(plist_t node) {
+        if (plist_get_node_type(node) != PLIST_DICT)
+            return 1;
+        std::int64_t count = 0;
+        plist_dict_iter iterator = nullptr;
+        plist_dict_new_iter(node, &iterator);
+        for (;;) {
+            plist_t child = nullptr;
+            plist_dict_next_item(node, iterator, nullptr, &child);
+            if (child == nullptr)
+                break;
+            count += leavesOf(child);
+        }
+        std::free(iterator);
+        return count;
+    }
+    std::int64_t leaves() const { return leavesOf(tree); }
+
+    void save(const std::string& path) {
+        char* text = nullptr;
+        std::uint32_t size = 0;
+        plist_to_xml(tree, &text, &size);
+        writeAll(path, {text, size});
+        std::free(text);
+    }
+};
+
+struct Pugixml {
+    pugi::xml_document document;
+    Tree tree;
+
+    static void build(pugi::xml_node dict, Tree& tree) {
+        for (pugi::xml_node key = dict.first_child(); key;) {
+            const pugi::xml_node value = key.next_sibling();
+            Tree& child = tree.children.emplace_hint(tree.children.end(), key.child_value(), Tree())->second;
+            if (std::strcmp(value.name(), "dict") == 0)
+                build(value, child);
+            else
+                child.value = value.child_value();
+            key = value.next_sibling();
+        }
+    }
+    void load(const std::string& path) {
+        if (!document.load_file(path.c_str()))
+            throw std::runtime_error("pugixml");
+        build(document.child("plist").child("dict"), tree);
+        document.reset(); // the tree is what is wanted
+    }
+    void loadDocument(const std::string& path) { document.load_file(path.c_str()); }
+    std::int64_t leaves() const { return tree.leaves(); }
+
+    struct Writer : pugi::xml_writer {
+        void write(const void* data, std::size_t size) override {
+            text.append(static_cast<const char*>(data), size);
+        }
+        std::string text;
+    };
+    void save(const std::string& path) {
+        Writer writer;
+        document.save(writer);
+        writeAll(path, writer.text);
+    }
+};
+
+struct Tinyxml2 {
+    tinyxml2::XMLDocument document;
+
+    void load(const std::string& path) {
+        if (document.LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS)
+            throw std::runtime_error("tinyxml2");
+    }
+    static std::int64_t leavesOf(const tinyxml2::XMLElement& dict) {
+        std::int64_t count = 0;
+        for (auto child = dict.FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
+            if (std::strcmp(child->Name(), "dict") == 0)
+                count += leavesOf(*child);
+            else if (std::strcmp(child->Name(), "string") == 0)
+                ++count;
+        }
+        return count;
+    }
+    std::int64_t leaves() const { return leavesOf(*document.RootElement()); }
+
+    void save(const std::string& path) {
+        tinyxml2::XMLPrinter printer;
+        document.Accept(&printer);
+        writeAll(path, {printer.CStr(), static_cast<std::size_t>(printer.CStrSize() - 1)});
+    }
+};
+
+struct Expat {
+    Tree tree;
+
+    struct Builder {
+        std::vector<Tree*> open;
+        std::string text;
+        Tree* value = nullptr;
+    };
+    static void XMLCALL start(void* user, const char* name, const char**) {
+        auto& builder = *static_cast<Builder*>(user);
+        builder.text.clear();
+        if (std::strcmp(name, "dict") == 0 && builder.value != nullptr)
+            builder.open.push_back(builder.value);
+    }
+    static void XMLCALL end(void* user, const char* name) {
+        auto& builder = *static_cast<Builder*>(user);
+        if (std::strcmp(name, "key") == 0) {
+            auto& children = builder.open.back()->children;
+            builder.value = &children.emplace_hint(children.end(), builder.text, Tree())->second;
+        } else if (std::strcmp(name, "string") == 0) {
+            builder.value->value = builder.text;
+        } else if (std::strcmp(name, "dict") == 0) {
+            builder.open.pop_back();
+        }
+    }
+    static void XMLCALL characters(void* user, const char* text, int length) {
+        static_cast<Builder*>(user)->text.append(text, static_cast<std::size_t>(length));
+    }
+    void load(const std::string& path) {
+        Builder builder;
+        builder.value = &tree;
+        const std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> parser(XML_ParserCreate(nullptr),
+                                                                             XML_ParserFree);
+        XML_SetUserData(parser.get(), &builder);
+        XML_SetElementHandler(parser.get(), start, end);
+        XML_SetCharacterDataHandler(parser.get(), characters);
+        const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        static constexpr int BLOCK = 65536;
+        for (;;) {
+            void* const buffer = XML_GetBuffer(parser.get(), BLOCK);
+            const ssize_t count = read(file.get(), buffer, BLOCK);
+            if (count < 0 || XML_ParseBuffer(parser.get(), static_cast<int>(count), count == 0) == 0)
+                throw std::runtime_error("expat");
+            if (count == 0)
+                return;
+        }
+    }
+    std::int64_t leaves() const { return tree.leaves(); }
+};
+
+struct Floor {
+    Bytes text;
+
+    void load(const std::string& path) {
+        text = readAll(path);
+        benchmark::DoNotOptimize(text.data.get());
+    }
+    void save(const std::string& path) { writeAll(path, {text.data.get(), text.size}); }
+};
+
+template <typename Rival>
+void checkLeaves(const Rival& rival, std::int64_t leaves) {
+    if (rival.leaves() != leaves)
+        throw std::runtime_error("a reader lost leaves: " + std::to_string(rival.leaves()));
+}
+void checkLeaves(const Floor&, std::int64_t) {}
+
+// ---- Peak memory
+
+std::int64_t statusLine(const char* name) {
+    const std::string status = readFile("/proc/self/status");
+    const std::size_t at = status.find(name);
+    return at != std::string::npos ? 1024 * std::atoll(status.c_str() + at + std::strlen(name)) : 0;
+}
+
+template <typename Rival>
+std::int64_t peakOfLoading(const std::string& path) {
+    Rival rival;
+    const std::int64_t before = statusLine("VmRSS:");
+    rival.load(path);
+    return statusLine("VmHWM:") - before;
+}
+
+using Peak = std::int64_t (*)(const std::string&);
+const std::map<std::string, Peak> PEAKS = {
+    {"zevo", peakOfLoading<Zevo>},       {"libplist", peakOfLoading<Libplist>},
+    {"pugixml", peakOfLoading<Pugixml>}, {"tinyxml2", peakOfLoading<Tinyxml2>},
+    {"expat", peakOfLoading<Expat>},     {"floor", peakOfLoading<Floor>}};
+
+/// In a process of its own, where no memory of an earlier work is used again.
+double peakBytes(const std::string& who, const std::string& path) {
+    char program[4096] = {};
+    if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)
+        return 0;
+    const std::string command = "'" + std::string(program) + "' --peak " + who + " '" + path + "'";
+    const std::unique_ptr<FILE, int (*)(FILE*)> answer(popen(command.c_str(), "r"), pclose);
+    long long bytes = 0;
+    return answer != nullptr && std::fscanf(answer.get(), "%lld", &bytes) == 1 ? static_cast<double>(bytes)
+                                                                               : 0;
+}
+
+// ---- Works
+
+using benchmark::Counter;
+
+Counter nanosecondsPer(std::int64_t operations) {
+    return Counter(1e-9 * static_cast<double>(operations),
+                   Counter::kIsIterationInvariantRate | Counter::kInvert);
+}
+
+void setCosts(benchmark::State& state, std::int64_t leaves, std::size_t bytes) {
+    state.counters["cost_ns"] = nanosecondsPer(leaves);
+    state.counters["mb_per_s"] =
+        Counter(1e-6 * static_cast<double>(bytes), Counter::kIsIterationInvariantRate);
+}
+
+template <typename Rival>
+void load(benchmark::State& state, Shape shape, const std::string& who) {
+    const std::int64_t leaves = state.range(0);
+    const std::string& path = fileOf(shape, leaves);
+    auto rival = std::make_unique<Rival>();
+    for (auto _ : state) {
+        state.PauseTiming();
+        rival.reset();
+        rival = std::make_unique<Rival>();
+        state.ResumeTiming();
+        rival->load(path);
+    }
+    checkLeaves(*rival, leaves);
+    setCosts(state, leaves, readAll(path).size);
+    state.counters["peak_bytes"] = peakBytes(who, path);
+}
+
+template <typename Rival>
+void loadForSaving(Rival& rival, const std::string& path) {
+    rival.load(path);
+}
+void loadForSaving(Pugixml& rival, const std::string& path) {
+    rival.loadDocument(path);
+}
+
+template <typename Rival>
+void save(benchmark::State& state, Shape shape) {
+    const std::int64_t leaves = state.range(0);
+    const TemporaryFolder folder;
+    const std::string path = folder / "saved";
+    Rival rival;
+    loadForSaving(rival, fileOf(shape, leaves));
+    for (auto _ : state)
+        rival.save(path);
+    setCosts(state, leaves, readAll(path).size);
+}
+
+/// Waits for the disk, so real time counts here.
+template <typename Rival>
+void saveDurably(benchmark::State& state) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "saved";
+    Rival rival;
+    loadForSaving(rival, fileOf(Shape::FLAT, state.range(0)));
+    std::chrono::steady_clock::duration time{};
+    flushes = true;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        rival.save(path);
+        time += std::chrono::steady_clock::now() - start;
+    }
+    flushes = false;
+    const double seconds =
+        std::chrono::duration<double>(time).count() / static_cast<double>(state.iterations());
+    state.counters["cost_ns"] = 1e9 * seconds / static_cast<double>(state.range(0));
+    state.counters["mb_per_s"] = 1e-6 * static_cast<double>(readAll(path).size) / seconds;
+}
+
+// ---- Look-ups: four levels, 10 keys each at 10,000 leaves, more or fewer at other sizes
+
+const int LOOKUP_LEVELS = 4;
+const std::size_t LOOKUPS = 1024; // different paths in turn, so that no branch is learnt by heart
+
+using Keys = std::array<std::string, LOOKUP_LEVELS>;
+
+std::vector<Keys> allKeys(std::int64_t leaves) {
+    std::vector<Keys> all;
+    forEachLeaf(leaves, LOOKUP_LEVELS, [&all](const std::vector<std::int64_t>& digits) {
+        Keys keys;
+        std::transform(digits.begin(), digits.end(), keys.begin(), keyOf);
+        all.push_back(keys);
+    });
+    return all;
+}
+
+std::vector<Keys> lookUpsIn(const std::vector<Keys>& all) {
+    std::mt19937 random(1);
+    std::uniform_int_distribution<std::size_t> any(0, all.size() - 1);
+    std::vector<Keys> lookUps;
+    while (lookUps.size() < LOOKUPS)
+        lookUps.push_back(all[any(random)]);
+    return lookUps;
+}
+
+std::string joined(const Keys& keys) {
+    return keys[0] + "." + keys[1] + "." + keys[2] + "." + keys[3];
+}
+
+template <typename LookUp>
+void lookUp(benchmark::State& state, const LookUp& valueOf) {
+    std::size_t next = 0;
+    const std::int64_t before = allocations;
+    for (auto _ : state) {
+        const char* const value = valueOf(next++ % LOOKUPS);
+        if (value == nullptr)
+            throw std::runtime_error("a look-up failed");
+        benchmark::DoNotOptimize(value);
+    }
+    state.counters["cost_ns"] = nanosecondsPer(1);
+    state.counters["allocations"] =
+        static_cast<double>(allocations - before) / static_cast<double>(state.iterations());
+}
+
+void lookUpInZevo(benchmark::State& state) {
+    const std::vector<Keys> all = allKeys(state.range(0));
+    Dictionary tree;
+    for (const Keys& keys : all)
+        tree.addValue(joined(keys), "the value of " + keys.back());
+    std::vector<std::string> paths;
+    for (const Keys& keys : lookUpsIn(all))
+        paths.push_back(joined(keys));
+    lookUp(state, [&](std::size_t i) { return tree.getValue(paths[i]); });
+}
+
+void lookUpInLibplist(benchmark::State& state) {
+    const std::vector<Keys> all = allKeys(state.range(0));
+    const std::unique_ptr<void, void (*)(plist_t)> tree(plist_new_dict(), plist_free);
+    for (const Keys& keys : all) {
+        plist_t node = tree.get();
+        for (int level = 0; level + 1 < LOOKUP_LEVELS; ++level) {
+            plist_t child = plist_dict_get_item(node, keys[static_cast<std::size_t>(level)].c_str());
+            if (child == nullptr) {
+                child = plist_new_dict();
+                plist_dict_set_item(node, keys[static_cast<std::size_t>(level)].c_str(), child);
+            }
+            node = child;
+        }
+        plist_dict_set_item(node, keys.back().c_str(),
+                            plist_new_string(("the value of " + keys.back()).c_str()));
+    }
+    const std::vector<Keys> keys = lookUpsIn(all);
+    lookUp(state, [&](std::size_t i) {
+        plist_t node = plist_access_path(tree.get(), LOOKUP_LEVELS, keys[i][0].c_str(), keys[i][1].c_str(),
+                                         keys[i][2].c_str(), keys[i][3].c_str());
+        return plist_get_string_ptr(node, nullptr);
+    });
+}
+
+void lookUpInMaps(benchmark::State& state) {
+    const std::vector<Keys> all = allKeys(state.range(0));
+    Tree tree;
+    for (const Keys& keys : all) {
+        Tree* node = &tree;
+        for (const std::string& key : keys)
+            node = &node->children[key];
+        node->value = "the value of " + keys.back();
+    }
+    const std::vector<Keys> lookUps = lookUpsIn(all);
+    lookUp(state, [&](std::size_t i) -> const char* {
+        const Tree* node = &tree;
+        for (const std::string& key : lookUps[i]) {
+            const auto found = node->children.find(key);
+            if (found == node->children.end())
+                return nullptr;
+            node = &found->second;
+        }
+        return node->value.c_str();
+    });
+}
+
+// ---- Sizes
+
+std::vector<std::int64_t> sizesUpTo(std::int64_t largest) {
+    if (std::getenv("ZEVO_BENCH_SMOKE") != nullptr)
+        largest = 1000;
+    std::vector<std::int64_t> sizes;
+    for (std::int64_t size = 1000; size <= largest; size *= 10)
+        sizes.push_back(size);
+    return sizes;
+}
+
+const std::int64_t LARGEST = 1000000;
+const std::int64_t LARGEST_FOR_LIBPLIST = 100000; // a dictionary of its own grows with the square of its keys
+
+template <typename Function>
+void add(const std::string& work, const std::string& who, std::int64_t largest, const Function& function) {
+    auto* const added = benchmark::RegisterBenchmark((work + "/" + who).c_str(), function);
+    for (const std::int64_t size : sizesUpTo(largest))
+        added->Arg(size);
+    added->Unit(benchmark::kMicrosecond);
+}
+
+template <typename Rival>
+void addLoad(const std::string& who, std::int64_t largestFlat = LARGEST) {
+    add("dictionary-load-flat", who, largestFlat,
+        [who](benchmark::State& state) { load<Rival>(state, Shape::FLAT, who); });
+    add("dictionary-load-nested", who, LARGEST,
+        [who](benchmark::State& state) { load<Rival>(state, Shape::NESTED, who); });
+}
+
+template <typename Rival>
+void addSave(const std::string& who, std::int64_t largestFlat = LARGEST) {
+    add("dictionary-save-flat", who, largestFlat,
+        [](benchmark::State& state) { save<Rival>(state, Shape::FLAT); });
+    add("dictionary-save-nested", who, LARGEST,
+        [](benchmark::State& state) { save<Rival>(state, Shape::NESTED); });
+    add("dictionary-save-durable", who, LARGEST_FOR_LIBPLIST, saveDurably<Rival>);
+}
+
+void addAll() {
+    addLoad<Zevo>("zevo");
+    addLoad<Libplist>("libplist", LARGEST_FOR_LIBPLIST);
+    addLoad<Pugixml>("pugixml");
+    addLoad<Tinyxml2>("tinyxml2");
+    addLoad<Expat>("expat");
+    addLoad<Floor>("floor");
+    addSave<Zevo>("zevo");
+    addSave<Libplist>("libplist", LARGEST_FOR_LIBPLIST);
+    addSave<Pugixml>("pugixml");
+    addSave<Tinyxml2>("tinyxml2");
+    addSave<Floor>("floor");
+    add("dictionary-lookup", "zevo", LARGEST, lookUpInZevo);
+    add("dictionary-lookup", "libplist", LARGEST, lookUpInLibplist);
+    add("dictionary-lookup", "floor", LARGEST, lookUpInMaps);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 4 && std::string(argv[1]) == "--peak") {
+        std::printf("%lld\n", static_cast<long long>(PEAKS.at(argv[2])(argv[3])));
+        return 0;
+    }
+    addAll();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
