@@ -1,0 +1,280 @@
+// The launcher as a whole process, on a virtual USB bus, beside programs that do the same job with less
+// around it. No call is timed from inside: each program tells through a pipe when it waits for events, each
+// started application when its main() runs.
+
+#include "MeasuredProgram.h"
+#include "ModemFile.h"
+#include "OtherProcesses.h"
+#include "SampleMachine.h"
+#include "VirtualUsbBus.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <sys/stat.h>
+#include <thread>
+
+using namespace Zevo;
+
+namespace {
+
+using Bundle = SampleMachine::Bundle;
+
+const char PORT[] = "1-1";
+const char NO_TRACE[] = "TRACE_OFF\n";
+const char NO_LOG[] = "LOG_OFF\n";
+
+bool isSmokeRun() {
+    return std::getenv("ZEVO_BENCH_SMOKE") != nullptr;
+}
+
+/// A machine with a virtual bus and with the application that tells when it runs.
+class Bench {
+public:
+    Bench() : m_marks(m_machine.folder() + "/marks"), m_modem(modem()) {
+        for (const Bundle bundle : {Bundle::mainApplication, Bundle::notifier})
+            installApplication(m_machine.executableOf(bundle));
+        m_machine.installLauncherConfiguration({{"MacHardwareIdToDetect", hardwareIdentifier(m_modem)},
+                                                {"MacHardwareIdToFind", hardwareIdentifier(m_modem)},
+                                                {"MacCdRomHIdToDetect", "USB#Vid_0000&Pid_0000"}});
+    }
+
+    void startLauncher() { start({m_machine.launcherProgram()}); }
+    void startQuietLauncher() {
+        m_machine.install("tracer_zevolauncher.cfg", NO_TRACE);
+        m_machine.install("logger_launcher.cfg", NO_LOG);
+        startLauncher();
+    }
+    void startBare() {
+        start({ZEVO_BARE_LAUNCHER, hexadecimal(m_modem.vendor), hexadecimal(m_modem.product),
+               m_machine.executableOf(Bundle::mainApplication)});
+    }
+    void startUdevadm() { start({ZEVO_UDEVADM, "monitor", "--udev", "--subsystem-match=usb/usb_device"}); }
+    void startPyudev() {
+        start({ZEVO_PYTHON, ZEVO_PYUDEV_LAUNCHER, hexadecimal(m_modem.vendor), hexadecimal(m_modem.product)});
+    }
+    void stop() { m_program.reset(); }
+
+    /// As many devices of nobody's, a hundred to a bus; a real one has room for 127.
+    void plugDevices(int64_t count) {
+        for (int64_t i = 0; i < count; ++i)
+            m_bus.plug(std::to_string(2 + i / 100) + "-" + std::to_string(1 + i % 100),
+                       makePlainDevice(0xfeed, static_cast<unsigned>(i)));
+    }
+
+    /// Plugs the modem in; the time until the main application runs.
+    int64_t plugModem(bool startsNotifier) {
+        const int64_t sent = markClock();
+        m_bus.plug(PORT, m_modem);
+        return applicationStart(startsNotifier) - sent;
+    }
+
+    void unplugModem() { m_bus.unplug(PORT); }
+
+    /// The same for a modem that has left and comes back, with nothing but its event in the measured time.
+    int64_t announceModem(bool startsNotifier) {
+        announceAndWait("remove");
+        const int64_t sent = markClock();
+        m_bus.announce(PORT, "add");
+        return applicationStart(startsNotifier) - sent;
+    }
+
+    const MeasuredProgram& program() const { return *m_program; }
+
+private:
+    static UsbDevice modem() { return readModemFile(ZEVO_MODEMS "/storage-then-serial.modem").modem; }
+
+    static std::string hexadecimal(unsigned value) {
+        char text[16];
+        std::snprintf(text, sizeof text, "%04x", value);
+        return text;
+    }
+
+    static void installApplication(const std::string& place) {
+        unlink(place.c_str());
+        writeTextFile(place, readTextFile(ZEVO_STARTED_APPLICATION));
+        chmod(place.c_str(), 0755);
+    }
+
+    void start(const std::vector<std::string>& command) {
+        m_program = std::make_unique<MeasuredProgram>(command, m_machine.environment(), m_marks);
+    }
+
+    /// When the main application's main() ran; then waits until the launcher is done with the event, and ends
+    /// what it has started.
+    int64_t applicationStart(bool startsNotifier) {
+        const int64_t started = m_marks.await(MARK_MAIN_APPLICATION);
+        if (startsNotifier)
+            m_marks.await(MARK_NOTIFIER);
+        announceAndWait("change"); // of nothing: behind it, all earlier events are dealt with
+        m_machine.quitApplications();
+        return started;
+    }
+
+    void announceAndWait(const char* action) {
+        const int64_t begin = markClock();
+        m_bus.announce(PORT, action);
+        m_marks.await(MARK_WAITS, begin);
+    }
+
+    SampleMachine m_machine;
+    VirtualUsbBus m_bus;
+    MarkPipe m_marks;
+    const UsbDevice m_modem;
+    std::unique_ptr<MeasuredProgram> m_program;
+};
+
+double medianOf(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
+    return values[values.size() / 2];
+}
+
+/// Takes each iteration's time from the benchmark's own measurement; the cost is their median.
+template <typename Measure>
+void measureEach(benchmark::State& state, Measure measure) {
+    std::vector<double> all;
+    for (auto _ : state) {
+        const double nanoseconds = static_cast<double>(measure());
+        state.SetIterationTime(nanoseconds / 1e9);
+        all.push_back(nanoseconds);
+    }
+    state.counters["cost_ns"] = medianOf(all);
+    state.counters["best_ns"] = *std::min_element(all.begin(), all.end());
+}
+
+using Starter = void (Bench::*)();
+
+void arrivalToExec(benchmark::State& state, Starter start, bool startsNotifier) {
+    Bench bench;
+    const OtherProcesses others(state.range(0));
+    (bench.*start)();
+    bench.plugModem(startsNotifier);
+    measureEach(state, [&] { return bench.announceModem(startsNotifier); });
+}
+
+/// The same, each time with a program that has just been started.
+void firstArrivalToExec(benchmark::State& state, Starter start, bool startsNotifier) {
+    Bench bench;
+    const OtherProcesses others(state.range(0));
+    measureEach(state, [&] {
+        (bench.*start)();
+        const int64_t time = bench.plugModem(startsNotifier);
+        bench.stop();
+        bench.unplugModem();
+        return time;
+    });
+}
+
+void startUntilArmed(benchmark::State& state, Starter start) {
+    Bench bench;
+    bench.plugDevices(state.range(0));
+    measureEach(state, [&] {
+        bench.stop();
+        (bench.*start)();
+        return bench.program().armedTime() - bench.program().startTime();
+    });
+    state.counters["resident_bytes"] = static_cast<double>(bench.program().residentBytes());
+}
+
+/// What it costs that the program is there: processor time and wake-ups in a second without events.
+void idle(benchmark::State& state, Starter start) {
+    const int64_t milliseconds = isSmokeRun() ? 100 : 3000;
+    Bench bench;
+    (bench.*start)();
+    const MeasuredProgram& program = bench.program();
+    // It has told that it waits a moment before it sleeps.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    for (auto _ : state) {
+        const int64_t begin = program.cpuTime();
+        const long sleeps = program.sleeps();
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        const double seconds = static_cast<double>(milliseconds) / 1000;
+        const double cost = static_cast<double>(program.cpuTime() - begin) / seconds;
+        state.SetIterationTime(cost / 1e9);
+        state.counters["cost_ns"] = cost;
+        state.counters["wakeups_per_second"] = static_cast<double>(program.sleeps() - sleeps) / seconds;
+    }
+    state.counters["resident_bytes"] = static_cast<double>(program.residentBytes());
+}
+
+template <typename... Arguments>
+benchmark::internal::Benchmark* add(const std::string& name, Arguments... arguments) {
+    return benchmark::RegisterBenchmark(name.c_str(), arguments...)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+void addSizes(benchmark::internal::Benchmark* added, std::vector<int64_t> sizes) {
+    for (const int64_t size : sizes)
+        if (!isSmokeRun() || size <= 10)
+            added->Arg(size);
+}
+
+void addArrival(const char* who, Starter start, bool startsNotifier) {
+    const int rounds = isSmokeRun() ? 2 : 25;
+    addSizes(
+        add(std::string("arrival-to-exec/") + who, arrivalToExec, start, startsNotifier)->Iterations(rounds),
+        {3, 10, 30, 100, 300, 1000});
+    addSizes(add(std::string("first-arrival-to-exec/") + who, firstArrivalToExec, start, startsNotifier)
+                 ->Iterations(rounds),
+             {3, 300, 1000});
+}
+
+void addStart(const char* who, Starter start) {
+    addSizes(add(std::string("start-until-armed/") + who, startUntilArmed, start)
+                 ->Iterations(isSmokeRun() ? 2 : 25),
+             {1, 10, 100, 1000});
+    add(std::string("idle/") + who, idle, start)->Iterations(1);
+}
+
+void addAll() {
+    addArrival("bare", &Bench::startBare, false);
+    addArrival("zevo", &Bench::startLauncher, true);
+    addArrival("zevo-quiet", &Bench::startQuietLauncher, true);
+    addStart("bare", &Bench::startBare);
+    addStart("zevo", &Bench::startLauncher);
+    addStart("zevo-quiet", &Bench::startQuietLauncher);
+    if (*ZEVO_UDEVADM != '\0')
+        addStart("udevadm-monitor", &Bench::startUdevadm);
+    if (*ZEVO_PYTHON != '\0' && std::system(ZEVO_PYTHON " -c 'import pyudev' 2>/dev/null") == 0)
+        addStart("pyudev", &Bench::startPyudev);
+}
+
+/// A virtual bus is only there for programs started by umockdev-wrapper.
+void startUnderWrapper(char** arguments) {
+    if (VirtualUsbBus::isPossible())
+        return;
+    char program[PATH_MAX] = {};
+    if (std::getenv("ZEVO_BENCH_WRAPPED") != nullptr ||
+        readlink("/proc/self/exe", program, sizeof program - 1) < 0) {
+        std::fprintf(stderr, "bench_process: no virtual USB bus is possible here\n");
+        std::exit(1);
+    }
+    setenv("ZEVO_BENCH_WRAPPED", "1", 1);
+    std::vector<const char*> command = {ZEVO_UMOCKDEV_WRAPPER, program};
+    while (*++arguments != nullptr)
+        command.push_back(*arguments);
+    command.push_back(nullptr);
+    execv(ZEVO_UMOCKDEV_WRAPPER, const_cast<char**>(command.data()));
+    std::perror(ZEVO_UMOCKDEV_WRAPPER);
+    std::exit(1);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    startUnderWrapper(arguments);
+    benchmark::Initialize(&argumentCount, arguments);
+    addAll();
+    try {
+        benchmark::RunSpecifiedBenchmarks();
+    } catch (const std::exception& error) { // so that no program is left behind
+        std::fprintf(stderr, "bench_process: %s\n", error.what());
+        return 1;
+    }
+    benchmark::Shutdown();
+    return 0;
+}
