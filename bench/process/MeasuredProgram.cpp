@@ -3,6 +3,7 @@
 #include "SampleMachine.h"
 #include "Waiting.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -47,13 +48,21 @@ MarkPipe::~MarkPipe() {
 
 int64_t MarkPipe::await(MarkKind kind, int64_t earliest) {
     const int longest = static_cast<int>(std::chrono::milliseconds(Zevo::LONGEST_WAIT).count());
+    const auto isAwaited = [&](const Mark& mark) {
+        return mark.kind == kind && mark.nanoseconds >= earliest;
+    };
     for (;;) {
+        const auto found = std::find_if(m_unasked.begin(), m_unasked.end(), isAwaited);
+        if (found != m_unasked.end()) {
+            const int64_t time = found->nanoseconds;
+            m_unasked.erase(found);
+            return time;
+        }
         pollfd file = {m_file, POLLIN, 0};
         Mark mark = {};
         if (poll(&file, 1, longest) <= 0 || read(m_file, &mark, sizeof mark) != sizeof mark)
             throw std::runtime_error("nothing of kind " + std::to_string(kind) + " happens");
-        if (mark.kind == kind && mark.nanoseconds >= earliest)
-            return mark.nanoseconds;
+        m_unasked.push_back(mark);
     }
 }
 

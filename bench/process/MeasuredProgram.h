@@ -17,11 +17,12 @@ public:
     const std::string& path() const { return m_path; }
     /// Waits for the next mark of this kind made at or after `earliest`; others are dropped. Returns its
     /// time; ends the process when none comes for too long: a measurement of something that does not happen.
-    int64_t await(MarkKind kind, int64_t earliest = 0);
+    int64_t await(MarkKind kind, int64_t earliest);
 
 private:
     std::string m_path;
     int m_file;
+    std::vector<Mark> m_unasked;
 };
 
 /// A program on the virtual bus that tells when it waits for events. Killed at the end. Its operations throw

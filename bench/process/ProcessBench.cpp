@@ -69,7 +69,7 @@ public:
     int64_t plugModem(bool startsNotifier) {
         const int64_t sent = markClock();
         m_bus.plug(PORT, m_modem);
-        return applicationStart(startsNotifier) - sent;
+        return applicationStart(sent, startsNotifier) - sent;
     }
 
     void unplugModem() { m_bus.unplug(PORT); }
@@ -79,7 +79,7 @@ public:
         announceAndWait("remove");
         const int64_t sent = markClock();
         m_bus.announce(PORT, "add");
-        return applicationStart(startsNotifier) - sent;
+        return applicationStart(sent, startsNotifier) - sent;
     }
 
     const MeasuredProgram& program() const { return *m_program; }
@@ -105,10 +105,10 @@ private:
 
     /// When the main application's main() ran; then waits until the launcher is done with the event, and ends
     /// what it has started.
-    int64_t applicationStart(bool startsNotifier) {
-        const int64_t started = m_marks.await(MARK_MAIN_APPLICATION);
+    int64_t applicationStart(int64_t sent, bool startsNotifier) {
+        const int64_t started = m_marks.await(MARK_MAIN_APPLICATION, sent);
         if (startsNotifier)
-            m_marks.await(MARK_NOTIFIER);
+            m_marks.await(MARK_NOTIFIER, sent);
         announceAndWait("change"); // of nothing: behind it, all earlier events are dealt with
         m_machine.quitApplications();
         return started;

@@ -82,7 +82,9 @@ static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) 
 
 static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
     std::vector<RunningApplication> applications;
-    const int error = listRunningApplications(applications);
+    // A launcher asks for the list itself before it opens anything; to read it twice would double what grows
+    // with the number of processes.
+    const int error = listRunningApplicationsOfThisMoment(applications);
     if (error != 0)
         return statusOfErrno(error);
     isRunning = false;
@@ -158,6 +160,7 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
         if (error != 0)
             return statusOfExecError(error, file);
         application = awaitInList(pid);
+        noteStartedApplication(pid);
     }
     if (status == noErr && outPSN != nullptr)
         *outPSN = serialNumberOf(application);

@@ -11,7 +11,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace platform {
@@ -28,27 +30,54 @@ const size_t FIRST_LINE_LIMIT = 256;
 // it.
 const size_t SCRIPT_ARGUMENT_LIMIT = 4;
 
-class ProcessFolder {
+/// /proc while it is being read. Files are opened from here: some hundred times a shorter way to each.
+class ProcessList {
 public:
-    explicit ProcessFolder(pid_t pid) {
-        std::snprintf(m_path, sizeof m_path, "/proc/%ld", static_cast<long>(pid));
-    }
+    ProcessList() : m_folder(::opendir("/proc"), &::closedir) {}
 
-    std::string file(const char* name) const { return std::string(m_path) + "/" + name; }
-
-    bool isOwnedBy(uid_t user) const {
-        struct stat folder;
-        return ::stat(m_path, &folder) == 0 && folder.st_uid == user;
+    bool isOpen() const { return m_folder != nullptr; }
+    int descriptor() const { return ::dirfd(m_folder.get()); }
+    /// The next process; 0 at the end.
+    pid_t next() {
+        while (const struct dirent* entry = ::readdir(m_folder.get())) {
+            const long pid = std::strtol(entry->d_name, nullptr, 10);
+            if (pid > 0)
+                return static_cast<pid_t>(pid);
+        }
+        return 0;
     }
 
 private:
-    char m_path[sizeof "/proc/" + 3 * sizeof(long)];
+    std::unique_ptr<DIR, int (*)(DIR*)> m_folder;
+};
+
+struct Place {
+    int folder;
+    std::string path;
+};
+
+class ProcessFolder {
+public:
+    ProcessFolder(const ProcessList& list, pid_t pid) : m_list(list.descriptor()) {
+        std::snprintf(m_path, sizeof m_path, "%ld", static_cast<long>(pid));
+    }
+
+    Place file(const char* name) const { return {m_list, std::string(m_path) + "/" + name}; }
+
+    bool isOwnedBy(uid_t user) const {
+        struct stat folder;
+        return ::fstatat(m_list, m_path, &folder, 0) == 0 && folder.st_uid == user;
+    }
+
+private:
+    const int m_list;
+    char m_path[3 * sizeof(long)];
 };
 
 /// A file of /proc or a script. Neither grows meanwhile, so that less than was asked for is the end: one call
 /// fewer for each of some hundred processes.
-std::string readUpTo(const std::string& path, size_t limit, int flags = 0) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
+std::string readUpTo(const Place& place, size_t limit, int flags = 0) {
+    const int file = ::openat(place.folder, place.path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     if (file < 0)
         return std::string();
     std::string content(std::min<size_t>(limit, 8192), '\0');
@@ -105,7 +134,7 @@ bool isScriptFor(const std::string& file, const std::string& interpreter) {
     struct stat found;
     if (::stat(file.c_str(), &found) != 0 || !S_ISREG(found.st_mode))
         return false;
-    std::string line = readUpTo(file, FIRST_LINE_LIMIT, O_NONBLOCK | O_NOCTTY);
+    std::string line = readUpTo({AT_FDCWD, file}, FIRST_LINE_LIMIT, O_NONBLOCK | O_NOCTTY);
     if (line.compare(0, 2, "#!") != 0)
         return false;
     line.resize(std::min(line.find('\n'), line.size()));
@@ -141,16 +170,24 @@ UInt64 startTimeOf(const ProcessFolder& process) {
     return at == std::string::npos ? 0 : std::strtoull(status.c_str() + at, nullptr, 10);
 }
 
-bool inspect(pid_t pid, const std::string& root, RunningApplication& application) {
-    const ProcessFolder process(pid);
-    application.executable = readExecutableLink(process.file("exe"));
+bool inspect(const ProcessList& list, pid_t pid, const std::string& root, RunningApplication& application) {
+    const ProcessFolder process(list, pid);
+    const Place executable = process.file("exe");
+    application.executable = readExecutableLink(executable.path, executable.folder);
     if (application.executable.empty())
         return false; // a kernel thread, another user's, or one that has ended and was not waited for yet
-    const LaunchNote note = launchNoteOf(process);
+    LaunchNote note;
+    // What Launch Services starts leads a session of its own, and does to its end. To ask for that is cheaper
+    // than to read the environment of everything.
+    const bool mayBeLaunched = ::getsid(pid) == pid;
+    if (mayBeLaunched)
+        note = launchNoteOf(process);
     application.isAsLaunched = note.pid == pid && !note.bundle.empty();
     application.bundle = application.isAsLaunched ? note.bundle : innermostBundle(application.executable);
     if (application.bundle.empty()) {
         application.bundle = bundleOfScript(process);
+        if (!application.bundle.empty() && !mayBeLaunched)
+            note = launchNoteOf(process);
         if (application.bundle == note.bundle)
             application.bundle.clear(); // a part of the launched script, not the script once more
     }
@@ -163,28 +200,178 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     return application.startTime != 0;
 }
 
+/// In nanoseconds.
+const SInt64 MOMENT = 1000 * 1000;
+
+SInt64 nanoseconds(const struct timespec& time) {
+    return static_cast<SInt64>(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+SInt64 monotonicTime() {
+    struct timespec time;
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return nanoseconds(time);
+}
+
+/// The clock of the processor time that a process gets, which anybody may read with one call.
+class ProcessorClock {
+public:
+    ProcessorClock() = default;
+    explicit ProcessorClock(pid_t pid) : m_isThere(::clock_getcpuclockid(pid, &m_clock) == 0) {}
+
+    /// In nanoseconds; -1 when it cannot be told.
+    SInt64 now() const {
+        struct timespec time;
+        if (!m_isThere || ::clock_gettime(m_clock, &time) != 0)
+            return -1;
+        return nanoseconds(time);
+    }
+
+private:
+    clockid_t m_clock = 0;
+    bool m_isThere = false;
+};
+
+/// The processes that were found to be no applications, each with the processor time that it had had until
+/// then. Most processes sleep most of the time, and one that has not run since is what it was: looking at its
+/// clock takes a tenth of looking at it. (The kernel brings the clock of a process that runs this very moment
+/// up to date with each tick; so the list may show a process as it was a tick ago, about as long as it takes
+/// to read the list.)
+class OtherProcesses {
+public:
+    /// What they were found to be depends on both; a change makes everything new.
+    void begin(const std::string& root, uid_t user) {
+        if (root != m_root || user != m_user)
+            m_known.clear();
+        m_root = root;
+        m_user = user;
+        m_position = 0;
+        m_isKept = false;
+        m_found.clear();
+        m_found.reserve(m_known.size() + 16);
+    }
+
+    /// To be asked about processes in ascending order, as /proc lists them; about others it knows nothing.
+    bool hasSleptSince(pid_t pid) {
+        while (m_position < m_known.size() && m_known[m_position].pid < pid)
+            ++m_position;
+        if (m_position == m_known.size() || m_known[m_position].pid != pid)
+            return false;
+        const Known& known = m_known[m_position];
+        if (known.time < 0 || known.clock.now() != known.time)
+            return false;
+        m_found.push_back(known);
+        return true;
+    }
+
+    /// `time` was read before the process was looked at, so what it does meanwhile shows next time.
+    void add(pid_t pid, const ProcessorClock& clock, SInt64 time) { m_found.push_back({pid, clock, time}); }
+
+    void end() { m_known.swap(m_found); }
+
+    /// The list that came out.
+    void keep(const std::vector<RunningApplication>& applications) {
+        m_applications = applications;
+        m_kept = monotonicTime();
+        m_isKept = true;
+    }
+
+    bool takeKept(const std::string& root, uid_t user, std::vector<RunningApplication>& applications) const {
+        if (!m_isKept || root != m_root || user != m_user || monotonicTime() - m_kept > MOMENT)
+            return false;
+        applications = m_applications;
+        return true;
+    }
+
+    /// For a process that is known to be an application by now.
+    void forget(pid_t pid) {
+        m_isKept = false;
+        for (Known& known : m_known) {
+            if (known.pid == pid)
+                known.time = -1;
+        }
+    }
+
+private:
+    struct Known {
+        pid_t pid;
+        ProcessorClock clock;
+        SInt64 time;
+    };
+    std::string m_root;
+    uid_t m_user = 0;
+    std::vector<Known> m_known; // by ascending id
+    std::vector<Known> m_found; // in the look under way
+    size_t m_position = 0;
+    bool m_isKept = false;
+    SInt64 m_kept = 0; // the moment, and the list of it
+    std::vector<RunningApplication> m_applications;
+};
+
+/// With its lock held for the life of the object.
+class LockedOtherProcesses {
+public:
+    LockedOtherProcesses() : m_lock(mutex()) {}
+    OtherProcesses* operator->() const {
+        static OtherProcesses& others =
+            *new OtherProcesses; // never destroyed: lists are read to the very end
+        return &others;
+    }
+
+private:
+    static std::mutex& mutex() {
+        static std::mutex& theMutex = *new std::mutex;
+        return theMutex;
+    }
+    std::lock_guard<std::mutex> m_lock;
+};
+
 } // namespace
 
 int listRunningApplications(std::vector<RunningApplication>& applications) {
     applications.clear();
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), &::closedir);
-    if (folder == nullptr)
+    ProcessList list;
+    if (!list.isOpen())
         return errno;
     const std::string root = rootFolder();
-    while (const struct dirent* entry = ::readdir(folder.get())) {
-        const long pid = std::strtol(entry->d_name, nullptr, 10);
+    const LockedOtherProcesses others;
+    others->begin(root, ::geteuid());
+    while (const pid_t pid = list.next()) {
+        if (others->hasSleptSince(pid))
+            continue;
+        const ProcessorClock clock(pid);
+        const SInt64 time = clock.now();
         RunningApplication application;
-        if (pid > 0 && inspect(static_cast<pid_t>(pid), root, application))
+        if (inspect(list, pid, root, application))
             applications.push_back(std::move(application));
+        else
+            others->add(pid, clock, time);
     }
+    others->end();
     std::sort(
         applications.begin(), applications.end(),
         [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
+    others->keep(applications);
     return 0;
 }
 
+int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications) {
+    {
+        const std::string root = rootFolder();
+        const LockedOtherProcesses others;
+        if (others->takeKept(root, ::geteuid(), applications))
+            return 0;
+    }
+    return listRunningApplications(applications);
+}
+
 bool findRunningApplication(pid_t pid, RunningApplication& application) {
-    return inspect(pid, rootFolder(), application);
+    const ProcessList list;
+    return list.isOpen() && inspect(list, pid, rootFolder(), application);
+}
+
+void noteStartedApplication(pid_t pid) {
+    LockedOtherProcesses()->forget(pid);
 }
 
 ProcessSerialNumber serialNumberOf(const RunningApplication& application) {

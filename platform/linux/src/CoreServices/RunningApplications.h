@@ -7,7 +7,7 @@
 
 // The running applications of this user, read from /proc; what counts as one is told in
 // ApplicationServices.h. Shared by the process list and by Launch Services, so that both mean the same by
-// "running". No state, any thread.
+// "running". Any thread.
 
 namespace platform {
 
@@ -27,6 +27,13 @@ const int LAUNCHED_PID_WIDTH = 10;
 /// All of them, by ascending process id. Processes that come or go meanwhile may be missing.
 /// @return 0; the errno with which /proc could not be read (the list is empty then)
 int listRunningApplications(std::vector<RunningApplication>& applications);
+
+/// The same for a caller who has only just asked for the list: the one taken last, when that was less than a
+/// millisecond ago and this process has started nothing since.
+int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications);
+
+/// Launch Services have started this process: the next list looks at it, whatever an earlier one saw.
+void noteStartedApplication(pid_t pid);
 
 /// One process. False when it has ended, is not this user's, or runs no bundle.
 bool findRunningApplication(pid_t pid, RunningApplication& application);

@@ -116,6 +116,15 @@ TEST_F(LaunchServices, ARunningBundleIsNotStartedTwice) {
     EXPECT_THAT(runningProcesses(), ElementsAre(first));
 }
 
+TEST_F(LaunchServices, OneStartedRightAfterTheListWasTakenIsNotStartedTwice) {
+    for (int round = 0; round < 20; ++round) {
+        EXPECT_THAT(runningBundles(), IsEmpty());
+        const pid_t pid = openedProcess(BUNDLE);
+        EXPECT_EQ(pid, openedProcess(BUNDLE));
+        end(pid);
+    }
+}
+
 TEST_F(LaunchServices, ABundleRunByItsUserIsNotStartedAgain) {
     const pid_t users = runDirectly({executable()});
     ASSERT_TRUE(comesTrue([&] { return bundleOf(users) == BUNDLE; }));

@@ -196,6 +196,46 @@ TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
     EXPECT_EQ(inRoot("/A.app"), bundleOf(pid));
 }
 
+// ---- processes that were no applications when they were looked at last
+
+class FormerlyOther : public Processes {
+protected:
+    /// Nothing is known of a process that still runs; so each list of these tests is of ones that sleep.
+    static void waitUntilItSleeps(pid_t pid) {
+        ASSERT_TRUE(comesTrue([&] {
+            std::string status;
+            std::getline(std::ifstream("/proc/" + std::to_string(pid) + "/stat"), status);
+            return status.find(") S ") != std::string::npos;
+        }));
+    }
+};
+
+TEST_F(FormerlyOther, OneThatBecomesAnApplicationIsListed) {
+    const std::string file = inRoot("/A.app/a");
+    makeFolders(inRoot("/A.app"));
+    copyExecutable(file);
+    const std::string pipe = inRoot("/pipe");
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    const pid_t pid = runDirectly({"sh", "-c", "read line <\"$0\"; exec \"$1\"", pipe, file});
+    waitUntilItSleeps(pid);
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    std::ofstream(pipe) << "go on\n";
+    reportOf(pid);
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
+}
+
+TEST_F(FormerlyOther, OneThatSleepsInAFolderThatBecomesABundleIsListedOnceItHasRun) {
+    const pid_t pid = run("/plain/a");
+    waitUntilItSleeps(pid);
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    ASSERT_EQ(0, rename(inRoot("/plain").c_str(), inRoot("/A.app").c_str()));
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    kill(pid, SIGSTOP);
+    kill(pid, SIGCONT);
+    EXPECT_TRUE(comesTrue([] { return runningBundles() == std::vector<std::string>{"/A.app"}; }));
+}
+
 // ---- scripts that nobody launched
 
 class ScriptProcess : public Processes {
