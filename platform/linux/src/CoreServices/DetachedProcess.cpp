@@ -16,17 +16,31 @@
 
 // How a process is started that is nobody's child here.
 //
-//   this process -- clone, exit signal 0 --> middle process -- fork --> the program
+//   this process -- clone, exit signal 0 --> middle process -- clone --> the program
 //
 // An exec gives every process the exit signal SIGCHLD back, so a direct child cannot run a program and stay
 // silent. The middle process never execs: it is waited for, by its id, and its end sends no signal. Its own
 // child, the program, is adopted by init, or by the user's service manager, when the middle process ends.
-// CLONE_VFORK makes each parent wait until its child has ended or run its program, so a shared page carries
-// the outcome and neither a pipe nor a free descriptor is needed for it.
 //
-// Between clone and exec runs only what is safe in the copy of a process with several threads: system calls,
-// some of them made directly because a preloaded library or a sanitizer may have put a lock around the C
-// library's function.
+// Both use this process's memory, each on a stack of its own, because to copy the page tables twice takes
+// longer than all the rest of a start. CLONE_VFORK makes each parent wait until its child has ended or run
+// its program, so the calling thread is not in the way; the other threads go on. Between clone and exec runs
+// only what is safe beside them: system calls, some of them made directly because a preloaded library may
+// have put a lock around the C library's function. What a call changes, apart from errno, belongs to the new
+// process alone.
+
+// A sanitizer's books about stacks and signal actions cannot be kept for several processes in one memory:
+// there, each process gets a copy.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZEVO_COPIES_MEMORY 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZEVO_COPIES_MEMORY 1
+#endif
+#endif
+#ifndef ZEVO_COPIES_MEMORY
+#define ZEVO_COPIES_MEMORY 0
+#endif
 
 namespace platform {
 
@@ -46,28 +60,37 @@ struct Outcome {
     int error;
 };
 
-/// Memory that this process and the two it starts see in common.
-class SharedOutcome {
+/// Memory that this process and the two it starts see in common, also where they have copies of the rest.
+class SharedMemory {
 public:
-    SharedOutcome() {
-        void* page =
-            ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        m_outcome = page == MAP_FAILED ? nullptr : static_cast<volatile Outcome*>(page);
+    SharedMemory() {
+        void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        m_content = memory == MAP_FAILED ? nullptr : static_cast<Content*>(memory);
     }
-    ~SharedOutcome() {
-        if (m_outcome != nullptr)
-            ::munmap(const_cast<Outcome*>(m_outcome), sizeof(Outcome));
+    ~SharedMemory() {
+        if (m_content != nullptr)
+            ::munmap(m_content, sizeof(Content));
     }
-    SharedOutcome(const SharedOutcome&) = delete;
-    SharedOutcome& operator=(const SharedOutcome&) = delete;
+    SharedMemory(const SharedMemory&) = delete;
+    SharedMemory& operator=(const SharedMemory&) = delete;
 
-    volatile Outcome* get() const { return m_outcome; }
+    bool isThere() const { return m_content != nullptr; }
+    volatile Outcome* outcome() const { return &m_content->outcome; }
+    /// The highest address of each, from where it grows.
+    void* stackOfMiddleProcess() const { return m_content->stacks[0] + STACK_SIZE; }
+    void* stackOfProgram() const { return m_content->stacks[1] + STACK_SIZE; }
 
 private:
-    volatile Outcome* m_outcome;
+    static const size_t STACK_SIZE = 64 * 1024;
+    struct Content {
+        alignas(64) char stacks[2][STACK_SIZE];
+        alignas(64) Outcome outcome;
+    };
+    Content* m_content;
 };
 
-/// No handler of this process may run in the copies of it, where it would write to the shared files.
+/// No handler of this process may run in those that it starts, where it would write to the shared files.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {
@@ -110,14 +133,35 @@ struct Preparation {
     char* pidDigits;
     size_t pidWidth;
     int nullDevice;
+    const SharedMemory* shared;
     volatile Outcome* outcome;
 };
 
-long cloneProcess(unsigned long exitSignal) {
+struct NewProcess {
+    void (*run)(const Preparation&); // does not return
+    const Preparation* preparation;
+};
+
+int runNewProcess(void* process) {
+    const NewProcess& what = *static_cast<const NewProcess*>(process);
+    what.run(*what.preparation);
+    return 0;
+}
+
+/// Returns the id of the new process once that has ended or become a program; -1, with errno, when there is
+/// none.
+long startProcess(NewProcess process, int exitSignal, void* stack) {
+#if ZEVO_COPIES_MEMORY
+    static_cast<void>(stack);
+    const long flags = CLONE_VFORK | exitSignal;
 #if defined(__s390__)
-    return ::syscall(SYS_clone, nullptr, CLONE_VFORK | exitSignal, nullptr, nullptr, nullptr);
+    const long pid = ::syscall(SYS_clone, nullptr, flags, nullptr, nullptr, nullptr);
 #else
-    return ::syscall(SYS_clone, CLONE_VFORK | exitSignal, nullptr, nullptr, nullptr, nullptr);
+    const long pid = ::syscall(SYS_clone, flags, nullptr, nullptr, nullptr, nullptr);
+#endif
+    return pid == 0 ? runNewProcess(&process) : pid;
+#else
+    return ::clone(runNewProcess, stack, CLONE_VM | CLONE_VFORK | exitSignal, &process);
 #endif
 }
 
@@ -174,9 +218,8 @@ void writeDigits(char* place, size_t width, pid_t pid) {
 }
 
 [[noreturn]] void runMiddleProcess(const Preparation& preparation) {
-    const long pid = cloneProcess(SIGCHLD);
-    if (pid == 0)
-        becomeProgram(preparation);
+    const long pid =
+        startProcess({becomeProgram, &preparation}, SIGCHLD, preparation.shared->stackOfProgram());
     if (pid < 0)
         preparation.outcome->error = errno;
     else if (preparation.outcome->error != 0)
@@ -189,9 +232,8 @@ void writeDigits(char* place, size_t width, pid_t pid) {
 int runBothProcesses(const Preparation& preparation) {
     const AllSignalsBlocked blocked;
     const NoAdoption noAdoption;
-    const long middle = cloneProcess(0);
-    if (middle == 0)
-        runMiddleProcess(preparation);
+    const long middle =
+        startProcess({runMiddleProcess, &preparation}, 0, preparation.shared->stackOfMiddleProcess());
     if (middle < 0)
         return errno;
     int status = 0;
@@ -248,8 +290,8 @@ void closeFilesByListing() {
 }
 
 int startDetached(DetachedProcess plan, pid_t& pid) {
-    const SharedOutcome shared;
-    if (shared.get() == nullptr)
+    const SharedMemory shared;
+    if (!shared.isThere())
         return ENOMEM;
     // Opened here: a lock around open would have to be taken in a process that no one can release it in.
     const File nullDevice(::open("/dev/null", O_RDWR | O_CLOEXEC));
@@ -262,12 +304,13 @@ int startDetached(DetachedProcess plan, pid_t& pid) {
     environment.push_back(nullptr);
     char* const arguments[] = {plan.file.data(), nullptr};
     char* const pidDigits = plan.pidWidth == 0 ? nullptr : &plan.environment.front()[plan.pidPlace];
-    const Preparation preparation = {plan.file.c_str(), arguments,        environment.data(), pidDigits,
-                                     plan.pidWidth,     nullDevice.get(), shared.get()};
+    const Preparation preparation = {plan.file.c_str(), arguments,       environment.data(),
+                                     pidDigits,         plan.pidWidth,   nullDevice.get(),
+                                     &shared,           shared.outcome()};
 
     const int error = runBothProcesses(preparation);
     if (error == 0)
-        pid = shared.get()->pid;
+        pid = shared.outcome()->pid;
     return error;
 }
 
