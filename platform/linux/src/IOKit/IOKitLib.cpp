@@ -28,16 +28,6 @@ CFMutableDictionaryRef OneKeyDictionary(CFStringRef key, const char* value) {
     return dictionary;
 }
 
-std::vector<EntryPointer> MatchingServices(const RegistryServer::Access& server,
-                                           const MatchingCriteria& criteria) {
-    std::vector<EntryPointer> matching;
-    for (const EntryPointer& service : server->Entries().Services()) {
-        if (criteria.Match(*service))
-            matching.push_back(service);
-    }
-    return matching;
-}
-
 std::optional<MatchingNotification::About> SubjectOf(const char* notificationType) {
     const std::string_view type = notificationType;
     if (type == kIOTerminatedNotification)
@@ -192,7 +182,7 @@ io_service_t IOServiceGetMatchingService(mach_port_t, CFDictionaryRef matching) 
         return IO_OBJECT_NULL;
     const MatchingCriteria criteria(matching);
     const auto server = RegistryServer::Enter(Freshness::UpToDate);
-    const auto services = MatchingServices(server, criteria);
+    const auto services = criteria.MatchesIn(server->Entries());
     return services.empty() ? IO_OBJECT_NULL : server->Handles().Add(services.front());
 }
 
@@ -204,7 +194,7 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef matching
         return kIOReturnBadArgument;
     const MatchingCriteria criteria(matching);
     const auto server = RegistryServer::Enter(Freshness::UpToDate);
-    *existing = server->Handles().Add(std::make_shared<ListIterator>(MatchingServices(server, criteria)));
+    *existing = server->Handles().Add(std::make_shared<ListIterator>(criteria.MatchesIn(server->Entries())));
     return KERN_SUCCESS;
 }
 

@@ -69,13 +69,33 @@ void MatchingCriteria::ReadNested(CFTypeRef dictionary) {
 }
 
 bool MatchingCriteria::Match(const RegistryEntry& service) const {
-    if (m_isImpossible || !ClassConformsTo(service.ClassName(), m_className) ||
-        (m_name && service.Name() != *m_name))
-        return false;
-    return std::all_of(m_properties.begin(), m_properties.end(), [&](const auto& wanted) {
-        const PropertyValue* actual = service.FindProperty(wanted.first);
-        return actual && *actual == wanted.second;
-    });
+    // The class last: to find out what it derives from takes longest.
+    return !m_isImpossible && (!m_name || service.Name() == *m_name) &&
+           std::all_of(m_properties.begin(), m_properties.end(),
+                       [&](const auto& wanted) {
+                           const PropertyValue* actual = service.FindProperty(wanted.first);
+                           return actual && *actual == wanted.second;
+                       }) &&
+           ClassConformsTo(service.ClassName(), m_className);
+}
+
+std::vector<EntryPointer> MatchingCriteria::MatchesIn(const Registry& registry) const {
+    const Registry::ServiceTable* candidates = &registry.Services();
+    for (const auto& [key, value] : m_properties) {
+        const std::int32_t* const number = std::get_if<std::int32_t>(&value);
+        const Registry::ServiceTable* const with =
+            number ? registry.FindServicesWith(key, *number) : candidates;
+        if (!with)
+            return {};
+        if (with->size() < candidates->size())
+            candidates = with;
+    }
+    std::vector<EntryPointer> matches;
+    for (const auto& [id, service] : *candidates) {
+        if (Match(*service))
+            matches.push_back(service);
+    }
+    return matches;
 }
 
 } // namespace LinuxPlatform

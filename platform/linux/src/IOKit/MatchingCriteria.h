@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RegistryEntry.h"
+#include "Registry.h"
 
 #include <CoreFoundation/CFDictionary.h>
 
@@ -12,6 +12,8 @@ public:
     explicit MatchingCriteria(CFDictionaryRef dictionary);
 
     bool Match(const RegistryEntry& service) const;
+    /// All that match, parents before their children.
+    std::vector<EntryPointer> MatchesIn(const Registry& registry) const;
 
 private:
     void Read(CFDictionaryRef dictionary);

@@ -56,8 +56,8 @@ MatchingNotification::MatchingNotification(Registry& registry, std::shared_ptr<N
       m_callback(callback), m_refCon(refCon) {
     m_registry.AddObserver(*this);
     if (m_about == About::Arrivals) {
-        for (const EntryPointer& service : m_registry.Services())
-            Offer(service);
+        const std::vector<EntryPointer> present = m_criteria.MatchesIn(m_registry);
+        m_services.assign(present.begin(), present.end());
     }
 }
 

@@ -36,7 +36,7 @@ EntryPointer Registry::Publish(const EntryPointer& parent, std::string className
     Attach(entry, parent, location);
     if (entry->m_className == ClassName::NETWORK_INTERFACE)
         AddParent(m_networkStack, entry);
-    m_services.emplace(entry->ID(), entry);
+    AddService(entry);
     for (RegistryObserver* observer : m_observers)
         observer->ServicePublished(entry);
     return entry;
@@ -73,7 +73,7 @@ void Registry::Terminate(const EntryPointer& entry) {
             Terminate(child);
     }
     Detach(entry);
-    m_services.erase(entry->ID());
+    RemoveService(entry);
     TellTerminated(entry);
 }
 
@@ -95,12 +95,34 @@ void Registry::TellTerminated(const EntryPointer& entry) {
         observer->ServiceTerminated(entry);
 }
 
-std::vector<EntryPointer> Registry::Services() const {
-    std::vector<EntryPointer> services;
-    services.reserve(m_services.size());
-    for (const auto& [id, service] : m_services)
-        services.push_back(service);
-    return services;
+void Registry::AddService(const EntryPointer& entry) {
+    m_services.emplace(entry->ID(), entry);
+    for (const auto& [key, value] : entry->Properties()) {
+        if (const std::int32_t* number = std::get_if<std::int32_t>(&value))
+            m_servicesByNumber[key][*number].emplace(entry->ID(), entry);
+    }
+}
+
+void Registry::RemoveService(const EntryPointer& entry) {
+    m_services.erase(entry->ID());
+    for (const auto& [key, value] : entry->Properties()) {
+        const std::int32_t* const number = std::get_if<std::int32_t>(&value);
+        if (!number)
+            continue;
+        auto& byNumber = m_servicesByNumber[key];
+        ServiceTable& services = byNumber[*number];
+        services.erase(entry->ID());
+        if (services.empty())
+            byNumber.erase(*number);
+    }
+}
+
+const Registry::ServiceTable* Registry::FindServicesWith(std::string_view key, std::int32_t number) const {
+    const auto byNumber = m_servicesByNumber.find(key);
+    if (byNumber == m_servicesByNumber.end())
+        return nullptr;
+    const auto services = byNumber->second.find(number);
+    return services == byNumber->second.end() ? nullptr : &services->second;
 }
 
 void Registry::RemoveObserver(RegistryObserver& observer) {

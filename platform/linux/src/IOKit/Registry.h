@@ -33,8 +33,13 @@ public:
     /// Takes an entry out, after everything that hangs on it alone.
     void Terminate(const EntryPointer& entry);
 
-    /// All services that are there, parents before their children.
-    std::vector<EntryPointer> Services() const;
+    /// By their ids, and so parents before their children.
+    using ServiceTable = std::map<std::uint64_t, EntryPointer>;
+    /// All services that are there.
+    const ServiceTable& Services() const { return m_services; }
+    /// Those that have a property with this number; null when none has. A watch for each of a thousand
+    /// devices need not look at all of them a thousand times.
+    const ServiceTable* FindServicesWith(std::string_view key, std::int32_t number) const;
 
     /// Changes whenever an entry comes or goes.
     std::uint64_t Generation() const { return m_generation; }
@@ -47,13 +52,16 @@ private:
     void Attach(const EntryPointer& entry, const EntryPointer& parent, std::uint32_t location);
     static std::uint32_t FreeLocation(const RegistryEntry& parent, std::uint32_t wanted);
     void Detach(const EntryPointer& entry);
+    void AddService(const EntryPointer& entry);
+    void RemoveService(const EntryPointer& entry);
     void TellTerminated(const EntryPointer& entry);
 
     std::uint64_t m_lastID = 0;
     std::uint64_t m_generation = 0;
     EntryPointer m_root;
     EntryPointer m_networkStack;
-    std::map<std::uint64_t, EntryPointer> m_services; ///< an entry's id is larger than its first parent's
+    ServiceTable m_services; ///< an entry's id is larger than its first parent's
+    std::map<std::string, std::map<std::int32_t, ServiceTable>, std::less<>> m_servicesByNumber;
     std::vector<RegistryObserver*> m_observers;
 };
 

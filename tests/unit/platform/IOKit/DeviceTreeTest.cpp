@@ -111,12 +111,12 @@ TEST_F(DeviceTrees, AChangeOfIdsIsARemovalAndAnArrivalWithAllThatHangsOnIt) {
     TakeEvents();
     m_tree.Change(UsbDevice("/1-1", 0x12D1, 0x1001, "Modem"));
     EXPECT_THAT(TakeEvents(), ElementsAre("-port", "-interface", "-CD-ROM", "+Modem", "+interface", "+port"));
-    const auto services = m_registry.Services();
-    const auto interface = std::find_if(services.begin(), services.end(), [](const EntryPointer& service) {
-        return service->Name() == "interface";
+    const auto& services = m_registry.Services();
+    const auto interface = std::find_if(services.begin(), services.end(), [](const auto& service) {
+        return service.second->Name() == "interface";
     });
     ASSERT_NE(interface, services.end());
-    EXPECT_EQ(*(*interface)->FindProperty("idProduct"), PropertyValue(0x1001));
+    EXPECT_EQ(*interface->second->FindProperty("idProduct"), PropertyValue(0x1001));
 }
 
 TEST_F(DeviceTrees, AChangeOfAnUnknownDeviceIsItsArrival) {

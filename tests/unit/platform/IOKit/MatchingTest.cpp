@@ -58,6 +58,17 @@ TEST_F(Matching, IdsWithoutAClassMatchTheDeviceAndItsInterfaces) {
     EXPECT_THAT(NamesOf(MatchingIds(0x12D1, 0x1002)), IsEmpty());
 }
 
+TEST_F(Matching, AmongDevicesOfOneVendorTheProductTellsThemApartAlsoWhenOneHasLeft) {
+    PlugInComposite("/1-1", 0x12D1, 0x1001);
+    PlugInComposite("/1-2", 0x12D1, 0x1446);
+    EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1001)).size(), 3u);
+    EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1446)).size(), 3u);
+    EXPECT_THAT(NamesOf(MatchingIds(0x12D2, 0x1446)), IsEmpty());
+    DeviceLeft("/1-1");
+    EXPECT_THAT(NamesOf(MatchingIds(0x12D1, 0x1001)), IsEmpty());
+    EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1446)).size(), 3u);
+}
+
 TEST_F(Matching, AClassAndIdsMustBothFit) {
     PlugInComposite("/1-1", 1, 2);
     CFMutableDictionaryRef matching = MatchingIds(1, 2);

@@ -16,7 +16,7 @@ using testing::Not;
 
 std::vector<std::string> FeedTest::IdsOf(const std::string& name) const {
     std::vector<std::string> found;
-    for (const EntryPointer& service : m_registry.Services()) {
+    for (const auto& [id, service] : m_registry.Services()) {
         if (service->Name() != name)
             continue;
         std::string ids;
@@ -33,7 +33,7 @@ std::vector<std::string> FeedTest::IdsOf(const std::string& name) const {
 }
 
 EntryPointer FeedTest::Service(const std::string& name) const {
-    for (EntryPointer& service : m_registry.Services()) {
+    for (const auto& [id, service] : m_registry.Services()) {
         if (service->Name() == name)
             return service;
     }
