@@ -4,6 +4,7 @@
 #include "TraceCapture.h"
 
 #include <gmock/gmock.h>
+#include <memory>
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -241,4 +242,47 @@ TEST(Dictionary, ObjectsAreCountedAndUncounted) {
     const std::size_t length = trace.text().size();
     trace.tracer().PrintAllObjectsCount();
     EXPECT_THAT(trace.text().substr(length), Not(HasSubstr("Class = ")));
+}
+
+TEST(DictionaryNames, AStoredItemIsRenamedAndKeepsItsKey) {
+    Dictionary dictionary;
+    dictionary.addValue("d.a", "x");
+    Item* const leaf = dictionary.getItem("d.a");
+    leaf->setName("another");
+    dictionary.getItem("d")->setName("a third");
+    EXPECT_EQ(leaf->getName(), "another");
+    EXPECT_EQ(dictionary.getItem("d")->getName(), "a third");
+    EXPECT_EQ(dictionary.getItem("d.a"), leaf);
+    EXPECT_EQ(dictionary.getItem("another"), nullptr);
+    leaf->setName(leaf->getName());
+    EXPECT_EQ(leaf->getName(), "another");
+}
+
+TEST(DictionaryNames, AReplacedItemsSuccessorHasTheName) {
+    Dictionary dictionary;
+    dictionary.addValue("a key that fills a block of memory", "x");
+    dictionary.addValue("a key that fills a block of memory", 5);
+    EXPECT_EQ(dictionary.getFirstItem()->getName(), "a key that fills a block of memory");
+}
+
+TEST(DictionaryNames, AMergedItemOutlivesTheTreeItCameFrom) {
+    Dictionary dictionary;
+    {
+        Dictionary other;
+        other.addValue("a key that fills a block of memory.another one that fills a block", "x");
+        dictionary.mergeDictionary(other);
+    }
+    Item* const item = dictionary.getFirstItem();
+    EXPECT_EQ(item->getName(), "a key that fills a block of memory");
+    EXPECT_EQ(item->getAsDictionary()->getFirstItem()->getName(), "another one that fills a block");
+}
+
+TEST(DictionaryNames, ACloneOutlivesTheTree) {
+    std::unique_ptr<Item> clone;
+    {
+        Dictionary dictionary;
+        dictionary.addValue("a key that fills a block of memory", "x");
+        clone.reset(dictionary.getFirstItem()->clone());
+    }
+    EXPECT_EQ(clone->getName(), "a key that fills a block of memory");
 }

@@ -499,6 +499,28 @@ TEST(DictionaryLoad, ReadsALineOf100Megabytes) {
     EXPECT_EQ(dictionary.getValue("b"), almostTags);
 }
 
+TEST(DictionaryLoad, NamesEveryItemLikeItsKey) {
+    const std::string name = "a name that fills a block of memory";
+    Dictionary dictionary;
+    load(dictionary, std::string(HEADER) + "<dict>\n<key>" + name + "</key>\n<dict>\n<key>" + name +
+                         "</key>\n<string>x</string>\n<key>n</key>\n<int>1</int>\n</dict>\n</dict>\n");
+    EXPECT_EQ(dictionary.getItem(name)->getName(), name);
+    EXPECT_EQ(dictionary.getItem(name + "." + name)->getName(), name);
+    EXPECT_EQ(dictionary.getItem(name + ".n")->getName(), "n");
+}
+
+TEST(DictionaryLoad, ReadsKeysInAnyOrder) {
+    std::string text = std::string(HEADER) + "<dict>\n";
+    for (int i = 0; i < 1000; ++i) {
+        const std::string number = std::to_string(i * 7919 % 1000);
+        text += "<key>" + number + "</key>\n<string>value " + number + "</string>\n";
+    }
+    Dictionary dictionary;
+    load(dictionary, text + "</dict>\n");
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_STREQ(dictionary.getValue(std::to_string(i)), ("value " + std::to_string(i)).c_str());
+}
+
 // It comes in pieces.
 TEST(DictionaryLoad, ReadsAPipe) {
     const TemporaryFolder folder;

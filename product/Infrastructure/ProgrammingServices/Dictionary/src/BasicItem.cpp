@@ -1,6 +1,7 @@
 #include "BasicItem.h"
 
 #include "CallMarker.h"
+#include "TextBuffer.h"
 
 #include <memory>
 
@@ -12,18 +13,24 @@ BasicItem::BasicItem(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
-BasicItem::BasicItem(std::string name, std::string value) : Item(std::move(name)), m_value(std::move(value)) {
+BasicItem::BasicItem(LentName name) : Item(name) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
-BasicItem::BasicItem(const BasicItem& other) : Item(other), m_value(other.m_value) {
+BasicItem::BasicItem(std::string name, std::string_view value) : Item(std::move(name)) {
+    TRACE_CONSTRUCTOR("BasicItem");
+    assign(value);
+}
+
+BasicItem::BasicItem(const BasicItem& other) : Item(other) {
     TRACE_COPY_CONSTRUCTOR("BasicItem");
+    assign(other.value());
 }
 
 BasicItem& BasicItem::operator=(const BasicItem& other) {
     TRACE_METHOD();
     Item::operator=(other);
-    m_value = other.m_value;
+    assign(other.value());
     return *this;
 }
 
@@ -33,8 +40,8 @@ BasicItem::~BasicItem() {
 
 bool BasicItem::equals(const Item& other) {
     TRACE_METHOD();
-    const char* const value = other.getValue();
-    const bool result = value != nullptr && m_name == nameOf(other) && m_value == value;
+    const char* const theirs = other.getValue();
+    const bool result = theirs != nullptr && name() == nameOf(other) && value() == theirs;
     TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
     return result;
 }
@@ -46,7 +53,7 @@ Item* BasicItem::clone() {
 
 const char* BasicItem::getValue() const {
     TRACE_METHOD();
-    return m_value.c_str();
+    return m_text != nullptr ? m_text.get() : "";
 }
 
 Item* BasicItem::getItem(const std::string&) const {
@@ -60,33 +67,45 @@ Item* BasicItem::getItem(const char*) const {
 }
 
 std::string BasicItem::marshall(const std::string& indent) {
-    std::string text;
+    TextBuffer text;
     marshall(indent, text);
-    return text;
+    return std::string(text.view());
 }
 
-void BasicItem::marshall(std::string_view indent, std::string& text) const {
+void BasicItem::marshall(std::string_view indent, TextBuffer& text) const {
     TRACE_METHOD();
-    text.append(indent).append("<string>").append(m_value).append("</string>\n");
+    text.append(indent, "<string>", value(), "</string>\n");
 }
 
 std::string BasicItem::toString(const std::string& indent) {
     TRACE_METHOD();
-    return indent + "BasicItem [" + addressText() + "] name : '" + m_name + "' value : '" + m_value + "'\n";
+    std::string text = indent + "BasicItem [" + addressText() + "] name : '" + name() + "' value : '";
+    return text.append(value()).append("'\n");
 }
 
 void BasicItem::unMarshall(std::stringstream& in) {
     std::string line;
     std::getline(in, line);
-    unMarshall(line);
+    unMarshall(line, findBehindTag("<string>", line));
 }
 
-void BasicItem::unMarshall(std::string_view line) {
+void BasicItem::unMarshall(std::string_view line, std::size_t behindTag) {
     TRACE_METHOD();
-    m_value = requireXmlVal("<string>", line);
+    assign(requireXmlVal(line, behindTag));
 }
 
 void BasicItem::setValue(const std::string& value) {
     TRACE_METHOD();
-    m_value = value;
+    assign(value);
+}
+
+void BasicItem::assign(std::string_view value) {
+    std::unique_ptr<char[]> text; // first, because the value may be a part of the old text
+    if (!value.empty()) {
+        text.reset(new char[value.size() + 1]);
+        value.copy(text.get(), value.size());
+        text[value.size()] = '\0';
+    }
+    m_text = std::move(text);
+    m_length = value.size();
 }

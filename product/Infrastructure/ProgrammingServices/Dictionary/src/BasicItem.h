@@ -2,12 +2,15 @@
 
 #include "Item.h"
 
+class TextBuffer;
+
 /// A leaf that holds a string.
 class BasicItem : public Item {
 public:
     BasicItem();
     explicit BasicItem(std::string name);
-    BasicItem(std::string name, std::string value);
+    explicit BasicItem(LentName name);
+    BasicItem(std::string name, std::string_view value);
     BasicItem(const BasicItem& other);
     BasicItem& operator=(const BasicItem& other);
 
@@ -26,10 +29,15 @@ public:
     void setValue(const std::string& value);
 
     // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself.
-    void marshall(std::string_view indent, std::string& text) const;
-    void unMarshall(std::string_view line);
+    // itself, and where the text behind its tag begins.
+    void marshall(std::string_view indent, TextBuffer& text) const;
+    void unMarshall(std::string_view line, std::size_t behindTag);
 
 private:
-    std::string m_value;
+    std::string_view value() const { return {m_text.get(), m_length}; }
+    void assign(std::string_view value);
+
+    // Half as large as a std::string: most of a tree are leaves.
+    std::unique_ptr<char[]> m_text; // ends with a zero byte; null while the value is empty
+    std::size_t m_length = 0;
 };

@@ -19,6 +19,10 @@ Dictionary::Dictionary(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("Dictionary");
 }
 
+Dictionary::Dictionary(LentName name) : Item(name) {
+    TRACE_CONSTRUCTOR("Dictionary");
+}
+
 Dictionary::Dictionary(const Dictionary& other) : Dictionary(other, Level{1}) {}
 
 Dictionary::Dictionary(const Dictionary& other, Level level) : Item(other), m_level(level) {
@@ -47,7 +51,7 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
     TRACE_METHOD();
     Children copies;
     if (isTooDeep() && !other.m_children.empty()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
         return copies;
     }
     for (const auto& [key, item] : other.m_children) {
@@ -57,7 +61,7 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
             copy = std::make_unique<Dictionary>(*dictionary, Level{m_level.value + 1});
         else
             copy.reset(item->clone());
-        copies.emplace_hint(copies.end(), key, std::move(copy));
+        place(copies, std::string(key), std::move(copy));
     }
     return copies;
 }
@@ -66,7 +70,7 @@ void Dictionary::setLevel(Level level) {
     TRACE_METHOD();
     m_level = level;
     if (isTooDeep() && !m_children.empty()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
         m_children.clear();
     }
     for (const auto& entry : m_children) {
@@ -141,7 +145,7 @@ Item* Dictionary::getItem(const char* cpath) const {
 
 Item* Dictionary::getItem(Path path) const {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", traceAddress(this), m_name.c_str(),
+    TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", traceAddress(this), name().c_str(),
                   std::string(path.text).c_str());
     Item* const found = child(path.head());
     if (path.isKey()) {
@@ -366,7 +370,7 @@ std::string Dictionary::toString(const std::string& indent) {
 
 void Dictionary::toString(std::string& indent, std::string& text) const {
     TRACE_METHOD();
-    text.append(indent).append("Dictionary [").append(addressText()).append("] '").append(m_name);
+    text.append(indent).append("Dictionary [").append(addressText()).append("] '").append(name());
     text.append("' items :"); // no line break: traces are read by this form
     indent += '\t';
     for (const auto& entry : m_children) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 class LineCursor;
+class TextBuffer;
 
 /// The inner node of a property-list tree: an item that owns named items, in the byte-wise order of their
 /// keys.
@@ -27,6 +28,7 @@ public:
     /// An empty dictionary named "root".
     Dictionary();
     explicit Dictionary(std::string name);
+    explicit Dictionary(LentName name);
     Dictionary(const Dictionary& other);
     /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
     /// there is deliberately no guard.
@@ -131,12 +133,14 @@ private:
     /// A path, or the rest of one: a part of a text that is not copied. A type of its own, so that literals
     /// go to the public operations.
     struct Path {
-        std::string_view head() const { return text.substr(0, text.find(SEPARATOR)); }
-        bool isKey() const { return text.find(SEPARATOR) == std::string_view::npos; }
+        explicit Path(std::string_view path) : text(path), separator(path.find(SEPARATOR)) {}
+        std::string_view head() const { return text.substr(0, separator); }
+        bool isKey() const { return separator == std::string_view::npos; }
         /// What follows the first separator; not for a key.
-        Path rest() const { return {text.substr(text.find(SEPARATOR) + 1)}; }
+        Path rest() const { return Path(text.substr(separator + 1)); }
 
-        std::string_view text;
+        const std::string_view text;
+        const std::size_t separator;
     };
     static constexpr char SEPARATOR = '.';
 
@@ -144,9 +148,9 @@ private:
     Item* getItem(Path path) const;
     bool contains(Path path) const;
     void setItem(Path path, Item& item);
-    void marshall(std::string& indent, std::string& text) const;
+    void marshall(std::string& indent, TextBuffer& text) const;
     void toString(std::string& indent, std::string& text) const;
-    void unMarshall(LineCursor& lines);
+    void unMarshall(std::string_view openingLine, LineCursor& lines);
 
     Item* child(std::string_view key) const;
     void doFindValues(const std::string& key, std::list<const char*>& values) const;
@@ -158,7 +162,8 @@ private:
 
     template <typename Leaf, typename Value>
     void addLeaf(const std::string& path, const Value& value);
-    void readChild(std::string_view key, LineCursor& lines);
+    struct ValueLine;
+    void readChild(std::string key, LineCursor& lines);
     static void skipBody(LineCursor& lines);
 
     bool isTooDeep() const {
@@ -166,7 +171,8 @@ private:
     }
     void setLevel(Level level);
     Children copyChildren(const Dictionary& other) const;
-    void store(std::string_view key, std::unique_ptr<Item> item);
+    void store(std::string&& key, std::unique_ptr<Item> item);
+    static void place(Children& children, std::string&& key, std::unique_ptr<Item> item);
 
     Level m_level{1};
     Children m_children;

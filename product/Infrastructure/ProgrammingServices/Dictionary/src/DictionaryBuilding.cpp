@@ -10,22 +10,24 @@
 // Building and merging trees.
 
 /// Puts the item under the key, in place of what is there, and makes it a part of this tree.
-void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
+void Dictionary::store(std::string&& key, std::unique_ptr<Item> item) {
     TRACE_METHOD();
     if (isTooDeep()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", m_name.c_str());
+        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
         return;
     }
     if (Dictionary* const dictionary = item->getAsDictionary())
         dictionary->setLevel({m_level.value + 1});
+    place(m_children, std::move(key), std::move(item));
+}
+
+void Dictionary::place(Children& children, std::string&& key, std::unique_ptr<Item> item) {
+    const bool isNamedByKey = &nameOf(*item) == &key || nameOf(*item) == key;
     // Files hold their keys in order: mostly the new one goes to the end.
-    auto place = m_children.end();
-    if (!m_children.empty() && std::string_view(m_children.rbegin()->first) >= key)
-        place = m_children.lower_bound(key);
-    if (place != m_children.end() && place->first == key)
-        place->second = std::move(item);
-    else
-        m_children.emplace_hint(place, key, std::move(item));
+    const auto entry = children.emplace_hint(children.end(), std::move(key), nullptr);
+    entry->second = std::move(item);
+    if (isNamedByKey)
+        lendName(*entry->second, LentName{entry->first});
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {
@@ -34,7 +36,7 @@ void Dictionary::setItem(const std::string& path, Item& item) {
 
 void Dictionary::setItem(Path path, Item& item) {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", traceAddress(this), m_name.c_str(),
+    TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", traceAddress(this), name().c_str(),
                   std::string(path.text).c_str(), item.toString("").c_str());
     if (std::count(path.text.begin(), path.text.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level.value) {
         TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path.text).c_str());
@@ -45,14 +47,14 @@ void Dictionary::setItem(Path path, Item& item) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", std::string(head).c_str(),
                       item.toString("").c_str());
         // Copied before the old item goes: the old one may be the item, or hold it.
-        store(head, std::unique_ptr<Item>(item.clone()));
+        store(std::string(head), std::unique_ptr<Item>(item.clone()));
         TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
         return;
     }
     Item* next = child(head);
     if (next == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", std::string(head).c_str());
-        store(head, std::make_unique<Dictionary>(std::string(head)));
+        store(std::string(head), std::make_unique<Dictionary>(std::string(head)));
         next = child(head);
     }
     // A leaf in the way stays: the new item is dropped.
@@ -64,7 +66,7 @@ template <typename Leaf, typename Value>
 void Dictionary::addLeaf(const std::string& path, const Value& value) {
     const std::size_t split = path.rfind(SEPARATOR);
     if (split == std::string::npos) {
-        store(path, std::make_unique<Leaf>(path, value));
+        store(std::string(path), std::make_unique<Leaf>(path, value));
     } else {
         Leaf leaf(path.substr(split + 1), value);
         setItem(Path{path}, leaf);
@@ -110,12 +112,12 @@ void Dictionary::mergeDictionary(Dictionary& other) {
 /// Merges a tree whose items may be taken away.
 void Dictionary::merge(Dictionary& other) {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "merging under %s", m_name.c_str());
+    TRACE_MESSAGE(MSG_DEBUG, "merging under %s", name().c_str());
     for (auto& [key, theirs] : other.m_children) {
         TRACE_MESSAGE(MSG_DEBUG, "Looking for merge key %s", key.c_str());
         Item* const mine = child(key);
         if (mine == nullptr) {
-            store(key, std::move(theirs));
+            store(std::string(key), std::move(theirs));
             continue;
         }
         Dictionary* const ours = mine->getAsDictionary();

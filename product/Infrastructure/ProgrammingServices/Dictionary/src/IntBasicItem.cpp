@@ -1,6 +1,7 @@
 #include "IntBasicItem.h"
 
 #include "CallMarker.h"
+#include "TextBuffer.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -13,6 +14,10 @@ IntBasicItem::IntBasicItem() {
 }
 
 IntBasicItem::IntBasicItem(std::string name) : Item(std::move(name)) {
+    TRACE_CONSTRUCTOR("IntBasicItem");
+}
+
+IntBasicItem::IntBasicItem(LentName name) : Item(name) {
     TRACE_CONSTRUCTOR("IntBasicItem");
 }
 
@@ -38,7 +43,7 @@ IntBasicItem::~IntBasicItem() {
 bool IntBasicItem::equals(const Item& other) {
     TRACE_METHOD();
     int value = 0;
-    const bool result = other.getValueAs(value) && m_name == nameOf(other) && m_value == value;
+    const bool result = other.getValueAs(value) && name() == nameOf(other) && m_value == value;
     TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
     return result;
 }
@@ -65,27 +70,27 @@ Item* IntBasicItem::getItem(const char*) const {
 }
 
 std::string IntBasicItem::marshall(const std::string& indent) {
-    std::string text;
+    TextBuffer text;
     marshall(indent, text);
-    return text;
+    return std::string(text.view());
 }
 
-void IntBasicItem::marshall(std::string_view, std::string& text) const {
+void IntBasicItem::marshall(std::string_view, TextBuffer& text) const {
     TRACE_METHOD();
-    text.append("<int>").append(std::to_string(m_value)).append("</int>\n");
+    text.append("<int>", std::to_string(m_value), "</int>\n");
 }
 
 std::string IntBasicItem::toString(const std::string& indent) {
     TRACE_METHOD();
     char value[2 * sizeof m_value + 1];
     std::snprintf(value, sizeof value, "%x", static_cast<unsigned>(m_value));
-    return indent + "IntBasicItem [" + addressText() + "] name : '" + m_name + "' value : '" + value + "'\n";
+    return indent + "IntBasicItem [" + addressText() + "] name : '" + name() + "' value : '" + value + "'\n";
 }
 
 void IntBasicItem::unMarshall(std::stringstream& in) {
     std::string line;
     std::getline(in, line);
-    unMarshall(line);
+    unMarshall(line, findBehindTag("<int>", line));
 }
 
 // atoi of a host where long has 32 bits: there a number out of range becomes the nearest end of the range.
@@ -96,9 +101,9 @@ static int toInteger(const std::string& text) {
     return static_cast<int>(std::clamp(value, SMALLEST, LARGEST));
 }
 
-void IntBasicItem::unMarshall(std::string_view line) {
+void IntBasicItem::unMarshall(std::string_view line, std::size_t behindTag) {
     TRACE_METHOD();
-    m_value = toInteger(std::string(requireXmlVal("<int>", line)));
+    m_value = toInteger(std::string(requireXmlVal(line, behindTag)));
 }
 
 void IntBasicItem::setValue(int value) {

@@ -2,11 +2,14 @@
 
 #include "Item.h"
 
+class TextBuffer;
+
 /// A leaf that holds a signed 32-bit integer; 0 until it is set.
 class IntBasicItem : public Item {
 public:
     IntBasicItem();
     explicit IntBasicItem(std::string name);
+    explicit IntBasicItem(LentName name);
     IntBasicItem(std::string name, int value);
     IntBasicItem(const IntBasicItem& other);
     IntBasicItem& operator=(const IntBasicItem& other);
@@ -29,9 +32,9 @@ public:
     void setValue(int value);
 
     // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself.
-    void marshall(std::string_view indent, std::string& text) const;
-    void unMarshall(std::string_view line);
+    // itself, and where the text behind its tag begins.
+    void marshall(std::string_view indent, TextBuffer& text) const;
+    void unMarshall(std::string_view line, std::size_t behindTag);
 
 private:
     int m_value = 0;

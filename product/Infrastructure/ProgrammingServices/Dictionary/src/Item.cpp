@@ -9,21 +9,25 @@
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Item";
 static constexpr int NO_TAG_LINE = 180;
 
-Item::Item() {
+Item::Item() : Item(std::string()) {}
+
+Item::Item(std::string name) {
+    TRACE_CONSTRUCTOR("Item");
+    rename(std::move(name));
+}
+
+Item::Item(LentName name) : m_name(&name.text) {
     TRACE_CONSTRUCTOR("Item");
 }
 
-Item::Item(std::string name) : m_name(std::move(name)) {
-    TRACE_CONSTRUCTOR("Item");
-}
-
-Item::Item(const Item& other) : m_name(other.m_name) {
+Item::Item(const Item& other) {
     TRACE_COPY_CONSTRUCTOR("Item");
+    rename(*other.m_name);
 }
 
 Item& Item::operator=(const Item& other) {
     TRACE_METHOD();
-    m_name = other.m_name;
+    rename(*other.m_name);
     return *this;
 }
 
@@ -73,12 +77,22 @@ bool Item::contains(const std::string&) {
 
 const std::string& Item::getName() const {
     TRACE_METHOD();
-    return m_name;
+    return *m_name;
 }
 
 void Item::setName(const std::string& name) {
     TRACE_METHOD();
-    m_name = name;
+    rename(name);
+}
+
+void Item::rename(std::string name) {
+    m_ownName = std::make_unique<const std::string>(std::move(name));
+    m_name = m_ownName.get();
+}
+
+void Item::lendName(Item& item, LentName name) {
+    item.m_name = &name.text;
+    item.m_ownName.reset();
 }
 
 std::string Item::addressText() const {
@@ -87,43 +101,44 @@ std::string Item::addressText() const {
     return text;
 }
 
+static bool isBlank(char character) {
+    return character == ' ' || character == '\t' || character == '\n';
+}
+
 std::string_view Item::trimmed(std::string_view text) {
     TRACE_FUNCTION("Item::trim");
-    static constexpr const char BLANKS[] = " \t\n";
-    const std::size_t first = text.find_first_not_of(BLANKS);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::string Item::trim(const std::string& text) {
     return std::string(trimmed(text));
 }
 
-bool Item::findXmlVal(std::string_view tag, std::string_view line, std::string_view& value) {
+bool Item::findXmlVal(std::string_view line, std::size_t behindTag, std::string_view& value) {
     TRACE_FUNCTION("Item::getXmlVal");
-    const std::size_t tagAt = line.find(tag);
-    if (tagAt == std::string_view::npos)
+    if (behindTag == NO_TAG)
         return false;
-    const std::size_t start = tagAt + tag.size();
     // Deliberately the line's first "</", not the first one behind the tag. Where it stands before the value
     // there is nothing to cut at, as if the line had none.
     const std::size_t end = line.find("</");
-    value =
-        end != std::string_view::npos && end >= start ? line.substr(start, end - start) : line.substr(start);
-    value = trimmed(value);
+    const bool isCut = end != std::string_view::npos && end >= behindTag;
+    value = trimmed(line.substr(behindTag, isCut ? end - behindTag : std::string_view::npos));
     TRACE_MESSAGE(MSG_DEBUG, "getXmlVal returns '%s'", std::string(value).c_str());
     return true;
 }
 
 std::string Item::getXmlVal(const char* tag, const std::string& line) {
-    return std::string(requireXmlVal(tag, line));
+    return std::string(requireXmlVal(line, findBehindTag(tag, line)));
 }
 
-std::string_view Item::requireXmlVal(std::string_view tag, std::string_view line) {
+std::string_view Item::requireXmlVal(std::string_view line, std::size_t behindTag) {
     std::string_view value;
     // Whatever the tag is, the message names <key>, deliberately: support knows it by that text.
-    if (!findXmlVal(tag, line, value))
+    if (!findXmlVal(line, behindTag, value))
         throw KFDictionaryParsingException("Can't find <key> in stream", KF_SOURCE, NO_TAG_LINE);
     return value;
 }

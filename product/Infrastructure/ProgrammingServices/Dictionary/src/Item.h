@@ -1,6 +1,7 @@
 #pragma once
 
 #include <list>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -68,23 +69,45 @@ public:
     ///        <key> for every tag, deliberately
     static std::string getXmlVal(const char* tag, const std::string& line);
 
+    /// A name that is lent to an item: it is there as long as the item has it.
+    struct LentName {
+        const std::string& text;
+    };
+
 protected:
     Item();
     explicit Item(std::string name);
+    explicit Item(LentName name);
     Item(const Item& other);
     Item& operator=(const Item& other);
 
     static const std::string& nameOf(const Item& item) {
-        return item.m_name;
+        return *item.m_name;
     }
+    const std::string& name() const {
+        return *m_name;
+    }
+    /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
+    /// has a name of its own again as soon as that changes.
+    static void lendName(Item& item, LentName name);
     /// This object's address as trace texts show it: hexadecimal, with 0x.
     std::string addressText() const;
 
-    // trim and getXmlVal without copies: the results are parts of the text given.
+    // trim and getXmlVal without copies: the results are parts of the text given. A reader that looks for
+    // tags anyway keeps the place of the one it found: where the text behind the tag begins, or NO_TAG.
+    static constexpr std::size_t NO_TAG = std::string_view::npos;
+    static std::size_t findBehindTag(std::string_view tag, std::string_view line) {
+        const std::size_t tagAt = line.find(tag);
+        return tagAt != std::string_view::npos ? tagAt + tag.size() : NO_TAG;
+    }
     static std::string_view trimmed(std::string_view text);
-    /// False, and the value untouched, when the line lacks the tag.
-    static bool findXmlVal(std::string_view tag, std::string_view line, std::string_view& value);
-    static std::string_view requireXmlVal(std::string_view tag, std::string_view line);
+    /// False, and the value untouched, when there is no tag.
+    static bool findXmlVal(std::string_view line, std::size_t behindTag, std::string_view& value);
+    static std::string_view requireXmlVal(std::string_view line, std::size_t behindTag);
 
-    std::string m_name;
+private:
+    void rename(std::string name);
+
+    const std::string* m_name; // m_ownName, or a dictionary's key
+    std::unique_ptr<const std::string> m_ownName;
 };

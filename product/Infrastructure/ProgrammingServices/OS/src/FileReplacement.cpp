@@ -38,7 +38,7 @@ bool followLinks(std::string& path) {
     return false;
 }
 
-bool writeAll(int descriptor, const std::string& content) {
+bool writeAll(int descriptor, std::string_view content) {
     size_t written = 0;
     while (written < content.size()) {
         const ssize_t count = write(descriptor, content.data() + written, content.size() - written);
@@ -108,7 +108,7 @@ void keepModeAndOwner(int descriptor, const struct stat& old) {
 }
 
 bool writeBeside(const std::string& path, const std::string& newPath, FileDescriptor file,
-                 const struct stat* old, const std::string& content) {
+                 const struct stat* old, std::string_view content) {
     if (old != nullptr) {
         keepModeAndOwner(file.get(), *old);
     }
@@ -141,7 +141,7 @@ bool reserve(int descriptor, off_t size) {
 #endif
 }
 
-bool writeInPlace(const std::string& path, const std::string& content) {
+bool writeInPlace(const std::string& path, std::string_view content) {
     const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
     struct stat old;
     if (!file.isOpen() || fstat(file.get(), &old) != 0) {
@@ -164,7 +164,7 @@ bool writeInPlace(const std::string& path, const std::string& content) {
 
 } // namespace
 
-bool FileReplacement::replace(const std::string& givenPath, const std::string& content) {
+bool FileReplacement::replace(const std::string& givenPath, std::string_view content) {
     std::string path = givenPath;
     if (!followLinks(path)) {
         return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // Writing a file that people cannot get back when it is lost: parameter stores and saved dictionaries.
 
@@ -24,6 +25,6 @@ namespace FileReplacement {
 /// stands
 ///
 /// Thread: any; concurrent replacements of one file, by threads or processes, happen one after the other.
-bool replace(const std::string& path, const std::string& content);
+bool replace(const std::string& path, std::string_view content);
 
 } // namespace FileReplacement

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+/// A text that only grows at its end. Unlike a std::string's, its growth does not copy a long text (realloc
+/// moves its pages), and several parts are appended at the price of one.
+class TextBuffer {
+public:
+    /// Texts of any kind: literals, strings, views.
+    template <typename... Parts>
+    void append(const Parts&... parts) {
+        reserve((std::string_view(parts).size() + ...));
+        (copy(parts), ...);
+    }
+    /// Valid until something is appended.
+    std::string_view view() const { return {m_data.get(), m_size}; }
+
+private:
+    struct Free {
+        void operator()(char* data) const { std::free(data); }
+    };
+
+    void reserve(std::size_t more) {
+        if (m_capacity - m_size < more)
+            grow(more);
+    }
+    void copy(std::string_view part) {
+        // An empty view may have no address, which memcpy must not be given.
+        if (!part.empty())
+            std::memcpy(m_data.get() + m_size, part.data(), part.size());
+        m_size += part.size();
+    }
+    void grow(std::size_t more) {
+        static constexpr std::size_t SMALLEST = 1024;
+        const std::size_t capacity = 2 * m_capacity + SMALLEST + more;
+        char* const data = static_cast<char*>(std::realloc(m_data.get(), capacity));
+        if (data == nullptr)
+            throw std::bad_alloc();
+        static_cast<void>(m_data.release()); // it was handed to realloc
+        m_data.reset(data);
+        m_capacity = capacity;
+    }
+
+    std::unique_ptr<char, Free> m_data;
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
+};

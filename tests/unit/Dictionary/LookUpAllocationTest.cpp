@@ -1,0 +1,84 @@
+#include "Dictionary.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <new>
+
+static int allocations = 0;
+
+// The compiler cannot see that these belong together.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* const memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+// Keys too long for a std::string to hold them without a block of memory.
+static const std::string DICTIONARY = "a dictionary with a long name";
+static const std::string LEAF = "a leaf with a name as long as that";
+static const std::string PATH = DICTIONARY + "." + DICTIONARY + "." + DICTIONARY + "." + LEAF;
+
+class LookUpAllocation : public testing::Test {
+protected:
+    LookUpAllocation() {
+        m_tree.addValue(PATH, "a text that is longer than a short one");
+        m_tree.addValue(PATH + " too", 5);
+    }
+
+    template <typename LookUp>
+    static int countIn(const LookUp& lookUp) {
+        const int before = allocations;
+        lookUp();
+        return allocations - before;
+    }
+
+    Dictionary m_tree;
+    const std::string m_number = PATH + " too";
+    const std::string m_missing = PATH + " three";
+    const std::string m_belowALeaf = PATH + "." + LEAF;
+};
+
+TEST_F(LookUpAllocation, CopyingAPathWouldBeCounted) {
+    std::string copy;
+    EXPECT_EQ(countIn([&copy] { copy = PATH; }), 1);
+}
+
+TEST_F(LookUpAllocation, AnItemIsFoundWithoutAny) {
+    const Item* item = nullptr;
+    EXPECT_EQ(countIn([this, &item] { item = m_tree.getItem(PATH); }), 0);
+    EXPECT_NE(item, nullptr);
+    EXPECT_EQ(countIn([this, &item] { item = m_tree.getItem(PATH.c_str()); }), 0);
+    EXPECT_NE(item, nullptr);
+}
+
+TEST_F(LookUpAllocation, AValueIsFoundWithoutAny) {
+    const char* text = nullptr;
+    EXPECT_EQ(countIn([this, &text] { text = m_tree.getValue(PATH); }), 0);
+    EXPECT_STREQ(text, "a text that is longer than a short one");
+    int number = 0;
+    EXPECT_EQ(countIn([this, &number] { m_tree.getValueAs(m_number, number); }), 0);
+    EXPECT_EQ(number, 5);
+}
+
+TEST_F(LookUpAllocation, WhatIsMissingIsMissedWithoutAny) {
+    const Item* item = &m_tree;
+    EXPECT_EQ(countIn([this, &item] { item = m_tree.getItem(m_missing); }), 0);
+    EXPECT_EQ(item, nullptr);
+    item = &m_tree;
+    EXPECT_EQ(countIn([this, &item] { item = m_tree.getItem(m_belowALeaf); }), 0);
+    EXPECT_EQ(item, nullptr);
+}
+
+TEST_F(LookUpAllocation, APathIsContainedWithoutAny) {
+    bool isContained = false;
+    EXPECT_EQ(countIn([this, &isContained] { isContained = m_tree.contains(PATH); }), 0);
+    EXPECT_TRUE(isContained);
+}
