@@ -55,7 +55,7 @@ class CaughtSignal : public CrashSignal, public testing::WithParamInterface<int>
 
 TEST_P(CaughtSignal, EndsTheLauncherWithStatus0AndAReportInTheTrace) {
     startLauncher();
-    m_launcher->sendSignal(GetParam());
+    sendSignal(GetParam());
     expectReport(GetParam());
 }
 
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Number, CaughtSignal,
 
 TEST_F(CrashSignal, Number28ChangesNothing) {
     startLauncher();
-    m_launcher->sendSignal(28);
+    sendSignal(28);
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
     plugMarker();
@@ -87,7 +87,7 @@ TEST_F(CrashSignal, Number19StopsTheLauncherUntilItIsContinued) {
     startLauncher();
     m_launcher->sendSignal(19);
     ASSERT_TRUE(waitUntil([&] { return stateOf(m_launcher->pid()) == 'T'; }));
-    m_launcher->sendSignal(18);
+    sendSignal(18);
     expectReport(18); // to be continued is caught like nearly everything, and ends the launcher
 }
 
@@ -104,7 +104,7 @@ TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
     startLauncherWithoutWaiting();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    m_launcher->sendSignal(SIGSEGV);
+    sendSignal(SIGSEGV);
     ASSERT_TRUE(m_launcher->waitForEnd());
     EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
@@ -118,7 +118,7 @@ TEST_F(CrashSignal, LosesNoLineOfAQueuedTrace) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    m_launcher->sendSignal(SIGTERM);
+    sendSignal(SIGTERM);
     expectReport(SIGTERM);
     EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
 }

@@ -38,6 +38,7 @@ protected:
     StartReport onlyStartOf(Bundle bundle);
 
     int arrivalsOf(const UsbDevice& device);
+    void sendSignal(int number);
     void terminateLauncher();
 
     /** Standard error is expected to be this, not empty. */
