@@ -13,8 +13,9 @@
 //   - for an interpreter at work on a script that begins with "#!", the same for the script's path.
 // Every process that runs such a bundle counts, a helper tool inside the bundle too. Processes that have
 // ended but not been waited for, and those of other users, do not. With PLATFORM_ROOT set, only bundles
-// inside the root count (see <CoreServices/CoreServices.h>). A process that was none of these stays none until
-// it runs again: one whose folder is renamed to a bundle while it sleeps is listed once it has woken up.
+// inside the root count (see <CoreServices/CoreServices.h>). A process that was none of these stays none
+// until it runs again: one whose folder is renamed to a bundle while it sleeps is listed once it has woken
+// up.
 
 #include <CoreServices/CoreServices.h>
 
