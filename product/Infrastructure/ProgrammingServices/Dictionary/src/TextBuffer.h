@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <string_view>
 
 /// A text that only grows at its end. Unlike a std::string's, its growth does not copy a long text (realloc
