@@ -27,7 +27,8 @@ Item::Item(const Item& other) {
 
 Item& Item::operator=(const Item& other) {
     TRACE_METHOD();
-    rename(*other.m_name);
+    if (this != &other)
+        rename(*other.m_name);
     return *this;
 }
 
