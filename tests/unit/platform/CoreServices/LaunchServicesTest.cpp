@@ -125,6 +125,14 @@ TEST_F(LaunchServices, OneStartedRightAfterTheListWasTakenIsNotStartedTwice) {
     }
 }
 
+TEST_F(LaunchServices, OneThatEndsRightAfterTheListWasTakenIsStartedAgain) {
+    for (int round = 0; round < 20; ++round) {
+        const pid_t pid = openedProcess(BUNDLE);
+        EXPECT_EQ(BUNDLE, bundleOf(pid));
+        end(pid);
+    }
+}
+
 TEST_F(LaunchServices, ABundleRunByItsUserIsNotStartedAgain) {
     const pid_t users = runDirectly({executable()});
     ASSERT_TRUE(comesTrue([&] { return bundleOf(users) == BUNDLE; }));
