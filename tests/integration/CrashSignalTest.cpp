@@ -38,7 +38,7 @@ class CrashSignal : public LauncherTest {
 protected:
     /** The launcher ended with status 0 and left the cause, the stacks and the object counts in its trace. */
     void expectReport(int signal) {
-        ASSERT_TRUE(m_launcher->waitForEnd());
+        ASSERT_TRUE(waitForEndOfLauncher());
         EXPECT_EQ(m_launcher->exitStatus(), 0);
         for (const std::string& line :
              {">> [E] " + textOf(signal) + "\n", std::string("\n-------------- CALLSTACK --------------\n"),
@@ -55,7 +55,7 @@ class CaughtSignal : public CrashSignal, public testing::WithParamInterface<int>
 
 TEST_P(CaughtSignal, EndsTheLauncherWithStatus0AndAReportInTheTrace) {
     startLauncher();
-    sendSignal(GetParam());
+    m_launcher->sendSignal(GetParam());
     expectReport(GetParam());
 }
 
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Number, CaughtSignal,
 
 TEST_F(CrashSignal, Number28ChangesNothing) {
     startLauncher();
-    sendSignal(28);
+    m_launcher->sendSignal(28);
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
     plugMarker();
@@ -77,7 +77,7 @@ TEST_F(CrashSignal, Number28ChangesNothing) {
 TEST_F(CrashSignal, Number9IsTheKernelsAndLeavesNoReport) {
     startLauncher();
     m_launcher->sendSignal(9);
-    ASSERT_TRUE(m_launcher->waitForEnd());
+    ASSERT_TRUE(waitForEndOfLauncher());
     EXPECT_EQ(m_launcher->endingSignal(), 9);
     EXPECT_EQ(m_trace.count("CALLSTACK"), 0);
     m_launcher.reset();
@@ -87,7 +87,7 @@ TEST_F(CrashSignal, Number19StopsTheLauncherUntilItIsContinued) {
     startLauncher();
     m_launcher->sendSignal(19);
     ASSERT_TRUE(waitUntil([&] { return stateOf(m_launcher->pid()) == 'T'; }));
-    sendSignal(18);
+    m_launcher->sendSignal(18);
     expectReport(18); // to be continued is caught like nearly everything, and ends the launcher
 }
 
@@ -104,8 +104,8 @@ TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
     startLauncherWithoutWaiting();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    sendSignal(SIGSEGV);
-    ASSERT_TRUE(m_launcher->waitForEnd());
+    m_launcher->sendSignal(SIGSEGV);
+    ASSERT_TRUE(waitForEndOfLauncher());
     EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
 
@@ -118,7 +118,7 @@ TEST_F(CrashSignal, LosesNoLineOfAQueuedTrace) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    sendSignal(SIGTERM);
+    m_launcher->sendSignal(SIGTERM);
     expectReport(SIGTERM);
     EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
 }

@@ -38,7 +38,8 @@ protected:
     StartReport onlyStartOf(Bundle bundle);
 
     int arrivalsOf(const UsbDevice& device);
-    void sendSignal(int number);
+    /** After a signal. False at the deadline. */
+    bool waitForEndOfLauncher();
     void terminateLauncher();
 
     /** Standard error is expected to be this, not empty. */

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 #include <sys/eventfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 const CFRunLoopMode kCFRunLoopDefaultMode = CFSTR("kCFRunLoopDefaultMode");
@@ -98,9 +99,21 @@ RunLoop::~RunLoop() {
     }
 }
 
+/// The main thread's loop stays until the process is gone. A signal handler may end the process while this
+/// thread, or the one interrupted, holds the membership lock, which a loop's end has to take.
+struct RunLoop::OfThread {
+    RunLoop* const loop = HandOver(std::make_unique<RunLoop>());
+
+    ~OfThread() {
+        const bool isMainThread = ::syscall(SYS_gettid) == ::getpid();
+        if (!isMainThread)
+            CFRelease(loop);
+    }
+};
+
 RunLoop& RunLoop::Current() {
-    thread_local const Owned<RunLoop> current(HandOver(std::make_unique<RunLoop>()));
-    return *current.Get();
+    thread_local const OfThread current;
+    return *current.loop;
 }
 
 void RunLoop::Add(RunLoopSource& source, const std::u16string& mode) {

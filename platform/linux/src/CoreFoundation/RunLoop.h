@@ -88,6 +88,7 @@ private:
         bool isStopped = false;
     };
     class ActivationScope;
+    struct OfThread;
 
     struct Membership {
         Owned<RunLoopSource> source;

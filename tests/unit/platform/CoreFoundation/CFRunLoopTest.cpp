@@ -5,7 +5,10 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <poll.h>
 #include <thread>
 
@@ -306,6 +309,19 @@ TEST_F(CFRunLoop, AThreadsEndReleasesItsSources) {
     }).join();
     EXPECT_EQ(CFGetRetainCount(source.Get()), 1);
     CFRunLoopSourceInvalidate(source.Get());
+}
+
+// A signal handler that ends the process may have interrupted the very code that guards a loop's sources.
+TEST_F(CFRunLoop, OfTheMainThreadIsLeftAloneWhenTheProcessEnds) {
+    const auto addSource = [] {
+        const std::shared_ptr<void> owner(nullptr, [](void*) { std::fputs("released", stderr); });
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), MakeSource([owner] {}).Get(), kCFRunLoopDefaultMode);
+    };
+    const auto endWithASource = [&] {
+        addSource();
+        std::exit(0);
+    };
+    EXPECT_EXIT(endWithASource(), testing::ExitedWithCode(0), "^$");
 }
 
 TEST_F(CFRunLoop, OutlivesItsThreadWhenRetained) {
