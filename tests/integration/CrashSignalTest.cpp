@@ -36,9 +36,9 @@ std::string textOf(int signal) {
 
 class CrashSignal : public LauncherTest {
 protected:
-    /** The launcher ended with status 0 and left the cause, the stacks and the object counts in its trace. */
-    void expectReport(int signal) {
-        ASSERT_TRUE(waitForEndOfLauncher());
+    /** The signal ends the launcher with status 0 and a report: the cause, the stacks, the object counts. */
+    void expectEndWithReport(int signal) {
+        ASSERT_TRUE(endLauncherBySignal(signal));
         EXPECT_EQ(m_launcher->exitStatus(), 0);
         for (const std::string& line :
              {">> [E] " + textOf(signal) + "\n", std::string("\n-------------- CALLSTACK --------------\n"),
@@ -55,8 +55,7 @@ class CaughtSignal : public CrashSignal, public testing::WithParamInterface<int>
 
 TEST_P(CaughtSignal, EndsTheLauncherWithStatus0AndAReportInTheTrace) {
     startLauncher();
-    m_launcher->sendSignal(GetParam());
-    expectReport(GetParam());
+    expectEndWithReport(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Number, CaughtSignal,
@@ -76,8 +75,7 @@ TEST_F(CrashSignal, Number28ChangesNothing) {
 // Signals 9 and 19 cannot be caught on Linux: the kernel keeps them for itself.
 TEST_F(CrashSignal, Number9IsTheKernelsAndLeavesNoReport) {
     startLauncher();
-    m_launcher->sendSignal(9);
-    ASSERT_TRUE(waitForEndOfLauncher());
+    ASSERT_TRUE(endLauncherBySignal(9));
     EXPECT_EQ(m_launcher->endingSignal(), 9);
     EXPECT_EQ(m_trace.count("CALLSTACK"), 0);
     m_launcher.reset();
@@ -87,8 +85,7 @@ TEST_F(CrashSignal, Number19StopsTheLauncherUntilItIsContinued) {
     startLauncher();
     m_launcher->sendSignal(19);
     ASSERT_TRUE(waitUntil([&] { return stateOf(m_launcher->pid()) == 'T'; }));
-    m_launcher->sendSignal(18);
-    expectReport(18); // to be continued is caught like nearly everything, and ends the launcher
+    expectEndWithReport(18); // to be continued is caught like nearly everything, and ends the launcher
 }
 
 TEST_F(CrashSignal, InstallingTheHandlersTracesTheTwoThatCannotBeCaught) {
@@ -104,8 +101,7 @@ TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
     startLauncherWithoutWaiting();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    m_launcher->sendSignal(SIGSEGV);
-    ASSERT_TRUE(waitForEndOfLauncher());
+    ASSERT_TRUE(endLauncherBySignal(SIGSEGV));
     EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
 
@@ -118,8 +114,7 @@ TEST_F(CrashSignal, LosesNoLineOfAQueuedTrace) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    m_launcher->sendSignal(SIGTERM);
-    expectReport(SIGTERM);
+    expectEndWithReport(SIGTERM);
     EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
 }
 

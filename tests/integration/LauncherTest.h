@@ -38,8 +38,8 @@ protected:
     StartReport onlyStartOf(Bundle bundle);
 
     int arrivalsOf(const UsbDevice& device);
-    /** After a signal. False at the deadline. */
-    bool waitForEndOfLauncher();
+    /** False when the signal has not ended the launcher by the deadline. */
+    bool endLauncherBySignal(int number);
     void terminateLauncher();
 
     /** Standard error is expected to be this, not empty. */
