@@ -42,10 +42,9 @@ void Dictionary::setItem(Path path, Item& item) {
         TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path.text).c_str());
         return;
     }
-    const std::string_view head = path.head();
+    const std::string head(path.head());
     if (path.isKey()) {
-        TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", std::string(head).c_str(),
-                      item.toString("").c_str());
+        TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", head.c_str(), item.toString("").c_str());
         // Copied before the old item goes: the old one may be the item, or hold it.
         store(std::string(head), std::unique_ptr<Item>(item.clone()));
         TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
@@ -53,8 +52,8 @@ void Dictionary::setItem(Path path, Item& item) {
     }
     Item* next = child(head);
     if (next == nullptr) {
-        TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", std::string(head).c_str());
-        store(std::string(head), std::make_unique<Dictionary>(std::string(head)));
+        TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", head.c_str());
+        store(std::string(head), std::make_unique<Dictionary>(head));
         next = child(head);
     }
     // A leaf in the way stays: the new item is dropped.
