@@ -16,6 +16,7 @@
 #include "FileReplacement.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "Works.h"
 
 #include <algorithm>
 #include <array>
@@ -337,7 +338,6 @@ struct Floor {
     void save(const std::string& path) {
         const std::string copy(text.data.get(), text.size);
         ::save(path, copy);
-        ;
     }
 };
 
@@ -386,13 +386,8 @@ double peakBytes(const std::string& who, const std::string& path) {
 
 using benchmark::Counter;
 
-Counter nanosecondsPer(std::int64_t operations) {
-    return Counter(1e-9 * static_cast<double>(operations),
-                   Counter::kIsIterationInvariantRate | Counter::kInvert);
-}
-
 void setCosts(benchmark::State& state, std::int64_t leaves, std::size_t bytes) {
-    state.counters["cost_ns"] = nanosecondsPer(leaves);
+    state.counters["cost_ns"] = works::nanosecondsPer(leaves);
     state.counters["mb_per_s"] =
         Counter(1e-6 * static_cast<double>(bytes), Counter::kIsIterationInvariantRate);
 }
@@ -502,7 +497,7 @@ void lookUp(benchmark::State& state, const LookUp& valueOf) {
     std::size_t next = 0;
     for (auto _ : state)
         benchmark::DoNotOptimize(valueOf(next++ % LOOKUPS));
-    state.counters["cost_ns"] = nanosecondsPer(1);
+    state.counters["cost_ns"] = works::nanosecondsPer(1);
 }
 
 void lookUpInZevo(benchmark::State& state) {
@@ -564,22 +559,13 @@ void lookUpInMaps(benchmark::State& state) {
 
 // ---- Sizes
 
-std::vector<std::int64_t> sizesUpTo(std::int64_t largest) {
-    if (std::getenv("ZEVO_BENCH_SMOKE") != nullptr)
-        largest = 1000;
-    std::vector<std::int64_t> sizes;
-    for (std::int64_t size = 1000; size <= largest; size *= 10)
-        sizes.push_back(size);
-    return sizes;
-}
-
 const std::int64_t LARGEST = 1000000;
 const std::int64_t LARGEST_FOR_LIBPLIST = 100000; // a dictionary of its own grows with the square of its keys
 
 template <typename Function>
 void add(const std::string& work, const std::string& who, std::int64_t largest, const Function& function) {
     auto* const added = benchmark::RegisterBenchmark((work + "/" + who).c_str(), function);
-    for (const std::int64_t size : sizesUpTo(largest))
+    for (const std::int64_t size : works::decades(1000, largest))
         added->Arg(size);
     added->Unit(benchmark::kMicrosecond);
 }

@@ -1,24 +1,36 @@
-// One parameter read from, and one written to, a store that holds N: our text and binary files, GLib's
-// GKeyFile, and SQLite with a durable write. Every iteration opens the store anew, as the callers of ours do.
+// One parameter read from, and one written to, a store that holds N: our text and binary files beside GLib's
+// GKeyFile and SQLite with a durable write, for the same names and values. Every iteration opens the store
+// anew, as the callers of ours do.
 //
-// Floor: reading the file's bytes, or replacing the file by the same bytes, without looking at them.
+// Floor: read() of the file's bytes, or the durable replacement of the file by the same bytes, without a look
+// at them. cost_ns is one read or write; ns_per_parameter the same, divided by N.
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
+#include "FileDescriptor.h"
 #include "FileReplacement.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "Works.h"
 
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <glib.h>
+#include <map>
 #include <memory>
 #include <sqlite3.h>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 const char VALUE[] = "a value of the usual length";
+const char SCOPE[] = "Bench";
+const char DOMAIN_NAME[] = "Domain";
 
 std::string nameOf(int64_t index) {
     char name[32];
@@ -26,7 +38,27 @@ std::string nameOf(int64_t index) {
     return name;
 }
 
-/// A folder of its own and stores with N parameters in each of the forms.
+void require(bool isDone, const char* what) {
+    if (!isDone)
+        throw std::runtime_error(what);
+}
+
+struct DatabaseCloser {
+    void operator()(sqlite3* database) const { sqlite3_close(database); }
+};
+using Database = std::unique_ptr<sqlite3, DatabaseCloser>;
+
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+struct KeyFileFreer {
+    void operator()(GKeyFile* file) const { g_key_file_free(file); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileFreer>;
+
+/// A folder of its own, and in it stores with N parameters in each of the forms.
 class Stores {
 public:
     explicit Stores(int64_t count) {
@@ -34,183 +66,209 @@ public:
         t_paramMap texts;
         BinaryAppDataPersistence::ParamMap blocks;
         std::string keyFile = "[parameters]\n";
-        sqlite3* const database = openDatabase();
-        sqlite3_exec(database,
-                     "CREATE TABLE parameters (name TEXT PRIMARY KEY, value BLOB) WITHOUT ROWID; BEGIN",
-                     nullptr, nullptr, nullptr);
+        const Database database = openDatabase();
+        run(*database, "CREATE TABLE parameters (name TEXT PRIMARY KEY, value BLOB) WITHOUT ROWID");
+        run(*database, "BEGIN");
         for (int64_t i = 0; i < count; ++i) {
             texts[nameOf(i)] = VALUE;
             blocks[nameOf(i)] = t_Param(nameOf(i), VALUE, sizeof(VALUE) - 1);
             keyFile += nameOf(i) + "=" + VALUE + "\n";
-            upsert(database, nameOf(i), VALUE);
+            upsert(*database, nameOf(i));
         }
-        sqlite3_exec(database, "COMMIT", nullptr, nullptr, nullptr);
-        sqlite3_close(database);
+        run(*database, "COMMIT");
         writeFile(keyFilePath(), keyFile);
-        AppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER).writePersistenceFile(texts);
-        BinaryAppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER).writePersistenceFile(blocks);
+        require(
+            AppDataPersistence(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER).writePersistenceFile(texts) &&
+                BinaryAppDataPersistence(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER)
+                    .writePersistenceFile(blocks),
+            "the stores cannot be made");
+    }
+
+    /// Those with so many parameters, made when they are first asked for; its folder is ours from here on.
+    static const Stores& of(int64_t count) {
+        static std::map<int64_t, std::unique_ptr<Stores>> all;
+        std::unique_ptr<Stores>& stores = all[count];
+        if (stores == nullptr)
+            stores = std::make_unique<Stores>(count);
+        setenv("XDG_DATA_HOME", stores->m_folder.path().c_str(), 1);
+        return *stores;
     }
 
     std::string keyFilePath() const { return m_folder / "parameters.ini"; }
     std::string textPath() const { return m_folder / "Ferrow/Bench/Domain.dat"; }
+    std::string binaryPath() const { return m_folder / "Ferrow/Bench/Domain_binary.dat"; }
 
-    sqlite3* openDatabase() const {
+    Database openDatabase() const {
         sqlite3* database = nullptr;
-        if (sqlite3_open((m_folder / "parameters.db").c_str(), &database) != SQLITE_OK) {
-            abort();
-        }
-        sqlite3_exec(database, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr);
-        return database;
+        require(sqlite3_open((m_folder / "parameters.db").c_str(), &database) == SQLITE_OK, "sqlite3_open");
+        run(*database, "PRAGMA synchronous = FULL");
+        return Database(database);
     }
 
-    static void upsert(sqlite3* database, const std::string& name, const char* value) {
+    static Statement prepare(sqlite3& database, const char* text, const std::string& name) {
         sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(database, "INSERT OR REPLACE INTO parameters VALUES (?, ?)", -1, &statement,
-                           nullptr);
+        require(sqlite3_prepare_v2(&database, text, -1, &statement, nullptr) == SQLITE_OK, text);
         sqlite3_bind_text(statement, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_blob(statement, 2, value, static_cast<int>(strlen(value)), SQLITE_TRANSIENT);
-        if (sqlite3_step(statement) != SQLITE_DONE) {
-            abort();
-        }
-        sqlite3_finalize(statement);
+        return Statement(statement);
+    }
+
+    static void upsert(sqlite3& database, const std::string& name) {
+        const Statement statement =
+            prepare(database, "INSERT OR REPLACE INTO parameters VALUES (?, ?)", name);
+        sqlite3_bind_blob(statement.get(), 2, VALUE, sizeof(VALUE) - 1, SQLITE_STATIC);
+        require(sqlite3_step(statement.get()) == SQLITE_DONE, "INSERT");
     }
 
 private:
+    static void run(sqlite3& database, const char* text) {
+        require(sqlite3_exec(&database, text, nullptr, nullptr, nullptr) == SQLITE_OK, text);
+    }
+
     TemporaryFolder m_folder;
 };
 
-struct KeyFileFreer {
-    void operator()(GKeyFile* file) const { g_key_file_free(file); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, KeyFileFreer>;
-
 KeyFile loadKeyFile(const Stores& stores) {
     KeyFile file(g_key_file_new());
-    if (!g_key_file_load_from_file(file.get(), stores.keyFilePath().c_str(), G_KEY_FILE_KEEP_COMMENTS,
-                                   nullptr)) {
-        abort();
-    }
+    require(g_key_file_load_from_file(file.get(), stores.keyFilePath().c_str(), G_KEY_FILE_KEEP_COMMENTS,
+                                      nullptr) != FALSE,
+            "g_key_file_load_from_file");
     return file;
 }
 
-void readFloor(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(readFile(stores.textPath()));
-    }
+// ---- One operation each, on the parameter of that name
+
+void readBytes(const std::string& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status = {};
+    require(file.isOpen() && fstat(file.get(), &status) == 0, "open");
+    const std::unique_ptr<char[]> bytes(new char[static_cast<size_t>(status.st_size)]);
+    require(read(file.get(), bytes.get(), static_cast<size_t>(status.st_size)) == status.st_size, "read");
+    benchmark::DoNotOptimize(bytes.get());
 }
 
-void readText(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        std::string value;
-        if (!AppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER).readParam(name, value)) {
-            abort();
-        }
-    }
+void readTextFloor(const Stores& stores, const std::string&) {
+    readBytes(stores.textPath());
 }
 
-void readBinary(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        int size = 0;
-        BinaryAppDataPersistence store("Bench", "Domain", PERSISTENCE_CURRENT_USER);
-        const std::unique_ptr<char[]> data(store.readUnformattedParam(name, size));
-        if (data == nullptr) {
-            abort();
-        }
-    }
+void readBinaryFloor(const Stores& stores, const std::string&) {
+    readBytes(stores.binaryPath());
 }
 
-void readKeyFile(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        g_free(g_key_file_get_string(loadKeyFile(stores).get(), "parameters", name.c_str(), nullptr));
-    }
+void readText(const Stores&, const std::string& name) {
+    std::string value;
+    require(AppDataPersistence(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER).readParam(name, value),
+            "readParam");
 }
 
-void readSqlite(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        sqlite3* const database = stores.openDatabase();
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(database, "SELECT value FROM parameters WHERE name = ?", -1, &statement, nullptr);
-        sqlite3_bind_text(statement, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-        if (sqlite3_step(statement) != SQLITE_ROW) {
-            abort();
-        }
-        sqlite3_finalize(statement);
-        sqlite3_close(database);
-    }
+void readBinary(const Stores&, const std::string& name) {
+    int size = 0;
+    BinaryAppDataPersistence store(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER);
+    const std::unique_ptr<char[]> data(store.readUnformattedParam(name, size));
+    require(data != nullptr, "readUnformattedParam");
 }
 
-void writeFloor(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string content = readFile(stores.textPath());
-    for (auto _ : state) {
-        FileReplacement::replace(stores.textPath(), content);
-    }
+void readKeyFile(const Stores& stores, const std::string& name) {
+    char* const value = g_key_file_get_string(loadKeyFile(stores).get(), "parameters", name.c_str(), nullptr);
+    require(value != nullptr, "g_key_file_get_string");
+    g_free(value);
 }
 
-void writeText(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        if (!AppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER).writeParam(name, VALUE)) {
-            abort();
-        }
-    }
+void readSqlite(const Stores& stores, const std::string& name) {
+    const Database database = stores.openDatabase();
+    const Statement statement =
+        Stores::prepare(*database, "SELECT value FROM parameters WHERE name = ?", name);
+    require(sqlite3_step(statement.get()) == SQLITE_ROW, "SELECT");
 }
 
-void writeBinary(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        BinaryAppDataPersistence store("Bench", "Domain", PERSISTENCE_CURRENT_USER);
-        if (!store.writeUnformattedParam(name, VALUE, sizeof(VALUE) - 1)) {
-            abort();
-        }
-    }
+void writeTextFloor(const Stores& stores, const std::string& content) {
+    require(FileReplacement::replace(stores.textPath(), content), "replace");
+}
+
+void writeBinaryFloor(const Stores& stores, const std::string& content) {
+    require(FileReplacement::replace(stores.binaryPath(), content), "replace");
+}
+
+void writeText(const Stores&, const std::string& name) {
+    require(AppDataPersistence(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER).writeParam(name, VALUE),
+            "writeParam");
+}
+
+void writeBinary(const Stores&, const std::string& name) {
+    BinaryAppDataPersistence store(SCOPE, DOMAIN_NAME, PERSISTENCE_CURRENT_USER);
+    require(store.writeUnformattedParam(name, VALUE, sizeof(VALUE) - 1), "writeUnformattedParam");
 }
 
 /// GLib writes beside and renames, too, but does not flush the folder and takes no lock.
-void writeKeyFile(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        const KeyFile file = loadKeyFile(stores);
-        g_key_file_set_string(file.get(), "parameters", name.c_str(), VALUE);
-        if (!g_key_file_save_to_file(file.get(), stores.keyFilePath().c_str(), nullptr)) {
-            abort();
-        }
-    }
+void writeKeyFile(const Stores& stores, const std::string& name) {
+    const KeyFile file = loadKeyFile(stores);
+    g_key_file_set_string(file.get(), "parameters", name.c_str(), VALUE);
+    require(g_key_file_save_to_file(file.get(), stores.keyFilePath().c_str(), nullptr) != FALSE,
+            "g_key_file_save_to_file");
 }
 
-void writeSqlite(benchmark::State& state) {
-    const Stores stores(state.range(0));
-    const std::string name = nameOf(state.range(0) / 2);
-    for (auto _ : state) {
-        sqlite3* const database = stores.openDatabase();
-        Stores::upsert(database, name, VALUE);
-        sqlite3_close(database);
-    }
+void writeSqlite(const Stores& stores, const std::string& name) {
+    Stores::upsert(*stores.openDatabase(), name);
 }
 
-#define FOR_EACH_SIZE(function) BENCHMARK(function)->RangeMultiplier(10)->Range(10, 100000)->UseRealTime()
+// ---- Works
 
-FOR_EACH_SIZE(readFloor);
-FOR_EACH_SIZE(readText);
-FOR_EACH_SIZE(readBinary);
-FOR_EACH_SIZE(readKeyFile);
-FOR_EACH_SIZE(readSqlite);
-FOR_EACH_SIZE(writeFloor);
-FOR_EACH_SIZE(writeText);
-FOR_EACH_SIZE(writeBinary);
-FOR_EACH_SIZE(writeKeyFile);
-FOR_EACH_SIZE(writeSqlite);
+using Operation = void (*)(const Stores&, const std::string&);
+
+void measure(benchmark::State& state, const Stores& stores, Operation operation,
+             const std::string& argument) {
+    for (auto _ : state)
+        operation(stores, argument);
+    state.counters["cost_ns"] = works::nanosecondsPer(1);
+    state.counters["ns_per_parameter"] = works::nanosecondsPer(state.range(0));
+}
+
+template <typename Function>
+void addFunction(const std::string& name, const Function& function) {
+    auto* const added = benchmark::RegisterBenchmark(name.c_str(), function);
+    for (const int64_t size : works::decades(100, 100000))
+        added->Arg(size);
+    added->Unit(benchmark::kMicrosecond)->UseRealTime(); // writing waits for the disk
+}
+
+/// `operation` gets the name of a parameter in the middle of the store.
+void add(const std::string& name, Operation operation) {
+    addFunction(name, [operation](benchmark::State& state) {
+        measure(state, Stores::of(state.range(0)), operation, nameOf(state.range(0) / 2));
+    });
+}
+
+/// `operation` gets the content of the file at `path`.
+void addReplacement(const std::string& name, Operation operation, std::string (Stores::*path)() const) {
+    addFunction(name, [operation, path](benchmark::State& state) {
+        const Stores& stores = Stores::of(state.range(0));
+        measure(state, stores, operation, readFile((stores.*path)()));
+    });
+}
+
+void addAll() {
+    add("parameter-read-text/zevo", readText);
+    add("parameter-read-text/glib-keyfile", readKeyFile);
+    add("parameter-read-text/sqlite", readSqlite);
+    add("parameter-read-text/floor", readTextFloor);
+    add("parameter-read-binary/zevo", readBinary);
+    add("parameter-read-binary/sqlite", readSqlite);
+    add("parameter-read-binary/floor", readBinaryFloor);
+    add("parameter-write-text/zevo", writeText);
+    add("parameter-write-text/glib-keyfile", writeKeyFile);
+    add("parameter-write-text/sqlite", writeSqlite);
+    addReplacement("parameter-write-text/floor", writeTextFloor, &Stores::textPath);
+    add("parameter-write-binary/zevo", writeBinary);
+    add("parameter-write-binary/sqlite", writeSqlite);
+    addReplacement("parameter-write-binary/floor", writeBinaryFloor, &Stores::binaryPath);
+}
 
 } // namespace
+
+int main(int argumentCount, char** arguments) {
+    benchmark::Initialize(&argumentCount, arguments);
+    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments))
+        return 1;
+    addAll();
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

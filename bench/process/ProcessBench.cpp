@@ -1,20 +1,29 @@
 // The launcher as a whole process, on a virtual USB bus, beside programs that do the same job with less
 // around it. No call is timed from inside: each program tells through a pipe when it waits for events, each
 // started application when its main() runs.
+//
+// Floors: the start of the application alone, and a program that does nothing but wait. zevo-quiet is our
+// launcher with trace and log switched off. cost_ns is one arrival, one start, or the processor's time in a
+// second without events.
 
 #include "MeasuredProgram.h"
 #include "ModemFile.h"
 #include "OtherProcesses.h"
 #include "SampleMachine.h"
 #include "VirtualUsbBus.h"
+#include "Works.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <spawn.h>
+#include <stdexcept>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 
 using namespace Zevo;
@@ -27,9 +36,8 @@ const char PORT[] = "1-1";
 const char NO_TRACE[] = "TRACE_OFF\n";
 const char NO_LOG[] = "LOG_OFF\n";
 
-bool isSmokeRun() {
-    return std::getenv("ZEVO_BENCH_SMOKE") != nullptr;
-}
+/// Ends the process without a failure, since the machine lacks what it needs; ./zevo bench tells the reason.
+const int LEFT_OUT = 77;
 
 /// A machine with a virtual bus and with the application that tells when it runs.
 class Bench {
@@ -56,6 +64,7 @@ public:
     void startPyudev() {
         start({ZEVO_PYTHON, ZEVO_PYUDEV_LAUNCHER, hexadecimal(m_modem.vendor), hexadecimal(m_modem.product)});
     }
+    void startWaitingProgram() { start({ZEVO_WAITING_PROGRAM}); }
     void stop() { m_program.reset(); }
 
     /// As many devices of nobody's, a hundred to a bus; a real one has room for 127.
@@ -80,6 +89,22 @@ public:
         const int64_t sent = markClock();
         m_bus.announce(PORT, "add");
         return applicationStart(sent, startsNotifier) - sent;
+    }
+
+    /// The same without any launcher: the application is started here and now.
+    int64_t startApplication() {
+        std::string path = m_machine.executableOf(Bundle::mainApplication);
+        std::string marks = MARK_PIPE_VARIABLE "=" + m_marks.path();
+        char* const arguments[] = {path.data(), nullptr};
+        char* const environment[] = {marks.data(), nullptr};
+        pid_t pid = -1;
+        const int64_t begin = markClock();
+        if (posix_spawn(&pid, path.c_str(), nullptr, nullptr, arguments, environment) != 0)
+            throw std::runtime_error("cannot start " + path);
+        const int64_t time = m_marks.await(MARK_MAIN_APPLICATION, begin) - begin;
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+        return time;
     }
 
     const MeasuredProgram& program() const { return *m_program; }
@@ -168,6 +193,12 @@ void firstArrivalToExec(benchmark::State& state, Starter start, bool startsNotif
     });
 }
 
+void applicationAlone(benchmark::State& state) {
+    Bench bench;
+    const OtherProcesses others(state.range(0));
+    measureEach(state, [&] { return bench.startApplication(); });
+}
+
 void startUntilArmed(benchmark::State& state, Starter start) {
     Bench bench;
     bench.plugDevices(state.range(0));
@@ -181,7 +212,7 @@ void startUntilArmed(benchmark::State& state, Starter start) {
 
 /// What it costs that the program is there: processor time and wake-ups in a second without events.
 void idle(benchmark::State& state, Starter start) {
-    const int64_t milliseconds = isSmokeRun() ? 100 : 3000;
+    const int64_t milliseconds = works::isSmokeRun() ? 100 : 3000;
     Bench bench;
     (bench.*start)();
     const MeasuredProgram& program = bench.program();
@@ -209,38 +240,55 @@ benchmark::internal::Benchmark* add(const std::string& name, Arguments... argume
 
 void addSizes(benchmark::internal::Benchmark* added, std::vector<int64_t> sizes) {
     for (const int64_t size : sizes)
-        if (!isSmokeRun() || size <= 10)
+        if (!works::isSmokeRun() || size <= 10)
             added->Arg(size);
 }
 
+int rounds() {
+    return works::isSmokeRun() ? 2 : 25;
+}
+
+const std::vector<int64_t> RUNNING_PROCESSES = {3, 10, 30, 100, 300, 1000};
+const std::vector<int64_t> RUNNING_PROCESSES_AT_FIRST = {3, 300, 1000};
+
 void addArrival(const char* who, Starter start, bool startsNotifier) {
-    const int rounds = isSmokeRun() ? 2 : 25;
-    addSizes(
-        add(std::string("arrival-to-exec/") + who, arrivalToExec, start, startsNotifier)->Iterations(rounds),
-        {3, 10, 30, 100, 300, 1000});
+    addSizes(add(std::string("arrival-to-exec/") + who, arrivalToExec, start, startsNotifier)
+                 ->Iterations(rounds()),
+             RUNNING_PROCESSES);
     addSizes(add(std::string("first-arrival-to-exec/") + who, firstArrivalToExec, start, startsNotifier)
-                 ->Iterations(rounds),
-             {3, 300, 1000});
+                 ->Iterations(rounds()),
+             RUNNING_PROCESSES_AT_FIRST);
+}
+
+void addArrivalFloor() {
+    addSizes(add("arrival-to-exec/floor", applicationAlone)->Iterations(rounds()), RUNNING_PROCESSES);
+    addSizes(add("first-arrival-to-exec/floor", applicationAlone)->Iterations(rounds()),
+             RUNNING_PROCESSES_AT_FIRST);
 }
 
 void addStart(const char* who, Starter start) {
-    addSizes(add(std::string("start-until-armed/") + who, startUntilArmed, start)
-                 ->Iterations(isSmokeRun() ? 2 : 25),
+    addSizes(add(std::string("start-until-armed/") + who, startUntilArmed, start)->Iterations(rounds()),
              {1, 10, 100, 1000});
     add(std::string("idle/") + who, idle, start)->Iterations(1);
 }
 
 void addAll() {
-    addArrival("bare", &Bench::startBare, false);
     addArrival("zevo", &Bench::startLauncher, true);
     addArrival("zevo-quiet", &Bench::startQuietLauncher, true);
-    addStart("bare", &Bench::startBare);
+    addArrival("bare", &Bench::startBare, false);
+    addArrivalFloor();
     addStart("zevo", &Bench::startLauncher);
     addStart("zevo-quiet", &Bench::startQuietLauncher);
+    addStart("bare", &Bench::startBare);
+    addStart("floor", &Bench::startWaitingProgram);
     if (*ZEVO_UDEVADM != '\0')
         addStart("udevadm-monitor", &Bench::startUdevadm);
+    else
+        benchmark::AddCustomContext("left_out: udevadm-monitor", "there was no udevadm when this was built");
     if (*ZEVO_PYTHON != '\0' && std::system(ZEVO_PYTHON " -c 'import pyudev' 2>/dev/null") == 0)
         addStart("pyudev", &Bench::startPyudev);
+    else
+        benchmark::AddCustomContext("left_out: pyudev", "the system's python3 has no pyudev");
 }
 
 /// A virtual bus is only there for programs started by umockdev-wrapper.
@@ -250,8 +298,8 @@ void startUnderWrapper(char** arguments) {
     char program[PATH_MAX] = {};
     if (std::getenv("ZEVO_BENCH_WRAPPED") != nullptr ||
         readlink("/proc/self/exe", program, sizeof program - 1) < 0) {
-        std::fprintf(stderr, "bench_process: no virtual USB bus is possible here\n");
-        std::exit(1);
+        std::fprintf(stderr, "no virtual USB bus is possible here\n");
+        std::exit(LEFT_OUT);
     }
     setenv("ZEVO_BENCH_WRAPPED", "1", 1);
     std::vector<const char*> command = {ZEVO_UMOCKDEV_WRAPPER, program};
@@ -259,8 +307,8 @@ void startUnderWrapper(char** arguments) {
         command.push_back(*arguments);
     command.push_back(nullptr);
     execv(ZEVO_UMOCKDEV_WRAPPER, const_cast<char**>(command.data()));
-    std::perror(ZEVO_UMOCKDEV_WRAPPER);
-    std::exit(1);
+    std::perror("the virtual USB bus needs " ZEVO_UMOCKDEV_WRAPPER);
+    std::exit(LEFT_OUT);
 }
 
 } // namespace
