@@ -219,7 +219,6 @@ void measure(benchmark::State& state, const Stores& stores, Operation operation,
     for (auto _ : state)
         operation(stores, argument);
     state.counters["cost_ns"] = works::nanosecondsPer(1);
-    state.counters["ns_per_parameter"] = works::nanosecondsPer(state.range(0));
 }
 
 template <typename Function>
