@@ -1,0 +1,130 @@
+// What tools/instruction-counts runs of the dictionary and of the parameter stores: their own work of the
+// benchmarks that have the same names.
+//
+//     bench_instructions_stores --list
+//     bench_instructions_stores WORK COUNT
+
+#include "AppDataPersistence.h"
+#include "BinaryAppDataPersistence.h"
+#include "Dictionary.h"
+#include "PropertyListText.h"
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+const std::int64_t LEAVES = 1000;
+const std::int64_t PARAMETERS = 100;
+
+void require(bool isDone, const char* what) {
+    if (!isDone)
+        throw std::runtime_error(what);
+}
+
+// One operation is one leaf; `count` of them are as many whole documents. A loaded one is thrown away in the
+// count.
+
+void load(const TemporaryFolder& folder, Shape shape, std::int64_t count) {
+    writeFile(folder / "document", document(shape, LEAVES));
+    for (std::int64_t done = 0; done < count; done += LEAVES)
+        Dictionary().loadFromFile(folder / "document");
+}
+
+void save(const TemporaryFolder& folder, Shape shape, std::int64_t count) {
+    writeFile(folder / "document", document(shape, LEAVES));
+    Dictionary tree;
+    tree.loadFromFile(folder / "document");
+    for (std::int64_t done = 0; done < count; done += LEAVES)
+        tree.saveToFile("/dev/null");
+}
+
+void lookUp(const TemporaryFolder&, std::int64_t count) {
+    std::vector<std::string> paths;
+    Dictionary tree;
+    forEachLeaf(LEAVES, 4, [&](const std::vector<std::int64_t>& digits) {
+        paths.push_back(keyOf(digits[0]) + "." + keyOf(digits[1]) + "." + keyOf(digits[2]) + "." +
+                        keyOf(digits[3]));
+        tree.addValue(paths.back(), "the value of " + keyOf(digits[3]));
+    });
+    for (std::int64_t done = 0; done < count; ++done)
+        require(tree.getValue(paths[static_cast<std::size_t>(done % LEAVES)]) != nullptr, "getValue");
+}
+
+// One operation is one read, of a store that is opened anew.
+
+std::string nameOf(std::int64_t index) {
+    return "parameter_" + std::to_string(10000000 + index);
+}
+
+void readText(const TemporaryFolder& folder, std::int64_t count) {
+    setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+    t_paramMap parameters;
+    for (std::int64_t i = 0; i < PARAMETERS; ++i)
+        parameters[nameOf(i)] = "a value of the usual length";
+    require(AppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER).writePersistenceFile(parameters),
+            "writePersistenceFile");
+    for (std::int64_t done = 0; done < count; ++done) {
+        std::string value;
+        require(AppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER)
+                    .readParam(nameOf(PARAMETERS / 2), value),
+                "readParam");
+    }
+}
+
+void readBinary(const TemporaryFolder& folder, std::int64_t count) {
+    setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+    BinaryAppDataPersistence::ParamMap parameters;
+    for (std::int64_t i = 0; i < PARAMETERS; ++i)
+        parameters[nameOf(i)] = t_Param(nameOf(i), "a value of the usual length", 27);
+    require(BinaryAppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER)
+                .writePersistenceFile(parameters),
+            "writePersistenceFile");
+    for (std::int64_t done = 0; done < count; ++done) {
+        int size = 0;
+        const std::unique_ptr<char[]> value(
+            BinaryAppDataPersistence("Bench", "Domain", PERSISTENCE_CURRENT_USER)
+                .readUnformattedParam(nameOf(PARAMETERS / 2), size));
+        require(value != nullptr, "readUnformattedParam");
+    }
+}
+
+using Work = void (*)(const TemporaryFolder&, std::int64_t count);
+
+template <void (*SHAPED)(const TemporaryFolder&, Shape, std::int64_t), Shape SHAPE>
+void of(const TemporaryFolder& folder, std::int64_t count) {
+    SHAPED(folder, SHAPE, count);
+}
+
+const std::map<std::string, Work> WORKS = {
+    {"dictionary-load-flat/1000", of<load, Shape::FLAT>},
+    {"dictionary-load-nested/1000", of<load, Shape::NESTED>},
+    {"dictionary-save-flat/1000", of<save, Shape::FLAT>},
+    {"dictionary-save-nested/1000", of<save, Shape::NESTED>},
+    {"dictionary-lookup/1000", lookUp},
+    {"parameter-read-text/100", readText},
+    {"parameter-read-binary/100", readBinary},
+};
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    if (argumentCount == 2 && std::string(arguments[1]) == "--list") {
+        for (const auto& work : WORKS)
+            std::printf("%s\n", work.first.c_str());
+        return 0;
+    }
+    const auto work = argumentCount == 3 ? WORKS.find(arguments[1]) : WORKS.end();
+    if (work == WORKS.end()) {
+        std::fprintf(stderr, "usage: bench_instructions_stores --list | WORK COUNT\n");
+        return 2;
+    }
+    const TemporaryFolder folder;
+    work->second(folder, std::atoll(arguments[2]));
+    return 0;
+}
