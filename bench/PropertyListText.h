@@ -9,14 +9,12 @@
 #include <string>
 #include <vector>
 
-/// Flat: one dictionary holds all leaves. Nested: three levels of dictionaries hold them, all with equally many
-/// entries.
+/// Flat: one dictionary holds all leaves. Nested: three levels of dictionaries that hold equally many entries
 /// each.
 enum class Shape { FLAT, NESTED };
 
-/// Calls leaf(the number of each level's key) for each of `count` leaves, which lie below `levels` dictionaries of
-/// equally many entries.
-/// equally many entries.
+/// Calls leaf(the number of each level's key) for each of `count` leaves; they lie below `levels` dictionaries
+/// of equally many entries.
 template <typename Leaf>
 void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     const auto width =

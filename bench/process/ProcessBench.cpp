@@ -248,8 +248,8 @@ int rounds() {
     return works::isSmokeRun() ? 2 : 25;
 }
 
-const std::vector<int64_t> RUNNING_PROCESSES = {3, 10, 30, 100, 300, 1000};
-const std::vector<int64_t> RUNNING_PROCESSES_AT_FIRST = {3, 300, 1000};
+const std::vector<int64_t> RUNNING_PROCESSES = {1, 10, 100, 300, 1000};
+const std::vector<int64_t> RUNNING_PROCESSES_AT_FIRST = {1, 300, 1000};
 
 void addArrival(const char* who, Starter start, bool startsNotifier) {
     addSizes(add(std::string("arrival-to-exec/") + who, arrivalToExec, start, startsNotifier)
