@@ -13,8 +13,8 @@
 /// each.
 enum class Shape { FLAT, NESTED };
 
-/// Calls leaf(the number of each level's key) for each of `count` leaves; they lie below `levels` dictionaries
-/// of equally many entries.
+/// Calls leaf(the number of each level's key) for each of `count` leaves; they lie below `levels`
+/// dictionaries of equally many entries.
 template <typename Leaf>
 void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     const auto width =
