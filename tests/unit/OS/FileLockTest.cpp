@@ -7,6 +7,8 @@
 #include <csignal>
 #include <dirent.h>
 #include <fcntl.h>
+#include <fstream>
+#include <future>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
@@ -16,6 +18,19 @@ namespace {
 bool isLocked(const std::string& path) {
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     return flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+}
+
+/// Waits until some thread waits for the lock of an open file.
+void waitForAWaiterFor(int descriptor) {
+    struct stat status;
+    ASSERT_EQ(0, fstat(descriptor, &status));
+    const std::string inode = ":" + std::to_string(status.st_ino) + " ";
+    for (bool found = false; !found; std::this_thread::yield()) {
+        std::ifstream locks("/proc/locks");
+        for (std::string line; std::getline(locks, line);) {
+            found |= line.find("-> FLOCK") != std::string::npos && line.find(inode) != std::string::npos;
+        }
+    }
 }
 
 class FileLockTest : public testing::Test {
@@ -87,6 +102,33 @@ TEST_F(FileLockTest, LocksTheFileItselfWhereTheFolderAllowsNoNewFile) {
         return lock.isHeld() && isLocked("parameters.dat");
     }));
     chmod(m_folder.path().c_str(), 0755);
+}
+
+TEST_F(FileLockTest, TheFileThatIsLockedItselfIsTheOneThatStandsThereAfterTheWait) {
+    writeFile(m_file, "old");
+    ASSERT_EQ(0, symlink("nowhere", (m_file + ".lock").c_str())); // so that only the file can be locked
+    const FileDescriptor old(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(lockExclusively(old.get()));
+    std::promise<bool> newIsLocked;
+    std::thread waiting([&] {
+        const FileLock lock(m_file);
+        newIsLocked.set_value(lock.isHeld() && isLocked(m_file));
+    });
+    waitForAWaiterFor(old.get());
+    writeFile(m_folder / "next", "new");
+    ASSERT_EQ(0, rename((m_folder / "next").c_str(), m_file.c_str()));
+    flock(old.get(), LOCK_UN);
+    waiting.join();
+    EXPECT_TRUE(newIsLocked.get_future().get());
+}
+
+// Another one who can make it would hold another file's lock.
+TEST_F(FileLockTest, DoesNotFallBackToTheFileWhereTheLockFileFailsForAnotherReason) {
+    writeFile(m_file, "content");
+    mkdir((m_file + ".lock").c_str(), 0777);
+    const FileLock lock(m_file);
+    EXPECT_FALSE(lock.isHeld());
+    EXPECT_EQ(EISDIR, errno);
 }
 
 TEST_F(FileLockTest, CannotBeHeldInAMissingFolder) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -56,6 +57,21 @@ TEST_F(FileReplacementTest, KeepsTheFilesMode) {
     chmod(m_file.c_str(), 0640);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     EXPECT_EQ(0640u, modeOf(m_file));
+}
+
+TEST_F(FileReplacementTest, KeepsTheGroupWhereTheOwnerCannotBeKept) {
+    writeFile(m_file, "old");
+    chmod(m_file.c_str(), 0666);
+    chmod(m_folder.path().c_str(), 0777);
+    struct stat before, after;
+    ASSERT_EQ(0, stat(m_file.c_str(), &before));
+    EXPECT_TRUE(inAnotherProcess([&] { // the superuser's child becomes a member of the file's group
+        const bool member = geteuid() != 0 || setgroups(1, &before.st_gid) == 0;
+        return member && asOrdinaryUser(m_folder.path(),
+                                        [] { return FileReplacement::replace("parameters.dat", "new"); });
+    }));
+    ASSERT_EQ(0, stat(m_file.c_str(), &after));
+    EXPECT_EQ(before.st_gid, after.st_gid);
 }
 
 TEST_F(FileReplacementTest, GivesANewFileTheModeThatTheMaskLeaves) {

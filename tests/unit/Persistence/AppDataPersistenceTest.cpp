@@ -4,6 +4,7 @@
 #include "StoreTest.h"
 #include "TraceCapture.h"
 
+#include <climits>
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -122,6 +123,14 @@ TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
     }
 }
 
+TEST_F(AppDataPersistenceTest, AMapWithAParameterThatCouldNotBeReadBackIsRefusedWhole) {
+    m_store.writeParam("a", "1");
+    const TraceCapture trace;
+    EXPECT_FALSE(m_store.writePersistenceFile({{"b", "2"}, {"n=m", "v"}}));
+    EXPECT_EQ("a=1\n", readFile(m_file));
+    EXPECT_NE(std::string::npos, trace.text().find("Parameter 'n=m' refused : the name holds \"=\""));
+}
+
 TEST_F(AppDataPersistenceTest, ReadsALastLineWithoutLineFeed) {
     writeFile(m_file, "a=1\nb=2");
     EXPECT_EQ("2", read("b"));
@@ -155,6 +164,18 @@ TEST_F(AppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
     EXPECT_FALSE(m_store.readPersistenceFile(params));
     EXPECT_FALSE(m_store.writeParam("a", "1"));
     EXPECT_NE(std::string::npos, trace.text().find("Cannot read parameter file '" + m_file + "'"));
+}
+
+TEST_F(AppDataPersistenceTest, AFileThatClaimsTwoGigabytesIsNeitherReadIntoMemoryNorWrittenOver) {
+    writeFile(m_file, "a=1\n");
+    ASSERT_EQ(0, truncate(m_file.c_str(), INT_MAX)); // all holes: takes no room on the disk
+    const TraceCapture trace;
+    EXPECT_EQ("(none)", read("a"));
+    EXPECT_FALSE(m_store.writeParam("b", "2"));
+    EXPECT_NE(std::string::npos, trace.text().find("Cannot read parameter file '" + m_file + "'"));
+    struct stat status;
+    ASSERT_EQ(0, stat(m_file.c_str(), &status));
+    EXPECT_EQ(INT_MAX, status.st_size);
 }
 
 TEST_F(AppDataPersistenceTest, APipeInTheFilesPlaceDoesNotHang) {

@@ -1,10 +1,14 @@
 #include "BinaryAppDataPersistence.h"
 
+#include "LargestAllocation.h"
+#include "OtherProcess.h"
 #include "StoreTest.h"
 #include "TraceCapture.h"
 
 #include <climits>
+#include <csignal>
 #include <memory>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -100,6 +104,51 @@ TEST_F(BinaryAppDataPersistenceTest, NamesAndDataMayHoldAnyByte) {
     EXPECT_EQ(data, read(name));
 }
 
+TEST_F(BinaryAppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldContent) {
+    write("a", "1");
+    EXPECT_TRUE(inAnotherProcess([&] {
+        const TraceCapture trace;
+        signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit = {20000, 20000}; // the trace needs some of it
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return !write("b", std::string(100000, 'v')) &&
+               trace.text().find("Cannot write parameter file '" + m_file + "'") != std::string::npos;
+    }));
+    EXPECT_EQ(record("a", "1"), readFile(m_file));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, AnUnwritableFolderIsFalseAndTracedAndChangesNothing) {
+    const std::string folder = m_folder / "user/Ferrow/Zevo";
+    chmod(folder.c_str(), 0555);
+    EXPECT_TRUE(boundByFileModes([&] {
+        const TraceCapture trace;
+        return !write("a", "1") &&
+               trace.text().find("Cannot lock parameter file '" + m_file + "'") != std::string::npos;
+    }));
+    chmod(folder.c_str(), 0755);
+    struct stat status;
+    EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenInPlace) {
+    const std::string folder = m_folder / "user/Ferrow/Zevo";
+    writeFile(m_file, record("a", "1"));
+    chmod(folder.c_str(), 0555);
+    EXPECT_TRUE(boundByFileModes([&] { return write("b", "2"); }));
+    chmod(folder.c_str(), 0755);
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
+}
+
+// The very bytes that docs/parameters.md explains.
+TEST_F(BinaryAppDataPersistenceTest, TheFileOfTheDocumentationHasTheseBytes) {
+    write("note", "hi");
+    write("k", "\x01\x02\x03");
+    EXPECT_EQ(std::string("\x02\x00\x00\x00\x6b\x00\x03\x00\x00\x00\x01\x02\x03\x05\x00\x00"
+                          "\x00\x6e\x6f\x74\x65\x00\x02\x00\x00\x00\x68\x69",
+                          28),
+              readFile(m_file));
+}
+
 /// Bytes that are no record, each of which ends the reading.
 class DamagedFileTest : public BinaryAppDataPersistenceTest,
                         public testing::WithParamInterface<std::string> {};
@@ -120,6 +169,25 @@ TEST_P(DamagedFileTest, AWriteKeepsTheDamagedFileBeside) {
     EXPECT_EQ(content, readFile(m_file + ".damaged"));
 }
 
+TEST_P(DamagedFileTest, ADamagedFileThatCannotBeKeptIsNotWrittenOver) {
+    const std::string content = record("a", "1") + GetParam();
+    writeFile(m_file, content);
+    mkdir((m_file + ".damaged").c_str(), 0777);
+    const TraceCapture trace;
+    EXPECT_FALSE(write("b", "2"));
+    EXPECT_EQ(content, readFile(m_file));
+    EXPECT_NE(std::string::npos, trace.text().find("Cannot keep the damaged parameter file"));
+}
+
+TEST_P(DamagedFileTest, NothingIsAllocatedBeyondTheFilesOwnSize) {
+    writeFile(m_file, record("a", "1") + GetParam());
+    const LargestAllocation largest;
+    read("a");
+    BinaryAppDataPersistence::ParamMap params;
+    m_store.readPersistenceFile(params);
+    EXPECT_LT(largest.size(), 100000u);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Hazards, DamagedFileTest,
     testing::Values(length32(0) + length32(1) + "x",        // a name of no length
@@ -131,6 +199,16 @@ INSTANTIATE_TEST_SUITE_P(
                     length32(2) + std::string("n\0", 2) + length32(2) + "x",    // data past the end
                     length32(2) + std::string("n\0", 2) + "\x01",               // half a length
                     std::string("\x02")));
+
+TEST_F(BinaryAppDataPersistenceTest, TwentyBytesThatClaimOneGigabyteAreReadAsNothing) {
+    writeFile(m_file, length32(2) + std::string("n\0", 2) + length32(1000000000) + std::string(10, 'x'));
+    const LargestAllocation largest;
+    EXPECT_EQ("(none)", read("n"));
+    BinaryAppDataPersistence::ParamMap params;
+    EXPECT_TRUE(m_store.readPersistenceFile(params));
+    EXPECT_TRUE(params.empty());
+    EXPECT_LT(largest.size(), 100000u);
+}
 
 TEST_F(BinaryAppDataPersistenceTest, ADamageIsTracedWithItsPlace) {
     writeFile(m_file, record("a", "1") + "x");

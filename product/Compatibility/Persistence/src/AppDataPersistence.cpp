@@ -61,6 +61,13 @@ const char* findFault(const std::string& name, const std::string& value) {
     return nullptr;
 }
 
+/// Traces why a parameter is not stored. @return false
+bool refuse(const std::string& name, const char* fault) {
+    TRACE_FUNCTION("refuse");
+    TRACE_MESSAGE(MSG_ERROR, "Parameter '%s' refused : %s", name.c_str(), fault);
+    return false;
+}
+
 } // namespace
 
 AppDataPersistence::AppDataPersistence(const std::string& scope, const std::string& domain,
@@ -95,6 +102,16 @@ bool AppDataPersistence::readPersistenceFile(t_paramMap& params) const {
 
 bool AppDataPersistence::writePersistenceFile(const t_paramMap& params) const {
     TRACE_METHOD();
+    for (const auto& [name, value] : params) {
+        if (const char* const fault = findFault(name, value)) {
+            return refuse(name, fault);
+        }
+    }
+    return replaceFile(params);
+}
+
+bool AppDataPersistence::replaceFile(const t_paramMap& params) const {
+    TRACE_METHOD();
     std::string content;
     for (const auto& [name, value] : params) {
         content.append(name).append(1, '=').append(value).append(1, '\n');
@@ -104,9 +121,8 @@ bool AppDataPersistence::writePersistenceFile(const t_paramMap& params) const {
 
 bool AppDataPersistence::writeParam(const std::string& name, const std::string& value) {
     TRACE_METHOD();
-    if (const char* fault = findFault(name, value)) {
-        TRACE_MESSAGE(MSG_ERROR, "Parameter '%s' refused : %s", name.c_str(), fault);
-        return false;
+    if (const char* const fault = findFault(name, value)) {
+        return refuse(name, fault);
     }
     return m_file.whileLocked([&] {
         t_paramMap params;
@@ -114,7 +130,7 @@ bool AppDataPersistence::writeParam(const std::string& name, const std::string& 
             return false;
         }
         params[name] = value;
-        return writePersistenceFile(params);
+        return replaceFile(params);
     });
 }
 

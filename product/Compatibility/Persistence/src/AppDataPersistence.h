@@ -32,9 +32,12 @@ public:
     /// Adds the file's parameters to the map. @return false when there is a file and it cannot be read
     bool readPersistenceFile(t_paramMap& params) const;
 
-    /// Replaces the file's content by the map's. @return false when that failed; the old content then stands
+    /// Replaces the file's content by the map's. @return false, with the reason traced, when that failed or
+    /// when a parameter could not be read back (see writeParam); the old content then stands
     bool writePersistenceFile(const t_paramMap& params) const;
 
 private:
+    bool replaceFile(const t_paramMap& params) const;
+
     PersistenceFile m_file;
 };

@@ -7,11 +7,16 @@
 #include "FileSystemManagement.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
+
+/// No store comes near it. A file that claims more (its length costs nothing while it is all holes) is not
+/// read into memory, and none is written.
+const size_t MAX_SIZE = INT_MAX - 1;
 
 std::string withFolder(const std::string& path) {
     if (!FileSystemManagement::existFolder(path)) {
@@ -27,6 +32,10 @@ bool readAll(int descriptor, std::string& content) {
     }
     if (!S_ISREG(status.st_mode)) {
         errno = EINVAL;
+        return false;
+    }
+    if (static_cast<unsigned long long>(status.st_size) > MAX_SIZE) {
+        errno = EFBIG;
         return false;
     }
     size_t length = 0;
@@ -74,7 +83,9 @@ bool PersistenceFile::read(std::string& content) const {
 
 bool PersistenceFile::write(const std::string& content) const {
     TRACE_METHOD();
-    if (FileReplacement::replace(m_path, content)) {
+    if (content.size() > MAX_SIZE) {
+        errno = EFBIG;
+    } else if (FileReplacement::replace(m_path, content)) {
         return true;
     }
     TRACE_MESSAGE(MSG_ERROR, "Cannot write parameter file '%s' : %s", m_path.c_str(), strerror(errno));

@@ -21,13 +21,13 @@ public:
     const std::string& getPath() const { return m_path; }
 
     /// Reads the whole file. A missing file is an empty one.
-    /// @return false, with the reason traced, when there is a file and it cannot be read: who writes then
-    /// would
-    ///         lose what it holds
+    /// @return false, with the reason traced, when there is a file and it cannot be read, or has 2 GB and
+    /// more:
+    ///         who writes then would lose what it holds
     bool read(std::string& content) const;
 
-    /// Replaces the file. @return false, with the reason traced, when that failed; the old content then
-    /// stands.
+    /// Replaces the file. @return false, with the reason traced, when that failed (2 GB and more always do);
+    /// the old content then stands.
     bool write(const std::string& content) const;
 
     /// Runs `action` while this store alone may write the file.

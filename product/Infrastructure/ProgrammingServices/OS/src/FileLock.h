@@ -14,10 +14,10 @@
 class FileLock {
 public:
     /// Waits until nobody else (process or thread) holds the lock of `path`. Where the folder allows no new
-    /// file, the file itself is locked: it is then written in place, so it stays the same file.
+    /// file, the file itself is locked: the one that stands at `path` once the lock is held.
     explicit FileLock(const std::string& path);
 
-    /// False when neither file could be opened; errno then says why.
+    /// False when the lock could not be had; errno then says why.
     bool isHeld() const { return m_file.isOpen(); }
 
 private:

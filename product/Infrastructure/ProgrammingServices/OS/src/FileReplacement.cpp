@@ -101,8 +101,11 @@ FileDescriptor openNewFile(const std::string& path) {
 }
 
 void keepModeAndOwner(int descriptor, const struct stat& old) {
-    if (fchown(descriptor, old.st_uid, old.st_gid) != 0) {
-        errno = 0; // only the superuser may give a file away: the writer owns it from now on
+    // Only the superuser may give a file away; for others the writer owns it from now on. The group can be
+    // kept by its members, for whom the group's part of the mode counts.
+    if (fchown(descriptor, old.st_uid, old.st_gid) != 0 &&
+        fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0) {
+        errno = 0;
     }
     fchmod(descriptor, old.st_mode & 07777);
 }
@@ -137,12 +140,17 @@ bool reserve(int descriptor, off_t size) {
 #else
     const int error = size > 0 ? posix_fallocate(descriptor, 0, size) : 0;
     errno = error;
-    return error == 0 || error == EINVAL || error == EOPNOTSUPP;
+    // EBADF: without the file system's help the C library looks at each block, which a file that may only be
+    // written does not let it do.
+    return error == 0 || error == EINVAL || error == EOPNOTSUPP || error == EBADF;
 #endif
 }
 
 bool writeInPlace(const std::string& path, std::string_view content) {
-    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)); // reserving space may read
+    if (!file.isOpen() && errno == EACCES) {
+        file = FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    }
     struct stat old;
     if (!file.isOpen() || fstat(file.get(), &old) != 0) {
         return false;
@@ -160,6 +168,14 @@ bool writeInPlace(const std::string& path, std::string_view content) {
     }
     return writeAll(file.get(), content) && ftruncate(file.get(), static_cast<off_t>(content.size())) == 0 &&
            flush(file.get());
+}
+
+/// Whether the error says that the folder lets nobody put a new file in the old one's place: it may not be
+/// written, is read-only around a writable file, has no room for the longer name or holds a foreign link
+/// under it, or a file system is mounted on the file.
+bool forbidsNewFile(int error) {
+    return error == EPERM || error == EACCES || error == EROFS || error == EBUSY || error == ELOOP ||
+           error == ENAMETOOLONG;
 }
 
 } // namespace
@@ -180,15 +196,8 @@ bool FileReplacement::replace(const std::string& givenPath, std::string_view con
     }
     const std::string newPath = path + ".new";
     FileDescriptor file = openNewFile(newPath);
-    if (file.isOpen()) {
-        if (writeBeside(path, newPath, std::move(file), exists ? &old : nullptr, content)) {
-            return true;
-        }
-        if (errno != EPERM && errno != EACCES) {
-            return false;
-        }
-    } else if (errno != EPERM && errno != EACCES && errno != ELOOP && errno != ENAMETOOLONG) {
-        return false;
+    if (file.isOpen() && writeBeside(path, newPath, std::move(file), exists ? &old : nullptr, content)) {
+        return true;
     }
-    return writeInPlace(path, content);
+    return forbidsNewFile(errno) && writeInPlace(path, content);
 }

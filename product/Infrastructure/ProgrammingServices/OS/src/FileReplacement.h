@@ -15,9 +15,10 @@ namespace FileReplacement {
 /// new file gets 0666 less the process's mask. A symbolic link is followed: what it points to is replaced.
 /// Other hard links to the file keep the old content.
 ///
-/// Where the folder does not let this process make or rename a file, or the file is not a regular one, the
-/// file is written in place: its space is reserved first, so that a full disk still leaves the old content,
-/// but a process killed during that write leaves a mixture. There is no better way in such a folder.
+/// Where the folder does not let this process make or rename a file (it may not be written, it is read-only
+/// around a writable file, the file is a mount point), or the file is not a regular one, the file is written
+/// in place: its space is reserved first, so that a full disk still leaves the old content, but a process
+/// killed during that write leaves a mixture. There is no better way in such a folder.
 ///
 /// @param path     the file; its folder must exist
 /// @param content  the bytes to store, any values

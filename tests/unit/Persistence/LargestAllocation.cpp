@@ -1,0 +1,39 @@
+#include "LargestAllocation.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <memory>
+#include <new>
+
+static std::atomic<std::size_t> largest{0};
+
+// The compiler cannot see that these belong together.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size) {
+    largest = std::max(largest.load(), size);
+    if (void* const memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+LargestAllocation::LargestAllocation() {
+    largest = 0;
+}
+
+std::size_t LargestAllocation::size() const {
+    return largest;
+}
+
+TEST(LargestAllocationTest, SeesTheBufferOfABlock) {
+    const LargestAllocation allocation;
+    const std::unique_ptr<char[]> block(new char[123456]);
+    EXPECT_GE(allocation.size(), 123456u);
+}
