@@ -7,7 +7,9 @@
 #include "TraceCapture.h"
 
 #include <climits>
+#include <csignal>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using testing::ContainsRegex;
@@ -80,6 +82,44 @@ TEST(DictionarySave, ReplacesAFile) {
     writeFile(folder / "list", std::string(10000, 'x'));
     example().saveToFile(folder / "list");
     EXPECT_EQ(readFile(folder / "list"), std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+}
+
+TEST(DictionarySave, ReplacesTheFileAsAWholeForWhoReadsItMeanwhile) {
+    const TemporaryFolder folder;
+    writeFile(folder / "list", "before");
+    ASSERT_EQ(chmod((folder / "list").c_str(), 0640), 0);
+    std::ifstream reader(folder / "list");
+    ASSERT_TRUE(reader);
+    example().saveToFile(folder / "list");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), std::istreambuf_iterator<char>()),
+              "before");
+    struct stat status = {};
+    ASSERT_EQ(stat((folder / "list").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_NE(access((folder / "list.new").c_str(), F_OK), 0);
+}
+
+TEST(DictionarySave, FollowsALink) {
+    const TemporaryFolder folder;
+    writeFile(folder / "real", "before");
+    ASSERT_EQ(symlink("real", (folder / "list").c_str()), 0);
+    example().saveToFile(folder / "list");
+    EXPECT_EQ(readFile(folder / "real"), std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+}
+
+TEST(DictionarySave, LeavesTheOldFileWholeWhereTheNewOneFindsNoRoom) {
+    const TemporaryFolder folder;
+    writeFile(folder / "list", "before");
+    EXPECT_TRUE(inAnotherProcess([&] {
+        signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit = {4096, 4096}; // of any file of this process
+        setrlimit(RLIMIT_FSIZE, &limit);
+        Dictionary dictionary;
+        dictionary.addValue("a", std::string(100000, 'x').c_str());
+        dictionary.saveToFile(folder / "list");
+        return true;
+    }));
+    EXPECT_EQ(readFile(folder / "list"), "before");
 }
 
 // Deliberate: the caller learns nothing.

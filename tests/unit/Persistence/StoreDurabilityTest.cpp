@@ -2,6 +2,7 @@
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
+#include "Dictionary.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 
@@ -15,7 +16,7 @@ const int KILLS = 500;
 const int WRITERS = 4;
 const int WRITES = 1000;
 
-/// The two kinds of stores, behind one face.
+/// The two kinds of stores, and saved dictionaries, behind one face.
 struct TextStore {
     AppDataPersistence store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
     static constexpr const char* FILE = "Domain.dat";
@@ -24,6 +25,7 @@ struct TextStore {
     static std::string line(const std::string& name, const std::string& value) {
         return name + "=" + value + "\n";
     }
+    static std::string file(const std::string& lines) { return lines; }
 };
 
 struct BinaryStore {
@@ -34,6 +36,28 @@ struct BinaryStore {
         return store.writeUnformattedParam(name, value.data(), static_cast<int>(value.size()));
     }
     static std::string line(const std::string& name, const std::string& value) { return record(name, value); }
+    static std::string file(const std::string& lines) { return lines; }
+};
+
+struct SavedDictionary {
+    const std::string path =
+        AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    static constexpr const char* FILE = "Domain.dat";
+
+    bool write(const std::string& name, const std::string& value) {
+        Dictionary dictionary;
+        dictionary.addValue("kept", "k");
+        dictionary.addValue(name, value);
+        dictionary.saveToFile(path);
+        return true;
+    }
+    static std::string line(const std::string& name, const std::string& value) {
+        return "\t<key>" + name + "</key>\n\t<string>" + value + "</string>\n";
+    }
+    static std::string file(const std::string& lines) {
+        return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n" + lines +
+               "</dict>\n</plist>";
+    }
 };
 
 template <typename Store>
@@ -63,13 +87,17 @@ protected:
     }
 };
 
-using Stores = testing::Types<TextStore, BinaryStore>;
-TYPED_TEST_SUITE(StoreDurabilityTest, Stores);
+template <typename Store>
+class KilledWriterTest : public StoreDurabilityTest<Store> {};
 
-TYPED_TEST(StoreDurabilityTest, AKillLeavesTheOldOrTheNewFileWhole) {
+using Written = testing::Types<TextStore, BinaryStore, SavedDictionary>;
+TYPED_TEST_SUITE(KilledWriterTest, Written);
+
+TYPED_TEST(KilledWriterTest, AKillLeavesTheOldOrTheNewFileWhole) {
     const std::string values[] = {std::string(20000, 'o'), std::string(30000, 'n')};
-    const std::string before = TypeParam::line("changing", values[0]) + TypeParam::line("kept", "k");
-    const std::string after = TypeParam::line("changing", values[1]) + TypeParam::line("kept", "k");
+    const std::string kept = TypeParam::line("kept", "k");
+    const std::string before = TypeParam::file(TypeParam::line("changing", values[0]) + kept);
+    const std::string after = TypeParam::file(TypeParam::line("changing", values[1]) + kept);
     TypeParam().write("kept", "k");
 
     std::mt19937 random(1); // the moments differ in every run, but not because of this
@@ -90,6 +118,9 @@ TYPED_TEST(StoreDurabilityTest, AKillLeavesTheOldOrTheNewFileWhole) {
     EXPECT_GT(seen[1], 0);
     EXPECT_TRUE(TypeParam().write("changing", "done")) << "a killed writer must not leave its lock behind";
 }
+
+using Stores = testing::Types<TextStore, BinaryStore>;
+TYPED_TEST_SUITE(StoreDurabilityTest, Stores);
 
 TYPED_TEST(StoreDurabilityTest, ProcessesThatWriteAtTheSameTimeLoseNothing) {
     std::vector<pid_t> writers;
