@@ -3,6 +3,7 @@
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "WrappedCalls.h"
 
 #include <atomic>
 #include <csignal>
@@ -16,6 +17,9 @@ namespace {
 
 class FileReplacementTest : public testing::Test {
 protected:
+    FileReplacementTest() { WrappedCalls::reset(); }
+    ~FileReplacementTest() override { WrappedCalls::reset(); }
+
     mode_t modeOf(const std::string& path) {
         struct stat status;
         return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
@@ -50,6 +54,29 @@ TEST_F(FileReplacementTest, StoresAnEmptyContent) {
     writeFile(m_file, "old");
     EXPECT_TRUE(FileReplacement::replace(m_file, ""));
     EXPECT_EQ("", readFile(m_file));
+}
+
+TEST_F(FileReplacementTest, IsFlushedBeforeItIsRenamedAndThenTheFolderIs) {
+    writeFile(m_file, "old");
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+    const std::vector<std::string> expected = {
+        "flush " + m_file + ".new", "rename " + m_file + ".new " + m_file, "flush " + m_folder.path()};
+    EXPECT_EQ(expected, WrappedCalls::flushesAndRenames());
+}
+
+TEST_F(FileReplacementTest, WhatCannotBeFlushedDoesNotReplaceTheFile) {
+    writeFile(m_file, "old");
+    WrappedCalls::get().unflushable = m_file + ".new";
+    EXPECT_FALSE(FileReplacement::replace(m_file, "new"));
+    EXPECT_EQ(EIO, errno);
+    EXPECT_EQ("old", readFile(m_file));
+    EXPECT_FALSE(exists(m_file + ".new"));
+}
+
+TEST_F(FileReplacementTest, AFolderThatCannotBeFlushedTakesNothingBack) {
+    WrappedCalls::get().unflushable = m_folder.path();
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+    EXPECT_EQ("new", readFile(m_file));
 }
 
 TEST_F(FileReplacementTest, KeepsTheFilesMode) {
@@ -150,8 +177,10 @@ TEST_F(FileReplacementTest, WritesInPlaceWhereTheFolderAllowsNoNewFile) {
     writeFile(m_file, "old and longer");
     chmod(m_file.c_str(), 0666);
     chmod(m_folder.path().c_str(), 0555);
-    EXPECT_TRUE(
-        asOrdinaryUser(m_folder.path(), [] { return FileReplacement::replace("parameters.dat", "new"); }));
+    EXPECT_TRUE(asOrdinaryUser(m_folder.path(), [this] {
+        return FileReplacement::replace("parameters.dat", "new") &&
+               WrappedCalls::flushesAndRenames() == std::vector<std::string>{"flush " + m_file};
+    }));
     EXPECT_EQ("new", readFile(m_file));
     chmod(m_folder.path().c_str(), 0755);
 }

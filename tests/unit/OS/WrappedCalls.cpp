@@ -2,11 +2,13 @@
 
 #include <CoreServices/CoreServices.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <dirent.h>
 #include <mutex>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +21,7 @@ struct Records {
     std::vector<unsigned> executablePathSizes;
     std::vector<int> foldersAskedFor;
     unsigned folderPathSize = 0;
+    std::vector<std::string> flushesAndRenames;
     std::vector<std::string> violations;
 };
 
@@ -73,11 +76,34 @@ std::vector<int> WrappedCalls::foldersAskedFor() {
 unsigned WrappedCalls::folderPathSize() {
     return recorded(&Records::folderPathSize);
 }
+std::vector<std::string> WrappedCalls::flushesAndRenames() {
+    return recorded(&Records::flushesAndRenames);
+}
 std::vector<std::string> WrappedCalls::violations() {
     return recorded(&Records::violations);
 }
 
 extern "C" {
+
+int __real_fsync(int);
+int __wrap_fsync(int descriptor) {
+    char path[4096];
+    const ssize_t length =
+        readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof(path));
+    const std::string file(path, static_cast<size_t>(length < 0 ? 0 : length));
+    record([&](Records& r) { r.flushesAndRenames.push_back("flush " + file); });
+    if (!file.empty() && file == WrappedCalls::get().unflushable) {
+        errno = EIO;
+        return -1;
+    }
+    return __real_fsync(descriptor);
+}
+
+int __real_rename(const char*, const char*);
+int __wrap_rename(const char* from, const char* to) {
+    record([&](Records& r) { r.flushesAndRenames.push_back(std::string("rename ") + from + " " + to); });
+    return __real_rename(from, to);
+}
 
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 int __wrap_pthread_create(pthread_t* handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg) {

@@ -17,6 +17,9 @@ struct WrappedCalls {
     bool sleepAtOnce = false;
     bool entryTypesHidden = false; // of readdir: as on file systems that do not tell them
 
+    // fsync of the descriptor whose file has this path: fails with EIO. Empty means none.
+    std::string unflushable;
+
     // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.
     std::string executablePath;
     bool executablePathFails = false;
@@ -40,6 +43,7 @@ struct WrappedCalls {
     static std::vector<unsigned> executablePathSizes();
     static std::vector<int> foldersAskedFor(); // domain, folder type, create flag of each call in turn
     static unsigned folderPathSize();
+    static std::vector<std::string> flushesAndRenames(); // "flush PATH" and "rename PATH PATH", in turn
 
     /// Contract violations, as "kind|condition|file|line".
     static std::vector<std::string> violations();
