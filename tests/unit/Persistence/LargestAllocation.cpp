@@ -9,7 +9,8 @@
 
 static std::atomic<std::size_t> largest{0};
 
-// The compiler cannot see that these belong together.
+// The compiler cannot see that these belong together. Those for arrays are replaced, too: a sanitizer's own
+// would not come by.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(std::size_t size) {
     largest = std::max(largest.load(), size);
@@ -17,10 +18,19 @@ void* operator new(std::size_t size) {
         return memory;
     throw std::bad_alloc();
 }
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
