@@ -123,6 +123,12 @@ TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
     }
 }
 
+TEST_F(AppDataPersistenceTest, ARefusedNameOfTenMegabytesIsTracedWithoutHarm) {
+    const TraceCapture trace;
+    EXPECT_FALSE(m_store.writeParam(std::string(10000000, 'n') + "=", "v"));
+    EXPECT_FALSE(trace.text().empty());
+}
+
 TEST_F(AppDataPersistenceTest, AMapWithAParameterThatCouldNotBeReadBackIsRefusedWhole) {
     m_store.writeParam("a", "1");
     const TraceCapture trace;

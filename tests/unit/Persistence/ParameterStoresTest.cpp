@@ -90,10 +90,13 @@ TEST_F(ParameterStoresTest, TwoRequestsForADomainReturnTheSameStores) {
 
 TEST_F(ParameterStoresTest, AStoreKeepsTheScopeThatItWasMadeWith) {
     m_data.writeParam("a", "1");
+    m_data.writeUnformattedParamForAllUsers("a", "1", 1);
     AppData::setGlobalScope("Other");
     m_data.writeParam("b", "2");
+    m_data.writeUnformattedParamForAllUsers("b", "2", 1);
     AppData::setGlobalScope("Zevo");
     EXPECT_EQ("a=1\nb=2\n", readFile(userFile(m_domain + ".dat")));
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(machineFile(m_domain + "_binary.dat")));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "PersistenceManager.h"
 
+#include "BinaryAppDataPersistence.h"
 #include "BinaryPersistenceManager.h"
 #include "KFExceptionHandler.h"
 #include "OtherProcess.h"
@@ -68,6 +69,54 @@ TEST_F(PersistenceManagerTest, AnEmptyNameOfABlockBreaksTheContract) {
     EXPECT_NE(std::string::npos,
               reportOf([&] { delete[] manager.readUnformattedParam("", size); }).find(expected));
     EXPECT_NE(std::string::npos, reportOf([&] { manager.writeUnformattedParam("", "v", 1); }).find(expected));
+}
+
+TEST_F(PersistenceManagerTest, TheCallsOfTheTextStoreAreTraced) {
+    const TraceCapture trace;
+    {
+        PersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+        std::string value;
+        manager.writeParam("a", "1");
+        manager.readParam("a", value);
+        manager.eraseAllParams();
+    }
+    for (const char* call :
+         {"  PersistenceManager::buildPersistence\n", "PersistenceManager::constructor\n",
+          "  AppDataPersistence::constructor\n", "PersistenceManager::writeParam\n",
+          "  AppDataPersistence::writeParam\n", "  AppDataPersistence::readPersistenceFile\n",
+          "PersistenceManager::readParam\n", "  AppDataPersistence::readParam\n",
+          "PersistenceManager::eraseAllParams\n", "  AppDataPersistence::eraseAllParams\n",
+          "  AppDataPersistence::writePersistenceFile\n", "  AppDataPersistence::destructor\n",
+          "PersistenceManager::destructor\n"}) {
+        EXPECT_NE(std::string::npos, trace.text().find(call)) << call;
+    }
+}
+
+TEST_F(PersistenceManagerTest, TheCallsOfTheBinaryStoreAreTraced) {
+    const TraceCapture trace;
+    {
+        BinaryPersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+        int size = 0;
+        manager.writeUnformattedParam("a", "1", 1);
+        manager.writeUnformattedParam("b", "2", 1);
+        const std::unique_ptr<char[]> data(manager.readUnformattedParam("a", size));
+        manager.eraseAllParams();
+        BinaryAppDataPersistence::ParamMap params;
+        BinaryAppDataPersistence("Zevo", "Domain", PERSISTENCE_CURRENT_USER).readPersistenceFile(params);
+    }
+    for (const char* call :
+         {"  BinaryPersistenceManager::buildPersistence\n", "BinaryPersistenceManager::constructor\n",
+          "  BinaryAppDataPersistence::constructor\n", "BinaryPersistenceManager::writeUnformattedParam\n",
+          "  BinaryAppDataPersistence::writeUnformattedParam\n", "t_Param::constructor\n",
+          "t_Param::copyconstructor\n", "t_Param::operator=\n", "t_Param::marshall\n",
+          "t_Param::destructor\n", "BinaryPersistenceManager::readUnformattedParam\n",
+          "  BinaryAppDataPersistence::readUnformattedParam\n", "BinaryPersistenceManager::eraseAllParams\n",
+          "  BinaryAppDataPersistence::eraseAllParams\n",
+          "  BinaryAppDataPersistence::writePersistenceFile\n",
+          "BinaryAppDataPersistence::readPersistenceFile\n", "  BinaryAppDataPersistence::destructor\n",
+          "BinaryPersistenceManager::destructor\n"}) {
+        EXPECT_NE(std::string::npos, trace.text().find(call)) << call;
+    }
 }
 
 } // namespace

@@ -7,13 +7,14 @@
 static const char KF_SOURCE[] = "product/Compatibility/Persistence/src/BinaryPersistenceManager";
 
 BinaryPersistenceManager::BinaryPersistenceManager(const std::string& scope, const std::string& domain,
-                                                   t_PersistenceMode mode)
-    : m_persistenceObject(buildPersistence(scope, domain, mode)) {
+                                                   t_PersistenceMode mode) {
     TRACE_CONSTRUCTOR("BinaryPersistenceManager");
+    m_persistenceObject = buildPersistence(scope, domain, mode);
 }
 
 BinaryPersistenceManager::~BinaryPersistenceManager() {
     TRACE_DESTRUCTOR("BinaryPersistenceManager");
+    m_persistenceObject.reset(); // here, so that the trace shows it as part of this call
 }
 
 std::unique_ptr<BinaryPersistence> BinaryPersistenceManager::buildPersistence(const std::string& scope,

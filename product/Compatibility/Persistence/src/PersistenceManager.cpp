@@ -7,13 +7,14 @@
 static const char KF_SOURCE[] = "product/Compatibility/Persistence/src/PersistenceManager";
 
 PersistenceManager::PersistenceManager(const std::string& scope, const std::string& domain,
-                                       t_PersistenceMode mode)
-    : m_persistenceObject(buildPersistence(scope, domain, mode)) {
+                                       t_PersistenceMode mode) {
     TRACE_CONSTRUCTOR("PersistenceManager");
+    m_persistenceObject = buildPersistence(scope, domain, mode);
 }
 
 PersistenceManager::~PersistenceManager() {
     TRACE_DESTRUCTOR("PersistenceManager");
+    m_persistenceObject.reset(); // here, so that the trace shows it as part of this call
 }
 
 std::unique_ptr<StringPersistence> PersistenceManager::buildPersistence(const std::string& scope,
