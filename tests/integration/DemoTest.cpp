@@ -84,6 +84,7 @@ TEST_F(Demo, TellsTheWholeJobAndLeavesNothing) {
           "The end of the trace, ", "The log, ", "ID card :\n", "Unplugging the modem.\n", "leave.\n",
           "has ended with status 0.\n"})
         EXPECT_THAT(m_output.text(), HasSubstr(text));
+    EXPECT_LT(m_output.text().find("Started: "), m_output.text().find("It runs already"));
 }
 
 TEST_F(Demo, EndsAtCtrlCAndLeavesNothing) {

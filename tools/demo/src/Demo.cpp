@@ -149,8 +149,8 @@ void Demo::tellNews() {
         tellTraceLine(line);
     for (std::string line; m_complaints.nextLine(line);)
         m_narrator.say("The launcher says: " + line);
-    tellStarts(Bundle::mainApplication);
-    tellStarts(Bundle::notifier);
+    for (const Bundle bundle : {Bundle::mainApplication, Bundle::notifier})
+        tellStarts(bundle);
 }
 
 void Demo::tellTraceLine(const std::string& line) {
@@ -163,7 +163,7 @@ void Demo::tellTraceLine(const std::string& line) {
     if (!removal.empty())
         m_narrator.sayOnce("The launcher sees " + removal.substr(0, removal.size() - 1) + " leave.");
     if (!running.empty())
-        m_narrator.sayOnce("It runs already and is not started again: " + running);
+        m_foundRunning.insert(running);
     if (!failure.empty())
         m_narrator.sayOnce("Trouble in the trace: " + line);
 }
@@ -178,6 +178,9 @@ void Demo::tellStarts(Bundle bundle) {
         m_narrator.say(std::string(isHidden ? "Started hidden: " : "Started: ") +
                        SampleMachine::pathOf(bundle) + " (process " + std::to_string(start.pid()) + ")");
     }
+    // The launcher may have found it running before it could tell of its start itself.
+    if (!m_machine.startsOf(bundle).empty() && m_foundRunning.erase(SampleMachine::pathOf(bundle)) != 0)
+        m_narrator.sayOnce("It runs already and is not started again: " + SampleMachine::pathOf(bundle));
 }
 
 bool Demo::bothRun() const {

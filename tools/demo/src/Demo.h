@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <set>
+#include <string>
 
 namespace Zevo {
 
@@ -52,6 +53,7 @@ private:
     TextFollower m_trace;
     TextFollower m_complaints; // its standard error
     std::set<pid_t> m_toldStarts;
+    std::set<std::string> m_foundRunning; // bundles, not told of yet
     std::unique_ptr<LauncherProcess> m_launcher;
 };
 
