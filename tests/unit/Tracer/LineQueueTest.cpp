@@ -1,6 +1,23 @@
 #include "LineQueue.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+/// Appends all waiting lines to a text; returns how many they were.
+std::size_t writeAll(LineQueue& queue, std::string& written) {
+    std::size_t completed = 0;
+    while (!queue.empty()) {
+        const std::string_view front = queue.front(queue.size());
+        written += front;
+        completed += queue.consume(front.size());
+    }
+    return completed;
+}
+
+} // namespace
 
 TEST(LineQueue, KeepsTheOrderOfTheLines) {
     LineQueue queue;
@@ -71,9 +88,92 @@ TEST(LineQueue, MixedPushesAndPartialWritesLoseNothing) {
             completed += queue.consume(taken);
         }
     }
-    const std::string rest(queue.front(queue.size()));
-    completed += queue.consume(rest.size());
-    EXPECT_EQ(written + rest, pushed);
+    completed += writeAll(queue, written);
+    EXPECT_EQ(written, pushed);
     EXPECT_EQ(completed, 5000U);
     EXPECT_TRUE(queue.empty());
+}
+
+TEST(LineQueue, ALineStaysWholeWhereverItsMemoryEnds) {
+    LineQueue queue;
+    std::string pushed;
+    for (int i = 0; i < 100000; ++i) {
+        const std::string line =
+            std::string(static_cast<std::size_t>(i % 61), 'x') + std::to_string(i) + "\n";
+        queue.push(line);
+        pushed += line;
+    }
+    std::string written;
+    for (std::size_t waiting = queue.size(); waiting > 0; waiting = queue.size()) {
+        const std::string front(queue.front(7));
+        ASSERT_EQ(front.back(), '\n');
+        written += front;
+        ASSERT_GT(queue.consume(front.size()), 0U);
+    }
+    EXPECT_EQ(written, pushed);
+}
+
+TEST(LineQueue, ALongLineIsWhole) {
+    LineQueue queue;
+    const std::string longLine = std::string(3000000, 'l') + "\n";
+    const std::string middle(65536, 'm');
+    queue.push(longLine);
+    queue.push("one\n");
+    queue.push(middle);
+    queue.push(longLine);
+    std::string written;
+    EXPECT_EQ(writeAll(queue, written), 4U);
+    EXPECT_TRUE(written == longLine + "one\n" + middle + longLine);
+}
+
+TEST(LineQueue, ALineIsPutTogetherInItsPlace) {
+    LineQueue queue;
+    char* const line = queue.beginLine(10);
+    line[0] = 'a';
+    line[1] = '\n';
+    EXPECT_EQ(queue.lineInProgress(line + 2), "a\n");
+    EXPECT_TRUE(queue.empty());
+    queue.endLine(line + 2);
+    EXPECT_EQ(queue.size(), 1U);
+    EXPECT_EQ(queue.front(1), "a\n");
+}
+
+TEST(LineQueue, ALineThatWasBegunAndNotEndedIsForgotten) {
+    LineQueue queue;
+    queue.push("one\n");
+    std::memcpy(queue.beginLine(10), "forgotten", 9);
+    queue.push("two\n");
+    EXPECT_EQ(queue.front(9), "one\ntwo\n");
+}
+
+TEST(LineQueue, MemoryOfABurstIsKeptForTheNextOneAndGivenBackWhenNoneCame) {
+    LineQueue queue;
+    const std::string line(99, 'x');
+    const auto burst = [&](int lines) {
+        for (int i = 0; i < lines; ++i)
+            queue.push(line);
+        std::string written;
+        writeAll(queue, written);
+        queue.trim();
+    };
+    burst(100);
+    const std::size_t little = queue.bytes();
+    burst(200000);
+    const std::size_t much = queue.bytes();
+    EXPECT_GT(much, 200000U * line.size());
+    burst(200000);
+    EXPECT_GT(queue.bytes(), 200000U * line.size());
+    EXPECT_LE(queue.bytes(), much);
+    for (int drain = 0; drain < 10; ++drain)
+        burst(1);
+    EXPECT_LE(queue.bytes(), little);
+}
+
+TEST(LineQueue, AWaitingLineTakesItsBytesAndFewMore) {
+    LineQueue queue;
+    const std::string line(77, 'x');
+    constexpr std::size_t lines = 1000000;
+    for (std::size_t i = 0; i < lines; ++i)
+        queue.push(line);
+    EXPECT_LE(queue.bytes(), lines * (line.size() + 8));
 }

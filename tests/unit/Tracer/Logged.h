@@ -17,7 +17,7 @@ protected:
     std::string log(int index = 0) const {
         return access(path(index).c_str(), F_OK) == 0 ? readFile(path(index)) : "(none)";
     }
-    FileRing logRing() {
+    const FileRing& logRing() {
         const KFLock lock(m_logger.getLock());
         return m_logger.getFileRing();
     }

@@ -11,9 +11,7 @@ std::string text(const char* format, ...) {
     va_start(arguments, format);
     const MessageText message(format, arguments);
     va_end(arguments);
-    std::string line;
-    message.appendTo(line);
-    return line;
+    return std::string(message.view());
 }
 
 std::string numbered(std::size_t length) {

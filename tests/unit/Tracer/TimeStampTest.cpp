@@ -6,6 +6,13 @@
 
 namespace {
 
+std::string stampOf(TimeStamp& stamp) {
+    char text[TimeStamp::LENGTH];
+    LineWriter line(text);
+    stamp.putNow(line);
+    return {text, static_cast<std::size_t>(line.end() - text)};
+}
+
 long long nowInMilliseconds() {
     timeval now;
     gettimeofday(&now, nullptr);
@@ -34,12 +41,11 @@ long long sinceMidnight(long long milliseconds) {
 
 TEST(TimeStamp, IsTheLocalTimeWithMilliseconds) {
     TimeStamp stamp;
-    std::string line = "x";
     const long long before = nowInMilliseconds();
-    stamp.appendNow(line);
+    const std::string text = stampOf(stamp);
     const long long after = nowInMilliseconds();
-    ASSERT_EQ(line.size(), 15U) << line;
-    const long long shown = stampInMilliseconds(line.substr(1));
+    ASSERT_EQ(text.size(), 14U) << text;
+    const long long shown = stampInMilliseconds(text);
     constexpr long long day = 24LL * 60 * 60 * 1000;
     const long long passed = (shown - sinceMidnight(before) + day) % day;
     EXPECT_LE(passed, after - before);
@@ -47,14 +53,11 @@ TEST(TimeStamp, IsTheLocalTimeWithMilliseconds) {
 
 TEST(TimeStamp, GoesOnWhenTheSecondChanges) {
     TimeStamp stamp;
-    std::string previous;
-    stamp.appendNow(previous);
+    const std::string previous = stampOf(stamp);
     std::string next = previous;
     const long long deadline = nowInMilliseconds() + 5000;
-    while (next.substr(0, 10) == previous.substr(0, 10) && nowInMilliseconds() < deadline) {
-        next.clear();
-        stamp.appendNow(next);
-    }
+    while (next.substr(0, 10) == previous.substr(0, 10) && nowInMilliseconds() < deadline)
+        next = stampOf(stamp);
     constexpr long long day = 24LL * 60 * 60 * 1000;
     const long long passed = (stampInMilliseconds(next) - stampInMilliseconds(previous) + day) % day;
     EXPECT_GT(passed, 0);

@@ -57,7 +57,7 @@ protected:
         return access(path.c_str(), F_OK) == 0 ? readFile(path) : "(none)";
     }
     std::vector<std::string> lines() const { return withoutThreadColumns(file()); }
-    FileRing ring() {
+    const FileRing& ring() {
         const KFLock lock(m_tracer.getLock());
         return m_tracer.getFileRing();
     }

@@ -4,6 +4,8 @@
 #include "Traced.h"
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -237,6 +239,81 @@ TEST_F(TracerCore, StacksOfAllThreadsArePrinted) {
     EXPECT_NE(text.find("[OTHER          ]    [1] crashing\n"), std::string::npos) << text;
     const std::vector<std::string> all = linesOf(text);
     EXPECT_EQ(std::count(all.begin(), all.end(), "-------------- CALLSTACK --------------\n"), 2);
+}
+
+TEST_F(TracerCore, RefusedThreadIsTracedOnceTheFiltersPermitIt) {
+    traceEverything();
+    std::thread([&] {
+        Tracer strict;
+        strict.setEnabled(true);
+        strict.setDirectWrite(true);
+        strict.TraceTheCall("*");
+        strict.SetFileName(m_folder / "strict");
+        Tracer::SetInstance(&strict);
+        const auto call = [] { TRACE_FUNCTION("a"); };
+        call();
+        call();
+        strict.TraceTheThread("th_*");
+        call();
+        Tracer::SetInstance(&m_tracer);
+    }).join();
+    EXPECT_THAT(withoutThreadColumns(readFile(m_folder / "strict_0.txt")), ElementsAre("a\n"));
+}
+
+namespace {
+
+/// Makes a call twice, the second time while another thread has the tracer's lock. It never comes back if
+/// that call waits for the lock.
+void callAgainWhileLocked(Tracer& tracer, const std::function<void()>& call) {
+    std::atomic<bool> called{false};
+    std::atomic<bool> locked{false};
+    std::thread caller([&] {
+        call();
+        called = true;
+        while (!locked)
+            std::this_thread::yield();
+        call();
+    });
+    while (!called)
+        std::this_thread::yield();
+    const KFLock lock(tracer.getLock());
+    locked = true;
+    caller.join();
+}
+
+} // namespace
+
+TEST_F(TracerCore, HiddenCallDoesNotWaitForTheLock) {
+    traceEverything();
+    m_tracer.TraceTheCall("-hidden");
+    callAgainWhileLocked(m_tracer, [] { TRACE_FUNCTION("hidden"); });
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(TracerCore, CallOfARefusedThreadDoesNotWaitForTheLock) {
+    m_tracer.setEnabled(true);
+    m_tracer.TraceTheCall("*");
+    m_tracer.SetFileName("trace");
+    callAgainWhileLocked(m_tracer, [] { TRACE_FUNCTION("a"); });
+    m_tracer.FinishTracing();
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(TracerCore, StacksMayBeVeryDeep) {
+    traceEverything();
+    m_tracer.TraceTheCall("-hidden");
+    m_tracer.BeginningOfThread("MAIN");
+    std::vector<std::unique_ptr<CallMarker>> markers;
+    for (int i = 0; i < 1000; ++i)
+        markers.push_back(std::make_unique<CallMarker>(i % 2 == 0 ? "hidden" : "shown"));
+    m_tracer.PrintStacks();
+    const std::string text = file();
+    EXPECT_NE(text.find("    [1000] shown\n"), std::string::npos);
+    EXPECT_NE(text.find("    [1] hidden\n"), std::string::npos);
+    while (!markers.empty())
+        markers.pop_back();
+    { TRACE_FUNCTION("after"); }
+    EXPECT_EQ(withoutThreadColumns(file()).back(), "after\n");
 }
 
 // ---- objects

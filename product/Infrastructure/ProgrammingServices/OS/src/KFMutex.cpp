@@ -1,6 +1,6 @@
 #include "KFMutex.h"
 
-static const int SPINS = 20;
+static const int LONGEST_WAIT = 64; // pauses of the processor, some 20 nanoseconds each
 
 // Tells the processor that this thread only waits.
 static inline void relax() {
@@ -26,21 +26,14 @@ KFMutex::~KFMutex() {
 }
 
 // Who holds one of the framework's locks gives it back within a fraction of a microsecond, so a short wait is
-// mostly enough, and saves both threads their way through the kernel.
-int KFMutex::acquire() {
-    for (int i = 0; i < SPINS; ++i) {
-        if (pthread_mutex_trylock(&m_mutex) == 0) {
+// mostly enough, and saves both threads their way through the kernel. It looks ever more seldom, since each
+// look takes the mutex's memory from the processor whose thread is about to give it back.
+int KFMutex::acquireContended() {
+    for (int pauses = 1; pauses <= LONGEST_WAIT; pauses *= 2) {
+        for (int i = 0; i < pauses; ++i)
+            relax();
+        if (pthread_mutex_trylock(&m_mutex) == 0)
             return 0;
-        }
-        relax();
     }
     return pthread_mutex_lock(&m_mutex);
-}
-
-bool KFMutex::tryacquire() {
-    return pthread_mutex_trylock(&m_mutex) == 0;
-}
-
-int KFMutex::release() {
-    return pthread_mutex_unlock(&m_mutex);
 }

@@ -21,16 +21,18 @@ public:
     KFMutex& operator=(const KFMutex&) = delete;
 
     /// Blocks until the mutex is free, and takes it. Returns pthread_mutex_lock's result (0: taken).
-    int acquire() KF_ACQUIRE();
+    int acquire() KF_ACQUIRE() { return pthread_mutex_trylock(&m_mutex) == 0 ? 0 : acquireContended(); }
     /// Takes the mutex if that is possible at once; never blocks.
-    bool tryacquire() KF_TRY_ACQUIRE(true);
+    bool tryacquire() KF_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
     /// Gives the mutex back. Returns pthread_mutex_unlock's result (0: released).
-    int release() KF_RELEASE();
+    int release() KF_RELEASE() { return pthread_mutex_unlock(&m_mutex); }
 
     /// The POSIX mutex, borrowed for as long as this object lives.
     pthread_mutex_t* getHandle() { return &m_mutex; }
 
 private:
+    int acquireContended();
+
     pthread_mutexattr_t m_mutexAttr;
     pthread_mutex_t m_mutex;
 };

@@ -138,11 +138,12 @@ FileRing::Drain FileRing::drain() {
                 return Drain::Interrupted;
         }
     }
+    m_queue.trim();
     return Drain::Done;
 }
 
-// Writes what fits into this file, at least one line, with one system call. Lines leave the queue only as far
-// as they were written, so that a full disk loses none.
+// Writes what fits into this file, at least one line, a chunk of the queue with each system call. Lines leave
+// the queue only as far as they were written, so that a full disk loses none.
 bool FileRing::writeLines(std::FILE* file) {
     const std::int32_t room = m_lineCount < m_maximumLinesPerFile ? m_maximumLinesPerFile - m_lineCount : 1;
     const std::string_view lines = m_queue.front(static_cast<std::size_t>(room));

@@ -54,6 +54,14 @@ public:
     /// Routes one finished line, which brings its "\n". On the console an empty line follows it. Returns true
     /// when the line was queued.
     bool put(std::string_view line);
+    /// The same for a line that is put together in its place: at most `room` bytes, none of them NUL.
+    char* beginLine(std::size_t room) { return m_queue.beginLine(room); }
+    bool endLine(const char* end) {
+        if (m_output != Output::File)
+            return put(m_queue.lineInProgress(end));
+        m_queue.endLine(end);
+        return true;
+    }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
 

@@ -14,6 +14,8 @@ static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Trac
 
 namespace {
 
+constexpr std::size_t TAG_LENGTH = 10;
+
 std::string_view tagOf(LoggerMsgType type) {
     switch (type) {
     case MSG_DEBUG:
@@ -138,28 +140,34 @@ void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
     va_end(arguments);
 
     const KFLock lock(m_lock);
-    m_line.clear();
+    m_line = LineWriter(m_ring.beginLine(TimeStamp::LENGTH + TAG_LENGTH + text.view().size() + 1));
     PrintTime();
     PrintMsgType(type);
-    text.appendTo(m_line);
-    m_line += '\n';
-    PrintString(m_line);
+    m_line.put(text.view());
+    m_line.put('\n');
+    if (m_ring.endLine(m_line.end()))
+        WriteIfDirect();
 }
 
 void Logger::PrintString(const std::string& msg) {
     KF_REQUIRE(!(msg.empty()), 242);
     const KFLock lock(m_lock);
-    if (m_ring.put(msg) && m_directWrite)
+    if (m_ring.put(msg))
+        WriteIfDirect();
+}
+
+void Logger::WriteIfDirect() {
+    if (m_directWrite)
         WriteOnFile();
 }
 
 void Logger::PrintMsgType(LoggerMsgType type) {
-    m_line += tagOf(type);
+    m_line.put(tagOf(type));
 }
 
 void Logger::PrintTime() {
     if (m_printTime)
-        m_timeStamp.appendNow(m_line);
+        m_timeStamp.putNow(m_line);
 }
 
 void Logger::WriteOnFile() {

@@ -2,6 +2,7 @@
 
 #include "FileRing.h"
 #include "KFMutex.h"
+#include "LineWriter.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
 #include "TimeStamp.h"
@@ -114,6 +115,8 @@ public:
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
 
 private:
+    void WriteIfDirect() KF_REQUIRES(m_lock);
+
     static std::atomic<Logger*> m_pInstance;
 
     // Read at every call site without the lock.
@@ -124,7 +127,7 @@ private:
     bool m_printTime KF_GUARDED_BY(m_lock) = false;
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
-    std::string m_line KF_GUARDED_BY(m_lock); // the line in progress
+    LineWriter m_line KF_GUARDED_BY(m_lock); // the line in progress, in its place in the queue
     TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };

@@ -3,29 +3,39 @@
 #include "QuickFormat.h"
 
 #include <cstdio>
+#include <cstring>
+
+namespace {
+constexpr char CUT_MARK[] = " ...";
+} // namespace
 
 MessageText::MessageText(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
-    if (formatQuickly(m_short, STACK_LIMIT, format, again) >= 0) {
-        va_end(again);
-        return;
-    }
+    const int length = formatQuickly(m_short, STACK_LIMIT, format, again);
     va_end(again);
+    if (length >= 0)
+        m_length = static_cast<std::size_t>(length);
+    else
+        formatSlowly(format, arguments);
+}
+
+void MessageText::formatSlowly(const char* format, std::va_list arguments) {
+    std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(m_short, STACK_LIMIT, format, arguments);
     m_short[STACK_LIMIT] = '\0';
-    if (length < 0 || length > STACK_LIMIT) {
+    if (length >= 0 && length <= STACK_LIMIT) {
+        m_length = std::strlen(m_short);
+    } else {
         // Zeroed, since a text that cannot be formatted may end without a terminator.
-        m_long = std::make_unique<char[]>(HEAP_LIMIT + 1);
+        m_long = std::make_unique<char[]>(HEAP_LIMIT + sizeof CUT_MARK);
         const int longLength = std::vsnprintf(m_long.get(), HEAP_LIMIT, format, again);
-        m_cut = longLength < 0 || longLength > HEAP_LIMIT;
+        m_length = std::strlen(m_long.get());
+        if (longLength < 0 || longLength > HEAP_LIMIT) {
+            std::memcpy(m_long.get() + m_length, CUT_MARK, sizeof CUT_MARK);
+            m_length += sizeof CUT_MARK - 1;
+        }
     }
     va_end(again);
-}
-
-void MessageText::appendTo(std::string& line) const {
-    line += m_long != nullptr ? m_long.get() : m_short;
-    if (m_cut)
-        line += " ...";
 }

@@ -1,6 +1,5 @@
 #include "ThreadTracer.h"
 
-#include "CallMarker.h"
 #include "KFLock.h"
 #include "MessageText.h"
 #include "ThreadId.h"
@@ -9,6 +8,9 @@
 #include <cstdio>
 
 namespace {
+
+constexpr std::string_view EXIT_MARK = "<- ";
+constexpr std::size_t OBJECT_COLUMN_LIMIT = 64;
 
 /// The thread column: the calling thread's id and this name, each padded to its width.
 std::string threadColumn(const std::string& threadName) {
@@ -62,38 +64,31 @@ void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     marker.m_threadTracer = this;
     marker.m_printed = m_tracer.isPrinted(marker.getSite());
     if (marker.isPrinted()) {
-        beginLine();
+        const std::string_view name = marker.getMethodName();
+        beginLine(name.size());
         PrintObjectCountAndAddress(marker, count);
         PrintIndentation();
-        m_line += marker.getMethodName();
+        m_line.put(name);
         endLine();
     }
-    push({&marker.getSite(), marker.isPrinted()});
+    if (m_callStack.isFull())
+        m_callStack.grow();
+    m_callStack.push(marker.getSite(), marker.isPrinted());
 }
 
 void ThreadTracer::EndOfCall(CallMarker& marker) {
     // DELIBERATE: the call is still on the stack here, so its exit stands one unit deeper than its entry.
-    if (m_enabled && m_tracer.printsExits() && marker.isPrinted()) {
-        beginLine();
+    if (writesExitOf(marker)) {
+        const std::string_view name = marker.getMethodName();
+        beginLine(EXIT_MARK.size() + name.size());
         PrintObjectAddress(marker);
         PrintIndentation();
-        m_line += "<- ";
-        m_line += marker.getMethodName();
+        m_line.put(EXIT_MARK);
+        m_line.put(name);
         endLine();
     }
     // DELIBERATE: whatever stands innermost is removed, also when this thread was disabled meanwhile.
-    if (!m_callStack.empty())
-        pop();
-}
-
-void ThreadTracer::push(const Call& call) {
-    m_callStack.push_back(call);
-    m_printedCalls += call.printed ? 1 : 0;
-}
-
-void ThreadTracer::pop() {
-    m_printedCalls -= m_callStack.back().printed ? 1 : 0;
-    m_callStack.pop_back();
+    m_callStack.pop();
 }
 
 void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
@@ -104,51 +99,56 @@ void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
 }
 
 void ThreadTracer::vPrintMsg(TraceMsgType type, const char* format, std::va_list arguments) {
+    // Before the lock is taken: formatting needs nothing of the tracer's.
     const MessageText text(format, arguments);
-    beginLine();
+    const KFLock lock(m_tracer.getLock());
+    const std::string_view tag = tagOf(type);
+    beginLine(tag.size() + text.view().size());
     PrintNullObjectCount();
     PrintIndentation();
     PrintMsgType(type);
-    text.appendTo(m_line);
+    m_line.put(text.view());
     endLine();
 }
 
 void ThreadTracer::PrintStack() {
-    if (m_callStack.empty())
+    if (m_callStack.depth() == 0)
         return;
     m_tracer.PrintString("\n-------------- CALLSTACK --------------\n");
-    // Lines of their own: the line in progress belongs to the traced thread, which may be another one.
     // DELIBERATE: the id is that of the thread that asks, beside the traced thread's name.
-    for (std::size_t number = m_callStack.size(); number > 0; --number) {
+    for (std::size_t number = m_callStack.depth(); number > 0; --number) {
         std::string line = threadColumn(m_threadName);
         line += "    [" + std::to_string(number) + "] ";
-        line += m_callStack[number - 1].site->getMethodName();
+        line += m_callStack.siteAt(number - 1)->getMethodName();
         line += '\n';
         m_tracer.PrintString(line);
     }
     m_tracer.PrintString("---------------------------------------\n");
 }
 
-// Empties the line first: a crash handler may begin one while the thread that it interrupted was building
-// another.
-void ThreadTracer::beginLine() {
-    m_line.clear();
+// A crash handler may begin a line while the thread that it interrupted was building another, which is then
+// forgotten.
+void ThreadTracer::beginLine(std::size_t bodyLength) {
+    m_tracer.lockIsHeld();
+    m_line = LineWriter(m_tracer.beginLine(TimeStamp::LENGTH + m_threadColumn.size() + OBJECT_COLUMN_LIMIT +
+                                           m_callStack.depth() * PLAIN_UNIT.size() + bodyLength + 1));
     PrintTime();
     PrintThreadName();
 }
 
 void ThreadTracer::endLine() {
-    m_line += '\n';
-    m_tracer.PrintString(m_line);
+    m_tracer.lockIsHeld();
+    m_line.put('\n');
+    m_tracer.endLine(m_line.end());
 }
 
 void ThreadTracer::PrintTime() {
     if (m_tracer.printsTime())
-        m_timeStamp.appendNow(m_line);
+        m_timeStamp.putNow(m_line);
 }
 
 void ThreadTracer::PrintThreadName() {
-    m_line += m_threadColumn;
+    m_line.put(m_threadColumn);
 }
 
 void ThreadTracer::PrintObjectCountAndAddress(const CallMarker& marker, int count) {
@@ -158,9 +158,9 @@ void ThreadTracer::PrintObjectCountAndAddress(const CallMarker& marker, int coun
     }
     if (!m_tracer.printsObjectCountAndAddress())
         return;
-    char column[64];
+    char column[OBJECT_COLUMN_LIMIT];
     std::snprintf(column, sizeof column, "[%-5d][0x%-8x]", count, shownAddress(marker.getObject()));
-    m_line += column;
+    m_line.put(column);
 }
 
 void ThreadTracer::PrintObjectAddress(const CallMarker& marker) {
@@ -170,23 +170,24 @@ void ThreadTracer::PrintObjectAddress(const CallMarker& marker) {
     }
     if (!m_tracer.printsObjectCountAndAddress())
         return;
-    char column[64];
+    char column[OBJECT_COLUMN_LIMIT];
     std::snprintf(column, sizeof column, "[     ][0x%-8x]", shownAddress(marker.getObject()));
-    m_line += column;
+    m_line.put(column);
 }
 
 void ThreadTracer::PrintNullObjectCount() {
     if (m_tracer.printsObjectCountAndAddress())
-        m_line += "[     ][          ]";
+        m_line.put("[     ][          ]");
 }
 
 void ThreadTracer::PrintIndentation() {
     const std::string_view unit = m_tracer.hasBarIndentation() ? BAR_UNIT : PLAIN_UNIT;
-    std::size_t units = m_tracer.indentsHiddenCalls() ? m_callStack.size() : m_printedCalls;
+    static_assert(BAR_UNIT.size() == PLAIN_UNIT.size());
+    std::size_t units = m_tracer.indentsHiddenCalls() ? m_callStack.depth() : m_callStack.printed();
     for (; units > 0; --units)
-        m_line += unit;
+        m_line.put(unit);
 }
 
 void ThreadTracer::PrintMsgType(TraceMsgType type) {
-    m_line += tagOf(type);
+    m_line.put(tagOf(type));
 }

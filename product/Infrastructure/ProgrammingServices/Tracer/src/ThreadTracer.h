@@ -1,5 +1,8 @@
 #pragma once
 
+#include "CallMarker.h"
+#include "CallStack.h"
+#include "LineWriter.h"
 #include "MessageType.h"
 #include "TimeStamp.h"
 
@@ -7,17 +10,14 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
-class CallMarker;
-class CallSite;
 class Tracer;
 
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
 /// Owned by the tracer's registry.
 ///
-/// Thread: the traced thread. Other threads only print the stack, under the tracer's lock, which is therefore
-/// held wherever the stack changes; the traced thread itself reads it without.
+/// Thread: the traced thread. Other threads only print the stack, under the tracer's lock. The line in
+/// progress stands where it stays, in the tracer's queue, so the lock is held from its beginning to its end.
 class ThreadTracer {
 public:
     ThreadTracer(Tracer& tracer, std::string threadName);
@@ -32,6 +32,25 @@ public:
     /// The tracer's lock is held for these two.
     void BeginningOfCall(CallMarker& marker);
     void EndOfCall(CallMarker& marker);
+    /// The same without the lock, as far as no line is to be written and nothing else is in the way: true
+    /// when that was all.
+    /// @param filters  the state of the tracer's filters
+    bool BeginningOfHiddenCall(CallMarker& marker, std::uint32_t filters) {
+        if (!m_enabled)
+            return true;
+        CallSite& site = marker.getSite();
+        if (site.getVerdict(filters) != 0 || site.hasClassName() || m_callStack.isFull())
+            return false;
+        marker.m_threadTracer = this;
+        m_callStack.push(site, false);
+        return true;
+    }
+    bool EndOfCallWithoutLine(const CallMarker& marker) {
+        if (writesExitOf(marker))
+            return false;
+        m_callStack.pop();
+        return true;
+    }
     /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
     /// ...".
     void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
@@ -40,17 +59,10 @@ public:
     void PrintStack();
 
 private:
-    /// A living call. A copy, not the marker: a call that ends while the tracer is disabled leaves its entry
-    /// behind, and that must not become a dangling pointer.
-    struct Call {
-        const CallSite* site;
-        bool printed;
-    };
-
-    void push(const Call& call);
-    void pop();
-
-    void beginLine();
+    bool writesExitOf(const CallMarker& marker) const {
+        return marker.isPrinted() && m_enabled && m_tracer.printsExits();
+    }
+    void beginLine(std::size_t bodyLength);
     void endLine();
     void PrintTime();
     void PrintThreadName();
@@ -65,10 +77,9 @@ private:
 
     Tracer& m_tracer;
     bool m_enabled = true;
-    std::string m_line; // the line in progress
+    LineWriter m_line; // the line in progress
     std::string m_threadName;
-    std::string m_threadColumn;     // with the id of the thread that made this object, the traced one
-    std::vector<Call> m_callStack;  // innermost last
-    std::size_t m_printedCalls = 0; // how many of them are printed
+    std::string m_threadColumn; // with the id of the thread that made this object, the traced one
+    CallStack m_callStack;
     TimeStamp m_timeStamp;
 };

@@ -3,22 +3,24 @@
 #include <cstdio>
 #include <sys/time.h>
 
-void TimeStamp::appendNow(std::string& line) {
+void TimeStamp::putNow(LineWriter& line) {
     timeval now;
     gettimeofday(&now, nullptr);
-    const std::time_t second = now.tv_sec;
-    if (second != m_second) {
-        std::tm local{};
-        localtime_r(&second, &local);
-        // Hours, minutes and seconds have two digits each; the remainders only tell the compiler so.
-        std::snprintf(m_text, sizeof m_text, "[%02d:%02d:%02d-", local.tm_hour % 100, local.tm_min % 100,
-                      local.tm_sec % 100);
-        m_text[13] = ']';
-        m_second = second;
-    }
-    const int milliseconds = static_cast<int>(now.tv_usec / 1000);
+    if (now.tv_sec != m_second)
+        beginSecond(now.tv_sec);
+    const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
     m_text[10] = static_cast<char>('0' + milliseconds / 100);
     m_text[11] = static_cast<char>('0' + milliseconds / 10 % 10);
     m_text[12] = static_cast<char>('0' + milliseconds % 10);
-    line.append(m_text, 14);
+    line.put(std::string_view(m_text, LENGTH));
+}
+
+void TimeStamp::beginSecond(std::time_t second) {
+    std::tm local{};
+    localtime_r(&second, &local);
+    // Hours, minutes and seconds have two digits each; the remainders only tell the compiler so.
+    std::snprintf(m_text, sizeof m_text, "[%02d:%02d:%02d-", local.tm_hour % 100, local.tm_min % 100,
+                  local.tm_sec % 100);
+    m_text[LENGTH - 1] = ']';
+    m_second = second;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "LineWriter.h"
+
+#include <cstddef>
 #include <ctime>
-#include <string>
 
 /// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text of the second it was
 /// last asked in, since converting to local time is what costs.
@@ -9,10 +11,14 @@
 /// Not thread-safe.
 class TimeStamp {
 public:
-    /// Appends the current time, without a blank behind it.
-    void appendNow(std::string& line);
+    static constexpr std::size_t LENGTH = 14;
+
+    /// Puts the current time, without a blank behind it: LENGTH bytes.
+    void putNow(LineWriter& line);
 
 private:
+    void beginSecond(std::time_t second);
+
     std::time_t m_second = -1;
-    char m_text[15] = ""; // "[hh:mm:ss-mmm]"
+    char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
 };

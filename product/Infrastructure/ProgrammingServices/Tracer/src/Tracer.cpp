@@ -31,10 +31,12 @@ std::uint64_t newTracerNumber() {
 /// The calling thread's tracer as it was last found in the registry of the tracer with this number. Only the
 /// thread itself changes its entry, so the two agree as long as that tracer lives.
 struct ThreadSlot {
-    std::uint64_t tracerNumber;
-    ThreadTracer* threadTracer;
+    std::uint64_t tracerNumber = 0;
+    ThreadTracer* threadTracer = nullptr;
+    // The state of the filters that did not permit the thread; 0 when there is none.
+    std::uint32_t refusedBy = 0;
 };
-thread_local ThreadSlot threadSlot = {0, nullptr};
+thread_local ThreadSlot threadSlot;
 
 } // namespace
 
@@ -141,6 +143,7 @@ void Tracer::TraceTheThread(const char* threadName) {
     KF_REQUIRE(!strThreadName.empty(), 162);
     const KFLock lock(m_lock);
     appendPattern(m_permittedThreads, strThreadName);
+    m_filters.store(newFilters(), std::memory_order_relaxed);
 }
 
 void Tracer::TraceTheCall(const char* className) {
@@ -202,12 +205,13 @@ void Tracer::BeginningOfThread(const char* threadName) {
     std::unique_ptr<ThreadTracer>& entry = m_threadTracers[currentThreadKey()];
     if (entry == nullptr)
         entry = std::make_unique<ThreadTracer>(*this, name);
+    threadSlot = {m_number, entry.get()};
 }
 
 void Tracer::EndOfThread() {
     const KFLock lock(m_lock);
     m_threadTracers.erase(currentThreadKey());
-    threadSlot = {0, nullptr};
+    threadSlot = {};
 }
 
 void Tracer::Enable() {
@@ -232,6 +236,13 @@ void Tracer::BeginningOfCall(CallMarker& marker) {
 }
 
 void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
+    if (threadSlot.tracerNumber == m_number) {
+        const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
+        if (threadSlot.threadTracer == nullptr
+                ? threadSlot.refusedBy == filters
+                : threadSlot.threadTracer->BeginningOfHiddenCall(marker, filters))
+            return;
+    }
     const KFLock lock(m_lock);
     if (m_enabled.load(std::memory_order_relaxed))
         beginCall(marker);
@@ -245,9 +256,16 @@ void Tracer::beginCall(CallMarker& marker) {
     }
     if (threadTracer != nullptr)
         threadTracer->BeginningOfCall(marker);
+    else
+        threadSlot.refusedBy = m_filters.load(std::memory_order_relaxed);
 }
 
 void Tracer::EndOfCall(CallMarker& marker) {
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return;
+    if (threadSlot.tracerNumber == m_number && threadSlot.threadTracer == marker.getThreadTracer() &&
+        threadSlot.threadTracer->EndOfCallWithoutLine(marker))
+        return;
     const KFLock lock(m_lock);
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
@@ -259,6 +277,8 @@ void Tracer::EndOfCall(CallMarker& marker) {
 ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {
     if (marker.getThreadTracer() == nullptr || !m_enabled.load(std::memory_order_relaxed))
         return nullptr;
+    if (threadSlot.tracerNumber == m_number && threadSlot.threadTracer == marker.getThreadTracer())
+        return threadSlot.threadTracer;
     const KFLock lock(m_lock);
     if (!m_enabled.load(std::memory_order_relaxed))
         return nullptr;

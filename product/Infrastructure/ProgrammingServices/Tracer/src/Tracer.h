@@ -128,10 +128,10 @@ public:
 
     /// A call begins on the calling thread.
     void BeginningOfCall(CallMarker& marker);
-    /// The same, called by the marker itself.
+    /// The same, called by the marker itself. A call that the filters hide does not take the lock.
     void BeginningOfCallIfEnabled(CallMarker& marker);
     /// A call that this tracer took in ends; nothing happens while the tracer is disabled, nor when the
-    /// thread has ended its trace. Called by the marker itself.
+    /// thread has ended its trace. Called by the marker itself; takes the lock only to write an exit line.
     void EndOfCall(CallMarker& marker);
     /// The calling thread's tracer if it is the one that took this call in and the tracer is enabled, else
     /// null. It stays valid until the calling thread ends its trace.
@@ -157,6 +157,15 @@ public:
 
     /// The lock, for those who have several things to do at once.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
+    /// For those who were called under the lock by the tracer itself: tells the analysis so.
+    void lockIsHeld() const KF_ASSERT_CAPABILITY(m_lock) {}
+    /// A line that is put together in its place in the queue: at most `room` bytes, none of them NUL. The
+    /// caller keeps the lock from the beginning to the end of the line.
+    char* beginLine(std::size_t room) KF_REQUIRES(m_lock) { return m_ring.beginLine(room); }
+    void endLine(const char* end) KF_REQUIRES(m_lock) {
+        if (m_ring.endLine(end) && m_directWrite)
+            WriteOnFile();
+    }
     /// Where lines go. The caller holds the lock.
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
 
