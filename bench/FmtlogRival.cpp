@@ -1,5 +1,8 @@
+#include <cstdint>
 #include <string>
 
+// A full queue is waited for: else lines are dropped.
+#define FMTLOG_BLOCK 1
 #define FMT_HEADER_ONLY
 #include "fmtlog-inl.h"
 
@@ -9,14 +12,17 @@ struct Fmtlog {
     static void start(const std::string& path);
     static void line(const char* device, int attempt, int total, double seconds);
     static void off(const char* device, int attempt, int total, double seconds);
+    static void flush();
     static void finish();
 };
+
+static const std::int64_t POLL_INTERVAL = 1000000; // nanoseconds
 
 void Fmtlog::start(const std::string& path) {
     fmtlog::setLogFile(path.c_str(), true);
     fmtlog::setHeaderPattern("[{HMSe}][{l}] ");
     fmtlog::setLogLevel(fmtlog::INF);
-    fmtlog::startPollingThread(1000000);
+    fmtlog::startPollingThread(POLL_INTERVAL);
 }
 
 void Fmtlog::line(const char* device, int attempt, int total, double seconds) {
@@ -25,6 +31,13 @@ void Fmtlog::line(const char* device, int attempt, int total, double seconds) {
 
 void Fmtlog::off(const char* device, int attempt, int total, double seconds) {
     logd("device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
+}
+
+// Nobody else may poll while the thread does.
+void Fmtlog::flush() {
+    fmtlog::stopPollingThread();
+    fmtlog::poll(true);
+    fmtlog::startPollingThread(POLL_INTERVAL);
 }
 
 void Fmtlog::finish() {

@@ -1,68 +1,146 @@
-// A log line, written and switched off, beside other loggers: the caller's cost at 1 and at 4 threads (mean,
-// median and 99.9th percentile), and the cost until the last line is in the file.
+// A log line, written and switched off, beside other loggers.
+//
+//   log-line-off      a line that its level keeps out
+//   log-line          the caller's cost of a line: real time over all lines of all threads
+//   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost is part
+//   of
+//                     each figure (the floor's)
+//   log-end-to-end    by lines, from the first call until the last line is in the file
+//   log-line-memory   what a waiting line takes, and of that its own bytes
+//
+// Each logger has written as many lines before the first three, so that its memory is there;
+// "zevo-first-burst" has not. After each run the lines in the file are counted: who has dropped one is an
+// error, not a figure. The floor does nothing with a line, and writes the same bytes at once in the end.
 
 #include "LogRivals.h"
 #include "TemporaryFolder.h"
+#include "Works.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <fstream>
 #include <mutex>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
-const int LINES = 200000;
+using Clock = std::chrono::steady_clock;
+
+const std::int64_t LINES = works::isSmokeRun() ? 2000 : 200000; // of each thread
 const char DEVICE[] = "USB#Vid_12d1&Pid_1001";
+const char EVERY_LINE_HOLDS[] = " arrived, attempt ";
 
 std::unique_ptr<TemporaryFolder> folder;
+std::int64_t linesGiven = 0;
 
 template <typename Rival>
-void start(const benchmark::State&) {
+void start() {
     folder = std::make_unique<TemporaryFolder>();
+    linesGiven = 0;
     Rival::start(*folder / "log");
 }
 
 template <typename Rival>
-void finish(const benchmark::State&) {
-    Rival::finish();
+void give(std::int64_t lines) {
+    for (std::int64_t attempt = 0; attempt < lines; ++attempt)
+        Rival::line(DEVICE, static_cast<int>(attempt), 10, 1.234);
+}
+
+std::int64_t countIn(const std::string& path) {
+    std::ifstream file(path);
+    std::int64_t lines = 0;
+    for (std::string line; std::getline(file, line);)
+        lines += line.find(EVERY_LINE_HOLDS) != std::string::npos ? 1 : 0;
+    return lines;
+}
+
+std::int64_t linesInFiles() {
+    std::int64_t lines = 0;
+    DIR* const entries = opendir(folder->path().c_str());
+    while (const dirent* const entry = readdir(entries))
+        if (entry->d_type == DT_REG) // one of them makes a link to its file
+            lines += countIn(*folder / entry->d_name);
+    closedir(entries);
+    return lines;
+}
+
+/// After the logger has ended: an error unless every line is there.
+template <typename Rival>
+std::string whatIsWrong() {
+    const std::int64_t lines = Rival::WRITES ? linesInFiles() : linesGiven;
     folder.reset();
+    return lines == linesGiven
+               ? ""
+               : std::to_string(linesGiven) + " lines given, " + std::to_string(lines) + " in the file";
+}
+
+/// Around a run of several threads.
+template <typename Rival, bool WARM>
+void startLines(const benchmark::State& state) {
+    start<Rival>();
+    const std::int64_t lines = LINES * state.threads();
+    linesGiven = WARM ? 2 * lines : lines;
+    if (WARM) {
+        give<Rival>(lines);
+        Rival::flush();
+    }
+}
+template <typename Rival>
+void finishLines(const benchmark::State&) {
+    Rival::finish();
+    const std::string wrong = whatIsWrong<Rival>();
+    if (!wrong.empty()) // too late to tell the benchmark so
+        throw std::runtime_error(wrong);
+}
+
+benchmark::Counter nanosecondsPerLine() {
+    benchmark::Counter counter = works::nanosecondsPer(1);
+    counter.flags = static_cast<benchmark::Counter::Flags>(counter.flags | benchmark::Counter::kAvgThreads);
+    return counter;
 }
 
 template <typename Rival>
 void disabledLine(benchmark::State& state) {
     int attempt = 0;
-    for (auto _ : state) {
+    for (auto _ : state)
         Rival::off(DEVICE, ++attempt, 10, 1.234);
-    }
+    state.counters["cost_ns"] = nanosecondsPerLine();
 }
 
 template <typename Rival>
-void callersCost(benchmark::State& state) {
+void line(benchmark::State& state) {
     int attempt = 0;
-    for (auto _ : state) {
+    for (auto _ : state)
         Rival::line(DEVICE, ++attempt, 10, 1.234);
-    }
+    state.counters["cost_ns"] = nanosecondsPerLine();
 }
 
-/// One line in nanoseconds, measured call by call; the clock's own cost is part of each figure.
 template <typename Rival>
-void callersCostDistribution(benchmark::State& state) {
+void lineByLine(benchmark::State& state) {
     static std::mutex lock;
     static std::vector<double> all;
-    std::vector<double> mine;
-    mine.reserve(LINES);
+    std::vector<double> mine(static_cast<std::size_t>(LINES), 1.0); // touched, so that no page is missing
+    mine.clear();
     int attempt = 0;
     for (auto _ : state) {
-        const auto begin = std::chrono::steady_clock::now();
+        const auto begin = Clock::now();
         Rival::line(DEVICE, ++attempt, 10, 1.234);
-        const auto end = std::chrono::steady_clock::now();
-        mine.push_back(std::chrono::duration<double, std::nano>(end - begin).count());
+        mine.push_back(std::chrono::duration<double, std::nano>(Clock::now() - begin).count());
     }
+    state.counters["cost_ns"] = nanosecondsPerLine();
     const std::lock_guard<std::mutex> guard(lock);
     all.insert(all.end(), mine.begin(), mine.end());
-    if (all.size() == static_cast<size_t>(state.threads()) * mine.size()) {
+    if (all.size() == static_cast<std::size_t>(state.threads()) * mine.size()) {
         std::sort(all.begin(), all.end());
         state.counters["median_ns"] = all[all.size() / 2];
         state.counters["p999_ns"] = all[all.size() * 999 / 1000];
@@ -71,68 +149,185 @@ void callersCostDistribution(benchmark::State& state) {
     }
 }
 
-/// Lines of several threads, from the first call until the last line is in the file.
-template <typename Rival>
-void endToEnd(benchmark::State& state) {
-    const int threads = static_cast<int>(state.range(0));
-    for (auto _ : state) {
-        state.PauseTiming();
-        start<Rival>(state);
-        state.ResumeTiming();
-        std::vector<std::thread> writers;
-        for (int i = 0; i < threads; ++i) {
-            writers.emplace_back([threads] {
-                for (int attempt = 0; attempt < LINES / threads; ++attempt) {
-                    Rival::line(DEVICE, attempt, 10, 1.234);
-                }
-            });
-        }
-        for (std::thread& writer : writers) {
-            writer.join();
-        }
-        Rival::finish();
-        state.PauseTiming();
-        folder.reset();
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * LINES);
+/// `work` of so many threads at once, in seconds, and what follows it.
+template <typename Work, typename End>
+double secondsOf(std::int64_t threads, const Work& work, const End& end) {
+    const auto begin = Clock::now();
+    std::vector<std::thread> workers;
+    for (std::int64_t i = 0; i < threads; ++i)
+        workers.emplace_back(work);
+    for (std::thread& worker : workers)
+        worker.join();
+    end();
+    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-#define FOR_EACH_RIVAL(rival)                                                                                \
-    BENCHMARK(disabledLine<rivals::rival>)                                                                   \
-        ->Setup(start<rivals::rival>)                                                                        \
-        ->Teardown(finish<rivals::rival>)                                                                    \
-        ->Threads(1)                                                                                         \
-        ->Threads(4)                                                                                         \
-        ->UseRealTime();                                                                                     \
-    BENCHMARK(callersCost<rivals::rival>)                                                                    \
-        ->Setup(start<rivals::rival>)                                                                        \
-        ->Teardown(finish<rivals::rival>)                                                                    \
-        ->Iterations(LINES)                                                                                  \
-        ->Threads(1)                                                                                         \
-        ->Threads(4)                                                                                         \
-        ->UseRealTime();                                                                                     \
-    BENCHMARK(callersCostDistribution<rivals::rival>)                                                        \
-        ->Setup(start<rivals::rival>)                                                                        \
-        ->Teardown(finish<rivals::rival>)                                                                    \
-        ->Iterations(LINES)                                                                                  \
-        ->Threads(1)                                                                                         \
-        ->Threads(4)                                                                                         \
-        ->UseRealTime();                                                                                     \
-    BENCHMARK(endToEnd<rivals::rival>)->Arg(1)->Arg(4)->UseRealTime()->Unit(benchmark::kMillisecond)
+template <typename Rival>
+void endToEnd(benchmark::State& state) {
+    const std::int64_t lines = state.range(0);
+    const std::int64_t threads = state.range(1);
+    for (auto _ : state) {
+        start<Rival>();
+        linesGiven = lines / threads * threads;
+        state.SetIterationTime(secondsOf(
+            threads, [&] { give<Rival>(lines / threads); }, [] { Rival::finish(); }));
+        const std::string wrong = whatIsWrong<Rival>();
+        if (!wrong.empty())
+            state.SkipWithError(wrong.c_str());
+    }
+    state.counters["cost_ns"] = works::nanosecondsPer(lines);
+}
 
-FOR_EACH_RIVAL(Floor);
-FOR_EACH_RIVAL(Zevo);
-FOR_EACH_RIVAL(SpdlogSync);
-FOR_EACH_RIVAL(SpdlogAsync);
-FOR_EACH_RIVAL(Glog);
-FOR_EACH_RIVAL(Log4cplus);
-FOR_EACH_RIVAL(BoostLog);
+/// The same bytes with one write.
+void oneWrite(benchmark::State& state) {
+    const std::string line =
+        "[12:34:56-789][LEVEL_0] device USB#Vid_12d1&Pid_1001 arrived, attempt 1234 of 10, 1.234 s\n";
+    std::string text;
+    for (std::int64_t i = 0; i < state.range(0); ++i)
+        text += line;
+    for (auto _ : state) {
+        const TemporaryFolder target;
+        const auto begin = Clock::now();
+        const int file = open((target / "log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+            state.SkipWithError("write");
+        close(file);
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+    }
+    state.counters["cost_ns"] = works::nanosecondsPer(state.range(0));
+}
+
+// ---- Memory of waiting lines
+
+std::int64_t residentBytes() {
+    std::ifstream file("/proc/self/statm");
+    std::int64_t pages = 0;
+    file >> pages >> pages;
+    return pages * sysconf(_SC_PAGESIZE);
+}
+
+/// In a process of its own, since memory that was had before would not show.
+void queuedMemory(benchmark::State& state) {
+    struct {
+        double perLine;
+        double ownBytes;
+        double nanoseconds;
+    } result = {};
+    for (auto _ : state) {
+        int pipe[2];
+        if (::pipe(pipe) != 0)
+            throw std::runtime_error("pipe");
+        const pid_t child = fork();
+        if (child == 0) {
+            start<rivals::Zevo>();
+            const double lines = static_cast<double>(state.range(0));
+            const std::int64_t before = residentBytes();
+            const auto begin = Clock::now();
+            give<rivals::Zevo>(state.range(0));
+            result.nanoseconds =
+                std::chrono::duration<double, std::nano>(Clock::now() - begin).count() / lines;
+            result.perLine = static_cast<double>(residentBytes() - before) / lines;
+            rivals::Zevo::flush();
+            struct stat file = {};
+            stat((*folder / "log_0.txt").c_str(), &file);
+            result.ownBytes = static_cast<double>(file.st_size) / lines;
+            folder.reset();
+            _exit(write(pipe[1], &result, sizeof result) == sizeof result ? 0 : 1);
+        }
+        if (read(pipe[0], &result, sizeof result) != sizeof result)
+            state.SkipWithError("the measured process died");
+        close(pipe[0]);
+        close(pipe[1]);
+        waitpid(child, nullptr, 0);
+        state.SetIterationTime(result.nanoseconds / 1e9);
+    }
+    state.counters["cost_ns"] = result.nanoseconds;
+    state.counters["bytes_per_line"] = result.perLine;
+    state.counters["own_bytes_per_line"] = result.ownBytes;
+}
+
+// ---- The table
+
+template <typename Rival, bool WARM>
+void addLines(const std::string& who) {
+    for (const auto& [work, function] :
+         {std::pair("log-line/", line<Rival>), std::pair("log-line-latency/", lineByLine<Rival>)})
+        benchmark::RegisterBenchmark((work + who).c_str(), function)
+            ->Setup(startLines<Rival, WARM>)
+            ->Teardown(finishLines<Rival>)
+            ->Iterations(LINES)
+            ->Threads(1)
+            ->Threads(4)
+            ->UseRealTime();
+}
+
+template <typename Rival>
+void startIdle(const benchmark::State&) {
+    start<Rival>();
+}
+
+template <typename Rival>
+void add(const std::string& who) {
+    benchmark::RegisterBenchmark(("log-line-off/" + who).c_str(), disabledLine<Rival>)
+        ->Setup(startIdle<Rival>)
+        ->Teardown(finishLines<Rival>)
+        ->Threads(1)
+        ->Threads(4)
+        ->UseRealTime();
+    addLines<Rival, true>(who);
+}
+
+template <typename Function>
+benchmark::internal::Benchmark* addEndToEnd(const std::string& who, const Function& function) {
+    auto* const added = benchmark::RegisterBenchmark(("log-end-to-end/" + who).c_str(), function);
+    added->ArgNames({"", "threads"})->UseManualTime()->Unit(benchmark::kMicrosecond);
+    for (const std::int64_t size : works::decades(1000, 1000000))
+        added->Args({size, 1});
+    added->Args({LINES, 1})->Args({LINES, 4});
+    return added;
+}
+
+template <typename Rival>
+void addRival(const std::string& who) {
+    add<Rival>(who);
+    addEndToEnd(who, endToEnd<Rival>);
+}
+
+void addAll() {
+    add<rivals::Floor>("floor");
+    addEndToEnd("floor", oneWrite);
+    addRival<rivals::Zevo>("zevo");
+    addLines<rivals::Zevo, false>("zevo-first-burst");
+    addRival<rivals::SpdlogSync>("spdlog-sync");
+    addRival<rivals::SpdlogAsync>("spdlog-async");
+    addRival<rivals::Glog>("glog");
+    addRival<rivals::Log4cplus>("log4cplus");
+    addRival<rivals::BoostLog>("boost-log");
 #ifdef ZEVO_WITH_FMTLOG
-FOR_EACH_RIVAL(Fmtlog);
+    addRival<rivals::Fmtlog>("fmtlog");
 #endif
 #ifdef ZEVO_WITH_QUILL
-FOR_EACH_RIVAL(Quill);
+    addRival<rivals::Quill>("quill");
 #endif
+    auto* const memory = benchmark::RegisterBenchmark("log-line-memory/zevo", queuedMemory);
+    memory->Iterations(1)->UseManualTime();
+    for (const std::int64_t size : works::decades(1000, 1000000))
+        memory->Arg(size);
+}
 
 } // namespace
+
+int main(int argumentCount, char** arguments) {
+    addAll();
+    benchmark::Initialize(&argumentCount, arguments);
+    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments))
+        return 1;
+    try {
+        benchmark::RunSpecifiedBenchmarks();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench_log: %s\n", error.what());
+        return 1;
+    }
+    benchmark::Shutdown();
+    return 0;
+}

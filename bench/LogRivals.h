@@ -6,14 +6,17 @@
 //   start(path)   makes the logger; it writes to `path`, or to files whose names begin with it
 //   line(d, a, t, s)    one line that is written
 //   off(d, a, t, s)     one line that its level keeps out
-//   finish()      returns when the last line has reached the file; the logger ends
+//   flush()       writes what waits, as far as the logger can be told to
+//   finish()      the same; the logger ends
+//   WRITES        it has a file at all
 //
-// start and finish are called by one thread, line and off by all.
+// start, flush and finish are called by one thread, line and off by all.
 
 #include "LogMessage.h"
 
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <boost/log/core.hpp>
 #include <boost/log/expressions.hpp>
@@ -47,13 +50,16 @@
 namespace rivals {
 
 struct Floor {
+    static constexpr bool WRITES = false;
     static void start(const std::string&) {}
     static void line(const char*, int, int, double) {}
     static void off(const char*, int, int, double) {}
+    static void flush() {}
     static void finish() {}
 };
 
 struct Zevo {
+    static constexpr bool WRITES = true;
     static std::unique_ptr<::Logger>& logger() {
         static std::unique_ptr<::Logger> instance;
         return instance;
@@ -76,6 +82,7 @@ struct Zevo {
         LOG_MESSAGE(MSG_DEBUG, "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
                     seconds);
     }
+    static void flush() { logger()->WriteOnFile(); }
     static void finish() {
         logger()->FinishLogging();
         logger().reset();
@@ -83,6 +90,7 @@ struct Zevo {
 };
 
 struct SpdlogSync {
+    static constexpr bool WRITES = true;
     static std::shared_ptr<spdlog::logger>& logger() {
         static std::shared_ptr<spdlog::logger> instance;
         return instance;
@@ -98,6 +106,7 @@ struct SpdlogSync {
     static void off(const char* device, int attempt, int total, double seconds) {
         logger()->debug("device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
     }
+    static void flush() { logger()->flush(); }
     static void finish() {
         logger()->flush();
         logger().reset();
@@ -111,6 +120,10 @@ struct SpdlogAsync : SpdlogSync {
         logger() = spdlog::basic_logger_mt<spdlog::async_factory>("async", path, true);
         setPattern();
     }
+    static void flush() {
+        while (spdlog::thread_pool()->queue_size() != 0)
+            std::this_thread::yield();
+    }
     static void finish() {
         logger()->flush();
         logger().reset();
@@ -119,6 +132,7 @@ struct SpdlogAsync : SpdlogSync {
 };
 
 struct Glog {
+    static constexpr bool WRITES = true;
     static void start(const std::string& path) {
         static const bool initialised = (google::InitGoogleLogging("bench"), true);
         static_cast<void>(initialised);
@@ -136,10 +150,12 @@ struct Glog {
         VLOG(1) << "device " << device << " arrived, attempt " << attempt << " of " << total << ", "
                 << seconds;
     }
+    static void flush() { google::FlushLogFiles(google::INFO); }
     static void finish() { google::FlushLogFiles(google::INFO); }
 };
 
 struct Log4cplus {
+    static constexpr bool WRITES = true;
     static log4cplus::Logger& logger() {
         static log4cplus::Initializer initializer;
         static log4cplus::Logger instance = log4cplus::Logger::getInstance("bench");
@@ -160,10 +176,12 @@ struct Log4cplus {
         LOG4CPLUS_DEBUG_FMT(logger(), "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
                             seconds);
     }
+    static void flush() {} // only closing it does
     static void finish() { logger().removeAllAppenders(); }
 };
 
 struct BoostLog {
+    static constexpr bool WRITES = true;
     using Source = boost::log::sources::severity_logger_mt<boost::log::trivial::severity_level>;
     static Source& source() {
         static Source instance;
@@ -193,6 +211,7 @@ struct BoostLog {
         BOOST_LOG_SEV(source(), boost::log::trivial::debug)
             << "device " << device << " arrived, attempt " << attempt << " of " << total << ", " << seconds;
     }
+    static void flush() { boost::log::core::get()->flush(); }
     static void finish() {
         boost::log::core::get()->flush();
         boost::log::core::get()->remove_all_sinks();
@@ -202,21 +221,29 @@ struct BoostLog {
 #ifdef ZEVO_WITH_FMTLOG
 /// In a source of its own, since it needs another release of the formatting library than the others.
 struct Fmtlog {
+    static constexpr bool WRITES = true;
     static void start(const std::string& path);
     static void line(const char* device, int attempt, int total, double seconds);
     static void off(const char* device, int attempt, int total, double seconds);
+    static void flush();
     static void finish();
 };
 #endif
 
 #ifdef ZEVO_WITH_QUILL
 struct Quill {
+    static constexpr bool WRITES = true;
     static quill::Logger*& logger() {
         static quill::Logger* instance = nullptr;
         return instance;
     }
     static void start(const std::string& path) {
-        static const bool started = (quill::Backend::start(), true);
+        static const bool started = [] {
+            quill::BackendOptions options;
+            options.error_notifier = [](const std::string&) {}; // it tells each time its queue grows
+            quill::Backend::start(options);
+            return true;
+        }();
         static_cast<void>(started);
         quill::FileSinkConfig config;
         config.set_open_mode('w');
@@ -233,6 +260,7 @@ struct Quill {
         QUILL_LOG_DEBUG(logger(), "device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total,
                         seconds);
     }
+    static void flush() { logger()->flush_log(); }
     static void finish() {
         logger()->flush_log();
         quill::Frontend::remove_logger(logger());

@@ -1,155 +1,167 @@
-// A traced function beside the same function without a marker: while the tracer is disabled, while it writes
-// entry and exit lines (20 filter patterns, depth 10, clock), and while the filters hide the call. The
-// enabled cost is measured until the last line is in the file.
+// A traced function beside the same function without a marker.
+//
+//   marker-off      no tracer, or a disabled one ("zevo-with-tracer")
+//   marker-on       by calls: entry and exit line of each (20 filter patterns, depth 10, clock), from the
+//   first
+//                   call until the last line is in the file
+//   marker-hidden   the same for a call that the filters hide
+//
+// The tracer has written as many calls before, so that its memory is there; that of "zevo-first-burst" is
+// new. Floors: the function without a marker; for marker-on the same bytes with one write.
 
-#include "CallMarker.h"
-#include "TemporaryFolder.h"
-#include "Tracer.h"
+#include "MarkedWork.h"
+#include "TextFile.h"
+#include "Works.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
+#include <chrono>
+#include <fcntl.h>
 #include <memory>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #ifdef ZEVO_WITH_LTTNG
-#define TRACEPOINT_DEFINE
-#define TRACEPOINT_PROBE_DYNAMIC_LINKAGE
 #include "LttngRival.h"
 #endif
 
 namespace {
 
-const int CALLS = 200000;
+using Clock = std::chrono::steady_clock;
 
-struct Work {
-    int value = 0;
+const std::int64_t CALLS = works::isSmokeRun() ? 2000 : 200000;
 
-    __attribute__((noinline)) void plain(int step) { value += step; }
-    __attribute__((noinline)) void traced(int step) {
-        TRACE_METHOD();
-        value += step;
-    }
-    __attribute__((noinline)) void hidden(int step) {
-        TRACE_METHOD();
-        value += step;
-    }
-#ifdef ZEVO_WITH_LTTNG
-    __attribute__((noinline)) void tracepoint(int step) {
-        tracepoint(zevo_bench, entry, step);
-        value += step;
-        tracepoint(zevo_bench, exit, step);
-    }
-#endif
-    /// Runs `action` below so many traced calls.
-    template <typename Action>
-    __attribute__((noinline)) void below(int depth, const Action& action) {
-        TRACE_METHOD();
-        if (depth > 1)
-            below(depth - 1, action);
-        else
-            action();
-    }
-};
-
-/// A tracer with filters of the usual length that writes everything but Work::hidden.
-class Tracing {
-public:
-    Tracing() {
-        Tracer::SetInstance(&m_tracer);
-        m_tracer.setEnabled(true);
-        m_tracer.TraceTheThread("*");
-        for (int i = 0; i < 19; ++i)
-            m_tracer.TraceTheCall(("SomeOtherClass" + std::to_string(i) + "::*").c_str());
-        m_tracer.TraceTheCall("*");
-        m_tracer.TraceTheCall("-*::hidden");
-        m_tracer.setPrintExits(true);
-        m_tracer.setPrintTime(true);
-        m_tracer.setMaximumLinesPerFile(1000000000);
-        m_tracer.SetFileName(m_folder / "trace");
-    }
-    void finish() { m_tracer.FinishTracing(); }
-
-private:
-    TemporaryFolder m_folder;
-    Tracer m_tracer;
-};
-
-void functionWithoutMarker(benchmark::State& state) {
-    Work work;
-    for (auto _ : state)
-        work.plain(1);
-    benchmark::DoNotOptimize(work.value);
+/// Of a run of several threads: real time over the calls of all of them.
+benchmark::Counter nanosecondsPerCall() {
+    benchmark::Counter cost = works::nanosecondsPer(1);
+    cost.flags = static_cast<benchmark::Counter::Flags>(cost.flags | benchmark::Counter::kAvgThreads);
+    return cost;
 }
-
-void disabledMarker(benchmark::State& state) {
-    Work work;
-    for (auto _ : state)
-        work.traced(1);
-    benchmark::DoNotOptimize(work.value);
-}
-
-void disabledMarkerWithATracer(benchmark::State& state) {
-    static Tracer tracer;
-    if (state.thread_index() == 0)
-        Tracer::SetInstance(&tracer);
-    disabledMarker(state);
-}
-
-#ifdef ZEVO_WITH_LTTNG
-void lttngTracepointOff(benchmark::State& state) {
-    Work work;
-    for (auto _ : state)
-        work.tracepoint(1);
-    benchmark::DoNotOptimize(work.value);
-}
-#endif
 
 template <void (Work::*METHOD)(int)>
-void enabled(benchmark::State& state) {
-    const int threads = static_cast<int>(state.range(0));
-    for (auto _ : state) {
-        state.PauseTiming();
-        auto tracing = std::make_unique<Tracing>();
-        state.ResumeTiming();
-        std::vector<std::thread> callers;
-        for (int i = 0; i < threads; ++i) {
-            callers.emplace_back([threads] {
-                Work work;
-                work.below(10, [&work, threads] {
-                    for (int call = 0; call < CALLS / threads; ++call)
-                        (work.*METHOD)(1);
-                });
-                benchmark::DoNotOptimize(work.value);
-            });
-        }
-        for (std::thread& caller : callers)
-            caller.join();
-        tracing->finish();
-        state.PauseTiming();
-        tracing.reset();
-        state.ResumeTiming();
-    }
-    state.SetItemsProcessed(state.iterations() * CALLS);
+void calls(benchmark::State& state) {
+    Work work;
+    for (auto _ : state)
+        (work.*METHOD)(1);
+    benchmark::DoNotOptimize(work.value);
+    state.counters["cost_ns"] = nanosecondsPerCall();
 }
 
-BENCHMARK(functionWithoutMarker)->Threads(1)->Threads(4)->UseRealTime();
-BENCHMARK(disabledMarker)->Threads(1)->Threads(4)->UseRealTime();
-BENCHMARK(disabledMarkerWithATracer)->Threads(1)->Threads(4)->UseRealTime();
 #ifdef ZEVO_WITH_LTTNG
-BENCHMARK(lttngTracepointOff)->Threads(1)->Threads(4)->UseRealTime();
+__attribute__((noinline)) void betweenTracepoints(Work& work, int step) {
+    lttng_ust_tracepoint(zevo_bench, entry, step);
+    work.value += step;
+    lttng_ust_tracepoint(zevo_bench, exit, step);
+}
+
+void tracepoints(benchmark::State& state) {
+    Work work;
+    for (auto _ : state)
+        betweenTracepoints(work, 1);
+    benchmark::DoNotOptimize(work.value);
+    state.counters["cost_ns"] = nanosecondsPerCall();
+}
 #endif
-BENCHMARK(enabled<&Work::traced>)
-    ->Name("enabledMarker")
-    ->Arg(1)
-    ->Arg(4)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(enabled<&Work::hidden>)
-    ->Name("hiddenMarker")
-    ->Arg(1)
-    ->Arg(4)
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+
+std::unique_ptr<Tracer> disabledTracer;
+
+/// So many calls by so many threads; returns the seconds until their lines are in the file.
+template <void (Work::*METHOD)(int)>
+double run(Tracing& tracing, std::int64_t calls, std::int64_t threads) {
+    tracing.start();
+    const auto begin = Clock::now();
+    std::vector<std::thread> callers;
+    for (std::int64_t i = 0; i < threads; ++i)
+        callers.emplace_back([calls, threads] { callAtDepth<METHOD>(calls / threads); });
+    for (std::thread& caller : callers)
+        caller.join();
+    tracing.finish();
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+template <void (Work::*METHOD)(int), bool WARM>
+void traced(benchmark::State& state) {
+    const std::int64_t calls = state.range(0);
+    const std::int64_t threads = state.range(1);
+    auto tracing = std::make_unique<Tracing>();
+    if (WARM)
+        run<METHOD>(*tracing, calls, threads);
+    for (auto _ : state) {
+        if (!WARM)
+            tracing = std::make_unique<Tracing>();
+        state.SetIterationTime(run<METHOD>(*tracing, calls, threads));
+    }
+    const std::string trace = readFile(tracing->file());
+    const auto lines = std::count(trace.begin(), trace.end(), '\n');
+    const std::int64_t expected =
+        threads * 2 * DEPTH + (METHOD == &Work::traced ? calls / threads * threads * 2 : 0);
+    if (lines != expected)
+        state.SkipWithError("lines are missing in the trace");
+    state.counters["cost_ns"] = works::nanosecondsPer(calls);
+}
+
+/// What those lines are, with one write.
+void oneWrite(benchmark::State& state) {
+    Tracing tracing;
+    run<&Work::traced>(tracing, state.range(0), 1);
+    const std::string text = readFile(tracing.file());
+    for (auto _ : state) {
+        const TemporaryFolder target;
+        const auto begin = Clock::now();
+        const int file = open((target / "trace").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+            state.SkipWithError("write");
+        close(file);
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+    }
+    state.counters["cost_ns"] = works::nanosecondsPer(state.range(0));
+}
+
+// ---- The table
+
+template <typename Function>
+benchmark::internal::Benchmark* addOff(const char* name, const Function& function) {
+    return benchmark::RegisterBenchmark(name, function)->Threads(1)->Threads(4)->UseRealTime();
+}
+
+template <typename Function>
+void addOn(const char* name, const Function& function) {
+    auto* const added = benchmark::RegisterBenchmark(name, function);
+    added->ArgNames({"", "threads"})->UseManualTime()->Unit(benchmark::kMicrosecond);
+    for (const std::int64_t size : works::decades(1000, 1000000))
+        added->Args({size, 1});
+    added->Args({CALLS, 1})->Args({CALLS, 4});
+}
+
+void addAll() {
+    addOff("marker-off/floor", calls<&Work::plain>);
+    addOff("marker-off/zevo", calls<&Work::traced>);
+    addOff("marker-off/zevo-with-tracer", calls<&Work::traced>)
+        ->Setup([](const benchmark::State&) {
+            disabledTracer = std::make_unique<Tracer>();
+            Tracer::SetInstance(disabledTracer.get());
+        })
+        ->Teardown([](const benchmark::State&) { disabledTracer.reset(); });
+#ifdef ZEVO_WITH_LTTNG
+    addOff("marker-off/lttng-ust", tracepoints);
+#endif
+    addOn("marker-on/floor", oneWrite);
+    addOn("marker-on/zevo", traced<&Work::traced, true>);
+    addOn("marker-on/zevo-first-burst", traced<&Work::traced, false>);
+    addOff("marker-hidden/floor", calls<&Work::plain>);
+    addOn("marker-hidden/zevo", traced<&Work::hidden, true>);
+}
 
 } // namespace
+
+int main(int argumentCount, char** arguments) {
+    addAll();
+    benchmark::Initialize(&argumentCount, arguments);
+    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
