@@ -36,12 +36,16 @@ public:
         m_next += count;
     }
 
-    /// What stands in front of the next "%" or the end; returns where that is. The run is short, so byte by
-    /// byte is faster than to look for its end first.
-    const char* putUntilPercent(const char* format) {
-        while (*format != '%' && *format != '\0' && m_next < m_end)
-            *m_next++ = *format++;
-        m_full = m_full || m_next == m_end;
+    /// What stands in front of the next "%" or the format's end; returns where that is. The run is short, so
+    /// byte by byte is faster than to look for its end first.
+    const char* putUntilPercent(const char* format, const char* end) {
+        char* next = m_next; // a local, which the bytes that are stored cannot be taken to change
+        const std::size_t left = static_cast<std::size_t>(end - format);
+        const char* const stop = left < room() ? end : format + room();
+        while (format != stop && *format != '%')
+            *next++ = *format++;
+        m_next = next;
+        m_full = m_full || next == m_end;
         return format;
     }
 
@@ -218,9 +222,10 @@ bool putFixed(Output& output, int precision, double value) {
 
 int formatQuickly(char* buffer, std::size_t size, const char* format, std::va_list arguments) {
     Output output(buffer, size);
+    const char* const end = format + std::strlen(format);
     for (;;) {
-        format = output.putUntilPercent(format);
-        if (*format != '%' || output.isFull())
+        format = output.putUntilPercent(format, end);
+        if (format == end || output.isFull())
             break;
         ++format;
         // The two that most messages have, without the whole of a conversion.

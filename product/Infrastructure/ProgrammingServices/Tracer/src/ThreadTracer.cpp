@@ -12,6 +12,12 @@ namespace {
 constexpr std::string_view EXIT_MARK = "<- ";
 constexpr std::size_t OBJECT_COLUMN_LIMIT = 64;
 
+/// As many units of indentation as most lines need: one copy is faster than one for each of them.
+constexpr std::size_t UNIT_LENGTH = 2;
+constexpr std::string_view PLAIN_UNITS = "                                                                ";
+constexpr std::string_view BAR_UNITS = "| | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | ";
+static_assert(PLAIN_UNITS.size() == 32 * UNIT_LENGTH && BAR_UNITS.size() == PLAIN_UNITS.size());
+
 /// The thread column: the calling thread's id and this name, each padded to its width.
 std::string threadColumn(const std::string& threadName) {
     char id[32];
@@ -131,7 +137,7 @@ void ThreadTracer::PrintStack() {
 void ThreadTracer::beginLine(std::size_t bodyLength) {
     m_tracer.lockIsHeld();
     m_line = LineWriter(m_tracer.beginLine(TimeStamp::LENGTH + m_threadColumn.size() + OBJECT_COLUMN_LIMIT +
-                                           m_callStack.depth() * PLAIN_UNIT.size() + bodyLength + 1));
+                                           m_callStack.depth() * UNIT_LENGTH + bodyLength + 1));
     PrintTime();
     PrintThreadName();
 }
@@ -181,11 +187,12 @@ void ThreadTracer::PrintNullObjectCount() {
 }
 
 void ThreadTracer::PrintIndentation() {
-    const std::string_view unit = m_tracer.hasBarIndentation() ? BAR_UNIT : PLAIN_UNIT;
-    static_assert(BAR_UNIT.size() == PLAIN_UNIT.size());
-    std::size_t units = m_tracer.indentsHiddenCalls() ? m_callStack.depth() : m_callStack.printed();
-    for (; units > 0; --units)
-        m_line.put(unit);
+    const std::string_view units = m_tracer.hasBarIndentation() ? BAR_UNITS : PLAIN_UNITS;
+    std::size_t length =
+        UNIT_LENGTH * (m_tracer.indentsHiddenCalls() ? m_callStack.depth() : m_callStack.printed());
+    for (; length > units.size(); length -= units.size())
+        m_line.put(units);
+    m_line.put(units.substr(0, length));
 }
 
 void ThreadTracer::PrintMsgType(TraceMsgType type) {

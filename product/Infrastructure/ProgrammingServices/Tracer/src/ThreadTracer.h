@@ -72,9 +72,6 @@ private:
     void PrintIndentation();
     void PrintMsgType(TraceMsgType type);
 
-    static constexpr std::string_view PLAIN_UNIT = "  ";
-    static constexpr std::string_view BAR_UNIT = "| ";
-
     Tracer& m_tracer;
     bool m_enabled = true;
     LineWriter m_line; // the line in progress
