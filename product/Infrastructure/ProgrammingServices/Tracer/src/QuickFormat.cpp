@@ -12,36 +12,40 @@ class Output {
 public:
     Output(char* buffer, std::size_t size) : m_begin(buffer), m_next(buffer), m_end(buffer + size) {}
 
-    void put(char character) {
-        if (room() <= 1) {
-            m_full = true;
-            return;
-        }
-        *m_next++ = character;
-    }
-    void put(const char* text, std::size_t length) {
+    /// Where so many bytes go; null when they do not fit.
+    char* take(std::size_t length) {
         if (length >= room()) {
             m_full = true;
-            return;
+            return nullptr;
         }
-        std::memcpy(m_next, text, length);
+        char* const at = m_next;
         m_next += length;
+        return at;
+    }
+    void put(char character) {
+        if (char* const at = take(1))
+            *at = character;
+    }
+    void put(const char* text, std::size_t length) {
+        if (char* const at = take(length))
+            std::memcpy(at, text, length);
     }
     void pad(char with, std::size_t count) {
-        if (count >= room()) {
-            m_full = true;
-            return;
-        }
-        std::memset(m_next, with, count);
-        m_next += count;
+        if (char* const at = take(count))
+            std::memset(at, with, count);
     }
 
     /// What stands in front of the next "%" or the format's end; returns where that is. The run is short, so
     /// byte by byte is faster than to look for its end first.
     const char* putUntilPercent(const char* format, const char* end) {
-        char* next = m_next; // a local, which the bytes that are stored cannot be taken to change
+        constexpr int BLOCK = 4; // bytes between two looks at the end
+        char* next = m_next;     // a local, which the bytes that are stored cannot be taken to change
         const std::size_t left = static_cast<std::size_t>(end - format);
         const char* const stop = left < room() ? end : format + room();
+        for (int i = BLOCK; i == BLOCK && stop - format >= BLOCK; next += i, format += i) {
+            for (i = 0; i < BLOCK && format[i] != '%'; ++i) // unrolled by the compiler
+                next[i] = format[i];
+        }
         while (format != stop && *format != '%')
             *next++ = *format++;
         m_next = next;
@@ -135,6 +139,20 @@ char* writeDecimal(char* end, std::uint64_t value) {
     return value <= UINT32_MAX ? writePairs(end, static_cast<std::uint32_t>(value)) : writePairs(end, value);
 }
 
+std::size_t decimalDigits(std::uint64_t value) {
+    if (value > UINT32_MAX)
+        return 9 + decimalDigits(value / 1000000000);
+    static constexpr std::uint32_t POWERS_OF_TEN[] = {10,      100,      1000,      10000,     100000,
+                                                      1000000, 10000000, 100000000, 1000000000};
+    std::size_t digits = 1;
+    for (const std::uint32_t power : POWERS_OF_TEN) {
+        if (value < power)
+            break;
+        ++digits;
+    }
+    return digits;
+}
+
 char* writeHexadecimal(char* end, std::uint64_t value, const char* digits) {
     do {
         *--end = digits[value % 16];
@@ -143,13 +161,13 @@ char* writeHexadecimal(char* end, std::uint64_t value, const char* digits) {
     return end;
 }
 
-void putPlainInteger(Output& output, bool negative, std::uint64_t magnitude) {
-    char text[24];
-    char* const end = text + sizeof text;
-    char* digits = writeDecimal(end, magnitude);
-    if (negative)
-        *--digits = '-';
-    output.put(digits, static_cast<std::size_t>(end - digits));
+void putPlainInteger(Output& output, bool negative, std::uint32_t magnitude) {
+    const std::size_t sign = negative ? 1 : 0;
+    const std::size_t digits = decimalDigits(magnitude);
+    if (char* const at = output.take(sign + digits)) {
+        *at = '-';
+        writePairs(at + sign + digits, magnitude);
+    }
 }
 
 void putInteger(Output& output, const Conversion& conversion, bool negative, std::uint64_t magnitude) {
@@ -196,25 +214,27 @@ bool putFixed(Output& output, int precision, double value) {
 
     std::uint64_t scaled = 0; // the value times the scale, rounded; 0 when the value is below 2^-11
     if (shift <= 63) {
-        const std::uint64_t whole = mantissa >> shift;
         const std::uint64_t product = (mantissa & ((1ull << shift) - 1)) * scale; // below 2^53 * 1000 < 2^63
         const std::uint64_t rest = product & ((1ull << shift) - 1);
         const std::uint64_t half = 1ull << (shift - 1);
-        scaled = whole * scale + (product >> shift);
+        scaled = (mantissa >> shift) * scale + (product >> shift);
         if (rest > half || (rest == half && scaled % 2 != 0))
             ++scaled;
     }
-    char text[32];
-    char* const end = text + sizeof text;
-    char* at = end;
-    if (precision > 0) {
-        at = writeDecimal(at, scaled % scale + scale); // the scale brings the leading zeros along
-        *at = '.';
+    const std::uint64_t whole = scaled / scale;
+    const std::size_t sign = negative ? 1 : 0;
+    const std::size_t digits = decimalDigits(whole);
+    const std::size_t decimals = precision == 0 ? 0 : 1 + static_cast<std::size_t>(precision);
+    if (char* const at = output.take(sign + digits + decimals)) {
+        *at = '-';
+        char* const point = at + sign + digits;
+        if (precision > 0) {
+            writeDecimal(point + decimals,
+                         scaled % scale + scale); // the scale brings the leading zeros along
+            *point = '.';
+        }
+        writeDecimal(point, whole);
     }
-    at = writeDecimal(at, scaled / scale);
-    if (negative)
-        *--at = '-';
-    output.put(at, static_cast<std::size_t>(end - at));
     return true;
 }
 

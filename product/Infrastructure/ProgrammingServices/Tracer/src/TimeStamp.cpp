@@ -9,10 +9,16 @@ void TimeStamp::putNow(LineWriter& line) {
     if (now.tv_sec != m_second)
         beginSecond(now.tv_sec);
     const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
+    if (milliseconds != m_millisecond)
+        beginMillisecond(milliseconds);
+    line.put(std::string_view(m_text, LENGTH));
+}
+
+void TimeStamp::beginMillisecond(unsigned int milliseconds) {
     m_text[10] = static_cast<char>('0' + milliseconds / 100);
     m_text[11] = static_cast<char>('0' + milliseconds / 10 % 10);
     m_text[12] = static_cast<char>('0' + milliseconds % 10);
-    line.put(std::string_view(m_text, LENGTH));
+    m_millisecond = milliseconds;
 }
 
 void TimeStamp::beginSecond(std::time_t second) {
@@ -23,4 +29,5 @@ void TimeStamp::beginSecond(std::time_t second) {
                   local.tm_sec % 100);
     m_text[LENGTH - 1] = ']';
     m_second = second;
+    m_millisecond = NO_MILLISECOND; // its digits are gone
 }

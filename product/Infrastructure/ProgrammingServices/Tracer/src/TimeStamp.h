@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <ctime>
 
-/// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text of the second it was
-/// last asked in, since converting to local time is what costs.
+/// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
+/// converting to local time is what costs, and many lines have the same millisecond.
 ///
 /// Not thread-safe.
 class TimeStamp {
@@ -18,7 +18,11 @@ public:
 
 private:
     void beginSecond(std::time_t second);
+    void beginMillisecond(unsigned int milliseconds);
+
+    static constexpr unsigned int NO_MILLISECOND = 1000;
 
     std::time_t m_second = -1;
+    unsigned int m_millisecond = NO_MILLISECOND;
     char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
 };
