@@ -24,7 +24,7 @@
 #include <vector>
 
 #ifdef ZEVO_WITH_LTTNG
-#include "LttngRival.h"
+#include "LttngTracepoints.inc"
 #endif
 
 namespace {
@@ -150,7 +150,7 @@ void addAll() {
     addOn("marker-on/floor", oneWrite);
     addOn("marker-on/zevo", traced<&Work::traced, true>);
     addOn("marker-on/zevo-first-burst", traced<&Work::traced, false>);
-    addOff("marker-hidden/floor", calls<&Work::plain>);
+    addOn("marker-hidden/floor", traced<&Work::plain, true>);
     addOn("marker-hidden/zevo", traced<&Work::hidden, true>);
 }
 

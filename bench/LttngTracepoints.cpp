@@ -1,3 +1,3 @@
 #define LTTNG_UST_TRACEPOINT_CREATE_PROBES
 #define LTTNG_UST_TRACEPOINT_DEFINE
-#include "LttngRival.h"
+#include "LttngTracepoints.inc"
