@@ -1,0 +1,20 @@
+#include "LargeBuffer.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <new>
+
+TEST(LargeBuffer, HoldsAsManyBytesAsWereAskedFor) {
+    for (const std::size_t bytes :
+         {std::size_t{1}, std::size_t{65536}, LARGE_BUFFER_UNIT, 2 * LARGE_BUFFER_UNIT + 12345}) {
+        const LargeBuffer buffer = makeLargeBuffer(bytes);
+        ASSERT_NE(buffer, nullptr);
+        std::memset(buffer.get(), 'x', bytes);
+        EXPECT_EQ(buffer[0], 'x');
+        EXPECT_EQ(buffer[bytes - 1], 'x');
+    }
+}
+
+TEST(LargeBuffer, MoreThanThereIsThrows) {
+    EXPECT_THROW(makeLargeBuffer(SIZE_MAX / 2), std::bad_alloc);
+}
