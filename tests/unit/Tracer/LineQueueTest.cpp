@@ -126,6 +126,17 @@ TEST(LineQueue, ALongLineIsWhole) {
     EXPECT_TRUE(written == longLine + "one\n" + middle + longLine);
 }
 
+TEST(LineQueue, ALongLineAfterShortOnesWereWrittenIsWhole) {
+    LineQueue queue;
+    std::string written;
+    queue.push("one\n");
+    EXPECT_EQ(writeAll(queue, written), 1U);
+    const std::string longLine(3000000, 'l');
+    queue.push(longLine);
+    EXPECT_EQ(writeAll(queue, written), 1U);
+    EXPECT_TRUE(written == "one\n" + longLine);
+}
+
 TEST(LineQueue, ALineIsPutTogetherInItsPlace) {
     LineQueue queue;
     char* const line = queue.beginLine(10);
