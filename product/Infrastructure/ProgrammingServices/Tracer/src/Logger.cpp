@@ -37,7 +37,7 @@ std::string_view tagOf(LoggerMsgType type) {
     case MSG_LEVEL_5:
         return "[LEVEL_5] ";
     }
-    return {};
+    return "";
 }
 
 } // namespace

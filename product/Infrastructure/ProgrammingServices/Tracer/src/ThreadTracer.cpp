@@ -55,7 +55,7 @@ std::string_view tagOf(TraceMsgType type) {
     case MSG_LEVEL_5:
         return ">> [5] ";
     }
-    return {};
+    return "";
 }
 
 } // namespace
