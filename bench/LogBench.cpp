@@ -2,9 +2,8 @@
 //
 //   log-line-off      a line that its level keeps out
 //   log-line          the caller's cost of a line: real time over all lines of all threads
-//   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost is part
-//   of
-//                     each figure (the floor's)
+//   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost, which
+//                     the floor shows, is part of each
 //   log-end-to-end    by lines, from the first call until the last line is in the file
 //   log-line-memory   what a waiting line takes, and of that its own bytes
 //
