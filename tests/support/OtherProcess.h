@@ -6,15 +6,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs `action` in a child process and returns its result; false as well when the child died.
+/// How a child tells that all went well. Not 0, which is what the crash handler ends a process with.
+const int WENT_WELL = 42;
+
+/// Runs `action` in a child process and returns its result; false as well when the child died or ended itself.
 template <typename Action>
 bool inAnotherProcess(Action action) {
     const pid_t child = fork();
     if (child == 0) {
-        _exit(action() ? 0 : 1);
+        _exit(action() ? WENT_WELL : 1);
     }
     int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+           WEXITSTATUS(status) == WENT_WELL;
 }
 
 /// The same in `folder`, as a user whom file modes bind: the superuser's children become nobody's. Paths are

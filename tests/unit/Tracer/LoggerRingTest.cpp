@@ -320,9 +320,25 @@ TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
     m_logger.WriteOnFile();
     EXPECT_EQ(readFile(folder + "/log_0.txt"), "1\n2\n");
     EXPECT_FALSE(isFreeForOthers());
-    // What the logger kept is no business of the analysis of this function.
-    [this]() KF_NO_THREAD_SAFETY_ANALYSIS { m_logger.getLock().release(); }();
-    EXPECT_TRUE(isFreeForOthers());
+}
+
+TEST_F(LoggerRing, DestroyedAfterAFailedOpenItsFlushThreadEnds) {
+    Logger logger;
+    logger.SetFileName(m_folder / "missing/log");
+    logger.Initialize();
+    logger.PrintString("1\n");
+    testing::internal::CaptureStderr();
+    logger.FinishLogging(); // the lock is this thread's now, and the flush thread waits for it
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(LoggerRing, AContinuedFileKeepsItsLinesThoughANewOneHadBeenNamedBefore) {
+    writeFile(path(0), "1\n");
+    m_logger.SetFileName(m_folder / "other");
+    m_logger.SetFileName(m_folder / "log");
+    print(2, 2);
+    m_logger.WriteOnFile();
+    EXPECT_EQ(readFile(path(0)), "1\n2\n");
 }
 
 TEST_F(LoggerRing, LinesStayQueuedAndTheLockIsFreeWhenTheNextFileCannotBeOpened) {

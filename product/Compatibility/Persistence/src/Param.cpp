@@ -65,6 +65,16 @@ t_Param::~t_Param() {
     TRACE_DESTRUCTOR("t_Param");
 }
 
+int t_Param::getBufferSize() const {
+    TRACE_METHOD();
+    return m_size;
+}
+
+const char* t_Param::getInternalBuffer() const {
+    TRACE_METHOD();
+    return m_data.get();
+}
+
 char* t_Param::marshall(int& length) const {
     TRACE_METHOD();
     const size_t dataSize = static_cast<size_t>(m_size);

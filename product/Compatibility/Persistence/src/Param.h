@@ -16,9 +16,9 @@ public:
     virtual ~t_Param();
 
     /// The number of data bytes.
-    int getBufferSize() const { return m_size; }
+    int getBufferSize() const;
     /// The data, never null; borrowed until the block is assigned to or destroyed.
-    const char* getInternalBuffer() const { return m_data.get(); }
+    const char* getInternalBuffer() const;
 
     /// The block's record, in the machine's own byte order:
     ///     4 bytes  length of the name + 1

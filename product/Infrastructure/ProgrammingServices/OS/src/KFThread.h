@@ -55,12 +55,13 @@ public:
     static void msleep(unsigned int milliseconds);
     static void sleep(unsigned int seconds);
 
-    /// Asks the body to finish. Called by stop() on its caller's thread; does nothing in this class.
-    virtual void onTerminate() {}
-
 protected:
     /// The body. It must not let an exception escape.
     virtual void run() = 0;
+
+public:
+    /// Asks the body to finish. Called by stop() on its caller's thread; does nothing in this class.
+    virtual void onTerminate() {} // behind run(), as subclasses built elsewhere expect
 
 private:
     int join();
@@ -71,6 +72,6 @@ private:
     pthread_attr_t m_attr;
 
     // A thread is joined exactly once, whoever waits for it, and a handle that no thread stands behind never.
-    KFMutex m_joinLock{false};
+    KFMutex m_joinLock{true};
     std::atomic<bool> m_joinable{false};
 };

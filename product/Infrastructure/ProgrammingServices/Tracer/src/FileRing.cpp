@@ -45,8 +45,9 @@ void FileRing::beginAnew() {
 
 void FileRing::continueFile(std::int32_t index) {
     m_fileIndex = index;
-    nameCurrentFile();
     m_lineCount = 0;
+    m_truncateOnNextOpen = false; // also when another name had begun a new file, not written to yet
+    nameCurrentFile();
 
     const OpenFile file(std::fopen(m_currentFileName.c_str(), "r"));
     if (file == nullptr)

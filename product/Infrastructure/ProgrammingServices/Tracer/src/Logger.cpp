@@ -51,7 +51,17 @@ Logger::~Logger() {
     Logger* self = this;
     m_pInstance.compare_exchange_strong(self, nullptr);
     setEnabled(false);
+    ReleaseWhatIsLeftHeld();
     m_flushThread.reset();
+}
+
+// The flush thread may be waiting for the lock, and can end only when it gets it.
+void Logger::ReleaseWhatIsLeftHeld() {
+    if (!m_lock.tryacquire())
+        return; // the flush thread has it
+    for (; m_timesLeftHeld > 0; --m_timesLeftHeld)
+        m_lock.release();
+    m_lock.release();
 }
 
 void Logger::SetInstance(Logger* pTheLogger) {
@@ -172,8 +182,10 @@ void Logger::PrintTime() {
 
 void Logger::WriteOnFile() {
     m_lock.acquire();
-    if (m_ring.drain() == FileRing::Drain::CannotOpen)
+    if (m_ring.drain() == FileRing::Drain::CannotOpen) {
+        ++m_timesLeftHeld;
         return;
+    }
     m_lock.release();
 }
 

@@ -25,7 +25,8 @@ class Logger {
 public:
     Logger();
     /// Disables the logger and stops the flush thread; lines still queued are dropped (FinishLogging writes
-    /// them). No thread may be logging. An instance pointer to this logger becomes null.
+    /// them). No thread may be logging, and a thread that WriteOnFile left the lock to must be this one. An
+    /// instance pointer to this logger becomes null.
     ~Logger();
 
     Logger(const Logger&) = delete;
@@ -82,9 +83,6 @@ public:
     void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
     /// Routes one finished line, which ends in "\n". Not empty.
     void PrintString(const std::string& msg);
-    /// Pieces of a line: each appends to the line in progress, which belongs to whoever holds the lock.
-    void PrintMsgType(LoggerMsgType type) KF_REQUIRES(m_lock);
-    void PrintTime() KF_REQUIRES(m_lock);
     /// Log lines carry no thread name; the tracer's do.
     void PrintThreadName() {}
 
@@ -115,7 +113,11 @@ public:
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
 
 private:
+    // Pieces of a line: each appends to the line in progress, which PrintMsg has made room for.
+    void PrintMsgType(LoggerMsgType type) KF_REQUIRES(m_lock);
+    void PrintTime() KF_REQUIRES(m_lock);
     void WriteIfDirect() KF_REQUIRES(m_lock);
+    void ReleaseWhatIsLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 
     static std::atomic<Logger*> m_pInstance;
 
@@ -127,6 +129,7 @@ private:
     bool m_printTime KF_GUARDED_BY(m_lock) = false;
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
+    int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
     LineWriter m_line KF_GUARDED_BY(m_lock); // the line in progress, in its place in the queue
     TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
     std::unique_ptr<LoggerFlushThread> m_flushThread;
