@@ -70,7 +70,7 @@ protected:
 
 // ---- listing
 
-TEST_F(HWServiceDetectionIOKitTest, ListingMakesThePrescribedCallsInTheirOrder) {
+TEST_F(HWServiceDetectionIOKitTest, ListingMakesTheseCallsInTheirOrder) {
     registry().matches = {{&addModem()}};
     EXPECT_THAT(connected(), ElementsAre("4817|5121"));
     EXPECT_THAT(script().calls(),
@@ -197,7 +197,7 @@ TEST_F(HWServiceDetectionIOKitTest, ADeviceWithoutAMatchingPortLeavesTheResultUn
     EXPECT_EQ("", detect());
 }
 
-TEST_F(HWServiceDetectionIOKitTest, ScanningMakesThePrescribedCallsInTheirOrder) {
+TEST_F(HWServiceDetectionIOKitTest, ScanningMakesTheseCallsInTheirOrder) {
     describe("PortHID", "data");
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", "/dev/cu.data");
@@ -416,7 +416,7 @@ TEST_F(HWServiceDetectionIOKitTest, TheInterfaceBelowTheDeviceIsFoundAmongTheSta
     EXPECT_EQ("DetectedNetworkAdapterName=wwan0", detect());
 }
 
-TEST_F(HWServiceDetectionIOKitTest, TheNetworkSearchMakesThePrescribedCallsInTheirOrder) {
+TEST_F(HWServiceDetectionIOKitTest, TheNetworkSearchMakesTheseCallsInTheirOrder) {
     describe("NetworkAdapterHID", "any");
     ScriptedEntry& modem = addModem();
     addNetworkStack(

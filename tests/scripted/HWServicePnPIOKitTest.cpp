@@ -78,7 +78,7 @@ protected:
 
 // ---- registration
 
-TEST_F(HWServicePnPIOKitTest, RegisteringMakesThePrescribedCallsInTheirOrder) {
+TEST_F(HWServicePnPIOKitTest, RegisteringMakesTheseCallsInTheirOrder) {
     m_service.registerService();
     EXPECT_THAT(
         script().calls(),
@@ -158,7 +158,7 @@ TEST_F(HWServicePnPIOKitTest, InitDoesNothingBeyondTracing) {
 
 // ---- arrival
 
-TEST_F(HWServicePnPIOKitTest, AnArrivalMakesThePrescribedCallsInTheirOrder) {
+TEST_F(HWServicePnPIOKitTest, AnArrivalMakesTheseCallsInTheirOrder) {
     registerWithClient();
     script().forgetCalls();
     registry().deliver(devices(), {&addModem()});
@@ -423,7 +423,7 @@ TEST_F(HWServicePnPIOKitTest, ADeviceWithoutAPathTakesEveryServiceOfItsIdsThatHa
     m_service.unRegisterService();
 }
 
-TEST_F(HWServicePnPIOKitTest, AServiceBelowAnArrivingDeviceMakesThePrescribedCalls) {
+TEST_F(HWServicePnPIOKitTest, AServiceBelowAnArrivingDeviceMakesTheseCalls) {
     registerWithClient();
     ScriptedEntry& modem = addModem();
     registry().deliver(devices(), {&modem});

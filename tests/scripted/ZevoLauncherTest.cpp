@@ -157,7 +157,7 @@ TEST_F(ZevoLauncherTest, AFailedLaunchIsTracedAtLevelTwoAndTheNextBundleIsStillH
 
 // ---- running processes
 
-TEST_F(ZevoLauncherTest, AskingForAProcessMakesThePrescribedCallsInTheirOrder) {
+TEST_F(ZevoLauncherTest, AskingForAProcessMakesTheseCallsInTheirOrder) {
     applications().addProcess("/Applications/Other.app");
     applications().addProcess(MAIN);
     applications().addProcess("/Applications/Unasked.app");
@@ -444,7 +444,7 @@ TEST_F(ZevoLauncherTest, AConfigurationThatIsNoPropertyListIsTracedAndTheRunGoes
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
 }
 
-TEST_F(ZevoLauncherTest, EveryPrescribedOperationIsTraced) {
+TEST_F(ZevoLauncherTest, EachOfTheseOperationsIsTraced) {
     TraceCapture trace;
     { ZevoLauncher another; }
     run(
