@@ -159,6 +159,21 @@ TEST_P(EverySignal, EndsTheProcessWithAReportAndStatus0) {
 INSTANTIATE_TEST_SUITE_P(KFExceptionHandler, EverySignal, testing::ValuesIn(SIGNAL_CASES),
                          [](const auto& tested) { return "Signal" + std::to_string(tested.param.number); });
 
+// A signal that the host keeps from the handler has its name all the same.
+TEST(CrashText, OfASignalThatTheHostKeepsFromTheHandlerIsItsName) {
+    const SignalCase cases[] = {{9, "SIGNAL_KILL"},
+                                {17, "SIGNAL_STOP"},
+                                {19, "SIGNAL_CONTINUE"},
+                                {28, "SIGNAL_WINDOW_SIZE_CHANGE"},
+                                {31, "UNKNOWN SIGNAL (31)"}};
+    for (const SignalCase& expected : cases) {
+        const CrashedChild child = runCrashingChild(
+            [&](const TemporaryFolder&) { KFExceptionHandler::crashHandlerSignalFilter(expected.number); });
+        EXPECT_EQ(child.exitStatus(), 0);
+        EXPECT_THAT(child.trace, HasSubstr(std::string(">> [E] ") + expected.text + "\n"));
+    }
+}
+
 // ---- Installing
 
 TEST(KFExceptionHandlerInstall, TakesSignals1To30Except28WithAnEmptyMaskAndNoFlags) {
@@ -197,6 +212,16 @@ TEST(KFExceptionHandlerInstall, TracesASignalThatCannotBeCaughtAndGoesOn) {
         EXPECT_THAT(child.trace, HasSubstr(">> [E] Cant install signal handler for " + std::to_string(sig) +
                                            " errno = " + std::to_string(EINVAL) + ".\n"));
     EXPECT_THAT(child.trace, HasSubstr("KFExceptionHandler::constructor\n"));
+}
+
+TEST(KFExceptionHandlerInstall, TakesTheSignalsInIncreasingOrder) {
+    const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
+        KFExceptionHandler::GetInstance();
+        raise(15);
+    });
+    static_assert(SIGKILL < SIGSTOP);
+    const std::string second = rest(child.trace, "handler for " + std::to_string(SIGKILL) + " errno");
+    EXPECT_THAT(second, HasSubstr("handler for " + std::to_string(SIGSTOP) + " errno"));
 }
 
 TEST(KFExceptionHandlerInstall, HappensOnce) {
@@ -445,8 +470,8 @@ private:
 
 TEST(CrashListeners, HearOfTheCrashInOrderAfterTheReport) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
-        Listener first;
-        Listener second;
+        Listener first([] { TRACE_FUNCTION("firstListener"); });
+        Listener second([] { TRACE_FUNCTION("secondListener"); });
         TestedHandler::addListener(&first);
         TestedHandler::addListener(nullptr);
         TestedHandler::addListener(&second);
@@ -456,6 +481,7 @@ TEST(CrashListeners, HearOfTheCrashInOrderAfterTheReport) {
     const std::string end = rest(child.trace, "OBJECT(S) COUNT");
     EXPECT_EQ(occurrences(end, ">> [D] heard of SIGNAL_SOTWARE_TERMINATION\n"), 2);
     EXPECT_EQ(occurrences(end, ">> [D] still there\n"), 2);
+    EXPECT_THAT(rest(end, "firstListener\n"), HasSubstr("secondListener\n"));
 }
 
 static CrashedChild crashTwice(int first, const std::function<void()>& second) {
@@ -605,6 +631,19 @@ TEST(ContractViolation, IsRecordedAndReturnsWhereTheSignalIsIgnored) {
         handler->throwException(0, "NAME", "text", "file", 0);
         const std::map<std::string, std::string> expected = {
             {"Code", "0"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "0"}};
+        _exit(TestedHandler::record() == expected ? 0 : 1);
+    });
+    EXPECT_EQ(child.exitStatus(), 0);
+    EXPECT_THAT(child.trace, IsEmpty());
+}
+
+TEST(ContractViolation, ItsCodeIsRecordedInDecimal) {
+    const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
+        KFExceptionHandler* const handler = KFExceptionHandler::GetInstance();
+        signal(12, SIG_IGN);
+        handler->throwException(12, "NAME", "text", "file", 345);
+        const std::map<std::string, std::string> expected = {
+            {"Code", "12"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "345"}};
         _exit(TestedHandler::record() == expected ? 0 : 1);
     });
     EXPECT_EQ(child.exitStatus(), 0);
