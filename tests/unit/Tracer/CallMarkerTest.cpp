@@ -28,6 +28,18 @@ TEST_F(CallMarking, NothingHappensWhileTheTracerIsDisabled) {
     EXPECT_EQ(file(), "(none)");
 }
 
+TEST_F(CallMarking, MarkerOfADisabledTracerHasNoThreadTracer) {
+    traceEverything();
+    m_tracer.TraceTheCall("-hidden");
+    for (const bool enabled : {true, false}) { // the tracer knows both calls, and would take them in again
+        m_tracer.setEnabled(enabled);
+        for (const char* name : {"shown", "hidden"}) {
+            const CallMarker marker(name);
+            EXPECT_EQ(marker.getThreadTracer() != nullptr, enabled) << name;
+        }
+    }
+}
+
 TEST_F(CallMarking, MarkerOfADisabledTracerStaysInertWhenItIsEnabled) {
     traceEverything();
     m_tracer.setPrintExits(true);

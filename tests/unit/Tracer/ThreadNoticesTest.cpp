@@ -56,6 +56,17 @@ TEST_F(ThreadNotices, NothingHappensWhileTheTracerIsDisabled) {
     EXPECT_EQ(file().find("while disabled"), std::string::npos) << file();
 }
 
+TEST_F(ThreadNotices, EndIsNotAnnouncedOnceTheTracerIsDisabled) {
+    traceEverything();
+    announceThreadBegin("first");
+    m_tracer.setEnabled(false);
+    announceThreadEnd();
+    m_tracer.setEnabled(true);
+    announceThreadBegin("second");
+    { TRACE_FUNCTION("a"); }
+    EXPECT_NE(file().find("[first          ]a\n"), std::string::npos) << file();
+}
+
 TEST_F(ThreadNotices, NothingHappensWithoutATracer) {
     Tracer* const none = nullptr;
     Tracer::SetInstance(none);

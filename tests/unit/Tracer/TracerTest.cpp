@@ -241,6 +241,46 @@ TEST_F(TracerCore, StacksOfAllThreadsArePrinted) {
     EXPECT_EQ(std::count(all.begin(), all.end(), "-------------- CALLSTACK --------------\n"), 2);
 }
 
+TEST_F(TracerCore, StacksArePrintedInTheOrderOfTheThreadIds) {
+    traceEverything();
+    constexpr std::size_t COUNT = 4;
+    std::vector<std::uint64_t> ids(COUNT);
+    std::atomic<std::size_t> known{0};
+    std::atomic<std::size_t> registered{0};
+    std::atomic<bool> done{false};
+    const auto waitFor = [](const auto& condition) {
+        while (!condition())
+            std::this_thread::yield();
+    };
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < COUNT; ++i) {
+        threads.emplace_back([&, i] {
+            ids[i] = currentThreadKey();
+            ++known;
+            waitFor([&] { return known == COUNT; });
+            const auto rank = static_cast<std::size_t>(
+                std::count_if(ids.begin(), ids.end(), [&](std::uint64_t id) { return id < ids[i]; }));
+            // The highest id comes first, so that the order of registration is another one.
+            waitFor([&] { return registered == COUNT - 1 - rank; });
+            m_tracer.BeginningOfThread(("rank " + std::to_string(rank)).c_str());
+            TRACE_FUNCTION("a");
+            ++registered;
+            waitFor([&] { return done.load(); });
+        });
+    }
+    waitFor([&] { return registered == COUNT; });
+    const std::size_t before = file().size();
+    m_tracer.PrintStacks();
+    const std::string stacks = file().substr(before);
+    done = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    std::string ranks;
+    for (std::size_t at = stacks.find("[rank "); at != std::string::npos; at = stacks.find("[rank ", at + 1))
+        ranks += stacks.substr(at + 6, 1);
+    EXPECT_EQ(ranks, "0123") << stacks;
+}
+
 TEST_F(TracerCore, RefusedThreadIsTracedOnceTheFiltersPermitIt) {
     traceEverything();
     std::thread([&] {
@@ -400,6 +440,17 @@ TEST_F(TracerCore, FinishingDisablesAndWritesTheQueuedLines) {
     m_tracer.FinishTracing();
     EXPECT_FALSE(m_tracer.isEnabled());
     EXPECT_THAT(lines(), ElementsAre("a\n"));
+}
+
+TEST_F(TracerCore, FinishingADirectlyWritingTracerLeavesItsQueueAlone) {
+    traceEverything();
+    m_tracer.setDirectWrite(false);
+    m_tracer.PrintString("waits\n");
+    m_tracer.setDirectWrite(true);
+    m_tracer.FinishTracing();
+    EXPECT_FALSE(m_tracer.isEnabled());
+    EXPECT_EQ(ring().waiting(), 1U);
+    EXPECT_EQ(file(), "(none)");
 }
 
 TEST_F(TracerCore, FinishingWritesMoreLinesThanTheRingHolds) {
