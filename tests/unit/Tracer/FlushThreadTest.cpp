@@ -5,8 +5,12 @@
 #include "Traced.h"
 #include "TracerFlushThread.h"
 
+#include <atomic>
 #include <chrono>
+#include <fcntl.h>
 #include <functional>
+#include <optional>
+#include <sys/stat.h>
 #include <thread>
 
 using Clock = std::chrono::steady_clock;
@@ -31,6 +35,19 @@ public:
 protected:
     void flush() override { ++m_flushes; }
 };
+
+/// Flushes when asked to.
+class HandFlushed : public TracerFlushThread {
+public:
+    using TracerFlushThread::flush;
+};
+
+bool isLockFree(KFMutex& lock) {
+    const bool free = lock.tryacquire();
+    if (free)
+        lock.release();
+    return free;
+}
 
 } // namespace
 
@@ -100,6 +117,16 @@ TEST_F(Flushing, FlushThreadReachesTheTracerThroughTheInstance) {
     EXPECT_EQ(file(), "(none)");
 }
 
+TEST_F(Flushing, FlushThreadWithoutATracerDoesNothing) {
+    m_tracer.SetFileName("trace");
+    m_tracer.PrintString("waits\n");
+    Tracer* const none = nullptr;
+    Tracer::SetInstance(none);
+    EXPECT_EQ(takeContractViolations().size(), 2U);
+    HandFlushed().flush();
+    EXPECT_EQ(file(), "(none)");
+}
+
 TEST_F(Flushing, DestroyedTracerEndsItsFlushThread) {
     const std::string path = m_folder / "tracer.cfg";
     writeFile(path, "TRACE_ON\nTRACE_SET_FILE_NAME " + (m_folder / "own") + "\n");
@@ -131,6 +158,51 @@ TEST_F(Flushing, LogReachesItsFileWithinAboutASecond) {
     EXPECT_FALSE(logger.areAllMsgFlushed());
     EXPECT_TRUE(waitUntil([&] { return logger.areAllMsgFlushed(); }));
     EXPECT_EQ(readFile(m_folder / "log_0.txt"), "[ERROR  ] x\n");
+}
+
+TEST_F(Flushing, DirectlyWritingLoggerHasNoFlushThread) {
+    const std::string path = m_folder / "logger.cfg";
+    writeFile(path, "LOG_ON\nLOG_MUST_FLUSH\nLOG_SET_FILE_NAME log\n");
+    Logger logger;
+    logger.SetFolderName(m_folder.path() + "/");
+    logger.ReadConfigFile(path.c_str());
+    logger.setDirectWrite(false);
+    logger.PrintMsg(MSG_ERROR, "waits");
+    // A flush thread would take less than two seconds.
+    CountingThread clock;
+    clock.start();
+    ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
+    EXPECT_FALSE(logger.areAllMsgFlushed());
+}
+
+// The flush thread is held up in its drain: nobody reads the pipe that stands in the log file's place.
+TEST_F(Flushing, DestroyedLoggerIsDisabledAndWaitsForItsFlushThread) {
+    std::optional<Logger> logger(std::in_place);
+    logger->SetFileName(m_folder / "log");
+    logger->setEnabled(true);
+    logger->PrintMsg(MSG_ERROR, "first");
+    logger->WriteOnFile();
+    const std::string file = m_folder / "log_0.txt";
+    ASSERT_EQ(unlink(file.c_str()), 0);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    logger->PrintMsg(MSG_ERROR, "second");
+    logger->Initialize();
+    ASSERT_TRUE(waitUntil([&] { return !isLockFree(logger->getLock()); }));
+
+    std::atomic<bool> destroyed{false};
+    Logger& inDestruction = *logger;
+    std::thread destroyer([&] {
+        logger.reset();
+        destroyed = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return !inDestruction.isEnabled(); }));
+    EXPECT_FALSE(destroyed);
+    const int reader = open(file.c_str(), O_RDONLY | O_NONBLOCK);
+    destroyer.join();
+    char text[64] = {};
+    EXPECT_GT(read(reader, text, sizeof text - 1), 0);
+    EXPECT_STREQ(text, "[ERROR  ] second\n");
+    close(reader);
 }
 
 TEST_F(Flushing, FlushThreadWithoutALoggerDoesNothing) {

@@ -181,6 +181,17 @@ TEST_F(LoggerCore, FinishingDisablesAndWritesTheQueuedLines) {
     EXPECT_EQ(log(), "[ERROR  ] x\n");
 }
 
+TEST_F(LoggerCore, FinishingADirectlyWritingLoggerLeavesItsQueueAlone) {
+    m_logger.SetFileName("log");
+    m_logger.setEnabled(true);
+    m_logger.PrintMsg(MSG_ERROR, "waits");
+    m_logger.setDirectWrite(true);
+    m_logger.FinishLogging();
+    EXPECT_FALSE(m_logger.isEnabled());
+    EXPECT_FALSE(m_logger.areAllMsgFlushed());
+    EXPECT_EQ(log(), "(none)");
+}
+
 TEST_F(LoggerCore, FinishingGivesUpWhenTheFileCannotBeOpened) {
     const ChildResult result = runInChild([this] {
         m_logger.SetFileName(m_folder / "missing/log");
