@@ -439,12 +439,10 @@ TEST_F(HWServicePnPIOKitTest, AServiceBelowAnArrivingDeviceMakesTheseCalls) {
 
 TEST_F(HWServicePnPIOKitTest, AChildCallbackWithoutItsRecordBreaksTheContract) {
     TraceCapture trace;
-    const bool endedWithStatusZero = inAnotherProcess([&] {
+    EXPECT_TRUE(isEndedByCrashHandler([] {
         KFExceptionHandler::GetInstance();
         ChildDeviceAdded(NULL, IO_OBJECT_NULL, false);
-        return false;
-    });
-    EXPECT_TRUE(endedWithStatusZero);
+    }));
     EXPECT_THAT(trace.text(),
                 HasSubstr(">> [E] ASSERT VIOLATION : refCon != NULL - In File : "
                           "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit - At Line : 41"));

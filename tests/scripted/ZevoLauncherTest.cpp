@@ -63,6 +63,9 @@ protected:
             m_launcher.init();
             m_launcher.run();
             check();
+            // What the services watch with is theirs as long as the process lives.
+            EXPECT_THAT(unreleased(),
+                        testing::Each(testing::ContainsRegex("^(port$|iterator |interest in )")));
             return !HasFailure();
         }));
     }

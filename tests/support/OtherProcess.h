@@ -9,16 +9,32 @@
 /// How a child tells that all went well. Not 0, which is what the crash handler ends a process with.
 const int WENT_WELL = 42;
 
-/// Runs `action` in a child process and returns its result; false as well when the child died or ended itself.
+/// Runs `action` in a child process, which it tells its result. Returns the child's exit status, -1 when it
+/// died.
 template <typename Action>
-bool inAnotherProcess(Action action) {
+int statusOfAnotherProcess(Action action) {
     const pid_t child = fork();
     if (child == 0) {
         _exit(action() ? WENT_WELL : 1);
     }
     int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
-           WEXITSTATUS(status) == WENT_WELL;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// Runs `action` in a child process and returns its result; false as well when the child died or ended
+/// itself.
+template <typename Action>
+bool inAnotherProcess(Action action) {
+    return statusOfAnotherProcess(action) == WENT_WELL;
+}
+
+/// Whether the crash handler ends a child process in the middle of `action`.
+template <typename Action>
+bool isEndedByCrashHandler(Action action) {
+    return statusOfAnotherProcess([&] {
+               action();
+               return true;
+           }) == 0;
 }
 
 /// The same in `folder`, as a user whom file modes bind: the superuser's children become nobody's. Paths are

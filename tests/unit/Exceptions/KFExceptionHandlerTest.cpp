@@ -6,6 +6,7 @@
 #include "KFLock.h"
 #include "KFThread.h"
 #include "Logger.h"
+#include "OtherProcess.h"
 
 #include <atomic>
 #include <climits>
@@ -227,9 +228,9 @@ TEST(KFExceptionHandlerInstall, TakesTheSignalsInIncreasingOrder) {
 TEST(KFExceptionHandlerInstall, HappensOnce) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
         const KFExceptionHandler* const first = KFExceptionHandler::GetInstance();
-        _exit(KFExceptionHandler::GetInstance() == first ? 0 : 1);
+        _exit(KFExceptionHandler::GetInstance() == first ? WENT_WELL : 1);
     });
-    EXPECT_EQ(child.exitStatus(), 0);
+    EXPECT_EQ(child.exitStatus(), WENT_WELL);
 }
 
 static bool isInstalledOnceByTwoThreads() {
@@ -256,8 +257,8 @@ static bool isInstalledOnceByTwoThreads() {
 TEST(KFExceptionHandlerInstall, HappensOnceThoughTwoThreadsComeFirst) {
     for (int round = 0; round < 50; ++round) {
         const CrashedChild child = runCrashingChild(
-            [](const TemporaryFolder&) { _exit(isInstalledOnceByTwoThreads() ? 0 : 1); }, false);
-        EXPECT_EQ(child.exitStatus(), 0);
+            [](const TemporaryFolder&) { _exit(isInstalledOnceByTwoThreads() ? WENT_WELL : 1); }, false);
+        EXPECT_EQ(child.exitStatus(), WENT_WELL);
     }
 }
 
@@ -266,9 +267,9 @@ TEST(KFExceptionHandlerInstall, EmptiesTheRecord) {
         KFExceptionHandler::GetInstance();
         const std::map<std::string, std::string> expected = {
             {"Code", ""}, {"Name", ""}, {"Description", ""}, {"InFile", ""}, {"AtLine", ""}};
-        _exit(TestedHandler::record() == expected ? 0 : 1);
+        _exit(TestedHandler::record() == expected ? WENT_WELL : 1);
     });
-    EXPECT_EQ(child.exitStatus(), 0);
+    EXPECT_EQ(child.exitStatus(), WENT_WELL);
 }
 
 // ---- Reporting
@@ -631,9 +632,9 @@ TEST(ContractViolation, IsRecordedAndReturnsWhereTheSignalIsIgnored) {
         handler->throwException(0, "NAME", "text", "file", 0);
         const std::map<std::string, std::string> expected = {
             {"Code", "0"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "0"}};
-        _exit(TestedHandler::record() == expected ? 0 : 1);
+        _exit(TestedHandler::record() == expected ? WENT_WELL : 1);
     });
-    EXPECT_EQ(child.exitStatus(), 0);
+    EXPECT_EQ(child.exitStatus(), WENT_WELL);
     EXPECT_THAT(child.trace, IsEmpty());
 }
 
@@ -644,9 +645,9 @@ TEST(ContractViolation, ItsCodeIsRecordedInDecimal) {
         handler->throwException(12, "NAME", "text", "file", 345);
         const std::map<std::string, std::string> expected = {
             {"Code", "12"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "345"}};
-        _exit(TestedHandler::record() == expected ? 0 : 1);
+        _exit(TestedHandler::record() == expected ? WENT_WELL : 1);
     });
-    EXPECT_EQ(child.exitStatus(), 0);
+    EXPECT_EQ(child.exitStatus(), WENT_WELL);
     EXPECT_THAT(child.trace, IsEmpty());
 }
 

@@ -80,10 +80,7 @@ protected:
     /// Starts up with a tracer already there; the crash handler has to end the process, with status 0.
     std::string traceOfFailedStartUp() {
         TraceCapture trace;
-        EXPECT_TRUE(inAnotherProcess([] {
-            initTracesAndLogs();
-            return false;
-        }));
+        EXPECT_TRUE(isEndedByCrashHandler([] { initTracesAndLogs(); }));
         return trace.text();
     }
 

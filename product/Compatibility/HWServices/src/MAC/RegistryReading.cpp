@@ -1,10 +1,12 @@
 #include "RegistryReading.h"
 
 #include "CFOwned.h"
+#include "CallMarker.h"
 
 #include <IOKit/IOKitKeys.h>
 
 bool readNumber(CFTypeRef object, SInt32& value) {
+    TRACE_FUNCTION("readNumber");
     if (object == NULL || CFGetTypeID(object) != CFNumberGetTypeID())
         return false;
     // The result only tells whether the number lost something; what was stored serves all the same.
@@ -13,6 +15,7 @@ bool readNumber(CFTypeRef object, SInt32& value) {
 }
 
 bool readText(CFTypeRef object, std::string& value) {
+    TRACE_FUNCTION("readText");
     if (object == NULL || CFGetTypeID(object) != CFStringGetTypeID())
         return false;
     const CFStringRef text = static_cast<CFStringRef>(object);
@@ -31,6 +34,7 @@ bool readText(CFTypeRef object, std::string& value) {
 }
 
 std::string readName(io_registry_entry_t entry) {
+    TRACE_FUNCTION("readName");
     io_name_t name = {};
     if (IORegistryEntryGetName(entry, name) != KERN_SUCCESS)
         return std::string();
@@ -38,6 +42,7 @@ std::string readName(io_registry_entry_t entry) {
 }
 
 kern_return_t readPath(io_registry_entry_t entry, std::string& path) {
+    TRACE_FUNCTION("readPath");
     io_string_t buffer = {};
     const kern_return_t result = IORegistryEntryGetPath(entry, kIOServicePlane, buffer);
     path = result == KERN_SUCCESS ? buffer : "";
@@ -45,6 +50,7 @@ kern_return_t readPath(io_registry_entry_t entry, std::string& path) {
 }
 
 void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value) {
+    TRACE_FUNCTION("setNumber");
     const CFOwned<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
     CFDictionarySetValue(matching, key, number.get());
 }
