@@ -322,16 +322,6 @@ TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
     EXPECT_FALSE(isFreeForOthers());
 }
 
-TEST_F(LoggerRing, DestroyedAfterAFailedOpenItsFlushThreadEnds) {
-    Logger logger;
-    logger.SetFileName(m_folder / "missing/log");
-    logger.Initialize();
-    logger.PrintString("1\n");
-    testing::internal::CaptureStderr();
-    logger.FinishLogging(); // the lock is this thread's now, and the flush thread waits for it
-    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
-}
-
 TEST_F(LoggerRing, AContinuedFileKeepsItsLinesThoughANewOneHadBeenNamedBefore) {
     writeFile(path(0), "1\n");
     m_logger.SetFileName(m_folder / "other");
