@@ -7,6 +7,7 @@
 #include "ScriptedApplications.h"
 #include "ScriptedRegistry.h"
 #include "TextFile.h"
+#include "TextOrder.h"
 #include "TraceCapture.h"
 
 #include <IOKit/IOMessage.h>
@@ -433,11 +434,12 @@ TEST_F(ZevoLauncherTest, WithoutAConfigurationTheErrorsAreTracedAndTheRunGoesOn)
         m_launcher.onDeviceArrival(hid);
         EXPECT_THAT(launches(), IsEmpty());
     });
-    EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
-    EXPECT_THAT(
+    EXPECT_TRUE(standInOrder(
         trace.text(),
-        HasSubstr(">> [E] Configuration File Manager Exception : CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND on "
-                  "file product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133\n"));
+        {">> [E] Error accessing ZevoLauncher parameters.\n",
+         ">> [E] Configuration File Manager Exception : CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND on "
+         "file product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133\n"}))
+        << trace.text();
     EXPECT_THAT(trace.text(), HasSubstr(">> [D]  hardware id to be found : \n"));
 }
 
@@ -445,6 +447,30 @@ TEST_F(ZevoLauncherTest, AConfigurationThatIsNoPropertyListIsTracedAndTheRunGoes
     TraceCapture trace;
     run("no property list\n", [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
+}
+
+TEST_F(ZevoLauncherTest, InitialisesTheServicesAndAsksForTheIdsInThisOrder) {
+    TraceCapture trace;
+    run(configuration(MODEM, MODEM, CD_ROM), [] {});
+    EXPECT_TRUE(standInOrder(trace.text(), {"HWServiceDetectionIOKit::init\n", "HWServicePnPIOKit::init\n",
+                                            "ZevoLauncherConfigReader::getModemHIdToDetect\n",
+                                            "ZevoLauncherConfigReader::getCdRomHIdToDetect\n",
+                                            "ZevoLauncherConfigReader::getModemHIdToFind\n"}))
+        << trace.text();
+}
+
+TEST_F(ZevoLauncherTest, ItsEndDeliberatelyUnregistersNothing) {
+    EXPECT_TRUE(inAnotherProcess([&] {
+        writeFile(m_folder / "Launcher.cfg", configuration(MODEM, MODEM, CD_ROM));
+        {
+            ZevoLauncher launcher;
+            launcher.init();
+            launcher.run();
+            script().forgetCalls();
+        }
+        EXPECT_THAT(script().calls(), IsEmpty());
+        return !HasFailure();
+    }));
 }
 
 TEST_F(ZevoLauncherTest, EachOfTheseOperationsIsTraced) {

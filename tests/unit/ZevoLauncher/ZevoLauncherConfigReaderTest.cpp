@@ -4,6 +4,7 @@
 #include "KFConfigurationReaderFileNotFoundException.h"
 #include "OtherProcess.h"
 #include "TextFile.h"
+#include "TextOrder.h"
 #include "TraceCapture.h"
 
 #include <cstdio>
@@ -111,6 +112,8 @@ TEST_F(ZevoLauncherConfigReaderTest, WithoutAFileEveryGetterThrowsAndWritesTheTw
     });
     EXPECT_EQ(4u, count(trace.text(),
                         ">> [E] Could not load operator file : " + m_folder.path() + "Launcher.cfg.\n"));
+    EXPECT_TRUE(
+        standInOrder(trace.text(), {">> [E] Could not load operator file : ", ">> [E] Exception : "}));
     EXPECT_EQ(4u, count(trace.text(), ">> [E] Exception : Can't open file on file product/Infrastructure/"
                                       "ProgrammingServices/Dictionary/src/Dictionary line 882.\n"));
 }

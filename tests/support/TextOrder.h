@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Whether the parts stand in the text, one behind the other.
+inline bool standInOrder(const std::string& text, const std::vector<std::string>& parts) {
+    std::string::size_type at = 0;
+    for (const std::string& part : parts) {
+        at = text.find(part, at);
+        if (at == std::string::npos)
+            return false;
+        at += part.size();
+    }
+    return true;
+}
