@@ -55,10 +55,11 @@ Logger::~Logger() {
     m_flushThread.reset();
 }
 
-// The flush thread may be waiting for the lock, and can end only when it gets it.
+// The flush thread may be waiting for the lock, and can end only when it gets it. It must not keep it then.
 void Logger::ReleaseWhatIsLeftHeld() {
     if (!m_lock.tryacquire())
         return; // the flush thread has it
+    m_ends = true;
     for (; m_timesLeftHeld > 0; --m_timesLeftHeld)
         m_lock.release();
     m_lock.release();
@@ -182,7 +183,7 @@ void Logger::PrintTime() {
 
 void Logger::WriteOnFile() {
     m_lock.acquire();
-    if (m_ring.drain() == FileRing::Drain::CannotOpen) {
+    if (m_ring.drain() == FileRing::Drain::CannotOpen && !m_ends) {
         ++m_timesLeftHeld;
         return;
     }

@@ -130,7 +130,8 @@ private:
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
-    LineWriter m_line KF_GUARDED_BY(m_lock);       // the line in progress, in its place in the queue
+    bool m_ends KF_GUARDED_BY(m_lock) = false;
+    LineWriter m_line KF_GUARDED_BY(m_lock); // the line in progress, in its place in the queue
     TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };
