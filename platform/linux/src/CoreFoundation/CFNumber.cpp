@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 namespace LinuxPlatform {
 namespace {
@@ -205,18 +206,14 @@ private:
     const bool m_value;
 };
 
-namespace {
-
-const BooleanValue TRUE_VALUE(true);
-const BooleanValue FALSE_VALUE(false);
-
-} // namespace
 } // namespace LinuxPlatform
 
 using namespace LinuxPlatform;
 
-const CFBooleanRef kCFBooleanTrue = &TRUE_VALUE;
-const CFBooleanRef kCFBooleanFalse = &FALSE_VALUE;
+// Never destroyed: a signal handler may end the process while the thread that it interrupted holds the lock
+// that an object's end takes.
+const CFBooleanRef kCFBooleanTrue = std::make_unique<const BooleanValue>(true).release();
+const CFBooleanRef kCFBooleanFalse = std::make_unique<const BooleanValue>(false).release();
 
 CFTypeID CFBooleanGetTypeID() {
     return static_cast<CFTypeID>(TypeID::Boolean);
