@@ -80,36 +80,21 @@ static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) 
     return noErr;
 }
 
-static const RunningApplication* runningIn(const std::vector<RunningApplication>& applications,
-                                           const ReferencedPath& bundle) {
-    for (const RunningApplication& application : applications) {
-        if (realPath(application.bundle) == bundle.real)
-            return &application;
-    }
-    return nullptr;
-}
-
-static bool stillRuns(const RunningApplication& application) {
-    RunningApplication now;
-    return findRunningApplication(application.pid, now) && now.startTime == application.startTime;
-}
-
 static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
     std::vector<RunningApplication> applications;
     // A launcher asks for the list itself before it opens anything; to read it twice would double what grows
     // with the number of processes.
-    int error = listRunningApplicationsOfThisMoment(applications);
-    const RunningApplication* found = runningIn(applications, bundle);
-    if (error == 0 && found != nullptr && !stillRuns(*found)) {
-        // It has ended since; another one of its bundle may run.
-        error = listRunningApplications(applications);
-        found = runningIn(applications, bundle);
-    }
+    const int error = listRunningApplicationsOfThisMoment(applications);
     if (error != 0)
         return statusOfErrno(error);
-    isRunning = found != nullptr;
-    if (isRunning)
-        running = *found;
+    isRunning = false;
+    for (const RunningApplication& application : applications) {
+        if (realPath(application.bundle) != bundle.real)
+            continue;
+        isRunning = true;
+        running = application;
+        break;
+    }
     return noErr;
 }
 

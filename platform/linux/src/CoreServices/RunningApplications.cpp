@@ -355,14 +355,24 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     return 0;
 }
 
+static bool takeKept(std::vector<RunningApplication>& applications) {
+    const std::string root = rootFolder();
+    const LockedOtherProcesses others;
+    return others->takeKept(root, ::geteuid(), applications);
+}
+
+static bool hasEnded(const RunningApplication& application) {
+    RunningApplication now;
+    return !findRunningApplication(application.pid, now) || now.startTime != application.startTime ||
+           now.bundle != application.bundle;
+}
+
 int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications) {
-    {
-        const std::string root = rootFolder();
-        const LockedOtherProcesses others;
-        if (others->takeKept(root, ::geteuid(), applications))
-            return 0;
-    }
-    return listRunningApplications(applications);
+    if (!takeKept(applications))
+        return listRunningApplications(applications);
+    applications.erase(std::remove_if(applications.begin(), applications.end(), hasEnded),
+                       applications.end());
+    return 0;
 }
 
 bool findRunningApplication(pid_t pid, RunningApplication& application) {

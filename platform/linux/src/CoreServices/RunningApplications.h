@@ -29,7 +29,7 @@ const int LAUNCHED_PID_WIDTH = 10;
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
 /// The same for a caller who has only just asked for the list: the one taken last, when that was less than a
-/// millisecond ago and this process has started nothing since.
+/// millisecond ago and this process has started nothing since, without those that have ended meanwhile.
 int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications);
 
 /// Launch Services have started this process: the next list looks at it, whatever an earlier one saw.
