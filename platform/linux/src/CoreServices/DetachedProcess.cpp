@@ -134,7 +134,6 @@ struct Preparation {
     size_t pidWidth;
     int nullDevice;
     const SharedMemory* shared;
-    volatile Outcome* outcome;
 };
 
 struct NewProcess {
@@ -213,7 +212,7 @@ void writeDigits(char* place, size_t width, pid_t pid) {
         ::sigprocmask(SIG_SETMASK, &none, nullptr);
         ::execve(preparation.file, preparation.arguments, preparation.environment);
     }
-    preparation.outcome->error = errno;
+    preparation.shared->outcome()->error = errno;
     endProcess();
 }
 
@@ -221,10 +220,10 @@ void writeDigits(char* place, size_t width, pid_t pid) {
     const long pid =
         startProcess({becomeProgram, &preparation}, SIGCHLD, preparation.shared->stackOfProgram());
     if (pid < 0)
-        preparation.outcome->error = errno;
-    else if (preparation.outcome->error != 0)
+        preparation.shared->outcome()->error = errno;
+    else if (preparation.shared->outcome()->error != 0)
         ::syscall(SYS_wait4, pid, nullptr, 0, nullptr); // or its adopter would be told of its end
-    preparation.outcome->pid = static_cast<pid_t>(pid);
+    preparation.shared->outcome()->pid = static_cast<pid_t>(pid);
     endProcess();
 }
 
@@ -239,8 +238,9 @@ int runBothProcesses(const Preparation& preparation) {
     int status = 0;
     while (::waitpid(static_cast<pid_t>(middle), &status, __WALL) < 0 && errno == EINTR) {
     }
-    const bool gotThrough = WIFEXITED(status) && preparation.outcome->pid > 0;
-    return gotThrough || preparation.outcome->error != 0 ? preparation.outcome->error : ECHILD;
+    const bool gotThrough = WIFEXITED(status) && preparation.shared->outcome()->pid > 0;
+    return gotThrough || preparation.shared->outcome()->error != 0 ? preparation.shared->outcome()->error
+                                                                   : ECHILD;
 }
 
 class File {
@@ -304,9 +304,9 @@ int startDetached(DetachedProcess plan, pid_t& pid) {
     environment.push_back(nullptr);
     char* const arguments[] = {plan.file.data(), nullptr};
     char* const pidDigits = plan.pidWidth == 0 ? nullptr : &plan.environment.front()[plan.pidPlace];
-    const Preparation preparation = {plan.file.c_str(), arguments,       environment.data(),
-                                     pidDigits,         plan.pidWidth,   nullDevice.get(),
-                                     &shared,           shared.outcome()};
+    const Preparation preparation = {
+        plan.file.c_str(), arguments, environment.data(), pidDigits, plan.pidWidth,
+        nullDevice.get(),  &shared};
 
     const int error = runBothProcesses(preparation);
     if (error == 0)
