@@ -31,6 +31,15 @@ private:
     int m_descriptor = -1;
 };
 
+/// Whether the error says that this user can put no new file into the folder, beside the file that was meant
+/// or in its place: the folder may not be written, is read-only around a writable file, has no room for the
+/// longer name or holds a foreign link under it, or a file system is mounted on the file. Any other error (no
+/// descriptor or no room left) may be gone for the next user.
+inline bool forbidsNewFile(int error) {
+    return error == EPERM || error == EACCES || error == EROFS || error == EBUSY || error == ELOOP ||
+           error == ENAMETOOLONG;
+}
+
 /// Waits for the exclusive advisory lock of an open file. The lock belongs to the open file: it goes when the
 /// last copy of the descriptor is closed, at the latest when the process ends, however it ends.
 inline bool lockExclusively(int descriptor) {

@@ -8,12 +8,6 @@ namespace {
 // Read-only is enough for a lock, and lets every user take one that another user has made.
 const int OPEN_FLAGS = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
 
-/// Whether the error says that the folder lets this user make no lock file. Any other one (no descriptor or
-/// no room left) may be gone for the next user, who would then hold another file's lock.
-bool forbidsNewFile(int error) {
-    return error == EPERM || error == EACCES || error == EROFS || error == ELOOP || error == ENAMETOOLONG;
-}
-
 bool isStillAt(const std::string& path, int descriptor) {
     struct stat opened;
     struct stat named;
@@ -42,7 +36,7 @@ FileLock::FileLock(const std::string& path)
         if (!lockExclusively(m_file.get())) {
             m_file = FileDescriptor();
         }
-    } else if (forbidsNewFile(errno)) {
+    } else if (forbidsNewFile(errno)) { // else the next user might make the lock file, and hold another lock
         m_file = lockItself(path);
     }
 }

@@ -170,14 +170,6 @@ bool writeInPlace(const std::string& path, std::string_view content) {
            flush(file.get());
 }
 
-/// Whether the error says that the folder lets nobody put a new file in the old one's place: it may not be
-/// written, is read-only around a writable file, has no room for the longer name or holds a foreign link
-/// under it, or a file system is mounted on the file.
-bool forbidsNewFile(int error) {
-    return error == EPERM || error == EACCES || error == EROFS || error == EBUSY || error == ELOOP ||
-           error == ENAMETOOLONG;
-}
-
 } // namespace
 
 bool FileReplacement::replace(const std::string& givenPath, std::string_view content) {
