@@ -11,6 +11,7 @@
 // peak_bytes: a process of its own (this program with --peak) loads the document once; its highest resident
 // size less the one before. allocations: calls of operator new per look-up.
 
+#include "CountedAllocations.h"
 #include "Dictionary.h"
 #include "FileDescriptor.h"
 #include "FileReplacement.h"
@@ -31,7 +32,6 @@
 #include <fcntl.h>
 #include <map>
 #include <memory>
-#include <new>
 #include <plist/plist.h>
 #include <pugixml.hpp>
 #include <random>
@@ -40,23 +40,6 @@
 #include <tinyxml2.h>
 #include <unistd.h>
 #include <vector>
-
-static std::int64_t allocations = 0;
-
-// Everything that new makes in this program; the compiler cannot see that the pair belongs together.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 

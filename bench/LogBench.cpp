@@ -12,6 +12,7 @@
 // error, not a figure. The floor does nothing with a line, and writes the same bytes at once in the end.
 
 #include "LogRivals.h"
+#include "OneWrite.h"
 #include "TemporaryFolder.h"
 #include "Works.h"
 
@@ -184,15 +185,7 @@ void oneWrite(benchmark::State& state) {
     std::string text;
     for (std::int64_t i = 0; i < state.range(0); ++i)
         text += line;
-    for (auto _ : state) {
-        const TemporaryFolder target;
-        const auto begin = Clock::now();
-        const int file = open((target / "log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-            state.SkipWithError("write");
-        close(file);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
-    }
+    writeAtOnce(state, text);
     state.counters["cost_ns"] = works::nanosecondsPer(state.range(0));
 }
 

@@ -10,6 +10,7 @@
 // new. Floors: the function without a marker; for marker-on the same bytes with one write.
 
 #include "MarkedWork.h"
+#include "OneWrite.h"
 #include "TextFile.h"
 #include "Works.h"
 
@@ -107,15 +108,7 @@ void oneWrite(benchmark::State& state) {
     Tracing tracing;
     run<&Work::traced>(tracing, state.range(0), 1);
     const std::string text = readFile(tracing.file());
-    for (auto _ : state) {
-        const TemporaryFolder target;
-        const auto begin = Clock::now();
-        const int file = open((target / "trace").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-            state.SkipWithError("write");
-        close(file);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
-    }
+    writeAtOnce(state, text);
     state.counters["cost_ns"] = works::nanosecondsPer(state.range(0));
 }
 

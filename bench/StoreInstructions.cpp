@@ -1,19 +1,14 @@
 // What tools/instruction-counts runs of the dictionary and of the parameter stores: their own work of the
 // benchmarks that have the same names.
-//
-//     bench_instructions_stores --list
-//     bench_instructions_stores WORK COUNT
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
 #include "Dictionary.h"
+#include "InstructionWorks.h"
 #include "PropertyListText.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <map>
 #include <memory>
 #include <stdexcept>
 
@@ -30,21 +25,25 @@ void require(bool isDone, const char* what) {
 // One operation is one leaf; `count` of them are as many whole documents. A loaded one is thrown away in the
 // count.
 
-void load(const TemporaryFolder& folder, Shape shape, std::int64_t count) {
-    writeFile(folder / "document", document(shape, LEAVES));
+template <Shape SHAPE>
+void load(std::int64_t count) {
+    const TemporaryFolder folder;
+    writeFile(folder / "document", document(SHAPE, LEAVES));
     for (std::int64_t done = 0; done < count; done += LEAVES)
         Dictionary().loadFromFile(folder / "document");
 }
 
-void save(const TemporaryFolder& folder, Shape shape, std::int64_t count) {
-    writeFile(folder / "document", document(shape, LEAVES));
+template <Shape SHAPE>
+void save(std::int64_t count) {
+    const TemporaryFolder folder;
+    writeFile(folder / "document", document(SHAPE, LEAVES));
     Dictionary tree;
     tree.loadFromFile(folder / "document");
     for (std::int64_t done = 0; done < count; done += LEAVES)
         tree.saveToFile("/dev/null");
 }
 
-void lookUp(const TemporaryFolder&, std::int64_t count) {
+void lookUp(std::int64_t count) {
     std::vector<std::string> paths;
     Dictionary tree;
     forEachLeaf(LEAVES, 4, [&](const std::vector<std::int64_t>& digits) {
@@ -62,7 +61,8 @@ std::string nameOf(std::int64_t index) {
     return "parameter_" + std::to_string(10000000 + index);
 }
 
-void readText(const TemporaryFolder& folder, std::int64_t count) {
+void readText(std::int64_t count) {
+    const TemporaryFolder folder;
     setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
     t_paramMap parameters;
     for (std::int64_t i = 0; i < PARAMETERS; ++i)
@@ -77,7 +77,8 @@ void readText(const TemporaryFolder& folder, std::int64_t count) {
     }
 }
 
-void readBinary(const TemporaryFolder& folder, std::int64_t count) {
+void readBinary(std::int64_t count) {
+    const TemporaryFolder folder;
     setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
     BinaryAppDataPersistence::ParamMap parameters;
     for (std::int64_t i = 0; i < PARAMETERS; ++i)
@@ -94,18 +95,11 @@ void readBinary(const TemporaryFolder& folder, std::int64_t count) {
     }
 }
 
-using Work = void (*)(const TemporaryFolder&, std::int64_t count);
-
-template <void (*SHAPED)(const TemporaryFolder&, Shape, std::int64_t), Shape SHAPE>
-void of(const TemporaryFolder& folder, std::int64_t count) {
-    SHAPED(folder, SHAPE, count);
-}
-
-const std::map<std::string, Work> WORKS = {
-    {"dictionary-load-flat/1000", of<load, Shape::FLAT>},
-    {"dictionary-load-nested/1000", of<load, Shape::NESTED>},
-    {"dictionary-save-flat/1000", of<save, Shape::FLAT>},
-    {"dictionary-save-nested/1000", of<save, Shape::NESTED>},
+const InstructionWorks WORKS = {
+    {"dictionary-load-flat/1000", load<Shape::FLAT>},
+    {"dictionary-load-nested/1000", load<Shape::NESTED>},
+    {"dictionary-save-flat/1000", save<Shape::FLAT>},
+    {"dictionary-save-nested/1000", save<Shape::NESTED>},
     {"dictionary-lookup/1000", lookUp},
     {"parameter-read-text/100", readText},
     {"parameter-read-binary/100", readBinary},
@@ -114,17 +108,5 @@ const std::map<std::string, Work> WORKS = {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (argumentCount == 2 && std::string(arguments[1]) == "--list") {
-        for (const auto& work : WORKS)
-            std::printf("%s\n", work.first.c_str());
-        return 0;
-    }
-    const auto work = argumentCount == 3 ? WORKS.find(arguments[1]) : WORKS.end();
-    if (work == WORKS.end()) {
-        std::fprintf(stderr, "usage: bench_instructions_stores --list | WORK COUNT\n");
-        return 2;
-    }
-    const TemporaryFolder folder;
-    work->second(folder, std::atoll(arguments[2]));
-    return 0;
+    return runInstructionWorks(WORKS, argumentCount, arguments);
 }

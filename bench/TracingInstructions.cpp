@@ -1,16 +1,9 @@
 // What tools/instruction-counts runs of the tracer and of the logger: their own work of the benchmarks that
 // have the same names.
-//
-//     bench_instructions_tracing --list
-//     bench_instructions_tracing WORK COUNT
 
+#include "InstructionWorks.h"
 #include "LogMessage.h"
 #include "MarkedWork.h"
-
-#include <cstdio>
-#include <cstdlib>
-#include <map>
-#include <string>
 
 namespace {
 
@@ -44,7 +37,7 @@ void traced(std::int64_t count) {
     callAtDepth<METHOD>(count);
 }
 
-const std::map<std::string, void (*)(std::int64_t count)> WORKS = {
+const InstructionWorks WORKS = {
     {"log-line", logLines<MSG_LEVEL_0>},      {"log-line-off", logLines<MSG_DEBUG>},
     {"marker-off", untraced<&Work::traced>},  {"marker-on", traced<&Work::traced>},
     {"marker-hidden", traced<&Work::hidden>},
@@ -53,16 +46,5 @@ const std::map<std::string, void (*)(std::int64_t count)> WORKS = {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (argumentCount == 2 && std::string(arguments[1]) == "--list") {
-        for (const auto& work : WORKS)
-            std::printf("%s\n", work.first.c_str());
-        return 0;
-    }
-    const auto work = argumentCount == 3 ? WORKS.find(arguments[1]) : WORKS.end();
-    if (work == WORKS.end()) {
-        std::fprintf(stderr, "usage: bench_instructions_tracing --list | WORK COUNT\n");
-        return 2;
-    }
-    work->second(std::atoll(arguments[2]));
-    return 0;
+    return runInstructionWorks(WORKS, argumentCount, arguments);
 }

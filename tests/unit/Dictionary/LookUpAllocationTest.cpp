@@ -1,25 +1,8 @@
+#include "CountedAllocations.h"
 #include "Dictionary.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
-
-static int allocations = 0;
-
-// The compiler cannot see that these belong together.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 // Keys too long for a std::string to hold them without a block of memory.
 static const std::string DICTIONARY = "a dictionary with a long name";
@@ -34,8 +17,8 @@ protected:
     }
 
     template <typename LookUp>
-    static int countIn(const LookUp& lookUp) {
-        const int before = allocations;
+    static std::int64_t countIn(const LookUp& lookUp) {
+        const std::int64_t before = allocations;
         lookUp();
         return allocations - before;
     }
