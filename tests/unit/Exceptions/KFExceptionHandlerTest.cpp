@@ -625,30 +625,29 @@ TEST(ContractViolation, WithACodeRaisesThatSignalWhichIsReportedByItsName) {
         ">> [E] NAME : text - In File : file - At Line : 5");
 }
 
-TEST(ContractViolation, IsRecordedAndReturnsWhereTheSignalIsIgnored) {
-    const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
+// Reports a violation with this code and line while `ignoredSignal` is ignored, and looks at the record.
+static void expectRecord(int code, int line, int ignoredSignal) {
+    const CrashedChild child = runCrashingChild([=](const TemporaryFolder&) {
         KFExceptionHandler* const handler = KFExceptionHandler::GetInstance();
-        signal(30, SIG_IGN);
-        handler->throwException(0, "NAME", "text", "file", 0);
-        const std::map<std::string, std::string> expected = {
-            {"Code", "0"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "0"}};
+        signal(ignoredSignal, SIG_IGN);
+        handler->throwException(code, "NAME", "text", "file", line);
+        const std::map<std::string, std::string> expected = {{"Code", std::to_string(code)},
+                                                             {"Name", "NAME"},
+                                                             {"Description", "text"},
+                                                             {"InFile", "file"},
+                                                             {"AtLine", std::to_string(line)}};
         _exit(TestedHandler::record() == expected ? WENT_WELL : 1);
     });
     EXPECT_EQ(child.exitStatus(), WENT_WELL);
     EXPECT_THAT(child.trace, IsEmpty());
 }
 
+TEST(ContractViolation, IsRecordedAndReturnsWhereTheSignalIsIgnored) {
+    expectRecord(0, 0, 30);
+}
+
 TEST(ContractViolation, ItsCodeIsRecordedInDecimal) {
-    const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
-        KFExceptionHandler* const handler = KFExceptionHandler::GetInstance();
-        signal(12, SIG_IGN);
-        handler->throwException(12, "NAME", "text", "file", 345);
-        const std::map<std::string, std::string> expected = {
-            {"Code", "12"}, {"Name", "NAME"}, {"Description", "text"}, {"InFile", "file"}, {"AtLine", "345"}};
-        _exit(TestedHandler::record() == expected ? WENT_WELL : 1);
-    });
-    EXPECT_EQ(child.exitStatus(), WENT_WELL);
-    EXPECT_THAT(child.trace, IsEmpty());
+    expectRecord(12, 345, 12);
 }
 
 TEST(ContractViolation, ReturnsAlsoFromASignalThatIsNone) {
