@@ -2,6 +2,7 @@
 #include "DetachedProcess.h"
 #include "FileReferences.h"
 #include "InfoPlist.h"
+#include "LaunchStatus.h"
 #include "RunningApplications.h"
 
 #include <cerrno>
@@ -14,33 +15,6 @@
 using namespace platform;
 
 static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
-
-static OSStatus statusOfExecError(int error, const std::string& file) {
-    switch (error) {
-    case ENOENT:
-    case ENOTDIR:
-        // The file is there: what is missing is the loader or the interpreter that it asks for.
-        return ::access(file.c_str(), F_OK) == 0 ? kLSExecutableIncorrectFormat : kLSNoExecutableErr;
-    case ENOEXEC:
-    case ELIBBAD:
-        return kLSExecutableIncorrectFormat;
-    case EACCES:
-    case EPERM:
-        return kLSNoLaunchPermissionErr;
-    case ETXTBSY:
-        return opWrErr;
-    case EMFILE:
-    case ENFILE:
-        return tmfoErr;
-    case ENOMEM:
-    case EAGAIN:
-        return memFullErr;
-    case EIO:
-        return ioErr;
-    default:
-        return kLSUnknownErr;
-    }
-}
 
 static bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
     return parameters.version == 0 && parameters.environment == nullptr && parameters.argv == nullptr &&
@@ -158,7 +132,7 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
         pid_t pid = 0;
         const int error = startDetached(planOf(file, bundle, appParams->flags), pid);
         if (error != 0)
-            return statusOfExecError(error, file);
+            return statusOfFailedStart(error, file);
         application = awaitInList(pid);
         noteStartedApplication(pid);
     }

@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <elf.h>
 #include <functional>
+#include <link.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
@@ -571,6 +573,43 @@ TEST_F(LaunchServices, WhatTheSystemCannotRunHasTheWrongFormat) {
     EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
     writeFile(executable(), "", 0755);
     EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+}
+
+// The head of a program of this machine whose loader's path is `length` bytes at `offset` of the file.
+static std::string programWithLoader(std::size_t offset, std::size_t length) {
+    struct {
+        ElfW(Ehdr) file;
+        ElfW(Phdr) loader;
+    } head = {};
+    std::ifstream("/proc/self/exe", std::ios::binary)
+        .read(reinterpret_cast<char*>(&head.file), sizeof head.file);
+    head.file.e_phoff = sizeof head.file;
+    head.file.e_phnum = 1;
+    head.loader.p_type = PT_INTERP;
+    head.loader.p_offset = static_cast<ElfW(Off)>(offset);
+    head.loader.p_filesz = static_cast<ElfW(Word)>(length);
+    return std::string(reinterpret_cast<const char*>(&head), sizeof head);
+}
+
+TEST_F(LaunchServices, AProgramWhoseLoaderIsNoneHasTheWrongFormat) {
+    const std::string loader = inRoot("/loader");
+    writeFile(loader, std::string(4096, 'x'), 0755);
+    const std::size_t headSize = programWithLoader(0, 0).size();
+    writeFile(executable(), programWithLoader(headSize, loader.size() + 1) + loader + '\0', 0755);
+    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, AProgramThatIsCutOffIsAnErrorOfTheFile) {
+    writeFile(executable(), programWithLoader(1024 * 1024, 10), 0755);
+    EXPECT_EQ(ioErr, open(BUNDLE));
+}
+
+TEST_F(LaunchServices, AClosedFolderOfTheExecutableIsAMatterOfPermission) {
+    const std::string folder = inRoot(BUNDLE) + "/Contents/MacOS";
+    ASSERT_EQ(0, chmod(folder.c_str(), 0));
+    EXPECT_TRUE(boundByFileModes([] { return open(BUNDLE) == kLSNoLaunchPermissionErr; }));
+    ASSERT_EQ(0, chmod(folder.c_str(), 0755));
+    childSignals = 0;
 }
 
 TEST_F(LaunchServices, AnExecutableThatIsBeingWrittenIsRefused) {
