@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 using namespace LinuxPlatform;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -76,6 +77,29 @@ TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
     Start();
     MockedUdev::Get().receiveFails = {ENOMEM};
     EXPECT_THAT(PumpSays(), HasSubstr("lost"));
+}
+
+TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
+    Start();
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    for (int loss = 0; loss < 5; ++loss)
+        MockedUdev::Get().receiveFails.insert(MockedUdev::Get().receiveFails.end(), {ENOBUFS, EAGAIN});
+    const std::string lost = "IOKit: device events were lost; looking at all devices again\n";
+    EXPECT_EQ(PumpSays(), lost + lost + lost);
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+    EXPECT_EQ(PumpSays(), lost + lost);
+    EXPECT_EQ(PumpSays(), "");
+}
+
+TEST_F(UdevFailures, AMonitorThatDoesNothingButLoseEventsIsGivenUpAfterALastLook) {
+    Start();
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::Get().receiveFails.assign(1000, ENOBUFS);
+    EXPECT_THAT(PumpSays(),
+                AllOf(HasSubstr("udev cannot be listened to any more (No buffer space available)"),
+                      HasSubstr("device events were lost; looking at all devices again")));
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+    EXPECT_EQ(m_feed.Descriptor(), -1);
 }
 
 TEST_F(UdevFailures, AnInterruptedReadIsRepeated) {
