@@ -1,5 +1,6 @@
 #include "HWServiceDetection.h"
 
+#include "LiveObjects.h"
 #include "MAC/HWServiceDetectionIOKit.h"
 #include "TraceCapture.h"
 
@@ -9,14 +10,16 @@
 
 namespace {
 
-TEST(HWServiceDetectionTest, TheInstanceIsAlwaysTheSame) {
+using HWServiceDetectionTest = LiveObjectsTest;
+
+TEST_F(HWServiceDetectionTest, TheInstanceIsAlwaysTheSame) {
     HWServiceDetection* const instance = HWServiceDetection::getInstance();
     ASSERT_NE(nullptr, instance);
     EXPECT_EQ(instance, HWServiceDetection::getInstance());
     EXPECT_NE(nullptr, dynamic_cast<HWServiceDetectionIOKit*>(instance));
 }
 
-TEST(HWServiceDetectionTest, DestroyingTheInstanceDeliberatelyForgetsIt) {
+TEST_F(HWServiceDetectionTest, DestroyingTheInstanceDeliberatelyForgetsIt) {
     TraceCapture trace;
     std::unique_ptr<HWServiceDetection> instance(HWServiceDetection::getInstance());
     instance.reset();
@@ -26,7 +29,7 @@ TEST(HWServiceDetectionTest, DestroyingTheInstanceDeliberatelyForgetsIt) {
     EXPECT_THAT(trace.text().substr(before.size()), testing::HasSubstr("HWServiceDetection::constructor\n"));
 }
 
-TEST(HWServiceDetectionTest, ConstructingAnotherObjectDeliberatelyForgetsTheInstance) {
+TEST_F(HWServiceDetectionTest, ConstructingAnotherObjectDeliberatelyForgetsTheInstance) {
     const std::unique_ptr<HWServiceDetection> first(HWServiceDetection::getInstance());
     const HWServiceDetectionIOKit another;
     EXPECT_NE(first.get(), HWServiceDetection::getInstance());

@@ -1,10 +1,13 @@
 #include "MAC/RegistryReading.h"
 
 #include "CFOwned.h"
+#include "LiveObjects.h"
 
 #include <gtest/gtest.h>
 
 namespace {
+
+using RegistryReadingTest = LiveObjectsTest;
 
 CFOwned<CFStringRef> makeText(const std::string& text) {
     return CFOwned<CFStringRef>(
@@ -15,7 +18,7 @@ CFOwned<CFNumberRef> makeNumber(long long number) {
     return CFOwned<CFNumberRef>(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongLongType, &number));
 }
 
-TEST(RegistryReadingTest, AnAbsentNumberIsToldFromZero) {
+TEST_F(RegistryReadingTest, AnAbsentNumberIsToldFromZero) {
     SInt32 value = 7;
     EXPECT_FALSE(readNumber(NULL, value));
     EXPECT_EQ(7, value);
@@ -23,20 +26,20 @@ TEST(RegistryReadingTest, AnAbsentNumberIsToldFromZero) {
     EXPECT_EQ(0, value);
 }
 
-TEST(RegistryReadingTest, WhatIsNoNumberIsAbsent) {
+TEST_F(RegistryReadingTest, WhatIsNoNumberIsAbsent) {
     SInt32 value = 7;
     EXPECT_FALSE(readNumber(makeText("4817").get(), value));
     EXPECT_FALSE(readNumber(kCFBooleanTrue, value));
     EXPECT_EQ(7, value);
 }
 
-TEST(RegistryReadingTest, NegativeNumbersKeepTheirSign) {
+TEST_F(RegistryReadingTest, NegativeNumbersKeepTheirSign) {
     SInt32 value = 0;
     EXPECT_TRUE(readNumber(makeNumber(-2).get(), value));
     EXPECT_EQ(-2, value);
 }
 
-TEST(RegistryReadingTest, AnAbsentTextIsToldFromAnEmptyOne) {
+TEST_F(RegistryReadingTest, AnAbsentTextIsToldFromAnEmptyOne) {
     std::string value = "before";
     EXPECT_FALSE(readText(NULL, value));
     EXPECT_EQ("before", value);
@@ -44,19 +47,19 @@ TEST(RegistryReadingTest, AnAbsentTextIsToldFromAnEmptyOne) {
     EXPECT_EQ("", value);
 }
 
-TEST(RegistryReadingTest, WhatIsNoTextIsAbsent) {
+TEST_F(RegistryReadingTest, WhatIsNoTextIsAbsent) {
     std::string value = "before";
     EXPECT_FALSE(readText(makeNumber(1).get(), value));
     EXPECT_EQ("before", value);
 }
 
-TEST(RegistryReadingTest, TextsAreReadAsUtf8) {
+TEST_F(RegistryReadingTest, TextsAreReadAsUtf8) {
     std::string value;
     EXPECT_TRUE(readText(makeText("Modem \xE2\x82\xAC \xF0\x9F\x93\xB6").get(), value));
     EXPECT_EQ("Modem \xE2\x82\xAC \xF0\x9F\x93\xB6", value);
 }
 
-TEST(RegistryReadingTest, ATextIsCutBehindTheLastCharacterThatFitsInto255Bytes) {
+TEST_F(RegistryReadingTest, ATextIsCutBehindTheLastCharacterThatFitsInto255Bytes) {
     std::string value;
     EXPECT_TRUE(readText(makeText(std::string(255, 'x')).get(), value));
     EXPECT_EQ(std::string(255, 'x'), value);
@@ -66,7 +69,7 @@ TEST(RegistryReadingTest, ATextIsCutBehindTheLastCharacterThatFitsInto255Bytes) 
     EXPECT_EQ(std::string(252, 'x'), value);
 }
 
-TEST(RegistryReadingTest, ATextThatUtf8CannotHoldIsAbsent) {
+TEST_F(RegistryReadingTest, ATextThatUtf8CannotHoldIsAbsent) {
     const UniChar halfAPair[] = {'w', 0xD800, 'w'};
     const CFOwned<CFStringRef> text(CFStringCreateWithCharacters(kCFAllocatorDefault, halfAPair, 3));
     std::string value = "before";
