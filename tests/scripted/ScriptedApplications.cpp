@@ -90,15 +90,20 @@ CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* proc
     return copy;
 }
 
+static FSRef referenceTo(const std::string& path) {
+    applications().references.push_back(path);
+    FSRef reference = FSRef();
+    reference.hidden[0] = static_cast<UInt8>(applications().references.size());
+    return reference;
+}
+
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* reference, Boolean* isDirectory) {
     const std::string text = reinterpret_cast<const char*>(path);
     Script::current().note("FSPathMakeRef(" + text + (isDirectory == NULL ? ")" : ", directory flag)"));
     const auto found = applications().referenceStatus.find(text);
     if (found != applications().referenceStatus.end())
         return found->second;
-    applications().references.push_back(text);
-    *reference = FSRef();
-    reference->hidden[0] = static_cast<UInt8>(applications().references.size());
+    *reference = referenceTo(text);
     return noErr;
 }
 
@@ -119,12 +124,15 @@ OSStatus LSOpenApplication(const LSApplicationParameters* parameters, ProcessSer
 
 #pragma GCC diagnostic pop
 
-// The standard folders come from the same file of the platform as FSPathMakeRef, which would be defined twice
-// if the product found them there. No test here needs them.
-OSErr FSFindFolder(FSVolumeRefNum, OSType, Boolean, FSRef*) {
-    return fnfErr;
+OSErr FSFindFolder(FSVolumeRefNum, OSType, Boolean, FSRef* reference) {
+    if (applications().standardFolder.empty())
+        return fnfErr;
+    *reference = referenceTo(applications().standardFolder);
+    return noErr;
 }
 
-OSStatus FSRefMakePath(const FSRef*, UInt8*, UInt32) {
-    return fnfErr;
+OSStatus FSRefMakePath(const FSRef* reference, UInt8* path, UInt32 size) {
+    const std::string& text = applications().references.at(reference->hidden[0] - 1u);
+    std::snprintf(reinterpret_cast<char*>(path), size, "%s", text.c_str());
+    return noErr;
 }

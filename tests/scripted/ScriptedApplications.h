@@ -35,6 +35,8 @@ public:
     /// The status for a path; 0 for all others.
     std::map<std::string, OSStatus> referenceStatus;
     std::map<std::string, OSStatus> launchStatus;
+    /// Every standard folder; empty: none is found.
+    std::string standardFolder;
     /// Whether what is launched is found running afterwards.
     bool launchedApplicationsRun = false;
 

@@ -2,6 +2,7 @@
 
 #include "ExecutableFolder.h"
 #include "HWServicePnP.h"
+#include "LauncherConfiguration.h"
 #include "OtherProcess.h"
 #include "Script.h"
 #include "ScriptedApplications.h"
@@ -31,13 +32,6 @@ const char NOTIFIER[] = "/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app"
 const char MAIN_STARTED[] = "LSOpenApplication(/Applications/Quillmarsh.app, 0x1)";
 const char NOTIFIER_STARTED_HIDDEN[] =
     "LSOpenApplication(/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app, 0x100000)";
-
-std::string configuration(const std::string& toDetect, const std::string& toFind, const std::string& cdRom) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-           "<key>MacHardwareIdToDetect</key>\n<string>" +
-           toDetect + "</string>\n<key>MacHardwareIdToFind</key>\n<string>" + toFind +
-           "</string>\n<key>MacCdRomHIdToDetect</key>\n<string>" + cdRom + "</string>\n</dict>\n</plist>";
-}
 
 class ZevoLauncherTest : public ScriptedTest {
 protected:
@@ -226,7 +220,7 @@ TEST_F(ZevoLauncherTest, AnArrivalWithoutConfigurationStartsNothing) {
 }
 
 TEST_F(ZevoLauncherTest, AnArrivalTracesWhatCameAndWhatWasExpectedInThisOrder) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         TraceCapture trace;
         std::string hid = "USB#Vid_0001&Pid_0002";
         m_launcher.onDeviceArrival(hid);
@@ -242,20 +236,20 @@ TEST_F(ZevoLauncherTest, AnArrivalTracesWhatCameAndWhatWasExpectedInThisOrder) {
 
 TEST_F(ZevoLauncherTest, TheArrivingModemStartsTheApplications) {
     run(
-        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
+        launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
 }
 
 TEST_F(ZevoLauncherTest, TheArrivingCdRomPersonalityStartsTheApplicationsExactlyAsTheModemDoes) {
     run(
-        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1446); },
+        launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1446); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
 }
 
 TEST_F(ZevoLauncherTest, BothPersonalitiesOneAfterTheOtherStartTheApplicationsOnce) {
     applications().launchedApplicationsRun = true;
     run(
-        configuration(MODEM, MODEM, CD_ROM),
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
         [&] {
             arrive(0x12D1, 0x1446);
             registry().send(registry().notifications().at(1), kIOMessageServiceIsTerminated);
@@ -266,20 +260,20 @@ TEST_F(ZevoLauncherTest, BothPersonalitiesOneAfterTheOtherStartTheApplicationsOn
 
 TEST_F(ZevoLauncherTest, AForeignDeviceStartsNothing) {
     run(
-        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x0001, 0x0002); },
+        launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x0001, 0x0002); },
         [&] { EXPECT_THAT(launches(), IsEmpty()); });
 }
 
 TEST_F(ZevoLauncherTest, AnIdThatDiffersOnlyInLetterCaseStartsTheApplications) {
     run(
-        configuration("usb#VID_12D1&PID_1001", MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
+        launcherConfiguration("usb#VID_12D1&PID_1001", MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
 }
 
 TEST_F(ZevoLauncherTest, ARemovalHasNoEffectAndALaterArrivalStartsWhatHasQuit) {
     applications().launchedApplicationsRun = true;
     run(
-        configuration(MODEM, MODEM, CD_ROM),
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
         [&] {
             arrive(0x12D1, 0x1001);
             script().forgetCalls();
@@ -311,7 +305,7 @@ TEST_F(ZevoLauncherTest, VolumeNotificationsAndRemovalsDoNothing) {
 // ---- looking for the modem that is already there
 
 TEST_F(ZevoLauncherTest, TheIdToFindIsComparedInDecimal) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         TraceCapture trace;
         registry().matches = {{&addDevice(4817, 4097)}};
         EXPECT_TRUE(m_launcher.isDeviceFound());
@@ -321,7 +315,7 @@ TEST_F(ZevoLauncherTest, TheIdToFindIsComparedInDecimal) {
 }
 
 TEST_F(ZevoLauncherTest, AnotherDeviceIsNotFoundAndNoMessageSaysSo) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         TraceCapture trace;
         registry().matches = {{&addDevice(4817, 4098), &addDevice(48, 174097)}};
         EXPECT_FALSE(m_launcher.isDeviceFound());
@@ -338,7 +332,7 @@ struct IdToFind {
 class IdToFindTest : public ZevoLauncherTest, public testing::WithParamInterface<IdToFind> {};
 
 TEST_P(IdToFindTest, IsRewrittenToDecimalNumbers) {
-    run(configuration(MODEM, GetParam().configured, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, GetParam().configured, CD_ROM), [&] {
         TraceCapture trace;
         m_launcher.isDeviceFound();
         EXPECT_THAT(trace.text(),
@@ -366,7 +360,7 @@ class ShortIdTest : public ZevoLauncherTest, public testing::WithParamInterface<
 
 TEST_P(ShortIdTest, LeavesRunAsAnOutOfRangeErrorOnPurpose) {
     EXPECT_TRUE(inAnotherProcess([&] {
-        writeFile(m_folder / "Launcher.cfg", configuration(MODEM, GetParam(), CD_ROM));
+        writeFile(m_folder / "Launcher.cfg", launcherConfiguration(MODEM, GetParam(), CD_ROM));
         EXPECT_THROW(m_launcher.run(), std::out_of_range);
         EXPECT_THAT(script().calls(), IsEmpty());
         return !HasFailure();
@@ -376,13 +370,13 @@ TEST_P(ShortIdTest, LeavesRunAsAnOutOfRangeErrorOnPurpose) {
 INSTANTIATE_TEST_SUITE_P(All, ShortIdTest, testing::Values("", "US"));
 
 TEST_F(ZevoLauncherTest, AnIdOfThreeCharactersIsJustLongEnough) {
-    run(configuration(MODEM, "USB", CD_ROM), [&] { EXPECT_FALSE(m_launcher.isDeviceFound()); });
+    run(launcherConfiguration(MODEM, "USB", CD_ROM), [&] { EXPECT_FALSE(m_launcher.isDeviceFound()); });
 }
 
 // ---- waking up
 
 TEST_F(ZevoLauncherTest, WakingUpWithTheModemThereStartsTheApplications) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         registry().matches = {{&addDevice(4817, 4097)}};
         m_launcher.onResumeStandbyMode();
         EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
@@ -390,7 +384,7 @@ TEST_F(ZevoLauncherTest, WakingUpWithTheModemThereStartsTheApplications) {
 }
 
 TEST_F(ZevoLauncherTest, WakingUpWithoutTheModemStartsNothingAndIsNotTracedByItself) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         TraceCapture trace;
         m_launcher.onResumeStandbyMode();
         EXPECT_THAT(launches(), IsEmpty());
@@ -402,7 +396,7 @@ TEST_F(ZevoLauncherTest, WakingUpWithoutTheModemStartsNothingAndIsNotTracedByIts
 // ---- the whole run
 
 TEST_F(ZevoLauncherTest, RunRegistersThenLooksForTheModemThenRunsTheLoop) {
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         EXPECT_THAT(
             script().calls(),
             ElementsAre(
@@ -420,7 +414,7 @@ TEST_F(ZevoLauncherTest, AModemThatIsThereAtStartStartsTheApplicationsOnceBefore
     ScriptedEntry& modem = addDevice(0x12D1, 0x1001);
     // The watch of the devices, the watch of the modem's children, the search.
     registry().matches = {{&modem}, {&modem}, {&modem}};
-    run(configuration(MODEM, MODEM, CD_ROM), [&] {
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
         EXPECT_EQ("CFRunLoopRun()", script().calls().back());
     });
@@ -451,7 +445,7 @@ TEST_F(ZevoLauncherTest, AConfigurationThatIsNoPropertyListIsTracedAndTheRunGoes
 
 TEST_F(ZevoLauncherTest, InitialisesTheServicesAndAsksForTheIdsInThisOrder) {
     TraceCapture trace;
-    run(configuration(MODEM, MODEM, CD_ROM), [] {});
+    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [] {});
     EXPECT_TRUE(standInOrder(trace.text(), {"HWServiceDetectionIOKit::init\n", "HWServicePnPIOKit::init\n",
                                             "ZevoLauncherConfigReader::getModemHIdToDetect\n",
                                             "ZevoLauncherConfigReader::getCdRomHIdToDetect\n",
@@ -461,7 +455,7 @@ TEST_F(ZevoLauncherTest, InitialisesTheServicesAndAsksForTheIdsInThisOrder) {
 
 TEST_F(ZevoLauncherTest, ItsEndDeliberatelyUnregistersNothing) {
     EXPECT_TRUE(inAnotherProcess([&] {
-        writeFile(m_folder / "Launcher.cfg", configuration(MODEM, MODEM, CD_ROM));
+        writeFile(m_folder / "Launcher.cfg", launcherConfiguration(MODEM, MODEM, CD_ROM));
         {
             ZevoLauncher launcher;
             launcher.init();
@@ -477,7 +471,7 @@ TEST_F(ZevoLauncherTest, EachOfTheseOperationsIsTraced) {
     TraceCapture trace;
     { ZevoLauncher another; }
     run(
-        configuration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); }, [] {});
+        launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); }, [] {});
     for (const char* name :
          {"ZevoLauncher::constructor", "ZevoLauncher::destructor", "ZevoLauncher::init", "ZevoLauncher::run",
           "ZevoLauncher::onDeviceArrival", "ZevoLauncher::isDeviceFound", "ZevoLauncher::processDevice"})

@@ -1,0 +1,123 @@
+#include "CallMarker.h"
+#include "ExecutableFolder.h"
+#include "LauncherConfiguration.h"
+#include "LogMessage.h"
+#include "OtherProcess.h"
+#include "Script.h"
+#include "ScriptedApplications.h"
+#include "ScriptedRegistry.h"
+#include "TextFile.h"
+#include "TextOrder.h"
+
+#include <stdexcept>
+
+// The process entry itself, compiled under this name: this program has a main of its own.
+int launcherMain();
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+// Nothing is written at once, so that what stands in the files when main has returned was written by its end.
+const char TRACE_ALL[] = "TRACE_ON\nTRACE_SET_FILE_NAME trace\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\n"
+                         "TRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR\nTRACE_CALL_EXIT\n";
+const char LOG_ALL[] = "LOG_ON\nLOG_SET_FILE_NAME log\nLOG_SET_MSG_FILTER LOG_LEVEL_0\n";
+const char MODEM[] = "USB#Vid_12d1&Pid_1001";
+const char RULE[] = "-----------------------------------------------";
+
+class MainTest : public ScriptedTest {
+protected:
+    MainTest() {
+        ScriptedApplications::current().standardFolder = m_data.path();
+        write("ID.txt", "UPGRADE_CODE=Zevo\n");
+        write("tracer_zevolauncher.cfg", TRACE_ALL);
+        write("logger_launcher.cfg", LOG_ALL);
+        write("Launcher.cfg", launcherConfiguration(MODEM, MODEM, MODEM));
+    }
+    void write(const std::string& name, const std::string& content) { writeFile(m_folder / name, content); }
+
+    /// Runs main in a process of its own, which it makes many things of; its run loop does `whileRunning` and
+    /// ends. `check` follows, when main has returned.
+    template <typename Check>
+    void runMain(std::function<void()> whileRunning, Check check) {
+        EXPECT_TRUE(inAnotherProcess([&] {
+            ScriptedRegistry::current().whileRunning = whileRunning;
+            EXPECT_EQ(0, launcherMain());
+            check();
+            return !HasFailure();
+        }));
+    }
+    void runMain() {
+        runMain(nullptr, [] {});
+    }
+
+    std::string trace() const { return readFile(m_data / "Ferrow/Zevo/Logs/trace_0.txt"); }
+    std::string log() const { return readFile(m_data / "Ferrow/Zevo/Logs/log_0.txt"); }
+
+    TemporaryFolder m_data;
+    ExecutableFolder m_folder;
+};
+
+TEST_F(MainTest, ReturnsZeroWhenTheRunLoopHasEnded) {
+    runMain(nullptr, [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+}
+
+TEST_F(MainTest, TracesThreeLinesAtLevelOneBeforeTheLauncherIsMade) {
+    runMain();
+    const std::string rule = std::string(">> [D] ") + RULE + "\n";
+    EXPECT_TRUE(
+        standInOrder(trace(), {"ZevoLauncher::Main\n", rule, ">> [D] \t\t\tLaunching ZevoLauncher\n", rule,
+                               "ZevoLauncher::constructor\n", "ZevoLauncher::init\n", "ZevoLauncher::run\n"}))
+        << trace();
+}
+
+TEST_F(MainTest, TracesTheMainThreadByItsName) {
+    runMain();
+    EXPECT_THAT(trace(), AllOf(HasSubstr("[MAIN "), Not(HasSubstr("][th_"))));
+}
+
+TEST_F(MainTest, ItsEndWritesWhatIsStillQueuedForTheTrace) {
+    runMain([] { TRACE_FUNCTION("whileTheLoopRuns"); }, [] {});
+    EXPECT_TRUE(standInOrder(trace(), {"ZevoLauncher::run\n", "whileTheLoopRuns\n", "ZevoLauncher::run\n"}))
+        << trace();
+}
+
+TEST_F(MainTest, ItsEndWritesWhatIsStillQueuedForTheLog) {
+    runMain([] { LOG_MESSAGE(MSG_LEVEL_0, "while the loop runs"); }, [] {});
+    EXPECT_THAT(log(), AllOf(StartsWith("[LEVEL_0] Starting Vurl program with ID card :\n"),
+                             testing::EndsWith("[LEVEL_0] while the loop runs\n")));
+}
+
+TEST_F(MainTest, TheTraceEndsBeforeTheLauncherIsDestroyed) {
+    runMain();
+    EXPECT_THAT(trace(), Not(HasSubstr("ZevoLauncher::destructor")));
+}
+
+TEST_F(MainTest, ItsEndEndsTheTraceOfTheMainThread) {
+    runMain(nullptr, [] {
+        Tracer::GetInstance()->setDirectWrite(true);
+        Tracer::GetInstance()->setEnabled(true);
+        TRACE_FUNCTION("afterMain");
+    });
+    // A thread that is still registered would keep its name and go on below ZevoLauncher::Main.
+    EXPECT_THAT(trace(), testing::ContainsRegex("\\[th_-?[0-9]+ *\\]afterMain\n"));
+}
+
+TEST_F(MainTest, WithoutTraceAndLogTheEndIsTheSame) {
+    write("tracer_zevolauncher.cfg", "TRACE_OFF\n");
+    write("logger_launcher.cfg", "LOG_OFF\n");
+    runMain(nullptr, [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+}
+
+TEST_F(MainTest, WhatEscapesRunIsDeliberatelyNotCaught) {
+    write("Launcher.cfg", launcherConfiguration(MODEM, "US", MODEM));
+    EXPECT_TRUE(inAnotherProcess([&] {
+        EXPECT_THROW(launcherMain(), std::out_of_range);
+        return !HasFailure();
+    }));
+}
+
+} // namespace
