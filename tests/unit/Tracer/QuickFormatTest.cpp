@@ -22,7 +22,7 @@ std::string quickly(std::size_t size, const char* format, ...) {
     std::string buffer(size, '#');
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = formatQuickly(&buffer[0], size, format, arguments);
+    const int length = QuickFormat(format).write(&buffer[0], size, format, arguments);
     va_end(arguments);
     if (length < 0)
         return REFUSED;
@@ -123,6 +123,24 @@ TEST(QuickFormat, LeavesToPrintfWhatItDoesNotKnow) {
     EXPECT_EQ(REFUSED, quickly(1000, "%999999999999d", 1));
     EXPECT_EQ(REFUSED, quickly(100, "at the end %"));
     EXPECT_EQ(REFUSED, quickly(100, "%s", static_cast<const char*>(nullptr)));
+}
+
+TEST(QuickFormat, TakesPercentSignsForTextsWhereverTheyStand) {
+    expectSame("%%");
+    expectSame("%%%%");
+    expectSame("%%%d%%%s%%", 1, "a");
+}
+
+TEST(QuickFormat, LeavesFormatsOfManyConversionsToPrintf) {
+    expectSame("%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11);
+    EXPECT_EQ(REFUSED, quickly(100, "%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12));
+}
+
+TEST(QuickFormat, LeavesTheLongestFormatsToPrintf) {
+    const std::string longest(UINT16_MAX, 'x');
+    EXPECT_TRUE(quickly(100000, longest.c_str()) == longest);
+    EXPECT_TRUE(quickly(100000, (longest + "x").c_str()) == REFUSED);
+    EXPECT_TRUE(quickly(100000, (longest + "%d").c_str(), 1) == REFUSED);
 }
 
 TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
