@@ -1,5 +1,6 @@
 #include "CallMarker.h"
 
+#include "MessageText.h"
 #include "ThreadTracer.h"
 
 #include <cstdarg>
@@ -27,6 +28,16 @@ void CallMarker::PrintMsg(TraceMsgType type, const char* format, ...) const {
         return;
     std::va_list arguments;
     va_start(arguments, format);
-    threadTracer->vPrintMsg(type, format, arguments);
+    threadTracer->PrintText(type, MessageText(format, arguments));
+    va_end(arguments);
+}
+
+void CallMarker::PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const {
+    ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
+    if (threadTracer == nullptr)
+        return;
+    std::va_list arguments;
+    va_start(arguments, format);
+    threadTracer->PrintText(type, MessageText(quick, format, arguments));
     va_end(arguments);
 }

@@ -2,6 +2,7 @@
 
 #include "CallSite.h"
 #include "MessageType.h"
+#include "QuickFormat.h"
 #include "Tracer.h"
 
 #include <string_view>
@@ -41,8 +42,10 @@ class ThreadTracer;
 #define TRACE_MESSAGE(type, ...)                                                                             \
     do {                                                                                                     \
         KF_SHADOWING_ALLOWED_(const ::TraceMsgType kfTraceType_ = (type);)                                   \
-        if (kfCallMarker_.isMessageWritten(kfTraceType_))                                                    \
-            kfCallMarker_.PrintMsg(kfTraceType_, __VA_ARGS__);                                               \
+        if (kfCallMarker_.isMessageWritten(kfTraceType_)) {                                                  \
+            KF_SHADOWING_ALLOWED_(static constexpr ::QuickFormat kfFormat_(KF_FORMAT_OF_(__VA_ARGS__, 0));)  \
+            kfCallMarker_.PrintMsg(kfTraceType_, kfFormat_, __VA_ARGS__);                                    \
+        }                                                                                                    \
     } while (false)
 
 #define TRACE_STREAM(type) ::TraceStream((type), kfCallMarker_)
@@ -91,6 +94,9 @@ public:
     /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
     /// thread.
     void PrintMsg(TraceMsgType type, const char* format, ...) const KF_PRINTF_LIKE(3, 4);
+    /// The same with a format that has been taken apart already.
+    void PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const
+        KF_PRINTF_LIKE(4, 5);
 
     CallSite& getSite() const { return m_site; }
     std::string_view getClassName() const { return m_site.getClassName(); }

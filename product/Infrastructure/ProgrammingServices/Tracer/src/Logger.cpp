@@ -146,10 +146,21 @@ void Logger::setMaximumLinesPerFile(std::int32_t lines) {
 void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    // Before the lock is taken: formatting needs nothing of the logger's.
     const MessageText text(format, arguments);
     va_end(arguments);
+    PrintText(type, text);
+}
 
+void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const MessageText text(quick, format, arguments);
+    va_end(arguments);
+    PrintText(type, text);
+}
+
+// The text is there before the lock is taken: formatting needs nothing of the logger's.
+void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     const KFLock lock(m_lock);
     m_line = LineWriter(m_ring.beginLine(TimeStamp::LENGTH + TAG_LENGTH + text.view().size() + 1));
     PrintTime();

@@ -14,6 +14,8 @@
 #include <string_view>
 
 class LoggerFlushThread;
+class MessageText;
+class QuickFormat;
 
 /// The process-wide journal of notable events, written to a ring of text files. One object, reached through
 /// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
@@ -81,6 +83,8 @@ public:
     /// Writes one line, whatever the switch and the mask say: LOG_MESSAGE tests those. A text of more than
     /// 20000 characters is cut and marked " ...".
     void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
+    /// The same with a format that has been taken apart already.
+    void PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) KF_PRINTF_LIKE(4, 5);
     /// Routes one finished line, which ends in "\n". Not empty.
     void PrintString(const std::string& msg);
     /// Log lines carry no thread name; the tracer's do.
@@ -113,7 +117,8 @@ public:
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
 
 private:
-    // Pieces of a line: each appends to the line in progress, which PrintMsg has made room for.
+    void PrintText(LoggerMsgType type, const MessageText& text);
+    // Pieces of a line: each appends to the line in progress, which PrintText has made room for.
     void PrintMsgType(LoggerMsgType type) KF_REQUIRES(m_lock);
     void PrintTime() KF_REQUIRES(m_lock);
     void WriteIfDirect() KF_REQUIRES(m_lock);

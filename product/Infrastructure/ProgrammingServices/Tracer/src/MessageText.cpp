@@ -1,7 +1,5 @@
 #include "MessageText.h"
 
-#include "QuickFormat.h"
-
 #include <cstdio>
 #include <cstring>
 
@@ -9,11 +7,11 @@ namespace {
 constexpr char CUT_MARK[] = " ...";
 } // namespace
 
-MessageText::MessageText(const char* format, std::va_list arguments) {
-    std::va_list again;
-    va_copy(again, arguments);
-    const int length = formatQuickly(m_short, STACK_LIMIT, format, again);
-    va_end(again);
+MessageText::MessageText(const char* format, std::va_list arguments)
+    : MessageText(QuickFormat(format), format, arguments) {}
+
+MessageText::MessageText(const QuickFormat& quick, const char* format, std::va_list arguments) {
+    const int length = quick.write(m_short, STACK_LIMIT, format, arguments);
     if (length >= 0)
         m_length = static_cast<std::size_t>(length);
     else

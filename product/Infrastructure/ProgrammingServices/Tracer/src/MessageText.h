@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MessageType.h"
+#include "QuickFormat.h"
 
 #include <cstdarg>
 #include <cstddef>
@@ -16,6 +17,8 @@
 class MessageText {
 public:
     MessageText(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
+    /// The same with a format that has been taken apart already.
+    MessageText(const QuickFormat& quick, const char* format, std::va_list arguments) KF_PRINTF_LIKE(3, 0);
 
     MessageText(const MessageText&) = delete;
     MessageText& operator=(const MessageText&) = delete;

@@ -100,13 +100,12 @@ void ThreadTracer::EndOfCall(CallMarker& marker) {
 void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    vPrintMsg(type, format, arguments);
+    PrintText(type, MessageText(format, arguments));
     va_end(arguments);
 }
 
-void ThreadTracer::vPrintMsg(TraceMsgType type, const char* format, std::va_list arguments) {
-    // Before the lock is taken: formatting needs nothing of the tracer's.
-    const MessageText text(format, arguments);
+// The text is there before the lock is taken: formatting needs nothing of the tracer's.
+void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
     const KFLock lock(m_tracer.getLock());
     const std::string_view tag = tagOf(type);
     beginLine(tag.size() + text.view().size());

@@ -6,11 +6,11 @@
 #include "MessageType.h"
 #include "TimeStamp.h"
 
-#include <cstdarg>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+class MessageText;
 class Tracer;
 
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
@@ -54,7 +54,7 @@ public:
     /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
     /// ...".
     void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
-    void vPrintMsg(TraceMsgType type, const char* format, std::va_list arguments) KF_PRINTF_LIKE(3, 0);
+    void PrintText(TraceMsgType type, const MessageText& text);
     /// Writes the stack, innermost call first; nothing when it is empty. The tracer's lock is held.
     void PrintStack();
 
