@@ -305,14 +305,7 @@ const std::map<std::string, Peak> PEAKS = {
 
 /// In a process of its own, where no memory of an earlier work is used again.
 double peakBytes(const std::string& who, const std::string& path) {
-    char program[4096] = {};
-    if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)
-        return 0;
-    const std::string command = "'" + std::string(program) + "' --peak " + who + " '" + path + "'";
-    const std::unique_ptr<FILE, int (*)(FILE*)> answer(popen(command.c_str(), "r"), pclose);
-    long long bytes = 0;
-    return answer != nullptr && std::fscanf(answer.get(), "%lld", &bytes) == 1 ? static_cast<double>(bytes)
-                                                                               : 0;
+    return std::atof(works::answerOf("--peak " + who + " '" + path + "'").c_str());
 }
 
 // ---- Works

@@ -5,7 +5,7 @@
 //   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost, which
 //                     the floor shows, is part of each
 //   log-end-to-end    by lines, from the first call until the last line is in the file
-//   log-line-memory   what a waiting line takes, and of that its own bytes
+//   log-line-memory   what a waiting line takes, and of that its own bytes (few lines take one large page)
 //
 // Each logger has written as many lines before the first three, so that its memory is there;
 // "zevo-first-burst" has not. After each run the lines in the file are counted: who has dropped one is an
@@ -20,14 +20,13 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
-#include <fcntl.h>
 #include <fstream>
 #include <mutex>
 #include <stdexcept>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -198,44 +197,39 @@ std::int64_t residentBytes() {
     return pages * sysconf(_SC_PAGESIZE);
 }
 
+/// What this program answers to --memory: so many lines wait, and are written.
+int tellQueuedMemory(std::int64_t count) {
+    start<rivals::Zevo>();
+    const double lines = static_cast<double>(count);
+    const std::int64_t before = residentBytes();
+    const auto begin = Clock::now();
+    give<rivals::Zevo>(count);
+    const double nanoseconds = std::chrono::duration<double, std::nano>(Clock::now() - begin).count();
+    const std::int64_t after = residentBytes();
+    rivals::Zevo::flush();
+    struct stat file = {};
+    stat((*folder / "log_0.txt").c_str(), &file);
+    std::printf("%f %f %f\n", static_cast<double>(after - before) / lines,
+                static_cast<double>(file.st_size) / lines, nanoseconds / lines);
+    rivals::Zevo::finish();
+    folder.reset();
+    return 0;
+}
+
 /// In a process of its own, since memory that was had before would not show.
 void queuedMemory(benchmark::State& state) {
-    struct {
-        double perLine;
-        double ownBytes;
-        double nanoseconds;
-    } result = {};
+    double perLine = 0;
+    double ownBytes = 0;
+    double nanoseconds = 0;
     for (auto _ : state) {
-        int pipe[2];
-        if (::pipe(pipe) != 0)
-            throw std::runtime_error("pipe");
-        const pid_t child = fork();
-        if (child == 0) {
-            start<rivals::Zevo>();
-            const double lines = static_cast<double>(state.range(0));
-            const std::int64_t before = residentBytes();
-            const auto begin = Clock::now();
-            give<rivals::Zevo>(state.range(0));
-            result.nanoseconds =
-                std::chrono::duration<double, std::nano>(Clock::now() - begin).count() / lines;
-            result.perLine = static_cast<double>(residentBytes() - before) / lines;
-            rivals::Zevo::flush();
-            struct stat file = {};
-            stat((*folder / "log_0.txt").c_str(), &file);
-            result.ownBytes = static_cast<double>(file.st_size) / lines;
-            folder.reset();
-            _exit(write(pipe[1], &result, sizeof result) == sizeof result ? 0 : 1);
-        }
-        if (read(pipe[0], &result, sizeof result) != sizeof result)
+        const std::string answer = works::answerOf("--memory " + std::to_string(state.range(0)));
+        if (std::sscanf(answer.c_str(), "%lf %lf %lf", &perLine, &ownBytes, &nanoseconds) != 3)
             state.SkipWithError("the measured process died");
-        close(pipe[0]);
-        close(pipe[1]);
-        waitpid(child, nullptr, 0);
-        state.SetIterationTime(result.nanoseconds / 1e9);
+        state.SetIterationTime(nanoseconds / 1e9);
     }
-    state.counters["cost_ns"] = result.nanoseconds;
-    state.counters["bytes_per_line"] = result.perLine;
-    state.counters["own_bytes_per_line"] = result.ownBytes;
+    state.counters["cost_ns"] = nanoseconds;
+    state.counters["bytes_per_line"] = perLine;
+    state.counters["own_bytes_per_line"] = ownBytes;
 }
 
 // ---- The table
@@ -310,6 +304,8 @@ void addAll() {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    if (argumentCount == 3 && std::string(arguments[1]) == "--memory")
+        return tellQueuedMemory(std::atoll(arguments[2]));
     addAll();
     benchmark::Initialize(&argumentCount, arguments);
     if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments))

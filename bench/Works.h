@@ -7,7 +7,10 @@
 
 #include <benchmark/benchmark.h>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace works {
@@ -30,6 +33,21 @@ inline std::vector<std::int64_t> decades(std::int64_t smallest, std::int64_t lar
 inline benchmark::Counter nanosecondsPer(std::int64_t operations) {
     return benchmark::Counter(1e-9 * static_cast<double>(operations),
                               benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+/// What this program prints when it is run with these arguments (for the shell), in a process of its own:
+/// what memory is measured in, since what an earlier work has left would be used again. At most a line.
+inline std::string answerOf(const std::string& arguments) {
+    char program[4096] = {};
+    if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)
+        return "";
+    const std::string command = "'" + std::string(program) + "' " + arguments;
+    std::FILE* const output = popen(command.c_str(), "r");
+    if (output == nullptr)
+        return "";
+    char line[256] = {};
+    const bool isThere = std::fgets(line, sizeof line, output) != nullptr;
+    return pclose(output) == 0 && isThere ? line : "";
 }
 
 } // namespace works

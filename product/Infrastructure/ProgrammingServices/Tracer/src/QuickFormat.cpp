@@ -51,7 +51,7 @@ private:
 constexpr char DIGIT_PAIRS[] =
     "0001020304050607080910111213141516171819202122232425262728293031323334353637383940"
     "4142434445464748495051525354555657585960616263646566676869707172737475767778798081"
-    "82838485868788899091929394959697989900";
+    "828384858687888990919293949596979899";
 
 /// These write the digits in front of `end`, the last one first, and return where they begin. (std::to_chars
 /// is not in the libraries of the oldest system that this runs on.)
@@ -84,6 +84,7 @@ char* writeHexadecimal(char* end, std::uint64_t value, const char* digits) {
     return end;
 }
 
+// %d: every second conversion is one, and goes without the questions that the others have to ask.
 void putPlainInteger(Output& output, bool negative, std::uint32_t magnitude) {
     char text[12];
     char* const end = text + sizeof text;
