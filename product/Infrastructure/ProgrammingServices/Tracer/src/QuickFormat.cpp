@@ -218,9 +218,9 @@ void putUnsigned(Output& output, const QuickFormat::Piece& piece, Arguments& arg
 
 } // namespace
 
-int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::va_list from) const {
+int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const {
     Output output(buffer, size);
-    Arguments arguments(from);
+    Arguments rest(arguments);
     for (const Piece* piece = m_pieces; !output.isFull(); ++piece) {
         output.put(format + piece->text, piece->length);
         switch (piece->kind) {
@@ -231,33 +231,33 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
         case Kind::PercentSign: // stands at the text's end
             break;
         case Kind::Text: {
-            const char* const text = va_arg(arguments.list, const char*);
+            const char* const text = va_arg(rest.list, const char*);
             if (text == nullptr)
                 return -1;
             output.put(text, std::strlen(text));
             break;
         }
         case Kind::Int: {
-            const int value = va_arg(arguments.list, int);
+            const int value = va_arg(rest.list, int);
             const std::uint32_t bits = static_cast<std::uint32_t>(value);
             putPlainInteger(output, value < 0, value < 0 ? 0u - bits : bits);
             break;
         }
         case Kind::Signed:
-            putSigned(output, *piece, arguments);
+            putSigned(output, *piece, rest);
             break;
         case Kind::Unsigned:
-            putUnsigned(output, *piece, arguments);
+            putUnsigned(output, *piece, rest);
             break;
         case Kind::Character: {
-            const char character = static_cast<char>(va_arg(arguments.list, int));
+            const char character = static_cast<char>(va_arg(rest.list, int));
             if (character == '\0') // where the text would end
                 return -1;
             output.put(character);
             break;
         }
         case Kind::Decimals:
-            if (!putFixed(output, piece->precision, va_arg(arguments.list, double)))
+            if (!putFixed(output, piece->precision, va_arg(rest.list, double)))
                 return -1;
             break;
         }
