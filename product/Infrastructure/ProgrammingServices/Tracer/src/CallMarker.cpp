@@ -22,16 +22,6 @@ ThreadTracer* CallMarker::threadTracerFor(TraceMsgType type) const {
     return tracer->threadTracerOf(*this);
 }
 
-void CallMarker::PrintMsg(TraceMsgType type, const char* format, ...) const {
-    ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
-    if (threadTracer == nullptr)
-        return;
-    std::va_list arguments;
-    va_start(arguments, format);
-    threadTracer->PrintText(type, MessageText(format, arguments));
-    va_end(arguments);
-}
-
 void CallMarker::PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const {
     ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
     if (threadTracer == nullptr)

@@ -93,8 +93,7 @@ public:
     bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
     /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
     /// thread.
-    void PrintMsg(TraceMsgType type, const char* format, ...) const KF_PRINTF_LIKE(3, 4);
-    /// The same with a format that has been taken apart already.
+    /// @param quick  made of the same format
     void PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const
         KF_PRINTF_LIKE(4, 5);
 
