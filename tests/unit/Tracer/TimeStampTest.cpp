@@ -63,3 +63,16 @@ TEST(TimeStamp, GoesOnWhenTheSecondChanges) {
     EXPECT_GT(passed, 0);
     EXPECT_LE(passed, 2000);
 }
+
+TEST(TimeStamp, NeverLagsBehindTheClockNorGoesAheadOfIt) {
+    TimeStamp stamp;
+    constexpr long long day = 24LL * 60 * 60 * 1000;
+    const long long end = nowInMilliseconds() + 50;
+    for (long long after = 0; after < end;) {
+        const long long before = nowInMilliseconds();
+        const std::string text = stampOf(stamp);
+        after = nowInMilliseconds();
+        const long long shown = stampInMilliseconds(text);
+        ASSERT_LE((shown - sinceMidnight(before) + day) % day, after - before) << text;
+    }
+}

@@ -3,15 +3,15 @@
 #include <cstdio>
 #include <sys/time.h>
 
-void TimeStamp::putNow(LineWriter& line) {
+void TimeStamp::lookAtClock(std::uint64_t ticks) {
     timeval now;
     gettimeofday(&now, nullptr);
+    m_watch.look(ticks, processorTicks(), now.tv_sec * std::int64_t{1000000} + now.tv_usec);
     if (now.tv_sec != m_second)
         beginSecond(now.tv_sec);
     const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
     if (milliseconds != m_millisecond)
         beginMillisecond(milliseconds);
-    line.put(std::string_view(m_text, LENGTH));
 }
 
 void TimeStamp::beginMillisecond(unsigned int milliseconds) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "LineWriter.h"
+#include "MillisecondWatch.h"
+#include "ProcessorTicks.h"
 
 #include <cstddef>
 #include <ctime>
@@ -14,14 +16,21 @@ public:
     static constexpr std::size_t LENGTH = 14;
 
     /// Puts the current time, without a blank behind it: LENGTH bytes.
-    void putNow(LineWriter& line);
+    void putNow(LineWriter& line) {
+        const std::uint64_t ticks = processorTicks();
+        if (!m_watch.isSameMillisecond(ticks))
+            lookAtClock(ticks);
+        line.put(std::string_view(m_text, LENGTH));
+    }
 
 private:
+    void lookAtClock(std::uint64_t ticks);
     void beginSecond(std::time_t second);
     void beginMillisecond(unsigned int milliseconds);
 
     static constexpr unsigned int NO_MILLISECOND = 1000;
 
+    MillisecondWatch m_watch;
     std::time_t m_second = -1;
     unsigned int m_millisecond = NO_MILLISECOND;
     char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
