@@ -12,7 +12,9 @@
 #include <climits>
 #include <csignal>
 #include <gmock/gmock.h>
+#include <sstream>
 #include <sys/mman.h>
+#include <sys/time.h>
 #include <thread>
 
 using testing::ContainsRegex;
@@ -361,6 +363,39 @@ TEST(CrashReport, DrainsTheLogger) {
     });
     EXPECT_EQ(child.exitStatus(), 0);
     EXPECT_THAT(child.trace, HasSubstr("[LEVEL_0] waiting in the queue\n"));
+}
+
+// Wherever the signal meets the thread, in the middle of a line as well, what was logged before is written.
+TEST(CrashReport, DrainsTheLoggerOfAThreadThatWasJustLogging) {
+    for (int microseconds = 1000; microseconds < 3000; microseconds += 100) {
+        const CrashedChild child = runCrashingChild(
+            [microseconds](const TemporaryFolder& folder) {
+                Logger logger;
+                Logger::SetInstance(&logger);
+                logger.SetFileName(folder / "trace");
+                logger.setEnabled(true);
+                KFExceptionHandler::GetInstance();
+                itimerval alarm{};
+                alarm.it_value.tv_usec = microseconds;
+                setitimer(ITIMER_REAL, &alarm, nullptr);
+                for (int i = 0;; ++i)
+                    logger.PrintMsg(MSG_LEVEL_0, "line %d", i);
+            },
+            false);
+        EXPECT_EQ(child.exitStatus(), 0);
+        EXPECT_LT(child.seconds, 9);
+        std::istringstream lines(child.trace);
+        int next = 0;
+        bool isCut = false;
+        for (std::string line; std::getline(lines, line); ++next) {
+            ASSERT_FALSE(isCut) << "the line that was interrupted is the last one";
+            isCut = line != "[LEVEL_0] line " + std::to_string(next);
+            if (isCut) {
+                ASSERT_EQ(line.find_first_not_of('?'), std::string::npos) << line;
+            }
+        }
+        EXPECT_GT(next, 0);
+    }
 }
 
 TEST(CrashReport, DoesNotWaitForALoggerThatIsBusy) {

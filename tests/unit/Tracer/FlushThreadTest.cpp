@@ -4,6 +4,7 @@
 #include "LoggerFlushThread.h"
 #include "Traced.h"
 #include "TracerFlushThread.h"
+#include "WaitUntil.h"
 
 #include <atomic>
 #include <chrono>
@@ -21,16 +22,6 @@
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-bool waitUntil(const std::function<bool()>& condition) {
-    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (Clock::now() > deadline)
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
 
 class CountingThread : public FlushThread {
 public:

@@ -1,8 +1,13 @@
 #include "LineQueue.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -16,6 +21,21 @@ std::size_t writeAll(LineQueue& queue, std::string& written) {
     }
     return completed;
 }
+
+/// A queue whose memory is there, so that places can be reserved.
+class ReservedPlaces : public testing::Test {
+protected:
+    ReservedPlaces() {
+        queue.push("first\n");
+        queue.consume(queue.front(1).size());
+    }
+    static void fill(const LineQueue::Place& place, std::string_view text) {
+        std::memcpy(place.text(), text.data(), text.size());
+        place.finish();
+    }
+
+    LineQueue queue;
+};
 
 } // namespace
 
@@ -137,6 +157,16 @@ TEST(LineQueue, ALongLineAfterShortOnesWereWrittenIsWhole) {
     EXPECT_TRUE(written == "one\n" + longLine);
 }
 
+TEST(LineQueue, ALineThatIsLongerThanAnyPlaceLosesNothing) {
+    LineQueue queue;
+    const std::string tooLong(LineQueue::LONGEST_PLACE + 10, 'x');
+    queue.push(tooLong);
+    queue.push("next\n");
+    std::string written;
+    writeAll(queue, written);
+    EXPECT_TRUE(written == tooLong + "next\n");
+}
+
 TEST(LineQueue, ALineIsPutTogetherInItsPlace) {
     LineQueue queue;
     char* const line = queue.beginLine(10);
@@ -187,4 +217,168 @@ TEST(LineQueue, AWaitingLineTakesItsBytesAndFewMore) {
     for (std::size_t i = 0; i < lines; ++i)
         queue.push(line);
     EXPECT_LE(queue.bytes(), lines * (line.size() + 8));
+}
+
+// ---- places for lines of any thread
+
+TEST(LineQueue, HasNoPlaceBeforeThereIsMemory) {
+    LineQueue queue;
+    EXPECT_FALSE(queue.reserve(1));
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(ReservedPlaces, KeepTheOrderOfTheReservations) {
+    const LineQueue::Place one = queue.reserve(4);
+    const LineQueue::Place two = queue.reserve(4);
+    ASSERT_TRUE(one && two);
+    fill(two, "two\n");
+    fill(one, "one\n");
+    queue.push("three\n");
+    EXPECT_EQ(queue.size(), 3U);
+    EXPECT_EQ(queue.front(9), "one\ntwo\nthree\n");
+}
+
+TEST_F(ReservedPlaces, AreWaitedForUntilTheyAreFinished) {
+    const LineQueue::Place one = queue.reserve(4);
+    std::atomic<bool> isReading{false};
+    std::thread reader([&] {
+        isReading = true;
+        EXPECT_EQ(queue.front(9), "one\n");
+    });
+    while (!isReading)
+        std::this_thread::yield();
+    fill(one, "one\n");
+    reader.join();
+}
+
+TEST_F(ReservedPlaces, AnUnfinishedOneDoesNotKeepWhatStandsBeforeIt) {
+    queue.push("one\n");
+    const LineQueue::Place two = queue.reserve(4);
+    EXPECT_EQ(queue.front(1), "one\n");
+    EXPECT_EQ(queue.consume(4), 1U);
+    EXPECT_EQ(queue.size(), 1U);
+    fill(two, "two\n");
+    EXPECT_EQ(queue.front(9), "two\n");
+}
+
+TEST_F(ReservedPlaces, InAHurryAnUnfinishedOneBecomesQuestionMarks) {
+    queue.push("one\n");
+    ASSERT_TRUE(queue.reserve(5));
+    queue.push("three\n");
+    queue.hurry();
+    EXPECT_EQ(queue.front(9), "one\n????\nthree\n");
+    std::string written;
+    EXPECT_EQ(writeAll(queue, written), 3U);
+}
+
+TEST_F(ReservedPlaces, WhatDoesNotFitIsVoidAndSoIsAllThatFollows) {
+    std::size_t places = 0;
+    for (LineQueue::Place place = queue.reserve(1000); place; place = queue.reserve(1000), ++places)
+        fill(place, std::string(999, 'x') + "\n");
+    EXPECT_GT(places, 10U);
+    EXPECT_FALSE(queue.reserve(1)) << "it would stand before the line that had to go elsewhere";
+    EXPECT_EQ(queue.size(), places);
+    EXPECT_EQ(queue.front(places + 9).size(), 1000 * places);
+    queue.push("elsewhere\n");
+    EXPECT_EQ(queue.size(), places + 1);
+    EXPECT_TRUE(queue.reserve(1));
+}
+
+TEST_F(ReservedPlaces, AreThereAgainWhenAFullChunkWasWritten) {
+    for (LineQueue::Place place = queue.reserve(1000); place; place = queue.reserve(1000))
+        fill(place, std::string(999, 'x') + "\n");
+    std::string written;
+    writeAll(queue, written);
+    const std::size_t memory = queue.bytes();
+    const LineQueue::Place place = queue.reserve(4);
+    ASSERT_TRUE(place);
+    fill(place, "one\n");
+    EXPECT_EQ(queue.front(9), "one\n");
+    EXPECT_EQ(queue.bytes(), memory);
+}
+
+TEST(LineQueue, ManyThreadsAndADrainLoseNoLineAndKeepTheOrderOfEach) {
+    constexpr int THREADS = 4;
+    constexpr int LINES = 20000;
+    LineQueue queue;
+    std::mutex lock;
+    std::atomic<int> running{THREADS};
+    const auto put = [&](const std::string& line) {
+        if (const LineQueue::Place place = queue.reserve(line.size())) {
+            std::memcpy(place.text(), line.data(), line.size());
+            place.finish();
+            return;
+        }
+        const std::lock_guard<std::mutex> locked(lock);
+        queue.push(line);
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < THREADS; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < LINES; ++i) {
+                const std::size_t length = static_cast<std::size_t>(i % 1000 == 0 ? 70000 : i % 97);
+                put(std::to_string(thread) + " " + std::to_string(i) + std::string(length, '.') + "\n");
+            }
+            --running;
+        });
+    }
+    std::string written;
+    std::size_t completed = 0;
+    for (bool last = false; !last;) {
+        last = running == 0;
+        const std::lock_guard<std::mutex> locked(lock);
+        for (std::size_t waiting = queue.size(); waiting > 0;) {
+            // In part, as a disk that is full for a moment takes it.
+            const std::string_view front = queue.front(waiting);
+            const std::size_t taken = front.size() > 3 ? front.size() / 3 * 2 : front.size();
+            written += front.substr(0, taken);
+            const std::size_t lines = queue.consume(taken);
+            completed += lines;
+            waiting -= lines;
+        }
+        queue.trim();
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_TRUE(queue.empty());
+    EXPECT_EQ(completed, static_cast<std::size_t>(THREADS * LINES));
+    std::vector<int> next(THREADS, 0);
+    for (std::size_t begin = 0; begin < written.size();) {
+        const std::size_t end = written.find('\n', begin);
+        ASSERT_NE(end, std::string::npos);
+        const std::string line = written.substr(begin, end - begin);
+        int thread = -1;
+        int number = -1;
+        ASSERT_EQ(std::sscanf(line.c_str(), "%d %d", &thread, &number), 2) << line.substr(0, 200);
+        ASSERT_TRUE(thread >= 0 && thread < THREADS) << line.substr(0, 200);
+        ASSERT_EQ(number, next[static_cast<std::size_t>(thread)]++) << line.substr(0, 200);
+        const std::size_t dots = static_cast<std::size_t>(number % 1000 == 0 ? 70000 : number % 97);
+        ASSERT_EQ(static_cast<std::size_t>(std::count(line.begin(), line.end(), '.')), dots);
+        begin = end + 1;
+    }
+    EXPECT_EQ(next, std::vector<int>(THREADS, LINES));
+}
+
+TEST_F(ReservedPlaces, ADrainThatIsAlwaysUpToDateMissesNoLine) {
+    constexpr int LINES = 300000;
+    std::thread writer([this] {
+        for (int i = 0; i < LINES; ++i) {
+            const std::string line = std::to_string(i) + "\n";
+            LineQueue::Place place = queue.reserve(line.size());
+            while (!place) // the drain makes room
+                place = queue.reserve(line.size());
+            fill(place, line);
+        }
+    });
+    std::string written;
+    for (int completed = 0; completed < LINES;) {
+        const std::string_view front = queue.front(1000);
+        written += front;
+        completed += static_cast<int>(queue.consume(front.size()));
+    }
+    writer.join();
+    std::string expected;
+    for (int i = 0; i < LINES; ++i)
+        expected += std::to_string(i) + "\n";
+    EXPECT_TRUE(written == expected);
 }

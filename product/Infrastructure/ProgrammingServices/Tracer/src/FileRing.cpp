@@ -129,8 +129,9 @@ FileRing::Drain FileRing::drain() {
     OpenFile file = open(truncate ? "w+" : "a");
     if (file == nullptr)
         return Drain::CannotOpen;
-    while (!m_queue.empty()) {
-        if (!writeLines(file.get()))
+    // Those that come meanwhile are for the next drain: it could go on for ever.
+    for (std::size_t lines = m_queue.size(); lines > 0;) {
+        if (!writeLines(file.get(), lines))
             return Drain::Interrupted;
         if (m_lineCount >= m_maximumLinesPerFile) {
             file.reset();
@@ -143,15 +144,16 @@ FileRing::Drain FileRing::drain() {
     return Drain::Done;
 }
 
-// Writes what fits into this file, at least one line, a chunk of the queue with each system call. Lines leave
-// the queue only as far as they were written, so that a full disk loses none.
-bool FileRing::writeLines(std::FILE* file) {
+// Writes what fits into this file of so many lines, at least one, a chunk of the queue with each system call.
+// Lines leave the queue only as far as they were written, so that a full disk loses none.
+bool FileRing::writeLines(std::FILE* file, std::size_t& lines) {
     const std::int32_t room = m_lineCount < m_maximumLinesPerFile ? m_maximumLinesPerFile - m_lineCount : 1;
-    const std::string_view lines = m_queue.front(static_cast<std::size_t>(room));
-    const std::size_t written = std::fwrite(lines.data(), 1, lines.size(), file);
-    const bool complete = written == lines.size();
-    m_lineCount += static_cast<std::int32_t>(m_queue.consume(written));
-    return complete;
+    const std::string_view text = m_queue.front(std::min(lines, static_cast<std::size_t>(room)));
+    const std::size_t written = std::fwrite(text.data(), 1, text.size(), file);
+    const std::size_t completed = m_queue.consume(written);
+    m_lineCount += static_cast<std::int32_t>(completed);
+    lines -= completed;
+    return written == text.size();
 }
 
 FileRing::OpenFile FileRing::openNextFile() {

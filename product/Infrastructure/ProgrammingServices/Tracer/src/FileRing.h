@@ -22,7 +22,7 @@
 ///    the logger it is the drain alone, at a rotation, so that a continued file keeps its lines.
 ///  - What a failed open does to the caller's lock: see Tracer::WriteOnFile and Logger::WriteOnFile.
 ///
-/// Not thread-safe: the owner's lock guards it.
+/// Thread: the owner's lock guards it, except for reserve().
 class FileRing {
 public:
     /// @param owner  "Tracer" or "Logger", named in diagnostics; a literal
@@ -62,11 +62,16 @@ public:
         m_queue.endLine(end);
         return true;
     }
+    /// Whether lines are queued, for a file.
+    bool isQueueing() const { return m_output == Output::File; }
+    /// A place in the queue for a line of so many bytes, if there is one at once. Any thread, without the
+    /// lock, while isQueueing().
+    LineQueue::Place reserve(std::size_t length) { return m_queue.reserve(length); }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
 
     enum class Drain {
-        Done,        // every line is in a file, or the output is none
+        Done,        // every line that waited is in a file, or the output is none
         CannotOpen,  // the current file could not be opened; nothing was written
         Interrupted, // a later open or a write failed; the rest of the lines waits
     };
@@ -76,6 +81,8 @@ public:
     /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
     /// what this one put there.
     Drain drain();
+    /// From now on a drain waits for a line that is not finished only for a moment: see LineQueue::hurry.
+    void hurry() { m_queue.hurry(); }
     /// Calls `writeOnFile`, which drains, until no line waits. It gives up when a drain has written nothing:
     /// a file that cannot be opened or a full disk would keep the caller here for ever.
     template <typename WriteOnFile>
@@ -109,7 +116,7 @@ private:
     std::string fileName(std::int32_t index) const;
     OpenFile open(const char* mode) const;
     OpenFile openNextFile();
-    bool writeLines(std::FILE* file);
+    bool writeLines(std::FILE* file, std::size_t& lines);
 
     const char* m_owner;
     std::int32_t m_maximumFiles = 10;

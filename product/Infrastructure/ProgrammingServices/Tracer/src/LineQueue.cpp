@@ -2,108 +2,244 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
+#include <sched.h>
 
 namespace {
+
 // The first chunk holds what an ordinary second brings; more than that is a burst.
 constexpr std::size_t FIRST_CHUNK = std::size_t{64} * 1024;
+
+void sleepAMillisecond() {
+    const timespec millisecond = {0, 1000000};
+    nanosleep(&millisecond, nullptr);
+}
+constexpr int HURRIED_WAITS = 100;
+
 } // namespace
+
+// ---- Adding
+
+// Of the reservations that do not fit, the first one finds its end free, and leaves the word there.
+void LineQueue::refuse(Chunk& chunk, std::uint64_t before) {
+    if (chunk.isGood(before))
+        chunk.end(lineOf(before)).store(VOID_LINE, std::memory_order_release);
+}
 
 void LineQueue::push(std::string_view line) {
     const void* const nul = line.empty() ? nullptr : std::memchr(line.data(), '\0', line.size());
-    const std::size_t length =
-        nul == nullptr ? line.size() : static_cast<std::size_t>(static_cast<const char*>(nul) - line.data());
-    char* const text = beginLine(length);
-    if (length != 0)
-        std::memcpy(text, line.data(), length);
-    endLine(text + length);
+    if (nul != nullptr)
+        line = line.substr(0, static_cast<std::size_t>(static_cast<const char*>(nul) - line.data()));
+    // What is longer than any place goes in parts.
+    while (line.size() > LONGEST_PLACE) {
+        push(line.substr(0, LONGEST_PLACE));
+        line.remove_prefix(LONGEST_PLACE);
+    }
+    Place place = reserve(line.size());
+    while (!place)
+        place = reserveIn(addChunk(line.size()), line.size());
+    if (!line.empty())
+        std::memcpy(place.text(), line.data(), line.size());
+    place.finish();
 }
 
-std::string_view LineQueue::front(std::size_t lines) const {
-    if (lines == 0 || m_lines == 0)
+std::string_view LineQueue::lineInProgress(const char* end) const {
+    const Chunk& chunk = *m_current.load(std::memory_order_relaxed);
+    const char* const begin = chunk.text() + offsetOf(chunk.used.load(std::memory_order_relaxed));
+    return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
+    if (Chunk* const chunk = m_current.load(std::memory_order_relaxed)) {
+        close(*chunk);
+        if (chunk->front == chunk->lines) // too small for this one line
+            m_spare.splice(m_spare.begin(), m_chunks, std::prev(m_chunks.end()));
+    }
+    const std::size_t needed = room + 2 * END_SIZE;
+    const auto spare = std::find_if(m_spare.begin(), m_spare.end(),
+                                    [needed](const Chunk& chunk) { return chunk.bytes >= needed; });
+    if (spare != m_spare.end()) {
+        m_chunks.splice(m_chunks.end(), m_spare, spare);
+    } else {
+        const std::size_t usual = m_chunks.empty() ? FIRST_CHUNK : LARGE_BUFFER_UNIT;
+        const std::size_t bytes =
+            needed <= usual ? usual
+                            : (needed + LARGE_BUFFER_UNIT - 1) / LARGE_BUFFER_UNIT * LARGE_BUFFER_UNIT;
+        LargeBuffer memory = makeLargeBuffer(bytes);
+        const auto retired = std::find_if(m_retired.begin(), m_retired.end(),
+                                          [bytes](const Chunk& chunk) { return chunk.bytes == bytes; });
+        if (retired != m_retired.end())
+            m_chunks.splice(m_chunks.end(), m_retired, retired);
+        else
+            m_chunks.emplace_back(bytes);
+        m_chunks.back().memory = std::move(memory);
+    }
+    ++m_begun;
+    open(m_chunks.back());
+    return m_chunks.back();
+}
+
+/// Nothing is added to it any more.
+void LineQueue::close(Chunk& chunk) {
+    const std::uint64_t used = chunk.used.exchange(CLOSED, std::memory_order_acquire);
+    chunk.lines = chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
+    chunk.touched = chunk.lines + 1;
+    m_current.store(nullptr, std::memory_order_relaxed);
+}
+
+/// Lines are put together in this chunk from now on, from its beginning.
+void LineQueue::open(Chunk& chunk) {
+    for (std::size_t line = 0; line < chunk.touched; ++line)
+        chunk.end(line).store(0, std::memory_order_relaxed);
+    chunk.lines = chunk.front = chunk.written = chunk.touched = 0;
+    chunk.used.store(0, std::memory_order_release);
+    m_current.store(&chunk, std::memory_order_release);
+}
+
+// ---- Writing
+
+bool LineQueue::keepWaiting(int waits) const {
+    if (m_inHurry)
+        sleepAMillisecond();
+    else
+        sched_yield();
+    return !m_inHurry || waits < HURRIED_WAITS;
+}
+
+/// A full chunk's lines end at the first reservation that was void.
+std::size_t LineQueue::linesOfFullChunk(const Chunk& chunk) const {
+    for (std::size_t line = chunk.front;; ++line) {
+        int waits = 0;
+        while (chunk.end(line).load(std::memory_order_acquire) == 0) {
+            if (!keepWaiting(++waits))
+                return line;
+        }
+        if (chunk.end(line).load(std::memory_order_acquire) == VOID_LINE)
+            return line;
+    }
+}
+
+std::size_t LineQueue::linesIn(const Chunk& chunk) const {
+    if (&chunk != m_current.load(std::memory_order_relaxed))
+        return chunk.lines;
+    const std::uint64_t used = chunk.used.load(std::memory_order_acquire);
+    return chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
+}
+
+bool LineQueue::empty() const {
+    return m_chunks.empty() || m_chunks.front().front == linesIn(m_chunks.front());
+}
+
+std::size_t LineQueue::size() const {
+    std::size_t lines = 0;
+    for (const Chunk& chunk : m_chunks)
+        lines += linesIn(chunk) - chunk.front;
+    return lines;
+}
+
+void LineQueue::await(const Chunk& chunk, std::size_t line) const {
+    const std::atomic<std::uint32_t>& end = chunk.end(line);
+    const auto isFinished = [&end] {
+        const std::uint32_t value = end.load(std::memory_order_acquire);
+        return value != 0 && (value & UNFINISHED) == 0;
+    };
+    for (int waits = 1; !isFinished(); ++waits) {
+        if (!keepWaiting(waits))
+            giveUp(chunk, line);
+    }
+}
+
+void LineQueue::giveUp(const Chunk& chunk, std::size_t line) {
+    const std::size_t begin = line == 0 ? 0 : chunk.offsetBehind(line - 1);
+    // Its reservation may have come no further: then not even its length is known.
+    if (chunk.end(line).load(std::memory_order_relaxed) == 0)
+        chunk.end(line).store(static_cast<std::uint32_t>(begin + 1) | UNFINISHED, std::memory_order_relaxed);
+    const std::size_t behind = chunk.offsetBehind(line);
+    if (behind > begin) {
+        std::memset(chunk.text() + begin, '?', behind - begin);
+        chunk.text()[behind - 1] = '\n';
+    }
+    chunk.end(line).store(static_cast<std::uint32_t>(behind + 1), std::memory_order_release);
+}
+
+std::string_view LineQueue::front(std::size_t lines) {
+    if (lines == 0 || empty())
         return {};
-    const Chunk& chunk = m_chunks.front();
-    const std::size_t last = std::min(chunk.front + lines, linesIn(chunk)) - 1;
-    return {chunk.text() + chunk.written, chunk.end(last) - chunk.written};
+    Chunk& chunk = m_chunks.front();
+    const std::size_t end = chunk.front + std::min(lines, linesIn(chunk) - chunk.front);
+    for (std::size_t line = chunk.front; line < end; ++line)
+        await(chunk, line);
+    return {chunk.text() + chunk.written, chunk.offsetBehind(end - 1) - chunk.written};
 }
 
 std::size_t LineQueue::consume(std::size_t bytes) {
-    if (m_lines == 0)
+    if (empty())
         return 0;
     Chunk& chunk = m_chunks.front();
     chunk.written += bytes;
     const std::size_t lines = linesIn(chunk);
     const std::size_t before = chunk.front;
-    if (chunk.end(lines - 1) == chunk.written)
-        chunk.front = lines;
-    while (chunk.front < lines && chunk.end(chunk.front) <= chunk.written)
+    // An end that is marked, or not there yet, is no smaller.
+    while (chunk.front < lines && chunk.end(chunk.front).load(std::memory_order_relaxed) - 1 <= chunk.written)
         ++chunk.front;
     const std::size_t completed = chunk.front - before;
-    m_lines -= completed;
-    if (chunk.front < lines)
-        return completed;
-    if (&chunk == &m_chunks.back()) {
-        m_lastWasNeeded = m_lastWasNeeded || chunk.written > FIRST_CHUNK;
-        fill(chunk);
-    } else {
-        m_spare.splice(m_spare.begin(), m_chunks, m_chunks.begin());
-    }
+    if (chunk.front == lines)
+        reuse(chunk);
     return completed;
 }
+
+/// For a chunk whose lines were all written.
+void LineQueue::reuse(Chunk& chunk) {
+    if (&chunk != m_current.load(std::memory_order_relaxed)) {
+        m_spare.splice(m_spare.begin(), m_chunks, m_chunks.begin());
+        return;
+    }
+    std::uint64_t used = chunk.used.load(std::memory_order_acquire);
+    if (chunk.isGood(used)) {
+        // Another line may come meanwhile: then the chunk is needed as it is.
+        if (lineOf(used) != chunk.front ||
+            !chunk.used.compare_exchange_strong(used, CLOSED, std::memory_order_acquire))
+            return;
+    } else {
+        if (linesOfFullChunk(chunk) != chunk.front)
+            return;
+        chunk.used.store(CLOSED, std::memory_order_relaxed);
+    }
+    m_lastWasNeeded = m_lastWasNeeded || chunk.written > FIRST_CHUNK;
+    chunk.touched = chunk.front + 1;
+    open(chunk);
+}
+
+// ---- Memory
 
 // What the last drain's lines needed, the next one's are expected to need again.
 void LineQueue::trim() {
     const std::size_t kept = std::max(m_begun, m_spare.size() / 2);
     while (m_spare.size() > kept)
-        m_spare.pop_back();
-    if (m_lines == 0 && kept == 0 && !m_lastWasNeeded && !m_chunks.empty() &&
-        m_chunks.back().bytes() > FIRST_CHUNK)
-        dropLastChunk();
+        retire(m_spare, std::prev(m_spare.end()));
+    if (kept == 0 && !m_lastWasNeeded && empty() && !m_chunks.empty() &&
+        m_chunks.back().bytes > FIRST_CHUNK) {
+        std::uint64_t unused = 0;
+        Chunk& chunk = m_chunks.back();
+        if (chunk.used.compare_exchange_strong(unused, CLOSED, std::memory_order_acquire)) {
+            m_current.store(nullptr, std::memory_order_relaxed);
+            retire(m_chunks, std::prev(m_chunks.end()));
+        }
+    }
     m_begun = 0;
     m_lastWasNeeded = false;
+}
+
+void LineQueue::retire(std::list<Chunk>& from, std::list<Chunk>::iterator chunk) {
+    chunk->memory.reset();
+    chunk->touched = 0;
+    m_retired.splice(m_retired.end(), from, chunk);
 }
 
 std::size_t LineQueue::bytes() const {
     std::size_t sum = 0;
     for (const std::list<Chunk>* const chunks : {&m_chunks, &m_spare})
         for (const Chunk& chunk : *chunks)
-            sum += chunk.bytes();
+            sum += chunk.bytes;
     return sum;
-}
-
-void LineQueue::dropLastChunk() {
-    m_chunks.pop_back();
-    m_text = m_next = nullptr;
-    m_end = nullptr;
-    m_room = 0;
-}
-
-std::size_t LineQueue::linesIn(const Chunk& chunk) const {
-    return &chunk == &m_chunks.back() ? static_cast<std::size_t>(chunk.ends() - m_end) : chunk.lines;
-}
-
-void LineQueue::addChunk(std::size_t room) {
-    if (m_lines == 0 && !m_chunks.empty())
-        dropLastChunk(); // too small for this one line
-    else if (!m_chunks.empty())
-        m_chunks.back().lines = linesIn(m_chunks.back());
-    const std::size_t needed = room + sizeof(std::uint32_t);
-    const auto spare = std::find_if(m_spare.begin(), m_spare.end(),
-                                    [needed](const Chunk& chunk) { return chunk.bytes() >= needed; });
-    if (spare != m_spare.end()) {
-        m_chunks.splice(m_chunks.end(), m_spare, spare);
-    } else {
-        const std::size_t usual = m_chunks.empty() ? FIRST_CHUNK : LARGE_BUFFER_UNIT;
-        // Rounded up, so that the ends are aligned.
-        m_chunks.emplace_back(std::max(usual, (needed / sizeof(std::uint32_t) + 1) * sizeof(std::uint32_t)));
-    }
-    ++m_begun;
-    fill(m_chunks.back());
-}
-
-// Lines are put together in this chunk from now on, from its beginning.
-void LineQueue::fill(Chunk& chunk) {
-    chunk.lines = chunk.front = chunk.written = 0;
-    m_text = m_next = chunk.text();
-    m_end = chunk.ends();
-    m_room = chunk.bytes() - sizeof *m_end;
 }

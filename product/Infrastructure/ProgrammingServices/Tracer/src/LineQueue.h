@@ -2,6 +2,7 @@
 
 #include "LargeBuffer.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -13,45 +14,80 @@
 ///
 /// Lines are put together where they stay: nothing is copied between the first chunk and the file.
 ///
-/// Not thread-safe: the owner's lock guards it.
+/// Thread: the owner's lock guards everything, except that any thread may reserve() a place for a line at any
+/// time, without the lock and without waiting for others; the order of the lines is that of their
+/// reservations. An owner whose lines are begun and ended (beginLine, endLine) has no such threads.
+///
+/// One counter of each chunk holds how much of it is used, and by how many lines: adding to it reserves both
+/// the line's bytes and the place of its end. A reservation that does not fit is void, and all that follow
+/// it. A chunk is closed by a count that nothing fits behind. Chunks live as long as the queue, because a
+/// thread may still be about to add to one that has been closed; their memory does not.
 class LineQueue {
 public:
+    /// Where a line is put together, its length being known.
+    class Place {
+    public:
+        Place() = default;
+        /// False when there was no room.
+        explicit operator bool() const { return m_text != nullptr; }
+        /// For as many bytes as were asked for, none of them NUL.
+        char* text() const { return m_text; }
+        /// To be called when they are all there, and soon: whoever writes the lines waits for it.
+        void finish() const { m_end->store(m_value, std::memory_order_release); }
+
+    private:
+        friend class LineQueue;
+        char* m_text = nullptr;
+        std::atomic<std::uint32_t>* m_end = nullptr;
+        std::uint32_t m_value = 0;
+    };
+
     LineQueue() = default;
     LineQueue(const LineQueue&) = delete;
     LineQueue& operator=(const LineQueue&) = delete;
 
-    bool empty() const { return m_lines == 0; }
-    std::size_t size() const { return m_lines; }
+    /// A place for a line, if the memory that is there has one. Any thread, without the lock.
+    /// @param length  in bytes; at most LONGEST_PLACE
+    Place reserve(std::size_t length) {
+        Chunk* const chunk = m_current.load(std::memory_order_acquire);
+        return chunk != nullptr ? reserveIn(*chunk, length) : Place();
+    }
+    static constexpr std::size_t LONGEST_PLACE = std::size_t{64} * 1024 * 1024;
+
+    bool empty() const;
+    std::size_t size() const;
 
     /// Appends one line. It ends at its first NUL byte, if it has one.
     void push(std::string_view line);
     /// Begins a line: where its bytes go, at most `room` of them, none of them NUL. One that was begun and
     /// not ended is forgotten.
     char* beginLine(std::size_t room) {
-        if (m_room <= room)
-            addChunk(room);
-        return m_next;
+        Chunk* chunk = m_current.load(std::memory_order_relaxed);
+        if (chunk == nullptr || !chunk->hasRoom(chunk->used.load(std::memory_order_relaxed), room))
+            chunk = &addChunk(room);
+        return chunk->text() + offsetOf(chunk->used.load(std::memory_order_relaxed));
     }
     /// Ends the line that was begun, behind its last byte.
     void endLine(const char* end) {
-        const std::size_t length = static_cast<std::size_t>(end - m_next);
-        m_next += length;
-        *--m_end = static_cast<std::uint32_t>(m_next - m_text);
-        m_room -= m_room < length + sizeof *m_end ? m_room : length + sizeof *m_end;
-        ++m_lines;
+        Chunk& chunk = *m_current.load(std::memory_order_relaxed);
+        const std::uint64_t used = chunk.used.load(std::memory_order_relaxed);
+        const std::uint32_t offset = static_cast<std::uint32_t>(end - chunk.text());
+        chunk.end(lineOf(used)).store(offset + 1, std::memory_order_relaxed);
+        chunk.used.store(used + ONE_LINE + (offset - offsetOf(used)), std::memory_order_relaxed);
     }
-
     /// The line that was begun, so far.
-    std::string_view lineInProgress(const char* end) const {
-        return {m_next, static_cast<std::size_t>(end - m_next)};
-    }
+    std::string_view lineInProgress(const char* end) const;
 
     /// The unwritten bytes of the first lines, `lines` of them at most; fewer where a chunk ends, but always
-    /// some, unless none waits. Valid until the next push or consume.
-    std::string_view front(std::size_t lines) const;
+    /// some, unless none waits. Waits for a line that is not finished. Valid until the next push or consume.
+    std::string_view front(std::size_t lines);
     /// Removes the first `bytes` bytes, a prefix of front(); a line that was written in part keeps its rest.
     /// Returns the number of lines that are now complete.
     std::size_t consume(std::size_t bytes);
+    /// From now on front() waits for a tenth of a second, no longer: for a process that ends in a signal
+    /// handler, which may have interrupted the very thread that would finish the line. A line that stays
+    /// unfinished becomes question marks.
+    void hurry() { m_inHurry = true; }
 
     /// Gives memory back, to be called after a drain: what was not needed since the last call goes by halves.
     void trim();
@@ -59,40 +95,83 @@ public:
     std::size_t bytes() const;
 
 private:
-    /// Text grows from the front of the memory, the ends of the lines (offsets) from its back.
-    class Chunk {
-    public:
-        /// @param bytes  a multiple of an end's size
-        explicit Chunk(std::size_t bytes) : m_bytes(bytes), m_memory(makeLargeBuffer(bytes)) {}
+    // A chunk's counter: the offset of its first free byte, and above it the number of its lines.
+    static constexpr std::uint64_t ONE_LINE = std::uint64_t{1} << 32;
+    static constexpr std::uint64_t CLOSED = std::uint64_t{1} << 31;
+    static std::size_t offsetOf(std::uint64_t used) { return static_cast<std::uint32_t>(used); }
+    static std::size_t lineOf(std::uint64_t used) { return static_cast<std::size_t>(used >> 32); }
 
-        char* text() const { return m_memory.get(); }
-        std::uint32_t* ends() const { return reinterpret_cast<std::uint32_t*>(text() + m_bytes); }
-        std::size_t bytes() const { return m_bytes; }
-        std::size_t end(std::size_t line) const { return *(ends() - 1 - line); }
+    // The end of a line: its offset and one more, so that 0 is none. Until the line is finished it is marked.
+    static constexpr std::uint32_t UNFINISHED = std::uint32_t{1} << 31;
+    static constexpr std::uint32_t VOID_LINE = UINT32_MAX;
+    static constexpr std::size_t END_SIZE = sizeof(std::atomic<std::uint32_t>);
+    static_assert(END_SIZE == 4 && ATOMIC_INT_LOCK_FREE == 2, "a line's end is a number of four bytes");
 
-        std::size_t lines = 0;   // how many end in it; known once the next chunk is begun
+    /// Text grows from the front of the memory, the ends of the lines from its back.
+    struct Chunk {
+        /// @param size  in bytes, a multiple of an end's size, below 2^31
+        explicit Chunk(std::size_t size) : bytes(size) {}
+
+        char* text() const { return memory.get(); }
+        std::atomic<std::uint32_t>& end(std::size_t line) const {
+            return *(reinterpret_cast<std::atomic<std::uint32_t>*>(memory.get() + bytes) - 1 - line);
+        }
+        /// One end is kept free: it tells where the lines of a full chunk end.
+        bool hasRoom(std::uint64_t before, std::size_t length) const {
+            return offsetOf(before) + length + (lineOf(before) + 2) * END_SIZE <= bytes;
+        }
+        /// Whether every reservation up to this count was good.
+        bool isGood(std::uint64_t count) const {
+            return offsetOf(count) + (lineOf(count) + 1) * END_SIZE <= bytes;
+        }
+        std::size_t offsetBehind(std::size_t line) const {
+            return (end(line).load(std::memory_order_relaxed) & ~UNFINISHED) - 1;
+        }
+
+        const std::size_t bytes; // never changes: it decides whether a reservation was good
+        std::atomic<std::uint64_t> used{CLOSED};
+        LargeBuffer memory;
+
+        // The owner's:
+        std::size_t lines = 0;   // how many it has; known once it is closed
         std::size_t front = 0;   // the first waiting one
         std::size_t written = 0; // offset of the first unwritten byte
-
-    private:
-        std::size_t m_bytes;
-        LargeBuffer m_memory;
+        std::size_t touched = 0; // ends that are not zero any more
     };
 
-    void addChunk(std::size_t room);
-    void fill(Chunk& chunk);
-    void dropLastChunk();
+    static Place reserveIn(Chunk& chunk, std::size_t length) {
+        if (length > chunk.bytes)
+            return Place();
+        const std::uint64_t before = chunk.used.fetch_add(ONE_LINE + length, std::memory_order_acquire);
+        if (!chunk.hasRoom(before, length)) {
+            refuse(chunk, before);
+            return Place();
+        }
+        Place place;
+        place.m_text = chunk.text() + offsetOf(before);
+        place.m_end = &chunk.end(lineOf(before));
+        place.m_value = static_cast<std::uint32_t>(offsetOf(before) + length + 1);
+        place.m_end->store(place.m_value | UNFINISHED, std::memory_order_relaxed);
+        return place;
+    }
+    static void refuse(Chunk& chunk, std::uint64_t before);
+
+    Chunk& addChunk(std::size_t room);
+    void close(Chunk& chunk);
+    void open(Chunk& chunk);
+    void reuse(Chunk& chunk);
+    void retire(std::list<Chunk>& from, std::list<Chunk>::iterator chunk);
     std::size_t linesIn(const Chunk& chunk) const;
+    std::size_t linesOfFullChunk(const Chunk& chunk) const;
+    void await(const Chunk& chunk, std::size_t line) const;
+    bool keepWaiting(int waits) const;
+    static void giveUp(const Chunk& chunk, std::size_t line);
 
-    std::size_t m_lines = 0;
-    // The rest of the last chunk, where lines are put together.
-    char* m_text = nullptr;         // its first byte
-    char* m_next = nullptr;         // its first free byte
-    std::uint32_t* m_end = nullptr; // the end of its last line
-    std::size_t m_room = 0;         // what a line may have of it
-
-    std::list<Chunk> m_chunks; // of waiting lines; all but the last are complete
+    std::atomic<Chunk*> m_current{nullptr}; // where lines are put together: the last of the waiting ones
+    std::list<Chunk> m_chunks;              // of waiting lines; all but the last are closed
     std::list<Chunk> m_spare;
+    std::list<Chunk> m_retired; // without memory
+    bool m_inHurry = false;
     // Since the last trim: the chunks that were begun, and whether the last one was more than the smallest.
     std::size_t m_begun = 0;
     bool m_lastWasNeeded = false;

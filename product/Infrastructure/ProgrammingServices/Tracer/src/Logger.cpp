@@ -14,7 +14,8 @@ static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Trac
 
 namespace {
 
-constexpr std::size_t TAG_LENGTH = 10;
+// A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
+thread_local TimeStamp timeStamp;
 
 std::string_view tagOf(LoggerMsgType type) {
     switch (type) {
@@ -106,7 +107,9 @@ void Logger::SetFolderName(std::string folderName) {
 
 void Logger::SetFileName(std::string name) {
     const KFLock lock(m_lock);
-    if (!m_ring.setBaseName(name))
+    const bool isFile = m_ring.setBaseName(name);
+    UpdateQueueing();
+    if (!isFile)
         return;
     const int index = m_ring.findLastUsedFile();
     if (index >= 0) {
@@ -121,14 +124,10 @@ void Logger::UpdateFileName() {
     m_ring.nameCurrentFile();
 }
 
-void Logger::setPrintTime(bool on) {
-    const KFLock lock(m_lock);
-    m_printTime = on;
-}
-
 void Logger::setDirectWrite(bool directWrite) {
     const KFLock lock(m_lock);
     m_directWrite = directWrite;
+    UpdateQueueing();
 }
 
 void Logger::setMaximumFiles(std::int32_t files) {
@@ -159,16 +158,36 @@ void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* 
     PrintText(type, text);
 }
 
-// The text is there before the lock is taken: formatting needs nothing of the logger's.
 void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
+    const bool printTime = m_printTime.load(std::memory_order_relaxed);
+    const std::size_t length =
+        (printTime ? TimeStamp::LENGTH : 0) + tagOf(type).size() + text.view().size() + 1;
+    const auto put = [&](char* place) {
+        LineWriter line(place);
+        if (printTime)
+            PrintTime(line);
+        PrintMsgType(type, line);
+        line.put(text.view());
+        line.put('\n');
+    };
+    if (const LineQueue::Place place = ReservePlace(length)) {
+        put(place.text());
+        place.finish();
+        return;
+    }
     const KFLock lock(m_lock);
-    m_line = LineWriter(m_ring.beginLine(TimeStamp::LENGTH + TAG_LENGTH + text.view().size() + 1));
-    PrintTime();
-    PrintMsgType(type);
-    m_line.put(text.view());
-    m_line.put('\n');
-    if (m_ring.endLine(m_line.end()))
-        WriteIfDirect();
+    std::string line(length, '\0');
+    put(line.data());
+    PrintString(line);
+}
+
+LineQueue::Place Logger::ReservePlace(std::size_t length) {
+    return m_isQueueing.load(std::memory_order_relaxed) ? m_ring.reserve(length) : LineQueue::Place();
+}
+
+void Logger::UpdateQueueing() {
+    m_isQueueing.store(m_ring.isQueueing() && !m_directWrite && m_timesLeftHeld == 0,
+                       std::memory_order_relaxed);
 }
 
 void Logger::PrintString(const std::string& msg) {
@@ -183,19 +202,19 @@ void Logger::WriteIfDirect() {
         WriteOnFile();
 }
 
-void Logger::PrintMsgType(LoggerMsgType type) {
-    m_line.put(tagOf(type));
+void Logger::PrintMsgType(LoggerMsgType type, LineWriter& line) {
+    line.put(tagOf(type));
 }
 
-void Logger::PrintTime() {
-    if (m_printTime)
-        m_timeStamp.putNow(m_line);
+void Logger::PrintTime(LineWriter& line) {
+    timeStamp.putNow(line);
 }
 
 void Logger::WriteOnFile() {
     m_lock.acquire();
     if (m_ring.drain() == FileRing::Drain::CannotOpen && !m_ends) {
         ++m_timesLeftHeld;
+        UpdateQueueing();
         return;
     }
     m_lock.release();
@@ -204,6 +223,7 @@ void Logger::WriteOnFile() {
 bool Logger::WriteOnFileIfFree() {
     if (!m_lock.tryacquire())
         return false;
+    m_ring.hurry();
     WriteOnFile();
     m_lock.release();
     return true;

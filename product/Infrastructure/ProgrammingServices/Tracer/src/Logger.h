@@ -21,8 +21,9 @@ class QuickFormat;
 /// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
 /// logs through LogMessage.h.
 ///
-/// Thread: any, unless said otherwise. One recursive lock guards the queue, the files and the line in
-/// progress.
+/// Thread: any, unless said otherwise. One recursive lock guards the files and the settings. A line that only
+/// has to be queued does without it, as long as the memory that is there has room: it reserves its place in
+/// the queue, which is its place in the files, and is put together there.
 class Logger {
 public:
     Logger();
@@ -68,7 +69,7 @@ public:
     void UpdateFileName();
 
     void setEnabled(bool enabled) { m_enabled.store(enabled, std::memory_order_relaxed); }
-    void setPrintTime(bool on);
+    void setPrintTime(bool on) { m_printTime.store(on, std::memory_order_relaxed); }
     /// Every line is written at once. The flush thread, if there is one, goes on.
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
@@ -118,9 +119,11 @@ public:
 
 private:
     void PrintText(LoggerMsgType type, const MessageText& text);
-    // Pieces of a line: each appends to the line in progress, which PrintText has made room for.
-    void PrintMsgType(LoggerMsgType type) KF_REQUIRES(m_lock);
-    void PrintTime() KF_REQUIRES(m_lock);
+    // Pieces of a line: each appends to the line, which PrintText has made room for.
+    static void PrintMsgType(LoggerMsgType type, LineWriter& line);
+    static void PrintTime(LineWriter& line);
+    void UpdateQueueing() KF_REQUIRES(m_lock);
+    LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
     void WriteIfDirect() KF_REQUIRES(m_lock);
     void ReleaseWhatIsLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 
@@ -129,14 +132,15 @@ private:
     // Read at every call site without the lock.
     std::atomic<bool> m_enabled{false};
     std::atomic<std::int32_t> m_levelMask{0};
+    std::atomic<bool> m_printTime{false};
+    // Lines are queued and that is all. Not so where they are written at once, go to no file, or are to wait
+    // for the lock that WriteOnFile has left held.
+    std::atomic<bool> m_isQueueing{true};
 
     KFMutex m_lock{true};
-    bool m_printTime KF_GUARDED_BY(m_lock) = false;
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     FileRing m_ring KF_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
     bool m_ends KF_GUARDED_BY(m_lock) = false;
-    LineWriter m_line KF_GUARDED_BY(m_lock); // the line in progress, in its place in the queue
-    TimeStamp m_timeStamp KF_GUARDED_BY(m_lock);
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };
