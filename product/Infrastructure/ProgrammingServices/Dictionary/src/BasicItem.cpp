@@ -86,12 +86,12 @@ std::string BasicItem::toString(const std::string& indent) {
 void BasicItem::unMarshall(std::stringstream& in) {
     std::string line;
     std::getline(in, line);
-    unMarshall(line, findBehindTag("<string>", line));
+    unMarshall(line, findTag("<string>", line));
 }
 
-void BasicItem::unMarshall(std::string_view line, std::size_t behindTag) {
+void BasicItem::unMarshall(std::string_view line, Tag tag) {
     TRACE_METHOD();
-    assign(requireXmlVal(line, behindTag));
+    assign(requireXmlVal(line, tag));
 }
 
 void BasicItem::setValue(const std::string& value) {

@@ -29,9 +29,9 @@ public:
     void setValue(const std::string& value);
 
     // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself, and where the text behind its tag begins.
+    // itself, and its tag in it.
     void marshall(std::string_view indent, TextBuffer& text) const;
-    void unMarshall(std::string_view line, std::size_t behindTag);
+    void unMarshall(std::string_view line, Tag tag);
 
 private:
     std::string_view value() const { return {m_text.get(), m_length}; }

@@ -92,7 +92,7 @@ static bool holds(std::string_view line, std::string_view text) {
 
 enum class ValueKind { STRING, INTEGER, DICTIONARY, UNKNOWN };
 
-/// What a value line holds, and where its tag ends.
+/// What a value line holds, and its tag.
 struct Dictionary::ValueLine {
     explicit ValueLine(std::string_view line) : text(line) {
         if (has("<string>"))
@@ -102,13 +102,13 @@ struct Dictionary::ValueLine {
         else if (has("<dict>"))
             kind = ValueKind::DICTIONARY;
     }
-    bool has(std::string_view tag) {
-        behindTag = findBehindTag(tag, text);
-        return behindTag != NO_TAG;
+    bool has(std::string_view name) {
+        tag = findPlainTag(name, text);
+        return tag.isThere();
     }
 
     const std::string_view text;
-    std::size_t behindTag = NO_TAG;
+    Tag tag;
     ValueKind kind = ValueKind::UNKNOWN;
 };
 
@@ -135,7 +135,7 @@ void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
     for (;;) {
         const std::string_view line = lines.next();
         std::string_view key;
-        if (!findXmlVal(line, findBehindTag("<key>", line), key))
+        if (!findXmlVal(line, findPlainTag("<key>", line), key))
             break;
         readChild(std::string(key), lines);
     }
@@ -147,13 +147,13 @@ void Dictionary::readChild(std::string key, LineCursor& lines) {
     switch (value.kind) {
     case ValueKind::STRING: {
         auto leaf = std::make_unique<BasicItem>(LentName{key});
-        leaf->unMarshall(value.text, value.behindTag);
+        leaf->unMarshall(value.text, value.tag);
         place(m_children, std::move(key), std::move(leaf));
         break;
     }
     case ValueKind::INTEGER: {
         auto leaf = std::make_unique<IntBasicItem>(LentName{key});
-        leaf->unMarshall(value.text, value.behindTag);
+        leaf->unMarshall(value.text, value.tag);
         place(m_children, std::move(key), std::move(leaf));
         break;
     }

@@ -90,7 +90,7 @@ std::string IntBasicItem::toString(const std::string& indent) {
 void IntBasicItem::unMarshall(std::stringstream& in) {
     std::string line;
     std::getline(in, line);
-    unMarshall(line, findBehindTag("<int>", line));
+    unMarshall(line, findTag("<int>", line));
 }
 
 // atoi of a host where long has 32 bits: there a number out of range becomes the nearest end of the range.
@@ -101,9 +101,9 @@ static int toInteger(const std::string& text) {
     return static_cast<int>(std::clamp(value, SMALLEST, LARGEST));
 }
 
-void IntBasicItem::unMarshall(std::string_view line, std::size_t behindTag) {
+void IntBasicItem::unMarshall(std::string_view line, Tag tag) {
     TRACE_METHOD();
-    m_value = toInteger(std::string(requireXmlVal(line, behindTag)));
+    m_value = toInteger(std::string(requireXmlVal(line, tag)));
 }
 
 void IntBasicItem::setValue(int value) {

@@ -32,9 +32,9 @@ public:
     void setValue(int value);
 
     // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself, and where the text behind its tag begins.
+    // itself, and its tag in it.
     void marshall(std::string_view indent, TextBuffer& text) const;
-    void unMarshall(std::string_view line, std::size_t behindTag);
+    void unMarshall(std::string_view line, Tag tag);
 
 private:
     int m_value = 0;

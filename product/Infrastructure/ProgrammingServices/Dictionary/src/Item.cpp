@@ -119,27 +119,27 @@ std::string Item::trim(const std::string& text) {
     return std::string(trimmed(text));
 }
 
-bool Item::findXmlVal(std::string_view line, std::size_t behindTag, std::string_view& value) {
+bool Item::findXmlVal(std::string_view line, Tag tag, std::string_view& value) {
     TRACE_FUNCTION("Item::getXmlVal");
-    if (behindTag == NO_TAG)
+    if (!tag.isThere())
         return false;
     // Deliberately the line's first "</", not the first one behind the tag. Where it stands before the value
     // there is nothing to cut at, as if the line had none.
-    const std::size_t end = line.find("</");
-    const bool isCut = end != std::string_view::npos && end >= behindTag;
-    value = trimmed(line.substr(behindTag, isCut ? end - behindTag : std::string_view::npos));
+    const std::size_t end = line.find("</", tag.searched);
+    const bool isCut = end != std::string_view::npos && end >= tag.end;
+    value = trimmed(line.substr(tag.end, isCut ? end - tag.end : std::string_view::npos));
     TRACE_MESSAGE(MSG_DEBUG, "getXmlVal returns '%s'", std::string(value).c_str());
     return true;
 }
 
 std::string Item::getXmlVal(const char* tag, const std::string& line) {
-    return std::string(requireXmlVal(line, findBehindTag(tag, line)));
+    return std::string(requireXmlVal(line, findTag(tag, line)));
 }
 
-std::string_view Item::requireXmlVal(std::string_view line, std::size_t behindTag) {
+std::string_view Item::requireXmlVal(std::string_view line, Tag tag) {
     std::string_view value;
     // Whatever the tag is, the message names <key>, deliberately: support knows it by that text.
-    if (!findXmlVal(line, behindTag, value))
+    if (!findXmlVal(line, tag, value))
         throw KFDictionaryParsingException("Can't find <key> in stream", KF_SOURCE, NO_TAG_LINE);
     return value;
 }
