@@ -376,6 +376,50 @@ TEST(DictionaryUnMarshall, TracesTheKeysAndValuesThatItReads) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] getXmlVal returns 'v'\n"));
 }
 
+static BasicItem& textAt(const Dictionary& dictionary, const std::string& path) {
+    return dynamic_cast<BasicItem&>(*dictionary.getItem(path));
+}
+
+// The value that was read stands in the item's own block of memory; a new one does not, whatever its length.
+TEST(DictionaryUnMarshall, AStringThatWasReadTakesAnyOtherValue) {
+    const std::string body = "<dict>\n<key>a</key>\n<string>read</string>\n"
+                             "<key>b</key>\n<string>also read</string>\n"
+                             "<key>c</key>\n<string></string>\n</dict>\n";
+    for (const std::string& value :
+         {std::string(), std::string("r"), std::string("four"), std::string(999, 'x')}) {
+        Dictionary dictionary;
+        unMarshall(dictionary, body);
+        for (const char* key : {"a", "c"}) {
+            textAt(dictionary, key).setValue(value);
+            EXPECT_EQ(dictionary.getValue(key), value);
+        }
+        textAt(dictionary, "a").setValue("again");
+        EXPECT_STREQ(dictionary.getValue("a"), "again");
+        EXPECT_STREQ(dictionary.getValue("b"), "also read");
+    }
+    Dictionary dictionary;
+    unMarshall(dictionary, body);
+    textAt(dictionary, "a") = textAt(dictionary, "b");
+    EXPECT_STREQ(dictionary.getValue("a"), "also read");
+    textAt(dictionary, "b") = textAt(dictionary, "c");
+    EXPECT_STREQ(dictionary.getValue("b"), "");
+}
+
+TEST(DictionaryUnMarshall, CopiesOfAStringThatWasReadOutliveIt) {
+    auto dictionary = std::make_unique<Dictionary>();
+    unMarshall(*dictionary, "<dict>\n<key>a</key>\n<string>a text of some length</string>\n</dict>\n");
+    const BasicItem copy(textAt(*dictionary, "a"));
+    BasicItem assigned("n", "v");
+    assigned = textAt(*dictionary, "a");
+    const std::unique_ptr<Item> clone(textAt(*dictionary, "a").clone());
+    EXPECT_TRUE(clone->equals(*dictionary->getItem("a")));
+    dictionary.reset();
+    for (const Item* const item : std::initializer_list<const Item*>{&copy, &assigned, clone.get()}) {
+        EXPECT_EQ(item->getName(), "a");
+        EXPECT_STREQ(item->getValue(), "a text of some length");
+    }
+}
+
 // ---- Loading
 
 TEST(DictionaryLoad, ReadsWhatSaveWrites) {

@@ -53,7 +53,7 @@ Item* BasicItem::clone() {
 
 const char* BasicItem::getValue() const {
     TRACE_METHOD();
-    return m_text != nullptr ? m_text.get() : "";
+    return value().data();
 }
 
 Item* BasicItem::getItem(const std::string&) const {
@@ -84,14 +84,21 @@ std::string BasicItem::toString(const std::string& indent) {
 }
 
 void BasicItem::unMarshall(std::stringstream& in) {
+    TRACE_METHOD();
     std::string line;
     std::getline(in, line);
-    unMarshall(line, findTag("<string>", line));
+    assign(requireXmlVal(line, findTag("<string>", line)));
 }
 
-void BasicItem::unMarshall(std::string_view line, Tag tag) {
-    TRACE_METHOD();
-    assign(requireXmlVal(line, tag));
+std::unique_ptr<BasicItem> BasicItem::read(LentName name, std::string_view line, Tag tag) {
+    TRACE_FUNCTION("BasicItem::unMarshall");
+    const std::string_view value = requireXmlVal(line, tag);
+    std::unique_ptr<BasicItem> item(new (Room{value.size() + 1}) BasicItem(name));
+    char* const text = reinterpret_cast<char*>(item.get() + 1);
+    value.copy(text, value.size());
+    text[value.size()] = '\0';
+    item->m_length = value.size();
+    return item;
 }
 
 void BasicItem::setValue(const std::string& value) {

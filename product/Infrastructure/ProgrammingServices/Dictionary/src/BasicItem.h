@@ -28,16 +28,32 @@ public:
 
     void setValue(const std::string& value);
 
-    // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself, and its tag in it.
+    /// marshall without copies: appends to the text.
     void marshall(std::string_view indent, TextBuffer& text) const;
-    void unMarshall(std::string_view line, Tag tag);
+    /// A new item made of a line that holds the tag.
+    static std::unique_ptr<BasicItem> read(LentName name, std::string_view line, Tag tag);
+
+    static void* operator new(std::size_t size) { return ::operator new(size); }
+    /// Not the size of the class alone: there may be a text behind the item.
+    static void operator delete(void* memory) { ::operator delete(memory); }
 
 private:
-    std::string_view value() const { return {m_text.get(), m_length}; }
+    /// Bytes behind an item, in its block of memory.
+    struct Room {
+        std::size_t size;
+    };
+    static void* operator new(std::size_t size, Room room) { return ::operator new(size + room.size); }
+    static void operator delete(void* memory, Room) { ::operator delete(memory); }
+
+    /// With a zero byte behind it.
+    std::string_view value() const {
+        if (m_length == 0)
+            return "";
+        return {m_text != nullptr ? m_text.get() : reinterpret_cast<const char*>(this + 1), m_length};
+    }
     void assign(std::string_view value);
 
-    // Half as large as a std::string: most of a tree are leaves.
-    std::unique_ptr<char[]> m_text; // ends with a zero byte; null while the value is empty
+    // Most of a tree are leaves that were read. Each is one block of memory, with the value behind the item.
+    std::unique_ptr<char[]> m_text; // null while the value is empty, or there
     std::size_t m_length = 0;
 };

@@ -146,8 +146,7 @@ void Dictionary::readChild(std::string key, LineCursor& lines) {
     const ValueLine value(lines.next());
     switch (value.kind) {
     case ValueKind::STRING: {
-        auto leaf = std::make_unique<BasicItem>(LentName{key});
-        leaf->unMarshall(value.text, value.tag);
+        auto leaf = BasicItem::read(LentName{key}, value.text, value.tag);
         place(m_children, std::move(key), std::move(leaf));
         break;
     }

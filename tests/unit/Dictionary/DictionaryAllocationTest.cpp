@@ -1,5 +1,6 @@
 #include "CountedAllocations.h"
 #include "Dictionary.h"
+#include "TemporaryFolder.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -8,6 +9,20 @@
 static const std::string DICTIONARY = "a dictionary with a long name";
 static const std::string LEAF = "a leaf with a name as long as that";
 static const std::string PATH = DICTIONARY + "." + DICTIONARY + "." + DICTIONARY + "." + LEAF;
+
+// An entry and an item. Of the other blocks a document takes only a few, however large it is.
+TEST(LoadAllocation, AStringTakesTwo) {
+    const TemporaryFolder folder;
+    Dictionary original;
+    for (int number = 100; number < 200; ++number)
+        original.addValue("key" + std::to_string(number), "a text that is longer than a short one");
+    original.saveToFile(folder / "list");
+    Dictionary dictionary;
+    const std::int64_t before = allocations;
+    dictionary.loadFromFile(folder / "list");
+    EXPECT_LT(allocations - before, 2 * 100 + 10);
+    EXPECT_STREQ(dictionary.getValue("key199"), "a text that is longer than a short one");
+}
 
 class LookUpAllocation : public testing::Test {
 protected:
