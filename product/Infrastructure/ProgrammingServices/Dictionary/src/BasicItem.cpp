@@ -92,7 +92,8 @@ void BasicItem::unMarshall(std::stringstream& in) {
 
 std::unique_ptr<BasicItem> BasicItem::read(LentName name, std::string_view line, Tag tag) {
     TRACE_FUNCTION("BasicItem::unMarshall");
-    const std::string_view value = requireXmlVal(line, tag);
+    std::string_view value;
+    findXmlVal(line, tag, value);
     std::unique_ptr<BasicItem> item(new (Room{value.size() + 1}) BasicItem(name));
     char* const text = reinterpret_cast<char*>(item.get() + 1);
     value.copy(text, value.size());

@@ -91,11 +91,6 @@ void Item::rename(std::string name) {
     m_name = m_ownName.get();
 }
 
-void Item::lendName(Item& item, LentName name) {
-    item.m_name = &name.text;
-    item.m_ownName.reset();
-}
-
 std::string Item::addressText() const {
     char text[2 * sizeof(void*) + 3];
     std::snprintf(text, sizeof text, "%p", static_cast<const void*>(this));
@@ -106,7 +101,7 @@ static bool isBlank(char character) {
     return character == ' ' || character == '\t' || character == '\n';
 }
 
-std::string_view Item::trimmed(std::string_view text) {
+static inline std::string_view trimmed(std::string_view text) {
     TRACE_FUNCTION("Item::trim");
     while (!text.empty() && isBlank(text.front()))
         text.remove_prefix(1);

@@ -89,12 +89,15 @@ protected:
     }
     /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
     /// has a name of its own again as soon as that changes.
-    static void lendName(Item& item, LentName name);
+    static void lendName(Item& item, LentName name) {
+        item.m_name = &name.text;
+        item.m_ownName.reset();
+    }
     /// This object's address as trace texts show it: hexadecimal, with 0x.
     std::string addressText() const;
 
-    // trim and getXmlVal without copies: the results are parts of the text given. A reader that looks for
-    // tags anyway keeps the place of the one it found.
+    // getXmlVal without a copy: the result is a part of the line. A reader that looks for tags anyway keeps the
+    // place of the one it found.
     struct Tag {
         bool isThere() const { return end != std::string_view::npos; }
 
@@ -113,7 +116,6 @@ protected:
         const std::size_t end = tabs + tag.size();
         return line.substr(tabs, tag.size()) == tag ? Tag{end, end} : findTag(tag, line);
     }
-    static std::string_view trimmed(std::string_view text);
     /// False, and the value untouched, when there is no tag.
     static bool findXmlVal(std::string_view line, Tag tag, std::string_view& value);
     static std::string_view requireXmlVal(std::string_view line, Tag tag);
