@@ -583,6 +583,22 @@ TEST(DictionaryLoad, ReadsALineOf100Megabytes) {
     EXPECT_EQ(dictionary.getValue("b"), almostTags);
 }
 
+// The reader takes the file in pieces, which may end anywhere in a line.
+TEST(DictionaryLoad, ReadsAKeyAndItsValueFromDifferentPieces) {
+    const std::string tail =
+        "<key>text</key>\n<string>x</string>\n<key>number</key>\n<int>5</int>\n"
+        "<key>dictionary</key>\n<dict>\n<key>a</key>\n<string>y</string>\n</dict>\n</dict>\n";
+    for (std::size_t end = 65536; end < 65536 + tail.size() + 10; ++end) {
+        std::string text = std::string(HEADER) + "<dict>\n<key>filler</key>\n<string></string>\n";
+        text.insert(text.rfind('<'), end - text.size() - tail.size(), 'f');
+        Dictionary dictionary;
+        load(dictionary, text + tail);
+        ASSERT_STREQ(dictionary.getValue("text"), "x") << end;
+        ASSERT_EQ(numberAt(dictionary, "number"), 5) << end;
+        ASSERT_STREQ(dictionary.getValue("dictionary.a"), "y") << end;
+    }
+}
+
 TEST(DictionaryLoad, NamesEveryItemLikeItsKey) {
     const std::string name = "a name that fills a block of memory";
     Dictionary dictionary;

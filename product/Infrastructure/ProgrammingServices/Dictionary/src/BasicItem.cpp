@@ -13,7 +13,7 @@ BasicItem::BasicItem(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
-BasicItem::BasicItem(LentName name) : Item(name) {
+BasicItem::BasicItem(Unnamed unnamed) : Item(unnamed) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
@@ -90,11 +90,11 @@ void BasicItem::unMarshall(std::stringstream& in) {
     assign(requireXmlVal(line, findTag("<string>", line)));
 }
 
-std::unique_ptr<BasicItem> BasicItem::read(LentName name, std::string_view line, Tag tag) {
+std::unique_ptr<BasicItem> BasicItem::read(std::string_view line, Tag tag) {
     TRACE_FUNCTION("BasicItem::unMarshall");
     std::string_view value;
     findXmlVal(line, tag, value);
-    std::unique_ptr<BasicItem> item(new (Room{value.size() + 1}) BasicItem(name));
+    std::unique_ptr<BasicItem> item(new (Room{value.size() + 1}) BasicItem(Unnamed()));
     char* const text = reinterpret_cast<char*>(item.get() + 1);
     value.copy(text, value.size());
     text[value.size()] = '\0';

@@ -9,7 +9,7 @@ class BasicItem : public Item {
 public:
     BasicItem();
     explicit BasicItem(std::string name);
-    explicit BasicItem(LentName name);
+    explicit BasicItem(Unnamed unnamed);
     BasicItem(std::string name, std::string_view value);
     BasicItem(const BasicItem& other);
     BasicItem& operator=(const BasicItem& other);
@@ -30,8 +30,8 @@ public:
 
     /// marshall without copies: appends to the text.
     void marshall(std::string_view indent, TextBuffer& text) const;
-    /// A new item made of a line that holds the tag.
-    static std::unique_ptr<BasicItem> read(LentName name, std::string_view line, Tag tag);
+    /// A new item without a name, made of a line that holds the tag.
+    static std::unique_ptr<BasicItem> read(std::string_view line, Tag tag);
 
     static void* operator new(std::size_t size) { return ::operator new(size); }
     /// Not the size of the class alone: there may be a text behind the item.

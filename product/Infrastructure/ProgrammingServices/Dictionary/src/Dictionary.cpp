@@ -19,7 +19,7 @@ Dictionary::Dictionary(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("Dictionary");
 }
 
-Dictionary::Dictionary(LentName name) : Item(name) {
+Dictionary::Dictionary(Unnamed unnamed) : Item(unnamed) {
     TRACE_CONSTRUCTOR("Dictionary");
 }
 
@@ -61,7 +61,7 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
             copy = std::make_unique<Dictionary>(*dictionary, Level{m_level.value + 1});
         else
             copy.reset(item->clone());
-        place(copies, std::string(key), std::move(copy));
+        place(copies, key, std::move(copy));
     }
     return copies;
 }

@@ -28,7 +28,7 @@ public:
     /// An empty dictionary named "root".
     Dictionary();
     explicit Dictionary(std::string name);
-    explicit Dictionary(LentName name);
+    explicit Dictionary(Unnamed unnamed);
     Dictionary(const Dictionary& other);
     /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
     /// there is deliberately no guard.
@@ -163,7 +163,7 @@ private:
     template <typename Leaf, typename Value>
     void addLeaf(const std::string& path, const Value& value);
     struct ValueLine;
-    void readChild(std::string key, LineCursor& lines);
+    void readChild(std::string_view key, LineCursor& lines);
     static void skipBody(LineCursor& lines);
 
     bool isTooDeep() const {
@@ -171,8 +171,8 @@ private:
     }
     void setLevel(Level level);
     Children copyChildren(const Dictionary& other) const;
-    void store(std::string&& key, std::unique_ptr<Item> item);
-    static void place(Children& children, std::string&& key, std::unique_ptr<Item> item);
+    void store(std::string_view key, std::unique_ptr<Item> item);
+    static void place(Children& children, std::string_view key, std::unique_ptr<Item> item);
 
     Level m_level{1};
     Children m_children;

@@ -10,7 +10,7 @@
 // Building and merging trees.
 
 /// Puts the item under the key, in place of what is there, and makes it a part of this tree.
-void Dictionary::store(std::string&& key, std::unique_ptr<Item> item) {
+void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
     TRACE_METHOD();
     if (isTooDeep()) {
         TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
@@ -18,16 +18,16 @@ void Dictionary::store(std::string&& key, std::unique_ptr<Item> item) {
     }
     if (Dictionary* const dictionary = item->getAsDictionary())
         dictionary->setLevel({m_level.value + 1});
-    place(m_children, std::move(key), std::move(item));
+    place(m_children, key, std::move(item));
 }
 
-void Dictionary::place(Children& children, std::string&& key, std::unique_ptr<Item> item) {
-    const bool isNamedByKey = &nameOf(*item) == &key || nameOf(*item) == key;
+void Dictionary::place(Children& children, std::string_view key, std::unique_ptr<Item> item) {
+    const bool isNamedByKey = isUnnamed(*item) || nameOf(*item) == key;
     // Files hold their keys in order: mostly the new one goes to the end.
-    const auto entry = children.emplace_hint(children.end(), std::move(key), nullptr);
+    const auto entry = children.emplace_hint(children.end(), key, nullptr);
     entry->second = std::move(item);
     if (isNamedByKey)
-        lendName(*entry->second, LentName{entry->first});
+        lendName(*entry->second, entry->first);
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {
@@ -46,14 +46,14 @@ void Dictionary::setItem(Path path, Item& item) {
     if (path.isKey()) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", head.c_str(), item.toString("").c_str());
         // Copied before the old item goes: the old one may be the item, or hold it.
-        store(std::string(head), std::unique_ptr<Item>(item.clone()));
+        store(head, std::unique_ptr<Item>(item.clone()));
         TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
         return;
     }
     Item* next = child(head);
     if (next == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", head.c_str());
-        store(std::string(head), std::make_unique<Dictionary>(head));
+        store(head, std::make_unique<Dictionary>(head));
         next = child(head);
     }
     // A leaf in the way stays: the new item is dropped.
@@ -65,7 +65,7 @@ template <typename Leaf, typename Value>
 void Dictionary::addLeaf(const std::string& path, const Value& value) {
     const std::size_t split = path.rfind(SEPARATOR);
     if (split == std::string::npos) {
-        store(std::string(path), std::make_unique<Leaf>(path, value));
+        store(path, std::make_unique<Leaf>(path, value));
     } else {
         Leaf leaf(path.substr(split + 1), value);
         setItem(Path{path}, leaf);
@@ -116,7 +116,7 @@ void Dictionary::merge(Dictionary& other) {
         TRACE_MESSAGE(MSG_DEBUG, "Looking for merge key %s", key.c_str());
         Item* const mine = child(key);
         if (mine == nullptr) {
-            store(std::string(key), std::move(theirs));
+            store(key, std::move(theirs));
             continue;
         }
         Dictionary* const ours = mine->getAsDictionary();

@@ -137,29 +137,28 @@ void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
         std::string_view key;
         if (!findXmlVal(line, findPlainTag("<key>", line), key))
             break;
-        readChild(std::string(key), lines);
+        readChild(key, lines);
     }
 }
 
-void Dictionary::readChild(std::string key, LineCursor& lines) {
+void Dictionary::readChild(std::string_view key, LineCursor& lines) {
     TRACE_METHOD();
-    const ValueLine value(lines.next());
+    std::string room;
+    const ValueLine value(lines.next(key, room));
     switch (value.kind) {
-    case ValueKind::STRING: {
-        auto leaf = BasicItem::read(LentName{key}, value.text, value.tag);
-        place(m_children, std::move(key), std::move(leaf));
+    case ValueKind::STRING:
+        place(m_children, key, BasicItem::read(value.text, value.tag));
         break;
-    }
     case ValueKind::INTEGER: {
-        auto leaf = std::make_unique<IntBasicItem>(LentName{key});
+        auto leaf = std::make_unique<IntBasicItem>(Unnamed());
         leaf->unMarshall(value.text, value.tag);
-        place(m_children, std::move(key), std::move(leaf));
+        place(m_children, key, std::move(leaf));
         break;
     }
     case ValueKind::DICTIONARY: {
-        auto stored = std::make_unique<Dictionary>(LentName{key});
+        auto stored = std::make_unique<Dictionary>(Unnamed());
         Dictionary& dictionary = *stored;
-        store(std::move(key), std::move(stored)); // first, so that it knows how deep it is
+        store(key, std::move(stored)); // first, so that it knows how deep it is
         dictionary.unMarshall(value.text, lines);
         break;
     }

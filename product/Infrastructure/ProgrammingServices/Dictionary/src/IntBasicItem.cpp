@@ -17,7 +17,7 @@ IntBasicItem::IntBasicItem(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("IntBasicItem");
 }
 
-IntBasicItem::IntBasicItem(LentName name) : Item(name) {
+IntBasicItem::IntBasicItem(Unnamed unnamed) : Item(unnamed) {
     TRACE_CONSTRUCTOR("IntBasicItem");
 }
 

@@ -9,7 +9,7 @@ class IntBasicItem : public Item {
 public:
     IntBasicItem();
     explicit IntBasicItem(std::string name);
-    explicit IntBasicItem(LentName name);
+    explicit IntBasicItem(Unnamed unnamed);
     IntBasicItem(std::string name, int value);
     IntBasicItem(const IntBasicItem& other);
     IntBasicItem& operator=(const IntBasicItem& other);

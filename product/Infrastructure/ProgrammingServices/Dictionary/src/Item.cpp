@@ -16,7 +16,7 @@ Item::Item(std::string name) {
     rename(std::move(name));
 }
 
-Item::Item(LentName name) : m_name(&name.text) {
+Item::Item(Unnamed) {
     TRACE_CONSTRUCTOR("Item");
 }
 

@@ -69,15 +69,13 @@ public:
     ///        <key> for every tag, deliberately
     static std::string getXmlVal(const char* tag, const std::string& line);
 
-    /// A name that is lent to an item: it is there as long as the item has it.
-    struct LentName {
-        const std::string& text;
-    };
+    /// What an item is made with that has no name until a dictionary takes it, which must be soon.
+    struct Unnamed {};
 
 protected:
     Item();
     explicit Item(std::string name);
-    explicit Item(LentName name);
+    explicit Item(Unnamed);
     Item(const Item& other);
     Item& operator=(const Item& other);
 
@@ -87,17 +85,20 @@ protected:
     const std::string& name() const {
         return *m_name;
     }
+    static bool isUnnamed(const Item& item) {
+        return item.m_name == nullptr;
+    }
     /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
     /// has a name of its own again as soon as that changes.
-    static void lendName(Item& item, LentName name) {
-        item.m_name = &name.text;
+    static void lendName(Item& item, const std::string& key) {
+        item.m_name = &key;
         item.m_ownName.reset();
     }
     /// This object's address as trace texts show it: hexadecimal, with 0x.
     std::string addressText() const;
 
-    // getXmlVal without a copy: the result is a part of the line. A reader that looks for tags anyway keeps the
-    // place of the one it found.
+    // getXmlVal without a copy: the result is a part of the line. A reader that looks for tags anyway keeps
+    // the place of the one it found.
     struct Tag {
         bool isThere() const { return end != std::string_view::npos; }
 
@@ -123,6 +124,6 @@ protected:
 private:
     void rename(std::string name);
 
-    const std::string* m_name; // m_ownName, or a dictionary's key
+    const std::string* m_name = nullptr; // m_ownName, or a dictionary's key
     std::unique_ptr<const std::string> m_ownName;
 };

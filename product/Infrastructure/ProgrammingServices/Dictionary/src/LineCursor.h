@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -18,14 +19,13 @@ public:
 
     /// The next line without its line feed; behind the end, empty lines without end. A file's line is there
     /// until the next one is asked for.
-    std::string_view next() {
-        std::size_t length = m_rest.find('\n');
-        if (length == std::string_view::npos && !findInFile(length))
-            return takeLast();
-        const std::string_view line = m_rest.substr(0, length);
-        m_rest.remove_prefix(length + 1);
-        m_position += length + 1;
-        return line;
+    std::string_view next() { return take(m_rest.find('\n')); }
+    /// The same, and keeps a part of the line before: it moves to the room where the file has to be read on.
+    std::string_view next(std::string_view& part, std::string& room) {
+        const std::size_t length = m_rest.find('\n');
+        if (length == std::string_view::npos)
+            part = room.assign(part);
+        return take(length);
     }
 
     /// Where the next line begins.
@@ -34,6 +34,14 @@ public:
     bool finish();
 
 private:
+    std::string_view take(std::size_t length) {
+        if (length == std::string_view::npos && !findInFile(length))
+            return takeLast();
+        const std::string_view line = m_rest.substr(0, length);
+        m_rest.remove_prefix(length + 1);
+        m_position += length + 1;
+        return line;
+    }
     std::string_view takeLast() {
         m_position += m_rest.size();
         return std::exchange(m_rest, m_rest.substr(m_rest.size()));
