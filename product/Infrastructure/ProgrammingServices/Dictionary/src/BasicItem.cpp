@@ -53,7 +53,7 @@ Item* BasicItem::clone() {
 
 const char* BasicItem::getValue() const {
     TRACE_METHOD();
-    return value().data();
+    return m_length > 0 ? value().data() : "";
 }
 
 Item* BasicItem::getItem(const std::string&) const {

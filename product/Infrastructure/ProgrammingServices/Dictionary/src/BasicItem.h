@@ -45,10 +45,8 @@ private:
     static void* operator new(std::size_t size, Room room) { return ::operator new(size + room.size); }
     static void operator delete(void* memory, Room) { ::operator delete(memory); }
 
-    /// With a zero byte behind it.
+    /// Has a zero byte behind it, unless it is empty.
     std::string_view value() const {
-        if (m_length == 0)
-            return "";
         return {m_text != nullptr ? m_text.get() : reinterpret_cast<const char*>(this + 1), m_length};
     }
     void assign(std::string_view value);
