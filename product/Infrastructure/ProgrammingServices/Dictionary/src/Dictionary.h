@@ -149,6 +149,7 @@ private:
     bool contains(Path path) const;
     void setItem(Path path, Item& item);
     void marshall(std::string& indent, TextBuffer& text) const;
+    static void marshallChild(Item& child, std::string& indent, TextBuffer& text);
     void toString(std::string& indent, std::string& text) const;
     void unMarshall(std::string_view openingLine, LineCursor& lines);
 

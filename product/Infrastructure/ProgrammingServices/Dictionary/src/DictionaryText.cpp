@@ -33,15 +33,17 @@ std::string Dictionary::marshall(const std::string& indent) {
     return std::string(text.view());
 }
 
-static void marshallLeaf(Item& leaf, const std::string& indent, TextBuffer& text) {
+void Dictionary::marshallChild(Item& child, std::string& indent, TextBuffer& text) {
     // The two leaves that there are append their line; a subclass that writes one of its own is asked for it.
-    const std::type_info& type = typeid(leaf);
+    const std::type_info& type = typeid(child);
     if (type == typeid(BasicItem))
-        static_cast<const BasicItem&>(leaf).marshall(indent, text);
+        static_cast<const BasicItem&>(child).marshall(indent, text);
     else if (type == typeid(IntBasicItem))
-        static_cast<const IntBasicItem&>(leaf).marshall(indent, text);
+        static_cast<const IntBasicItem&>(child).marshall(indent, text);
+    else if (const Dictionary* const dictionary = child.getAsDictionary())
+        dictionary->marshall(indent, text);
     else
-        text.append(leaf.marshall(indent));
+        text.append(child.marshall(indent));
 }
 
 // A walk through a large tree waits for memory at every step: the processor cannot guess the next child. A
@@ -64,10 +66,7 @@ void Dictionary::marshall(std::string& indent, TextBuffer& text) const {
     for (const auto& [key, item] : m_children) {
         askForNextChildren(&key);
         text.append(indent, "<key>", key, "</key>\n");
-        if (const Dictionary* const dictionary = item->getAsDictionary())
-            dictionary->marshall(indent, text);
-        else
-            marshallLeaf(*item, indent, text);
+        marshallChild(*item, indent, text);
     }
     indent.pop_back();
     text.append(indent, "</dict>\n");
