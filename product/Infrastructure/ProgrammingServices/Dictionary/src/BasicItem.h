@@ -51,7 +51,7 @@ private:
     }
     void assign(std::string_view value);
 
-    // Most of a tree are leaves that were read. Each is one block of memory, with the value behind the item.
-    std::unique_ptr<char[]> m_text; // null while the value is empty, or there
+    // Most of a tree are leaves that were read: each is one block of memory, with the value behind the item.
+    std::unique_ptr<char[]> m_text; // null where the value stands there, or is empty
     std::size_t m_length = 0;
 };

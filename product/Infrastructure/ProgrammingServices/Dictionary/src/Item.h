@@ -69,7 +69,8 @@ public:
     ///        <key> for every tag, deliberately
     static std::string getXmlVal(const char* tag, const std::string& line);
 
-    /// What an item is made with that has no name until a dictionary takes it, which must be soon.
+    /// What an item is made with that gets its name from the dictionary that takes it. Nobody asks for the
+    /// name before.
     struct Unnamed {};
 
 protected:
