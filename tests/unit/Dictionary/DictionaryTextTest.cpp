@@ -592,7 +592,7 @@ TEST(DictionaryLoad, ReadsAKeyAndItsValueFromDifferentPieces) {
         std::string text = std::string(HEADER) + "<dict>\n<key>filler</key>\n<string></string>\n";
         text.insert(text.rfind('<'), end - text.size() - tail.size(), 'f');
         Dictionary dictionary;
-        load(dictionary, text + tail);
+        load(dictionary, text + tail + std::string(65536, 'b')); // fills the next piece
         ASSERT_STREQ(dictionary.getValue("text"), "x") << end;
         ASSERT_EQ(numberAt(dictionary, "number"), 5) << end;
         ASSERT_STREQ(dictionary.getValue("dictionary.a"), "y") << end;
