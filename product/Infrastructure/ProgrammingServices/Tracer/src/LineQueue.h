@@ -105,7 +105,9 @@ private:
     static constexpr std::uint32_t UNFINISHED = std::uint32_t{1} << 31;
     static constexpr std::uint32_t VOID_LINE = UINT32_MAX;
     static constexpr std::size_t END_SIZE = sizeof(std::atomic<std::uint32_t>);
-    static_assert(END_SIZE == 4 && ATOMIC_INT_LOCK_FREE == 2, "a line's end is a number of four bytes");
+    static_assert(END_SIZE == 4 && std::atomic<std::uint32_t>::is_always_lock_free &&
+                      std::atomic<std::uint64_t>::is_always_lock_free,
+                  "a line's end has four bytes, and a signal handler must not wait for an atomic's lock");
 
     /// Text grows from the front of the memory, the ends of the lines from its back.
     struct Chunk {

@@ -112,7 +112,8 @@ public:
     static std::string findFileTime(const std::string& fileName);
     static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
 
-    /// The lock, for those who have several things to do at once.
+    /// The lock, for those who have several things to do at once. It keeps the files and the settings as they
+    /// are; lines of other threads are still queued meanwhile.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// Where lines go. The caller holds the lock.
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
