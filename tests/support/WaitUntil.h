@@ -4,13 +4,14 @@
 #include <functional>
 #include <thread>
 
-/// Waits until the condition holds. False when it did not within 20 seconds.
+/// Waits until the condition holds. False when it did not within 20 seconds. Looks once a millisecond: other
+/// tests need the processor meanwhile.
 inline bool waitUntil(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
-        std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
 }
