@@ -4,10 +4,11 @@
 #include <functional>
 #include <thread>
 
-/// Waits until the condition holds. False when it did not within 20 seconds. Looks once a millisecond: other
+/// Waits until the condition holds. False when it did not within the time. Looks once a millisecond: other
 /// tests need the processor meanwhile.
-inline bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+inline bool waitUntil(const std::function<bool()>& condition,
+                      std::chrono::seconds limit = std::chrono::seconds(20)) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TemporaryFolder.h"
+#include "WaitUntil.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <chrono>
@@ -15,15 +16,8 @@
 #include <vector>
 
 /// Waits until `condition` holds; false when it has not come about after a time that no machine needs.
-template <typename Condition>
-bool comesTrue(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+inline bool comesTrue(const std::function<bool()>& condition) {
+    return waitUntil(condition, std::chrono::seconds(60));
 }
 
 /// Sets an environment variable, or takes it away (null), for the life of the object.
