@@ -1,5 +1,6 @@
 #include "LargeBuffer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -11,5 +12,13 @@ TEST(LargeBuffer, HoldsAsManyBytesAsWereAskedFor) {
         std::memset(buffer.get(), 'x', bytes);
         EXPECT_EQ(buffer[0], 'x');
         EXPECT_EQ(buffer[bytes - 1], 'x');
+    }
+}
+
+TEST(LargeBuffer, IsAllZerosAlsoWhereOtherThingsHadBeen) {
+    for (const std::size_t bytes : {std::size_t{65536}, LARGE_BUFFER_UNIT, 2 * LARGE_BUFFER_UNIT + 12345}) {
+        std::memset(makeLargeBuffer(bytes).get(), 'x', bytes);
+        const LargeBuffer buffer = makeLargeBuffer(bytes);
+        EXPECT_TRUE(std::all_of(buffer.get(), buffer.get() + bytes, [](char byte) { return byte == 0; }));
     }
 }
