@@ -160,13 +160,13 @@ void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* 
 
 void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     const bool printTime = m_printTime.load(std::memory_order_relaxed);
-    const std::size_t length =
-        (printTime ? TimeStamp::LENGTH : 0) + tagOf(type).size() + text.view().size() + 1;
+    const std::string_view tag = tagOf(type);
+    const std::size_t length = (printTime ? TimeStamp::LENGTH : 0) + tag.size() + text.view().size() + 1;
     const auto put = [&](char* place) {
         LineWriter line(place);
         if (printTime)
             PrintTime(line);
-        PrintMsgType(type, line);
+        PrintMsgType(tag, line);
         line.put(text.view());
         line.put('\n');
     };
@@ -202,8 +202,8 @@ void Logger::WriteIfDirect() {
         WriteOnFile();
 }
 
-void Logger::PrintMsgType(LoggerMsgType type, LineWriter& line) {
-    line.put(tagOf(type));
+void Logger::PrintMsgType(std::string_view tag, LineWriter& line) {
+    line.put(tag);
 }
 
 void Logger::PrintTime(LineWriter& line) {

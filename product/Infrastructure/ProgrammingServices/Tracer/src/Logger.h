@@ -121,7 +121,7 @@ public:
 private:
     void PrintText(LoggerMsgType type, const MessageText& text);
     // Pieces of a line: each appends to the line, which PrintText has made room for.
-    static void PrintMsgType(LoggerMsgType type, LineWriter& line);
+    static void PrintMsgType(std::string_view tag, LineWriter& line);
     static void PrintTime(LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
     LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
