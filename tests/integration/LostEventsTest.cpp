@@ -62,6 +62,7 @@ TEST_F(LostEvents, ModemThatLeftInTheGapIsRemoved) {
 TEST_F(LostEvents, ModemThatSwitchedInTheGapIsRemovedAndArrives) {
     m_bus.plug("1-1", m_modem.cdRom);
     expectStarts(1, 1);
+    plugMarker(); // the launcher is done with the arrival: it will not look for the applications once more
     ASSERT_TRUE(m_machine.quitApplications());
     beginLosing();
     m_bus.switchMode("1-1", m_plainModem);
