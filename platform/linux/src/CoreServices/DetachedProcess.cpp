@@ -61,21 +61,21 @@ struct Outcome {
 };
 
 /// Memory that this process and the two it starts see in common, also where they have copies of the rest.
+/// It stays, so that the next start finds its pages in place.
 class SharedMemory {
 public:
-    SharedMemory() {
-        void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
-                              MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        m_content = memory == MAP_FAILED ? nullptr : static_cast<Content*>(memory);
+    /// False when there is no memory.
+    bool prepare() {
+        if (m_content == nullptr) {
+            void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
+                                  MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+            if (memory == MAP_FAILED)
+                return false;
+            m_content = static_cast<Content*>(memory);
+        }
+        m_content->outcome = {0, 0};
+        return true;
     }
-    ~SharedMemory() {
-        if (m_content != nullptr)
-            ::munmap(m_content, sizeof(Content));
-    }
-    SharedMemory(const SharedMemory&) = delete;
-    SharedMemory& operator=(const SharedMemory&) = delete;
-
-    bool isThere() const { return m_content != nullptr; }
     volatile Outcome* outcome() const { return &m_content->outcome; }
     /// The highest address of each, from where it grows.
     void* stackOfMiddleProcess() const { return m_content->stacks[0] + STACK_SIZE; }
@@ -87,7 +87,7 @@ private:
         alignas(64) char stacks[2][STACK_SIZE];
         alignas(64) Outcome outcome;
     };
-    Content* m_content;
+    Content* m_content = nullptr;
 };
 
 /// No handler of this process may run in those that it starts, where it would write to the shared files.
@@ -132,7 +132,6 @@ struct Preparation {
     char* const* environment;
     char* pidDigits;
     size_t pidWidth;
-    int nullDevice;
     const SharedMemory* shared;
 };
 
@@ -179,18 +178,23 @@ void setAllSignals(void (*disposition)(int)) {
 /// Ignoring a signal for a moment also discards one that is pending: what was sent to the launcher's process
 /// group before this process left it was not meant for the program.
 void resetSignals() {
-    setAllSignals(SIG_IGN);
+    sigset_t pending;
+    if (::sigpending(&pending) != 0 || !::sigisemptyset(&pending))
+        setAllSignals(SIG_IGN);
     setAllSignals(SIG_DFL);
 }
 
-bool putNullDeviceOnStandardFiles(int nullDevice) {
+bool putNullDeviceOnStandardFiles() {
+    const long nullDevice = ::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR, 0);
+    if (nullDevice < 0)
+        return false;
     for (int file = 0; file <= 2; ++file) {
-        // The null device has one of these numbers already where this process has none of its own there.
-        const long result = file == nullDevice ? ::syscall(SYS_fcntl, file, F_SETFD, 0)
-                                               : ::syscall(SYS_dup3, nullDevice, file, 0);
-        if (result < 0)
+        // The null device has one of these numbers already where this process had none of its own there.
+        if (file != nullDevice && ::syscall(SYS_dup3, nullDevice, file, 0) < 0)
             return false;
     }
+    if (nullDevice > 2)
+        ::syscall(SYS_close, nullDevice);
     return true;
 }
 
@@ -204,9 +208,9 @@ void writeDigits(char* place, size_t width, pid_t pid) {
     resetSignals();
     ::umask(FILE_MODE_MASK_AT_START);
     writeDigits(preparation.pidDigits, preparation.pidWidth, ::getpid());
-    if (putNullDeviceOnStandardFiles(preparation.nullDevice) && ::chdir("/") == 0) {
-        if (!closeFilesByRange())
-            closeFilesByListing();
+    if (!closeFilesByRange())
+        closeFilesByListing();
+    if (putNullDeviceOnStandardFiles() && ::chdir("/") == 0) {
         sigset_t none;
         ::sigemptyset(&none);
         ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -243,21 +247,6 @@ int runBothProcesses(const Preparation& preparation) {
                                                                    : ECHILD;
 }
 
-class File {
-public:
-    explicit File(int descriptor) : m_descriptor(descriptor) {}
-    ~File() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    int get() const { return m_descriptor; }
-
-private:
-    const int m_descriptor;
-};
-
 } // namespace
 
 bool closeFilesByRange() {
@@ -290,13 +279,9 @@ void closeFilesByListing() {
 }
 
 int startDetached(DetachedProcess plan, pid_t& pid) {
-    const SharedMemory shared;
-    if (!shared.isThere())
+    static SharedMemory shared;
+    if (!shared.prepare())
         return ENOMEM;
-    // Opened here: a lock around open would have to be taken in a process that no one can release it in.
-    const File nullDevice(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    if (nullDevice.get() < 0)
-        return errno;
 
     std::vector<char*> environment;
     for (std::string& entry : plan.environment)
@@ -304,9 +289,8 @@ int startDetached(DetachedProcess plan, pid_t& pid) {
     environment.push_back(nullptr);
     char* const arguments[] = {plan.file.data(), nullptr};
     char* const pidDigits = plan.pidWidth == 0 ? nullptr : &plan.environment.front()[plan.pidPlace];
-    const Preparation preparation = {
-        plan.file.c_str(), arguments, environment.data(), pidDigits, plan.pidWidth,
-        nullDevice.get(),  &shared};
+    const Preparation preparation = {plan.file.c_str(), arguments,     environment.data(),
+                                     pidDigits,         plan.pidWidth, &shared};
 
     const int error = runBothProcesses(preparation);
     if (error == 0)

@@ -3,9 +3,11 @@
 #include "CoreServices/DetachedProcess.h"
 #include "OtherProcess.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace platform;
@@ -99,12 +101,34 @@ TEST_F(StartDetached, WithoutAFreeProcessItCannot) {
     }));
 }
 
-TEST_F(StartDetached, WithoutAFreeDescriptorItCannot) {
+TEST_F(StartDetached, NeedsNoFreeDescriptor) {
     const DetachedProcess process = plan("/program");
     EXPECT_TRUE(inAnotherProcess([&] {
         while (dup(0) >= 0) {
         }
         pid_t pid = 0;
-        return startDetached(process, pid) == EMFILE;
+        return startDetached(process, pid) == 0 && kill(pid, SIGKILL) == 0;
+    }));
+}
+
+TEST_F(StartDetached, WhatWasSentToTheGroupBeforeDoesNotReachTheProgram) {
+    const DetachedProcess process = plan("/program");
+    EXPECT_TRUE(inAnotherProcess([&] {
+        setpgid(0, 0);
+        signal(SIGUSR1, SIG_IGN);
+        std::atomic<bool> isDone(false);
+        std::thread sender([&] {
+            while (!isDone)
+                kill(0, SIGUSR1);
+        });
+        bool haveAllSurvived = true;
+        for (int i = 0; i < 20 && haveAllSurvived; ++i) {
+            pid_t pid = 0;
+            haveAllSurvived = startDetached(process, pid) == 0 && !reportOf(pid).empty();
+            kill(pid, SIGKILL);
+        }
+        isDone = true;
+        sender.join();
+        return haveAllSurvived;
     }));
 }
