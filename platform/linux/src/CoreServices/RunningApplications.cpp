@@ -37,18 +37,31 @@ public:
 
     bool isOpen() const { return m_folder != nullptr; }
     int descriptor() const { return ::dirfd(m_folder.get()); }
-    /// The next process; 0 at the end.
+    /// The next process, by ascending id; 0 at the end.
     pid_t next() {
         while (const struct dirent* entry = ::readdir(m_folder.get())) {
             const long pid = std::strtol(entry->d_name, nullptr, 10);
             if (pid > 0)
                 return static_cast<pid_t>(pid);
+            if (entry->d_type == DT_DIR && entry->d_name[0] != '.')
+                ++m_otherFolders;
         }
         return 0;
+    }
+    /// The folders in it that are no process's. To be asked at the end.
+    long otherFolders() const { return m_otherFolders; }
+    /// How many processes there are, told by one call: a folder has two links, and one more for each folder
+    /// in it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the
+    /// kernel's fs/proc/root.c). -1 when it cannot be told.
+    long count(long otherFolders) const {
+        struct stat folder;
+        return ::fstat(descriptor(), &folder) == 0 ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
+                                                   : -1;
     }
 
 private:
     std::unique_ptr<DIR, int (*)(DIR*)> m_folder;
+    long m_otherFolders = 0;
 };
 
 struct Place {
@@ -232,42 +245,35 @@ private:
     bool m_isThere = false;
 };
 
-/// The processes that were found to be no applications, each with the processor time that it had had until
-/// then. Most processes sleep most of the time, and one that has not run since is what it was: looking at its
-/// clock takes a tenth of looking at it. (The kernel brings the clock of a process that runs this very moment
-/// up to date with each tick; so the list may show a process as it was a tick ago, about as long as it takes
-/// to read the list.)
-class OtherProcesses {
+/// All processes of the last look at them, and the list of applications that it made.
+///
+/// One that was no application comes with the processor time that it had had until then. Most processes sleep
+/// most of the time, and one that has not run since is what it was: looking at its clock takes a tenth of
+/// looking at it. (The kernel brings the clock of a process that runs this very moment up to date with each
+/// tick; so the list may show a process as it was a tick ago, about as long as it takes to read the list.)
+///
+/// Where those that are left are as many as there are processes, no other one has come, and /proc need not be
+/// read: that takes twice as long as the clocks. A device arrives several times in a row, with its
+/// interfaces.
+class KnownProcesses {
 public:
-    /// What they were found to be depends on both; a change makes everything new.
+    /// What a process was found to be depends on both; a change makes everything new.
     void begin(const std::string& root, uid_t user) {
         if (root != m_root || user != m_user)
             m_known.clear();
         m_root = root;
         m_user = user;
-        m_position = 0;
         m_isKept = false;
-        m_found.clear();
-        m_found.reserve(m_known.size() + 16);
     }
 
-    /// To be asked about processes in ascending order, as /proc lists them; about others it knows nothing.
-    bool hasSleptSince(pid_t pid) {
-        while (m_position < m_known.size() && m_known[m_position].pid < pid)
-            ++m_position;
-        if (m_position == m_known.size() || m_known[m_position].pid != pid)
-            return false;
-        const Known& known = m_known[m_position];
-        if (known.time < 0 || known.clock.now() != known.time)
-            return false;
-        m_found.push_back(known);
-        return true;
+    /// Looks at every process there is; `isApplication` is called with the id of each that may be one.
+    template <typename IsApplication>
+    void lookAtAll(ProcessList& list, IsApplication isApplication) {
+        const long count = list.count(m_otherFolders);
+        lookAtKnown(isApplication);
+        if (static_cast<long>(m_known.size()) != count)
+            lookAtOthers(list, isApplication);
     }
-
-    /// `time` was read before the process was looked at, so what it does meanwhile shows next time.
-    void add(pid_t pid, const ProcessorClock& clock, SInt64 time) { m_found.push_back({pid, clock, time}); }
-
-    void end() { m_known.swap(m_found); }
 
     /// The list that came out.
     void keep(const std::vector<RunningApplication>& applications) {
@@ -288,34 +294,68 @@ public:
         m_isKept = false;
         for (Known& known : m_known) {
             if (known.pid == pid)
-                known.time = -1;
+                known.time = LOOK_AGAIN;
         }
     }
 
 private:
+    static const SInt64 LOOK_AGAIN = -1;
     struct Known {
         pid_t pid;
         ProcessorClock clock;
-        SInt64 time;
+        SInt64 time; // had when it was no application; LOOK_AGAIN when it was one
     };
+
+    template <typename IsApplication>
+    void lookAtKnown(IsApplication isApplication) {
+        const auto hasEnded = [&](Known& known) {
+            // Read first, so that what it does while it is looked at shows next time.
+            const SInt64 time = known.clock.now();
+            if (time >= 0 && time != known.time)
+                known.time = isApplication(known.pid) ? LOOK_AGAIN : time;
+            return time < 0;
+        };
+        m_known.erase(std::remove_if(m_known.begin(), m_known.end(), hasEnded), m_known.end());
+    }
+
+    template <typename IsApplication>
+    void lookAtOthers(ProcessList& list, IsApplication isApplication) {
+        const auto isBefore = [](const Known& left, const Known& right) { return left.pid < right.pid; };
+        const size_t before = m_known.size();
+        size_t position = 0;
+        while (const pid_t pid = list.next()) {
+            while (position < before && m_known[position].pid < pid)
+                ++position;
+            if (position < before && m_known[position].pid == pid)
+                continue;
+            const ProcessorClock clock(pid);
+            const SInt64 time = clock.now();
+            const bool isOne = isApplication(pid);
+            if (time >= 0)
+                m_known.push_back({pid, clock, isOne ? LOOK_AGAIN : time});
+        }
+        std::inplace_merge(m_known.begin(), m_known.begin() + static_cast<long>(before), m_known.end(),
+                           isBefore);
+        m_otherFolders = list.otherFolders();
+    }
+
     std::string m_root;
     uid_t m_user = 0;
     std::vector<Known> m_known; // by ascending id
-    std::vector<Known> m_found; // in the look under way
-    size_t m_position = 0;
+    long m_otherFolders = 0;
     bool m_isKept = false;
     SInt64 m_kept = 0; // the moment, and the list of it
     std::vector<RunningApplication> m_applications;
 };
 
 /// With its lock held for the life of the object.
-class LockedOtherProcesses {
+class LockedKnownProcesses {
 public:
-    LockedOtherProcesses() : m_lock(mutex()) {}
-    OtherProcesses* operator->() const {
-        static OtherProcesses& others =
-            *new OtherProcesses; // never destroyed: lists are read to the very end
-        return &others;
+    LockedKnownProcesses() : m_lock(mutex()) {}
+    KnownProcesses* operator->() const {
+        static KnownProcesses& processes =
+            *new KnownProcesses; // never destroyed: lists are read to the very end
+        return &processes;
     }
 
 private:
@@ -334,31 +374,26 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     if (!list.isOpen())
         return errno;
     const std::string root = rootFolder();
-    const LockedOtherProcesses others;
-    others->begin(root, ::geteuid());
-    while (const pid_t pid = list.next()) {
-        if (others->hasSleptSince(pid))
-            continue;
-        const ProcessorClock clock(pid);
-        const SInt64 time = clock.now();
+    const LockedKnownProcesses processes;
+    processes->begin(root, ::geteuid());
+    processes->lookAtAll(list, [&](pid_t pid) {
         RunningApplication application;
-        if (inspect(list, pid, root, application))
+        const bool isOne = inspect(list, pid, root, application);
+        if (isOne)
             applications.push_back(std::move(application));
-        else
-            others->add(pid, clock, time);
-    }
-    others->end();
+        return isOne;
+    });
     std::sort(
         applications.begin(), applications.end(),
         [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
-    others->keep(applications);
+    processes->keep(applications);
     return 0;
 }
 
 static bool takeKept(std::vector<RunningApplication>& applications) {
     const std::string root = rootFolder();
-    const LockedOtherProcesses others;
-    return others->takeKept(root, ::geteuid(), applications);
+    const LockedKnownProcesses processes;
+    return processes->takeKept(root, ::geteuid(), applications);
 }
 
 static bool hasEnded(const RunningApplication& application) {
@@ -381,7 +416,7 @@ bool findRunningApplication(pid_t pid, RunningApplication& application) {
 }
 
 void noteStartedApplication(pid_t pid) {
-    LockedOtherProcesses()->forget(pid);
+    LockedKnownProcesses()->forget(pid);
 }
 
 ProcessSerialNumber serialNumberOf(const RunningApplication& application) {

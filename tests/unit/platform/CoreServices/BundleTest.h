@@ -87,6 +87,8 @@ protected:
     pid_t runDirectly(const std::vector<std::string>& command);
     /// Ends a process and waits until the list of applications is without it.
     void end(pid_t pid);
+    /// The same without asking for the list.
+    void endWithoutALook(pid_t pid);
 
     /// What a sample application has written down: "session", "mask", "file 3", "variable HOME", ...
     Report reportOf(pid_t pid);

@@ -225,6 +225,15 @@ TEST_F(FormerlyOther, OneThatBecomesAnApplicationIsListed) {
     EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
 }
 
+TEST_F(FormerlyOther, OneThatCameForOneThatEndedIsListed) {
+    const pid_t other = run("/plain");
+    waitUntilItSleeps(other);
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    endWithoutALook(other);
+    run("/A.app/a"); // now there may be as many processes as before
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
+}
+
 TEST_F(FormerlyOther, OneThatSleepsInAFolderThatBecomesABundleIsListedOnceItHasRun) {
     const pid_t pid = run("/plain/a");
     waitUntilItSleeps(pid);
