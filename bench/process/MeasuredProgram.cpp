@@ -67,14 +67,17 @@ int64_t MarkPipe::await(MarkKind kind, int64_t earliest) {
 }
 
 MeasuredProgram::MeasuredProgram(const std::vector<std::string>& command,
-                                 std::vector<std::string> environment, MarkPipe& marks) {
+                                 std::vector<std::string> environment, MarkPipe& marks, Bus bus) {
     environment.push_back(MARK_PIPE_VARIABLE "=" + marks.path());
+    std::string preloaded = "LD_PRELOAD=" ZEVO_WAITS_PRELOAD;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;
-        environment.push_back(text.rfind("LD_PRELOAD=", 0) == 0
-                                  ? "LD_PRELOAD=" ZEVO_WAITS_PRELOAD ":" + text.substr(sizeof "LD_PRELOAD")
-                                  : text);
+        if (text.rfind("LD_PRELOAD=", 0) != 0)
+            environment.push_back(text);
+        else if (bus == Bus::virtualOne)
+            preloaded += ":" + text.substr(sizeof "LD_PRELOAD");
     }
+    environment.push_back(preloaded);
     std::vector<std::string> words = command;
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);

@@ -25,13 +25,16 @@ private:
     std::vector<Mark> m_unasked;
 };
 
-/// A program on the virtual bus that tells when it waits for events. Killed at the end. Its operations throw
+/// The bus that a program sees. The virtual one costs each program the loading of its library.
+enum class Bus { ofThisMachine, virtualOne };
+
+/// A program that tells when it waits for events. Killed at the end. Its operations throw
 /// std::runtime_error.
 class MeasuredProgram {
 public:
     /// `command`: the program's path and its arguments. `environment`: added to this process's own.
     MeasuredProgram(const std::vector<std::string>& command, std::vector<std::string> environment,
-                    MarkPipe& marks);
+                    MarkPipe& marks, Bus bus);
     ~MeasuredProgram();
     MeasuredProgram(const MeasuredProgram&) = delete;
     MeasuredProgram& operator=(const MeasuredProgram&) = delete;

@@ -42,7 +42,8 @@ const int LEFT_OUT = 77;
 /// A machine with a virtual bus and with the application that tells when it runs.
 class Bench {
 public:
-    Bench() : m_marks(m_machine.folder() + "/marks"), m_modem(modem()) {
+    explicit Bench(Bus seenBus = Bus::virtualOne)
+        : m_seenBus(seenBus), m_marks(m_machine.folder() + "/marks"), m_modem(modem()) {
         for (const Bundle bundle : {Bundle::mainApplication, Bundle::notifier})
             installApplication(m_machine.executableOf(bundle));
         m_machine.installLauncherConfiguration({{"MacHardwareIdToDetect", hardwareIdentifier(m_modem)},
@@ -125,7 +126,7 @@ private:
     }
 
     void start(const std::vector<std::string>& command) {
-        m_program = std::make_unique<MeasuredProgram>(command, m_machine.environment(), m_marks);
+        m_program = std::make_unique<MeasuredProgram>(command, m_machine.environment(), m_marks, m_seenBus);
     }
 
     /// When the main application's main() ran; then waits until the launcher is done with the event, and ends
@@ -145,6 +146,7 @@ private:
         m_marks.await(MARK_WAITS, begin);
     }
 
+    const Bus m_seenBus;
     SampleMachine m_machine;
     VirtualUsbBus m_bus;
     MarkPipe m_marks;
@@ -199,15 +201,25 @@ void applicationAlone(benchmark::State& state) {
     measureEach(state, [&] { return bench.startApplication(); });
 }
 
-void startUntilArmed(benchmark::State& state, Starter start) {
-    Bench bench;
-    bench.plugDevices(state.range(0));
+void measureStarts(benchmark::State& state, Starter start, Bench& bench) {
     measureEach(state, [&] {
         bench.stop();
         (bench.*start)();
         return bench.program().armedTime() - bench.program().startTime();
     });
     state.counters["resident_bytes"] = static_cast<double>(bench.program().residentBytes());
+}
+
+void startUntilArmed(benchmark::State& state, Starter start) {
+    Bench bench;
+    bench.plugDevices(state.range(0));
+    measureStarts(state, start, bench);
+}
+
+/// The same with the devices that the machine has, and without the virtual bus's library.
+void startUntilArmedOnOwnBus(benchmark::State& state, Starter start) {
+    Bench bench(Bus::ofThisMachine);
+    measureStarts(state, start, bench);
 }
 
 /// What it costs that the program is there: processor time and wake-ups in a second without events.
@@ -269,6 +281,8 @@ void addArrivalFloor() {
 void addStart(const char* who, Starter start) {
     addSizes(add(std::string("start-until-armed/") + who, startUntilArmed, start)->Iterations(rounds()),
              {1, 10, 100, 1000});
+    add(std::string("start-until-armed-own-bus/") + who, startUntilArmedOnOwnBus, start)
+        ->Iterations(rounds());
     add(std::string("idle/") + who, idle, start)->Iterations(1);
 }
 
