@@ -23,6 +23,10 @@ target_compile_definitions(zevo_test_options INTERFACE _FILE_OFFSET_BITS=64)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_test_options INTERFACE -Wno-gnu-zero-variadic-macro-arguments)
 endif()
+if(ZEVO_SANITIZE)
+  # To optimize instrumented tests takes as long as everything else about them; what they test is optimized.
+  target_compile_options(zevo_test_options INTERFACE -O0)
+endif()
 
 # The framework's headers take a third of a test's compile time: they are compiled once for all programs.
 set(test_headers_source ${CMAKE_CURRENT_BINARY_DIR}/test-headers.cpp)
