@@ -24,6 +24,27 @@ TEST(LoadAllocation, AStringTakesTwo) {
     EXPECT_STREQ(dictionary.getValue("key199"), "a text that is longer than a short one");
 }
 
+TEST(LoadAllocation, WhereMemoryRunsOutTheFormerChildrenStay) {
+    const TemporaryFolder folder;
+    Dictionary original;
+    original.addValue(PATH, "a text that is longer than a short one");
+    original.saveToFile(folder / "list");
+    bool isLoaded = false;
+    for (int left = 0; !isLoaded; ++left) {
+        Dictionary dictionary;
+        dictionary.addValue("former", 5);
+        allocationsEnd = allocations + left;
+        try {
+            dictionary.loadFromFile(folder / "list");
+            isLoaded = true;
+        } catch (const std::bad_alloc&) {
+        }
+        allocationsEnd = INT64_MAX;
+        EXPECT_TRUE(dictionary.hasKey("former")) << left;
+        EXPECT_EQ(dictionary.contains(PATH), isLoaded) << left;
+    }
+}
+
 class LookUpAllocation : public testing::Test {
 protected:
     LookUpAllocation() {

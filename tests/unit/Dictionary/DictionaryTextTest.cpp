@@ -482,6 +482,11 @@ TEST(DictionaryLoad, TheTextEndsAtTheFirstZeroByte) {
     load(cutInALine, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>xy" + std::string(1, '\0') +
                          "z</string>\n</dict>\n");
     EXPECT_STREQ(cutInALine.getValue("a"), "xy");
+    Dictionary cutInALongLine;
+    const std::string value(70000, 'x');
+    load(cutInALongLine, std::string(HEADER) + "<dict>\n<key>a</key>\n<string>" + value + "</string>" +
+                             std::string(1, '\0') + "\n</dict>\n");
+    EXPECT_EQ(cutInALongLine.getValue("a"), value);
 }
 
 TEST(DictionaryLoad, AMalformedBodyKeepsWhatCameBefore) {
@@ -550,6 +555,7 @@ TEST(DictionaryLoad, RefusesATextWithoutXmlHeader) {
     expectRefusedText("\n<?xml?>\n<plist version=\"1.0\">\n", "No XML header found", 876);
     expectRefusedText("<plist version=\"1.0\">\n<dict>\n</dict>\n</plist>", "No XML header found", 876);
     expectRefusedText(std::string(1, '\0') + HEADER, "No XML header found", 876);
+    expectRefusedText(std::string("junk\0", 5) + HEADER, "No XML header found", 876);
 }
 
 TEST(DictionaryLoad, RefusesAnyOtherVersion) {
@@ -560,6 +566,7 @@ TEST(DictionaryLoad, RefusesAnyOtherVersion) {
     expectRefusedText("<?xml?>\n\n<plist version=\"1.0\">\n", message, 870);
     expectRefusedText("<?xml?><plist version=\"1.0\">\n<dict>\n", message, 870);
     expectRefusedText("<?xml?>", message, 870);
+    expectRefusedText(std::string("<?xml\0?>\n", 9) + HEADER, message, 870);
 }
 
 TEST(DictionaryLoad, ReadsAWholeFileWhateverItsSize) {

@@ -70,7 +70,7 @@ TEST(IntBasicItem, TracesTheResultOfAComparison) {
 }
 
 // Readers of saved files know integer lines at the start of the line, and by <int>.
-TEST(IntBasicItem, MarshallsWithoutTheIndent) {
+TEST(IntBasicItem, MarshallsAsIntWithoutTheIndent) {
     EXPECT_EQ(IntBasicItem("n", -5).marshall("\t\t\t"), "<int>-5</int>\n");
     EXPECT_EQ(IntBasicItem("n", 0).marshall(""), "<int>0</int>\n");
     EXPECT_EQ(IntBasicItem("n", INT_MAX).marshall("\t"), "<int>2147483647</int>\n");

@@ -104,6 +104,21 @@ TEST_F(LineCursorInAFile, EndsAtTheFirstZeroByte) {
     EXPECT_TRUE(lines.finish());
 }
 
+TEST_F(LineCursorInAFile, EndsAtAZeroByteInItsFirstPiece) {
+    LineCursor lines = linesOf(std::string("ab\0c", 4));
+    EXPECT_EQ(lines.next(), "ab");
+    EXPECT_EQ(lines.next(), "");
+    EXPECT_TRUE(lines.finish());
+}
+
+TEST_F(LineCursorInAFile, EndsAtAZeroByteInALaterPieceOfALine) {
+    const std::string beginning(70000, 'x'); // more than is read at once
+    LineCursor lines = linesOf(beginning + std::string(1, '\0') + "y\n");
+    EXPECT_EQ(lines.next(), beginning);
+    EXPECT_EQ(lines.next(), "");
+    EXPECT_TRUE(lines.finish());
+}
+
 TEST_F(LineCursorInAFile, PassesOverTheRest) {
     LineCursor lines = linesOf("a\nb\n" + std::string(1000000, 'x'));
     EXPECT_EQ(lines.next(), "a");

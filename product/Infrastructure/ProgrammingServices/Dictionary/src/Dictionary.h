@@ -105,7 +105,7 @@ public:
     /// there is none.
     void addDictionary(const std::string& path, Dictionary& source);
     /// Copies from the other tree what this one lacks, dictionary by dictionary. On any conflict this tree
-    /// wins.
+    /// deliberately wins: who merges defaults into settings must not lose a setting.
     void mergeDictionary(Dictionary& other);
 
     // --- Files
@@ -120,6 +120,7 @@ public:
 
 private:
     using Children = std::map<std::string, std::unique_ptr<Item>, std::less<>>;
+    class ChildrenPutAside;
     /// The level of a dictionary in its tree: 1 where nobody owns it, else one more than its owner's.
     struct Level {
         int value;

@@ -177,21 +177,30 @@ void Dictionary::skipBody(LineCursor& lines) {
     }
 }
 
+/// Takes a dictionary's children away for its life. When it gives them back, one that has come meanwhile with
+/// the same key stays.
+class Dictionary::ChildrenPutAside {
+public:
+    explicit ChildrenPutAside(Children& children) : m_children(children) { m_before.swap(children); }
+    ~ChildrenPutAside() { m_children.merge(m_before); }
+    ChildrenPutAside(const ChildrenPutAside&) = delete;
+    ChildrenPutAside& operator=(const ChildrenPutAside&) = delete;
+
+private:
+    Children& m_children;
+    Children m_before;
+};
+
 void Dictionary::loadFromFile(const std::string& path) {
     TRACE_METHOD();
     LineCursor lines(FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)));
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
-    // The file can fail to the end; until then the children that were there are put aside.
-    Children before;
-    before.swap(m_children);
+    const ChildrenPutAside before(m_children); // the file can fail to the end
     if (hasHeader && hasVersion)
         unMarshall(lines.next(), lines);
-    const bool isRead = lines.finish();
-    if (!isRead)
+    if (!lines.finish()) {
         m_children.clear();
-    m_children.merge(before); // of two with one key, the one that was read stays
-    if (!isRead) {
         TRACE_MESSAGE(MSG_ERROR, "Can't open file %s", path.c_str());
         throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
     }

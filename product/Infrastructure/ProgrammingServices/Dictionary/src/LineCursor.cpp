@@ -15,7 +15,7 @@ bool LineCursor::findInFile(std::size_t& length) {
     TRACE_METHOD();
     while (length == std::string_view::npos) {
         const std::size_t searched = m_rest.size();
-        if (!readMore())
+        if (!m_file.isOpen() || !readMore())
             return false;
         length = m_rest.find('\n', searched);
     }
