@@ -61,17 +61,19 @@ struct Outcome {
 };
 
 /// Memory that this process and the two it starts see in common, also where they have copies of the rest.
-/// It stays, so that the next start finds its pages in place.
+/// It stays, so that the next start finds its pages in place; a forked process, which sees it too, gets its
+/// own.
 class SharedMemory {
 public:
     /// False when there is no memory.
     bool prepare() {
-        if (m_content == nullptr) {
+        if (m_owner != ::getpid()) {
             void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
                                   MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
             if (memory == MAP_FAILED)
                 return false;
             m_content = static_cast<Content*>(memory);
+            m_owner = ::getpid();
         }
         m_content->outcome = {0, 0};
         return true;
@@ -88,6 +90,7 @@ private:
         alignas(64) Outcome outcome;
     };
     Content* m_content = nullptr;
+    pid_t m_owner = -1;
 };
 
 /// No handler of this process may run in those that it starts, where it would write to the shared files.

@@ -111,6 +111,32 @@ TEST_F(StartDetached, NeedsNoFreeDescriptor) {
     }));
 }
 
+TEST_F(StartDetached, ForkedProcessesStartAtTheSameTime) {
+    const auto startsMany = [] {
+        DetachedProcess process;
+        process.file = "/bin/true";
+        for (int i = 0; i < 300; ++i) {
+            pid_t pid = 0;
+            if (startDetached(process, pid) != 0 || pid <= 0)
+                return false;
+        }
+        return true;
+    };
+    DetachedProcess process;
+    process.file = "/bin/true";
+    pid_t pid = 0;
+    ASSERT_EQ(0, startDetached(process, pid)); // what it keeps, they have as well
+    EXPECT_TRUE(inAnotherProcess([&] {
+        const pid_t other = fork();
+        if (other == 0)
+            _exit(startsMany() ? WENT_WELL : 1);
+        const bool wentWell = startsMany();
+        int status = 0;
+        return waitpid(other, &status, 0) == other && WIFEXITED(status) && WEXITSTATUS(status) == WENT_WELL &&
+               wentWell;
+    }));
+}
+
 TEST_F(StartDetached, WhatWasSentToTheGroupBeforeDoesNotReachTheProgram) {
     const DetachedProcess process = plan("/program");
     EXPECT_TRUE(inAnotherProcess([&] {
