@@ -81,7 +81,7 @@ OSErr GetNextProcess(ProcessSerialNumber* psn) {
 
 CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* psn, UInt32) {
     RunningApplication application;
-    if (psn == nullptr || !findRunningApplication(static_cast<pid_t>(psn->lowLongOfPSN), application))
+    if (psn == nullptr || findRunningApplication(static_cast<pid_t>(psn->lowLongOfPSN), application) != 0)
         return nullptr;
     const ProcessSerialNumber now = serialNumberOf(application);
     if (now.highLongOfPSN != psn->highLongOfPSN)

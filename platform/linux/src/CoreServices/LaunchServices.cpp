@@ -98,7 +98,7 @@ static DetachedProcess planOf(const std::string& file, const ReferencedPath& bun
 static RunningApplication awaitInList(pid_t pid) {
     RunningApplication application = {pid, 0, std::string(), std::string(), false};
     for (int tries = 0; tries < 200; ++tries) {
-        if (findRunningApplication(pid, application) && application.isAsLaunched)
+        if (findRunningApplication(pid, application) == 0 && application.isAsLaunched)
             break;
         if (::kill(pid, 0) != 0 && errno == ESRCH)
             break;

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <sys/stat.h>
+#include <system_error>
 #include <time.h>
 #include <unistd.h>
 
@@ -87,10 +88,18 @@ private:
     char m_path[3 * sizeof(long)];
 };
 
-/// A file of /proc or a script. Neither grows meanwhile, so that less than was asked for is the end: one call
-/// fewer for each of some hundred processes.
+/// What this process or the machine lacks says nothing about the process that was looked at.
+bool isLackOfMeans(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+/// A file of /proc or a script; nothing when it is not there or not for this user. Neither grows meanwhile,
+/// so that less than was asked for is the end: one call fewer for each of some hundred processes. Throws
+/// std::system_error when it cannot be told what is in it.
 std::string readUpTo(const Place& place, size_t limit, int flags = 0) {
     const int file = ::openat(place.folder, place.path.c_str(), O_RDONLY | O_CLOEXEC | flags);
+    if (file < 0 && isLackOfMeans(errno))
+        throw std::system_error(errno, std::generic_category());
     if (file < 0)
         return std::string();
     std::string content(std::min<size_t>(limit, 8192), '\0');
@@ -183,6 +192,7 @@ UInt64 startTimeOf(const ProcessFolder& process) {
     return at == std::string::npos ? 0 : std::strtoull(status.c_str() + at, nullptr, 10);
 }
 
+/// Whether the process is a running application, and which. Throws std::system_error when it cannot be told.
 bool inspect(const ProcessList& list, pid_t pid, const std::string& root, RunningApplication& application) {
     const ProcessFolder process(list, pid);
     const Place executable = process.file("exe");
@@ -304,38 +314,44 @@ private:
         pid_t pid;
         ProcessorClock clock;
         SInt64 time; // had when it was no application; LOOK_AGAIN when it was one
+        bool hasEnded;
     };
 
     template <typename IsApplication>
     void lookAtKnown(IsApplication isApplication) {
-        const auto hasEnded = [&](Known& known) {
+        for (Known& known : m_known) {
             // Read first, so that what it does while it is looked at shows next time.
             const SInt64 time = known.clock.now();
-            if (time >= 0 && time != known.time)
-                known.time = isApplication(known.pid) ? LOOK_AGAIN : time;
-            return time < 0;
-        };
+            known.hasEnded = time < 0;
+            if (known.hasEnded || time == known.time)
+                continue;
+            known.time = LOOK_AGAIN; // also where the look fails
+            if (!isApplication(known.pid))
+                known.time = time;
+        }
+        const auto hasEnded = [](const Known& known) { return known.hasEnded; };
         m_known.erase(std::remove_if(m_known.begin(), m_known.end(), hasEnded), m_known.end());
     }
 
     template <typename IsApplication>
     void lookAtOthers(ProcessList& list, IsApplication isApplication) {
         const auto isBefore = [](const Known& left, const Known& right) { return left.pid < right.pid; };
-        const size_t before = m_known.size();
-        size_t position = 0;
+        std::vector<Known> others;
+        auto position = m_known.cbegin();
         while (const pid_t pid = list.next()) {
-            while (position < before && m_known[position].pid < pid)
+            while (position != m_known.cend() && position->pid < pid)
                 ++position;
-            if (position < before && m_known[position].pid == pid)
+            if (position != m_known.cend() && position->pid == pid)
                 continue;
             const ProcessorClock clock(pid);
             const SInt64 time = clock.now();
             const bool isOne = isApplication(pid);
             if (time >= 0)
-                m_known.push_back({pid, clock, isOne ? LOOK_AGAIN : time});
+                others.push_back({pid, clock, isOne ? LOOK_AGAIN : time, false});
         }
-        std::inplace_merge(m_known.begin(), m_known.begin() + static_cast<long>(before), m_known.end(),
-                           isBefore);
+        const auto known = static_cast<std::ptrdiff_t>(m_known.size());
+        m_known.insert(m_known.end(), others.begin(), others.end());
+        std::inplace_merge(m_known.begin(), m_known.begin() + known, m_known.end(), isBefore);
         m_otherFolders = list.otherFolders();
     }
 
@@ -376,13 +392,18 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     const std::string root = rootFolder();
     const LockedKnownProcesses processes;
     processes->begin(root, ::geteuid());
-    processes->lookAtAll(list, [&](pid_t pid) {
-        RunningApplication application;
-        const bool isOne = inspect(list, pid, root, application);
-        if (isOne)
-            applications.push_back(std::move(application));
-        return isOne;
-    });
+    try {
+        processes->lookAtAll(list, [&](pid_t pid) {
+            RunningApplication application;
+            const bool isOne = inspect(list, pid, root, application);
+            if (isOne)
+                applications.push_back(std::move(application));
+            return isOne;
+        });
+    } catch (const std::system_error& error) {
+        applications.clear();
+        return error.code().value();
+    }
     std::sort(
         applications.begin(), applications.end(),
         [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
@@ -396,23 +417,33 @@ static bool takeKept(std::vector<RunningApplication>& applications) {
     return processes->takeKept(root, ::geteuid(), applications);
 }
 
-static bool hasEnded(const RunningApplication& application) {
-    RunningApplication now;
-    return !findRunningApplication(application.pid, now) || now.startTime != application.startTime ||
-           now.bundle != application.bundle;
-}
-
 int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications) {
-    if (!takeKept(applications))
+    std::vector<RunningApplication> kept;
+    if (!takeKept(kept))
         return listRunningApplications(applications);
-    applications.erase(std::remove_if(applications.begin(), applications.end(), hasEnded),
-                       applications.end());
+    applications.clear();
+    for (const RunningApplication& application : kept) {
+        RunningApplication now;
+        const int error = findRunningApplication(application.pid, now);
+        if (error != 0 && error != ESRCH) {
+            applications.clear();
+            return error;
+        }
+        if (error == 0 && now.startTime == application.startTime && now.bundle == application.bundle)
+            applications.push_back(application);
+    }
     return 0;
 }
 
-bool findRunningApplication(pid_t pid, RunningApplication& application) {
+int findRunningApplication(pid_t pid, RunningApplication& application) {
     const ProcessList list;
-    return list.isOpen() && inspect(list, pid, rootFolder(), application);
+    if (!list.isOpen())
+        return errno;
+    try {
+        return inspect(list, pid, rootFolder(), application) ? 0 : ESRCH;
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
 }
 
 void noteStartedApplication(pid_t pid) {

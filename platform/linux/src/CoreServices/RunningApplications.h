@@ -25,7 +25,8 @@ extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
 const int LAUNCHED_PID_WIDTH = 10;
 
 /// All of them, by ascending process id. Processes that come or go meanwhile may be missing.
-/// @return 0; the errno with which /proc could not be read (the list is empty then)
+/// @return 0; the errno that says why it cannot be told (the list is empty then), for instance that this
+///     process has no descriptor left
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
 /// The same for a caller who has only just asked for the list: the one taken last, when that was less than a
@@ -35,8 +36,11 @@ int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applica
 /// Launch Services have started this process: the next list looks at it, whatever an earlier one saw.
 void noteStartedApplication(pid_t pid);
 
-/// One process. False when it has ended, is not this user's, or runs no bundle.
-bool findRunningApplication(pid_t pid, RunningApplication& application);
+/// One process.
+/// @return 0; ESRCH when it has ended, is not this user's, or runs no bundle; another errno when that cannot
+/// be
+///     told
+int findRunningApplication(pid_t pid, RunningApplication& application);
 
 /// Its serial number, as the process list gives it.
 ProcessSerialNumber serialNumberOf(const RunningApplication& application);

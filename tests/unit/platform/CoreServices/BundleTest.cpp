@@ -3,6 +3,7 @@
 #include <climits>
 #include <csignal>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -135,6 +136,15 @@ void BundleTest::endWithoutALook(pid_t pid) {
             break;
         }
     }
+}
+
+void BundleTest::leaveDescriptors(int count) {
+    const int next = dup(0);
+    close(next);
+    struct rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(next + count);
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 BundleTest::Report BundleTest::reportOf(pid_t pid) {

@@ -90,6 +90,10 @@ protected:
     /// The same without asking for the list.
     void endWithoutALook(pid_t pid);
 
+    /// Leaves this process so many descriptors; at once, since a list of applications is kept for a moment
+    /// only.
+    static void leaveDescriptors(int count);
+
     /// What a sample application has written down: "session", "mask", "file 3", "variable HOME", ...
     Report reportOf(pid_t pid);
 

@@ -634,6 +634,22 @@ TEST_F(LaunchServices, WithoutADescriptorTheListCannotBeReadAndNothingIsStarted)
     EXPECT_THAT(runningBundles(), IsEmpty());
 }
 
+TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain) {
+    const pid_t pid = openedProcess(BUNDLE);
+    for (const int left : {0, 1}) {
+        EXPECT_TRUE(inAnotherProcess([&] {
+            leaveDescriptors(left);
+            return open(BUNDLE) == tmfoErr;
+        })) << left;
+        EXPECT_TRUE(inAnotherProcess([&] {
+            const bool isListed = runningProcesses() == std::vector<pid_t>{pid};
+            leaveDescriptors(left);
+            return isListed && open(BUNDLE) == tmfoErr;
+        })) << left;
+    }
+    EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+}
+
 TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {
     FSRef reference;
     ASSERT_EQ(noErr, makeReference(BUNDLE, reference));

@@ -1,9 +1,11 @@
 #include "BundleTest.h"
 
 #include "CoreServices/RunningApplications.h"
+#include "OtherProcess.h"
 
 #include <algorithm>
 #include <csignal>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -106,8 +108,8 @@ TEST_F(Processes, OneThatEndsInTheMiddleOfAWalkIsSteppedOver) {
     kill(pids[1], SIGKILL);
     ASSERT_TRUE(comesTrue([&] {
         platform::RunningApplication application;
-        return !platform::findRunningApplication(pids[0], application) &&
-               !platform::findRunningApplication(pids[1], application);
+        return platform::findRunningApplication(pids[0], application) == ESRCH &&
+               platform::findRunningApplication(pids[1], application) == ESRCH;
     }));
     EXPECT_EQ(nullptr,
               ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask));
@@ -243,6 +245,19 @@ TEST_F(FormerlyOther, OneThatSleepsInAFolderThatBecomesABundleIsListedOnceItHasR
     kill(pid, SIGSTOP);
     kill(pid, SIGCONT);
     EXPECT_TRUE(comesTrue([] { return runningBundles() == std::vector<std::string>{"/A.app"}; }));
+}
+
+TEST_F(FormerlyOther, OneThatCouldNotBeLookedAtIsListedLater) {
+    const pid_t pid = run("/A.app/a");
+    waitUntilItSleeps(pid);
+    EXPECT_TRUE(inAnotherProcess([] {
+        struct rlimit before;
+        getrlimit(RLIMIT_NOFILE, &before);
+        leaveDescriptors(1);
+        const bool isHidden = runningBundles().empty();
+        setrlimit(RLIMIT_NOFILE, &before);
+        return isHidden && runningBundles() == std::vector<std::string>{"/A.app"};
+    }));
 }
 
 // ---- scripts that nobody launched
