@@ -297,6 +297,27 @@ TEST_F(ReservedPlaces, AreThereAgainWhenAFullChunkWasWritten) {
     EXPECT_EQ(queue.bytes(), memory);
 }
 
+TEST_F(ReservedPlaces, LieInClearedMemory) {
+    // Until its end is there, a reserved line is told by the 0 in its place, be it among former lines' texts.
+    const std::string longLine(500, 'x');
+    for (int chunk = 0; chunk < 3; ++chunk) {
+        while (LineQueue::Place place = queue.reserve(longLine.size()))
+            fill(place, longLine);
+        queue.push(longLine); // in the next chunk
+    }
+    std::string written;
+    writeAll(queue, written);
+    for (std::size_t line = 0; line < 3 * 64 * 1024 / longLine.size(); ++line) {
+        LineQueue::Place place = queue.reserve(longLine.size());
+        if (!place) {
+            queue.push(longLine);
+            continue;
+        }
+        ASSERT_EQ(std::string(place.text(), longLine.size()), std::string(longLine.size(), '\0')) << line;
+        fill(place, longLine);
+    }
+}
+
 TEST(LineQueue, ManyThreadsAndADrainLoseNoLineAndKeepTheOrderOfEach) {
     constexpr int THREADS = 4;
     constexpr int LINES = 20000;

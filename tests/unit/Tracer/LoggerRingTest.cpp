@@ -368,6 +368,21 @@ TEST_F(LoggerRing, FullDiskLosesNoLine) {
     EXPECT_EQ(log(), "1\n2\n3\n");
 }
 
+TEST_F(LoggerRing, FinishingWritesWhatWaitsAndDiscardsNoneOfItForALineThatComesMeanwhile) {
+    FileRing ring("Ring", true);
+    ring.setMaximumLinesPerFile(2);
+    ring.setBaseName(m_folder / "log");
+    ring.beginAnew();
+    for (int line = 1; line <= 5; ++line)
+        ring.put(std::to_string(line) + "\n");
+    ring.drainAll([&ring] {
+        ring.drain();
+        ring.put("meanwhile\n"); // one more drain would empty the file that this one ended with
+    });
+    EXPECT_EQ(log(0) + log(1) + log(2), "1\n2\n3\n4\n5\n");
+    EXPECT_EQ(ring.waiting(), 1U);
+}
+
 // A pipe that nobody reads from stands for a disk that is slow.
 TEST_F(LoggerRing, ThreadsThatLogDoNotWaitForTheDisk) {
     ASSERT_EQ(mkfifo(path(0).c_str(), 0600), 0);

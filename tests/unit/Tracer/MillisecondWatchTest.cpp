@@ -11,6 +11,7 @@ constexpr std::uint64_t LOOK = 60;   // ticks that a look takes
 class Watched : public testing::Test {
 protected:
     void SetUp() override {
+        lookAt(999800);
         lookAt(1000000);
         lookAt(1000200);
     }
@@ -34,6 +35,10 @@ TEST(MillisecondWatch, KnowsNothingBeforeTheRateIsMeasured) {
     EXPECT_FALSE(watch.isSameMillisecond(5011));
     watch.look(5000 + 99 * RATE, 5010 + 99 * RATE, 1000099);
     EXPECT_FALSE(watch.isSameMillisecond(5011 + 99 * RATE)) << "too short a time to measure a rate";
+    watch.look(5000 + 200 * RATE, 5010 + 200 * RATE, 1000200);
+    EXPECT_FALSE(watch.isSameMillisecond(5011 + 200 * RATE)) << "nothing to compare the rate with";
+    watch.look(5000 + 400 * RATE, 5010 + 400 * RATE, 1000400);
+    EXPECT_TRUE(watch.isSameMillisecond(5011 + 400 * RATE));
 }
 
 TEST_F(Watched, TellsMostOfAMillisecond) {
@@ -76,9 +81,26 @@ TEST_F(Watched, ForgetsTheRateWhenTheClockIsSetOrTheMachineSlept) {
     EXPECT_FALSE(isSameAt(1000301)) << "set back";
     lookAt(1000500);
     lookAt(1000700);
-    ASSERT_TRUE(isSameAt(1000701));
-    watch.look(ticksAt(1000800), ticksAt(1000800) + LOOK, 99000000);
-    EXPECT_FALSE(isSameAt(1000801)) << "gone far ahead";
+    EXPECT_FALSE(isSameAt(1000701)) << "measured once only";
+    lookAt(1000800);
+    ASSERT_TRUE(isSameAt(1000801));
+    watch.look(ticksAt(1000900), ticksAt(1000900) + LOOK, 99000000);
+    EXPECT_FALSE(isSameAt(1000901)) << "gone far ahead";
+}
+
+TEST_F(Watched, DoesNotBelieveARateThatAClockSetBackMakesTooHigh) {
+    // An hour without a look, and the clock set back by so much that it shows a tenth of a second more.
+    const std::uint64_t hour = RATE * 3600000000u;
+    watch.look(ticksAt(1100000) + hour, ticksAt(1100000) + hour + LOOK, 1100000);
+    EXPECT_TRUE(watch.isSameMillisecond(ticksAt(1100900) + hour));
+    EXPECT_FALSE(watch.isSameMillisecond(ticksAt(1101000) + hour));
+}
+
+TEST_F(Watched, DoesNotBelieveARateThatACounterThatJumpedMakesTooHigh) {
+    const std::uint64_t jump = RATE * 1000000u;
+    watch.look(ticksAt(1001500) + jump, ticksAt(1001500) + jump + LOOK, 1001500);
+    EXPECT_TRUE(watch.isSameMillisecond(ticksAt(1001900) + jump));
+    EXPECT_FALSE(watch.isSameMillisecond(ticksAt(1002000) + jump));
 }
 
 TEST_F(Watched, FollowsAnotherRate) {

@@ -152,6 +152,7 @@ bool FileRing::writeLines(std::FILE* file, std::size_t& lines) {
     const std::size_t written = std::fwrite(text.data(), 1, text.size(), file);
     const std::size_t completed = m_queue.consume(written);
     m_lineCount += static_cast<std::int32_t>(completed);
+    m_linesWritten += completed;
     lines -= completed;
     return written == text.size();
 }

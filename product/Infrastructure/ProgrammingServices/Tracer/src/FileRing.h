@@ -83,14 +83,19 @@ public:
     Drain drain();
     /// From now on a drain waits for a line that is not finished only for a moment: see LineQueue::hurry.
     void hurry() { m_queue.hurry(); }
-    /// Calls `writeOnFile`, which drains, until no line waits. It gives up when a drain has written nothing:
-    /// a file that cannot be opened or a full disk would keep the caller here for ever.
+    /// Calls `writeOnFile`, which drains, until the lines that wait now are written; not for those that come
+    /// meanwhile, since one more drain could discard what this one has put into a new file. It gives up when
+    /// a drain has written nothing: a file that cannot be opened or a full disk would keep the caller here
+    /// for ever.
     template <typename WriteOnFile>
     void drainAll(WriteOnFile writeOnFile) const {
-        std::size_t before = waiting() + 1;
-        while (waiting() != 0 && waiting() < before) {
-            before = waiting();
+        const std::uint64_t wanted = m_linesWritten + waiting();
+        std::uint64_t before = m_linesWritten;
+        while (m_linesWritten < wanted) {
             writeOnFile();
+            if (m_linesWritten == before)
+                return;
+            before = m_linesWritten;
         }
     }
 
@@ -128,5 +133,6 @@ private:
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
+    std::uint64_t m_linesWritten = 0; // since the beginning
     LineQueue m_queue;
 };

@@ -52,8 +52,10 @@ std::string_view LineQueue::lineInProgress(const char* end) const {
 LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     if (Chunk* const chunk = m_current.load(std::memory_order_relaxed)) {
         close(*chunk);
-        if (chunk->front == chunk->lines) // too small for this one line
+        if (chunk->front == chunk->lines) { // too small for this one line
+            clear(*chunk);
             m_spare.splice(m_spare.begin(), m_chunks, std::prev(m_chunks.end()));
+        }
     }
     const std::size_t needed = room + 2 * END_SIZE;
     const auto spare = std::find_if(m_spare.begin(), m_spare.end(),
@@ -81,17 +83,28 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
 
 /// Nothing is added to it any more.
 void LineQueue::close(Chunk& chunk) {
+    // In this order a signal handler in the middle of it finds the lines, and does not wait for any.
+    chunk.lines = linesIn(chunk);
+    m_current.store(nullptr, std::memory_order_relaxed);
     const std::uint64_t used = chunk.used.exchange(CLOSED, std::memory_order_acquire);
     chunk.lines = chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
     chunk.touched = chunk.lines + 1;
-    m_current.store(nullptr, std::memory_order_relaxed);
 }
 
-/// Lines are put together in this chunk from now on, from its beginning.
-void LineQueue::open(Chunk& chunk) {
+/// Empties a closed chunk whose lines were all written. Until a reserved line's end is stored, it must be 0:
+/// the end may lie where an end of former lines was, or their text.
+void LineQueue::clear(Chunk& chunk) {
+    std::memset(chunk.text(), 0, chunk.written);
     for (std::size_t line = 0; line < chunk.touched; ++line)
         chunk.end(line).store(0, std::memory_order_relaxed);
-    chunk.lines = chunk.front = chunk.written = chunk.touched = 0;
+    chunk.written = chunk.touched = 0;
+    chunk.lines = 0;
+    std::atomic_signal_fence(std::memory_order_seq_cst); // never more lines than were written
+    chunk.front = 0;
+}
+
+/// Lines are put together in this cleared chunk from now on, from its beginning.
+void LineQueue::open(Chunk& chunk) {
     chunk.used.store(0, std::memory_order_release);
     m_current.store(&chunk, std::memory_order_release);
 }
@@ -126,15 +139,27 @@ std::size_t LineQueue::linesIn(const Chunk& chunk) const {
     return chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
 }
 
+std::size_t LineQueue::waitingIn(const Chunk& chunk) const {
+    const std::size_t lines = linesIn(chunk);
+    return lines > chunk.front ? lines - chunk.front : 0;
+}
+
 bool LineQueue::empty() const {
-    return m_chunks.empty() || m_chunks.front().front == linesIn(m_chunks.front());
+    return size() == 0;
 }
 
 std::size_t LineQueue::size() const {
     std::size_t lines = 0;
     for (const Chunk& chunk : m_chunks)
-        lines += linesIn(chunk) - chunk.front;
+        lines += waitingIn(chunk);
     return lines;
+}
+
+/// The very first, but for a signal handler that writes what waits at a crash: it may find one before it that
+/// was just being begun or reused.
+std::list<LineQueue::Chunk>::iterator LineQueue::firstChunkWithLines() {
+    return std::find_if(m_chunks.begin(), m_chunks.end(),
+                        [this](const Chunk& chunk) { return waitingIn(chunk) != 0; });
 }
 
 void LineQueue::await(const Chunk& chunk, std::size_t line) const {
@@ -163,19 +188,21 @@ void LineQueue::giveUp(const Chunk& chunk, std::size_t line) {
 }
 
 std::string_view LineQueue::front(std::size_t lines) {
-    if (lines == 0 || empty())
+    const auto first = firstChunkWithLines();
+    if (lines == 0 || first == m_chunks.end())
         return {};
-    Chunk& chunk = m_chunks.front();
-    const std::size_t end = chunk.front + std::min(lines, linesIn(chunk) - chunk.front);
+    Chunk& chunk = *first;
+    const std::size_t end = chunk.front + std::min(lines, waitingIn(chunk));
     for (std::size_t line = chunk.front; line < end; ++line)
         await(chunk, line);
     return {chunk.text() + chunk.written, chunk.offsetBehind(end - 1) - chunk.written};
 }
 
 std::size_t LineQueue::consume(std::size_t bytes) {
-    if (empty())
+    const auto first = firstChunkWithLines();
+    if (first == m_chunks.end())
         return 0;
-    Chunk& chunk = m_chunks.front();
+    Chunk& chunk = *first;
     chunk.written += bytes;
     const std::size_t lines = linesIn(chunk);
     const std::size_t before = chunk.front;
@@ -184,30 +211,41 @@ std::size_t LineQueue::consume(std::size_t bytes) {
         ++chunk.front;
     const std::size_t completed = chunk.front - before;
     if (chunk.front == lines)
-        reuse(chunk);
+        reuse(first);
     return completed;
 }
 
 /// For a chunk whose lines were all written.
-void LineQueue::reuse(Chunk& chunk) {
+void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
+    Chunk& chunk = *emptied;
     if (&chunk != m_current.load(std::memory_order_relaxed)) {
-        m_spare.splice(m_spare.begin(), m_chunks, m_chunks.begin());
+        clear(chunk);
+        m_spare.splice(m_spare.begin(), m_chunks, emptied);
         return;
     }
-    std::uint64_t used = chunk.used.load(std::memory_order_acquire);
-    if (chunk.isGood(used)) {
-        // Another line may come meanwhile: then the chunk is needed as it is.
-        if (lineOf(used) != chunk.front ||
-            !chunk.used.compare_exchange_strong(used, CLOSED, std::memory_order_acquire))
-            return;
-    } else {
-        if (linesOfFullChunk(chunk) != chunk.front)
-            return;
-        chunk.used.store(CLOSED, std::memory_order_relaxed);
+    // In this order a signal handler in the middle of it finds no lines here, and begins another chunk.
+    chunk.lines = chunk.front;
+    m_current.store(nullptr, std::memory_order_relaxed);
+    if (!closeEmptied(chunk)) {
+        m_current.store(&chunk, std::memory_order_release);
+        return;
     }
     m_lastWasNeeded = m_lastWasNeeded || chunk.written > FIRST_CHUNK;
     chunk.touched = chunk.front + 1;
+    clear(chunk);
     open(chunk);
+}
+
+/// False when another line has come meanwhile: then the chunk is needed as it is.
+bool LineQueue::closeEmptied(Chunk& chunk) const {
+    std::uint64_t used = chunk.used.load(std::memory_order_acquire);
+    if (chunk.isGood(used))
+        return lineOf(used) == chunk.front &&
+               chunk.used.compare_exchange_strong(used, CLOSED, std::memory_order_acquire);
+    if (linesOfFullChunk(chunk) != chunk.front)
+        return false;
+    chunk.used.store(CLOSED, std::memory_order_relaxed);
+    return true;
 }
 
 // ---- Memory
@@ -232,7 +270,6 @@ void LineQueue::trim() {
 
 void LineQueue::retire(std::list<Chunk>& from, std::list<Chunk>::iterator chunk) {
     chunk->memory.reset();
-    chunk->touched = 0;
     m_retired.splice(m_retired.end(), from, chunk);
 }
 

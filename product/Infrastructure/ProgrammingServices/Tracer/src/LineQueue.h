@@ -160,10 +160,14 @@ private:
 
     Chunk& addChunk(std::size_t room);
     void close(Chunk& chunk);
+    static void clear(Chunk& chunk);
     void open(Chunk& chunk);
-    void reuse(Chunk& chunk);
+    void reuse(std::list<Chunk>::iterator emptied);
+    bool closeEmptied(Chunk& chunk) const;
     void retire(std::list<Chunk>& from, std::list<Chunk>::iterator chunk);
     std::size_t linesIn(const Chunk& chunk) const;
+    std::size_t waitingIn(const Chunk& chunk) const;
+    std::list<Chunk>::iterator firstChunkWithLines();
     std::size_t linesOfFullChunk(const Chunk& chunk) const;
     void await(const Chunk& chunk, std::size_t line) const;
     bool keepWaiting(int waits) const;

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 /// Tells most lines that the wall clock still shows the millisecond that it showed at the last look, by the
 /// ticks of a counter that is cheaper to read: the clock itself would take a quarter of a log line's time.
 ///
-/// How fast the counter runs is measured from look to look. Whatever is in doubt makes the next line look at
-/// the clock: no rate yet, a counter that stands still, jumps or goes back (a sleeping machine, another
-/// core), a look that was interrupted. A clock that is set anew is noticed at the next look, within a
-/// millisecond.
+/// How fast the counter runs is measured from look to look, and the smaller of the last two rates is
+/// believed: a clock that was set back, or a counter that jumped ahead, makes one too high. Whatever is in
+/// doubt makes the next line look at the clock: no rate yet, a counter that stands still, jumps or goes back
+/// (a sleeping machine, another core), a look that was interrupted. A clock that is set anew is noticed at
+/// the next look, within a millisecond.
 ///
 /// Not thread-safe.
 class MillisecondWatch {
@@ -40,10 +42,13 @@ private:
             return;
         const std::uint64_t ticks = before - m_start;
         const std::uint64_t doubt = m_startDoubt + (after - before);
-        if (passed > LONGEST || passed < 0)
-            m_ticksPerMicrosecond = 0;
-        else if (doubt < ticks / PRECISION)
-            m_ticksPerMicrosecond = ticks / static_cast<std::uint64_t>(passed);
+        if (passed > LONGEST || passed < 0) {
+            m_ticksPerMicrosecond = m_lastRate = 0;
+        } else if (doubt < ticks / PRECISION) {
+            const std::uint64_t rate = ticks / static_cast<std::uint64_t>(passed);
+            m_ticksPerMicrosecond = std::min(rate, m_lastRate);
+            m_lastRate = rate;
+        }
         m_start = before;
         m_startDoubt = after - before;
         m_startMicroseconds = microseconds;
@@ -52,6 +57,7 @@ private:
     std::uint64_t m_looked = 0;
     std::uint64_t m_ticksLeft = 0;
     std::uint64_t m_ticksPerMicrosecond = 0;
+    std::uint64_t m_lastRate = 0;
     // The look that the rate is measured from.
     std::uint64_t m_start = 0;
     std::uint64_t m_startDoubt = 0;

@@ -7,8 +7,9 @@
 #include <cstdint>
 
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
-/// does, byte for byte, in a fraction of its time. The format is taken apart beforehand; where it is a
-/// literal, the compiler does that.
+/// does in the "C" locale, byte for byte, in a fraction of its time: log files are read by programs, so the
+/// decimal point stays a point whatever locale a program has chosen. The format is taken apart beforehand;
+/// where it is a literal, the compiler does that.
 ///
 /// It knows %%, %c, %s, %d, %i, %u, %x and %X, with the lengths l, ll and z, a width and the flags
 /// "-" and "0" on integers, and %.0f to %.3f of ordinary size. Everything else is left to the caller's
