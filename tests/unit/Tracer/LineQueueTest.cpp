@@ -297,6 +297,48 @@ TEST_F(ReservedPlaces, AreThereAgainWhenAFullChunkWasWritten) {
     EXPECT_EQ(queue.bytes(), memory);
 }
 
+TEST_F(ReservedPlaces, ThatAreForgottenLeaveNothing) {
+    for (const std::string& order : std::vector<std::string>{"x", "ax", "xa", "xxaxxbxx", "axxxxb"}) {
+        std::string lines;
+        for (const char kind : order) {
+            const LineQueue::Place place = queue.reserve(2);
+            if (kind == 'x') {
+                place.forget();
+            } else {
+                fill(place, std::string(1, kind) + "\n");
+                lines += std::string(1, kind) + "\n";
+            }
+        }
+        const std::uint64_t left = queue.left();
+        EXPECT_EQ(queue.size(), order.size());
+        std::string written;
+        EXPECT_EQ(writeAll(queue, written), lines.size() / 2) << order;
+        EXPECT_EQ(written, lines) << order;
+        EXPECT_EQ(queue.left() - left, order.size());
+    }
+}
+
+TEST_F(ReservedPlaces, ThatAreForgottenMayFillAChunk) {
+    while (const LineQueue::Place place = queue.reserve(1000))
+        place.forget();
+    queue.push("behind\n");
+    std::string written;
+    EXPECT_EQ(writeAll(queue, written), 1U);
+    EXPECT_EQ(written, "behind\n");
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(ReservedPlaces, ThatAreForgottenInTheMiddleOfAWrittenLineLoseNothing) {
+    fill(queue.reserve(4), "one\n");
+    queue.reserve(4).forget();
+    fill(queue.reserve(4), "two\n");
+    EXPECT_EQ(queue.front(9), "one\n");
+    EXPECT_EQ(queue.consume(2), 0U);
+    EXPECT_EQ(queue.front(9), "e\n");
+    EXPECT_EQ(queue.consume(2), 1U);
+    EXPECT_EQ(queue.front(9), "two\n");
+}
+
 TEST_F(ReservedPlaces, LieInClearedMemory) {
     // Until its end is there, a reserved line is told by the 0 in its place, be it among former lines' texts.
     const std::string longLine(500, 'x');

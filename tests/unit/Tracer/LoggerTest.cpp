@@ -2,9 +2,13 @@
 #include "LogMessage.h"
 #include "Logged.h"
 
+#include <climits>
 #include <gmock/gmock.h>
 #include <regex>
+#include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 using testing::ElementsAre;
 
@@ -138,6 +142,36 @@ TEST_F(LoggerCore, ThreadNameIsNoPartOfALine) {
     }
     m_logger.PrintMsg(MSG_ERROR, "x");
     EXPECT_EQ(log(), "[ERROR  ] x\n");
+}
+
+TEST_F(LoggerCore, TheStampsOfManyThreadsAscend) {
+    m_logger.SetFileName("log");
+    m_logger.setMaximumLinesPerFile(INT_MAX);
+    m_logger.setPrintTime(true);
+    const int threadCount = 8;
+    const int linesOfEach = 50000;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back([&] {
+            for (int line = 0; line < linesOfEach; ++line)
+                m_logger.PrintMsg(MSG_ERROR, "x");
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    m_logger.FinishLogging();
+    std::istringstream lines(log());
+    std::string line;
+    std::string before;
+    int count = 0;
+    int stepsBack = 0;
+    for (; std::getline(lines, line); ++count) {
+        // At midnight the first stamp of a day is smaller than the last of the day before.
+        if (line < before && line.compare(0, 3, "[00") != 0)
+            ++stepsBack;
+        before = line;
+    }
+    EXPECT_EQ(stepsBack, 0);
+    EXPECT_EQ(count, threadCount * linesOfEach);
 }
 
 TEST_F(LoggerCore, ConsoleLinesAreDeliberatelyFollowedByAnEmptyLine) {

@@ -150,10 +150,9 @@ bool FileRing::writeLines(std::FILE* file, std::size_t& lines) {
     const std::int32_t room = m_lineCount < m_maximumLinesPerFile ? m_maximumLinesPerFile - m_lineCount : 1;
     const std::string_view text = m_queue.front(std::min(lines, static_cast<std::size_t>(room)));
     const std::size_t written = std::fwrite(text.data(), 1, text.size(), file);
-    const std::size_t completed = m_queue.consume(written);
-    m_lineCount += static_cast<std::int32_t>(completed);
-    m_linesWritten += completed;
-    lines -= completed;
+    const std::uint64_t left = m_queue.left();
+    m_lineCount += static_cast<std::int32_t>(m_queue.consume(written));
+    lines -= static_cast<std::size_t>(m_queue.left() - left);
     return written == text.size();
 }
 

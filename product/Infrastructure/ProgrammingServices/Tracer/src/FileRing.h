@@ -67,6 +67,8 @@ public:
     /// A place in the queue for a line of so many bytes, if there is one at once. Any thread, without the
     /// lock, while isQueueing().
     LineQueue::Place reserve(std::size_t length) { return m_queue.reserve(length); }
+    /// The same with the lock: there always is one.
+    LineQueue::Place makePlace(std::size_t length) { return m_queue.makePlace(length); }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
 
@@ -89,13 +91,13 @@ public:
     /// for ever.
     template <typename WriteOnFile>
     void drainAll(WriteOnFile writeOnFile) const {
-        const std::uint64_t wanted = m_linesWritten + waiting();
-        std::uint64_t before = m_linesWritten;
-        while (m_linesWritten < wanted) {
+        std::uint64_t before = m_queue.left();
+        const std::uint64_t wanted = before + waiting();
+        while (m_queue.left() < wanted) {
             writeOnFile();
-            if (m_linesWritten == before)
+            if (m_queue.left() == before)
                 return;
-            before = m_linesWritten;
+            before = m_queue.left();
         }
     }
 
@@ -133,6 +135,5 @@ private:
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
-    std::uint64_t m_linesWritten = 0; // since the beginning
     LineQueue m_queue;
 };

@@ -26,6 +26,13 @@ void LineQueue::refuse(Chunk& chunk, std::uint64_t before) {
         chunk.end(lineOf(before)).store(VOID_LINE, std::memory_order_release);
 }
 
+LineQueue::Place LineQueue::makePlace(std::size_t length) {
+    Place place = reserve(length);
+    while (!place)
+        place = reserveIn(addChunk(length), length);
+    return place;
+}
+
 void LineQueue::push(std::string_view line) {
     const void* const nul = line.empty() ? nullptr : std::memchr(line.data(), '\0', line.size());
     if (nul != nullptr)
@@ -35,9 +42,7 @@ void LineQueue::push(std::string_view line) {
         push(line.substr(0, LONGEST_PLACE));
         line.remove_prefix(LONGEST_PLACE);
     }
-    Place place = reserve(line.size());
-    while (!place)
-        place = reserveIn(addChunk(line.size()), line.size());
+    const Place place = makePlace(line.size());
     if (!line.empty())
         std::memcpy(place.text(), line.data(), line.size());
     place.finish();
@@ -144,10 +149,6 @@ std::size_t LineQueue::waitingIn(const Chunk& chunk) const {
     return lines > chunk.front ? lines - chunk.front : 0;
 }
 
-bool LineQueue::empty() const {
-    return size() == 0;
-}
-
 std::size_t LineQueue::size() const {
     std::size_t lines = 0;
     for (const Chunk& chunk : m_chunks)
@@ -192,10 +193,15 @@ std::string_view LineQueue::front(std::size_t lines) {
     if (lines == 0 || first == m_chunks.end())
         return {};
     Chunk& chunk = *first;
-    const std::size_t end = chunk.front + std::min(lines, waitingIn(chunk));
-    for (std::size_t line = chunk.front; line < end; ++line)
+    const std::size_t last = chunk.front + std::min(lines, waitingIn(chunk));
+    std::size_t end = chunk.written;
+    for (std::size_t line = chunk.front; line < last; ++line) {
         await(chunk, line);
-    return {chunk.text() + chunk.written, chunk.offsetBehind(end - 1) - chunk.written};
+        if (chunk.isForgotten(line))
+            break;
+        end = chunk.offsetBehind(line);
+    }
+    return {chunk.text() + chunk.written, end - chunk.written};
 }
 
 std::size_t LineQueue::consume(std::size_t bytes) {
@@ -205,11 +211,16 @@ std::size_t LineQueue::consume(std::size_t bytes) {
     Chunk& chunk = *first;
     chunk.written += bytes;
     const std::size_t lines = linesIn(chunk);
-    const std::size_t before = chunk.front;
-    // An end that is marked, or not there yet, is no smaller.
-    while (chunk.front < lines && chunk.end(chunk.front).load(std::memory_order_relaxed) - 1 <= chunk.written)
-        ++chunk.front;
-    const std::size_t completed = chunk.front - before;
+    std::size_t completed = 0;
+    for (; chunk.front < lines; ++chunk.front, ++m_left) {
+        const std::uint32_t end = chunk.end(chunk.front).load(std::memory_order_acquire);
+        if (end - 1 <= chunk.written) // one that is marked, or not there yet, is no smaller
+            ++completed;
+        else if ((end & (UNFINISHED | FORGOTTEN)) == FORGOTTEN)
+            chunk.written = chunk.offsetBehind(chunk.front);
+        else
+            break;
+    }
     if (chunk.front == lines)
         reuse(first);
     return completed;

@@ -34,6 +34,8 @@ public:
         char* text() const { return m_text; }
         /// To be called when they are all there, and soon: whoever writes the lines waits for it.
         void finish() const { m_end->store(m_value, std::memory_order_release); }
+        /// Instead: there is to be no line here. Its bytes are not looked at.
+        void forget() const { m_end->store(m_value | FORGOTTEN, std::memory_order_release); }
 
     private:
         friend class LineQueue;
@@ -54,9 +56,15 @@ public:
     }
     static constexpr std::size_t LONGEST_PLACE = std::size_t{64} * 1024 * 1024;
 
-    bool empty() const;
+    /// The lines that wait; places that were reserved and forgotten count until they have been passed over.
+    bool empty() const { return size() == 0; }
     std::size_t size() const;
+    /// How many of these have left the queue since the beginning.
+    std::uint64_t left() const { return m_left; }
 
+    /// A place for a line, with more memory if it takes that.
+    /// @param length  in bytes; at most LONGEST_PLACE
+    Place makePlace(std::size_t length);
     /// Appends one line. It ends at its first NUL byte, if it has one.
     void push(std::string_view line);
     /// Begins a line: where its bytes go, at most `room` of them, none of them NUL. One that was begun and
@@ -78,11 +86,12 @@ public:
     /// The line that was begun, so far.
     std::string_view lineInProgress(const char* end) const;
 
-    /// The unwritten bytes of the first lines, `lines` of them at most; fewer where a chunk ends, but always
-    /// some, unless none waits. Waits for a line that is not finished. Valid until the next push or consume.
+    /// The unwritten bytes of the first lines, `lines` of them at most; fewer where a chunk ends or a
+    /// forgotten place stands; none when that is the first. Waits for a line that is not finished. Valid
+    /// until the next push or consume.
     std::string_view front(std::size_t lines);
-    /// Removes the first `bytes` bytes, a prefix of front(); a line that was written in part keeps its rest.
-    /// Returns the number of lines that are now complete.
+    /// Removes the first `bytes` bytes, a prefix of front(), and the forgotten places behind them; a line
+    /// that was written in part keeps its rest. Returns the number of lines that are now complete.
     std::size_t consume(std::size_t bytes);
     /// From now on front() waits for a tenth of a second, no longer: for a process that ends in a signal
     /// handler, which may have interrupted the very thread that would finish the line. A line that stays
@@ -101,8 +110,10 @@ private:
     static std::size_t offsetOf(std::uint64_t used) { return static_cast<std::uint32_t>(used); }
     static std::size_t lineOf(std::uint64_t used) { return static_cast<std::size_t>(used >> 32); }
 
-    // The end of a line: its offset and one more, so that 0 is none. Until the line is finished it is marked.
+    // The end of a line: its offset and one more, so that 0 is none. It is marked until the line is finished,
+    // and when there is to be none.
     static constexpr std::uint32_t UNFINISHED = std::uint32_t{1} << 31;
+    static constexpr std::uint32_t FORGOTTEN = std::uint32_t{1} << 30;
     static constexpr std::uint32_t VOID_LINE = UINT32_MAX;
     static constexpr std::size_t END_SIZE = sizeof(std::atomic<std::uint32_t>);
     static_assert(END_SIZE == 4 && std::atomic<std::uint32_t>::is_always_lock_free &&
@@ -111,7 +122,7 @@ private:
 
     /// Text grows from the front of the memory, the ends of the lines from its back.
     struct Chunk {
-        /// @param size  in bytes, a multiple of an end's size, below 2^31
+        /// @param size  in bytes, a multiple of an end's size, below 2^30
         explicit Chunk(std::size_t size) : bytes(size) {}
 
         char* text() const { return memory.get(); }
@@ -127,7 +138,11 @@ private:
             return offsetOf(count) + (lineOf(count) + 1) * END_SIZE <= bytes;
         }
         std::size_t offsetBehind(std::size_t line) const {
-            return (end(line).load(std::memory_order_relaxed) & ~UNFINISHED) - 1;
+            return (end(line).load(std::memory_order_relaxed) & ~(UNFINISHED | FORGOTTEN)) - 1;
+        }
+        /// Of a finished one.
+        bool isForgotten(std::size_t line) const {
+            return (end(line).load(std::memory_order_relaxed) & FORGOTTEN) != 0;
         }
 
         const std::size_t bytes; // never changes: it decides whether a reservation was good
@@ -178,6 +193,7 @@ private:
     std::list<Chunk> m_spare;
     std::list<Chunk> m_retired; // without memory
     bool m_inHurry = false;
+    std::uint64_t m_left = 0;
     // Since the last trim: the chunks that were begun, and whether the last one was more than the smallest.
     std::size_t m_begun = 0;
     bool m_lastWasNeeded = false;

@@ -170,19 +170,47 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
         line.put(text.view());
         line.put('\n');
     };
-    if (const LineQueue::Place place = ReservePlace(length)) {
+    if (const LineQueue::Place place = InItsTime<&Logger::ReservePlace>(printTime, length)) {
         put(place.text());
         place.finish();
         return;
     }
     const KFLock lock(m_lock);
+    if (m_ring.isQueueing()) {
+        const LineQueue::Place place = InItsTime<&Logger::MakePlace>(printTime, length);
+        put(place.text());
+        place.finish();
+        WriteIfDirect();
+        return;
+    }
+    if (printTime)
+        timeStamp.take();
     std::string line(length, '\0');
     put(line.data());
     PrintString(line);
 }
 
+/// Reserves a place in the very millisecond that the line is stamped with, or the stamps in a file would not
+/// ascend: other threads may have reserved theirs while this one did not run.
+template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
+LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
+    if (!printTime)
+        return (this->*RESERVE)(length);
+    timeStamp.take();
+    LineQueue::Place place = (this->*RESERVE)(length);
+    while (place && !timeStamp.take()) {
+        place.forget();
+        place = (this->*RESERVE)(length);
+    }
+    return place;
+}
+
 LineQueue::Place Logger::ReservePlace(std::size_t length) {
     return m_isQueueing.load(std::memory_order_relaxed) ? m_ring.reserve(length) : LineQueue::Place();
+}
+
+LineQueue::Place Logger::MakePlace(std::size_t length) {
+    return m_ring.makePlace(length);
 }
 
 void Logger::UpdateQueueing() {
@@ -207,7 +235,7 @@ void Logger::PrintMsgType(std::string_view tag, LineWriter& line) {
 }
 
 void Logger::PrintTime(LineWriter& line) {
-    timeStamp.putNow(line);
+    line.put(timeStamp.text());
 }
 
 void Logger::WriteOnFile() {

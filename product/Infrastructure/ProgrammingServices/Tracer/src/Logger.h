@@ -124,7 +124,10 @@ private:
     static void PrintMsgType(std::string_view tag, LineWriter& line);
     static void PrintTime(LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
+    template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
+    LineQueue::Place InItsTime(bool printTime, std::size_t length);
     LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
+    LineQueue::Place MakePlace(std::size_t length) KF_REQUIRES(m_lock);
     void WriteIfDirect() KF_REQUIRES(m_lock);
     void ReleaseWhatIsLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 

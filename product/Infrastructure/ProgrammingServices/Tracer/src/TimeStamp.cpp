@@ -3,15 +3,18 @@
 #include <cstdio>
 #include <sys/time.h>
 
-void TimeStamp::lookAtClock(std::uint64_t ticks) {
+bool TimeStamp::lookAtClock(std::uint64_t ticks) {
     timeval now;
     gettimeofday(&now, nullptr);
     m_watch.look(ticks, processorTicks(), now.tv_sec * std::int64_t{1000000} + now.tv_usec);
+    const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
+    if (now.tv_sec == m_second && milliseconds == m_millisecond)
+        return true;
     if (now.tv_sec != m_second)
         beginSecond(now.tv_sec);
-    const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
     if (milliseconds != m_millisecond)
         beginMillisecond(milliseconds);
+    return false;
 }
 
 void TimeStamp::beginMillisecond(unsigned int milliseconds) {

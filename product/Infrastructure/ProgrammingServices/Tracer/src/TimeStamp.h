@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <string_view>
 
 /// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
 /// converting to local time is what costs, and many lines have the same millisecond.
@@ -15,16 +16,21 @@ class TimeStamp {
 public:
     static constexpr std::size_t LENGTH = 14;
 
-    /// Puts the current time, without a blank behind it: LENGTH bytes.
-    void putNow(LineWriter& line) {
+    /// Takes the current time. Returns whether it still is what was taken last.
+    bool take() {
         const std::uint64_t ticks = processorTicks();
-        if (!m_watch.isSameMillisecond(ticks))
-            lookAtClock(ticks);
-        line.put(std::string_view(m_text, LENGTH));
+        return m_watch.isSameMillisecond(ticks) || lookAtClock(ticks);
+    }
+    /// The time that was taken, without a blank behind it: LENGTH bytes.
+    std::string_view text() const { return {m_text, LENGTH}; }
+    /// Puts the current time.
+    void putNow(LineWriter& line) {
+        take();
+        line.put(text());
     }
 
 private:
-    void lookAtClock(std::uint64_t ticks);
+    bool lookAtClock(std::uint64_t ticks);
     void beginSecond(std::time_t second);
     void beginMillisecond(unsigned int milliseconds);
 
