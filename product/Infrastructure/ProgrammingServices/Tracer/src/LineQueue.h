@@ -48,7 +48,8 @@ public:
     LineQueue(const LineQueue&) = delete;
     LineQueue& operator=(const LineQueue&) = delete;
 
-    /// A place for a line, if the memory that is there has one. Any thread, without the lock.
+    /// A place for a line, if the memory that is there has one. Any thread, without the lock. What a thread
+    /// did before has happened for those who reserve theirs behind it.
     /// @param length  in bytes; at most LONGEST_PLACE
     Place reserve(std::size_t length) {
         Chunk* const chunk = m_current.load(std::memory_order_acquire);
@@ -159,7 +160,7 @@ private:
     static Place reserveIn(Chunk& chunk, std::size_t length) {
         if (length > chunk.bytes)
             return Place();
-        const std::uint64_t before = chunk.used.fetch_add(ONE_LINE + length, std::memory_order_acquire);
+        const std::uint64_t before = chunk.used.fetch_add(ONE_LINE + length, std::memory_order_acq_rel);
         if (!chunk.hasRoom(before, length)) {
             refuse(chunk, before);
             return Place();

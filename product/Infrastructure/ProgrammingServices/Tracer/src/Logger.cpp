@@ -17,6 +17,21 @@ namespace {
 // A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
 thread_local TimeStamp timeStamp;
 
+/// The living threads that stamp lines. One alone need not look whether others overtake it.
+class StampingThreads {
+public:
+    /// To be called before the first line is reserved.
+    static void addThisOne() { thread_local const StampingThreads thisOne; }
+    /// To be called when a line has been reserved: then those are counted that reserved theirs before it.
+    static bool areSeveral() { return ms_count.load(std::memory_order_relaxed) > 1; }
+
+private:
+    StampingThreads() { ms_count.fetch_add(1, std::memory_order_relaxed); }
+    ~StampingThreads() { ms_count.fetch_sub(1, std::memory_order_relaxed); }
+    static std::atomic<int> ms_count;
+};
+std::atomic<int> StampingThreads::ms_count{0};
+
 std::string_view tagOf(LoggerMsgType type) {
     switch (type) {
     case MSG_DEBUG:
@@ -196,9 +211,10 @@ template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
 LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
     if (!printTime)
         return (this->*RESERVE)(length);
-    timeStamp.take();
+    if (!timeStamp.take())
+        StampingThreads::addThisOne();
     LineQueue::Place place = (this->*RESERVE)(length);
-    while (place && !timeStamp.take()) {
+    while (place && StampingThreads::areSeveral() && !timeStamp.take()) {
         place.forget();
         place = (this->*RESERVE)(length);
     }
