@@ -127,7 +127,7 @@ private:
     template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
     LineQueue::Place InItsTime(bool printTime, std::size_t length);
     LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
-    LineQueue::Place MakePlace(std::size_t length) KF_REQUIRES(m_lock);
+    LineQueue::Place MakePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS;    // which does
     void WriteIfDirect() KF_REQUIRES(m_lock);
     void ReleaseWhatIsLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 
