@@ -13,7 +13,6 @@
 #include <memory>
 #include <mutex>
 #include <sys/stat.h>
-#include <system_error>
 #include <time.h>
 #include <unistd.h>
 
@@ -88,18 +87,22 @@ private:
     char m_path[3 * sizeof(long)];
 };
 
-/// What this process or the machine lacks says nothing about the process that was looked at.
+/// Thrown: what this process or the machine lacks says nothing about the process that was looked at.
+struct LackOfMeans {
+    int error;
+};
+
 bool isLackOfMeans(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
 /// A file of /proc or a script; nothing when it is not there or not for this user. Neither grows meanwhile,
 /// so that less than was asked for is the end: one call fewer for each of some hundred processes. Throws
-/// std::system_error when it cannot be told what is in it.
+/// LackOfMeans when it cannot be told what is in it.
 std::string readUpTo(const Place& place, size_t limit, int flags = 0) {
     const int file = ::openat(place.folder, place.path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     if (file < 0 && isLackOfMeans(errno))
-        throw std::system_error(errno, std::generic_category());
+        throw LackOfMeans{errno};
     if (file < 0)
         return std::string();
     std::string content(std::min<size_t>(limit, 8192), '\0');
@@ -192,7 +195,7 @@ UInt64 startTimeOf(const ProcessFolder& process) {
     return at == std::string::npos ? 0 : std::strtoull(status.c_str() + at, nullptr, 10);
 }
 
-/// Whether the process is a running application, and which. Throws std::system_error when it cannot be told.
+/// Whether the process is a running application, and which. Throws LackOfMeans when it cannot be told.
 bool inspect(const ProcessList& list, pid_t pid, const std::string& root, RunningApplication& application) {
     const ProcessFolder process(list, pid);
     const Place executable = process.file("exe");
@@ -400,9 +403,9 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
                 applications.push_back(std::move(application));
             return isOne;
         });
-    } catch (const std::system_error& error) {
+    } catch (const LackOfMeans& lack) {
         applications.clear();
-        return error.code().value();
+        return lack.error;
     }
     std::sort(
         applications.begin(), applications.end(),
@@ -441,8 +444,8 @@ int findRunningApplication(pid_t pid, RunningApplication& application) {
         return errno;
     try {
         return inspect(list, pid, rootFolder(), application) ? 0 : ESRCH;
-    } catch (const std::system_error& error) {
-        return error.code().value();
+    } catch (const LackOfMeans& lack) {
+        return lack.error;
     }
 }
 
