@@ -29,9 +29,9 @@ enum { kProcessDictionaryIncludeAllInformationMask = static_cast<int>(0xFFFFFFFF
 /// follow go through the list taken last, in ascending order of process ids, so a walk ends even where
 /// processes come and go. A serial number whose process has ended meanwhile is stepped over like any other.
 /// @param psn  in: the application to step from; out: the next one, or {0, kNoProcess} after the last
-/// @return noErr; procNotFound: there is no further one, or /proc cannot be read (never another error for
-/// that: callers
-///         ask again after any error but this one); paramErr: `psn` is null
+/// @return noErr; procNotFound: there is no further one, or the list cannot be told, for instance without a
+///     descriptor to read /proc (never another error for that: callers ask again after any error but this
+///     one); paramErr: `psn` is null
 OSErr GetNextProcess(ProcessSerialNumber* psn);
 
 /// Tells about one application.
