@@ -383,6 +383,30 @@ TEST_F(LoggerRing, FinishingWritesWhatWaitsAndDiscardsNoneOfItForALineThatComesM
     EXPECT_EQ(ring.waiting(), 1U);
 }
 
+TEST_F(LoggerRing, PlacesThatAreForgottenDuringADrainDoNotHoldItUp) {
+    FileRing ring("Ring", true);
+    ring.setBaseName(m_folder / "log");
+    ring.beginAnew();
+    ring.put("first\n");
+    std::atomic<bool> isOver(false);
+    std::thread forgetful([&] {
+        while (!isOver) {
+            if (const LineQueue::Place place = ring.reserve(3))
+                place.forget();
+        }
+    });
+    std::string expected = "first\n";
+    for (int line = 0; line < 2000; ++line) {
+        ring.put(std::to_string(line) + "\n");
+        EXPECT_EQ(ring.drain(), FileRing::Drain::Done);
+        expected += std::to_string(line) + "\n";
+    }
+    isOver = true;
+    forgetful.join();
+    ring.drain();
+    EXPECT_EQ(log(), expected);
+}
+
 // A pipe that nobody reads from stands for a disk that is slow.
 TEST_F(LoggerRing, ThreadsThatLogDoNotWaitForTheDisk) {
     ASSERT_EQ(mkfifo(path(0).c_str(), 0600), 0);

@@ -152,7 +152,7 @@ bool FileRing::writeLines(std::FILE* file, std::size_t& lines) {
     const std::size_t written = std::fwrite(text.data(), 1, text.size(), file);
     const std::uint64_t left = m_queue.left();
     m_lineCount += static_cast<std::int32_t>(m_queue.consume(written));
-    lines -= static_cast<std::size_t>(m_queue.left() - left);
+    lines -= std::min(lines, static_cast<std::size_t>(m_queue.left() - left)); // some may have come meanwhile
     return written == text.size();
 }
 
