@@ -17,20 +17,26 @@ namespace {
 // A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
 thread_local TimeStamp timeStamp;
 
-/// The living threads that stamp lines. One alone need not look whether others overtake it.
+/// The threads that stamp lines. One alone need not look whether others overtake it.
 class StampingThreads {
 public:
-    /// To be called before the first line is reserved.
+    /// To be called before this thread reserves its first line.
     static void addThisOne() { thread_local const StampingThreads thisOne; }
-    /// To be called when a line has been reserved: then those are counted that reserved theirs before it.
-    static bool areSeveral() { return ms_count.load(std::memory_order_relaxed) > 1; }
+    /// How many have begun; 0 while several live. A thread that finds the same number before it takes the
+    /// time and when it has reserved a line was alone in between.
+    static unsigned int begunWhileOneLives() {
+        const unsigned int begun = ms_begun.load(std::memory_order_relaxed);
+        return begun - ms_ended.load(std::memory_order_relaxed) <= 1 ? begun : 0;
+    }
 
 private:
-    StampingThreads() { ms_count.fetch_add(1, std::memory_order_relaxed); }
-    ~StampingThreads() { ms_count.fetch_sub(1, std::memory_order_relaxed); }
-    static std::atomic<int> ms_count;
+    StampingThreads() { ms_begun.fetch_add(1, std::memory_order_relaxed); }
+    ~StampingThreads() { ms_ended.fetch_add(1, std::memory_order_relaxed); }
+    static std::atomic<unsigned int> ms_begun;
+    static std::atomic<unsigned int> ms_ended;
 };
-std::atomic<int> StampingThreads::ms_count{0};
+std::atomic<unsigned int> StampingThreads::ms_begun{0};
+std::atomic<unsigned int> StampingThreads::ms_ended{0};
 
 std::string_view tagOf(LoggerMsgType type) {
     switch (type) {
@@ -211,10 +217,12 @@ template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
 LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
     if (!printTime)
         return (this->*RESERVE)(length);
+    const unsigned int begun = StampingThreads::begunWhileOneLives();
     if (!timeStamp.take())
         StampingThreads::addThisOne();
     LineQueue::Place place = (this->*RESERVE)(length);
-    while (place && StampingThreads::areSeveral() && !timeStamp.take()) {
+    const auto wasAlone = [begun] { return begun != 0 && begun == StampingThreads::begunWhileOneLives(); };
+    while (place && !wasAlone() && !timeStamp.take()) {
         place.forget();
         place = (this->*RESERVE)(length);
     }
