@@ -67,7 +67,7 @@ class SharedMemory {
 public:
     /// False when there is no memory.
     bool prepare() {
-        if (m_owner != ::getpid()) {
+        if (m_content == nullptr || m_owner != ::getpid()) {
             void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
                                   MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
             if (memory == MAP_FAILED)
