@@ -38,6 +38,14 @@ private:
 std::atomic<unsigned int> StampingThreads::ms_begun{0};
 std::atomic<unsigned int> StampingThreads::ms_ended{0};
 
+/// Takes the time for this thread's next line. Returns whether it still is that of its last one.
+bool takeTime() {
+    const bool isSame = timeStamp.take();
+    if (!isSame) // so it is before the very first line
+        StampingThreads::addThisOne();
+    return isSame;
+}
+
 std::string_view tagOf(LoggerMsgType type) {
     switch (type) {
     case MSG_DEBUG:
@@ -205,7 +213,7 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
         return;
     }
     if (printTime)
-        timeStamp.take();
+        takeTime();
     std::string line(length, '\0');
     put(line.data());
     PrintString(line);
@@ -218,11 +226,10 @@ LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
     if (!printTime)
         return (this->*RESERVE)(length);
     const unsigned int begun = StampingThreads::begunWhileOneLives();
-    if (!timeStamp.take())
-        StampingThreads::addThisOne();
+    takeTime();
     LineQueue::Place place = (this->*RESERVE)(length);
     const auto wasAlone = [begun] { return begun != 0 && begun == StampingThreads::begunWhileOneLives(); };
-    while (place && !wasAlone() && !timeStamp.take()) {
+    while (place && !wasAlone() && !takeTime()) {
         place.forget();
         place = (this->*RESERVE)(length);
     }
