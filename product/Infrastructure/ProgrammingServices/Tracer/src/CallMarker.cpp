@@ -26,8 +26,11 @@ void CallMarker::PrintMsg(TraceMsgType type, const QuickFormat& quick, const cha
     ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
     if (threadTracer == nullptr)
         return;
-    std::va_list arguments;
-    va_start(arguments, format);
-    threadTracer->PrintText(type, MessageText(quick, format, arguments));
-    va_end(arguments);
+    ArgumentList arguments;
+    std::va_list again;
+    va_start(arguments.list, format);
+    va_start(again, format);
+    threadTracer->PrintText(type, MessageText(quick, format, arguments, again));
+    va_end(again);
+    va_end(arguments.list);
 }

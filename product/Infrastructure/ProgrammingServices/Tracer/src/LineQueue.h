@@ -33,15 +33,16 @@ public:
         /// For as many bytes as were asked for, none of them NUL.
         char* text() const { return m_text; }
         /// To be called when they are all there, and soon: whoever writes the lines waits for it.
-        void finish() const { m_end->store(m_value, std::memory_order_release); }
+        void finish() const { m_end->store(offset(), std::memory_order_release); }
         /// Instead: there is to be no line here. Its bytes are not looked at.
-        void forget() const { m_end->store(m_value | FORGOTTEN, std::memory_order_release); }
+        void forget() const { m_end->store(offset() | FORGOTTEN, std::memory_order_release); }
 
     private:
         friend class LineQueue;
+        std::uint32_t offset() const { return m_end->load(std::memory_order_relaxed) & ~UNFINISHED; }
+        // No more than these two: functions return them in registers.
         char* m_text = nullptr;
         std::atomic<std::uint32_t>* m_end = nullptr;
-        std::uint32_t m_value = 0;
     };
 
     LineQueue() = default;
@@ -168,8 +169,8 @@ private:
         Place place;
         place.m_text = chunk.text() + offsetOf(before);
         place.m_end = &chunk.end(lineOf(before));
-        place.m_value = static_cast<std::uint32_t>(offsetOf(before) + length + 1);
-        place.m_end->store(place.m_value | UNFINISHED, std::memory_order_relaxed);
+        const std::uint32_t offset = static_cast<std::uint32_t>(offsetOf(before) + length + 1);
+        place.m_end->store(offset | UNFINISHED, std::memory_order_relaxed);
         return place;
     }
     static void refuse(Chunk& chunk, std::uint64_t before);

@@ -180,10 +180,13 @@ void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
 }
 
 void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    const MessageText text(quick, format, arguments);
-    va_end(arguments);
+    ArgumentList arguments;
+    std::va_list again;
+    va_start(arguments.list, format);
+    va_start(again, format);
+    const MessageText text(quick, format, arguments, again);
+    va_end(again);
+    va_end(arguments.list);
     PrintText(type, text);
 }
 

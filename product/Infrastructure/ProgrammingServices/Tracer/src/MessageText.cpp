@@ -7,15 +7,25 @@ namespace {
 constexpr char CUT_MARK[] = " ...";
 } // namespace
 
-MessageText::MessageText(const char* format, std::va_list arguments)
-    : MessageText(QuickFormat(format), format, arguments) {}
+MessageText::MessageText(const char* format, std::va_list arguments) {
+    ArgumentList copy;
+    va_copy(copy.list, arguments);
+    if (!formatQuickly(QuickFormat(format), format, copy))
+        formatSlowly(format, arguments);
+    va_end(copy.list);
+}
 
-MessageText::MessageText(const QuickFormat& quick, const char* format, std::va_list arguments) {
+MessageText::MessageText(const QuickFormat& quick, const char* format, ArgumentList& arguments,
+                         std::va_list again) {
+    if (!formatQuickly(quick, format, arguments))
+        formatSlowly(format, again);
+}
+
+bool MessageText::formatQuickly(const QuickFormat& quick, const char* format, ArgumentList& arguments) {
     const int length = quick.write(m_short, STACK_LIMIT, format, arguments);
     if (length >= 0)
         m_length = static_cast<std::size_t>(length);
-    else
-        formatSlowly(format, arguments);
+    return length >= 0;
 }
 
 void MessageText::formatSlowly(const char* format, std::va_list arguments) {

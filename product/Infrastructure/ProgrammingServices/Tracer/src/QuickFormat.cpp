@@ -167,17 +167,7 @@ bool putFixed(Output& output, unsigned precision, double value) {
     }
 }
 
-/// A list that is taken from by several functions: passed by itself, it would be a copy on some systems.
-struct Arguments {
-    explicit Arguments(std::va_list from) { va_copy(list, from); }
-    ~Arguments() { va_end(list); }
-    Arguments(const Arguments&) = delete;
-    Arguments& operator=(const Arguments&) = delete;
-
-    std::va_list list;
-};
-
-void putSigned(Output& output, const QuickFormat::Piece& piece, Arguments& arguments) {
+void putSigned(Output& output, const QuickFormat::Piece& piece, ArgumentList& arguments) {
     std::int64_t value = 0;
     switch (piece.argument) {
     case QuickFormat::Argument::Plain:
@@ -197,7 +187,7 @@ void putSigned(Output& output, const QuickFormat::Piece& piece, Arguments& argum
     putInteger(output, piece, value < 0, value < 0 ? 0 - bits : bits);
 }
 
-void putUnsigned(Output& output, const QuickFormat::Piece& piece, Arguments& arguments) {
+void putUnsigned(Output& output, const QuickFormat::Piece& piece, ArgumentList& arguments) {
     std::uint64_t value = 0;
     switch (piece.argument) {
     case QuickFormat::Argument::Plain:
@@ -218,9 +208,8 @@ void putUnsigned(Output& output, const QuickFormat::Piece& piece, Arguments& arg
 
 } // namespace
 
-int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const {
+int QuickFormat::write(char* buffer, std::size_t size, const char* format, ArgumentList& arguments) const {
     Output output(buffer, size);
-    Arguments rest(arguments);
     for (const Piece* piece = m_pieces; !output.isFull(); ++piece) {
         output.put(format + piece->text, piece->length);
         switch (piece->kind) {
@@ -231,33 +220,33 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
         case Kind::PercentSign: // stands at the text's end
             break;
         case Kind::Text: {
-            const char* const text = va_arg(rest.list, const char*);
+            const char* const text = va_arg(arguments.list, const char*);
             if (text == nullptr)
                 return -1;
             output.put(text, std::strlen(text));
             break;
         }
         case Kind::Int: {
-            const int value = va_arg(rest.list, int);
+            const int value = va_arg(arguments.list, int);
             const std::uint32_t bits = static_cast<std::uint32_t>(value);
             putPlainInteger(output, value < 0, value < 0 ? 0u - bits : bits);
             break;
         }
         case Kind::Signed:
-            putSigned(output, *piece, rest);
+            putSigned(output, *piece, arguments);
             break;
         case Kind::Unsigned:
-            putUnsigned(output, *piece, rest);
+            putUnsigned(output, *piece, arguments);
             break;
         case Kind::Character: {
-            const char character = static_cast<char>(va_arg(rest.list, int));
+            const char character = static_cast<char>(va_arg(arguments.list, int));
             if (character == '\0') // where the text would end
                 return -1;
             output.put(character);
             break;
         }
         case Kind::Decimals:
-            if (!putFixed(output, piece->precision, va_arg(rest.list, double)))
+            if (!putFixed(output, piece->precision, va_arg(arguments.list, double)))
                 return -1;
             break;
         }

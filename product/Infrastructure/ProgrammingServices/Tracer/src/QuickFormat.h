@@ -6,6 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 
+/// The arguments of a call, for functions that take from them one after the other: passed by itself, the list
+/// would be a copy on some systems. Begin it with va_start, twice where the arguments are needed twice: the
+/// first look at a va_copy waits until the processor has written all of the copy, a tenth of a log line's
+/// time.
+struct ArgumentList {
+    std::va_list list;
+};
+
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
 /// does in the "C" locale, byte for byte, in a fraction of its time: log files are read by programs, so the
 /// decimal point stays a point whatever locale a program has chosen. The format is taken apart beforehand;
@@ -75,10 +83,9 @@ public:
     /// @param buffer  receives the text and a terminating zero; undefined after a refusal
     /// @param size    of the buffer, in bytes
     /// @param format  the one that this was made of
-    /// @param arguments  are not used up: the list stays as it is
+    /// @param arguments  are taken from the list, also those of a refusal
     /// @return the text's length, or -1 when the format, an argument or the buffer's size is not for it
-    int write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const
-        KF_PRINTF_LIKE(4, 0);
+    int write(char* buffer, std::size_t size, const char* format, ArgumentList& arguments) const;
 
 private:
     static constexpr int MAXIMUM_WIDTH = 100;
