@@ -2,6 +2,8 @@
 // around it. No call is timed from inside: each program tells through a pipe when it waits for events, each
 // started application when its main() runs.
 //
+// "bare" starts the application whether or not it runs; "bare-asking" looks for it first, as ours does.
+//
 // Floors: the start of the application alone, and a program that does nothing but wait. zevo-quiet is our
 // launcher with trace and log switched off. cost_ns is one arrival, one start, or the processor's time in a
 // second without events.
@@ -57,9 +59,11 @@ public:
         m_machine.install("logger_launcher.cfg", NO_LOG);
         startLauncher();
     }
-    void startBare() {
-        start({ZEVO_BARE_LAUNCHER, hexadecimal(m_modem.vendor), hexadecimal(m_modem.product),
-               m_machine.executableOf(Bundle::mainApplication)});
+    void startBare() { start(bareCommand()); }
+    void startBareAsking() {
+        std::vector<std::string> command = bareCommand();
+        command.push_back("unless-it-runs");
+        start(command);
     }
     void startUdevadm() { start({ZEVO_UDEVADM, "monitor", "--udev", "--subsystem-match=usb/usb_device"}); }
     void startPyudev() {
@@ -117,6 +121,11 @@ private:
         char text[16];
         std::snprintf(text, sizeof text, "%04x", value);
         return text;
+    }
+
+    std::vector<std::string> bareCommand() const {
+        return {ZEVO_BARE_LAUNCHER, hexadecimal(m_modem.vendor), hexadecimal(m_modem.product),
+                m_machine.executableOf(Bundle::mainApplication)};
     }
 
     static void installApplication(const std::string& place) {
@@ -290,6 +299,7 @@ void addAll() {
     addArrival("zevo", &Bench::startLauncher, true);
     addArrival("zevo-quiet", &Bench::startQuietLauncher, true);
     addArrival("bare", &Bench::startBare, false);
+    addArrival("bare-asking", &Bench::startBareAsking, false);
     addArrivalFloor();
     addStart("zevo", &Bench::startLauncher);
     addStart("zevo-quiet", &Bench::startQuietLauncher);

@@ -1,14 +1,38 @@
 /* The least that does a launcher's job: bare-launcher <vendor> <product> <executable> looks at the USB
-   devices that are there, waits for others, and starts the executable when one has the two identifiers. */
+   devices that are there, waits for others, and starts the executable when one has the two identifiers. With
+   a fourth argument, it does so unless the executable runs: it asks every process which one it is. */
 
+#include <dirent.h>
 #include <libudev.h>
+#include <limits.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 extern char** environ;
+
+static int isRunning(const char* executable) {
+    DIR* processes = opendir("/proc");
+    const size_t length = strlen(executable);
+    int isFound = 0;
+    const struct dirent* entry = NULL;
+    while (processes && !isFound && (entry = readdir(processes))) {
+        char link[sizeof entry->d_name + sizeof "/proc//exe"];
+        char program[PATH_MAX];
+        if (entry->d_name[0] < '1' || entry->d_name[0] > '9')
+            continue;
+        snprintf(link, sizeof link, "/proc/%s/exe", entry->d_name);
+        isFound = readlink(link, program, sizeof program) == (ssize_t)length &&
+                  memcmp(program, executable, length) == 0;
+    }
+    if (processes)
+        closedir(processes);
+    return isFound;
+}
 
 static int isWanted(struct udev_device* device, char** arguments) {
     const char* vendor = udev_device_get_sysattr_value(device, "idVendor");
@@ -16,10 +40,12 @@ static int isWanted(struct udev_device* device, char** arguments) {
     return vendor && product && strcmp(vendor, arguments[1]) == 0 && strcmp(product, arguments[2]) == 0;
 }
 
-static void start(char* executable) {
-    char* const arguments[] = {executable, NULL};
+static void start(char** arguments) {
+    char* const executable = arguments[3];
+    char* const itsArguments[] = {executable, NULL};
     pid_t pid = 0;
-    posix_spawn(&pid, executable, NULL, NULL, arguments, environ);
+    if (!arguments[4] || !isRunning(executable))
+        posix_spawn(&pid, executable, NULL, NULL, itsArguments, environ);
 }
 
 static void lookAtPresentDevices(struct udev* context, char** arguments) {
@@ -31,7 +57,7 @@ static void lookAtPresentDevices(struct udev* context, char** arguments) {
     udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(list)) {
         struct udev_device* device = udev_device_new_from_syspath(context, udev_list_entry_get_name(entry));
         if (device && isWanted(device, arguments))
-            start(arguments[3]);
+            start(arguments);
         udev_device_unref(device);
     }
     udev_enumerate_unref(list);
@@ -40,11 +66,11 @@ static void lookAtPresentDevices(struct udev* context, char** arguments) {
 static void handle(struct udev_device* device, char** arguments) {
     const char* action = udev_device_get_action(device);
     if (action && strcmp(action, "add") == 0 && isWanted(device, arguments))
-        start(arguments[3]);
+        start(arguments);
 }
 
 int main(int argumentCount, char** arguments) {
-    if (argumentCount != 4)
+    if (argumentCount != 4 && argumentCount != 5)
         return 2;
     signal(SIGCHLD, SIG_IGN);
     struct udev* context = udev_new();
