@@ -5,7 +5,7 @@
 //   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost, which
 //                     the floor shows, is part of each
 //   log-end-to-end    by lines, from the first call until the last line is in the file
-//   log-line-memory   what a waiting line takes, and of that its own bytes (few lines take one large page)
+//   log-line-memory   what a waiting line takes, and of that its own bytes
 //
 // Each logger has written as many lines before the first three, so that its memory is there;
 // "zevo-first-burst" has not. After each run the lines in the file are counted: who has dropped one is an

@@ -219,6 +219,29 @@ TEST(LineQueue, AWaitingLineTakesItsBytesAndFewMore) {
     EXPECT_LE(queue.bytes(), lines * (line.size() + 8));
 }
 
+TEST(LineQueue, ABurstOfAnySizeTakesAtMostThreeTimesItsLines) {
+    const std::string line(77, 'x');
+    for (const std::size_t lines : {1000U, 3000U, 10000U, 30000U, 100000U}) {
+        LineQueue queue;
+        for (std::size_t i = 0; i < lines; ++i)
+            queue.push(line);
+        EXPECT_LE(queue.bytes(), 3 * lines * (line.size() + 4)) << lines;
+    }
+}
+
+TEST(LineQueue, ALineThatNoUsualChunkHoldsGetsOneOfItsOwn) {
+    for (const std::size_t length : {std::size_t{100000}, 5 * LARGE_BUFFER_UNIT}) {
+        LineQueue queue;
+        const std::string line(length, 'x');
+        queue.push("one\n");
+        queue.push(line);
+        EXPECT_LE(queue.bytes(), 65536 + length + LARGE_BUFFER_UNIT);
+        std::string written;
+        writeAll(queue, written);
+        EXPECT_EQ(written, "one\n" + line);
+    }
+}
+
 // ---- places for lines of any thread
 
 TEST(LineQueue, HasNoPlaceBeforeThereIsMemory) {

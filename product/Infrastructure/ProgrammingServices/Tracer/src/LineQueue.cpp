@@ -68,10 +68,7 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     if (spare != m_spare.end()) {
         m_chunks.splice(m_chunks.end(), m_spare, spare);
     } else {
-        const std::size_t usual = m_chunks.empty() ? FIRST_CHUNK : LARGE_BUFFER_UNIT;
-        const std::size_t bytes =
-            needed <= usual ? usual
-                            : (needed + LARGE_BUFFER_UNIT - 1) / LARGE_BUFFER_UNIT * LARGE_BUFFER_UNIT;
+        const std::size_t bytes = sizeForNextChunk(needed);
         LargeBuffer memory = makeLargeBuffer(bytes);
         const auto retired = std::find_if(m_retired.begin(), m_retired.end(),
                                           [bytes](const Chunk& chunk) { return chunk.bytes == bytes; });
@@ -84,6 +81,17 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     ++m_begun;
     open(m_chunks.back());
     return m_chunks.back();
+}
+
+/// Twice the last one, so that a small burst does not pay for a large page; at most such a page, unless one
+/// line needs more.
+std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
+    std::size_t bytes = m_chunks.empty() ? FIRST_CHUNK : 2 * m_chunks.back().bytes;
+    while (bytes < needed)
+        bytes *= 2;
+    if (bytes <= LARGE_BUFFER_UNIT)
+        return bytes;
+    return (needed + LARGE_BUFFER_UNIT - 1) / LARGE_BUFFER_UNIT * LARGE_BUFFER_UNIT;
 }
 
 /// Nothing is added to it any more.

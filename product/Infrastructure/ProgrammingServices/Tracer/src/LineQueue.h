@@ -176,6 +176,7 @@ private:
     static void refuse(Chunk& chunk, std::uint64_t before);
 
     Chunk& addChunk(std::size_t room);
+    std::size_t sizeForNextChunk(std::size_t needed) const;
     void close(Chunk& chunk);
     static void clear(Chunk& chunk);
     void open(Chunk& chunk);
