@@ -2,6 +2,7 @@
 
 #include "ContractChecks.h"
 #include "KFLock.h"
+#include "LatestMillisecond.h"
 #include "LoggerConfigFileParser.h"
 #include "LoggerFlushThread.h"
 #include "MessageText.h"
@@ -17,33 +18,22 @@ namespace {
 // A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
 thread_local TimeStamp timeStamp;
 
-/// The threads that stamp lines. One alone need not look whether others overtake it.
-class StampingThreads {
-public:
-    /// To be called before this thread reserves its first line.
-    static void addThisOne() { thread_local const StampingThreads thisOne; }
-    /// How many have begun; 0 while several live. A thread that finds the same number before it takes the
-    /// time and when it has reserved a line was alone in between.
-    static unsigned int begunWhileOneLives() {
-        const unsigned int begun = ms_begun.load(std::memory_order_relaxed);
-        return begun - ms_ended.load(std::memory_order_relaxed) <= 1 ? begun : 0;
-    }
+LatestMillisecond latestMillisecond;
 
-private:
-    StampingThreads() { ms_begun.fetch_add(1, std::memory_order_relaxed); }
-    ~StampingThreads() { ms_ended.fetch_add(1, std::memory_order_relaxed); }
-    static std::atomic<unsigned int> ms_begun;
-    static std::atomic<unsigned int> ms_ended;
-};
-std::atomic<unsigned int> StampingThreads::ms_begun{0};
-std::atomic<unsigned int> StampingThreads::ms_ended{0};
+/// Takes the time for this thread's next line.
+void takeTime() {
+    if (!timeStamp.take())
+        latestMillisecond.reach(timeStamp.milliseconds());
+}
 
-/// Takes the time for this thread's next line. Returns whether it still is that of its last one.
-bool takeTime() {
-    const bool isSame = timeStamp.take();
-    if (!isSame) // so it is before the very first line
-        StampingThreads::addThisOne();
-    return isSame;
+/// For a thread that is behind others: by the clock, unless that was set back.
+void catchUp() {
+    const std::int64_t latest = latestMillisecond.get();
+    timeStamp.look();
+    if (timeStamp.milliseconds() < latest)
+        latestMillisecond.setBack(latest, timeStamp.milliseconds());
+    else
+        latestMillisecond.reach(timeStamp.milliseconds());
 }
 
 std::string_view tagOf(LoggerMsgType type) {
@@ -228,12 +218,11 @@ template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
 LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
     if (!printTime)
         return (this->*RESERVE)(length);
-    const unsigned int begun = StampingThreads::begunWhileOneLives();
     takeTime();
     LineQueue::Place place = (this->*RESERVE)(length);
-    const auto wasAlone = [begun] { return begun != 0 && begun == StampingThreads::begunWhileOneLives(); };
-    while (place && !wasAlone() && !takeTime()) {
+    while (place && latestMillisecond.isBehind(timeStamp.milliseconds())) {
         place.forget();
+        catchUp();
         place = (this->*RESERVE)(length);
     }
     return place;

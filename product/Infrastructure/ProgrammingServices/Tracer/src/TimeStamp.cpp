@@ -14,6 +14,7 @@ bool TimeStamp::lookAtClock(std::uint64_t ticks) {
         beginSecond(now.tv_sec);
     if (milliseconds != m_millisecond)
         beginMillisecond(milliseconds);
+    m_milliseconds = now.tv_sec * std::int64_t{1000} + milliseconds;
     return false;
 }
 

@@ -21,6 +21,10 @@ public:
         const std::uint64_t ticks = processorTicks();
         return m_watch.isSameMillisecond(ticks) || lookAtClock(ticks);
     }
+    /// The same by the clock itself, whatever the counter says.
+    bool look() { return lookAtClock(processorTicks()); }
+    /// The time that was taken, in milliseconds since 1970.
+    std::int64_t milliseconds() const { return m_milliseconds; }
     /// The time that was taken, without a blank behind it: LENGTH bytes.
     std::string_view text() const { return {m_text, LENGTH}; }
     /// Puts the current time.
@@ -37,6 +41,7 @@ private:
     static constexpr unsigned int NO_MILLISECOND = 1000;
 
     MillisecondWatch m_watch;
+    std::int64_t m_milliseconds = 0;
     std::time_t m_second = -1;
     unsigned int m_millisecond = NO_MILLISECOND;
     char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
