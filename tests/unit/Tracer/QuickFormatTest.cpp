@@ -20,10 +20,10 @@ const char REFUSED[] = "(refused)";
 
 std::string quickly(std::size_t size, const char* format, ...) {
     std::string buffer(size, '#');
-    ArgumentList arguments;
-    va_start(arguments.list, format);
+    std::va_list arguments;
+    va_start(arguments, format);
     const int length = QuickFormat(format).write(&buffer[0], size, format, arguments);
-    va_end(arguments.list);
+    va_end(arguments);
     if (length < 0)
         return REFUSED;
     EXPECT_EQ(static_cast<std::size_t>(length), std::strlen(buffer.c_str())) << format;

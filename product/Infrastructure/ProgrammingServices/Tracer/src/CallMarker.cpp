@@ -26,11 +26,11 @@ void CallMarker::PrintMsg(TraceMsgType type, const QuickFormat& quick, const cha
     ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
     if (threadTracer == nullptr)
         return;
-    ArgumentList arguments;
+    std::va_list arguments;
     std::va_list again;
-    va_start(arguments.list, format);
+    va_start(arguments, format);
     va_start(again, format);
     threadTracer->PrintText(type, MessageText(quick, format, arguments, again));
     va_end(again);
-    va_end(arguments.list);
+    va_end(arguments);
 }

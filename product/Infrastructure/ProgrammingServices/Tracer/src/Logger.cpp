@@ -170,13 +170,13 @@ void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
 }
 
 void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) {
-    ArgumentList arguments;
+    std::va_list arguments;
     std::va_list again;
-    va_start(arguments.list, format);
+    va_start(arguments, format);
     va_start(again, format);
     const MessageText text(quick, format, arguments, again);
     va_end(again);
-    va_end(arguments.list);
+    va_end(arguments);
     PrintText(type, text);
 }
 

@@ -8,20 +8,20 @@ constexpr char CUT_MARK[] = " ...";
 } // namespace
 
 MessageText::MessageText(const char* format, std::va_list arguments) {
-    ArgumentList copy;
-    va_copy(copy.list, arguments);
+    std::va_list copy;
+    va_copy(copy, arguments);
     if (!formatQuickly(QuickFormat(format), format, copy))
         formatSlowly(format, arguments);
-    va_end(copy.list);
+    va_end(copy);
 }
 
-MessageText::MessageText(const QuickFormat& quick, const char* format, ArgumentList& arguments,
+MessageText::MessageText(const QuickFormat& quick, const char* format, std::va_list arguments,
                          std::va_list again) {
     if (!formatQuickly(quick, format, arguments))
         formatSlowly(format, again);
 }
 
-bool MessageText::formatQuickly(const QuickFormat& quick, const char* format, ArgumentList& arguments) {
+bool MessageText::formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments) {
     const int length = quick.write(m_short, STACK_LIMIT, format, arguments);
     if (length >= 0)
         m_length = static_cast<std::size_t>(length);

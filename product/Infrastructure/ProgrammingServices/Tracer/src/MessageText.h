@@ -18,8 +18,8 @@ class MessageText {
 public:
     MessageText(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
     /// The same with a format that has been taken apart already.
-    /// @param arguments, again  two lists of the same arguments; the first one is taken from
-    MessageText(const QuickFormat& quick, const char* format, ArgumentList& arguments, std::va_list again)
+    /// @param arguments, again  two lists of the same arguments
+    MessageText(const QuickFormat& quick, const char* format, std::va_list arguments, std::va_list again)
         KF_PRINTF_LIKE(3, 0);
 
     MessageText(const MessageText&) = delete;
@@ -29,7 +29,7 @@ public:
     std::string_view view() const { return {m_long != nullptr ? m_long.get() : m_short, m_length}; }
 
 private:
-    bool formatQuickly(const QuickFormat& quick, const char* format, ArgumentList& arguments);
+    bool formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments);
     void formatSlowly(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
 
     static constexpr int STACK_LIMIT = 2048;

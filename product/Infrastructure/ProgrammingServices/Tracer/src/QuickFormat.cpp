@@ -167,48 +167,14 @@ bool putFixed(Output& output, unsigned precision, double value) {
     }
 }
 
-void putSigned(Output& output, const QuickFormat::Piece& piece, ArgumentList& arguments) {
-    std::int64_t value = 0;
-    switch (piece.argument) {
-    case QuickFormat::Argument::Plain:
-        value = va_arg(arguments.list, int);
-        break;
-    case QuickFormat::Argument::Long:
-        value = va_arg(arguments.list, long);
-        break;
-    case QuickFormat::Argument::LongLong:
-        value = va_arg(arguments.list, long long);
-        break;
-    case QuickFormat::Argument::SizeType:
-        value = va_arg(arguments.list, std::ptrdiff_t);
-        break;
-    }
+void putSigned(Output& output, const QuickFormat::Piece& piece, std::int64_t value) {
     const std::uint64_t bits = static_cast<std::uint64_t>(value);
     putInteger(output, piece, value < 0, value < 0 ? 0 - bits : bits);
 }
 
-void putUnsigned(Output& output, const QuickFormat::Piece& piece, ArgumentList& arguments) {
-    std::uint64_t value = 0;
-    switch (piece.argument) {
-    case QuickFormat::Argument::Plain:
-        value = va_arg(arguments.list, unsigned int);
-        break;
-    case QuickFormat::Argument::Long:
-        value = va_arg(arguments.list, unsigned long);
-        break;
-    case QuickFormat::Argument::LongLong:
-        value = va_arg(arguments.list, unsigned long long);
-        break;
-    case QuickFormat::Argument::SizeType:
-        value = va_arg(arguments.list, std::size_t);
-        break;
-    }
-    putInteger(output, piece, false, value);
-}
-
 } // namespace
 
-int QuickFormat::write(char* buffer, std::size_t size, const char* format, ArgumentList& arguments) const {
+int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const {
     Output output(buffer, size);
     for (const Piece* piece = m_pieces; !output.isFull(); ++piece) {
         output.put(format + piece->text, piece->length);
@@ -220,33 +186,51 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, Argum
         case Kind::PercentSign: // stands at the text's end
             break;
         case Kind::Text: {
-            const char* const text = va_arg(arguments.list, const char*);
+            const char* const text = va_arg(arguments, const char*);
             if (text == nullptr)
                 return -1;
             output.put(text, std::strlen(text));
             break;
         }
-        case Kind::Int: {
-            const int value = va_arg(arguments.list, int);
+        case Kind::PlainInt: {
+            const int value = va_arg(arguments, int);
             const std::uint32_t bits = static_cast<std::uint32_t>(value);
             putPlainInteger(output, value < 0, value < 0 ? 0u - bits : bits);
             break;
         }
-        case Kind::Signed:
-            putSigned(output, *piece, arguments);
+        case Kind::Int:
+            putSigned(output, *piece, va_arg(arguments, int));
             break;
-        case Kind::Unsigned:
-            putUnsigned(output, *piece, arguments);
+        case Kind::Long:
+            putSigned(output, *piece, va_arg(arguments, long));
+            break;
+        case Kind::LongLong:
+            putSigned(output, *piece, va_arg(arguments, long long));
+            break;
+        case Kind::PointerDifference:
+            putSigned(output, *piece, va_arg(arguments, std::ptrdiff_t));
+            break;
+        case Kind::UnsignedInt:
+            putInteger(output, *piece, false, va_arg(arguments, unsigned int));
+            break;
+        case Kind::UnsignedLong:
+            putInteger(output, *piece, false, va_arg(arguments, unsigned long));
+            break;
+        case Kind::UnsignedLongLong:
+            putInteger(output, *piece, false, va_arg(arguments, unsigned long long));
+            break;
+        case Kind::Size:
+            putInteger(output, *piece, false, va_arg(arguments, std::size_t));
             break;
         case Kind::Character: {
-            const char character = static_cast<char>(va_arg(arguments.list, int));
+            const char character = static_cast<char>(va_arg(arguments, int));
             if (character == '\0') // where the text would end
                 return -1;
             output.put(character);
             break;
         }
         case Kind::Decimals:
-            if (!putFixed(output, piece->precision, va_arg(arguments.list, double)))
+            if (!putFixed(output, piece->precision, va_arg(arguments, double)))
                 return -1;
             break;
         }
