@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 class CallMarking : public Traced {};
 
@@ -94,6 +96,15 @@ TEST_F(CallMarking, FieldsAreThoseOfTheConstructor) {
     EXPECT_TRUE(constructor.isConstructor());
     const CallMarker destructor("Some", "Some::destructor", false, &object);
     EXPECT_FALSE(destructor.isConstructor());
+}
+
+TEST_F(CallMarking, AMessageThatIsRefusedInTheMiddleIsFormattedFromItsBeginning) {
+    traceEverything();
+    {
+        TRACE_FUNCTION("a");
+        TRACE_MESSAGE(MSG_ERROR, "%s %d %ld %.2f %s", "device", -7, -8L, 1e20, "is");
+    }
+    EXPECT_THAT(lines(), Contains(HasSubstr("device -7 -8 100000000000000000000.00 is\n")));
 }
 
 TEST_F(CallMarking, MessagesObeyTheLevelMask) {

@@ -80,6 +80,14 @@ TEST_F(LoggerCore, TimeStampStandsDirectlyBeforeTheTag) {
         << log();
 }
 
+TEST_F(LoggerCore, ATextThatIsRefusedInTheMiddleIsFormattedFromItsBeginning) {
+    logDirectly();
+    m_logger.setEnabled(true);
+    m_logger.addToLevelMask(MSG_ERROR);
+    LOG_MESSAGE(MSG_ERROR, "%s %d %ld %zu %.2f %s %u", "device", -7, -8L, std::size_t{9}, 1e20, "is", 10U);
+    EXPECT_EQ(log(), "[ERROR  ] device -7 -8 9 100000000000000000000.00 is 10\n");
+}
+
 TEST_F(LoggerCore, PrintingTestsNeitherSwitchNorMask) {
     logDirectly();
     EXPECT_FALSE(m_logger.isEnabled());

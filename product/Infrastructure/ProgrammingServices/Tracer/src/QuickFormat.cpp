@@ -219,7 +219,7 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
         case Kind::UnsignedLongLong:
             putInteger(output, *piece, false, va_arg(arguments, unsigned long long));
             break;
-        case Kind::Size:
+        case Kind::UnsignedSize:
             putInteger(output, *piece, false, va_arg(arguments, std::size_t));
             break;
         case Kind::Character: {

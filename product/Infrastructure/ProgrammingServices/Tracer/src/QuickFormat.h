@@ -31,7 +31,7 @@ public:
         UnsignedInt,
         UnsignedLong,
         UnsignedLongLong,
-        Size,
+        UnsignedSize,
         Character,
         Decimals
     };
