@@ -30,13 +30,8 @@ struct Ids {
     std::optional<std::int32_t> product;
 };
 
-Ids IdsFromAttributes(udev_device& device) {
-    return {ParseId(View(udev_device_get_sysattr_value(&device, "idVendor"))),
-            ParseId(View(udev_device_get_sysattr_value(&device, "idProduct")))};
-}
-
-/// The kernel's "vendor/product/release" of the event itself.
-Ids IdsFromEvent(udev_device& device) {
+/// "vendor/product/release", as the kernel writes it into each event of a device and into what a scan reads.
+Ids IdsFromProperties(udev_device& device) {
     const std::string_view text = View(udev_device_get_property_value(&device, "PRODUCT"));
     const std::size_t first = text.find('/');
     const std::size_t second = first == text.npos ? text.npos : text.find('/', first + 1);
@@ -45,43 +40,31 @@ Ids IdsFromEvent(udev_device& device) {
     return {ParseId(text.substr(0, first)), ParseId(text.substr(first + 1, second - first - 1))};
 }
 
+Ids IdsFromAttributes(udev_device& device) {
+    return {ParseId(View(udev_device_get_sysattr_value(&device, "idVendor"))),
+            ParseId(View(udev_device_get_sysattr_value(&device, "idProduct")))};
+}
+
+/// An event may be read when its device is gone or going, or another one is at its port: sysfs then has
+/// nothing, one of the ids, or the other one's. So the event comes first.
+Ids ReadIds(udev_device& device) {
+    const Ids own = IdsFromProperties(device);
+    return own.vendor && own.product ? own : IdsFromAttributes(device);
+}
+
 int ParseNumber(std::string_view text) {
     int number = -1;
     std::from_chars(text.data(), text.data() + text.size(), number);
     return number;
 }
 
-/// The number that the bus has given to the device; -1 when it is not known. Another device at the same port
-/// has another one.
-struct BusNumber {
-    int inEvent;
-    int now;
-
-    explicit BusNumber(udev_device& device)
-        : inEvent(ParseNumber(View(udev_device_get_property_value(&device, "DEVNUM")))),
-          now(ParseNumber(View(udev_device_get_sysattr_value(&device, "devnum")))) {}
-
-    bool IsReplaced() const { return inEvent >= 0 && now >= 0 && inEvent != now; }
-    std::string Text() const {
-        const int number = inEvent >= 0 ? inEvent : now;
-        return number >= 0 ? std::to_string(number) : std::string();
-    }
-};
-
-/// An event may be read when its device is gone or going, or another one is at its port: sysfs then has
-/// nothing, one of the ids, or the other one's, and the event itself is to be believed.
-Ids ReadIds(udev_device& device) {
-    // The number last: while it is the event's, the ids read before it were this device's own.
-    const Ids now = IdsFromAttributes(device);
-    const BusNumber number(device);
-    const bool isGoing = !udev_device_get_sysattr_value(&device, "idVendor") ||
-                         !udev_device_get_sysattr_value(&device, "idProduct");
-    if (isGoing || number.IsReplaced()) {
-        const Ids then = IdsFromEvent(device);
-        if (then.vendor && then.product)
-            return then;
-    }
-    return now;
+/// The number that the bus has given to the device; empty when it is not known. Another device at the same
+/// port has another one.
+std::string BusNumber(udev_device& device) {
+    int number = ParseNumber(View(udev_device_get_property_value(&device, "DEVNUM")));
+    if (number < 0)
+        number = ParseNumber(View(udev_device_get_sysattr_value(&device, "devnum")));
+    return number >= 0 ? std::to_string(number) : std::string();
 }
 
 bool IsDigit(char character) {
@@ -121,7 +104,7 @@ void DescribeUsbDevice(udev_device& device, const KnownPath& isKnown, Device& de
     const Ids ids = ReadIds(device);
     described.vendor = ids.vendor;
     described.product = ids.product;
-    described.incarnation = BusNumber(device).Text();
+    described.incarnation = BusNumber(device);
     described.name = View(udev_device_get_sysattr_value(&device, "product"));
 }
 

@@ -290,10 +290,20 @@ TEST_F(UdevFeedTest, AnEventOfADeviceThatWasReplacedIsBelieved) {
     EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001"));
 }
 
-TEST_F(UdevFeedTest, AttributesAreBelievedWhileTheDeviceIsThere) {
-    m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"PRODUCT", "12d1/1446/0"}});
+TEST_F(UdevFeedTest, AttributesAreBelievedWhereTheEventHasNoIds) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"PRODUCT", "12d1/14460"}});
+    m_bus.AddUsbDevice("1-2", "12d1", "1002", {{"PRODUCT", "12d1/14460/0"}});
+    m_bus.AddUsbDevice("1-3", "12d1", "1003");
     Start();
-    EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001"));
+    EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001", "12d1/1002", "12d1/1003"));
+}
+
+TEST_F(UdevFeedTest, TheNumberOfTheBusIsAlsoReadFromTheDevice) {
+    const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"devnum", "7"}});
+    Start();
+    m_bus.SetAttribute(device, "devnum", "8");
+    m_bus.Announce(device, "add");
+    EXPECT_THAT(Pumped(), ElementsAre("-Modem", "+Modem"));
 }
 
 TEST_F(UdevFeedTest, AReplugThatOnlyItsNumberTellsIsRemovedAndArrives) {
