@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
@@ -30,13 +29,12 @@ const size_t FIRST_LINE_LIMIT = 256;
 // it.
 const size_t SCRIPT_ARGUMENT_LIMIT = 4;
 
-/// /proc while it is being read. Files are opened from here: some hundred times a shorter way to each.
+/// /proc while it is being read.
 class ProcessList {
 public:
     ProcessList() : m_folder(::opendir("/proc"), &::closedir) {}
 
     bool isOpen() const { return m_folder != nullptr; }
-    int descriptor() const { return ::dirfd(m_folder.get()); }
     /// The next process, by ascending id; 0 at the end.
     pid_t next() {
         while (const struct dirent* entry = ::readdir(m_folder.get())) {
@@ -55,8 +53,9 @@ public:
     /// kernel's fs/proc/root.c). -1 when it cannot be told.
     long count(long otherFolders) const {
         struct stat folder;
-        return ::fstat(descriptor(), &folder) == 0 ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
-                                                   : -1;
+        return ::fstat(::dirfd(m_folder.get()), &folder) == 0
+                   ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
+                   : -1;
     }
 
 private:
@@ -64,27 +63,19 @@ private:
     long m_otherFolders = 0;
 };
 
-struct Place {
-    int folder;
-    std::string path;
-};
-
 class ProcessFolder {
 public:
-    ProcessFolder(const ProcessList& list, pid_t pid) : m_list(list.descriptor()) {
-        std::snprintf(m_path, sizeof m_path, "%ld", static_cast<long>(pid));
-    }
+    explicit ProcessFolder(pid_t pid) : m_path("/proc/" + std::to_string(pid)) {}
 
-    Place file(const char* name) const { return {m_list, std::string(m_path) + "/" + name}; }
+    std::string file(const char* name) const { return m_path + "/" + name; }
 
     bool isOwnedBy(uid_t user) const {
         struct stat folder;
-        return ::fstatat(m_list, m_path, &folder, 0) == 0 && folder.st_uid == user;
+        return ::stat(m_path.c_str(), &folder) == 0 && folder.st_uid == user;
     }
 
 private:
-    const int m_list;
-    char m_path[3 * sizeof(long)];
+    const std::string m_path;
 };
 
 /// Thrown: what this process or the machine lacks says nothing about the process that was looked at.
@@ -99,8 +90,8 @@ bool isLackOfMeans(int error) {
 /// A file of /proc or a script; nothing when it is not there or not for this user. Neither grows meanwhile,
 /// so that less than was asked for is the end: one call fewer for each of some hundred processes. Throws
 /// LackOfMeans when it cannot be told what is in it.
-std::string readUpTo(const Place& place, size_t limit, int flags = 0) {
-    const int file = ::openat(place.folder, place.path.c_str(), O_RDONLY | O_CLOEXEC | flags);
+std::string readUpTo(const std::string& path, size_t limit, int flags = 0) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
     if (file < 0 && isLackOfMeans(errno))
         throw LackOfMeans{errno};
     if (file < 0)
@@ -159,7 +150,7 @@ bool isScriptFor(const std::string& file, const std::string& interpreter) {
     struct stat found;
     if (::stat(file.c_str(), &found) != 0 || !S_ISREG(found.st_mode))
         return false;
-    std::string line = readUpTo({AT_FDCWD, file}, FIRST_LINE_LIMIT, O_NONBLOCK | O_NOCTTY);
+    std::string line = readUpTo(file, FIRST_LINE_LIMIT, O_NONBLOCK | O_NOCTTY);
     if (line.compare(0, 2, "#!") != 0)
         return false;
     line.resize(std::min(line.find('\n'), line.size()));
@@ -196,10 +187,9 @@ UInt64 startTimeOf(const ProcessFolder& process) {
 }
 
 /// Whether the process is a running application, and which. Throws LackOfMeans when it cannot be told.
-bool inspect(const ProcessList& list, pid_t pid, const std::string& root, RunningApplication& application) {
-    const ProcessFolder process(list, pid);
-    const Place executable = process.file("exe");
-    application.executable = readExecutableLink(executable.path, executable.folder);
+bool inspect(pid_t pid, const std::string& root, RunningApplication& application) {
+    const ProcessFolder process(pid);
+    application.executable = readExecutableLink(process.file("exe"));
     if (application.executable.empty())
         return false; // a kernel thread, another user's, or one that has ended and was not waited for yet
     LaunchNote note;
@@ -398,7 +388,7 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     try {
         processes->lookAtAll(list, [&](pid_t pid) {
             RunningApplication application;
-            const bool isOne = inspect(list, pid, root, application);
+            const bool isOne = inspect(pid, root, application);
             if (isOne)
                 applications.push_back(std::move(application));
             return isOne;
@@ -439,11 +429,8 @@ int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applica
 }
 
 int findRunningApplication(pid_t pid, RunningApplication& application) {
-    const ProcessList list;
-    if (!list.isOpen())
-        return errno;
     try {
-        return inspect(list, pid, rootFolder(), application) ? 0 : ESRCH;
+        return inspect(pid, rootFolder(), application) ? 0 : ESRCH;
     } catch (const LackOfMeans& lack) {
         return lack.error;
     }

@@ -8,9 +8,9 @@
 
 namespace platform {
 
-std::string readExecutableLink(const std::string& link, int folder) {
+std::string readExecutableLink(const std::string& link) {
     char target[PATH_MAX];
-    const ssize_t length = ::readlinkat(folder, link.c_str(), target, sizeof target);
+    const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
     if (length < 0)
         return std::string();
     std::string path(target, static_cast<size_t>(length));
