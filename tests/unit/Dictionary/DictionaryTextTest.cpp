@@ -595,11 +595,12 @@ TEST(DictionaryLoad, ReadsAKeyAndItsValueFromDifferentPieces) {
     const std::string tail =
         "<key>text</key>\n<string>x</string>\n<key>number</key>\n<int>5</int>\n"
         "<key>dictionary</key>\n<dict>\n<key>a</key>\n<string>y</string>\n</dict>\n</dict>\n";
-    for (std::size_t end = 65536; end < 65536 + tail.size() + 10; ++end) {
+    const std::size_t piece = 32768;
+    for (std::size_t end = piece; end < piece + tail.size() + 10; ++end) {
         std::string text = std::string(HEADER) + "<dict>\n<key>filler</key>\n<string></string>\n";
         text.insert(text.rfind('<'), end - text.size() - tail.size(), 'f');
         Dictionary dictionary;
-        load(dictionary, text + tail + std::string(65536, 'b')); // fills the next piece
+        load(dictionary, text + tail + std::string(piece, 'b')); // fills the next piece
         ASSERT_STREQ(dictionary.getValue("text"), "x") << end;
         ASSERT_EQ(numberAt(dictionary, "number"), 5) << end;
         ASSERT_STREQ(dictionary.getValue("dictionary.a"), "y") << end;

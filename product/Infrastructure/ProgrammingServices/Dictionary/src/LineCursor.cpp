@@ -6,7 +6,7 @@
 #include <cstring>
 #include <unistd.h>
 
-static constexpr std::size_t FIRST_CAPACITY = 65536; // stays in the processor's caches
+static constexpr std::size_t FIRST_CAPACITY = 32768; // stays in the processor's first cache
 
 /// Reads on until a line feed is there; false when none comes.
 bool LineCursor::findInFile(std::size_t& length) {
