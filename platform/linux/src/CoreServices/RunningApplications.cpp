@@ -292,13 +292,16 @@ public:
         return true;
     }
 
-    /// For a process that is known to be an application by now.
-    void forget(pid_t pid) {
+    /// One that has been started here, and may be an application. Counted among the known, it is no reason
+    /// to read /proc.
+    void add(pid_t pid) {
         m_isKept = false;
-        for (Known& known : m_known) {
-            if (known.pid == pid)
-                known.time = LOOK_AGAIN;
-        }
+        const auto place = std::lower_bound(m_known.begin(), m_known.end(), pid,
+                                            [](const Known& known, pid_t id) { return known.pid < id; });
+        if (place != m_known.end() && place->pid == pid)
+            place->time = LOOK_AGAIN;
+        else
+            m_known.insert(place, {pid, ProcessorClock(pid), LOOK_AGAIN, false});
     }
 
 private:
@@ -437,7 +440,7 @@ int findRunningApplication(pid_t pid, RunningApplication& application) {
 }
 
 void noteStartedApplication(pid_t pid) {
-    LockedKnownProcesses()->forget(pid);
+    LockedKnownProcesses()->add(pid);
 }
 
 ProcessSerialNumber serialNumberOf(const RunningApplication& application) {
