@@ -29,43 +29,11 @@ const size_t FIRST_LINE_LIMIT = 256;
 // it.
 const size_t SCRIPT_ARGUMENT_LIMIT = 4;
 
-/// /proc while it is being read.
-class ProcessList {
-public:
-    ProcessList() : m_folder(::opendir("/proc"), &::closedir) {}
-
-    bool isOpen() const { return m_folder != nullptr; }
-    /// The next process, by ascending id; 0 at the end.
-    pid_t next() {
-        while (const struct dirent* entry = ::readdir(m_folder.get())) {
-            const long pid = std::strtol(entry->d_name, nullptr, 10);
-            if (pid > 0)
-                return static_cast<pid_t>(pid);
-            if (entry->d_type == DT_DIR && entry->d_name[0] != '.')
-                ++m_otherFolders;
-        }
-        return 0;
-    }
-    /// The folders in it that are no process's. To be asked at the end.
-    long otherFolders() const { return m_otherFolders; }
-    /// How many processes there are, told by one call: a folder has two links, and one more for each folder
-    /// in it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the
-    /// kernel's fs/proc/root.c). -1 when it cannot be told.
-    long count(long otherFolders) const {
-        struct stat folder;
-        return ::fstat(::dirfd(m_folder.get()), &folder) == 0
-                   ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
-                   : -1;
-    }
-
-private:
-    std::unique_ptr<DIR, int (*)(DIR*)> m_folder;
-    long m_otherFolders = 0;
-};
+const char PROCESSES[] = "/proc";
 
 class ProcessFolder {
 public:
-    explicit ProcessFolder(pid_t pid) : m_path("/proc/" + std::to_string(pid)) {}
+    explicit ProcessFolder(pid_t pid) : m_path(std::string(PROCESSES) + "/" + std::to_string(pid)) {}
 
     std::string file(const char* name) const { return m_path + "/" + name; }
 
@@ -85,6 +53,41 @@ struct LackOfMeans {
 
 bool isLackOfMeans(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+/// /proc while it is being read. Throws LackOfMeans when it cannot be.
+class ProcessList {
+public:
+    ProcessList() : m_folder(::opendir(PROCESSES), &::closedir) {
+        if (m_folder == nullptr)
+            throw LackOfMeans{errno};
+    }
+
+    /// The next process, by ascending id; 0 at the end.
+    pid_t next() {
+        while (const struct dirent* entry = ::readdir(m_folder.get())) {
+            const long pid = std::strtol(entry->d_name, nullptr, 10);
+            if (pid > 0)
+                return static_cast<pid_t>(pid);
+            if (entry->d_type == DT_DIR && entry->d_name[0] != '.')
+                ++m_otherFolders;
+        }
+        return 0;
+    }
+    /// The folders in it that are no process's. To be asked at the end.
+    long otherFolders() const { return m_otherFolders; }
+
+private:
+    std::unique_ptr<DIR, int (*)(DIR*)> m_folder;
+    long m_otherFolders = 0;
+};
+
+/// How many processes there are, told by one call: a folder has two links, and one more for each folder in
+/// it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the kernel's
+/// fs/proc/root.c). -1 when it cannot be told.
+long countProcesses(long otherFolders) {
+    struct stat folder;
+    return ::stat(PROCESSES, &folder) == 0 ? static_cast<long>(folder.st_nlink) - 2 - otherFolders : -1;
 }
 
 /// A file of /proc or a script; nothing when it is not there or not for this user. Neither grows meanwhile,
@@ -271,11 +274,11 @@ public:
 
     /// Looks at every process there is; `isApplication` is called with the id of each that may be one.
     template <typename IsApplication>
-    void lookAtAll(ProcessList& list, IsApplication isApplication) {
-        const long count = list.count(m_otherFolders);
+    void lookAtAll(IsApplication isApplication) {
+        const long count = countProcesses(m_otherFolders);
         lookAtKnown(isApplication);
         if (static_cast<long>(m_known.size()) != count)
-            lookAtOthers(list, isApplication);
+            lookAtOthers(isApplication);
     }
 
     /// The list that came out.
@@ -330,7 +333,8 @@ private:
     }
 
     template <typename IsApplication>
-    void lookAtOthers(ProcessList& list, IsApplication isApplication) {
+    void lookAtOthers(IsApplication isApplication) {
+        ProcessList list;
         const auto isBefore = [](const Known& left, const Known& right) { return left.pid < right.pid; };
         std::vector<Known> others;
         auto position = m_known.cbegin();
@@ -382,14 +386,11 @@ private:
 
 int listRunningApplications(std::vector<RunningApplication>& applications) {
     applications.clear();
-    ProcessList list;
-    if (!list.isOpen())
-        return errno;
     const std::string root = rootFolder();
     const LockedKnownProcesses processes;
     processes->begin(root, ::geteuid());
     try {
-        processes->lookAtAll(list, [&](pid_t pid) {
+        processes->lookAtAll([&](pid_t pid) {
             RunningApplication application;
             const bool isOne = inspect(pid, root, application);
             if (isOne)
