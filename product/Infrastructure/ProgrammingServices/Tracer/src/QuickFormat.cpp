@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <langinfo.h>
 #include <limits>
 
 namespace {
@@ -154,6 +155,12 @@ bool putFixed(Output& output, double value) {
     return true;
 }
 
+/// Whether vsnprintf would write a point as well, in the locale that the program has chosen.
+bool isDecimalPointAPoint() {
+    const char* const point = nl_langinfo(RADIXCHAR);
+    return point[0] == '.' && point[1] == '\0';
+}
+
 bool putFixed(Output& output, unsigned precision, double value) {
     switch (precision) {
     case 0:
@@ -230,7 +237,7 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
             break;
         }
         case Kind::Decimals:
-            if (!putFixed(output, piece->precision, va_arg(arguments, double)))
+            if (!isDecimalPointAPoint() || !putFixed(output, piece->precision, va_arg(arguments, double)))
                 return -1;
             break;
         }

@@ -7,13 +7,13 @@
 #include <cstdint>
 
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
-/// does in the "C" locale, byte for byte, in a fraction of its time: log files are read by programs, so the
-/// decimal point stays a point whatever locale a program has chosen. The format is taken apart beforehand;
-/// where it is a literal, the compiler does that.
+/// does, byte for byte, in a fraction of its time. The format is taken apart beforehand; where it is a
+/// literal, the compiler does that.
 ///
 /// It knows %%, %c, %s, %d, %i, %u, %x and %X, with the lengths l, ll and z, a width and the flags
-/// "-" and "0" on integers, and %.0f to %.3f of ordinary size. Everything else is left to the caller's
-/// vsnprintf.
+/// "-" and "0" on integers, and %.0f to %.3f of ordinary size where the locale's decimal point is a point.
+/// Everything else is left to the caller's vsnprintf, a message as a whole: so all of its numbers have the
+/// decimal point of the program's locale.
 ///
 /// Thread: any.
 class QuickFormat {
