@@ -1,7 +1,9 @@
 #include "TimeStamp.h"
 
+#include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/time.h>
 
 namespace {
@@ -75,4 +77,36 @@ TEST(TimeStamp, NeverLagsBehindTheClockNorGoesAheadOfIt) {
         const long long shown = stampInMilliseconds(text);
         ASSERT_LE((shown - sinceMidnight(before) + day) % day, after - before) << text;
     }
+}
+
+/// What the process's time zone is as long as this lives.
+class TimeZone {
+public:
+    explicit TimeZone(const char* zone) {
+        if (const char* before = std::getenv("TZ"))
+            m_before = before;
+        setenv("TZ", zone, 1);
+    }
+    ~TimeZone() {
+        setenv("TZ", m_before.c_str(), 1);
+        tzset();
+    }
+
+private:
+    std::string m_before = "UTC";
+};
+
+TEST(TimeStamp, NoticesWithinASecondThatTheTimeZoneChanges) {
+    TimeStamp stamp;
+    const std::string before = stampOf(stamp);
+    const TimeZone elsewhere("ELSEWHERE-5:30");
+    std::string after = before;
+    const long long end = nowInMilliseconds() + 1100;
+    while (nowInMilliseconds() < end)
+        after = stampOf(stamp);
+    constexpr long long day = 24LL * 60 * 60 * 1000;
+    const long long passed = (stampInMilliseconds(after) - stampInMilliseconds(before) + day) % day;
+    constexpr long long halfPastFive = (5 * 60 + 30) * 60 * 1000;
+    EXPECT_GE(passed, halfPastFive);
+    EXPECT_LE(passed, halfPastFive + 10000);
 }

@@ -9,7 +9,8 @@
 #include <string_view>
 
 /// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
-/// converting to local time is what costs, and many lines have the same millisecond.
+/// converting to local time is what costs, and many lines have the same millisecond. A time zone that changes
+/// is noticed with the next second.
 ///
 /// Not thread-safe.
 class TimeStamp {
@@ -27,6 +28,11 @@ public:
     std::int64_t milliseconds() const { return m_milliseconds; }
     /// The time that was taken, without a blank behind it: LENGTH bytes.
     std::string_view text() const { return {m_text, LENGTH}; }
+    /// Asks for the time zone, so that keepTimeZone() knows one.
+    static void learnTimeZone();
+    /// From now on every stamp uses the time zone that the last one had. For a crash handler: the C library
+    /// converts to local time under a lock, which the thread that crashed may hold.
+    static void keepTimeZone();
     /// Puts the current time.
     void putNow(LineWriter& line) {
         take();
