@@ -1,5 +1,6 @@
 #include "FlushThread.h"
 #include "CallMarker.h"
+#include "ChildProcess.h"
 #include "LogMessage.h"
 #include "LoggerFlushThread.h"
 #include "Traced.h"
@@ -16,8 +17,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using Clock = std::chrono::steady_clock;
 
@@ -71,7 +74,16 @@ TEST(FlushingThread, MayBeStoppedBeforeItHasStarted) {
     EXPECT_EQ(thread.m_flushes, 0);
 }
 
-class Flushing : public Traced {};
+class Flushing : public Traced {
+protected:
+    static std::size_t threads() {
+        std::size_t count = 0;
+        const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/task"), &closedir);
+        while (const dirent* entry = readdir(folder.get()))
+            count += entry->d_name[0] != '.' ? 1 : 0;
+        return count;
+    }
+};
 
 TEST_F(Flushing, TraceReachesItsFileWithinAboutASecond) {
     const std::string path = m_folder / "tracer.cfg";
@@ -141,6 +153,95 @@ TEST_F(Flushing, ConfigurationMayBeReadAgain) {
     m_tracer.ReadConfigFile(path.c_str());
     { TRACE_FUNCTION("a"); }
     EXPECT_TRUE(waitUntil([this] { return file() != "(none)" && !lines().empty(); }));
+}
+
+// Its next drain would empty the file that the last one has gone on to.
+TEST_F(Flushing, FinishedTraceIsNotTouchedAgain) {
+    const std::size_t before = threads();
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_SET_MAX_LINES 2\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    for (const char* line : {"1\n", "2\n", "3\n"})
+        m_tracer.PrintString(line);
+    m_tracer.FinishTracing();
+    EXPECT_TRUE(waitUntil([&] { return threads() == before; })) << "the flush thread goes on";
+    EXPECT_EQ(file(0) + file(1), "1\n2\n3\n");
+}
+
+TEST_F(Flushing, FinishedLogIsNotTouchedAgain) {
+    const std::size_t before = threads();
+    const std::string path = m_folder / "logger.cfg";
+    writeFile(path, "LOG_ON\nLOG_SET_MAX_LINES 2\nLOG_SET_FILE_NAME log\n");
+    Logger logger;
+    logger.SetFolderName(m_folder.path() + "/");
+    logger.ReadConfigFile(path.c_str());
+    for (int line = 1; line <= 3; ++line)
+        logger.PrintMsg(MSG_ERROR, "%d", line);
+    logger.FinishLogging();
+    EXPECT_TRUE(waitUntil([&] { return threads() == before; })) << "the flush thread goes on";
+    EXPECT_EQ(readFile(m_folder / "log_0.txt") + readFile(m_folder / "log_1.txt"),
+              "[ERROR  ] 1\n[ERROR  ] 2\n[ERROR  ] 3\n");
+}
+
+TEST_F(Flushing, LinePrintedIntoAFinishedLogIsWrittenAtOnce) {
+    const std::string path = m_folder / "logger.cfg";
+    writeFile(path, "LOG_ON\nLOG_SET_FILE_NAME log\n");
+    Logger logger;
+    logger.SetFolderName(m_folder.path() + "/");
+    logger.ReadConfigFile(path.c_str());
+    logger.FinishLogging();
+    logger.PrintMsg(MSG_ERROR, "late");
+    EXPECT_EQ(readFile(m_folder / "log_0.txt"), "[ERROR  ] late\n");
+}
+
+TEST_F(Flushing, TraceReadsItsConfigurationAnewBehindItsEnd) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    m_tracer.FinishTracing();
+    m_tracer.ReadConfigFile(path.c_str());
+    m_tracer.PrintString("again\n");
+    EXPECT_TRUE(waitUntil([this] { return file() == "again\n"; }));
+}
+
+/// In this folder, a process that may have no more threads. Paths are to be relative: folders above may be
+/// closed to its user, since such a limit does not bind the superuser.
+static ChildResult withoutThreads(const std::string& folder, const std::function<void()>& action) {
+    return runInChild([&] {
+        const rlimit none = {0, 0};
+        const uid_t nobody = 65534;
+        if (chmod(folder.c_str(), 0777) != 0 || chdir(folder.c_str()) != 0 ||
+            (geteuid() == 0 && setuid(nobody) != 0) || setrlimit(RLIMIT_NPROC, &none) != 0)
+            _exit(77);
+        action();
+    });
+}
+
+TEST_F(Flushing, WithoutAFlushThreadTheTraceIsWrittenAtOnceAndSaysSo) {
+    writeFile(m_folder / "tracer.cfg", "TRACE_ON\nTRACE_SET_FILE_NAME trace\n");
+    const ChildResult child = withoutThreads(m_folder.path(), [this] {
+        m_tracer.SetFolderName("./");
+        m_tracer.ReadConfigFile("tracer.cfg");
+        m_tracer.PrintString("written\n");
+        _exit(0);
+    });
+    EXPECT_EQ(child.errors, "Tracer : can't start the flush thread, so lines are written at once\n");
+    EXPECT_EQ(child.exitStatus, 0);
+    EXPECT_EQ(file(), "written\n");
+}
+
+TEST_F(Flushing, WithoutAFlushThreadTheLogIsWrittenAtOnceAndSaysSo) {
+    writeFile(m_folder / "logger.cfg", "LOG_ON\nLOG_SET_FILE_NAME log\n");
+    const ChildResult child = withoutThreads(m_folder.path(), [] {
+        Logger logger;
+        logger.SetFolderName("./");
+        logger.ReadConfigFile("logger.cfg");
+        logger.PrintMsg(MSG_ERROR, "written");
+        _exit(0);
+    });
+    EXPECT_EQ(child.errors, "Logger : can't start the flush thread, so lines are written at once\n");
+    EXPECT_EQ(child.exitStatus, 0);
+    EXPECT_EQ(readFile(m_folder / "log_0.txt"), "[ERROR  ] written\n");
 }
 
 TEST_F(Flushing, LogReachesItsFileWithinAboutASecond) {
@@ -223,7 +324,7 @@ TEST_F(Flushing, DestroyedWithALockThatAFailedOpenHasKeptTheLoggerEndsItsFlushTh
     logger.Initialize();
     logger.PrintMsg(MSG_ERROR, "waits");
     testing::internal::CaptureStderr();
-    logger.FinishLogging(); // the lock is this thread's from now on
+    logger.WriteOnFile(); // the lock is this thread's from now on
     EXPECT_TRUE(waitUntil([&] { return isAwaited(logger.getLock()); }));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }

@@ -39,6 +39,31 @@ protected:
 
 } // namespace
 
+TEST(LineQueue, AnEmptyLineIsCompleteWhenItIsAskedFor) {
+    LineQueue queue;
+    queue.push("a\n");
+    queue.push("");
+    queue.push("b\n");
+    EXPECT_EQ(queue.consume(queue.front(1).size(), 1), 1U);
+    EXPECT_EQ(queue.size(), 2U);
+    EXPECT_EQ(queue.front(1), "");
+    EXPECT_EQ(queue.consume(0, 1), 1U);
+    EXPECT_EQ(queue.front(1), "b\n");
+}
+
+TEST(LineQueue, ALineWrittenInPartCanBeWrittenFromItsBeginning) {
+    LineQueue queue;
+    queue.push("first\n");
+    queue.push("second\n");
+    queue.consume(std::string("first\nsec").size());
+    EXPECT_EQ(queue.front(1), "ond\n");
+    queue.restoreFrontLine();
+    EXPECT_EQ(queue.front(1), "second\n");
+    queue.consume(queue.front(1).size());
+    queue.restoreFrontLine();
+    EXPECT_TRUE(queue.empty());
+}
+
 TEST(LineQueue, KeepsTheOrderOfTheLines) {
     LineQueue queue;
     EXPECT_TRUE(queue.empty());

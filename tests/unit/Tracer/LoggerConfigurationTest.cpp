@@ -1,3 +1,4 @@
+#include "CallMarker.h"
 #include "ChildProcess.h"
 #include "Logged.h"
 #include "LoggerConfigFileParser.h"
@@ -85,6 +86,32 @@ TEST_F(LoggerConfiguration, SyntaxErrorTellsItsLineAndEndsTheProcess) {
     const ChildResult result = runInChild([this] { m_logger.ReadConfigFile(m_path.c_str()); });
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.errors, "syntax error at line 3 of log config file\n");
+}
+
+// Else the trace file is an earlier run's, and nothing tells so.
+TEST_F(LoggerConfiguration, BeforeItEndsTheProcessTheTraceIsFinished) {
+    for (const char* text : {"LOG_SET_FILE_NAME a\\b\n", "LOG_ON\n"}) { // a syntax error; no file name
+        writeFile(m_path, text);
+        writeFile(m_folder / "trace_0.txt", "of an earlier run\n");
+        const ChildResult result = runInChild([this] {
+            traceEverything();
+            m_tracer.setDirectWrite(false);
+            TRACE_FUNCTION("startLogger");
+            m_logger.ReadConfigFile(m_path.c_str());
+        });
+        EXPECT_EQ(result.exitStatus, 1);
+        ASSERT_GE(lines().size(), 1U);
+        EXPECT_EQ(lines()[0], "startLogger\n");
+    }
+}
+
+TEST_F(LoggerConfiguration, TheTraceTellsTheLineOfASyntaxError) {
+    writeFile(m_path, "LOG_ON\n\nLOG_SET_FILE_NAME a\\b\n");
+    runInChild([this] {
+        traceEverything();
+        m_logger.ReadConfigFile(m_path.c_str());
+    });
+    EXPECT_NE(file().find(">> [E] syntax error at line 3 of log config file\n"), std::string::npos) << file();
 }
 
 TEST_F(LoggerConfiguration, StatementsOfTheTraceAreErrors) {

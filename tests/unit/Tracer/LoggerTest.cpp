@@ -271,26 +271,22 @@ TEST_F(LoggerCore, NullConfigurationFileBreaksTheContract) {
 TEST_F(LoggerCore, CrashHandlersDrainWritesWhenTheLockIsFree) {
     m_logger.SetFileName("log");
     m_logger.PrintMsg(MSG_ERROR, "x");
-    EXPECT_TRUE(m_logger.WriteOnFileIfFree());
+    m_logger.WriteAtCrash();
     EXPECT_EQ(log(), "[ERROR  ] x\n");
 }
 
-TEST_F(LoggerCore, CrashHandlersDrainDoesNotWaitForAnotherThread) {
+TEST_F(LoggerCore, CrashHandlersDrainDoesWithoutALockThatIsNotGivenBack) {
     m_logger.SetFileName("log");
     m_logger.PrintMsg(MSG_ERROR, "x");
-    bool written = true;
-    {
-        const KFLock lock(m_logger.getLock());
-        std::thread([&] { written = m_logger.WriteOnFileIfFree(); }).join();
-    }
-    EXPECT_FALSE(written);
-    EXPECT_EQ(log(), "(none)");
+    const KFLock lock(m_logger.getLock());
+    std::thread([&] { m_logger.WriteAtCrash(); }).join();
+    EXPECT_EQ(log(), "[ERROR  ] x\n");
 }
 
 TEST_F(LoggerCore, CrashHandlersDrainWritesInsideTheThreadThatHasTheLock) {
     m_logger.SetFileName("log");
     m_logger.PrintMsg(MSG_ERROR, "x");
     const KFLock lock(m_logger.getLock());
-    EXPECT_TRUE(m_logger.WriteOnFileIfFree());
+    m_logger.WriteAtCrash();
     EXPECT_EQ(log(), "[ERROR  ] x\n");
 }

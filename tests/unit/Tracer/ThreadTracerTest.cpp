@@ -339,3 +339,22 @@ TEST_F(ThreadTracing, StackOfAnotherThreadDeliberatelyCarriesTheIdOfTheOneThatAs
     }).join();
     EXPECT_NE(file().find(expected), std::string::npos) << file();
 }
+
+// What is registered behind it may get the same memory.
+TEST_F(ThreadTracing, CallThatOutlivesItsThreadsTraceWritesNothingUnderAnotherName) {
+    m_tracer.setPrintExits(true);
+    for (int round = 0; round < 20; ++round) {
+        m_tracer.BeginningOfThread("first");
+        TRACE_FUNCTION("outliving");
+        m_tracer.EndOfThread();
+        m_tracer.BeginningOfThread("second");
+        TRACE_MESSAGE(MSG_DEBUG, "outliving");
+        inner();
+        m_tracer.EndOfThread();
+    }
+    for (const std::string& line : linesOf(file())) {
+        if (line.find("outliving") != std::string::npos) {
+            EXPECT_NE(line.find("[first          ]outliving\n"), std::string::npos) << line;
+        }
+    }
+}

@@ -4,6 +4,8 @@
 #include "Traced.h"
 
 #include <climits>
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -257,6 +259,42 @@ TEST_F(TracerRing, FullDiskLosesNoLine) {
     ASSERT_EQ(unlink((m_folder / "trace_0.txt").c_str()), 0);
     m_tracer.WriteOnFile();
     EXPECT_EQ(file(), "1\n2\n3\n");
+}
+
+TEST_F(TracerRing, AnEmptyLineCountsAsOne) {
+    m_tracer.setMaximumLinesPerFile(1);
+    m_tracer.SetFileName("trace");
+    m_tracer.PrintString("1\n");
+    m_tracer.PrintString("");
+    m_tracer.PrintString("3\n");
+    m_tracer.WriteOnFile();
+    EXPECT_EQ(file(0), "1\n");
+    EXPECT_EQ(file(1), "");
+    EXPECT_EQ(file(2), "3\n");
+    EXPECT_EQ(ring().getFileIndex(), 3);
+}
+
+// The file that a rotation has begun is emptied by the next drain: then the line begins anew as well.
+TEST_F(TracerRing, FullDiskInTheMiddleOfARotationLeavesNoHalfLine) {
+    const std::string longLine(99, 'x');
+    const ChildResult result = runInChild([&] {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit full = {50, RLIM_INFINITY}; // a file takes that much, and a part of the long line
+        const rlimit free = {RLIM_INFINITY, RLIM_INFINITY};
+        m_tracer.setMaximumLinesPerFile(2);
+        m_tracer.SetFileName("trace");
+        print(1, 2);
+        m_tracer.PrintString(longLine + "\n");
+        if (setrlimit(RLIMIT_FSIZE, &full) != 0)
+            _exit(1);
+        m_tracer.WriteOnFile();
+        if (file(1) != longLine.substr(0, 50) || setrlimit(RLIMIT_FSIZE, &free) != 0)
+            _exit(2);
+        m_tracer.WriteOnFile();
+    });
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(file(0), "1\n2\n");
+    EXPECT_EQ(file(1), longLine + "\n");
 }
 
 TEST_F(TracerRing, FileIsClosedAfterEveryDrain) {

@@ -6,21 +6,29 @@
 #include "KFLock.h"
 #include "KFMutex.h"
 #include "Logger.h"
+#include "NeverDestroyed.h"
+#include "ThreadId.h"
 #include "Tracer.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <sys/time.h>
 #include <unistd.h>
 
-// The numbers are those of the launcher's first system and mean the same on every host, so the names of the
-// host's <signal.h> are of no use here.
+// The numbers are those of macOS and mean the same on every host, so the names of the host's <signal.h> are
+// of no use here.
 static constexpr int FIRST_SIGNAL = 1;
 static constexpr int LAST_SIGNAL = 30;
+static constexpr int ALARM_SIGNAL = 14;
 static constexpr int CONTRACT_SIGNAL = 30;
 static constexpr int WINDOW_SIZE_SIGNAL = 28;
+
+// The signals of a thread that cannot go on, as this host numbers them.
+static constexpr int FAULT_SIGNALS[] = {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS};
 
 static constexpr struct {
     int number;
@@ -38,7 +46,7 @@ static constexpr struct {
     {11, "SIGNAL_SEGMENTATION_FAULT"},
     {12, "SIGNAL_BAD_ARGUMENT_SYSTEM_CALL"},
     {13, "SIGNAL_WRITE_PIPE_WITH_NO_READER"},
-    {14, "SIGNAL_ALARM_CLOCK"},
+    {ALARM_SIGNAL, "SIGNAL_ALARM_CLOCK"},
     {15, "SIGNAL_SOTWARE_TERMINATION"}, // spelled so, deliberately: support searches traces for it
     {16, "SIGNAL_URG_ON_IO_CHANNEL"},
     {17, "SIGNAL_STOP"},
@@ -52,13 +60,22 @@ static constexpr struct {
 static constexpr std::size_t CRASH_TEXT_SIZE = 1024;
 
 std::atomic<KFExceptionHandler*> KFExceptionHandler::m_globalHandler{nullptr};
-std::map<std::string, std::string> KFExceptionHandler::m_ExceptParams;
 int KFExceptionHandler::ms_reportLimit = 10000;
+int KFExceptionHandler::ms_endLimit = 2000;
 
-// Guards m_ExceptParams. Recursive, because the thread that recorded a broken contract keeps it while it
-// raises the signal, and then reads the record as the handler. Never destroyed: the process ends while it is
-// held.
-static KFMutex& g_recordLock = *std::make_unique<KFMutex>(true).release();
+// Both serve contracts that constructors and destructors of static objects break, before main and behind it.
+static std::map<std::string, std::string>& exceptParams() {
+    static NeverDestroyed<std::map<std::string, std::string>> record;
+    return record.get();
+}
+std::map<std::string, std::string>& KFExceptionHandler::m_ExceptParams = exceptParams();
+
+// Guards the record. Recursive, because the thread that recorded a broken contract keeps it while it raises
+// the signal, and then reads the record as the handler. The process ends while it is held.
+static KFMutex& recordLock() {
+    static NeverDestroyed<KFMutex> lock(true);
+    return lock.get();
+}
 
 void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
     KFExceptionHandler::GetInstance()->throwException(0, kind, condition, file, line);
@@ -81,9 +98,9 @@ KFExceptionHandler* KFExceptionHandler::GetInstance() {
 KFExceptionHandler::KFExceptionHandler() : m_action() {
     TRACE_CONSTRUCTOR("KFExceptionHandler");
     {
-        const KFLock lock(g_recordLock);
+        const KFLock lock(recordLock());
         for (const char* key : {"Code", "Name", "Description", "InFile", "AtLine"})
-            m_ExceptParams[key].clear();
+            exceptParams()[key].clear();
     }
     m_action.sa_handler = crashHandlerSignalFilter;
     m_action.sa_flags = 0;
@@ -114,26 +131,47 @@ void KFExceptionHandler::throwException(int code, const char* name, const char* 
     TRACE_METHOD();
     // Held until the report is written and the process ends, so that a second thread's violation cannot get
     // in between and mix its texts into the first one's.
-    const KFLock lock(g_recordLock);
-    m_ExceptParams["Code"] = numberField(code);
-    m_ExceptParams["Name"] = textOrEmpty(name);
-    m_ExceptParams["Description"] = textOrEmpty(description);
-    m_ExceptParams["InFile"] = textOrEmpty(fileName);
-    m_ExceptParams["AtLine"] = numberField(line);
+    const KFLock lock(recordLock());
+    std::map<std::string, std::string>& record = exceptParams();
+    record["Code"] = numberField(code);
+    record["Name"] = textOrEmpty(name);
+    record["Description"] = textOrEmpty(description);
+    record["InFile"] = textOrEmpty(fileName);
+    record["AtLine"] = numberField(line);
     raise(code != 0 ? code : CONTRACT_SIGNAL);
 }
 
-// Sees to it that a report that hangs ends: signal 14 comes back as the second signal.
-static void limitReportTime(int milliseconds) {
-    // The signal being handled is blocked here, and others may have been by the thread. A blocked signal 14
-    // would not end a hang, and a blocked fault in the handler itself would end the process by that signal.
-    sigset_t none;
-    sigemptyset(&none);
-    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+// Everything but what has to end a report that cannot go on: the alarm, and a fault in the report itself,
+// which blocked would end the process by that signal. The signal being handled is blocked here, and others
+// may have been by the thread.
+static void blockOtherSignals() {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    sigdelset(&blocked, ALARM_SIGNAL);
+    for (const int fault : FAULT_SIGNALS)
+        sigdelset(&blocked, fault);
+    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
+}
+
+// What hangs ends: the alarm comes back as a second signal.
+static void limitTime(int milliseconds) {
     struct itimerval limit = {};
     limit.it_value.tv_sec = milliseconds / 1000;
     limit.it_value.tv_usec = milliseconds % 1000 * 1000;
     setitimer(ITIMER_REAL, &limit, nullptr);
+}
+
+// Returns on the one thread that is to report. A second signal ends the process only where the report cannot
+// go on: it has taken too long, or has met a fault itself. Other threads wait here for the end.
+static void becomeTheReporter(int sig) {
+    static std::atomic<std::uint64_t> reporter{0};
+    std::uint64_t nobody = 0;
+    if (reporter.compare_exchange_strong(nobody, currentThreadKey()))
+        return;
+    if (sig == ALARM_SIGNAL || reporter == currentThreadKey())
+        _exit(0);
+    for (;;)
+        pause();
 }
 
 static const char* textOfSignal(int sig) {
@@ -144,20 +182,25 @@ static const char* textOfSignal(int sig) {
     return nullptr;
 }
 
+// Walks the record, since looking a key up makes a text of it, which may take memory.
+static const char* textOf(const std::map<std::string, std::string>& record, const char* key) {
+    for (const auto& [name, text] : record) {
+        if (name == key)
+            return text.c_str();
+    }
+    return "";
+}
+
 static void describeViolation(const std::map<std::string, std::string>& record, char* text,
                               std::size_t size) {
-    const auto textOf = [&record](const char* key) {
-        const auto found = record.find(key);
-        return found != record.end() ? found->second.c_str() : "";
-    };
-    std::snprintf(text, size, "%s : %s - In File : %s - At Line : %s", textOf("Name"), textOf("Description"),
-                  textOf("InFile"), textOf("AtLine"));
+    std::snprintf(text, size, "%s : %s - In File : %s - At Line : %s", textOf(record, "Name"),
+                  textOf(record, "Description"), textOf(record, "InFile"), textOf(record, "AtLine"));
 }
 
 void KFExceptionHandler::describeContractViolation(char* text, std::size_t size) {
-    if (g_recordLock.tryacquire()) {
-        describeViolation(m_ExceptParams, text, size);
-        g_recordLock.release();
+    if (recordLock().tryacquire()) {
+        describeViolation(exceptParams(), text, size);
+        recordLock().release();
     } else {
         // Signal 30 came from outside, just while another thread records: there is nothing to tell yet.
         describeViolation({}, text, size);
@@ -174,24 +217,30 @@ void KFExceptionHandler::describeCrash(int sig, char* text, std::size_t size) {
 }
 
 void KFExceptionHandler::crashHandlerSignalFilter(int sig) {
-    static std::atomic_flag reporting = ATOMIC_FLAG_INIT;
-    if (reporting.test_and_set())
-        _exit(0);
-    limitReportTime(ms_reportLimit);
+    blockOtherSignals();
+    becomeTheReporter(sig);
+    limitTime(ms_reportLimit);
 
-    TRACE_FUNCTION("SIGNAL_FILTER");
-    if (Tracer::isActive())
-        Tracer::GetInstance()->setDirectWrite(true);
+    // From here to EndReport() nothing may ask for memory or wait for a lock without a limit: the crash may
+    // have been found by malloc, or have interrupted whoever holds the lock.
     char text[CRASH_TEXT_SIZE] = {};
     describeCrash(sig, text, sizeof text);
+    Tracer* const tracer = Tracer::mayBeActive() ? Tracer::GetInstance() : nullptr;
+    if (tracer != nullptr)
+        tracer->BeginReport();
+    TRACE_FUNCTION("SIGNAL_FILTER");
     TRACE_MESSAGE(MSG_ERROR, "%s", text);
-    if (Tracer::isActive()) {
-        Tracer::GetInstance()->PrintStacks();
-        Tracer::GetInstance()->PrintAllObjectsCount();
+    if (tracer != nullptr) {
+        tracer->PrintStacks();
+        tracer->PrintAllObjectsCount();
+        tracer->EndReport();
     }
     Logger* const logger = Logger::GetInstance();
     if (logger != nullptr && logger->isEnabled())
-        logger->WriteOnFileIfFree();
+        logger->WriteAtCrash();
+
+    // The first function that frees memory may hang, after a crash in malloc.
+    limitTime(std::min(ms_reportLimit, ms_endLimit));
     if (const KFExceptionHandler* const handler = m_globalHandler.load()) {
         for (KFCrashListener* const listener : handler->m_crashListeners) {
             if (listener != nullptr)

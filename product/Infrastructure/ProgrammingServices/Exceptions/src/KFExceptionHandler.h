@@ -13,13 +13,19 @@ class KFCrashListener;
 /// threads, the object counts) and ends the process with status 0. The trace is the only record of a crash:
 /// the status says nothing, deliberately.
 ///
-/// Signals are numbers of the launcher's first system on every host: 30 is the one that broken contracts
-/// raise, 28 (a window changed its size) is left alone. Harmless signals (a child's end, continue, terminal
-/// input and output) end the process like the others.
+/// Signals are numbers of macOS on every host: 30 is the one that broken contracts raise, 28 (a window
+/// changed its size) is left alone. Harmless signals (a child's end, continue, terminal input and output) end
+/// the process like the others.
 ///
-/// Two guards keep a damaged process from lingering: a second signal, whatever its number and thread, ends
-/// the process at once, and so does a report that takes longer than 10 seconds (a lock that its holder will
-/// never give back, say). The status is 0 in both cases, and what was traced so far stands in the file.
+/// The thread that was first in the handler reports. Its first act is to block all other signals but the
+/// alarm (14) and the faults, so that a second one does not cost the report; other threads that come here
+/// wait for the end. The report asks for no memory and waits for no lock without a limit, because the crash
+/// may have interrupted malloc or the tracer itself.
+///
+/// Two guards keep a damaged process from lingering: a fault on the reporting thread ends the process at
+/// once, and so does a report that takes longer than 10 seconds. Behind the report the listeners and the
+/// functions registered for the process's end have 2 seconds together. The status is 0 in each case, and what
+/// was traced so far stands in the file.
 ///
 /// The handler runs on the stack of the thread that crashed. A stack that has overflown leaves it no room, so
 /// that one case ends the process by the signal itself, without a report.
@@ -61,10 +67,12 @@ protected:
 
     /// Time that a report may take, in milliseconds.
     static int ms_reportLimit;
+    /// Behind the report, time for the listeners and for the functions registered for the process's end.
+    static int ms_endLimit;
 
     /// The last broken contract: "Code", "Name", "Description", "InFile" and "AtLine". All five keys are
-    /// there from the handler's construction on.
-    static std::map<std::string, std::string> m_ExceptParams;
+    /// there from the handler's construction on; before that it must not be touched.
+    static std::map<std::string, std::string>& m_ExceptParams;
 
 private:
     static void describeCrash(int sig, char* text, std::size_t size);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <sys/file.h>
 #include <unistd.h>
 #include <utility>
@@ -48,4 +50,19 @@ inline bool lockExclusively(int descriptor) {
         result = flock(descriptor, LOCK_EX);
     } while (result != 0 && errno == EINTR);
     return result == 0;
+}
+
+/// Writes all of the text, however many calls that takes. Returns the number of bytes that were written;
+/// errno tells why they are fewer than the text has. Fit for a signal handler.
+inline std::size_t writeFully(int descriptor, std::string_view text) {
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        written += static_cast<std::size_t>(count);
+    }
+    return written;
 }

@@ -1,5 +1,9 @@
 #include "KFMutex.h"
 
+#include "KFLock.h"
+
+#include <ctime>
+
 static const int LONGEST_WAIT = 64; // pauses of the processor, some 20 nanoseconds each
 
 // Tells the processor that this thread only waits.
@@ -36,4 +40,14 @@ int KFMutex::acquireContended() {
             return 0;
     }
     return pthread_mutex_lock(&m_mutex);
+}
+
+bool acquireWithin(KFMutex& mutex, int milliseconds) {
+    while (!mutex.tryacquire()) {
+        if (milliseconds-- <= 0)
+            return false;
+        const timespec millisecond = {0, 1000000};
+        nanosleep(&millisecond, nullptr);
+    }
+    return true;
 }

@@ -5,6 +5,7 @@
 #include "QuickFormat.h"
 #include "Tracer.h"
 
+#include <cstdint>
 #include <string_view>
 
 class ThreadTracer;
@@ -104,9 +105,10 @@ public:
     const void* getObject() const { return m_object; }
     /// True when the entry line was written.
     bool isPrinted() const { return m_printed; }
-    /// The thread tracer that took the call in, or null. It is only compared, never followed: the thread may
-    /// have ended its trace since.
+    /// The thread tracer that took the call in, or null. It is never followed: the thread may have ended its
+    /// trace since, and another thread tracer may have its memory. Its number tells.
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
+    std::uint64_t getThreadTracerNumber() const { return m_threadTracerNumber; }
 
 private:
     friend class ThreadTracer;
@@ -118,5 +120,6 @@ private:
     CallSite& m_site;
     const void* m_object;
     ThreadTracer* m_threadTracer = nullptr;
+    std::uint64_t m_threadTracerNumber = 0;
     bool m_printed = false;
 };

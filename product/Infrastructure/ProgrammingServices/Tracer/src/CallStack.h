@@ -13,7 +13,8 @@ class CallSite;
 /// and siteAt() under the tracer's lock; it may find a call that is just ending.
 class CallStack {
 public:
-    bool isFull() const { return depth() == m_capacity; }
+    /// One more call fits into a full stack: the crash handler's, which must not ask for memory.
+    bool isFull() const { return depth() + 1 >= m_capacity; }
     /// Makes room. The tracer's lock is held.
     void grow() {
         const std::size_t capacity = m_capacity == 0 ? 32 : 2 * m_capacity;
@@ -25,9 +26,11 @@ public:
         m_calls = std::move(calls);
         m_capacity = capacity;
     }
-    /// The stack must not be full.
+    /// Nothing happens where not even the crash handler's call fits any more.
     void push(const CallSite& site, bool printed) {
         const std::size_t at = depth();
+        if (at == m_capacity)
+            return;
         m_calls[at].site.store(&site, std::memory_order_relaxed);
         m_calls[at].printed = printed;
         m_printed += printed ? 1 : 0;

@@ -4,10 +4,25 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
+
+namespace {
+
+// "_", an index, ".txt"
+constexpr std::size_t LONGEST_SUFFIX = 1 + 11 + 4;
+
+const char* suffixOf(std::int32_t index, char (&suffix)[LONGEST_SUFFIX + 1]) {
+    std::snprintf(suffix, sizeof suffix, "_%d.txt", static_cast<int>(index));
+    return suffix;
+}
+
+} // namespace
 
 bool FileRing::setBaseName(const std::string& name) {
     m_currentFileName.clear();
@@ -23,17 +38,21 @@ bool FileRing::setBaseName(const std::string& name) {
         m_baseFileName = m_folderName + name;
     else
         m_baseFileName = FileSystemManagement::getCurrentOutputDirectory() + name;
+    m_currentFileName.reserve(m_baseFileName.size() + LONGEST_SUFFIX);
     return true;
 }
 
 std::string FileRing::fileName(std::int32_t index) const {
-    return m_baseFileName + "_" + std::to_string(index) + ".txt";
+    char suffix[LONGEST_SUFFIX + 1];
+    return m_baseFileName + suffixOf(index, suffix);
 }
 
 void FileRing::nameCurrentFile() {
     if (m_fileIndex >= m_maximumFiles)
         m_fileIndex = 0;
-    m_currentFileName = fileName(m_fileIndex);
+    char suffix[LONGEST_SUFFIX + 1];
+    m_currentFileName.assign(m_baseFileName).append(suffixOf(m_fileIndex, suffix));
+    m_queue.restoreFrontLine(); // what an earlier file has of it is no use in this one
 }
 
 void FileRing::beginAnew() {
@@ -49,15 +68,20 @@ void FileRing::continueFile(std::int32_t index) {
     m_truncateOnNextOpen = false; // also when another name had begun a new file, not written to yet
     nameCurrentFile();
 
-    const OpenFile file(std::fopen(m_currentFileName.c_str(), "r"));
-    if (file == nullptr)
+    const FileDescriptor file = open(O_RDONLY);
+    if (!file.isOpen())
         return;
     std::array<char, 65536> buffer;
     std::int64_t lines = 0;
     bool atLineBegin = true;
-    while (const std::size_t read = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
-        lines += std::count(buffer.begin(), buffer.begin() + read, '\n');
-        atLineBegin = buffer[read - 1] == '\n';
+    for (;;) {
+        const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        lines += std::count(buffer.begin(), buffer.begin() + count, '\n');
+        atLineBegin = buffer[static_cast<std::size_t>(count) - 1] == '\n';
     }
     if (!atLineBegin)
         ++lines;
@@ -111,67 +135,117 @@ bool FileRing::put(std::string_view line) {
     if (m_output == Output::Nowhere)
         return false;
     if (m_output == Output::Console) {
-        // DELIBERATE: the line has its own end already, so an empty line follows it.
-        std::fwrite(line.data(), 1, line.size(), stdout);
-        std::fputc('\n', stdout);
-        std::fflush(stdout);
+        putOnConsole(line);
         return false;
     }
     m_queue.push(line);
     return true;
 }
 
+void FileRing::putOnConsole(std::string_view line) {
+    // DELIBERATE: the line has its own end already, so an empty line follows it.
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
 FileRing::Drain FileRing::drain() {
     if (m_output != Output::File)
         return Drain::Done;
-    const bool truncate = m_truncateOnNextOpen;
-    m_truncateOnNextOpen = false;
-    OpenFile file = open(truncate ? "w+" : "a");
-    if (file == nullptr)
+    m_isDraining.store(true, std::memory_order_relaxed);
+    const Drain outcome = drainToFile();
+    m_isDraining.store(false, std::memory_order_release);
+    return outcome;
+}
+
+FileRing::Drain FileRing::drainToFile() {
+    FileDescriptor file = openCurrentFile();
+    if (!file.isOpen())
         return Drain::CannotOpen;
     // Those that come meanwhile are for the next drain: it could go on for ever.
     for (std::size_t lines = m_queue.size(); lines > 0;) {
         if (!writeLines(file.get(), lines))
             return Drain::Interrupted;
         if (m_lineCount >= m_maximumLinesPerFile) {
-            file.reset();
+            file = FileDescriptor();
             file = openNextFile();
-            if (file == nullptr)
+            if (!file.isOpen())
                 return Drain::Interrupted;
         }
     }
-    m_queue.trim();
+    if (!m_isReporting)
+        m_queue.trim();
     return Drain::Done;
+}
+
+void FileRing::beginReport() {
+    m_isReporting = true;
+    m_queue.hurry();
+    drain();
+    if (m_lineCount > 0)
+        m_truncateOnNextOpen = false;
+}
+
+void FileRing::writeNow(std::string_view line) {
+    if (m_output == Output::Nowhere)
+        return;
+    if (m_output == Output::Console) {
+        // Not through stdio, whose lock the crash may have left taken.
+        writeFully(STDOUT_FILENO, line);
+        writeFully(STDOUT_FILENO, "\n");
+        return;
+    }
+    const FileDescriptor file = openCurrentFile();
+    if (!file.isOpen())
+        return;
+    writeFully(file.get(), line);
+    if (++m_lineCount >= m_maximumLinesPerFile)
+        openNextFile();
 }
 
 // Writes what fits into this file of so many lines, at least one, a chunk of the queue with each system call.
 // Lines leave the queue only as far as they were written, so that a full disk loses none.
-bool FileRing::writeLines(std::FILE* file, std::size_t& lines) {
+bool FileRing::writeLines(int file, std::size_t& lines) {
     const std::int32_t room = m_lineCount < m_maximumLinesPerFile ? m_maximumLinesPerFile - m_lineCount : 1;
-    const std::string_view text = m_queue.front(std::min(lines, static_cast<std::size_t>(room)));
-    const std::size_t written = std::fwrite(text.data(), 1, text.size(), file);
+    const std::size_t wanted = std::min(lines, static_cast<std::size_t>(room));
+    const std::string_view text = m_queue.front(wanted);
+    const std::size_t written = writeFully(file, text);
     const std::uint64_t left = m_queue.left();
-    m_lineCount += static_cast<std::int32_t>(m_queue.consume(written));
+    m_lineCount += static_cast<std::int32_t>(m_queue.consume(written, wanted));
     lines -= std::min(lines, static_cast<std::size_t>(m_queue.left() - left)); // some may have come meanwhile
     return written == text.size();
 }
 
-FileRing::OpenFile FileRing::openNextFile() {
+FileDescriptor FileRing::openCurrentFile() {
+    const bool truncate = m_truncateOnNextOpen;
+    m_truncateOnNextOpen = false;
+    FileDescriptor file = open(truncate ? O_RDWR | O_CREAT | O_TRUNC : O_WRONLY | O_CREAT | O_APPEND);
+    if (file.isOpen() && truncate)
+        m_queue.restoreFrontLine(); // the file had its first part
+    return file;
+}
+
+FileDescriptor FileRing::openNextFile() {
     ++m_fileIndex;
     nameCurrentFile();
     m_truncateOnNextOpen = true;
     m_lineCount = 0;
-    return open("a");
+    return open(O_WRONLY | O_CREAT | O_APPEND);
 }
 
-FileRing::OpenFile FileRing::open(const char* mode) const {
-    OpenFile file(std::fopen(m_currentFileName.c_str(), mode));
-    if (file == nullptr) {
-        std::fprintf(stderr, "%s : can't open %s\n", m_owner, m_currentFileName.c_str());
-        return nullptr;
-    }
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    // An application launched meanwhile must not inherit the file.
-    fcntl(fileno(file.get()), F_SETFD, FD_CLOEXEC);
+// An application that is launched meanwhile must not inherit the file.
+FileDescriptor FileRing::open(int flags) const {
+    FileDescriptor file(::open(m_currentFileName.c_str(), flags | O_CLOEXEC, 0666));
+    if (!file.isOpen() && (flags & O_CREAT) != 0)
+        tellCannotOpen();
     return file;
+}
+
+void FileRing::tellCannotOpen() const {
+    const auto piece = [](const char* text) { return iovec{const_cast<char*>(text), std::strlen(text)}; };
+    const iovec message[] = {piece(m_owner), piece(" : can't open "), piece(m_currentFileName.c_str()),
+                             piece("\n")};
+    // One call, past stdio: the messages of two processes do not mix, and no lock is waited for.
+    if (writev(STDERR_FILENO, message, sizeof message / sizeof message[0]) < 0)
+        return; // nobody hears it
 }

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "FileDescriptor.h"
 #include "LineQueue.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,6 +39,7 @@ public:
     /// false for a special name: there is no file to choose then.
     bool setBaseName(const std::string& name);
     /// Makes the current name of the base name and the index, which first wraps to 0 at the maximum.
+    /// Never asks for memory, as long as the base name stays.
     void nameCurrentFile();
     /// Begins with file 0, which the next drain empties.
     void beginAnew();
@@ -83,8 +84,18 @@ public:
     /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
     /// what this one put there.
     Drain drain();
-    /// From now on a drain waits for a line that is not finished only for a moment: see LineQueue::hurry.
-    void hurry() { m_queue.hurry(); }
+    /// Whether some thread is in drain(). Any thread, without the lock.
+    bool isDraining() const { return m_isDraining.load(std::memory_order_acquire); }
+
+    /// For the crash handler: writes what waits and lets writeNow() write behind it. From now on nothing here
+    /// asks for memory or gives any back, and a drain waits only for a moment for a line that is not finished
+    /// (see LineQueue::hurry).
+    ///
+    /// This drain and what is written behind it count as one: a file that it went on to is not emptied.
+    void beginReport();
+    /// Writes one line at once, past the queue. Only behind beginReport().
+    void writeNow(std::string_view line);
+
     /// Calls `writeOnFile`, which drains, until the lines that wait now are written; not for those that come
     /// meanwhile, since one more drain could discard what this one has put into a new file. It gives up when
     /// a drain has written nothing: a file that cannot be opened or a full disk would keep the caller here
@@ -113,17 +124,16 @@ public:
     static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
-
     enum class Output { File, Console, Nowhere };
 
     std::string fileName(std::int32_t index) const;
-    OpenFile open(const char* mode) const;
-    OpenFile openNextFile();
-    bool writeLines(std::FILE* file, std::size_t& lines);
+    Drain drainToFile();
+    FileDescriptor openCurrentFile();
+    FileDescriptor openNextFile();
+    FileDescriptor open(int flags) const;
+    bool writeLines(int file, std::size_t& lines);
+    void tellCannotOpen() const;
+    static void putOnConsole(std::string_view line);
 
     const char* m_owner;
     std::int32_t m_maximumFiles = 10;
@@ -135,5 +145,7 @@ private:
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
+    bool m_isReporting = false;
+    std::atomic<bool> m_isDraining{false};
     LineQueue m_queue;
 };

@@ -16,5 +16,5 @@ void FlushThread::run() {
 // One second, which a stop cuts short. Returns false when stopped.
 bool FlushThread::sleepUnlessStopped() {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return !m_wakeUp.wait_for(lock, std::chrono::seconds(1), [this] { return m_stopped; });
+    return !m_wakeUp.wait_for(lock, std::chrono::seconds(1), [this] { return m_stopped.load(); });
 }

@@ -2,6 +2,7 @@
 
 #include "KFThread.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -14,6 +15,11 @@ public:
     FlushThread() : KFThread(nullptr) {}
 
     void onTerminate() override;
+    /// As onTerminate(), but it does not wake the thread up: for a signal handler.
+    void letGo() { m_stopped = true; }
+    /// From onTerminate() or letGo() on nothing more is to be written, also by a flush that is under way and
+    /// has waited for a lock meanwhile.
+    bool isStopped() const { return m_stopped; }
 
 protected:
     void run() override;
@@ -24,5 +30,5 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_wakeUp;
-    bool m_stopped = false;
+    std::atomic<bool> m_stopped{false};
 };

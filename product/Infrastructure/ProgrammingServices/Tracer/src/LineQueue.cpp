@@ -212,26 +212,33 @@ std::string_view LineQueue::front(std::size_t lines) {
     return {chunk.text() + chunk.written, end - chunk.written};
 }
 
-std::size_t LineQueue::consume(std::size_t bytes) {
+std::size_t LineQueue::consume(std::size_t bytes, std::size_t lines) {
     const auto first = firstChunkWithLines();
     if (first == m_chunks.end())
         return 0;
     Chunk& chunk = *first;
     chunk.written += bytes;
-    const std::size_t lines = linesIn(chunk);
+    const std::size_t last = linesIn(chunk);
     std::size_t completed = 0;
-    for (; chunk.front < lines; ++chunk.front, ++m_left) {
+    for (; chunk.front < last; ++chunk.front, ++m_left) {
         const std::uint32_t end = chunk.end(chunk.front).load(std::memory_order_acquire);
-        if (end - 1 <= chunk.written) // one that is marked, or not there yet, is no smaller
+        if (end - 1 <= chunk.written &&
+            completed < lines) // one that is marked, or not there yet, is no smaller
             ++completed;
         else if ((end & (UNFINISHED | FORGOTTEN)) == FORGOTTEN)
             chunk.written = chunk.offsetBehind(chunk.front);
         else
             break;
     }
-    if (chunk.front == lines)
+    if (chunk.front == last)
         reuse(first);
     return completed;
+}
+
+void LineQueue::restoreFrontLine() {
+    const auto first = firstChunkWithLines();
+    if (first != m_chunks.end())
+        first->written = first->front == 0 ? 0 : first->offsetBehind(first->front - 1);
 }
 
 /// For a chunk whose lines were all written.

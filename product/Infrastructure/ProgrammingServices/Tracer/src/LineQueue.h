@@ -93,8 +93,12 @@ public:
     /// until the next push or consume.
     std::string_view front(std::size_t lines);
     /// Removes the first `bytes` bytes, a prefix of front(), and the forgotten places behind them; a line
-    /// that was written in part keeps its rest. Returns the number of lines that are now complete.
-    std::size_t consume(std::size_t bytes);
+    /// that was written in part keeps its rest. Returns the number of lines that are now complete, `lines` at
+    /// most: an empty line is as complete as the one before it, but may belong into the next file.
+    std::size_t consume(std::size_t bytes, std::size_t lines = SIZE_MAX);
+    /// A line that was written in part is to be written from its beginning: the file with its first part is
+    /// emptied.
+    void restoreFrontLine();
     /// From now on front() waits for a tenth of a second, no longer: for a process that ends in a signal
     /// handler, which may have interrupted the very thread that would finish the line. A line that stays
     /// unfinished becomes question marks.

@@ -6,6 +6,7 @@
 #include "LoggerConfigFileParser.h"
 #include "LoggerFlushThread.h"
 #include "MessageText.h"
+#include "Tracer.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -19,6 +20,9 @@ namespace {
 thread_local TimeStamp timeStamp;
 
 LatestMillisecond latestMillisecond;
+
+constexpr int CRASH_LOCK_MILLISECONDS = 50;
+constexpr int CRASH_DRAIN_MILLISECONDS = 1000;
 
 /// Takes the time for this thread's next line.
 void takeTime() {
@@ -110,13 +114,19 @@ void Logger::Initialize() {
     }
     if (!hasFileName) {
         std::puts("please call Logger_SET_FILE_NAME(fileName)");
+        Tracer::FinishBeforeExit();
         std::exit(1);
     }
     if (directWrite)
         return;
     // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
     m_flushThread = std::make_unique<LoggerFlushThread>(this);
-    m_flushThread->start();
+    const bool isStarted = m_flushThread->start();
+    if (!isStarted)
+        std::fprintf(stderr, "Logger : can't start the flush thread, so lines are written at once\n");
+    const KFLock lock(m_lock);
+    m_isFlushThreadGone = !isStarted;
+    UpdateQueueing();
 }
 
 void Logger::SetFolderName(std::string folderName) {
@@ -147,6 +157,11 @@ void Logger::setDirectWrite(bool directWrite) {
     const KFLock lock(m_lock);
     m_directWrite = directWrite;
     UpdateQueueing();
+}
+
+void Logger::setPrintTime(bool on) {
+    TimeStamp::learnTimeZone();
+    m_printTime.store(on, std::memory_order_relaxed);
 }
 
 void Logger::setMaximumFiles(std::int32_t files) {
@@ -237,7 +252,7 @@ LineQueue::Place Logger::MakePlace(std::size_t length) {
 }
 
 void Logger::UpdateQueueing() {
-    m_isQueueing.store(m_ring.isQueueing() && !m_directWrite && m_timesLeftHeld == 0,
+    m_isQueueing.store(m_ring.isQueueing() && !WritesAtOnce() && m_timesLeftHeld == 0,
                        std::memory_order_relaxed);
 }
 
@@ -249,7 +264,7 @@ void Logger::PrintString(const std::string& msg) {
 }
 
 void Logger::WriteIfDirect() {
-    if (m_directWrite)
+    if (WritesAtOnce())
         WriteOnFile();
 }
 
@@ -271,13 +286,15 @@ void Logger::WriteOnFile() {
     m_lock.release();
 }
 
-bool Logger::WriteOnFileIfFree() {
-    if (!m_lock.tryacquire())
-        return false;
-    m_ring.hurry();
-    WriteOnFile();
-    m_lock.release();
-    return true;
+void Logger::WriteAtCrash() {
+    bool isHeld = acquireWithin(m_lock, CRASH_LOCK_MILLISECONDS);
+    if (!isHeld && m_ring.isDraining())
+        isHeld = acquireWithin(m_lock, CRASH_DRAIN_MILLISECONDS);
+    if (m_flushThread != nullptr)
+        m_flushThread->letGo();
+    m_ring.beginReport();
+    if (isHeld)
+        m_lock.release();
 }
 
 bool Logger::areAllMsgFlushed() {
@@ -290,6 +307,11 @@ void Logger::FinishLogging() {
     setEnabled(false);
     if (!m_directWrite)
         m_ring.drainAll([this] { WriteOnFile(); });
+    // One more drain could empty the file that the last one has gone on to.
+    if (m_flushThread != nullptr)
+        m_flushThread->onTerminate();
+    m_isFlushThreadGone = m_flushThread != nullptr;
+    UpdateQueueing();
 }
 
 // ---- the ring

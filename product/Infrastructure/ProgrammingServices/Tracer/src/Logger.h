@@ -69,7 +69,7 @@ public:
     void UpdateFileName();
 
     void setEnabled(bool enabled) { m_enabled.store(enabled, std::memory_order_relaxed); }
-    void setPrintTime(bool on) { m_printTime.store(on, std::memory_order_relaxed); }
+    void setPrintTime(bool on);
     /// Every line is written at once. The flush thread, if there is one, goes on.
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
@@ -95,11 +95,13 @@ public:
     /// DELIBERATE: when the current file cannot be opened, this tells it on standard error and returns with
     /// the lock still held by the calling thread. Other threads that log then wait.
     void WriteOnFile() KF_NO_THREAD_SAFETY_ANALYSIS; // since it may leave the lock held
-    /// The same for the crash handler: only if the lock is free, or the calling thread's. Returns false when
-    /// another thread has it.
-    bool WriteOnFileIfFree();
+    /// The same for the crash handler. A lock that another thread has is waited for no longer than 50
+    /// milliseconds (a second where that thread is just writing the lines), and then done without. Asks for
+    /// no memory. The flush thread writes nothing any more.
+    void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
     bool areAllMsgFlushed();
-    /// Disables the logger and writes every queued line that can be written. The flush thread goes on.
+    /// Disables the logger, writes every queued line that can be written, and lets the flush thread end. A
+    /// line that is printed all the same is written at once.
     void FinishLogging();
 
     // ---- the ring
@@ -124,6 +126,7 @@ private:
     static void PrintMsgType(std::string_view tag, LineWriter& line);
     static void PrintTime(LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
+    bool WritesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadGone; }
     template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
     LineQueue::Place InItsTime(bool printTime, std::size_t length);
     LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
@@ -143,6 +146,7 @@ private:
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
+    bool m_isFlushThreadGone KF_GUARDED_BY(m_lock) = false; // or could not be started
     FileRing m_ring KF_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
     bool m_ends KF_GUARDED_BY(m_lock) = false;

@@ -1,5 +1,6 @@
 #include "LoggerFlushThread.h"
 
+#include "KFLock.h"
 #include "Logger.h"
 
 LoggerFlushThread::~LoggerFlushThread() {
@@ -7,6 +8,9 @@ LoggerFlushThread::~LoggerFlushThread() {
 }
 
 void LoggerFlushThread::flush() {
-    if (m_logger != nullptr)
+    if (m_logger == nullptr)
+        return;
+    const KFLock lock(m_logger->getLock());
+    if (!isStopped()) // perhaps while this waited
         m_logger->WriteOnFile();
 }

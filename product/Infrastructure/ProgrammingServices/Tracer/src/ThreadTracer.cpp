@@ -1,10 +1,11 @@
 #include "ThreadTracer.h"
 
-#include "KFLock.h"
 #include "MessageText.h"
 #include "ThreadId.h"
 #include "Tracer.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 namespace {
@@ -18,15 +19,28 @@ constexpr std::string_view PLAIN_UNITS = "                                      
 constexpr std::string_view BAR_UNITS = "| | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | ";
 static_assert(PLAIN_UNITS.size() == 32 * UNIT_LENGTH && BAR_UNITS.size() == PLAIN_UNITS.size());
 
+constexpr std::size_t NAME_WIDTH = 15;
+constexpr std::size_t ID_LIMIT = 32; // of the id with its brackets
+
+/// Room for the thread column of this name.
+std::size_t threadColumnLimit(std::string_view threadName) {
+    return ID_LIMIT + std::max(threadName.size(), NAME_WIDTH) + 1;
+}
+
 /// The thread column: the calling thread's id and this name, each padded to its width.
-std::string threadColumn(const std::string& threadName) {
-    char id[32];
+void putThreadColumn(LineWriter& line, std::string_view threadName) {
+    char id[ID_LIMIT];
     std::snprintf(id, sizeof id, "[th_%-5d][", static_cast<int>(currentThreadNumber()));
-    std::string column = id + threadName;
-    constexpr std::size_t width = 15;
-    if (threadName.size() < width)
-        column.append(width - threadName.size(), ' ');
-    return column += ']';
+    line.put(id);
+    line.put(threadName);
+    for (std::size_t width = threadName.size(); width < NAME_WIDTH; ++width)
+        line.put(' ');
+    line.put(']');
+}
+
+std::uint64_t newNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
 }
 
 // The low 32 bits, so that the column keeps its width on every host.
@@ -60,14 +74,29 @@ std::string_view tagOf(TraceMsgType type) {
 
 } // namespace
 
-ThreadTracer::ThreadTracer(Tracer& tracer, std::string threadName)
-    : m_tracer(tracer), m_threadName(std::move(threadName)), m_threadColumn(threadColumn(m_threadName)) {}
+ThreadTracer::ThreadTracer(Tracer& tracer, std::string_view threadName)
+    : m_tracer(tracer), m_number(newNumber()) {
+    m_threadName.reserve(NAME_WIDTH);
+    m_threadColumn.reserve(threadColumnLimit(""));
+    m_callStack.grow();
+    adoptCurrentThread(threadName);
+}
+
+void ThreadTracer::adoptCurrentThread(std::string_view threadName) {
+    m_key = currentThreadKey();
+    m_threadName = threadName;
+    m_threadColumn.resize(threadColumnLimit(threadName));
+    LineWriter column(&m_threadColumn[0]);
+    putThreadColumn(column, threadName);
+    m_threadColumn.resize(static_cast<std::size_t>(column.end() - &m_threadColumn[0]));
+}
 
 void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     if (!m_enabled)
         return;
     const int count = marker.getSite().hasClassName() ? m_tracer.UpdateObjectCount(marker) : 0;
     marker.m_threadTracer = this;
+    marker.m_threadTracerNumber = m_number;
     marker.m_printed = m_tracer.isPrinted(marker.getSite());
     if (marker.isPrinted()) {
         const std::string_view name = marker.getMethodName();
@@ -77,7 +106,7 @@ void ThreadTracer::BeginningOfCall(CallMarker& marker) {
         m_line.put(name);
         endLine();
     }
-    if (m_callStack.isFull())
+    if (m_callStack.isFull() && !m_tracer.isReporting())
         m_callStack.grow();
     m_callStack.push(marker.getSite(), marker.isPrinted());
 }
@@ -106,7 +135,7 @@ void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
 
 // The text is there before the lock is taken: formatting needs nothing of the tracer's.
 void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
-    const KFLock lock(m_tracer.getLock());
+    const Tracer::Lock lock(m_tracer);
     const std::string_view tag = tagOf(type);
     beginLine(tag.size() + text.view().size());
     PrintNullObjectCount();
@@ -117,16 +146,22 @@ void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
 }
 
 void ThreadTracer::PrintStack() {
+    m_tracer.lockIsHeld();
     if (m_callStack.depth() == 0)
         return;
     m_tracer.PrintString("\n-------------- CALLSTACK --------------\n");
     // DELIBERATE: the id is that of the thread that asks, beside the traced thread's name.
     for (std::size_t number = m_callStack.depth(); number > 0; --number) {
-        std::string line = threadColumn(m_threadName);
-        line += "    [" + std::to_string(number) + "] ";
-        line += m_callStack.siteAt(number - 1)->getMethodName();
-        line += '\n';
-        m_tracer.PrintString(line);
+        const std::string_view method = m_callStack.siteAt(number - 1)->getMethodName();
+        char position[32];
+        std::snprintf(position, sizeof position, "    [%lu] ", static_cast<unsigned long>(number));
+        LineWriter line(
+            m_tracer.beginLine(threadColumnLimit(m_threadName) + sizeof position + method.size() + 1));
+        putThreadColumn(line, m_threadName);
+        line.put(position);
+        line.put(method);
+        line.put('\n');
+        m_tracer.endLine(line.end());
     }
     m_tracer.PrintString("---------------------------------------\n");
 }

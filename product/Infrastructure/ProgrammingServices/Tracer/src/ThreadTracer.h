@@ -7,6 +7,7 @@
 #include "TimeStamp.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,17 +15,29 @@ class MessageText;
 class Tracer;
 
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
-/// Owned by the tracer's registry.
+/// Owned by the tracer's registry, in which it is an element of a list.
 ///
 /// Thread: the traced thread. Other threads only print the stack, under the tracer's lock. The line in
 /// progress stands where it stays, in the tracer's queue, so the lock is held from its beginning to its end.
 class ThreadTracer {
 public:
-    ThreadTracer(Tracer& tracer, std::string threadName);
+    /// The calling thread's.
+    ThreadTracer(Tracer& tracer, std::string_view threadName);
     virtual ~ThreadTracer() = default;
 
     ThreadTracer(const ThreadTracer&) = delete;
     ThreadTracer& operator=(const ThreadTracer&) = delete;
+
+    /// Makes this object, which no thread has used yet, the calling thread's. Asks for no memory when the
+    /// name is that of a thread that has not named itself.
+    void adoptCurrentThread(std::string_view threadName);
+
+    /// The thread's handle as a number: see currentThreadKey().
+    std::uint64_t getKey() const { return m_key; }
+    /// A number that no other thread tracer of the process has, now or later. Unlike its address.
+    std::uint64_t getNumber() const { return m_number; }
+    /// The next one of the registry. The tracer's lock is held.
+    std::unique_ptr<ThreadTracer>& next() { return m_next; }
 
     /// A disabled thread takes in no calls and writes no exits.
     void setEnabled(bool enabled) { m_enabled = enabled; }
@@ -42,6 +55,7 @@ public:
         if (site.getVerdict(filters) != 0 || site.hasClassName() || m_callStack.isFull())
             return false;
         marker.m_threadTracer = this;
+        marker.m_threadTracerNumber = m_number;
         m_callStack.push(site, false);
         return true;
     }
@@ -73,6 +87,9 @@ private:
     void PrintMsgType(TraceMsgType type);
 
     Tracer& m_tracer;
+    const std::uint64_t m_number;
+    std::uint64_t m_key = 0;
+    std::unique_ptr<ThreadTracer> m_next;
     bool m_enabled = true;
     LineWriter m_line; // the line in progress
     std::string m_threadName;

@@ -2,9 +2,12 @@
 
 #include "CallMarker.h"
 #include "ContractChecks.h"
+#include "KFLock.h"
+#include "LineWriter.h"
 #include "NamePattern.h"
 #include "ThreadId.h"
 #include "ThreadTracer.h"
+#include "TimeStamp.h"
 #include "TracerConfigFileParser.h"
 #include "TracerFlushThread.h"
 
@@ -38,15 +41,23 @@ struct ThreadSlot {
 };
 thread_local ThreadSlot threadSlot;
 
+bool hasTakenIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
+    return threadTracer != nullptr && threadTracer->getNumber() == marker.getThreadTracerNumber();
+}
+
 } // namespace
 
 // The first file of a run is emptied, whatever an earlier run has left there.
-Tracer::Tracer() : m_filters(newFilters()), m_number(newTracerNumber()), m_ring("Tracer", true) {}
+Tracer::Tracer()
+    : m_filters(newFilters()), m_number(newTracerNumber()), m_ring("Tracer", true),
+      m_spareThreadTracer(std::make_unique<ThreadTracer>(*this, "")) {}
 
 Tracer::~Tracer() {
     Tracer* self = this;
     m_Instance.compare_exchange_strong(self, nullptr);
     m_flushThread.reset();
+    while (m_threadTracers != nullptr) // one by one: each owns the next
+        m_threadTracers = std::move(m_threadTracers->next());
 }
 
 void Tracer::SetInstance(Tracer* pTheTracer) {
@@ -62,7 +73,7 @@ void Tracer::ReadConfigFile(const char* fileName) {
     bool hasFileName = false;
     bool directWrite = false;
     {
-        const KFLock lock(m_lock);
+        const Lock lock(*this);
         if (!m_enabled)
             return;
         hasFileName = !m_ring.getBaseFileName().empty();
@@ -70,49 +81,69 @@ void Tracer::ReadConfigFile(const char* fileName) {
     }
     if (!hasFileName) {
         std::puts("please call TRACE_SET_FILE_NAME(\"baseFileName\")");
-        std::exit(1);
+        std::exit(1); // there is no file that the trace could be finished in
     }
     if (directWrite)
         return;
     // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
     m_flushThread = std::make_unique<TracerFlushThread>();
-    m_flushThread->start();
+    const bool isStarted = m_flushThread->start();
+    if (!isStarted)
+        std::fprintf(stderr, "Tracer : can't start the flush thread, so lines are written at once\n");
+    const Lock lock(*this);
+    m_isFlushThreadGone = !isStarted;
+}
+
+void Tracer::FinishBeforeExit() {
+    Tracer* const tracer = GetInstance();
+    if (tracer != nullptr && tracer->isEnabled() && tracer->hasFileName())
+        tracer->FinishTracing();
+}
+
+bool Tracer::hasFileName() {
+    const Lock lock(*this);
+    return !m_ring.getBaseFileName().empty();
 }
 
 void Tracer::SetFolderName(std::string folderName) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_ring.setFolderName(std::move(folderName));
 }
 
 void Tracer::SetFileName(std::string name) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     if (m_ring.setBaseName(name))
         UpdateFileName();
 }
 
 void Tracer::UpdateFileName() {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_ring.nameCurrentFile();
     m_ring.truncateOnNextOpen();
 }
 
 void Tracer::setEnabled(bool enabled) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_enabled.store(enabled, std::memory_order_relaxed);
 }
 
 void Tracer::setDirectWrite(bool directWrite) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_directWrite = directWrite;
 }
 
+void Tracer::setPrintTime(bool on) {
+    TimeStamp::learnTimeZone();
+    m_printTime = on;
+}
+
 void Tracer::setMaximumFiles(std::int32_t files) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_ring.setMaximumFiles(files);
 }
 
 void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_ring.setMaximumLinesPerFile(lines);
 }
 
@@ -141,7 +172,7 @@ void Tracer::TraceTheThread(const char* threadName) {
     KF_REQUIRE(threadName != NULL, 160);
     const std::string strThreadName = textOf(threadName);
     KF_REQUIRE(!strThreadName.empty(), 162);
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     appendPattern(m_permittedThreads, strThreadName);
     m_filters.store(newFilters(), std::memory_order_relaxed);
 }
@@ -150,24 +181,24 @@ void Tracer::TraceTheCall(const char* className) {
     KF_REQUIRE(className != NULL, 140);
     const std::string strClassName = textOf(className);
     KF_REQUIRE(!strClassName.empty(), 143);
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     const bool forbidden = !strClassName.empty() && strClassName.front() == '-';
     appendPattern(forbidden ? m_forbiddenCalls : m_permittedCalls, strClassName);
     m_filters.store(newFilters(), std::memory_order_relaxed);
 }
 
 bool Tracer::isThreadPermittedToPrint(std::string_view name) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     return isCoveredByAny(m_permittedThreads, name);
 }
 
 bool Tracer::isCallPermittedToPrint(std::string_view name) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     return isCoveredByAny(m_permittedCalls, name);
 }
 
 bool Tracer::isCallForbiddenToPrint(std::string_view name) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     return std::any_of(m_forbiddenCalls.begin(), m_forbiddenCalls.end(), [name](const std::string& entry) {
         return entry.size() >= 2 && isNameHidden(std::string_view(entry).substr(1), name);
     });
@@ -190,28 +221,60 @@ std::string Tracer::extractMethodName(const char* prettyName) {
 
 // ---- threads and calls
 
+/// Where the thread's tracer is, or would be.
+std::unique_ptr<ThreadTracer>& Tracer::placeOfThreadTracer(std::uint64_t key) {
+    std::unique_ptr<ThreadTracer>* place = &m_threadTracers;
+    while (*place != nullptr && (*place)->getKey() < key)
+        place = &(*place)->next();
+    return *place;
+}
+
+ThreadTracer* Tracer::findThreadTracer(std::uint64_t key) {
+    ThreadTracer* const found = placeOfThreadTracer(key).get();
+    return found != nullptr && found->getKey() == key ? found : nullptr;
+}
+
 ThreadTracer* Tracer::registeredThreadTracer() {
     if (threadSlot.tracerNumber != m_number || threadSlot.threadTracer == nullptr)
-        threadSlot = {m_number, m_threadTracers[currentThreadKey()].get()};
+        threadSlot = {m_number, findThreadTracer(currentThreadKey())};
     return threadSlot.threadTracer;
 }
 
+std::unique_ptr<ThreadTracer> Tracer::makeThreadTracer(std::string_view name) {
+    if (!isReporting())
+        return std::make_unique<ThreadTracer>(*this, name);
+    if (m_spareThreadTracer != nullptr)
+        m_spareThreadTracer->adoptCurrentThread(name);
+    return std::move(m_spareThreadTracer);
+}
+
 void Tracer::BeginningOfThread(const char* threadName) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     KF_REQUIRE(threadName != NULL, 537);
-    const std::string name = textOf(threadName);
+    const std::string_view name = threadName != nullptr ? threadName : "";
     if (!isThreadPermittedToPrint(name))
         return;
-    std::unique_ptr<ThreadTracer>& entry = m_threadTracers[currentThreadKey()];
-    if (entry == nullptr)
-        entry = std::make_unique<ThreadTracer>(*this, name);
-    threadSlot = {m_number, entry.get()};
+    ThreadTracer* threadTracer = findThreadTracer(currentThreadKey());
+    if (threadTracer == nullptr) {
+        std::unique_ptr<ThreadTracer> made = makeThreadTracer(name);
+        if (made == nullptr)
+            return;
+        threadTracer = made.get();
+        std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(threadTracer->getKey());
+        made->next() = std::move(place);
+        place = std::move(made);
+    }
+    threadSlot = {m_number, threadTracer};
 }
 
 void Tracer::EndOfThread() {
-    const KFLock lock(m_lock);
-    m_threadTracers.erase(currentThreadKey());
+    const Lock lock(*this);
     threadSlot = {};
+    std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(currentThreadKey());
+    if (place == nullptr || place->getKey() != currentThreadKey())
+        return;
+    const std::unique_ptr<ThreadTracer> ended = std::move(place);
+    place = std::move(ended->next());
 }
 
 void Tracer::Enable() {
@@ -223,15 +286,13 @@ void Tracer::Disable() {
 }
 
 void Tracer::switchThread(bool on) {
-    const KFLock lock(m_lock);
-    if (m_threadTracers.empty())
-        return;
+    const Lock lock(*this);
     if (ThreadTracer* const threadTracer = registeredThreadTracer())
         threadTracer->setEnabled(on);
 }
 
 void Tracer::BeginningOfCall(CallMarker& marker) {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     beginCall(marker);
 }
 
@@ -243,7 +304,7 @@ void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
                 : threadSlot.threadTracer->BeginningOfHiddenCall(marker, filters))
             return;
     }
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     if (m_enabled.load(std::memory_order_relaxed))
         beginCall(marker);
 }
@@ -251,7 +312,9 @@ void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
 void Tracer::beginCall(CallMarker& marker) {
     ThreadTracer* threadTracer = registeredThreadTracer();
     if (threadTracer == nullptr) {
-        BeginningOfThread(("th_" + std::to_string(currentThreadNumber())).c_str());
+        char name[32];
+        std::snprintf(name, sizeof name, "th_%d", static_cast<int>(currentThreadNumber()));
+        BeginningOfThread(name);
         threadTracer = registeredThreadTracer();
     }
     if (threadTracer != nullptr)
@@ -263,81 +326,140 @@ void Tracer::beginCall(CallMarker& marker) {
 void Tracer::EndOfCall(CallMarker& marker) {
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
-    if (threadSlot.tracerNumber == m_number && threadSlot.threadTracer == marker.getThreadTracer() &&
+    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker) &&
         threadSlot.threadTracer->EndOfCallWithoutLine(marker))
         return;
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    if (threadTracer != nullptr && threadTracer == marker.getThreadTracer())
+    if (hasTakenIn(threadTracer, marker))
         threadTracer->EndOfCall(marker);
 }
 
 ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {
     if (marker.getThreadTracer() == nullptr || !m_enabled.load(std::memory_order_relaxed))
         return nullptr;
-    if (threadSlot.tracerNumber == m_number && threadSlot.threadTracer == marker.getThreadTracer())
+    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker))
         return threadSlot.threadTracer;
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return nullptr;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    return threadTracer == marker.getThreadTracer() ? threadTracer : nullptr;
+    return hasTakenIn(threadTracer, marker) ? threadTracer : nullptr;
 }
 
 int Tracer::UpdateObjectCount(const CallMarker& marker) {
     const std::string_view className = marker.getClassName();
     if (className.empty())
         return 0;
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     auto entry = m_objectCounts.find(className);
     if (entry == m_objectCounts.end())
         entry = m_objectCounts.emplace(className, 0).first;
-    entry->second += marker.isConstructor() ? 1 : -1;
-    if (entry->second >= 1)
-        return entry->second;
-    m_objectCounts.erase(entry);
-    return 0;
+    // A count of 0 stays, so that the map hardly ever changes under a crash handler's eyes.
+    entry->second = std::max(entry->second + (marker.isConstructor() ? 1 : -1), 0);
+    return entry->second;
 }
 
 // ---- output
 
 void Tracer::PrintString(std::string_view line) {
-    const KFLock lock(m_lock);
-    if (m_ring.put(line) && m_directWrite)
+    const Lock lock(*this);
+    if (isReporting())
+        m_ring.writeNow(line);
+    else if (m_ring.put(line) && writesAtOnce())
         WriteOnFile();
 }
 
 void Tracer::WriteOnFile() {
     // Unlike the logger's, this lock is released whatever the drain meets.
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_ring.drain();
 }
 
 void Tracer::FinishTracing() {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     m_enabled.store(false, std::memory_order_relaxed);
     if (!m_directWrite)
         m_ring.drainAll([this] { WriteOnFile(); });
+    // One more drain could empty the file that the last one has gone on to.
+    if (m_flushThread != nullptr)
+        m_flushThread->onTerminate();
+    m_isFlushThreadGone = m_flushThread != nullptr;
 }
 
 void Tracer::PrintStacks() {
-    const KFLock lock(m_lock);
-    for (const auto& [key, threadTracer] : m_threadTracers)
-        if (threadTracer != nullptr)
-            threadTracer->PrintStack();
+    const Lock lock(*this);
+    for (ThreadTracer* threadTracer = m_threadTracers.get(); threadTracer != nullptr;
+         threadTracer = threadTracer->next().get())
+        threadTracer->PrintStack();
 }
 
 void Tracer::PrintAllObjectsCount() {
-    const KFLock lock(m_lock);
+    const Lock lock(*this);
     PrintString("\n-------------- OBJECT(S) COUNT --------------\n");
     for (const auto& [className, count] : m_objectCounts) {
+        if (count == 0)
+            continue;
+        constexpr std::string_view title = "Class = ";
+        constexpr std::size_t width = 30;
         char countText[32];
         std::snprintf(countText, sizeof countText, ", count = %.6d\n", static_cast<int>(count));
-        constexpr std::size_t width = 30;
-        const std::string padding(className.size() < width ? width - className.size() : 0, ' ');
-        PrintString("Class = " + className + padding + countText);
+        LineWriter line(beginLine(title.size() + std::max(className.size(), width) + sizeof countText));
+        line.put(title);
+        line.put(className);
+        for (std::size_t at = className.size(); at < width; ++at)
+            line.put(' ');
+        line.put(countText);
+        endLine(line.end());
     }
     PrintString("---------------------------------------------\n");
+}
+
+// ---- a crash
+
+namespace {
+
+constexpr int REPORT_LOCK_MILLISECONDS = 1000;
+
+// For a line of the report: the memory is there, whatever has become of the rest.
+char reportLine[64 * 1024];
+
+} // namespace
+
+bool Tracer::goesWithoutLock() const {
+    const std::uint64_t key = m_threadWithoutLock.load(std::memory_order_relaxed);
+    return key != 0 && key == currentThreadKey();
+}
+
+void Tracer::BeginReport() {
+    m_isLockLost = !acquireWithin(m_lock, REPORT_LOCK_MILLISECONDS);
+    m_threadWithoutLock = currentThreadKey();
+    if (m_flushThread != nullptr)
+        m_flushThread->letGo();
+    TimeStamp::keepTimeZone();
+    m_directWrite = true;
+    m_ring.beginReport();
+    m_isReporting = true;
+}
+
+void Tracer::EndReport() {
+    m_isReporting = false;
+    if (m_isLockLost)
+        return;
+    m_threadWithoutLock = 0;
+    m_lock.release();
+}
+
+char* Tracer::beginReportLine(std::size_t room) {
+    return room <= sizeof reportLine ? reportLine : m_ring.beginLine(room);
+}
+
+/// False when the line was too long for it, and stands in the queue.
+bool Tracer::endReportLine(const char* end) {
+    if (end < reportLine || end > reportLine + sizeof reportLine)
+        return false;
+    m_ring.writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
+    return true;
 }

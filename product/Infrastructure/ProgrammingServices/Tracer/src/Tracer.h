@@ -1,7 +1,6 @@
 #pragma once
 
 #include "FileRing.h"
-#include "KFLock.h"
 #include "KFMutex.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
@@ -55,7 +54,7 @@ public:
     bool isEnabled() {
         if (!m_enabled.load(std::memory_order_relaxed))
             return false;
-        const KFLock lock(m_lock);
+        const Lock lock(*this);
         return m_enabled.load(std::memory_order_relaxed);
     }
 
@@ -83,7 +82,7 @@ public:
     void setBarIndentation(bool on) { m_barIndentation = on; }
     void setIndentHiddenCalls(bool on) { m_indentHiddenCalls = on; }
     void setPrintExits(bool on) { m_printExits = on; }
-    void setPrintTime(bool on) { m_printTime = on; }
+    void setPrintTime(bool on);
     void setPrintObjectCountAndAddress(bool on) { m_printObjectCountAndAddress = on; }
 
     std::uint32_t getLevelMask() const { return m_levelMask.load(std::memory_order_relaxed); }
@@ -148,12 +147,49 @@ public:
     /// Writes the queued lines. A file that cannot be opened is told on standard error; the lines stay
     /// queued.
     void WriteOnFile();
-    /// Disables the tracer and writes every queued line that can be written.
+    /// Disables the tracer, writes every queued line that can be written, and lets the flush thread end. A
+    /// line that is printed all the same is written at once.
     void FinishTracing();
+    /// For whoever is about to end the process: the registered tracer, if there is one and it writes to a
+    /// file, finishes.
+    static void FinishBeforeExit();
     /// Writes the stacks of living calls of all traced threads.
     void PrintStacks();
     /// Writes the number of living objects per class; always, also when the calling thread is not traced.
     void PrintAllObjectsCount();
+
+    // ---- the crash handler's
+    // -----------------------------------------------------------------------------------
+
+    /// The calling thread reports a crash from here on. Everything that waits is written, and then every line
+    /// at once (direct write). Until EndReport() nothing here asks for memory, and no lock is waited for:
+    /// what the crash has interrupted may have left both in any state. A lock that nobody gives back within a
+    /// second is done without, by this thread, for good.
+    void BeginReport() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
+    /// The report is complete; other threads' lines may follow.
+    void EndReport() KF_NO_THREAD_SAFETY_ANALYSIS;
+    /// Between the two. The tracer's lock is held.
+    bool isReporting() const { return m_isReporting.load(std::memory_order_relaxed); }
+
+    /// Holds the tracer's lock for the length of a scope; a thread that reports a crash goes without, since
+    /// it has the lock already, or never gets it.
+    class KF_SCOPED_CAPABILITY Lock {
+    public:
+        explicit Lock(Tracer& tracer) KF_ACQUIRE(tracer.m_lock)
+            : m_mutex(tracer.goesWithoutLock() ? nullptr : &tracer.m_lock) {
+            if (m_mutex != nullptr)
+                m_mutex->acquire();
+        }
+        ~Lock() KF_RELEASE() {
+            if (m_mutex != nullptr)
+                m_mutex->release();
+        }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+
+    private:
+        KFMutex* const m_mutex;
+    };
 
     /// The lock, for those who have several things to do at once.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
@@ -161,17 +197,27 @@ public:
     void lockIsHeld() const KF_ASSERT_CAPABILITY(m_lock) {}
     /// A line that is put together in its place in the queue: at most `room` bytes, none of them NUL. The
     /// caller keeps the lock from the beginning to the end of the line.
-    char* beginLine(std::size_t room) KF_REQUIRES(m_lock) { return m_ring.beginLine(room); }
+    char* beginLine(std::size_t room) KF_REQUIRES(m_lock) {
+        return isReporting() ? beginReportLine(room) : m_ring.beginLine(room);
+    }
     void endLine(const char* end) KF_REQUIRES(m_lock) {
-        if (m_ring.endLine(end) && m_directWrite)
+        if (isReporting() && endReportLine(end))
+            return;
+        if (m_ring.endLine(end) && writesAtOnce())
             WriteOnFile();
     }
     /// Where lines go. The caller holds the lock.
     const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
 
 private:
-    using ThreadTracers = std::map<std::uint64_t, std::unique_ptr<ThreadTracer>>;
-
+    bool goesWithoutLock() const;
+    char* beginReportLine(std::size_t room) KF_REQUIRES(m_lock);
+    bool endReportLine(const char* end) KF_REQUIRES(m_lock);
+    ThreadTracer* findThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
+    std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
+    std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
+    bool hasFileName();
+    bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadGone; }
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
     void beginCall(CallMarker& marker) KF_REQUIRES(m_lock);
@@ -194,11 +240,19 @@ private:
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
+    bool m_isFlushThreadGone KF_GUARDED_BY(m_lock) = false; // or could not be started
     FileRing m_ring KF_GUARDED_BY(m_lock);
     std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedCalls KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_forbiddenCalls KF_GUARDED_BY(m_lock);
-    ThreadTracers m_threadTracers KF_GUARDED_BY(m_lock);
+    // In ascending order of their threads' keys. A list, because a crash handler may read it in the middle of
+    // any change, and add to it without memory of its own.
+    std::unique_ptr<ThreadTracer> m_threadTracers KF_GUARDED_BY(m_lock);
+    std::unique_ptr<ThreadTracer> m_spareThreadTracer KF_GUARDED_BY(m_lock); // of a crash handler's thread
     std::unique_ptr<TracerFlushThread> m_flushThread;
+
+    std::atomic<bool> m_isReporting{false};
+    std::atomic<std::uint64_t> m_threadWithoutLock{0}; // the key of the one that reports; 0: none
+    bool m_isLockLost = false;                         // the reporting thread's
 };

@@ -11,5 +11,6 @@ KeywordToken TracerConfigFileParser::getToken() {
 
 void TracerConfigFileParser::signalError(const char* /*message*/) {
     std::fprintf(stderr, "syntax error at line %d of tracer config file\n", m_line);
+    Tracer::FinishBeforeExit();
     std::exit(1);
 }

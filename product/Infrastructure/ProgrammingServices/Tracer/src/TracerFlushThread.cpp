@@ -1,5 +1,6 @@
 #include "TracerFlushThread.h"
 
+#include "KFLock.h"
 #include "Tracer.h"
 
 TracerFlushThread::~TracerFlushThread() {
@@ -7,6 +8,10 @@ TracerFlushThread::~TracerFlushThread() {
 }
 
 void TracerFlushThread::flush() {
-    if (Tracer* const tracer = Tracer::GetInstance())
+    Tracer* const tracer = Tracer::GetInstance();
+    if (tracer == nullptr)
+        return;
+    const KFLock lock(tracer->getLock());
+    if (!isStopped()) // perhaps while this waited
         tracer->WriteOnFile();
 }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <new>
+#include <utility>
+
+/// A static object that lives to the very end of the process: threads, signal handlers and the destructors of
+/// other static objects may use it until then. As a static of a function it is made when it is first asked
+/// for, which may be before main():
+///
+///     static KFMutex& recordLock() {
+///         static NeverDestroyed<KFMutex> lock(true);
+///         return lock.get();
+///     }
+template <typename T>
+class NeverDestroyed {
+public:
+    template <typename... Arguments>
+    explicit NeverDestroyed(Arguments&&... arguments) {
+        new (m_memory) T(std::forward<Arguments>(arguments)...);
+    }
+    NeverDestroyed(const NeverDestroyed&) = delete;
+    NeverDestroyed& operator=(const NeverDestroyed&) = delete;
+
+    T& get() { return *std::launder(reinterpret_cast<T*>(m_memory)); }
+
+private:
+    alignas(T) unsigned char m_memory[sizeof(T)];
+};
