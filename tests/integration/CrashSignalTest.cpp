@@ -105,17 +105,52 @@ TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
     EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
 
-// With the flush threads at work, what is queued is written before the end.
-TEST_F(CrashSignal, LosesNoLineOfAQueuedTrace) {
-    std::string configuration = m_machine.installedText("tracer_zevolauncher.cfg");
-    const std::string direct = "TRACE_MUST_FLUSH\n";
-    configuration.erase(configuration.find(direct), direct.size());
-    m_machine.install("tracer_zevolauncher.cfg", configuration);
+/// With the flush threads at work, as in the field.
+class QueuedTrace : public CrashSignal {
+protected:
+    QueuedTrace() {
+        std::string configuration = m_machine.installedText("tracer_zevolauncher.cfg");
+        const std::string direct = "TRACE_MUST_FLUSH\n";
+        configuration.erase(configuration.find(direct), direct.size());
+        m_machine.install("tracer_zevolauncher.cfg", configuration);
+    }
+};
+
+TEST_F(QueuedTrace, LosesNoLine) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
     expectEndWithReport(SIGTERM);
     EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
 }
+
+/// The signal that stops the launcher, and the one that comes right behind it; 0: none.
+class Stop : public QueuedTrace, public testing::WithParamInterface<std::pair<int, int>> {};
+
+TEST_P(Stop, LeavesTraceAndLogWholeWhateverSignalComesNext) {
+    startLauncher();
+    m_launcher->sendSignal(GetParam().first);
+    if (GetParam().second != 0)
+        m_launcher->sendSignal(GetParam().second);
+    ASSERT_TRUE(m_launcher->waitForEnd());
+    EXPECT_EQ(m_launcher->exitStatus(), 0);
+    EXPECT_EQ(m_trace.count("\t\t\tLaunching ZevoLauncher\n"), 1);
+    // The second one may be delivered first, or at the same moment to another thread.
+    EXPECT_EQ(m_trace.count("SIGNAL_FILTER\n"), 2) << "the call and the stack";
+    EXPECT_GE(m_trace.count("-------------- CALLSTACK --------------\n"), 1);
+    EXPECT_EQ(m_trace.count("    [1] ZevoLauncher::Main\n"), 1);
+    EXPECT_EQ(m_trace.count("Class = ZevoLauncher                  , count = 000001\n"), 1);
+    EXPECT_EQ(m_trace.count("\n---------------------------------------------\n"), 1);
+    EXPECT_EQ(m_log.count("[LEVEL_0]"), 8);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Stop,
+                         testing::Values(std::pair(15, 0), std::pair(15, 18), std::pair(15, 15),
+                                         std::pair(1, 0), std::pair(1, 18), std::pair(1, 1), std::pair(2, 0),
+                                         std::pair(2, 18), std::pair(2, 2)),
+                         [](const auto& tested) {
+                             return std::to_string(tested.param.first) + "Then" +
+                                    std::to_string(tested.param.second);
+                         });
 
 } // namespace

@@ -51,7 +51,6 @@ public:
     }
 
     // ---- configuration
-    // -------------------------------------------------------------------------------------
 
     /// Reads a log configuration file (not null) and starts logging when it says so. A missing file only
     /// warns. A syntax error, or an enabled logger without a file name, ends the process with status 1.
@@ -79,7 +78,6 @@ public:
     std::int32_t getLevelMask() const { return m_levelMask.load(std::memory_order_relaxed); }
 
     // ---- output
-    // --------------------------------------------------------------------------------------------
 
     /// Writes one line, whatever the switch and the mask say: LOG_MESSAGE tests those. A text of more than
     /// 20000 characters is cut and marked " ...".
@@ -105,7 +103,6 @@ public:
     void FinishLogging();
 
     // ---- the ring
-    // ------------------------------------------------------------------------------------------
 
     /// The index of the file to continue, or a negative value.
     int FindLastUsedFile();

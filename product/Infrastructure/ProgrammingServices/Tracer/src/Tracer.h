@@ -59,7 +59,6 @@ public:
     }
 
     // ---- configuration
-    // -------------------------------------------------------------------------------------
 
     /// Reads a trace configuration file and starts tracing when it says so. A missing file only warns. A
     /// syntax error, or an enabled tracer without a file name, ends the process with status 1.
@@ -93,7 +92,6 @@ public:
     bool printsObjectCountAndAddress() const { return m_printObjectCountAndAddress; }
 
     // ---- filters
-    // -------------------------------------------------------------------------------------------
 
     /// Permits the threads that the pattern names; not null, not empty. "*" is all, "Main*" all that begin
     /// so,
@@ -113,7 +111,6 @@ public:
     static std::string extractMethodName(const char* prettyName);
 
     // ---- threads and calls
-    // ---------------------------------------------------------------------------------
 
     /// Gives the calling thread its name in the trace, when the filters permit that name and the thread has
     /// none yet. Not null. A thread that never calls this is registered as "th_<id>" by its first traced
@@ -140,7 +137,6 @@ public:
     int UpdateObjectCount(const CallMarker& marker);
 
     // ---- output
-    // --------------------------------------------------------------------------------------------
 
     /// Routes one finished line, which ends in "\n".
     void PrintString(std::string_view line);
@@ -159,7 +155,6 @@ public:
     void PrintAllObjectsCount();
 
     // ---- the crash handler's
-    // -----------------------------------------------------------------------------------
 
     /// The calling thread reports a crash from here on. Everything that waits is written, and then every line
     /// at once (direct write). Until EndReport() nothing here asks for memory, and no lock is waited for:
