@@ -148,6 +148,8 @@ void LauncherTest::TearDown() {
     EXPECT_TRUE(m_machine.quitApplications()) << "an application does not quit";
     EXPECT_EQ(startCount(Bundle::mainApplication), m_expectedStarts[0]);
     EXPECT_EQ(startCount(Bundle::notifier), m_expectedStarts[1]);
+    // One that has ended stays in the list until its parent, or init, has noticed.
+    waitUntil([&] { return m_machine.processes().empty(); });
     EXPECT_THAT(m_machine.processes(), testing::IsEmpty()) << "a process is left over";
 }
 
