@@ -9,7 +9,6 @@ class BasicItem : public Item {
 public:
     BasicItem();
     explicit BasicItem(std::string name);
-    explicit BasicItem(Unnamed unnamed);
     BasicItem(std::string name, std::string_view value);
     BasicItem(const BasicItem& other);
     BasicItem& operator=(const BasicItem& other);
@@ -30,14 +29,18 @@ public:
 
     /// marshall without copies: appends to the text.
     void marshall(std::string_view indent, TextBuffer& text) const;
-    /// A new item without a name, made of a line that holds the tag.
-    static std::unique_ptr<BasicItem> read(std::string_view line, Tag tag);
 
     static void* operator new(std::size_t size) { return ::operator new(size); }
     /// Not the size of the class alone: there may be a text behind the item.
     static void operator delete(void* memory) { ::operator delete(memory); }
 
 private:
+    friend class Dictionary;
+
+    explicit BasicItem(Unnamed unnamed);
+    /// A new item without a name, made of a line that holds the tag.
+    static std::unique_ptr<BasicItem> read(std::string_view line, Tag tag);
+
     /// Bytes behind an item, in its block of memory.
     struct Room {
         std::size_t size;

@@ -58,7 +58,7 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
         const Dictionary* const dictionary = item->getAsDictionary();
         std::unique_ptr<Item> copy;
         if (dictionary != nullptr)
-            copy = std::make_unique<Dictionary>(*dictionary, Level{m_level.value + 1});
+            copy.reset(new Dictionary(*dictionary, Level{m_level.value + 1}));
         else
             copy.reset(item->clone());
         place(copies, key, std::move(copy));

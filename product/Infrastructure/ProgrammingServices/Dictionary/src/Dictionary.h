@@ -28,14 +28,13 @@ public:
     /// An empty dictionary named "root".
     Dictionary();
     explicit Dictionary(std::string name);
-    explicit Dictionary(Unnamed unnamed);
     Dictionary(const Dictionary& other);
     /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
     /// there is deliberately no guard.
     Dictionary& operator=(const Dictionary& other);
 
-    // --- Item
-    // -------------------------------------------------------------------------------------------------
+    // ---- Item
+
     bool equals(const Item& other) override;
     Item* clone() override;
     ~Dictionary() override;
@@ -61,8 +60,8 @@ public:
     /// key is due closes the dictionary, deliberately. The stream is left behind the last line that was used.
     void unMarshall(std::stringstream& in) override;
 
-    // --- Look-ups over the whole tree
-    // ---------------------------------------------------------------------------
+    // ---- Look-ups over the whole tree
+
     /// This very key, no path.
     virtual bool hasKey(const std::string& key) const;
     /// All that findItems finds, of which only the string leaves count. Asked through an Item, the answer is
@@ -82,8 +81,8 @@ public:
     /// The child with the smallest key, or null.
     Item* getFirstItem() const;
 
-    // --- Changing
-    // -----------------------------------------------------------------------------------------------
+    // ---- Changing
+
     void clear();
     /// The same as clear().
     void removeAllItems();
@@ -108,8 +107,8 @@ public:
     /// deliberately wins: who merges defaults into settings must not lose a setting.
     void mergeDictionary(Dictionary& other);
 
-    // --- Files
-    // --------------------------------------------------------------------------------------------------
+    // ---- Files
+
     /// Writes the property list, in place of an existing file. Says nothing when it cannot, deliberately.
     void saveToFile(const std::string& path);
     /// Reads a property list into this dictionary; keys that it already has are replaced, others stay. The
@@ -126,11 +125,10 @@ private:
         int value;
     };
 
-public:
-    // For this class alone (nobody else can name Level): a copy that will stand at that level.
+    explicit Dictionary(Unnamed unnamed);
+    /// A copy that will stand at that level.
     Dictionary(const Dictionary& other, Level level);
 
-private:
     /// A path, or the rest of one: a part of a text that is not copied. A type of its own, so that literals
     /// go to the public operations.
     struct Path {

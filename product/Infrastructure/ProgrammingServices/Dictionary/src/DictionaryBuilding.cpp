@@ -22,12 +22,12 @@ void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
 }
 
 void Dictionary::place(Children& children, std::string_view key, std::unique_ptr<Item> item) {
-    const bool isNamedByKey = isUnnamed(*item) || nameOf(*item) == key;
+    const bool isNamedByKey = item->isUnnamed() || nameOf(*item) == key;
     // Files hold their keys in order: mostly the new one goes to the end.
     const auto entry = children.emplace_hint(children.end(), key, nullptr);
     entry->second = std::move(item);
     if (isNamedByKey)
-        lendName(*entry->second, entry->first);
+        entry->second->lendName(entry->first);
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {

@@ -149,13 +149,13 @@ void Dictionary::readChild(std::string_view key, LineCursor& lines) {
         place(m_children, key, BasicItem::read(value.text, value.tag));
         break;
     case ValueKind::INTEGER: {
-        auto leaf = std::make_unique<IntBasicItem>(Unnamed());
+        std::unique_ptr<IntBasicItem> leaf(new IntBasicItem(Unnamed()));
         leaf->unMarshall(value.text, value.tag);
         place(m_children, key, std::move(leaf));
         break;
     }
     case ValueKind::DICTIONARY: {
-        auto stored = std::make_unique<Dictionary>(Unnamed());
+        std::unique_ptr<Dictionary> stored(new Dictionary(Unnamed()));
         Dictionary& dictionary = *stored;
         store(key, std::move(stored)); // first, so that it knows how deep it is
         dictionary.unMarshall(value.text, lines);

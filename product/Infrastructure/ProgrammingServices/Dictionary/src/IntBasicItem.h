@@ -9,7 +9,6 @@ class IntBasicItem : public Item {
 public:
     IntBasicItem();
     explicit IntBasicItem(std::string name);
-    explicit IntBasicItem(Unnamed unnamed);
     IntBasicItem(std::string name, int value);
     IntBasicItem(const IntBasicItem& other);
     IntBasicItem& operator=(const IntBasicItem& other);
@@ -32,11 +31,18 @@ public:
 
     void setValue(int value);
 
-    // marshall and unMarshall without copies: the first appends to the text, the second takes the line
-    // itself, and its tag in it.
+    /// marshall without copies: appends to the text.
     void marshall(std::string_view indent, TextBuffer& text) const;
+
+protected:
+    /// unMarshall without copies: takes the line itself, and its tag in it. Not private, so that a subclass
+    /// can write `using IntBasicItem::unMarshall`.
     void unMarshall(std::string_view line, Tag tag);
 
 private:
+    friend class Dictionary;
+
+    explicit IntBasicItem(Unnamed unnamed);
+
     int m_value = 0;
 };

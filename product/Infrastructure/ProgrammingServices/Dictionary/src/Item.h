@@ -64,19 +64,13 @@ public:
     /// The trimmed text between a tag and the first "</" of a line (the line's end where there is none, or
     /// where it stands before the tag). Nothing is decoded.
     /// @param tag the opening tag with its brackets, e.g. "<string>"
-    /// @throw KFDictionaryParsingException "Can't find <key> in stream" when the line lacks the tag; the text
-    /// names
-    ///        <key> for every tag, deliberately
+    /// @throw KFDictionaryParsingException "Can't find <key> in stream" when the line lacks the tag. The text
+    ///        names <key> for every tag, deliberately.
     static std::string getXmlVal(const char* tag, const std::string& line);
-
-    /// What an item is made with that gets its name from the dictionary that takes it. Nobody asks for the
-    /// name before.
-    struct Unnamed {};
 
 protected:
     Item();
     explicit Item(std::string name);
-    explicit Item(Unnamed);
     Item(const Item& other);
     Item& operator=(const Item& other);
 
@@ -85,15 +79,6 @@ protected:
     }
     const std::string& name() const {
         return *m_name;
-    }
-    static bool isUnnamed(const Item& item) {
-        return item.m_name == nullptr;
-    }
-    /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
-    /// has a name of its own again as soon as that changes.
-    static void lendName(Item& item, const std::string& key) {
-        item.m_name = &key;
-        item.m_ownName.reset();
     }
     /// This object's address as trace texts show it: hexadecimal, with 0x.
     std::string addressText() const;
@@ -123,6 +108,24 @@ protected:
     static std::string_view requireXmlVal(std::string_view line, Tag tag);
 
 private:
+    friend class BasicItem;
+    friend class Dictionary;
+    friend class IntBasicItem;
+
+    /// What an item is made with that gets its name from the dictionary that takes it. Nobody may ask for the
+    /// name before, so only the reader of property lists makes such items.
+    struct Unnamed {};
+    explicit Item(Unnamed);
+
+    bool isUnnamed() const {
+        return m_name == nullptr;
+    }
+    /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
+    /// has a name of its own again as soon as that changes.
+    void lendName(const std::string& key) {
+        m_name = &key;
+        m_ownName.reset();
+    }
     void rename(std::string name);
 
     const std::string* m_name = nullptr; // m_ownName, or a dictionary's key
