@@ -1,9 +1,9 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
+#include "SmallStack.h"
 #include "TraceCapture.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -185,35 +185,12 @@ static void useTheDeepestTree() {
     copy.clear();
 }
 
-// A thread with a small stack: what fits in there fits everywhere. Sanitizers need several times as much.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-static constexpr std::size_t SMALL_STACK = 8u << 20;
-#else
-static constexpr std::size_t SMALL_STACK = 512u << 10;
-#endif
-
-static void runWithASmallStack(void* (*body)(void*)) {
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, SMALL_STACK), 0);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &attributes, body, nullptr), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
-
 TEST(DictionaryDepth, NoOperationExhaustsASmallStack) {
-    runWithASmallStack([](void*) -> void* {
-        useTheDeepestTree();
-        return nullptr;
-    });
+    runWithASmallStack(useTheDeepestTree);
 }
 
 TEST(DictionaryDepth, NorWithEveryCallTraced) {
     TraceCapture trace;
     trace.tracer().SetFileName("msvc");
-    runWithASmallStack([](void*) -> void* {
-        useTheDeepestTree();
-        return nullptr;
-    });
+    runWithASmallStack(useTheDeepestTree);
 }

@@ -39,6 +39,14 @@ TEST(LineCursor, KeepsAPartOfTheLineBefore) {
     EXPECT_EQ(lines.getPosition(), 8u);
 }
 
+TEST(LineCursor, HandsOutTheRestAsOneText) {
+    LineCursor lines("a\nb\nc");
+    EXPECT_EQ(lines.next(), "a");
+    EXPECT_EQ(lines.takeRest(), "b\nc");
+    EXPECT_EQ(lines.next(), "");
+    EXPECT_EQ(lines.takeRest(), "");
+}
+
 class LineCursorInAFile : public testing::Test {
 protected:
     LineCursor linesOf(const std::string& bytes) const {
@@ -55,6 +63,14 @@ TEST_F(LineCursorInAFile, HandsOutTheSameLines) {
     for (const char* const line : {"a", "", "b\r", "c", "", ""})
         EXPECT_EQ(lines.next(), line);
     EXPECT_EQ(lines.getPosition(), 7u);
+    EXPECT_TRUE(lines.finish());
+}
+
+TEST_F(LineCursorInAFile, HandsOutTheSameRestUpToTheFirstZeroByte) {
+    const std::string rest(100000, 'x');
+    LineCursor lines = linesOf("a\n" + rest + '\0' + "behind");
+    EXPECT_EQ(lines.next(), "a");
+    EXPECT_TRUE(lines.takeRest() == rest);
     EXPECT_TRUE(lines.finish());
 }
 

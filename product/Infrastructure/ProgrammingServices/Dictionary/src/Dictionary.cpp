@@ -1,7 +1,9 @@
 #include "Dictionary.h"
 
+#include "BasicItem.h"
 #include "CallMarker.h"
 #include "ContractChecks.h"
+#include "IntBasicItem.h"
 #include "TraceAddress.h"
 
 #include <utility>
@@ -116,14 +118,17 @@ Dictionary* Dictionary::getAsDictionary() {
     return this;
 }
 
-Item* Dictionary::child(std::string_view key) const {
-    const auto found = m_children.find(key);
-    return found != m_children.end() ? found->second.get() : nullptr;
+// Apart, so that the copies of a subclass's keys and paths cost nobody else an instruction.
+bool Dictionary::askForKey(std::string_view key) const {
+    return hasKey(std::string(key));
+}
+Item* Dictionary::askForItem(Path path) const {
+    return getItem(std::string(path.text));
 }
 
 bool Dictionary::hasKey(const std::string& key) const {
     TRACE_METHOD();
-    return child(key) != nullptr;
+    return m_children.find(key) != m_children.end();
 }
 
 Item* Dictionary::getFirstItem() const {
@@ -140,7 +145,9 @@ Item* Dictionary::getItem(const std::string& path) const {
 Item* Dictionary::getItem(const char* cpath) const {
     TRACE_METHOD();
     KF_REQUIRE(cpath != NULL, 317);
-    return cpath != nullptr ? getItem(Path{cpath}) : nullptr;
+    if (cpath == nullptr)
+        return nullptr;
+    return isPlain() ? getItem(Path{cpath}) : askForItem(Path{cpath});
 }
 
 Item* Dictionary::getItem(Path path) const {
@@ -162,18 +169,18 @@ Item* Dictionary::getItem(Path path) const {
         TRACE_MESSAGE(MSG_DEBUG, "Child with key %s is not a dictionary", std::string(path.head()).c_str());
         return nullptr;
     }
-    return dictionary->getItem(path.rest());
+    return dictionary->isPlain() ? dictionary->getItem(path.rest()) : dictionary->askForItem(path.rest());
 }
 
 const char* Dictionary::getValue(const std::string& path) const {
     TRACE_METHOD();
-    const Item* const item = getItem(Path{path});
+    const Item* const item = getItem(path);
     return item != nullptr ? item->getValue() : nullptr;
 }
 
 bool Dictionary::getValueAs(const std::string& path, int& value) const {
     TRACE_METHOD();
-    const Item* const item = getItem(Path{path});
+    const Item* const item = getItem(path);
     return item != nullptr && item->getValueAs(value);
 }
 
@@ -189,11 +196,18 @@ bool Dictionary::contains(Path path) const {
         return true;
     // Deliberately every child, not only the one under the head: callers rely on the looser answer.
     for (const auto& entry : m_children) {
-        const Dictionary* const dictionary = entry.second->getAsDictionary();
-        if (dictionary != nullptr && dictionary->contains(path.rest()))
+        if (askWhetherContains(*entry.second, path.rest()))
             return true;
     }
     return false;
+}
+
+bool Dictionary::askWhetherContains(Item& item, Path path) {
+    if (const Dictionary* const dictionary = asPlain(item))
+        return dictionary->contains(path);
+    // Our leaves say no to everything, so no text is made for them.
+    const std::type_info& type = typeid(item);
+    return type != typeid(BasicItem) && type != typeid(IntBasicItem) && item.contains(std::string(path.text));
 }
 
 // ---- Searches
@@ -201,7 +215,7 @@ bool Dictionary::contains(Path path) const {
 Item* Dictionary::findItem(const std::string& key) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
-    if (Item* const item = getItem(Path{key})) {
+    if (Item* const item = getItem(key)) {
         TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
         return item;
     }
@@ -219,7 +233,7 @@ Item* Dictionary::findItem(const std::string& key) {
 const char* Dictionary::findValue(const std::string& key) const {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for %s", key.c_str());
-    if (Item* const item = getItem(Path{key})) {
+    if (Item* const item = getItem(key)) {
         TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
         return item->getValue();
     }
@@ -243,7 +257,7 @@ std::list<Item*> Dictionary::findItems(const std::string& key) {
 
 void Dictionary::doFindItems(const std::string& key, std::list<Item*>& items) {
     TRACE_METHOD();
-    if (Item* const item = getItem(Path{key})) {
+    if (Item* const item = getItem(key)) {
         items.push_back(item);
         return;
     }
@@ -262,7 +276,7 @@ std::list<const char*> Dictionary::findValues(const std::string& key) const {
 
 void Dictionary::doFindValues(const std::string& key, std::list<const char*>& values) const {
     TRACE_METHOD();
-    if (const Item* const item = getItem(Path{key})) {
+    if (const Item* const item = getItem(key)) {
         if (const char* const value = item->getValue())
             values.push_back(value);
         return;
@@ -374,7 +388,7 @@ void Dictionary::toString(std::string& indent, std::string& text) const {
     text.append("' items :"); // no line break: traces are read by this form
     indent += '\t';
     for (const auto& entry : m_children) {
-        if (const Dictionary* const dictionary = entry.second->getAsDictionary())
+        if (const Dictionary* const dictionary = asPlain(*entry.second))
             dictionary->toString(indent, text);
         else
             text += entry.second->toString(indent);

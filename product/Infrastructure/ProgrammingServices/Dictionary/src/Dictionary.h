@@ -5,6 +5,8 @@
 #include <map>
 #include <memory>
 #include <string_view>
+#include <typeinfo>
+#include <vector>
 
 class LineCursor;
 class TextBuffer;
@@ -19,6 +21,9 @@ class TextBuffer;
 ///
 /// A tree is at most MAXIMUM_DEPTH dictionaries deep, the topmost included, so that no operation exhausts the
 /// stack, whatever a file holds. A dictionary below that stays empty, and an error is traced.
+///
+/// A subclass's own operations are asked for wherever a tree asks one of its items or itself, and builders
+/// clone it. A copied or assigned tree deliberately holds ordinary dictionaries in its place.
 ///
 /// Thread: a tree is used by one thread at a time.
 class Dictionary : public Item {
@@ -143,22 +148,51 @@ private:
     };
     static constexpr char SEPARATOR = '.';
 
-    // The operations of the same name, over parts of a path and over one buffer, without copies.
+protected:
+    // What the operations of the same name do here, over parts of a path and over one buffer, without copies.
+    // Not private, so that a subclass can write `using Dictionary::getItem`.
     Item* getItem(Path path) const;
     bool contains(Path path) const;
     void setItem(Path path, Item& item);
     void marshall(std::string& indent, TextBuffer& text) const;
-    static void marshallChild(Item& child, std::string& indent, TextBuffer& text);
     void toString(std::string& indent, std::string& text) const;
     void unMarshall(std::string_view openingLine, LineCursor& lines);
 
-    Item* child(std::string_view key) const;
+private:
+    /// The item, where it is a dictionary and none of a subclass: only then what stands above may go past the
+    /// virtual operations.
+    static const Dictionary* asPlain(const Item& item) {
+        return typeid(item) == typeid(Dictionary) ? static_cast<const Dictionary*>(&item) : nullptr;
+    }
+    bool isPlain() const {
+        return asPlain(*this) != nullptr;
+    }
+
+    // A subclass is asked: its hasKey and its getItem.
+    bool askForKey(std::string_view key) const;
+    Item* askForItem(Path path) const;
+    // An item's virtual operation, or the quick way to the same.
+    static bool askWhetherContains(Item& item, Path path);
+    static void askToMarshall(Item& item, std::string& indent, TextBuffer& text);
+
+    /// The child under the key, or null where this dictionary says that it has no such key.
+    Item* child(std::string_view key) const {
+        if (!isPlain() && !askForKey(key))
+            return nullptr;
+        const auto found = m_children.find(key);
+        return found != m_children.end() ? found->second.get() : nullptr;
+    }
     void doFindValues(const std::string& key, std::list<const char*>& values) const;
     void doFindItems(const std::string& key, std::list<Item*>& items);
     std::string doGetItemPath(Item& item, const std::string& prefix) const;
     void doRemoveItem(Path path);
     void removeEverywhere(Item& item);
-    void merge(Dictionary& other);
+    struct Addition {
+        Dictionary& target;
+        std::string key;
+        std::unique_ptr<Item> item;
+    };
+    void merge(const Dictionary& other, std::vector<Addition>& additions);
 
     template <typename Leaf, typename Value>
     void addLeaf(const std::string& path, const Value& value);

@@ -53,8 +53,9 @@ void Dictionary::setItem(Path path, Item& item) {
     Item* next = child(head);
     if (next == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding new dictionary on key %s", head.c_str());
-        store(head, std::make_unique<Dictionary>(head));
-        next = child(head);
+        auto made = std::make_unique<Dictionary>(head);
+        next = made.get();
+        store(head, std::move(made));
     }
     // A leaf in the way stays: the new item is dropped.
     if (Dictionary* const dictionary = next->getAsDictionary())
@@ -85,7 +86,7 @@ void Dictionary::addValue(const std::string& path, const std::string& value) {
 void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "adding under %s", path.c_str());
-    Item* const item = getItem(Path{path});
+    Item* const item = getItem(path);
     if (item == nullptr)
         return;
     TRACE_MESSAGE(MSG_DEBUG, "item found %s", item->toString("").c_str());
@@ -93,36 +94,40 @@ void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
     if (target == nullptr)
         return;
     TRACE_MESSAGE(MSG_DEBUG, "item is a dictionary");
-    // A copy, because source may stand below the target, where the new children can replace it.
-    const Dictionary copy(source);
-    for (const auto& [key, theirs] : copy.m_children) {
+    // All are cloned first, because source may stand below the target, where the new children can replace it.
+    std::vector<std::pair<std::string, std::unique_ptr<Item>>> clones;
+    for (const auto& [key, theirs] : source.m_children)
+        clones.emplace_back(key, std::unique_ptr<Item>(theirs->clone()));
+    for (const auto& [key, clone] : clones) {
         TRACE_MESSAGE(MSG_DEBUG, "adding key %s", key.c_str());
-        target->setItem(Path{key}, *theirs);
+        target->setItem(key, *clone);
     }
 }
 
 void Dictionary::mergeDictionary(Dictionary& other) {
     TRACE_METHOD();
-    // A copy, because either tree may be a part of the other; what is needed of it moves over here.
-    Dictionary copy(other);
-    merge(copy);
+    // All is cloned before anything is stored, because either tree may be a part of the other.
+    std::vector<Addition> additions;
+    merge(other, additions);
+    for (Addition& addition : additions)
+        addition.target.store(addition.key, std::move(addition.item));
 }
 
-/// Merges a tree whose items may be taken away.
-void Dictionary::merge(Dictionary& other) {
+/// Collects what the other tree has to add to this one.
+void Dictionary::merge(const Dictionary& other, std::vector<Addition>& additions) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "merging under %s", name().c_str());
-    for (auto& [key, theirs] : other.m_children) {
+    for (const auto& [key, theirs] : other.m_children) {
         TRACE_MESSAGE(MSG_DEBUG, "Looking for merge key %s", key.c_str());
         Item* const mine = child(key);
         if (mine == nullptr) {
-            store(key, std::move(theirs));
+            additions.push_back({*this, key, std::unique_ptr<Item>(theirs->clone())});
             continue;
         }
         Dictionary* const ours = mine->getAsDictionary();
-        Dictionary* const dictionary = theirs->getAsDictionary();
+        const Dictionary* const dictionary = theirs->getAsDictionary();
         if (ours != nullptr && dictionary != nullptr)
-            ours->merge(*dictionary);
+            ours->merge(*dictionary, additions);
         else
             TRACE_MESSAGE(MSG_DEBUG, "incompatible structure for key %s", key.c_str());
     }

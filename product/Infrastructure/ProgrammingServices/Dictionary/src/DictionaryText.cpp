@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <fcntl.h>
-#include <typeinfo>
 
 // The text form: the line-oriented reader and writer, and the files.
 
@@ -33,17 +32,17 @@ std::string Dictionary::marshall(const std::string& indent) {
     return std::string(text.view());
 }
 
-void Dictionary::marshallChild(Item& child, std::string& indent, TextBuffer& text) {
-    // The two leaves that there are append their line; a subclass that writes one of its own is asked for it.
-    const std::type_info& type = typeid(child);
+void Dictionary::askToMarshall(Item& item, std::string& indent, TextBuffer& text) {
+    // What is no subclass appends its lines; a subclass that writes lines of its own is asked for them.
+    const std::type_info& type = typeid(item);
     if (type == typeid(BasicItem))
-        static_cast<const BasicItem&>(child).marshall(indent, text);
+        static_cast<const BasicItem&>(item).marshall(indent, text);
     else if (type == typeid(IntBasicItem))
-        static_cast<const IntBasicItem&>(child).marshall(indent, text);
-    else if (const Dictionary* const dictionary = child.getAsDictionary())
+        static_cast<const IntBasicItem&>(item).marshall(indent, text);
+    else if (const Dictionary* const dictionary = asPlain(item))
         dictionary->marshall(indent, text);
     else
-        text.append(child.marshall(indent));
+        text.append(item.marshall(indent));
 }
 
 // A walk through a large tree waits for memory at every step: the processor cannot guess the next child. A
@@ -66,7 +65,7 @@ void Dictionary::marshall(std::string& indent, TextBuffer& text) const {
     for (const auto& [key, item] : m_children) {
         askForNextChildren(&key);
         text.append(indent, "<key>", key, "</key>\n");
-        marshallChild(*item, indent, text);
+        askToMarshall(*item, indent, text);
     }
     indent.pop_back();
     text.append(indent, "</dict>\n");
@@ -77,7 +76,7 @@ void Dictionary::saveToFile(const std::string& path) {
     TextBuffer text;
     text.append(XML_HEADER, PLIST_HEADER);
     std::string indent;
-    marshall(indent, text);
+    askToMarshall(*this, indent, text);
     text.append(PLIST_END);
     // Silent in failure, deliberately: the caller learns nothing, and an existing file stays as it is.
     static_cast<void>(FileReplacement::replace(path, text.view()));
@@ -196,13 +195,18 @@ void Dictionary::loadFromFile(const std::string& path) {
     LineCursor lines(FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)));
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
-    const ChildrenPutAside before(m_children); // the file can fail to the end
-    if (hasHeader && hasVersion)
-        unMarshall(lines.next(), lines);
-    if (!lines.finish()) {
-        m_children.clear();
-        TRACE_MESSAGE(MSG_ERROR, "Can't open file %s", path.c_str());
-        throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
+    std::string body; // of a subclass, which reads it out of a stream
+    {
+        const ChildrenPutAside before(m_children); // the file can fail to the end
+        if (hasHeader && hasVersion && isPlain())
+            unMarshall(lines.next(), lines);
+        else if (hasHeader && hasVersion)
+            body = lines.takeRest();
+        if (!lines.finish()) {
+            m_children.clear();
+            TRACE_MESSAGE(MSG_ERROR, "Can't open file %s", path.c_str());
+            throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
+        }
     }
     if (!hasHeader) {
         TRACE_MESSAGE(MSG_ERROR, "No XML header found");
@@ -211,5 +215,9 @@ void Dictionary::loadFromFile(const std::string& path) {
     if (!hasVersion) {
         TRACE_MESSAGE(MSG_ERROR, "Incorrect plist or bad version");
         throw KFDictionaryParsingException("Incorrect plist or bad version", KF_SOURCE, BAD_VERSION_LINE);
+    }
+    if (!isPlain()) {
+        std::stringstream in(body);
+        unMarshall(in);
     }
 }

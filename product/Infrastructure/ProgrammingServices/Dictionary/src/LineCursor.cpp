@@ -42,6 +42,15 @@ bool LineCursor::readMore() {
     return length > 0;
 }
 
+std::string LineCursor::takeRest() {
+    TRACE_METHOD();
+    std::string rest;
+    do {
+        rest += takeLast();
+    } while (m_file.isOpen() && readMore());
+    return rest;
+}
+
 bool LineCursor::finish() {
     TRACE_METHOD();
     do {

@@ -30,6 +30,8 @@ public:
 
     /// Where the next line begins.
     std::size_t getPosition() const { return m_position; }
+    /// All that is left, as one text.
+    std::string takeRest();
     /// Passes over the rest. False when the file could not be read: the lines ended there.
     bool finish();
 
