@@ -218,6 +218,16 @@ TEST(KFExceptionHandlerInstall, TracesASignalThatCannotBeCaughtAndGoesOn) {
     EXPECT_THAT(child.trace, HasSubstr("KFExceptionHandler::constructor\n"));
 }
 
+TEST(KFExceptionHandlerInstall, AHandlerThatGoesIsUncounted) {
+    const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
+        { const KFExceptionHandler handler; }
+        raise(15);
+    });
+    EXPECT_THAT(child.trace, HasSubstr("KFExceptionHandler::constructor\n"));
+    EXPECT_THAT(child.trace, HasSubstr("KFExceptionHandler::destructor\n"));
+    EXPECT_THAT(child.trace, Not(HasSubstr("Class = KFExceptionHandler ")));
+}
+
 TEST(KFExceptionHandlerInstall, TakesTheSignalsInIncreasingOrder) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
         KFExceptionHandler::GetInstance();

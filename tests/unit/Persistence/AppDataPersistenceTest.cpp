@@ -1,13 +1,18 @@
 #include "AppDataPersistence.h"
 
+#include "LargestAllocation.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 #include "TraceCapture.h"
 
 #include <climits>
 #include <csignal>
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -182,6 +187,17 @@ TEST_F(AppDataPersistenceTest, AFileThatClaimsTwoGigabytesIsNeitherReadIntoMemor
     struct stat status;
     ASSERT_EQ(0, stat(m_file.c_str(), &status));
     EXPECT_EQ(INT_MAX, status.st_size);
+}
+
+TEST_F(AppDataPersistenceTest, ItsFileIsUncountedWhenItGoes) {
+    TraceCapture trace;
+    for (int round = 0; round < 10; ++round) {
+        AppDataPersistence("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+        AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    }
+    trace.tracer().PrintAllObjectsCount();
+    EXPECT_THAT(trace.text(), HasSubstr("PersistenceFile::destructor\n"));
+    EXPECT_THAT(trace.text(), Not(HasSubstr("Class = ")));
 }
 
 TEST_F(AppDataPersistenceTest, APipeInTheFilesPlaceDoesNotHang) {

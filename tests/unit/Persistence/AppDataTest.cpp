@@ -184,4 +184,15 @@ TEST_F(AppDataTest, CallsAreTraced) {
     EXPECT_THAT(trace.text(), HasSubstr("AppData::destructor\n"));
 }
 
+TEST_F(AppDataTest, CopiesAreCountedAndUncounted) {
+    TraceCapture trace;
+    {
+        const AppData copy(m_data);
+        EXPECT_EQ(m_data.getPathForFile("file"), copy.getPathForFile("file"));
+        trace.tracer().PrintAllObjectsCount();
+    }
+    EXPECT_THAT(trace.text(), HasSubstr("AppData::copyconstructor\n"));
+    EXPECT_THAT(trace.text(), HasSubstr("Class = AppData                       , count = 000001\n"));
+}
+
 } // namespace

@@ -7,6 +7,10 @@ AppData::AppData(const std::string& domain) : m_domain(domain) {
     TRACE_CONSTRUCTOR("AppData");
 }
 
+AppData::AppData(const AppData& other) : m_domain(other.m_domain) {
+    TRACE_COPY_CONSTRUCTOR("AppData");
+}
+
 AppData::~AppData() {
     TRACE_DESTRUCTOR("AppData");
 }

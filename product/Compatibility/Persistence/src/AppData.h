@@ -8,6 +8,8 @@
 class AppData {
 public:
     explicit AppData(const std::string& domain);
+    AppData(const AppData& other);
+    AppData& operator=(const AppData& other) = default;
     virtual ~AppData();
 
     /// See AppDataManager for each.

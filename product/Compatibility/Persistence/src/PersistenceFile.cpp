@@ -68,6 +68,10 @@ PersistenceFile::PersistenceFile(const std::string& scope, const std::string& do
     m_path = withFolder(family + separator + scope + separator) + domain + suffix;
 }
 
+PersistenceFile::~PersistenceFile() {
+    TRACE_DESTRUCTOR("PersistenceFile");
+}
+
 bool PersistenceFile::read(std::string& content) const {
     TRACE_METHOD();
     content.clear();

@@ -17,13 +17,15 @@ public:
     /// scope folder when they are missing. A folder that cannot be created shows when the file is written.
     PersistenceFile(const std::string& scope, const std::string& domain, t_PersistenceMode mode,
                     const std::string& suffix);
+    ~PersistenceFile();
+    PersistenceFile(const PersistenceFile&) = delete;
+    PersistenceFile& operator=(const PersistenceFile&) = delete;
 
     const std::string& getPath() const { return m_path; }
 
     /// Reads the whole file. A missing file is an empty one.
     /// @return false, with the reason traced, when there is a file and it cannot be read, or has 2 GB and
-    /// more:
-    ///         who writes then would lose what it holds
+    ///         more: who writes then would lose what it holds
     bool read(std::string& content) const;
 
     /// Replaces the file. @return false, with the reason traced, when that failed (2 GB and more always do);

@@ -115,6 +115,10 @@ KFExceptionHandler::KFExceptionHandler() : m_action() {
     }
 }
 
+KFExceptionHandler::~KFExceptionHandler() {
+    TRACE_DESTRUCTOR("KFExceptionHandler");
+}
+
 static std::string textOrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }

@@ -39,6 +39,8 @@ public:
     /// last broken contract. A signal that cannot be caught is traced as an error and left. Use
     /// GetInstance().
     KFExceptionHandler();
+    /// For a subclass, or one that was made at the same time as the process's; the signals stay installed.
+    ~KFExceptionHandler();
     KFExceptionHandler(const KFExceptionHandler&) = delete;
     KFExceptionHandler& operator=(const KFExceptionHandler&) = delete;
 
@@ -48,8 +50,7 @@ public:
     /// Records a broken contract and raises the signal that reports it. Despite its name it throws nothing,
     /// and it returns only where the signal is ignored.
     /// @param code        the signal to raise, which then is reported by its own name; 0 for signal 30, which
-    /// is
-    ///                    reported with the texts given here
+    ///                    is reported with the texts given here
     /// @param name        the kind, e.g. "REQUIRE VIOLATION"
     /// @param description the condition that did not hold, or a message
     /// @param fileName    stable path of the source; @param line stable line number in it
