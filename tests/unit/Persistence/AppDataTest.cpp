@@ -108,9 +108,20 @@ TEST_F(AppDataTest, OnlyNamesWithADotAreLikeThePattern) {
     EXPECT_THAT(m_data.getFiles(), ElementsAre("dotted.txt"));
 }
 
-TEST_F(AppDataTest, FilesInSubfoldersAreListedWithTheirRelativePath) {
+TEST_F(AppDataTest, FilesInSubfoldersAreListedByTheirNames) {
     create(user() + "/Ferrow/Zevo/ZevoLauncher/below", "a.txt");
-    EXPECT_THAT(m_data.getFiles(), ElementsAre("below/a.txt"));
+    create(user() + "/Ferrow/Zevo/ZevoLauncher/below/deeper", "b.txt");
+    create(machine() + "/Ferrow/Zevo/ZevoLauncher/elsewhere", "b.txt");
+    EXPECT_THAT(m_data.getFiles(), ElementsAre("a.txt", "b.txt"));
+}
+
+// What is like the pattern is the path below the domain's folder, so a folder's dot counts for what it holds.
+TEST_F(AppDataTest, NoFolderIsListedAndNoPathStandsBeforeAName) {
+    create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d", "inner");
+    create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d/inner.d", "inmost");
+    ASSERT_EQ(0, symlink("sub.d", (user() + "/Ferrow/Zevo/ZevoLauncher/link.d").c_str()));
+    ASSERT_EQ(0, symlink("nowhere", (user() + "/Ferrow/Zevo/ZevoLauncher/dangling.txt").c_str()));
+    EXPECT_THAT(m_data.getFiles(), ElementsAre("dangling.txt", "inmost", "inner"));
 }
 
 TEST_F(AppDataTest, WithoutFoldersNothingIsListed) {

@@ -22,10 +22,10 @@ static std::string domainFolder(const std::string& path, const std::string& doma
 static void collectNames(const std::string& folder, std::set<std::string>& names) {
     TRACE_FUNCTION("collectNames");
     PatternFileFinder finder(folder, "*.*");
-    std::string name;
-    for (bool found = finder.findFirstFile(name); found; found = finder.findNextFile(name)) {
-        if (name != "." && name != "..")
-            names.insert(name);
+    std::string path; // below the folder
+    for (bool found = finder.findFirstFile(path); found; found = finder.findNextFile(path)) {
+        if (!FileSystemManagement::existFolder(folder + path))
+            names.insert(path.substr(path.rfind(FileSystemManagement::getFolderSeparator()) + 1));
     }
 }
 

@@ -37,7 +37,9 @@ public:
     /// which is the place for new files and may not exist yet.
     std::string getPathForFile(const std::string& domain, const std::string& file) const;
 
-    /// What the domain's two folders hold, without their paths: each name once, in ascending byte order.
+    /// The names of the files in the domain's two folders and in all folders below them, without a path, each
+    /// once, in ascending byte order. No folder is listed, nor a link to one. What has no dot in its path
+    /// below the domain's folder is left out.
     std::list<std::string> getFiles(const std::string& domain) const;
 
     /// Deletes all data of a scope, the user's shared downloads, and then the family's folders if that leaves
