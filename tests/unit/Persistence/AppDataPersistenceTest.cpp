@@ -189,6 +189,17 @@ TEST_F(AppDataPersistenceTest, AFileThatClaimsTwoGigabytesIsNeitherReadIntoMemor
     EXPECT_EQ(INT_MAX, status.st_size);
 }
 
+TEST_F(AppDataPersistenceTest, NameAndValueMayBeOneString) {
+    writeFile(m_file, "a=1\n1=another\n");
+    std::string text = "a";
+    EXPECT_TRUE(m_store.readParam(text, text));
+    EXPECT_EQ("1", text);
+    writeFile(m_file, "a=1\n1=another\na=2\n");
+    text = "a";
+    EXPECT_TRUE(m_store.readParam(text, text));
+    EXPECT_EQ("2", text);
+}
+
 TEST_F(AppDataPersistenceTest, ItsFileIsUncountedWhenItGoes) {
     TraceCapture trace;
     for (int round = 0; round < 10; ++round) {

@@ -137,19 +137,20 @@ bool AppDataPersistence::writeParam(const std::string& name, const std::string& 
 bool AppDataPersistence::readParam(const std::string& name, std::string& value) {
     TRACE_METHOD();
     std::string content;
-    bool found = false;
+    Line found = {nullptr, 0, nullptr, 0};
     if (m_file.read(content)) {
         forEachLine(content, [&](const Line& line) { // to the end: a later line replaces an earlier one
             if (line.isNamed(name)) {
-                value.assign(line.value, line.valueLength);
-                found = true;
+                found = line;
             }
         });
     }
-    if (!found) {
+    if (found.name == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
+        return false;
     }
-    return found;
+    value.assign(found.value, found.valueLength); // not before: name and value may be one string
+    return true;
 }
 
 void AppDataPersistence::eraseAllParams() {

@@ -12,6 +12,7 @@ public:
     virtual bool writeParam(const std::string& name, const std::string& value) = 0;
 
     /// Sets `value` and returns true when there is such a parameter; otherwise leaves it and returns false.
+    /// `name` and `value` may be one string.
     virtual bool readParam(const std::string& name, std::string& value) = 0;
 
     /// Removes every parameter.
