@@ -200,6 +200,34 @@ TEST_F(AppDataPersistenceTest, NameAndValueMayBeOneString) {
     EXPECT_EQ("2", text);
 }
 
+TEST_F(AppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
+    const off_t size = 1500000000; // more than a 32-bit program can hold in one text
+    writeFile(m_file, "a=1\n");
+    ASSERT_EQ(0, truncate(m_file.c_str(), size)); // all holes: takes no room on the disk
+    const TraceCapture trace;
+    const LargestAllocation limit(1000000000);
+    t_paramMap params;
+    EXPECT_EQ("(none)", read("a"));
+    EXPECT_FALSE(m_store.readPersistenceFile(params));
+    EXPECT_FALSE(m_store.writeParam("b", "2"));
+    EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
+    struct stat status;
+    ASSERT_EQ(0, stat(m_file.c_str(), &status));
+    EXPECT_EQ(size, status.st_size);
+}
+
+TEST_F(AppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWritten) {
+    const t_paramMap params = {{"a", std::string(600000, 'v')}, {"b", std::string(600000, 'v')}};
+    ASSERT_TRUE(m_store.writeParam("a", params.at("a")));
+    const std::string before = readFile(m_file);
+    const TraceCapture trace;
+    const LargestAllocation limit(1000000);
+    EXPECT_FALSE(m_store.writePersistenceFile(params));
+    EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
+    EXPECT_FALSE(m_store.writeParam("b", params.at("b")));
+    EXPECT_EQ(before, readFile(m_file));
+}
+
 TEST_F(AppDataPersistenceTest, ItsFileIsUncountedWhenItGoes) {
     TraceCapture trace;
     for (int round = 0; round < 10; ++round) {

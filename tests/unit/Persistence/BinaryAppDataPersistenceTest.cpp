@@ -7,9 +7,12 @@
 
 #include <climits>
 #include <csignal>
+#include <gmock/gmock.h>
 #include <memory>
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using testing::HasSubstr;
 
 namespace {
 
@@ -208,6 +211,33 @@ TEST_F(BinaryAppDataPersistenceTest, TwentyBytesThatClaimOneGigabyteAreReadAsNot
     EXPECT_TRUE(m_store.readPersistenceFile(params));
     EXPECT_TRUE(params.empty());
     EXPECT_LT(largest.size(), 100000u);
+}
+
+TEST_F(BinaryAppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
+    const off_t size = 1500000000; // more than a 32-bit program can hold in one text
+    writeFile(m_file, record("a", "1"));
+    ASSERT_EQ(0, truncate(m_file.c_str(), size)); // all holes: takes no room on the disk
+    const TraceCapture trace;
+    const LargestAllocation limit(1000000000);
+    BinaryAppDataPersistence::ParamMap params;
+    EXPECT_EQ("(none)", read("a"));
+    EXPECT_FALSE(m_store.readPersistenceFile(params));
+    EXPECT_FALSE(write("b", "2"));
+    EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
+    struct stat status;
+    ASSERT_EQ(0, stat(m_file.c_str(), &status));
+    EXPECT_EQ(size, status.st_size);
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWritten) {
+    const std::string data(600000, 'v');
+    ASSERT_TRUE(write("a", data));
+    const std::string before = readFile(m_file);
+    const TraceCapture trace;
+    const LargestAllocation limit(1000000);
+    EXPECT_FALSE(write("b", data));
+    EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
+    EXPECT_EQ(before, readFile(m_file));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ADamageIsTracedWithItsPlace) {

@@ -5,16 +5,20 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <new>
+#include <string>
 
 static std::atomic<std::size_t> largest{0};
+static std::atomic<std::size_t> largestGiven{SIZE_MAX};
 
 // The compiler cannot see that these belong together. Those for arrays are replaced, too: a sanitizer's own
 // would not come by.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(std::size_t size) {
     largest = std::max(largest.load(), size);
-    if (void* const memory = std::malloc(size))
-        return memory;
+    if (size <= largestGiven) {
+        if (void* const memory = std::malloc(size))
+            return memory;
+    }
     throw std::bad_alloc();
 }
 void* operator new[](std::size_t size) {
@@ -33,8 +37,13 @@ void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
-LargestAllocation::LargestAllocation() {
+LargestAllocation::LargestAllocation(std::size_t limit) {
     largest = 0;
+    largestGiven = limit;
+}
+
+LargestAllocation::~LargestAllocation() {
+    largestGiven = SIZE_MAX;
 }
 
 std::size_t LargestAllocation::size() const {
@@ -46,4 +55,10 @@ TEST(LargestAllocationTest, SeesTheBufferOfABlock) {
     char* volatile block = new char[123456]; // volatile: the compiler may leave out a block that nobody uses
     delete[] block;
     EXPECT_GE(allocation.size(), 123456u);
+}
+
+TEST(LargestAllocationTest, GivesNoBlockBeyondTheLimit) {
+    const LargestAllocation allocation(123456);
+    EXPECT_THROW(std::string(1000000, 'x'), std::bad_alloc);
+    EXPECT_NO_THROW(std::string(100000, 'x'));
 }

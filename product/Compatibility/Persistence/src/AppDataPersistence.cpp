@@ -112,11 +112,13 @@ bool AppDataPersistence::writePersistenceFile(const t_paramMap& params) const {
 
 bool AppDataPersistence::replaceFile(const t_paramMap& params) const {
     TRACE_METHOD();
-    std::string content;
-    for (const auto& [name, value] : params) {
-        content.append(name).append(1, '=').append(value).append(1, '\n');
-    }
-    return m_file.write(content);
+    return m_file.whileMemoryLasts([&] {
+        std::string content;
+        for (const auto& [name, value] : params) {
+            content.append(name).append(1, '=').append(value).append(1, '\n');
+        }
+        return m_file.write(content);
+    });
 }
 
 bool AppDataPersistence::writeParam(const std::string& name, const std::string& value) {

@@ -93,13 +93,15 @@ bool BinaryAppDataPersistence::readRecords(const std::string& content, ParamMap&
 
 bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     TRACE_METHOD();
-    std::string content;
-    for (const auto& entry : params) {
-        int length = 0;
-        const std::unique_ptr<char[]> record(entry.second.marshall(length));
-        content.append(record.get(), static_cast<size_t>(length));
-    }
-    return m_file.write(content);
+    return m_file.whileMemoryLasts([&] {
+        std::string content;
+        for (const auto& entry : params) {
+            int length = 0;
+            const std::unique_ptr<char[]> record(entry.second.marshall(length));
+            content.append(record.get(), static_cast<size_t>(length));
+        }
+        return m_file.write(content);
+    });
 }
 
 bool BinaryAppDataPersistence::keepDamagedFile(const std::string& content) const {

@@ -10,6 +10,8 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
+#include <stdexcept>
 #include <sys/stat.h>
 
 namespace {
@@ -77,12 +79,20 @@ bool PersistenceFile::read(std::string& content) const {
     content.clear();
     // Not blocking: a pipe in the file's place must not hang the caller.
     const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (file.isOpen() ? readAll(file.get(), content) : errno == ENOENT) {
+    if (!file.isOpen() && errno == ENOENT) {
         return true;
     }
-    TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));
-    content.clear();
-    return false;
+    const bool isRead = whileMemoryLasts([&] {
+        if (file.isOpen() && readAll(file.get(), content)) {
+            return true;
+        }
+        TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));
+        return false;
+    });
+    if (!isRead) {
+        content.clear();
+    }
+    return isRead;
 }
 
 bool PersistenceFile::write(const std::string& content) const {
@@ -103,7 +113,18 @@ bool PersistenceFile::whileLocked(const std::function<bool()>& action) const {
         TRACE_MESSAGE(MSG_ERROR, "Cannot lock parameter file '%s' : %s", m_path.c_str(), strerror(errno));
         return false;
     }
-    return action();
+    return whileMemoryLasts(action);
+}
+
+bool PersistenceFile::whileMemoryLasts(const std::function<bool()>& action) const {
+    TRACE_METHOD();
+    try {
+        return action();
+    } catch (const std::bad_alloc&) {
+    } catch (const std::length_error&) { // of a text longer than half the address space
+    }
+    TRACE_MESSAGE(MSG_ERROR, "Not enough memory for parameter file '%s'", m_path.c_str());
+    return false;
 }
 
 bool PersistenceFile::exists() const {

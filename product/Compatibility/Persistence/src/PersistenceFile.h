@@ -25,7 +25,7 @@ public:
 
     /// Reads the whole file. A missing file is an empty one.
     /// @return false, with the reason traced, when there is a file and it cannot be read, or has 2 GB and
-    ///         more: who writes then would lose what it holds
+    ///         more, or does not fit into memory: who writes then would lose what it holds
     bool read(std::string& content) const;
 
     /// Replaces the file. @return false, with the reason traced, when that failed (2 GB and more always do);
@@ -33,8 +33,13 @@ public:
     bool write(const std::string& content) const;
 
     /// Runs `action` while this store alone may write the file.
-    /// @return the action's result; false, with the reason traced, when the lock cannot be had
+    /// @return the action's result; false, with the reason traced, when the lock cannot be had or memory runs
+    ///         out
     bool whileLocked(const std::function<bool()>& action) const;
+
+    /// Runs `action`, which holds the file's content in memory. @return the action's result; false, with the
+    /// reason traced, when memory runs out in it: a 32-bit process cannot hold a text of 1.1 GB
+    bool whileMemoryLasts(const std::function<bool()>& action) const;
 
     /// True when the file is there.
     bool exists() const;
