@@ -228,6 +228,21 @@ TEST_F(AppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAn
     EXPECT_EQ(before, readFile(m_file));
 }
 
+TEST_F(AppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
+    const std::string domain(NAME_MAX - 4, 'd'); // and ".dat"
+    AppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
+    AppDataPersistence neighbour("Zevo", domain.substr(1) + "e", PERSISTENCE_CURRENT_USER);
+    EXPECT_TRUE(store.writeParam("a", "1"));
+    EXPECT_TRUE(neighbour.writeParam("a", "2"));
+    EXPECT_TRUE(store.writeParam("b", "3"));
+    EXPECT_EQ("a=1\nb=3\n", readFile(userFile(domain + ".dat")));
+    std::string value;
+    EXPECT_TRUE(neighbour.readParam("a", value));
+    EXPECT_EQ("2", value);
+    AppDataPersistence tooLong("Zevo", domain + "d", PERSISTENCE_CURRENT_USER);
+    EXPECT_FALSE(tooLong.writeParam("a", "1"));
+}
+
 TEST_F(AppDataPersistenceTest, ItsFileIsUncountedWhenItGoes) {
     TraceCapture trace;
     for (int round = 0; round < 10; ++round) {

@@ -1,5 +1,7 @@
 #include "FileLock.h"
 
+#include "PathBeside.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -31,7 +33,7 @@ FileDescriptor lockItself(const std::string& path) {
 } // namespace
 
 FileLock::FileLock(const std::string& path)
-    : m_file(open((path + ".lock").c_str(), OPEN_FLAGS | O_CREAT | O_NOFOLLOW, 0666)) {
+    : m_file(open(pathBeside(path, ".lock").c_str(), OPEN_FLAGS | O_CREAT | O_NOFOLLOW, 0666)) {
     if (m_file.isOpen()) {
         if (!lockExclusively(m_file.get())) {
             m_file = FileDescriptor();

@@ -8,9 +8,9 @@
 /// take it. Released when the object goes or, by the system, when the process dies; never inherited by a
 /// program that is started meanwhile.
 ///
-/// The lock stands in a file of its own, `path` + ".lock", because the file itself is replaced by every
-/// write. That file is left in place: removing it would let two processes hold locks of two files of one
-/// name.
+/// The lock stands in a file of its own, pathBeside(path, ".lock"), because the file itself is replaced by
+/// every write. That file is left in place: removing it would let two processes hold locks of two files of
+/// one name.
 class FileLock {
 public:
     /// Waits until nobody else (process or thread) holds the lock of `path`. Where the folder allows no new

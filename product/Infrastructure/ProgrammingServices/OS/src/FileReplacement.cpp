@@ -1,6 +1,7 @@
 #include "FileReplacement.h"
 
 #include "FileDescriptor.h"
+#include "PathBeside.h"
 
 #include <cerrno>
 #include <climits>
@@ -186,7 +187,7 @@ bool FileReplacement::replace(const std::string& givenPath, std::string_view con
     if (exists && access(path.c_str(), W_OK) != 0) {
         return false;
     }
-    const std::string newPath = path + ".new";
+    const std::string newPath = pathBeside(path, ".new");
     FileDescriptor file = openNewFile(newPath);
     if (file.isOpen() && writeBeside(path, newPath, std::move(file), exists ? &old : nullptr, content)) {
         return true;

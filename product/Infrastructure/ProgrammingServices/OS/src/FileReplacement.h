@@ -10,10 +10,10 @@ namespace FileReplacement {
 /// Replaces the whole content of a file so that, whatever happens in between (the process is killed, the disk
 /// is full, the machine loses power), the file holds either its old content or the new one, never a part.
 ///
-/// The new content is written to `path` + ".new" in the same folder, flushed to the disk and renamed over the
-/// file; then the folder is flushed. The file keeps its mode (and its owner, where the process may set it); a
-/// new file gets 0666 less the process's mask. A symbolic link is followed: what it points to is replaced.
-/// Other hard links to the file keep the old content.
+/// The new content is written to pathBeside(path, ".new") in the same folder, flushed to the disk and renamed
+/// over the file; then the folder is flushed. The file keeps its mode (and its owner, where the process may
+/// set it); a new file gets 0666 less the process's mask. A symbolic link is followed: what it points to is
+/// replaced. Other hard links to the file keep the old content.
 ///
 /// Where the folder does not let this process make or rename a file (it may not be written, it is read-only
 /// around a writable file, the file is a mount point), or the file is not a regular one, the file is written

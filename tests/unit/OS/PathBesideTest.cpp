@@ -1,0 +1,41 @@
+#include "PathBeside.h"
+
+#include "TemporaryFolder.h"
+
+#include <climits>
+#include <gmock/gmock.h>
+
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace {
+
+const std::string LONGEST_NAME(NAME_MAX, 'n');
+
+TEST(PathBesideTest, HasTheSuffixBehindTheName) {
+    EXPECT_EQ("/tmp/file.lock", pathBeside("/tmp/file", ".lock"));
+    EXPECT_EQ("file.lock", pathBeside("file", ".lock"));
+    EXPECT_EQ("/tmp/" + LONGEST_NAME.substr(5) + ".lock",
+              pathBeside("/tmp/" + LONGEST_NAME.substr(5), ".lock"));
+}
+
+TEST(PathBesideTest, AnotherNameStandsInPlaceOfOneThatWouldBeTooLong) {
+    EXPECT_THAT(pathBeside("/tmp/" + LONGEST_NAME, ".lock"), MatchesRegex("/tmp/\\.[0-9a-f]{16}\\.lock"));
+    EXPECT_THAT(pathBeside(LONGEST_NAME, ".new"), MatchesRegex("\\.[0-9a-f]{16}\\.new"));
+    EXPECT_THAT(pathBeside("/tmp/" + LONGEST_NAME.substr(4), ".lock"), StartsWith("/tmp/."));
+}
+
+TEST(PathBesideTest, LongNamesDoNotShareIt) {
+    const std::string path = pathBeside("/tmp/" + LONGEST_NAME, ".lock");
+    EXPECT_EQ(path, pathBeside("/tmp/" + LONGEST_NAME, ".lock"));
+    EXPECT_NE(path, pathBeside("/tmp/" + LONGEST_NAME.substr(1) + "m", ".lock"));
+    EXPECT_NE(path, pathBeside("/tmp/m" + LONGEST_NAME.substr(1), ".lock"));
+}
+
+TEST(PathBesideTest, InAFolderThatIsNotThereTheNameIsKept) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "missing/" + LONGEST_NAME;
+    EXPECT_EQ(path + ".lock", pathBeside(path, ".lock"));
+}
+
+} // namespace
