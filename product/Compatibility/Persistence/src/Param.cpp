@@ -95,11 +95,11 @@ bool t_Param::unMarshall(const char* bytes, size_t length, size_t& offset, Recor
     size_t at = offset;
     size_t nameSize = 0;
     size_t dataSize = 0;
-    if (!getLength(bytes, length, at, nameSize) || nameSize == 0 || bytes[at + nameSize - 1] != '\0') {
+    if (!getLength(bytes, length, at, nameSize) || nameSize == 0) {
         return false;
     }
     record.name = bytes + at;
-    record.nameLength = nameSize - 1;
+    record.nameLength = nameSize - 1; // without the zero byte, or what stands in its place
     at += nameSize;
     if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<size_t>(INT_MAX)) {
         return false;

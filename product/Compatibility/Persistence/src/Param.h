@@ -36,10 +36,11 @@ public:
         int size;
     };
 
-    /// Reads the record that begins at `offset` and moves `offset` behind it.
+    /// Reads the record that begins at `offset` and moves `offset` behind it. Lengths are trusted as written:
+    /// the name's last byte is taken for its zero byte, deliberately.
     /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end,
     /// or
-    ///         the name does not end in its zero byte
+    ///         leaves no room for the name's zero byte
     static bool unMarshall(const char* bytes, size_t length, size_t& offset, Record& record);
 
 private:
