@@ -16,6 +16,11 @@ using testing::HasSubstr;
 
 namespace {
 
+bool exists(const std::string& path) {
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0;
+}
+
 class BinaryAppDataPersistenceTest : public StoreTest {
 protected:
     /// The block's bytes, or "(none)".
@@ -164,6 +169,27 @@ TEST_P(DamagedFileTest, WhatPrecedesTheDamageIsRead) {
     EXPECT_EQ(1u, params.size());
 }
 
+TEST_P(DamagedFileTest, EveryReadTellsTheDamage) {
+    writeFile(m_file, record("a", "1") + GetParam());
+    const std::string message = "[E] Parameter file '" + m_file + "' is damaged at byte 11 of ";
+    {
+        const TraceCapture trace;
+        EXPECT_EQ("1", read("a"));
+        EXPECT_THAT(trace.text(), HasSubstr(message));
+    }
+    const TraceCapture trace;
+    EXPECT_EQ("(none)", read("missing"));
+    EXPECT_THAT(trace.text(), HasSubstr(message));
+}
+
+TEST_P(DamagedFileTest, AWholeMapKeepsTheDamagedFileBesideToo) {
+    const std::string content = record("a", "1") + GetParam();
+    writeFile(m_file, content);
+    EXPECT_TRUE(m_store.writePersistenceFile({{"b", t_Param("b", "2", 1)}}));
+    EXPECT_EQ(record("b", "2"), readFile(m_file));
+    EXPECT_EQ(content, readFile(m_file + ".damaged"));
+}
+
 TEST_P(DamagedFileTest, AWriteKeepsTheDamagedFileBeside) {
     const std::string content = record("a", "1") + GetParam();
     writeFile(m_file, content);
@@ -248,6 +274,64 @@ TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLast
     EXPECT_TRUE(write("b", "3"));
     EXPECT_EQ(record("a", "1") + record("b", "3") + record("n", "x") + record("z", "2"), readFile(m_file));
     EXPECT_EQ(std::string::npos, trace.text().find("damaged"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
+    const std::string domain(NAME_MAX - 11, 'd'); // and "_binary.dat"
+    BinaryAppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
+    const std::string file = userFile(domain + "_binary.dat");
+    EXPECT_TRUE(store.writeUnformattedParam("a", "1", 1));
+    EXPECT_EQ(record("a", "1"), readFile(file));
+    writeFile(file, record("a", "1") + "x");
+    EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(file));
+}
+
+/// Keeps its blocks in memory.
+class InMemory : public BinaryAppDataPersistence {
+public:
+    using BinaryAppDataPersistence::BinaryAppDataPersistence;
+
+    bool readPersistenceFile(ParamMap& params) override {
+        for (const auto& entry : kept) {
+            params.insert(entry);
+        }
+        return isReadable;
+    }
+    bool writePersistenceFile(const ParamMap& params) override {
+        kept = params;
+        return true;
+    }
+
+    ParamMap kept;
+    bool isReadable = true;
+};
+
+TEST_F(BinaryAppDataPersistenceTest, ASubclassReadsAndWritesForItself) {
+    InMemory store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    EXPECT_TRUE(store.writeUnformattedParam("a", "12", 2));
+    EXPECT_TRUE(store.writeUnformattedParam("b", "", 0));
+    EXPECT_EQ(2u, store.kept.size());
+    int size = 0;
+    const std::unique_ptr<char[]> data(store.readUnformattedParam("a", size));
+    ASSERT_NE(nullptr, data);
+    EXPECT_EQ("12", std::string(data.get(), static_cast<size_t>(size)));
+    EXPECT_EQ(nullptr, store.readUnformattedParam("c", size));
+    EXPECT_FALSE(exists(m_file));
+    write("in the file", "x");
+    store.eraseAllParams();
+    EXPECT_TRUE(store.kept.empty());
+    EXPECT_EQ("x", read("in the file"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, WhatASubclassCannotReadIsNotWrittenOver) {
+    InMemory store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+    store.writeUnformattedParam("a", "1", 1);
+    store.isReadable = false;
+    int size = 0;
+    EXPECT_FALSE(store.writeUnformattedParam("b", "2", 1));
+    EXPECT_EQ(1u, store.kept.size());
+    EXPECT_EQ(nullptr, store.readUnformattedParam("a", size));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ADamageIsTracedWithItsPlace) {

@@ -2,11 +2,13 @@
 
 #include "CallMarker.h"
 #include "FileReplacement.h"
+#include "PathBeside.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <typeinfo>
 
 namespace {
 
@@ -75,25 +77,28 @@ bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
     if (!m_file.read(content)) {
         return false;
     }
-    readRecords(content, params);
+    traceDamage(content,
+                forEachRecord(content, [&](const t_Param::Record& record) { addToMap(record, params); }));
     return true;
 }
 
-bool BinaryAppDataPersistence::readRecords(const std::string& content, ParamMap& params) const {
+/// Tells where the records end before the content does.
+void BinaryAppDataPersistence::traceDamage(const std::string& content, size_t end) const {
     TRACE_METHOD();
-    const size_t end =
-        forEachRecord(content, [&](const t_Param::Record& record) { addToMap(record, params); });
-    if (end == content.size()) {
-        return true;
+    if (end != content.size()) {
+        TRACE_MESSAGE(MSG_ERROR, "Parameter file '%s' is damaged at byte %lu of %lu",
+                      m_file.getPath().c_str(), static_cast<unsigned long>(end),
+                      static_cast<unsigned long>(content.size()));
     }
-    TRACE_MESSAGE(MSG_ERROR, "Parameter file '%s' is damaged at byte %lu of %lu", m_file.getPath().c_str(),
-                  static_cast<unsigned long>(end), static_cast<unsigned long>(content.size()));
-    return false;
 }
 
 bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
+        // Writing drops what lies behind a damage. Who writes nothing means to.
+        if (!params.empty() && !keepDamagedFile()) {
+            return false;
+        }
         std::string content;
         for (const auto& entry : params) {
             int length = 0;
@@ -104,9 +109,21 @@ bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     });
 }
 
-bool BinaryAppDataPersistence::keepDamagedFile(const std::string& content) const {
+std::string BinaryAppDataPersistence::getDamagedPath() const {
     TRACE_METHOD();
-    const std::string path = m_file.getPath() + ".damaged";
+    return pathBeside(m_file.getPath(), ".damaged");
+}
+
+bool BinaryAppDataPersistence::keepDamagedFile() const {
+    TRACE_METHOD();
+    std::string content;
+    if (!m_file.read(content)) {
+        return false;
+    }
+    if (forEachRecord(content, [](const t_Param::Record&) {}) == content.size()) {
+        return true;
+    }
+    const std::string path = getDamagedPath();
     if (FileReplacement::replace(path, content)) {
         TRACE_MESSAGE(MSG_WARNING, "The damaged parameter file is kept as '%s'", path.c_str());
         return true;
@@ -123,13 +140,8 @@ bool BinaryAppDataPersistence::writeUnformattedParam(const std::string& name, co
         return false;
     }
     return m_file.whileLocked([&] {
-        std::string content;
         ParamMap params;
-        if (!m_file.read(content)) {
-            return false;
-        }
-        // Writing drops what lies behind a damage, so that goes to a file of its own first.
-        if (!readRecords(content, params) && !keepDamagedFile(content)) {
+        if (!readPersistenceFile(params)) {
             return false;
         }
         params[name] = t_Param(name, data, size);
@@ -140,13 +152,24 @@ bool BinaryAppDataPersistence::writeUnformattedParam(const std::string& name, co
 char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, int& size) {
     TRACE_METHOD();
     std::string content;
+    ParamMap params;
     t_Param::Record found = {nullptr, 0, nullptr, 0};
-    if (m_file.read(content)) {
-        forEachRecord(content, [&](const t_Param::Record& record) { // to the end: a later record replaces
-            if (record.nameLength == name.size() && memcmp(record.name, name.data(), name.size()) == 0) {
-                found = record;
+    if (typeid(*this) != typeid(BinaryAppDataPersistence)) {
+        if (readPersistenceFile(params)) {
+            const auto entry = params.find(name);
+            if (entry != params.end()) {
+                found = {entry->first.data(), entry->first.size(), entry->second.getInternalBuffer(),
+                         entry->second.getBufferSize()};
             }
-        });
+        }
+    } else if (m_file.read(content)) { // the same without a map of all blocks, which takes many times as long
+        traceDamage(content, forEachRecord(content, [&](const t_Param::Record& record) {
+                        // To the end: a later record replaces an earlier one.
+                        if (record.nameLength == name.size() &&
+                            memcmp(record.name, name.data(), name.size()) == 0) {
+                            found = record;
+                        }
+                    }));
     }
     if (found.name == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());

@@ -10,8 +10,12 @@
 /// Blocks of raw bytes in one file per domain: the records (t_Param) in ascending byte-wise order of names,
 /// one after another, without header or trailer. See docs/parameters.md.
 ///
-/// A file that is damaged (a length that runs past the end, say) is read up to the damage. The first write to
-/// it keeps the damaged file as path + ".damaged", since it drops what could not be read. Thread: any.
+/// A file that is damaged (a length runs past the end) is read up to the damage, which every reading traces.
+/// The first write to it keeps the damaged file as pathBeside(path, ".damaged"), since it drops what could
+/// not be read.
+///
+/// A subclass may keep its blocks in another way: the parameters are read and written by readPersistenceFile
+/// and writePersistenceFile. Thread: any.
 class BinaryAppDataPersistence : public BinaryPersistence {
 public:
     using ParamMap = std::map<std::string, t_Param>;
@@ -34,13 +38,14 @@ public:
     /// Adds the file's blocks to the map. @return false when there is a file and it cannot be read
     virtual bool readPersistenceFile(ParamMap& params);
 
-    /// Replaces the file's content by the map's. @return false when that failed; the old content then stands
+    /// Replaces the file's content by the map's; what a damage hides from reading is kept, unless the map is
+    /// empty. @return false, with the reason traced, when that failed; the old content then stands
     virtual bool writePersistenceFile(const ParamMap& params);
 
 private:
-    /// False, with the place traced, when the content is damaged; what precedes the damage is in the map.
-    bool readRecords(const std::string& content, ParamMap& params) const;
-    bool keepDamagedFile(const std::string& content) const;
+    void traceDamage(const std::string& content, size_t end) const;
+    std::string getDamagedPath() const;
+    bool keepDamagedFile() const;
 
     PersistenceFile m_file;
 };
