@@ -190,6 +190,31 @@ TEST_P(DamagedFileTest, AWholeMapKeepsTheDamagedFileBesideToo) {
     EXPECT_EQ(content, readFile(m_file + ".damaged"));
 }
 
+TEST_P(DamagedFileTest, ASecondDamageKeepsTheFirstCopy) {
+    const std::string first = record("a", "1") + GetParam();
+    writeFile(m_file, first);
+    EXPECT_TRUE(write("b", "2"));
+    writeFile(m_file, record("c", "3") + GetParam());
+    const TraceCapture trace;
+    EXPECT_TRUE(write("d", "4"));
+    EXPECT_EQ(record("c", "3") + record("d", "4"), readFile(m_file));
+    EXPECT_EQ(first, readFile(m_file + ".damaged"));
+    EXPECT_THAT(trace.text(), HasSubstr("[W] '" + m_file + ".damaged' of an earlier damage stays"));
+}
+
+TEST_P(DamagedFileTest, EraseRemovesTheCopyAndMakesNone) {
+    writeFile(m_file, record("a", "1") + GetParam());
+    m_store.eraseAllParams();
+    EXPECT_EQ("", readFile(m_file));
+    EXPECT_FALSE(exists(m_file + ".damaged"));
+    writeFile(m_file, record("a", "1") + GetParam());
+    EXPECT_TRUE(write("b", "2"));
+    EXPECT_TRUE(exists(m_file + ".damaged"));
+    m_store.eraseAllParams();
+    EXPECT_EQ("", readFile(m_file));
+    EXPECT_FALSE(exists(m_file + ".damaged"));
+}
+
 TEST_P(DamagedFileTest, AWriteKeepsTheDamagedFileBeside) {
     const std::string content = record("a", "1") + GetParam();
     writeFile(m_file, content);
@@ -219,9 +244,9 @@ TEST_P(DamagedFileTest, NothingIsAllocatedBeyondTheFilesOwnSize) {
 
 INSTANTIATE_TEST_SUITE_P(
     Hazards, DamagedFileTest,
-    testing::Values(length32(0) + length32(1) + "x",        // a name of no length
-                    length32(0xFFFFFFFF) + "x",             // a name of 4 GB
-                    length32(9) + "short",                  // a name past the end
+    testing::Values(length32(0) + length32(1) + "x",                            // a name of no length
+                    length32(0xFFFFFFFF) + "x",                                 // a name of 4 GB
+                    length32(9) + "short",                                      // a name past the end
                     length32(2) + std::string("n\0", 2) + length32(0xFFFFFFFF), // data of 4 GB
                     length32(2) + std::string("n\0", 2) + length32(1000000000), // 1 GB claimed by 20 bytes
                     length32(2) + std::string("n\0", 2) + length32(2) + "x",    // data past the end
@@ -236,6 +261,35 @@ TEST_F(BinaryAppDataPersistenceTest, TwentyBytesThatClaimOneGigabyteAreReadAsNot
     EXPECT_TRUE(m_store.readPersistenceFile(params));
     EXPECT_TRUE(params.empty());
     EXPECT_LT(largest.size(), 100000u);
+}
+
+TEST_F(BinaryAppDataPersistenceTest, EraseRemovesACopyThatLiesThereAlone) {
+    writeFile(m_file + ".damaged", "x");
+    m_store.eraseAllParams();
+    EXPECT_FALSE(exists(m_file + ".damaged"));
+    EXPECT_FALSE(exists(m_file));
+}
+
+// The name's last byte is taken for its zero byte whatever it is. Deliberate: lengths are trusted as written.
+TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLastByte) {
+    writeFile(m_file, record("a", "1") + length32(2) + "nm" + length32(1) + "x" + record("z", "2"));
+    const TraceCapture trace;
+    EXPECT_EQ("x", read("n"));
+    EXPECT_EQ("2", read("z"));
+    EXPECT_TRUE(write("b", "3"));
+    EXPECT_EQ(record("a", "1") + record("b", "3") + record("n", "x") + record("z", "2"), readFile(m_file));
+    EXPECT_EQ(std::string::npos, trace.text().find("damaged"));
+}
+
+TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
+    const std::string domain(NAME_MAX - 11, 'd'); // and "_binary.dat"
+    BinaryAppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
+    const std::string file = userFile(domain + "_binary.dat");
+    EXPECT_TRUE(store.writeUnformattedParam("a", "1", 1));
+    EXPECT_EQ(record("a", "1"), readFile(file));
+    writeFile(file, record("a", "1") + "x");
+    EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
+    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(file));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
@@ -263,28 +317,6 @@ TEST_F(BinaryAppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTr
     EXPECT_FALSE(write("b", data));
     EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
     EXPECT_EQ(before, readFile(m_file));
-}
-
-// The name's last byte is taken for its zero byte whatever it is. Deliberate: lengths are trusted as written.
-TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLastByte) {
-    writeFile(m_file, record("a", "1") + length32(2) + "nm" + length32(1) + "x" + record("z", "2"));
-    const TraceCapture trace;
-    EXPECT_EQ("x", read("n"));
-    EXPECT_EQ("2", read("z"));
-    EXPECT_TRUE(write("b", "3"));
-    EXPECT_EQ(record("a", "1") + record("b", "3") + record("n", "x") + record("z", "2"), readFile(m_file));
-    EXPECT_EQ(std::string::npos, trace.text().find("damaged"));
-}
-
-TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
-    const std::string domain(NAME_MAX - 11, 'd'); // and "_binary.dat"
-    BinaryAppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
-    const std::string file = userFile(domain + "_binary.dat");
-    EXPECT_TRUE(store.writeUnformattedParam("a", "1", 1));
-    EXPECT_EQ(record("a", "1"), readFile(file));
-    writeFile(file, record("a", "1") + "x");
-    EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(file));
 }
 
 /// Keeps its blocks in memory.

@@ -81,6 +81,20 @@ TEST_F(ParameterStoresTest, RemoveDataErasesTheFourStoresAndLeavesTheDomainsFile
     EXPECT_EQ("mine", readFile(folder + "/notes.txt"));
 }
 
+TEST_F(ParameterStoresTest, RemoveDataRemovesTheCopiesOfDamagedFiles) {
+    for (const std::string& file :
+         {userFile(m_domain + "_binary.dat"), machineFile(m_domain + "_binary.dat")}) {
+        AppDataManager::getInstance()->getBinaryPersistence(m_domain); // makes the folders
+        writeFile(file, record("a", "1") + "x");
+        m_data.writeUnformattedParam("b", "2", 1);
+        m_data.writeUnformattedParamForAllUsers("b", "2", 1);
+        EXPECT_EQ(record("a", "1") + "x", readFile(file + ".damaged"));
+        m_data.removeData();
+        struct stat status;
+        EXPECT_NE(0, stat((file + ".damaged").c_str(), &status));
+    }
+}
+
 TEST_F(ParameterStoresTest, TwoRequestsForADomainReturnTheSameStores) {
     AppDataManager* const manager = AppDataManager::getInstance();
     EXPECT_EQ(&manager->getPersistence(m_domain), &manager->getPersistence(m_domain));

@@ -2,12 +2,14 @@
 
 #include "CallMarker.h"
 #include "FileReplacement.h"
+#include "FileSystemManagement.h"
 #include "PathBeside.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 #include <typeinfo>
 
 namespace {
@@ -32,6 +34,11 @@ void addToMap(const t_Param::Record& record, BinaryAppDataPersistence::ParamMap&
     const t_Param param(name, record.data, record.size);
     // A saved file is in order, so each parameter belongs at the end.
     params.insert_or_assign(params.end(), std::move(name), param);
+}
+
+bool isRegularFile(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// What keeps a block from being read back, or null when nothing does.
@@ -124,6 +131,10 @@ bool BinaryAppDataPersistence::keepDamagedFile() const {
         return true;
     }
     const std::string path = getDamagedPath();
+    if (isRegularFile(path)) {
+        TRACE_MESSAGE(MSG_WARNING, "'%s' of an earlier damage stays", path.c_str());
+        return true;
+    }
     if (FileReplacement::replace(path, content)) {
         TRACE_MESSAGE(MSG_WARNING, "The damaged parameter file is kept as '%s'", path.c_str());
         return true;
@@ -183,7 +194,20 @@ char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, in
 
 void BinaryAppDataPersistence::eraseAllParams() {
     TRACE_METHOD();
-    if (m_file.exists()) {
-        m_file.whileLocked([this] { return writePersistenceFile(ParamMap()); });
+    if (m_file.exists() || FileSystemManagement::existFile(getDamagedPath())) {
+        m_file.whileLocked([this] {
+            const bool isErased = !m_file.exists() || writePersistenceFile(ParamMap());
+            return removeDamagedFile() && isErased;
+        });
     }
+}
+
+bool BinaryAppDataPersistence::removeDamagedFile() const {
+    TRACE_METHOD();
+    const std::string path = getDamagedPath();
+    if (FileSystemManagement::existFile(path) && FileSystemManagement::deleteFile(path)) { // true: it failed
+        TRACE_MESSAGE(MSG_ERROR, "Cannot remove '%s' : %s", path.c_str(), strerror(errno));
+        return false;
+    }
+    return true;
 }

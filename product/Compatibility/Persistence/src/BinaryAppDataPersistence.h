@@ -12,7 +12,7 @@
 ///
 /// A file that is damaged (a length runs past the end) is read up to the damage, which every reading traces.
 /// The first write to it keeps the damaged file as pathBeside(path, ".damaged"), since it drops what could
-/// not be read.
+/// not be read. A copy that is there already stays: it holds what was lost first.
 ///
 /// A subclass may keep its blocks in another way: the parameters are read and written by readPersistenceFile
 /// and writePersistenceFile. Thread: any.
@@ -28,7 +28,7 @@ public:
     /// data with a size, a record of 2 GB and more.
     bool writeUnformattedParam(const std::string& name, const char* data, int size) override;
     char* readUnformattedParam(const std::string& name, int& size) override;
-    /// Empties the file; a missing one is not created.
+    /// Empties the file; a missing one is not created. Removes the copy of a damaged one.
     void eraseAllParams() override;
 
     /// Where the blocks of a domain lie. Creates the folders above the file when they are missing.
@@ -46,6 +46,7 @@ private:
     void traceDamage(const std::string& content, size_t end) const;
     std::string getDamagedPath() const;
     bool keepDamagedFile() const;
+    bool removeDamagedFile() const;
 
     PersistenceFile m_file;
 };
