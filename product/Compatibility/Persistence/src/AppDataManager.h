@@ -59,8 +59,8 @@ public:
     bool writeParam(const std::string& domain, const std::string& name, const std::string& value);
     bool writeParamForAllUsers(const std::string& domain, const std::string& name, const std::string& value);
 
-    /// The same for blocks of bytes; the caller frees the returned block with delete[]. Null when there is
-    /// none.
+    /// The same for blocks of bytes; the caller frees the returned block with delete[]. Null when neither has
+    /// such a block.
     char* readUnformattedParam(const std::string& domain, const std::string& name, int& size);
     bool writeUnformattedParam(const std::string& domain, const std::string& name, const char* data,
                                int size);

@@ -38,8 +38,7 @@ public:
 
     /// Reads the record that begins at `offset` and moves `offset` behind it. Lengths are trusted as written:
     /// the name's last byte is taken for its zero byte, deliberately.
-    /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end,
-    /// or
+    /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end or
     ///         leaves no room for the name's zero byte
     static bool unMarshall(const char* bytes, size_t length, size_t& offset, Record& record);
 

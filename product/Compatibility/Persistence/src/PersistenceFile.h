@@ -33,8 +33,8 @@ public:
     bool write(const std::string& content) const;
 
     /// Runs `action` while this store alone may write the file.
-    /// @return the action's result; false, with the reason traced, when the lock cannot be had or memory runs
-    ///         out
+    /// @return the action's result; false, with the reason traced, when the lock cannot be had or when memory
+    ///         runs out
     bool whileLocked(const std::function<bool()>& action) const;
 
     /// Runs `action`, which holds the file's content in memory. @return the action's result; false, with the

@@ -11,8 +11,7 @@
 class LineCursor;
 class TextBuffer;
 
-/// The inner node of a property-list tree: an item that owns named items, in the byte-wise order of their
-/// keys.
+/// The inner node of a property-list tree: an item that owns named items, in byte-wise order of their keys.
 ///
 /// A path joins keys with full stops; a key that itself holds a full stop cannot be reached by path. Look-ups
 /// never throw and never add keys: what is absent is null, false or an empty text. They lend pointers that

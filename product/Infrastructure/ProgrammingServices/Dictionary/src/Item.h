@@ -37,8 +37,8 @@ public:
     /// The text of a string leaf, valid until it changes; null for every other item.
     virtual const char* getValue() const;
     virtual const char* getValue(const std::string& key) const;
-    /// Stores the number of an integer leaf and says true; false, and the argument untouched, for every other
-    /// item.
+    /// Stores the number of an integer leaf and says true. For every other item false, and the argument stays
+    /// as it was.
     virtual bool getValueAs(int& value) const;
     virtual bool getValueAs(const std::string& key, int& value) const;
     virtual bool contains(const std::string& path);
@@ -57,8 +57,7 @@ public:
     const std::string& getName() const;
     void setName(const std::string& name);
 
-    /// The text without spaces, tabs and line feeds at both ends. A carriage return is not a blank here and
-    /// stays.
+    /// The text without spaces, tabs and line feeds at both ends. A carriage return is not a blank here.
     static std::string trim(const std::string& text);
 
     /// The trimmed text between a tag and the first "</" of a line (the line's end where there is none, or

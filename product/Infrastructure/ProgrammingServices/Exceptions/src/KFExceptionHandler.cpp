@@ -86,8 +86,7 @@ KFExceptionHandler* KFExceptionHandler::GetInstance() {
     KFExceptionHandler* handler = m_globalHandler.load();
     if (handler == nullptr) {
         // Without a lock: the constructor traces, and a contract broken on the way must find its way in here.
-        // When two threads come at once the later one's handler goes again; both have installed the same
-        // function.
+        // When two threads come at once the later one's handler goes again; both install the same function.
         auto created = std::make_unique<KFExceptionHandler>();
         if (m_globalHandler.compare_exchange_strong(handler, created.get()))
             handler = created.release();

@@ -35,9 +35,8 @@ public:
     /// Thread: any.
     static KFExceptionHandler* GetInstance();
 
-    /// Installs crashHandlerSignalFilter for the signals 1 to 30 except 28, and empties the record of the
-    /// last broken contract. A signal that cannot be caught is traced as an error and left. Use
-    /// GetInstance().
+    /// Use GetInstance(). Installs crashHandlerSignalFilter for the signals 1 to 30 except 28, and empties
+    /// the record of the last broken contract. A signal that cannot be caught is traced as an error and left.
     KFExceptionHandler();
     /// For a subclass, or one that was made at the same time as the process's; the signals stay installed.
     ~KFExceptionHandler();
