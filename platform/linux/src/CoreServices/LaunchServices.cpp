@@ -91,21 +91,14 @@ static DetachedProcess planOf(const std::string& file, const ReferencedPath& bun
     return plan;
 }
 
-/// A process has its executable a moment before it has its environment. Until then the list of running
-/// applications would miss a script's bundle, and somebody might start it again; so the caller gets the
-/// process only when the list shows it. Where it never does (it has ended already, or became another user), a
-/// while must do.
-static RunningApplication awaitInList(pid_t pid) {
-    RunningApplication application = {pid, 0, std::string(), std::string(), false};
-    for (int tries = 0; tries < 200; ++tries) {
-        if (findRunningApplication(pid, application) == 0 && application.isAsLaunched)
-            break;
-        if (::kill(pid, 0) != 0 && errno == ESRCH)
-            break;
+/// A process has its executable a moment before it has its environment. Until then another process's list of
+/// running applications would miss a script's bundle, and somebody might start it again. Where it never gets
+/// one (it may have cleared it itself), a while must do.
+static void awaitEnvironment(pid_t pid) {
+    for (int tries = 0; tries < 200 && !isComplete(pid); ++tries) {
         const struct timespec pause = {0, 100 * 1000};
         ::nanosleep(&pause, nullptr);
     }
-    return application;
 }
 
 OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN) {
@@ -133,8 +126,8 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
         const int error = startDetached(planOf(file, bundle, appParams->flags), pid);
         if (error != 0)
             return statusOfFailedStart(error, file);
-        application = awaitInList(pid);
-        noteStartedApplication(pid);
+        application = noteStartedApplication(pid, bundle.named, file);
+        awaitEnvironment(pid);
     }
     if (status == noErr && outPSN != nullptr)
         *outPSN = serialNumberOf(application);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
@@ -25,22 +26,22 @@ namespace {
 const size_t ENVIRONMENT_LIMIT = 256 * 1024;
 const size_t COMMAND_LINE_LIMIT = 16 * 1024;
 const size_t FIRST_LINE_LIMIT = 256;
-// "interpreter", one option, "script" is what the kernel makes of a script; env and its like add little to
-// it.
+const size_t STATUS_LIMIT = 4096;
+// "interpreter", one option, "script" is what the kernel makes of a script; env and its like add little.
 const size_t SCRIPT_ARGUMENT_LIMIT = 4;
+// What the kernel keeps of the name of the file that a process runs.
+const size_t KEPT_NAME_LENGTH = 15;
 
-const char PROCESSES[] = "/proc";
+std::string& processesFolder() {
+    static std::string& folder = *new std::string("/proc"); // never destroyed: lists are read to the very end
+    return folder;
+}
 
 class ProcessFolder {
 public:
-    explicit ProcessFolder(pid_t pid) : m_path(std::string(PROCESSES) + "/" + std::to_string(pid)) {}
+    explicit ProcessFolder(pid_t pid) : m_path(processesFolder() + "/" + std::to_string(pid)) {}
 
     std::string file(const char* name) const { return m_path + "/" + name; }
-
-    bool isOwnedBy(uid_t user) const {
-        struct stat folder;
-        return ::stat(m_path.c_str(), &folder) == 0 && folder.st_uid == user;
-    }
 
 private:
     const std::string m_path;
@@ -58,7 +59,7 @@ bool isLackOfMeans(int error) {
 /// /proc while it is being read. Throws LackOfMeans when it cannot be.
 class ProcessList {
 public:
-    ProcessList() : m_folder(::opendir(PROCESSES), &::closedir) {
+    ProcessList() : m_folder(::opendir(processesFolder().c_str()), &::closedir) {
         if (m_folder == nullptr)
             throw LackOfMeans{errno};
     }
@@ -87,7 +88,9 @@ private:
 /// fs/proc/root.c). -1 when it cannot be told.
 long countProcesses(long otherFolders) {
     struct stat folder;
-    return ::stat(PROCESSES, &folder) == 0 ? static_cast<long>(folder.st_nlink) - 2 - otherFolders : -1;
+    return ::stat(processesFolder().c_str(), &folder) == 0
+               ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
+               : -1;
 }
 
 /// A file of /proc or a script; nothing when it is not there or not for this user. Neither grows meanwhile,
@@ -179,22 +182,129 @@ std::string bundleOfScript(const ProcessFolder& process) {
     return std::string();
 }
 
-/// Field 22 of the status line; 0 when the process is gone. The name in field 2 may hold blanks and
-/// parentheses.
-UInt64 startTimeOf(const ProcessFolder& process) {
-    const std::string status = readUpTo(process.file("stat"), 4096);
-    size_t at = status.rfind(')');
+/// What everybody may read of every process: its status line.
+struct ProcessStatus {
+    std::string name;     // of the file that it runs, cut, unless it has given itself another one
+    char state = '\0';    // a letter
+    UInt64 startTime = 0; // 0 when there is no such process, or one that is hidden from this user
+
+    bool hasEnded() const { return state == 'Z' || state == 'X'; }
+};
+
+/// The name, in field 2, may hold blanks and parentheses; the start time is field 22.
+ProcessStatus statusOf(const ProcessFolder& process) {
+    const std::string line = readUpTo(process.file("stat"), STATUS_LIMIT);
+    const size_t nameBegin = line.find('(');
+    const size_t nameEnd = line.rfind(')');
+    ProcessStatus status;
+    if (nameBegin == std::string::npos || nameEnd == std::string::npos || nameEnd + 2 >= line.size())
+        return status;
+    status.name = line.substr(nameBegin + 1, nameEnd - nameBegin - 1);
+    status.state = line[nameEnd + 2];
+    size_t at = nameEnd;
     for (int field = 2; field < 22 && at != std::string::npos; ++field)
-        at = status.find(' ', at + 1);
-    return at == std::string::npos ? 0 : std::strtoull(status.c_str() + at, nullptr, 10);
+        at = line.find(' ', at + 1);
+    if (at != std::string::npos)
+        status.startTime = std::strtoull(line.c_str() + at, nullptr, 10);
+    return status;
+}
+
+/// Whether the user has started it. Neither the owner of its folder nor the user that it acts as tells that
+/// of a set-user-id program.
+bool isStartedBy(uid_t user, const ProcessFolder& process) {
+    const std::string status = readUpTo(process.file("status"), STATUS_LIMIT);
+    const char entry[] = "\nUid:";
+    const size_t found = status.find(entry);
+    return found != std::string::npos &&
+           std::strtoul(status.c_str() + found + sizeof entry - 1, nullptr, 10) == user;
+}
+
+/// The file that a process claims to run, where the system does not tell which one it is: for a program with
+/// file capabilities or a set-user-id bit, and for one that has asked not to be looked into. A process may
+/// write anything into its command line; so it counts only for a file in a bundle whose name the kernel knows
+/// the process by. Else an application would never be started as long as such a process runs.
+std::string claimedExecutable(const ProcessFolder& process) {
+    const std::string commandLine = readUpTo(process.file("cmdline"), COMMAND_LINE_LIMIT);
+    const std::string file = commandLine.substr(0, commandLine.find('\0'));
+    if (file.empty() || file[0] != '/' || innermostBundle(file).empty())
+        return std::string();
+    if (statusOf(process).name != lastComponent(file).substr(0, KEPT_NAME_LENGTH))
+        return std::string();
+    const std::string real = realPath(file);
+    return real.empty() ? file : real; // deleted since
+}
+
+/// The file that a process runs; empty for a kernel thread, for one that has ended and was not waited for
+/// yet, and where it cannot be told.
+std::string executableOf(const ProcessFolder& process) {
+    const std::string file = readExecutableLink(process.file("exe"));
+    return file.empty() && errno == EACCES ? claimedExecutable(process) : file;
+}
+
+/// What has been started here is running until its process ends, whatever the system lets us read about it.
+class StartedApplications {
+public:
+    void add(const RunningApplication& application) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        forget([&](const RunningApplication& started) { return started.pid == application.pid; });
+        m_applications.push_back(application);
+    }
+
+    void forgetEnded() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        forget([](const RunningApplication& started) { return !stillRuns(started); });
+    }
+
+    /// The one of that process, if it still runs. Throws LackOfMeans when it cannot be told.
+    bool find(pid_t pid, RunningApplication& application) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto isIt = [pid](const RunningApplication& started) { return started.pid == pid; };
+        const auto place = std::find_if(m_applications.begin(), m_applications.end(), isIt);
+        if (place == m_applications.end())
+            return false;
+        if (!stillRuns(*place)) {
+            m_applications.erase(place);
+            return false;
+        }
+        application = *place;
+        const std::string executable = readExecutableLink(ProcessFolder(pid).file("exe"));
+        if (!executable.empty())
+            application.executable = executable; // it may have become another program
+        return true;
+    }
+
+private:
+    template <typename Condition>
+    void forget(Condition condition) {
+        m_applications.erase(std::remove_if(m_applications.begin(), m_applications.end(), condition),
+                             m_applications.end());
+    }
+
+    static bool stillRuns(const RunningApplication& started) {
+        const ProcessStatus status = statusOf(ProcessFolder(started.pid));
+        if (status.startTime != 0)
+            return status.startTime == started.startTime && !status.hasEnded();
+        // Gone, or in a /proc that hides what this user may not look into.
+        return ::kill(started.pid, 0) == 0 || errno == EPERM;
+    }
+
+    std::mutex m_mutex;
+    std::vector<RunningApplication> m_applications;
+};
+
+StartedApplications& startedApplications() {
+    static StartedApplications& applications = *new StartedApplications; // never destroyed, as above
+    return applications;
 }
 
 /// Whether the process is a running application, and which. Throws LackOfMeans when it cannot be told.
 bool inspect(pid_t pid, const std::string& root, RunningApplication& application) {
+    if (startedApplications().find(pid, application))
+        return liesIn(application.bundle, root);
     const ProcessFolder process(pid);
-    application.executable = readExecutableLink(process.file("exe"));
+    application.executable = executableOf(process);
     if (application.executable.empty())
-        return false; // a kernel thread, another user's, or one that has ended and was not waited for yet
+        return false;
     LaunchNote note;
     // What Launch Services starts leads a session of its own, and does to its end. To ask for that is cheaper
     // than to read the environment of everything.
@@ -212,10 +322,10 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     }
     if (application.bundle.empty() || !liesIn(application.bundle, root))
         return false;
-    if (!process.isOwnedBy(::geteuid()))
-        return false; // the superuser can read everybody's
+    if (!isStartedBy(::geteuid(), process))
+        return false;
     application.pid = pid;
-    application.startTime = startTimeOf(process);
+    application.startTime = statusOf(process).startTime;
     return application.startTime != 0;
 }
 
@@ -259,16 +369,20 @@ private:
 /// tick; so the list may show a process as it was a tick ago, about as long as it takes to read the list.)
 ///
 /// Where those that are left are as many as there are processes, no other one has come, and /proc need not be
-/// read: that takes twice as long as the clocks. A device arrives several times in a row, with its
-/// interfaces.
+/// read: that takes twice as long as the clocks. A device and its interfaces come in a row.
 class KnownProcesses {
 public:
     /// What a process was found to be depends on both; a change makes everything new.
     void begin(const std::string& root, uid_t user) {
         if (root != m_root || user != m_user)
-            m_known.clear();
+            forget();
         m_root = root;
         m_user = user;
+        m_isKept = false;
+    }
+
+    void forget() {
+        m_known.clear();
         m_isKept = false;
     }
 
@@ -299,8 +413,7 @@ public:
     /// to read /proc.
     void add(pid_t pid) {
         m_isKept = false;
-        const auto place = std::lower_bound(m_known.begin(), m_known.end(), pid,
-                                            [](const Known& known, pid_t id) { return known.pid < id; });
+        const auto place = placeOf(pid);
         if (place != m_known.end() && place->pid == pid)
             place->time = LOOK_AGAIN;
         else
@@ -315,6 +428,11 @@ private:
         SInt64 time; // had when it was no application; LOOK_AGAIN when it was one
         bool hasEnded;
     };
+
+    std::vector<Known>::iterator placeOf(pid_t pid) {
+        return std::lower_bound(m_known.begin(), m_known.end(), pid,
+                                [](const Known& known, pid_t id) { return known.pid < id; });
+    }
 
     template <typename IsApplication>
     void lookAtKnown(IsApplication isApplication) {
@@ -440,13 +558,38 @@ int findRunningApplication(pid_t pid, RunningApplication& application) {
     }
 }
 
-void noteStartedApplication(pid_t pid) {
+RunningApplication noteStartedApplication(pid_t pid, const std::string& bundle,
+                                          const std::string& executable) {
+    RunningApplication application = {pid, 0, bundle, executable, true};
+    try {
+        application.startTime = statusOf(ProcessFolder(pid)).startTime;
+        startedApplications().forgetEnded();
+    } catch (const LackOfMeans&) {
+        // Then it is known by what can be read of it later.
+    }
+    startedApplications().add(application);
     LockedKnownProcesses()->add(pid);
+    return application;
+}
+
+bool isComplete(pid_t pid) {
+    try {
+        const ProcessFolder process(pid);
+        const ProcessStatus status = statusOf(process);
+        return status.startTime == 0 || status.hasEnded() || !readUpTo(process.file("cmdline"), 1).empty();
+    } catch (const LackOfMeans&) {
+        return true; // waiting would not help
+    }
+}
+
+void readProcessesFrom(const std::string& folder) {
+    const LockedKnownProcesses processes;
+    processesFolder() = folder;
+    processes->forget();
 }
 
 ProcessSerialNumber serialNumberOf(const RunningApplication& application) {
-    // The highest bit keeps clear of the serial numbers with a high word of 0, which have meanings of their
-    // own.
+    // The highest bit keeps clear of the serial numbers with a high word of 0, which mean something else.
     ProcessSerialNumber number;
     number.highLongOfPSN = 0x80000000u | static_cast<UInt32>(application.startTime & 0x7FFFFFFFu);
     number.lowLongOfPSN = static_cast<UInt32>(application.pid);

@@ -25,22 +25,31 @@ extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
 const int LAUNCHED_PID_WIDTH = 10;
 
 /// All of them, by ascending process id. Processes that come or go meanwhile may be missing.
-/// @return 0; the errno that says why it cannot be told (the list is empty then), for instance that this
-///     process has no descriptor left
+/// @return 0; the errno that says why it cannot be told (the list is empty then): that this process has no
+///     descriptor left, for instance, or ESRCH where /proc is missing, empty or another namespace's. That is
+///     said on standard error, too, once until lists can be read again.
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
 /// The same for a caller who has only just asked for the list: the one taken last, when that was less than a
 /// millisecond ago and this process has started nothing since, without those that have ended meanwhile.
 int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications);
 
-/// Launch Services have started this process: the next list looks at it, whatever an earlier one saw.
-void noteStartedApplication(pid_t pid);
+/// Launch Services have started this process for the bundle: from now on, it is known by its id and its start
+/// time until it ends, whatever /proc lets this user read of it.
+RunningApplication noteStartedApplication(pid_t pid, const std::string& bundle,
+                                          const std::string& executable);
 
 /// One process.
-/// @return 0; ESRCH when it has ended, is not this user's, or runs no bundle; another errno when that cannot
-/// be
-///     told
+/// @return 0; ESRCH when it has ended, is not this user's, or runs no bundle; another errno when that is not
+///     to be told
 int findRunningApplication(pid_t pid, RunningApplication& application);
+
+/// Whether the process has its command line and its environment, and shows to other processes what it was
+/// launched for; true as well when it has ended.
+bool isComplete(pid_t pid);
+
+/// For tests: another folder than /proc. Processes are then known by what it says of them.
+void readProcessesFrom(const std::string& folder);
 
 /// Its serial number, as the process list gives it.
 ProcessSerialNumber serialNumberOf(const RunningApplication& application);

@@ -1,5 +1,6 @@
 #include "BundleTest.h"
 
+#include <algorithm>
 #include <climits>
 #include <csignal>
 #include <spawn.h>
@@ -53,9 +54,9 @@ void BundleTest::writeFile(const std::string& path, const std::string& content, 
     ASSERT_EQ(0, chmod(path.c_str(), mode)) << path;
 }
 
-void BundleTest::copyExecutable(const std::string& to) {
-    std::ifstream from(SAMPLE_APPLICATION, std::ios::binary);
-    std::ofstream(to, std::ios::binary) << from.rdbuf();
+void BundleTest::copyExecutable(const std::string& to, const std::string& from) {
+    std::ifstream original(from, std::ios::binary);
+    std::ofstream(to, std::ios::binary) << original.rdbuf();
     ASSERT_EQ(0, chmod(to.c_str(), 0755)) << to;
 }
 
@@ -106,7 +107,7 @@ pid_t BundleTest::openedProcess(const std::string& bundle, LSLaunchFlags flags) 
     return static_cast<pid_t>(number.lowLongOfPSN);
 }
 
-pid_t BundleTest::runDirectly(const std::vector<std::string>& command) {
+pid_t BundleTest::runDirectly(const std::vector<std::string>& command, const std::string& file) {
     std::vector<char*> arguments;
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -115,11 +116,17 @@ pid_t BundleTest::runDirectly(const std::vector<std::string>& command) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t pid = 0;
-    EXPECT_EQ(0, posix_spawnp(&pid, arguments[0], &actions, nullptr, arguments.data(), environ))
-        << command[0];
+    const char* const program = file.empty() ? arguments[0] : file.c_str();
+    EXPECT_EQ(0, posix_spawnp(&pid, program, &actions, nullptr, arguments.data(), environ)) << command[0];
     posix_spawn_file_actions_destroy(&actions);
     m_children.push_back(pid);
     return pid;
+}
+
+int BundleTest::statusOf(pid_t pid) {
+    m_children.erase(std::remove(m_children.begin(), m_children.end(), pid), m_children.end());
+    int status = 0;
+    return waitpid(pid, &status, 0) == pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 void BundleTest::end(pid_t pid) {

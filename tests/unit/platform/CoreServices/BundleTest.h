@@ -56,8 +56,7 @@ inline std::string pathOf(const FSRef& reference) {
     return reinterpret_cast<const char*>(path);
 }
 
-/// A root of the test's own (PLATFORM_ROOT) for sample bundles. The applications started in it end with the
-/// test.
+/// A root of the test's own (PLATFORM_ROOT) for sample bundles. What is started in it ends with the test.
 class BundleTest : public ::testing::Test {
 protected:
     using Report = std::map<std::string, std::string>;
@@ -71,7 +70,7 @@ protected:
 
     static void makeFolders(const std::string& path);
     static void writeFile(const std::string& path, const std::string& content, mode_t mode = 0644);
-    static void copyExecutable(const std::string& to);
+    static void copyExecutable(const std::string& to, const std::string& from = SAMPLE_APPLICATION);
 
     /// A bundle at `path` (below the root) whose executable is the sample application.
     void addBundle(const std::string& path, const std::string& executable, const std::string& infoPlist = "");
@@ -83,15 +82,17 @@ protected:
     static OSStatus open(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
     /// Opens, and returns the id of the process found or started; 0 when it failed.
     static pid_t openedProcess(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
-    /// Runs a file that is nobody's bundle executable or one's, directly, as a user or a desktop would.
-    pid_t runDirectly(const std::vector<std::string>& command);
+    /// Runs a file that is nobody's bundle executable or one's, directly, as a user or a desktop would: that
+    /// of the command's first word, unless another one is given.
+    pid_t runDirectly(const std::vector<std::string>& command, const std::string& file = "");
+    /// Waits until such a process ends, and returns its exit status; -1 when it has none.
+    int statusOf(pid_t pid);
     /// Ends a process and waits until the list of applications is without it.
     void end(pid_t pid);
     /// The same without asking for the list.
     void endWithoutALook(pid_t pid);
 
-    /// Leaves this process so many descriptors; at once, since a list of applications is kept for a moment
-    /// only.
+    /// Leaves this process so many descriptors; at once, since a list is kept for a moment only.
     static void leaveDescriptors(int count);
 
     /// What a sample application has written down: "session", "mask", "file 3", "variable HOME", ...

@@ -1,5 +1,6 @@
 #include "BundleTest.h"
 
+#include "CoreServices/RunningApplications.h"
 #include "OtherProcess.h"
 
 #include <atomic>
@@ -168,6 +169,50 @@ TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
         thread.join();
     EXPECT_EQ(0, failures);
     EXPECT_EQ(1u, runningProcesses().size());
+}
+
+TEST_F(LaunchServices, OneThatNobodyMayLookIntoIsNotStartedTwice) {
+    const ScopedVariable closed("SAMPLE_CLOSED", "1");
+    EXPECT_TRUE(boundByFileModes([this] {
+        const pid_t pid = openedProcess(BUNDLE);
+        reportOf(pid);
+        const bool isKnown = runningProcesses() == std::vector<pid_t>{pid} && bundleOf(pid) == BUNDLE &&
+                             openedProcess(BUNDLE) == pid;
+        end(pid);
+        return isKnown && runningProcesses().empty();
+    }));
+    childSignals = 0;
+}
+
+TEST_F(LaunchServices, AScriptThatNobodyMayLookIntoIsNotStartedTwice) {
+    // The interpreter's command line names no file of the bundle first.
+    const ScopedVariable closed("SAMPLE_CLOSED", "1");
+    copyExecutable(inRoot("/program"));
+    makeFolders(inRoot("/Wrapper.app/Contents/MacOS"));
+    writeFile(inRoot("/Wrapper.app/Contents/MacOS/Wrapper"), "#!/bin/sh\nexec " + inRoot("/program") + "\n",
+              0755);
+    EXPECT_TRUE(boundByFileModes([this] {
+        const pid_t pid = openedProcess("/Wrapper.app");
+        reportOf(pid);
+        const bool isKnown = openedProcess("/Wrapper.app") == pid && bundleOf(pid) == "/Wrapper.app";
+        end(pid);
+        return isKnown;
+    }));
+    childSignals = 0;
+}
+
+TEST_F(LaunchServices, OneThatProcHidesIsNotStartedTwice) {
+    const std::string processes = inRoot("/processes");
+    const std::string self = std::to_string(getpid());
+    makeFolders(processes + "/" + self);
+    ASSERT_EQ(0, symlink(self.c_str(), (processes + "/self").c_str()));
+    platform::readProcessesFrom(processes);
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
+    end(pid);
+    EXPECT_THAT(runningBundles(), IsEmpty());
+    platform::readProcessesFrom("/proc");
 }
 
 // ---- names of a bundle

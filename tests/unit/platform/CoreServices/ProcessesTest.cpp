@@ -198,6 +198,63 @@ TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
     EXPECT_EQ(inRoot("/A.app"), bundleOf(pid));
 }
 
+// ---- processes that the system lets nobody look into
+
+class ClosedProcess : public Processes {
+protected:
+    /// Whether these are the bundles that somebody sees who is not the superuser.
+    static bool areSeen(const std::vector<std::string>& bundles) {
+        return boundByFileModes([&] { return runningBundles() == bundles; });
+    }
+
+    ScopedVariable m_closed{"SAMPLE_CLOSED", "1"};
+};
+
+TEST_F(ClosedProcess, IsListedByItsCommandLine) {
+    const pid_t pid = run("/Applications/A.app/Contents/MacOS/A");
+    EXPECT_TRUE(boundByFileModes([&] {
+        char target[64];
+        const std::string link = "/proc/" + std::to_string(pid) + "/exe";
+        return readlink(link.c_str(), target, sizeof target) < 0 && errno == EACCES;
+    }));
+    EXPECT_TRUE(areSeen({"/Applications/A.app"}));
+    end(pid);
+    EXPECT_TRUE(areSeen({}));
+}
+
+TEST_F(ClosedProcess, OfALongNameIsListedToo) {
+    run("/A.app/Contents/MacOS/AProgramWithALongName");
+    EXPECT_TRUE(areSeen({"/A.app"}));
+}
+
+TEST_F(ClosedProcess, WhoseFileWasDeletedIsStillListed) {
+    run("/A.app/a");
+    ASSERT_EQ(0, unlink(inRoot("/A.app/a").c_str()));
+    EXPECT_TRUE(areSeen({"/A.app"}));
+}
+
+TEST_F(ClosedProcess, StartedByALinkIsListedWhereItLies) {
+    makeFolders(inRoot("/A.app"));
+    copyExecutable(inRoot("/A.app/a"));
+    ASSERT_EQ(0, symlink("A.app", inRoot("/Link.app").c_str()));
+    reportOf(runDirectly({inRoot("/Link.app/a")}));
+    EXPECT_TRUE(areSeen({"/A.app"}));
+}
+
+TEST_F(ClosedProcess, OutsideOfABundleIsNotListed) {
+    run("/plain/a");
+    reportOf(runDirectly({"a"}, inRoot("/plain/a")));
+    EXPECT_TRUE(areSeen({}));
+}
+
+TEST_F(ClosedProcess, ThatClaimsToRunAnotherFileIsNotListed) {
+    makeFolders(inRoot("/A.app"));
+    copyExecutable(inRoot("/A.app/a"));
+    copyExecutable(inRoot("/other"));
+    reportOf(runDirectly({inRoot("/A.app/a")}, inRoot("/other")));
+    EXPECT_TRUE(areSeen({}));
+}
+
 // ---- processes that were no applications when they were looked at last
 
 class FormerlyOther : public Processes {

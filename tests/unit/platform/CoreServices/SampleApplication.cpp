@@ -1,10 +1,10 @@
 // The program that the sample bundles of these tests run. It writes down what it was given, for the test to
 // read, and stays until the test lets go of the lifeline: it never outlives the test, however that ends.
 //
-//     SAMPLE_REPORTS=<folder> SampleApplication      writes <folder>/<process id>, waits for
-//     <folder>/lifeline SampleApplication --delete-yourself            deletes its own file, prints its path
-//     before and after SampleApplication --wait                       waits for the process that started it
-//     to end
+//     SAMPLE_REPORTS=<folder> SampleApplication   writes <folder>/<process id>, waits for <folder>/lifeline;
+//                                                 with SAMPLE_CLOSED set, it lets nobody look into it
+//     SampleApplication --delete-yourself         deletes its own file, prints its path before and after
+//     SampleApplication --wait                    waits for the process that started it to end
 
 #include <cerrno>
 #include <csignal>
@@ -16,6 +16,7 @@
 #include <fstream>
 #include <mach-o/dyld.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -106,6 +107,8 @@ int main(int argc, char** argv) {
     const char* folder = getenv("SAMPLE_REPORTS");
     if (folder == nullptr)
         return 1;
+    if (getenv("SAMPLE_CLOSED") != nullptr)
+        prctl(PR_SET_DUMPABLE, 0);
     alarm(300); // were the lifeline ever held by somebody else
     writeReport(folder, argc);
     waitForEndOfLifeline(folder);
