@@ -44,8 +44,8 @@ struct FSRef {
 };
 typedef struct FSRef FSRef;
 
-/// Makes a reference to what lies at `path`, symbolic links followed. A relative path counts from the current
-/// folder.
+/// Makes a reference to what lies at `path`, symbolic links followed. A relative
+/// path counts from the current folder.
 /// @param isDirectory  set to whether it is a folder; may be null
 /// @return noErr; fnfErr: nothing there, or a dangling link; afpAccessDenied: a folder on the way may not be
 ///         searched; bdNamErr: a name is too long; ioErr: links in a circle, or a failing disk;
@@ -84,12 +84,10 @@ enum { kApplicationSupportFolderType = 0x61737570 }; // 'asup'
 /// The reference therefore stands for the place, and FSRefMakePath gives its path whether or not it exists.
 ///
 /// @param createFolder  kCreateFolder makes the folder, and those on the way: private (0700) in the user
-/// domain, 0755
-///                      in the local one; kDontCreateFolder touches nothing
-/// @return noErr; nsvErr: another domain; fnfErr: another folder type, or a user without a home; paramErr:
-/// `foundRef`
-///         is null; with kCreateFolder also what stopped the creation (afpAccessDenied, ioErr, bdNamErr,
-///         fnfErr)
+///         domain, 0755 in the local one; kDontCreateFolder touches nothing
+/// @return noErr; nsvErr: another domain; fnfErr: another folder type, or a user without a home;
+///         paramErr: `foundRef` is null; with kCreateFolder also what stopped the creation (afpAccessDenied,
+///         ioErr, bdNamErr, fnfErr)
 OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFolder, FSRef* foundRef);
 
 // ---- Launch Services
@@ -160,6 +158,8 @@ typedef struct LSApplicationParameters {
 ///         kLSExecutableIncorrectFormat  it is no program for this system, or its interpreter is missing
 ///         opWrErr                       somebody is writing to it
 ///         tmfoErr, memFullErr, ioErr    as their names say
+///         procNotFound                  it cannot be told what runs: /proc is missing, or does not show this
+///                                       very process; nothing is started
 ///         kLSUnknownErr                 anything else that stopped it
 ///         errFSBadFSRef                 the reference was never filled in
 ///         paramErr                      a null record or application, another version, or one of the fields

@@ -60,7 +60,7 @@ static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, Runni
     // with the number of processes.
     const int error = listRunningApplicationsOfThisMoment(applications);
     if (error != 0)
-        return statusOfErrno(error);
+        return error == ESRCH ? static_cast<OSStatus>(procNotFound) : statusOfErrno(error);
     isRunning = false;
     for (const RunningApplication& application : applications) {
         if (realPath(application.bundle) != bundle.real)

@@ -2,6 +2,7 @@
 
 #include "../mach-o/ExecutableLink.h"
 #include "Bundles.h"
+#include "Diagnostics.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -52,6 +53,9 @@ struct LackOfMeans {
     int error;
 };
 
+/// The list is none: it is not there, or not the one that this process is in.
+const int NO_LIST = ESRCH;
+
 bool isLackOfMeans(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
@@ -61,7 +65,14 @@ class ProcessList {
 public:
     ProcessList() : m_folder(::opendir(processesFolder().c_str()), &::closedir) {
         if (m_folder == nullptr)
-            throw LackOfMeans{errno};
+            throw LackOfMeans{isLackOfMeans(errno) ? errno : NO_LIST};
+    }
+
+    /// In the /proc of another namespace the ids are those of other processes.
+    bool isOfThisProcess() const {
+        char target[32];
+        const ssize_t length = ::readlink((processesFolder() + "/self").c_str(), target, sizeof target);
+        return length > 0 && std::string(target, static_cast<size_t>(length)) == std::to_string(::getpid());
     }
 
     /// The next process, by ascending id; 0 at the end.
@@ -386,13 +397,26 @@ public:
         m_isKept = false;
     }
 
-    /// Looks at every process there is; `isApplication` is called with the id of each that may be one.
+    /// Looks at every process there is; `isApplication` is called with the id of each that may be one. Throws
+    /// LackOfMeans where they cannot be told, which is not the same as none: this process is always there.
     template <typename IsApplication>
     void lookAtAll(IsApplication isApplication) {
         const long count = countProcesses(m_otherFolders);
         lookAtKnown(isApplication);
-        if (static_cast<long>(m_known.size()) != count)
+        if (static_cast<long>(m_known.size()) != count || !isOwnProcessKnown())
             lookAtOthers(isApplication);
+        if (!isOwnProcessKnown())
+            throw LackOfMeans{NO_LIST};
+    }
+
+    /// Says so once, until lists can be read again.
+    void noteWhetherThereIsAList(bool isThere) {
+        if (!isThere && m_isThere)
+            LinuxPlatform::Report(
+                "CoreServices: %s does not show this process, so it tells of no other either; "
+                "no application will be started",
+                processesFolder().c_str());
+        m_isThere = isThere;
     }
 
     /// The list that came out.
@@ -434,6 +458,11 @@ private:
                                 [](const Known& known, pid_t id) { return known.pid < id; });
     }
 
+    bool isOwnProcessKnown() {
+        const auto place = placeOf(::getpid());
+        return place != m_known.end() && place->pid == ::getpid();
+    }
+
     template <typename IsApplication>
     void lookAtKnown(IsApplication isApplication) {
         for (Known& known : m_known) {
@@ -453,6 +482,8 @@ private:
     template <typename IsApplication>
     void lookAtOthers(IsApplication isApplication) {
         ProcessList list;
+        if (!list.isOfThisProcess())
+            throw LackOfMeans{NO_LIST};
         const auto isBefore = [](const Known& left, const Known& right) { return left.pid < right.pid; };
         std::vector<Known> others;
         auto position = m_known.cbegin();
@@ -477,6 +508,7 @@ private:
     uid_t m_user = 0;
     std::vector<Known> m_known; // by ascending id
     long m_otherFolders = 0;
+    bool m_isThere = true;
     bool m_isKept = false;
     SInt64 m_kept = 0; // the moment, and the list of it
     std::vector<RunningApplication> m_applications;
@@ -515,8 +547,11 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
                 applications.push_back(std::move(application));
             return isOne;
         });
+        processes->noteWhetherThereIsAList(true);
     } catch (const LackOfMeans& lack) {
         applications.clear();
+        if (lack.error == NO_LIST)
+            processes->noteWhetherThereIsAList(false);
         return lack.error;
     }
     std::sort(

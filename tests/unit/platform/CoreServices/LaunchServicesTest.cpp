@@ -679,6 +679,18 @@ TEST_F(LaunchServices, WithoutADescriptorTheListCannotBeReadAndNothingIsStarted)
     EXPECT_THAT(runningBundles(), IsEmpty());
 }
 
+TEST_F(LaunchServices, WhereNoProcessIsListedNothingIsStarted) {
+    makeFolders(inRoot("/processes"));
+    platform::readProcessesFrom(inRoot("/processes"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(procNotFound, open(BUNDLE));
+    EXPECT_EQ(procNotFound, open(BUNDLE));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::MatchesRegex("CoreServices: [^\n]* no application will be started\n"));
+    platform::readProcessesFrom("/proc");
+    EXPECT_THAT(runningBundles(), IsEmpty());
+}
+
 TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain) {
     const pid_t pid = openedProcess(BUNDLE);
     for (const int left : {0, 1}) {

@@ -255,6 +255,65 @@ TEST_F(ClosedProcess, ThatClaimsToRunAnotherFileIsNotListed) {
     EXPECT_TRUE(areSeen({}));
 }
 
+// ---- where the processes cannot be told
+
+class NoProcessList : public Processes {
+protected:
+    NoProcessList() { makeFolders(processes()); }
+    ~NoProcessList() override { platform::readProcessesFrom("/proc"); }
+
+    std::string processes() const { return inRoot("/processes"); }
+    void link(const std::string& name, pid_t pid) const {
+        ASSERT_EQ(0, symlink(std::to_string(pid).c_str(), (processes() + "/" + name).c_str()));
+    }
+
+    /// What a look at the processes says on standard error; it must fail, and a walk must come to its end.
+    std::string saidOfALook() const {
+        platform::readProcessesFrom(processes());
+        testing::internal::CaptureStderr();
+        std::vector<platform::RunningApplication> applications;
+        EXPECT_EQ(ESRCH, platform::listRunningApplications(applications));
+        EXPECT_THAT(runningBundles(), IsEmpty());
+        return testing::internal::GetCapturedStderr();
+    }
+
+    std::string notShown() const {
+        return "CoreServices: " + processes() +
+               " does not show this process, so it tells of no other either; no application will be "
+               "started\n";
+    }
+};
+
+TEST_F(NoProcessList, IsAFolderThatIsEmpty) {
+    EXPECT_EQ(notShown(), saidOfALook());
+}
+
+TEST_F(NoProcessList, IsAFolderThatIsMissing) {
+    ASSERT_EQ(0, rmdir(processes().c_str()));
+    EXPECT_EQ(notShown(), saidOfALook());
+}
+
+TEST_F(NoProcessList, IsAFolderWithoutThisProcess) {
+    link("self", getpid());
+    makeFolders(processes() + "/1");
+    EXPECT_EQ(notShown(), saidOfALook());
+}
+
+TEST_F(NoProcessList, IsTheOneOfAnotherNamespace) {
+    link("self", getpid() + 1);
+    makeFolders(processes() + "/" + std::to_string(getpid()));
+    EXPECT_EQ(notShown(), saidOfALook());
+}
+
+TEST_F(NoProcessList, IsToldAgainAfterOneThatCouldBeRead) {
+    EXPECT_EQ(notShown(), saidOfALook());
+    EXPECT_EQ("", saidOfALook());
+    platform::readProcessesFrom("/proc");
+    run("/A.app/a");
+    EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
+    EXPECT_EQ(notShown(), saidOfALook());
+}
+
 // ---- processes that were no applications when they were looked at last
 
 class FormerlyOther : public Processes {
