@@ -3,19 +3,21 @@
 // Process Manager: the list of running applications, read from /proc. All calls may be made on any thread.
 //
 // An application is a process of this user's that runs an .app bundle. Its bundle is
-//   - the one that LSOpenApplication started it for (it notes that in the process's environment), also when
-//   the
-//     bundle has been moved, replaced or deleted since, and when the process runs a script or a file
-//     elsewhere; else
-//   - the innermost folder named *.app that its executable lies in, whole path components only: an executable
+//   - the one that LSOpenApplication started it for, also when the bundle has been moved, replaced or deleted
+//     since, and when the process runs a script or a file elsewhere. This process remembers what it has
+//     started, by process id and start time; others are told by a note in the environment; else
+//   - the innermost folder named *.app that its executable lies in, by whole path components: an executable
 //     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app, .../A.application/x to
 //     none; else,
 //   - for an interpreter at work on a script that begins with "#!", the same for the script's path.
-// Every process that runs such a bundle counts, a helper tool inside the bundle too. Processes that have
-// ended but not been waited for, and those of other users, do not. With PLATFORM_ROOT set, only bundles
-// inside the root count (see <CoreServices/CoreServices.h>). A process that was none of these stays none
-// until it runs again: one whose folder is renamed to a bundle while it sleeps is listed once it has woken
-// up.
+// Where the system tells nobody which file a process runs (file capabilities, a set-user-id bit, a process
+// that has asked not to be looked into), the first word of its command line counts, if it is the absolute
+// path of a file in a bundle and the kernel knows the process by that file's name. Every process that runs
+// such a bundle counts, a helper tool inside the bundle too. Processes that have ended but not been waited
+// for, and those that other users have started, do not; nor does this process, or another one of the same
+// executable: a launcher that lies in a bundle is not the bundle's application. With PLATFORM_ROOT set, only
+// bundles inside the root count (see <CoreServices/CoreServices.h>). A process that was none of these stays
+// none until it runs again: one whose folder is renamed to a bundle in its sleep is listed when it wakes up.
 
 #include <CoreServices/CoreServices.h>
 
@@ -30,15 +32,14 @@ enum { kProcessDictionaryIncludeAllInformationMask = static_cast<int>(0xFFFFFFFF
 /// processes come and go. A serial number whose process has ended meanwhile is stepped over like any other.
 /// @param psn  in: the application to step from; out: the next one, or {0, kNoProcess} after the last
 /// @return noErr; procNotFound: there is no further one, or the list cannot be told, for instance without a
-///     descriptor to read /proc (never another error for that: callers ask again after any error but this
-///     one); paramErr: `psn` is null
+///     descriptor to read /proc, or where /proc does not show this very process (never another error for
+///     that: callers ask again after any error but this one; LSOpenApplication, which looks too, then starts
+///     nothing); paramErr: `psn` is null
 OSErr GetNextProcess(ProcessSerialNumber* psn);
 
 /// Tells about one application.
-/// @param infoToReturn  kProcessDictionaryIncludeAllInformationMask; no other value is documented, and each
-/// gets all
-/// @return a dictionary that the caller releases, or null when that application has ended. Keys, all
-/// CFString:
+/// @param infoToReturn  kProcessDictionaryIncludeAllInformationMask; any other value gets all as well
+/// @return a dictionary that the caller releases, or null when that application has ended. Its keys:
 ///         "PSN" (CFNumber, 64 bits: the high word, then the low word), "pid" (CFNumber, a long),
 ///         "BundlePath" (CFString), "CFBundleName" (CFString: the bundle's name without ".app"),
 ///         "CFBundleExecutable" (CFString: the path of the file that the process runs). A text that is not

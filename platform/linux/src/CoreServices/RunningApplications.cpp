@@ -308,6 +308,11 @@ StartedApplications& startedApplications() {
     return applications;
 }
 
+/// Whether a program in a bundle is the launcher: this process, or another one of it, and no application.
+bool isThisProgram(pid_t pid, const std::string& executable) {
+    return pid == ::getpid() || executable == readExecutableLink("/proc/self/exe");
+}
+
 /// Whether the process is a running application, and which. Throws LackOfMeans when it cannot be told.
 bool inspect(pid_t pid, const std::string& root, RunningApplication& application) {
     if (startedApplications().find(pid, application))
@@ -333,7 +338,7 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     }
     if (application.bundle.empty() || !liesIn(application.bundle, root))
         return false;
-    if (!isStartedBy(::geteuid(), process))
+    if (isThisProgram(pid, application.executable) || !isStartedBy(::geteuid(), process))
         return false;
     application.pid = pid;
     application.startTime = statusOf(process).startTime;

@@ -215,6 +215,30 @@ TEST_F(LaunchServices, OneThatProcHidesIsNotStartedTwice) {
     platform::readProcessesFrom("/proc");
 }
 
+TEST_F(LaunchServices, ALauncherInsideTheBundleIsNotTheApplication) {
+    const std::string launcher = inRoot(BUNDLE) + "/Contents/MacOS/launcher";
+    copyExecutable(launcher, SAMPLE_LAUNCHER);
+    EXPECT_EQ(0, statusOf(runDirectly({launcher, BUNDLE})));
+    EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
+    reportOf(runningProcesses().at(0));
+    childSignals = 0;
+}
+
+TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) {
+    const std::string launcher = inRoot(BUNDLE) + "/Contents/MacOS/launcher";
+    copyExecutable(launcher, SAMPLE_LAUNCHER);
+    const pid_t other = runDirectly({launcher, BUNDLE, reports() + "/lifeline"});
+    ASSERT_TRUE(comesTrue([] { return runningProcesses().size() == 2; }));
+    for (const pid_t pid : runningProcesses()) {
+        if (pid != other)
+            end(pid);
+    }
+    EXPECT_THAT(runningProcesses(), ElementsAre(other));
+    EXPECT_EQ(0, statusOf(runDirectly({launcher, BUNDLE})));
+    EXPECT_EQ(2u, runningProcesses().size());
+    childSignals = 0;
+}
+
 // ---- names of a bundle
 
 TEST_F(LaunchServices, ALinkedBundleIsKnownByItsLink) {
