@@ -2,7 +2,7 @@
 
 // File Manager, Folder Manager and Launch Services: the calls that the product makes, with their documented
 // behaviour, over what Linux has. All paths are UTF-8 and end with a zero byte; all calls may be made on any
-// thread. No call blocks on anything but the file system.
+// thread. No call blocks on anything but the file system, and LSOpenApplication on another one.
 //
 // PLATFORM_ROOT. When this environment variable is set and not empty, the layer looks at the machine as if
 // that folder were its root: for application bundles (absolute paths that have a component ending in ".app"),
@@ -146,8 +146,10 @@ typedef struct LSApplicationParameters {
 ///
 /// Already running, in the sense of GetNextProcess: nothing is started and the result is noErr, as
 /// documented. The running application would also come to the front; no call for that works on every Linux
-/// desktop, so it stays where it is. Of two threads that open one bundle, the second waits and finds it
-/// running.
+/// desktop, so it stays where it is. Of two threads, or two processes of this user (and PLATFORM_ROOT), that
+/// open one bundle, the second waits and finds it running: each holds a lock, in /run/user/<id> or
+/// /tmp/zevolauncher-<id>, from its look at what runs until the start is known. After 10 seconds of waiting,
+/// or where no lock is to be had, it goes on without one and says so on standard error.
 ///
 /// @param outPSN  set on success to the application started or found running; may be null
 /// @return noErr, or

@@ -2,17 +2,20 @@
 #include "DetachedProcess.h"
 #include "FileReferences.h"
 #include "InfoPlist.h"
+#include "LaunchLock.h"
 #include "LaunchStatus.h"
 #include "RunningApplications.h"
 
 #include <cerrno>
-#include <csignal>
+#include <chrono>
 #include <ctime>
 #include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace platform;
+
+static const std::chrono::seconds LONGEST_WAIT_FOR_ANOTHER(10);
 
 static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
 
@@ -56,9 +59,7 @@ static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) 
 
 static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
     std::vector<RunningApplication> applications;
-    // A launcher asks for the list itself before it opens anything; to read it twice would double what grows
-    // with the number of processes.
-    const int error = listRunningApplicationsOfThisMoment(applications);
+    const int error = listRunningApplications(applications);
     if (error != 0)
         return error == ESRCH ? static_cast<OSStatus>(procNotFound) : statusOfErrno(error);
     isRunning = false;
@@ -111,9 +112,11 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
     if (status != noErr)
         return status;
 
-    // Two threads that open one bundle: the second finds it running.
+    // Two threads, or two launchers, that open one bundle: the second finds it running. That takes a look of
+    // its own, whatever the caller has seen before: the first one may have been through meanwhile.
     static std::mutex oneAtATime;
-    std::lock_guard<std::mutex> lock(oneAtATime);
+    const std::lock_guard<std::mutex> oneThread(oneAtATime);
+    const LaunchLock oneLauncher(launchLockFile(), LONGEST_WAIT_FOR_ANOTHER);
     bool isRunning = false;
     RunningApplication application;
     status = findRunning(bundle, isRunning, application);

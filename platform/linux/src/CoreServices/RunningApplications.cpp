@@ -345,19 +345,6 @@ bool inspect(pid_t pid, const std::string& root, RunningApplication& application
     return application.startTime != 0;
 }
 
-/// In nanoseconds.
-const SInt64 MOMENT = 1000 * 1000;
-
-SInt64 nanoseconds(const struct timespec& time) {
-    return static_cast<SInt64>(time.tv_sec) * 1000000000 + time.tv_nsec;
-}
-
-SInt64 monotonicTime() {
-    struct timespec time;
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return nanoseconds(time);
-}
-
 /// The clock of the processor time that a process gets, which anybody may read with one call.
 class ProcessorClock {
 public:
@@ -369,7 +356,7 @@ public:
         struct timespec time;
         if (!m_isThere || ::clock_gettime(m_clock, &time) != 0)
             return -1;
-        return nanoseconds(time);
+        return static_cast<SInt64>(time.tv_sec) * 1000000000 + time.tv_nsec;
     }
 
 private:
@@ -377,7 +364,7 @@ private:
     bool m_isThere = false;
 };
 
-/// All processes of the last look at them, and the list of applications that it made.
+/// All processes of the last look at them.
 ///
 /// One that was no application comes with the processor time that it had had until then. Most processes sleep
 /// most of the time, and one that has not run since is what it was: looking at its clock takes a tenth of
@@ -394,13 +381,9 @@ public:
             forget();
         m_root = root;
         m_user = user;
-        m_isKept = false;
     }
 
-    void forget() {
-        m_known.clear();
-        m_isKept = false;
-    }
+    void forget() { m_known.clear(); }
 
     /// Looks at every process there is; `isApplication` is called with the id of each that may be one. Throws
     /// LackOfMeans where they cannot be told, which is not the same as none: this process is always there.
@@ -424,24 +407,9 @@ public:
         m_isThere = isThere;
     }
 
-    /// The list that came out.
-    void keep(const std::vector<RunningApplication>& applications) {
-        m_applications = applications;
-        m_kept = monotonicTime();
-        m_isKept = true;
-    }
-
-    bool takeKept(const std::string& root, uid_t user, std::vector<RunningApplication>& applications) const {
-        if (!m_isKept || root != m_root || user != m_user || monotonicTime() - m_kept > MOMENT)
-            return false;
-        applications = m_applications;
-        return true;
-    }
-
     /// One that has been started here, and may be an application. Counted among the known, it is no reason
     /// to read /proc.
     void add(pid_t pid) {
-        m_isKept = false;
         const auto place = placeOf(pid);
         if (place != m_known.end() && place->pid == pid)
             place->time = LOOK_AGAIN;
@@ -514,9 +482,6 @@ private:
     std::vector<Known> m_known; // by ascending id
     long m_otherFolders = 0;
     bool m_isThere = true;
-    bool m_isKept = false;
-    SInt64 m_kept = 0; // the moment, and the list of it
-    std::vector<RunningApplication> m_applications;
 };
 
 /// With its lock held for the life of the object.
@@ -562,31 +527,6 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     std::sort(
         applications.begin(), applications.end(),
         [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
-    processes->keep(applications);
-    return 0;
-}
-
-static bool takeKept(std::vector<RunningApplication>& applications) {
-    const std::string root = rootFolder();
-    const LockedKnownProcesses processes;
-    return processes->takeKept(root, ::geteuid(), applications);
-}
-
-int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications) {
-    std::vector<RunningApplication> kept;
-    if (!takeKept(kept))
-        return listRunningApplications(applications);
-    applications.clear();
-    for (const RunningApplication& application : kept) {
-        RunningApplication now;
-        const int error = findRunningApplication(application.pid, now);
-        if (error != 0 && error != ESRCH) {
-            applications.clear();
-            return error;
-        }
-        if (error == 0 && now.startTime == application.startTime && now.bundle == application.bundle)
-            applications.push_back(application);
-    }
     return 0;
 }
 

@@ -30,10 +30,6 @@ const int LAUNCHED_PID_WIDTH = 10;
 ///     said on standard error, too, once until lists can be read again.
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
-/// The same for a caller who has only just asked for the list: the one taken last, when that was less than a
-/// millisecond ago and this process has started nothing since, without those that have ended meanwhile.
-int listRunningApplicationsOfThisMoment(std::vector<RunningApplication>& applications);
-
 /// Launch Services have started this process for the bundle: from now on, it is known by its id and its start
 /// time until it ends, whatever /proc lets this user read of it.
 RunningApplication noteStartedApplication(pid_t pid, const std::string& bundle,

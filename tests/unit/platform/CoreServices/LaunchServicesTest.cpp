@@ -171,6 +171,37 @@ TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
     EXPECT_EQ(1u, runningProcesses().size());
 }
 
+TEST_F(LaunchServices, LaunchersThatOpenOneBundleStartItOnce) {
+    const int launchers = 4;
+    for (int round = 0; round < 15; ++round) {
+        int starter[2];
+        ASSERT_EQ(0, pipe(starter));
+        std::vector<pid_t> children;
+        for (int i = 0; i < launchers; ++i) {
+            children.push_back(fork());
+            if (children.back() == 0) {
+                close(starter[1]);
+                char byte;
+                const bool isFree = runningBundles().empty() && read(starter[0], &byte, 1) == 0;
+                _exit(isFree && open(BUNDLE) == noErr ? WENT_WELL : 1);
+            }
+        }
+        close(starter[0]);
+        close(starter[1]); // all of them at once
+        for (const pid_t child : children) {
+            int status = 0;
+            while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+            }
+            EXPECT_EQ(WENT_WELL, WEXITSTATUS(status));
+        }
+        const std::vector<pid_t> running = runningProcesses();
+        EXPECT_EQ(1u, running.size()) << "in round " << round;
+        for (const pid_t pid : running)
+            end(pid);
+    }
+    childSignals = 0;
+}
+
 TEST_F(LaunchServices, OneThatNobodyMayLookIntoIsNotStartedTwice) {
     const ScopedVariable closed("SAMPLE_CLOSED", "1");
     EXPECT_TRUE(boundByFileModes([this] {
