@@ -202,6 +202,24 @@ TEST_F(StartUpTest, ALoggerThatIsAlreadyThereKeepsItsFolderAndItsConfiguration) 
     EXPECT_FALSE(exists(m_data / "user/Ferrow/Another/Logs/log_0.txt"));
 }
 
+TEST_F(StartUpTest, TheLauncherLeavesItsProcessIdInTheLogFolder) {
+    startUp([&] { EXPECT_EQ(std::to_string(getpid()) + "\n", readFile(logFolder() + "/launcher.lock")); });
+}
+
+TEST_F(StartUpTest, AnOlderProcessIdIsReplacedWhole) {
+    startUp();
+    writeFile(logFolder() + "/launcher.lock", "123456789012\n");
+    startUp([&] { EXPECT_EQ(std::to_string(getpid()) + "\n", readFile(logFolder() + "/launcher.lock")); });
+}
+
+TEST_F(StartUpTest, WhereNoLockCanBeHadStartUpGoesOn) {
+    startUp();
+    std::remove((logFolder() + "/launcher.lock").c_str());
+    ASSERT_EQ(0, mkdir((logFolder() + "/launcher.lock").c_str(), 0700));
+    startUp();
+    EXPECT_THAT(trace(), HasSubstr("IDCardReader::destructor"));
+}
+
 // ---- failures
 
 TEST_F(StartUpTest, WithoutACardTheReportHasItsQuotationMarksAndItsPosition) {

@@ -5,11 +5,13 @@
 #include "FileSystemManagement.h"
 #include "IDCardReader.h"
 #include "KFExceptionHandler.h"
+#include "LauncherLock.h"
 #include "LogMessage.h"
 #include "Logger.h"
 #include "MessageType.h"
 #include "Tracer.h"
 
+#include <cstdio>
 #include <memory>
 
 // Support knows these failures by this file and these lines; they do not follow the code around.
@@ -37,6 +39,41 @@ static void makeLogFolder(const std::string& folder) {
     TRACE_FUNCTION("makeLogFolder");
     if (!FileSystemManagement::existFile(folder) && !FileSystemManagement::createFolder(folder))
         reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
+}
+
+// Into the running launcher's log: a logger of its own, which comes and goes with the line.
+static void logOnce(const std::string& line, const std::string& logFolder,
+                    const std::string& configurationFile) {
+    TRACE_FUNCTION("logOnce");
+    if (!FileSystemManagement::existFile(configurationFile))
+        return; // the start that follows warns of that
+    Logger logger;
+    logger.SetFolderName(logFolder);
+    logger.ReadConfigFile(configurationFile.c_str());
+    if (logger.isEnabled() && logger.hasInLevelMask(MSG_ERROR))
+        logger.PrintMsg(MSG_ERROR, "%s", line.c_str());
+    logger.FinishLogging();
+}
+
+// Two launchers of one log folder would empty each other's trace, and each would do what the other one does.
+// The second waits and follows the first, whose session may just be ending.
+static void awaitEndOfOtherLauncher(const std::string& logFolder,
+                                    const std::string& loggerConfigurationFile) {
+    TRACE_FUNCTION("awaitEndOfOtherLauncher");
+    // Held to the end of the process, by its first start-up: a further one in it is no further launcher.
+    static LauncherLock* lock = NULL;
+    if (lock != NULL)
+        return;
+    lock = std::make_unique<LauncherLock>(logFolder).release();
+    if (!lock->isHeldByAnother())
+        return;
+    const long process = lock->otherProcess();
+    const std::string line = "another launcher runs" +
+                             (process > 0 ? " (process " + std::to_string(process) + ")" : std::string()) +
+                             "; waiting for its end";
+    std::fprintf(stderr, "ZevoLauncher : %s\n", line.c_str());
+    logOnce(line, logFolder, loggerConfigurationFile);
+    lock->waitForIt();
 }
 
 // The tracer and the logger live to the end of the process: threads may trace and log until then.
@@ -88,7 +125,9 @@ void initTracesAndLogs() {
     const std::string logFolder = logs.getPathForFile("Logs");
     makeLogFolder(logFolder);
 
+    const std::string loggerConfigurationFile = folder + "logger_launcher.cfg";
+    awaitEndOfOtherLauncher(logFolder, loggerConfigurationFile);
     startTracer(logFolder, folder + "tracer_zevolauncher.cfg");
-    startLogger(logFolder, folder + "logger_launcher.cfg");
+    startLogger(logFolder, loggerConfigurationFile);
     logBanner(executable, card);
 }

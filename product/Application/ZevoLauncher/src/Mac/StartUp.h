@@ -2,7 +2,10 @@
 
 /// Reads the identity card, creates the log folder, and sets up the tracer and the logger, each from its
 /// configuration file beside the executable and only if none exists yet; then logs the identity banner.
-/// Called once, first thing in main, on the main thread.
+/// Called once, at the beginning of main, on the main thread.
+///
+/// Where another launcher holds the log folder, says so on standard error and in the log, and waits until it
+/// has ended: the tracer's first line would empty that launcher's trace.
 ///
 /// A missing card and a log folder that cannot be created are reported to the exception handler, which ends
 /// the process; should that report return, start-up goes on with empty values.

@@ -1,0 +1,39 @@
+#include "LauncherLock.h"
+
+#include "CallMarker.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+
+LauncherLock::LauncherLock(const std::string& folder)
+    : m_file(open((folder + "launcher.lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)) {
+    TRACE_CONSTRUCTOR("LauncherLock");
+    if (!m_file.isOpen())
+        return;
+    m_isHeldByAnother = flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (!m_isHeldByAnother)
+        noteProcess();
+}
+
+long LauncherLock::otherProcess() const {
+    TRACE_METHOD();
+    char text[32] = {};
+    const ssize_t length = pread(m_file.get(), text, sizeof text - 1, 0);
+    return length > 0 ? std::strtol(text, NULL, 10) : 0;
+}
+
+void LauncherLock::waitForIt() {
+    TRACE_METHOD();
+    lockExclusively(m_file.get());
+    m_isHeldByAnother = false;
+    noteProcess();
+}
+
+void LauncherLock::noteProcess() {
+    TRACE_METHOD();
+    const std::string process = std::to_string(getpid()) + "\n";
+    // For support and the next launcher's message only: the lock is the lock without it.
+    if (ftruncate(m_file.get(), 0) != 0 || pwrite(m_file.get(), process.data(), process.size(), 0) < 0)
+        return;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "FileDescriptor.h"
+
+#include <string>
+
+/// The lock of a log folder: the launcher that holds it is the one that runs, and traces and logs there.
+/// Advisory. Released when the object goes or, by the system, when the process ends, however it does; not
+/// inherited by the applications that are started. Not shared between threads.
+///
+/// The file "launcher.lock" holds the process id of the launcher, as a decimal text, and stays when that
+/// ends.
+class LauncherLock {
+public:
+    /// Takes the lock, unless another launcher has it. `folder` ends with its separator.
+    explicit LauncherLock(const std::string& folder);
+
+    /// False also where no lock is to be had: the folder cannot be written, or its file system has no locks.
+    bool isHeldByAnother() const { return m_isHeldByAnother; }
+    /// The process id of the other launcher; 0 when it has not told it yet.
+    long otherProcess() const;
+    /// Waits until the other launcher has ended, and takes its lock.
+    void waitForIt();
+
+private:
+    void noteProcess();
+
+    FileDescriptor m_file;
+    bool m_isHeldByAnother = false;
+};
