@@ -138,6 +138,27 @@ TEST_F(ServicesOverRegistryTest, WhatIsPresentAtRegistrationGivesNoArrivalButIts
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
 }
 
+TEST_F(ServicesOverRegistryTest, ADeviceWhosePathIsTooLongTakesNobodyElsesInterface) {
+    registerService();
+    std::string hub;
+    for (int depth = 0; depth < 6; ++depth) { // each with a name of a hundred characters in the path
+        Device device = usbDevice("1-1", 1, depth);
+        device.parent = hub;
+        device.path = hub + "/hub";
+        device.name = std::string(100, 'h');
+        arrive(device);
+        hub = device.path;
+    }
+    Device modem = usbDevice("1-2", 0x12D1, 0x1001);
+    modem.parent = hub;
+    arrive(modem);
+    const Device equal = usbDevice("1-3", 0x12D1, 0x1001);
+    arrive(equal);
+    m_client.arrivals.clear();
+    arrive(part(equal, DeviceKind::UsbInterface, "if0", 0));
+    EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM)) << "once, for its own device";
+}
+
 TEST_F(ServicesOverRegistryTest, AnInterfaceOfAnEqualDeviceIsToldForItsOwnDeviceOnly) {
     registerService();
     const Device first = usbDevice("1-1", 0x12D1, 0x1001);

@@ -38,8 +38,8 @@ static SInt32 toNumber(const std::string& text) {
     return static_cast<SInt32>(number < INT_MIN ? INT_MIN : number);
 }
 
-// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern, and one that does not compile,
-// matches nothing.
+// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern matches nothing, nor does one
+// that does not compile.
 static bool matchesPattern(const std::string& name, const std::string& pattern) {
     regex_t compiled;
     if (pattern.empty() || regcomp(&compiled, pattern.c_str(), REG_ICASE | REG_NOSUB) != 0)
@@ -103,9 +103,6 @@ static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, D
 // lie below the device.
 static void examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath, Dictionary& found) {
     TRACE_FUNCTION("examineNetworkStack");
-    // Every path would seem to hold one that could not be read.
-    if (devicePath.empty())
-        return;
     IOObjectHandle parents;
     IORegistryEntryGetParentIterator(stack, kIOServicePlane, parents.receive());
     if (!parents)
@@ -113,7 +110,8 @@ static void examineNetworkStack(io_registry_entry_t stack, const std::string& de
     while (const io_registry_entry_t next = IOIteratorNext(parents.get())) {
         const IOObjectHandle parent(next);
         std::string path;
-        if (readPath(parent.get(), path) != KERN_SUCCESS || path.find(devicePath) == std::string::npos)
+        readPath(parent.get(), path);
+        if (!isBelow(path, devicePath))
             continue;
         const CFOwned<CFMutableDictionaryRef> properties = readProperties(parent.get());
         std::string name;

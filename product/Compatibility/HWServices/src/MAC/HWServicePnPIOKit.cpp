@@ -236,10 +236,9 @@ void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial) {
     while (const io_service_t next = IOIteratorNext(it)) {
         const IOObjectHandle service(next);
         std::string path;
+        readPath(service.get(), path);
         // The ids alone do not tell two equal devices apart; the path does.
-        const bool isBelowDevice = readPath(service.get(), path) == KERN_SUCCESS &&
-                                   path.find(record.devicePath) != std::string::npos;
-        if (isBelowDevice && !initial)
+        if (isBelow(path, record.devicePath) && !initial)
             tellClients(*record.clients, &HWServicePnPClient::onDeviceArrival,
                         formatHardwareId(record.vendor, record.product));
     }

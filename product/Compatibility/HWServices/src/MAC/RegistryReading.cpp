@@ -49,6 +49,11 @@ kern_return_t readPath(io_registry_entry_t entry, std::string& path) {
     return result;
 }
 
+bool isBelow(const std::string& path, const std::string& devicePath) {
+    TRACE_FUNCTION("isBelow");
+    return !devicePath.empty() && path.find(devicePath) != std::string::npos;
+}
+
 void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value) {
     TRACE_FUNCTION("setNumber");
     const CFOwned<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));

@@ -16,9 +16,13 @@ bool readText(CFTypeRef object, std::string& value);
 
 /// The name of an entry; empty when it cannot be read.
 std::string readName(io_registry_entry_t entry);
-/// Stores the path of an entry in the "IOService" plane, an empty one when that fails; returns IOKit's
-/// result.
+/// Stores the path of an entry in the "IOService" plane, an empty one when that fails (there is none longer
+/// than 511 bytes); returns IOKit's result.
 kern_return_t readPath(io_registry_entry_t entry, std::string& path);
+
+/// Whether an entry lies below a device, by their paths: the device's stands anywhere in the entry's. A path
+/// that could not be read is empty; it contains nothing and is contained in nothing.
+bool isBelow(const std::string& path, const std::string& devicePath);
 
 /// Adds a 32-bit number to a matching dictionary.
 void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value);
