@@ -164,6 +164,20 @@ TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
     EXPECT_EQ(m_trace.count("-------------- CALLSTACK --------------\n"), 1);
 }
 
+TEST_F(StartUp, OpensClosedStandardFilesOnTheNullDevice) {
+    const std::string program = m_machine.launcherProgram();
+    ASSERT_EQ(rename(program.c_str(), (program + "-itself").c_str()), 0);
+    writeTextFile(program, "#!/bin/sh\nexec \"$0-itself\" <&- >&- 2>&-\n");
+    ASSERT_EQ(chmod(program.c_str(), 0755), 0);
+    startLauncher({"LD_PRELOAD="}); // the virtual bus opens a socket of its own with every device
+    for (const char* file : {"0", "1", "2"}) {
+        const std::string link = "/proc/" + std::to_string(m_launcher->pid()) + "/fd/" + file;
+        char target[256] = {};
+        EXPECT_GT(readlink(link.c_str(), target, sizeof target - 1), 0) << link;
+        EXPECT_STREQ(target, "/dev/null");
+    }
+}
+
 TEST_F(StartUp, OnlyTheIdToFindIsEnoughForAModemThatIsPresent) {
     m_machine.installLauncherConfiguration({{"MacHardwareIdToFind", "USB#Vid_12d1&Pid_1001"}});
     m_bus.plug("1-1", m_modem.modem);

@@ -13,6 +13,7 @@ static bool isLogging() {
 }
 
 int main() {
+    openStandardFiles();
     initTracesAndLogs();
     KFExceptionHandler::GetInstance();
     if (Tracer::isActive())

@@ -12,7 +12,9 @@
 #include "Tracer.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 // Support knows these failures by this file and these lines; they do not follow the code around.
 static const char KF_SOURCE[] = "product/Application/ZevoLauncher/src/Mac/Main";
@@ -111,6 +113,16 @@ static void logBanner(const std::string& executable, IDCardReader& card) {
     LOG_MESSAGE(MSG_LEVEL_0, " * Reference version : %s", card.getReferenceVersion().c_str());
     LOG_MESSAGE(MSG_LEVEL_0, " * Product version : %s", card.getProductVersion().c_str());
     LOG_MESSAGE(MSG_LEVEL_0, " * Upgrade Code : %s", card.getUpgradeCode().c_str());
+}
+
+void openStandardFiles() {
+    TRACE_FUNCTION("openStandardFiles");
+    int file = 0;
+    do {
+        file = open("/dev/null", O_RDWR); // gets the lowest number that is free
+    } while (file >= STDIN_FILENO && file <= STDERR_FILENO);
+    if (file > STDERR_FILENO)
+        close(file);
 }
 
 void initTracesAndLogs() {
