@@ -1,6 +1,7 @@
 #include "LauncherTest.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -162,6 +163,19 @@ TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
     expectExit(0);
     EXPECT_EQ(m_trace.count(">> [E] SIGNAL_ABORT\n"), 1);
     EXPECT_EQ(m_trace.count("-------------- CALLSTACK --------------\n"), 1);
+}
+
+TEST_F(StartUp, WhereNothingTellsOfDevicesThatIsAnErrorInTraceAndLog) {
+    m_bus.plug("1-1", m_modem.modem);
+    expectStandardError(
+        "IOKit: cannot listen to udev (Operation not permitted); devices that arrive later will "
+        "not be seen\n");
+    const char* preloaded = std::getenv("LD_PRELOAD");
+    startLauncher({"LD_PRELOAD=" ZEVO_NO_HOT_PLUG_LIBRARY ":" + std::string(preloaded ? preloaded : "")});
+    expectStarts(1, 1);
+    const std::string text = "No device that arrives or leaves from now on will be noticed.\n";
+    EXPECT_EQ(m_trace.count(">> [E] " + text), 1);
+    EXPECT_EQ(m_log.count("[ERROR  ] " + text), 1);
 }
 
 TEST_F(StartUp, OpensClosedStandardFilesOnTheNullDevice) {

@@ -2,6 +2,7 @@
 
 #include "HWServicePnPClient.h"
 #include "KFExceptionHandler.h"
+#include "Logger.h"
 #include "OtherProcess.h"
 #include "Script.h"
 #include "ScriptedRegistry.h"
@@ -86,8 +87,29 @@ TEST_F(HWServicePnPIOKitTest, RegisteringMakesTheseCallsInTheirOrder) {
                     "IONotificationPortGetRunLoopSource(port)",
                     "CFRunLoopAddSource(current, source, common modes)",
                     "IOServiceAddMatchingNotification(port, IOServiceMatched, IOProviderClass=IOUSBDevice)",
-                    "IOIteratorNext(iterator 1) = none"));
+                    "IOIteratorNext(iterator 1) = none", "IONotificationPortGetMachPort(port)"));
     m_service.unRegisterService();
+}
+
+TEST_F(HWServicePnPIOKitTest, APortThatHearsNothingIsAnErrorInTraceAndLog) {
+    const std::string text = "No device that arrives or leaves from now on will be noticed.\n";
+    TraceCapture trace;
+    const TemporaryFolder folder;
+    Logger logger;
+    Logger::SetInstance(&logger);
+    logger.SetFileName(folder / "log");
+    logger.setDirectWrite(true);
+    logger.addToLevelMask(MSG_ERROR);
+    logger.setEnabled(true);
+    m_service.registerService();
+    m_service.unRegisterService();
+    EXPECT_THAT(trace.text(), Not(HasSubstr(text)));
+    EXPECT_NE(0, access((folder / "log_0.txt").c_str(), F_OK));
+    registry().isPortDeaf = true;
+    m_service.registerService();
+    m_service.unRegisterService();
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] " + text));
+    EXPECT_EQ("[ERROR  ] " + text, readFile(folder / "log_0.txt"));
 }
 
 TEST_F(HWServicePnPIOKitTest, UnregisteringRemovesTheSourceReleasesTheIteratorAndDestroysThePort) {

@@ -178,6 +178,11 @@ void IONotificationPortDestroy(IONotificationPortRef port) {
     --registry().livePorts;
 }
 
+mach_port_t IONotificationPortGetMachPort(IONotificationPortRef port) {
+    note("IONotificationPortGetMachPort(" + nameOf(port) + ")");
+    return registry().isPortDeaf ? 0 : 1;
+}
+
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef port) {
     note("IONotificationPortGetRunLoopSource(" + nameOf(port) + ")");
     return reinterpret_cast<CFRunLoopSourceRef>(&SOURCE);

@@ -49,6 +49,7 @@ public:
     std::deque<std::vector<ScriptedEntry*>> matches;
     bool isMatchingNull = false;
     bool isPortNull = false;
+    bool isPortDeaf = false;
     kern_return_t findingResult = KERN_SUCCESS;  // of IOServiceGetMatchingServices
     kern_return_t matchingResult = KERN_SUCCESS; // of IOServiceAddMatchingNotification
     kern_return_t interestResult = KERN_SUCCESS; // of IOServiceAddInterestNotification

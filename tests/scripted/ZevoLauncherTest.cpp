@@ -404,8 +404,8 @@ TEST_F(ZevoLauncherTest, RunRegistersThenLooksForTheModemThenRunsTheLoop) {
                 "IONotificationPortGetRunLoopSource(port)",
                 "CFRunLoopAddSource(current, source, common modes)",
                 "IOServiceAddMatchingNotification(port, IOServiceMatched, IOProviderClass=IOUSBDevice)",
-                "IOIteratorNext(iterator 1) = none", "IOServiceMatching(IOUSBDevice)",
-                "IOServiceGetMatchingServices(IOProviderClass=IOUSBDevice)",
+                "IOIteratorNext(iterator 1) = none", "IONotificationPortGetMachPort(port)",
+                "IOServiceMatching(IOUSBDevice)", "IOServiceGetMatchingServices(IOProviderClass=IOUSBDevice)",
                 "IOIteratorNext(iterator 2) = none", "IOObjectRelease(iterator 2)", "CFRunLoopRun()"));
     });
 }

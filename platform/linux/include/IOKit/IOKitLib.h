@@ -5,8 +5,7 @@
 //
 // References. Every io_object_t that a call returns (or stores) is a reference of its own and is released
 // with IOObjectRelease; two references to the same service have the same value while both live. A reference
-// keeps working after its service has left the registry: properties, class and name stay readable, paths do
-// not.
+// keeps working after its service has left the registry: it has properties, class and name, but no path.
 //
 // Threads. Every function may be called from any thread. Callbacks run only inside the run loop that holds
 // their port's source, never from within a call here.
@@ -23,8 +22,7 @@
 
 typedef struct IONotificationPort* IONotificationPortRef;
 
-/// Services wait in the iterator. It is drained (until IOIteratorNext gives 0) by the callback, which arms it
-/// again.
+/// Services wait in the iterator. The callback drains it (until IOIteratorNext gives 0), which arms it again.
 typedef void (*IOServiceMatchingCallback)(void* refcon, io_iterator_t iterator);
 /// `service` is borrowed. `messageType` is one of <IOKit/IOMessage.h>.
 typedef void (*IOServiceInterestCallback)(void* refcon, io_service_t service, uint32_t messageType,
@@ -47,6 +45,10 @@ CF_EXPORT IONotificationPortRef IONotificationPortCreate(mach_port_t masterPort)
 CF_EXPORT void IONotificationPortDestroy(IONotificationPortRef notify);
 /// Borrowed: lives as long as the port.
 CF_EXPORT CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef notify);
+
+/// What messages come to the port by; MACH_PORT_NULL when none will come, because nothing tells this system
+/// of devices that arrive or leave (standard error says why). To receive is the run-loop source's part.
+CF_EXPORT mach_port_t IONotificationPortGetMachPort(IONotificationPortRef notify);
 
 // -- References
 

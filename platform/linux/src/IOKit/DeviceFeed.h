@@ -17,6 +17,9 @@ public:
     /// missed in between. A feed that cannot do its work says so on standard error and stays silent.
     virtual void Start(DeviceTree& devices) = 0;
 
+    /// False when Pump will never have anything to do, as far as the host tells.
+    virtual bool Hears() const = 0;
+
     /// Readable when Pump has something to do; -1 when that will never be.
     virtual int Descriptor() const = 0;
 

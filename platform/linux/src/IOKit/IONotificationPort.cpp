@@ -56,6 +56,13 @@ void IONotificationPortDestroy(IONotificationPortRef notify) {
     destroyed->source->Invalidate();
 }
 
+mach_port_t IONotificationPortGetMachPort(IONotificationPortRef notify) {
+    const mach_port_t thePort = 1; // nobody receives from it, so that all ports can have the same name
+    return notify && RegistryServer::Enter(RegistryServer::Freshness::UpToDate)->HearsOfDevices()
+               ? thePort
+               : MACH_PORT_NULL;
+}
+
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef notify) {
     return notify ? notify->source.Get() : nullptr;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// The side of the calls that on the target lies in the kernel: the registry, its devices, and the references
+// The side of the calls that on macOS lies in the kernel: the registry, its devices, and the references
 // that clients hold. There is one per process, behind one lock. Callbacks are called, and objects of
 // CoreFoundation made or destroyed, without it.
 
@@ -35,6 +35,8 @@ public:
 
     /// -1 when there is nothing to wait for.
     int FeedDescriptor() const { return m_feed ? m_feed->Descriptor() : -1; }
+    /// Whether anything will tell of devices that arrive or leave: the host's feed, or somebody by hand.
+    bool HearsOfDevices() const { return !m_feed || m_feed->Hears(); }
     /// No feed of the host's from here on, and none of its devices.
     void DropFeed();
 

@@ -9,6 +9,7 @@
 #include <linux/netlink.h>
 #include <string_view>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace LinuxPlatform {
 namespace {
@@ -22,13 +23,15 @@ const int TOLERATED_FAILURES = 16;
 /// Rescans in one go; a kernel that goes on losing events is asked again when the loop comes round.
 const int RESCANS_AT_ONCE = 3;
 
-/// Without its daemon, libudev makes a monitor that belongs to no multicast group and never hears anything.
+/// The daemon sends what a monitor hears. Where /dev is the kernel's own, libudev listens without looking for
+/// it; elsewhere it looks, and makes a monitor of no multicast group without it. Neither hears anything.
 bool IsDeaf(udev_monitor& monitor) {
     sockaddr_nl address{};
     socklen_t size = sizeof(address);
     auto* plain = reinterpret_cast<sockaddr*>(&address);
-    return getsockname(udev_monitor_get_fd(&monitor), plain, &size) == 0 && address.nl_family == AF_NETLINK &&
-           address.nl_groups == 0;
+    const bool isKernels =
+        getsockname(udev_monitor_get_fd(&monitor), plain, &size) == 0 && address.nl_family == AF_NETLINK;
+    return isKernels && (address.nl_groups == 0 || access("/run/udev/control", F_OK) != 0);
 }
 
 } // namespace
@@ -61,7 +64,8 @@ bool UdevFeed::Listen() {
                std::strerror(error));
         return false;
     }
-    if (IsDeaf(*m_monitor))
+    m_isDeaf = IsDeaf(*m_monitor);
+    if (m_isDeaf)
         Report("IOKit: the udev daemon is not running; devices that arrive later will not be seen");
     return true;
 }

@@ -9,6 +9,7 @@ namespace LinuxPlatform {
 class UdevFeed final : public DeviceFeed {
 public:
     void Start(DeviceTree& devices) override;
+    bool Hears() const override { return m_monitor && !m_isDeaf; }
     int Descriptor() const override;
     void Pump(DeviceTree& devices) override;
 
@@ -23,6 +24,7 @@ private:
 
     UdevPointer<udev> m_context;
     UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to
+    bool m_isDeaf = false;               ///< nobody sends to the monitor
 };
 
 } // namespace LinuxPlatform

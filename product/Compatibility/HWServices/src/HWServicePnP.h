@@ -4,8 +4,7 @@
 
 class HWServicePnPClient;
 
-// Tells registered clients when a USB device arrives or goes away. One instance per process, over the
-// device registry.
+// Tells registered clients when a USB device arrives or goes away. One per process, over the device registry.
 //
 // Call registerClient() for every client first, then registerService(), then run the run loop. All of it,
 // and every notification, happens on one thread; nothing is locked.
@@ -26,7 +25,8 @@ public:
     virtual void init() = 0;
     virtual bool isAvailable() = 0;
     /// Notifies the clients from now on, in the run loop of the calling thread. To be called once, or again
-    /// after unRegisterService().
+    /// after unRegisterService(). Where the system tells nobody of devices, that is an error in the trace and
+    /// in the log.
     virtual void registerService() = 0;
     /// Ends the notifications; to be called on the thread that called registerService().
     virtual void unRegisterService() = 0;

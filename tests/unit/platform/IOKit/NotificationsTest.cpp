@@ -83,6 +83,11 @@ private:
 
 } // namespace
 
+TEST_F(Notifications, WillComeToAPortWhereDevicesComeByHand) {
+    EXPECT_NE(IONotificationPortGetMachPort(m_port), static_cast<mach_port_t>(MACH_PORT_NULL));
+    EXPECT_EQ(IONotificationPortGetMachPort(nullptr), static_cast<mach_port_t>(MACH_PORT_NULL));
+}
+
 TEST_F(Notifications, TheFirstDrainYieldsWhatIsThere) {
     DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     const io_iterator_t iterator = WatchDevices();

@@ -27,6 +27,7 @@ udev* __real_udev_new();
 udev_monitor* __real_udev_monitor_new_from_netlink(udev* context, const char* name);
 int __real_udev_monitor_enable_receiving(udev_monitor* monitor);
 udev_device* __real_udev_monitor_receive_device(udev_monitor* monitor);
+int __real_access(const char* path, int mode);
 int __real_getsockname(int descriptor, sockaddr* address, socklen_t* size);
 
 udev* __wrap_udev_new() {
@@ -70,12 +71,20 @@ udev_device* __wrap_udev_monitor_receive_device(udev_monitor* monitor) {
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* size) {
-    if (!MockedUdev::Get().isDeaf)
+    if (MockedUdev::Get().groups < 0)
         return __real_getsockname(descriptor, address, size);
-    sockaddr_nl deaf{};
-    deaf.nl_family = AF_NETLINK;
-    std::memcpy(address, &deaf, sizeof(deaf));
-    *size = sizeof(deaf);
+    sockaddr_nl kernels{};
+    kernels.nl_family = AF_NETLINK;
+    kernels.nl_groups = static_cast<unsigned>(MockedUdev::Get().groups);
+    std::memcpy(address, &kernels, sizeof(kernels));
+    *size = sizeof(kernels);
     return 0;
+}
+
+int __wrap_access(const char* path, int mode) {
+    if (std::strcmp(path, "/run/udev/control") != 0)
+        return __real_access(path, mode);
+    errno = ENOENT;
+    return MockedUdev::Get().isDaemonThere ? 0 : -1;
 }
 }

@@ -15,8 +15,10 @@ struct MockedUdev {
     /// Called just before the monitor is enabled, and just after.
     std::function<void()> whenEnabling;
     std::function<void()> whenEnabled;
-    /// The monitor's socket claims to belong to no multicast group.
-    bool isDeaf = false;
+    /// The monitor's socket claims to be the kernel's, of these multicast groups; not where below 0.
+    int groups = -1;
+    /// The daemon is there.
+    bool isDaemonThere = true;
 
     static MockedUdev& Get();
 };

@@ -116,6 +116,7 @@ TEST_F(UdevFailures, ABrokenMonitorIsGivenUpWithAMessage) {
     MockedUdev::Get().receiveFails.assign(1000, EIO);
     EXPECT_THAT(PumpSays(), HasSubstr("udev cannot be listened to any more (Input/output error)"));
     EXPECT_EQ(m_feed.Descriptor(), -1);
+    EXPECT_FALSE(m_feed.Hears());
     EXPECT_TRUE(m_devices.Knows(device)) << "what is known stays known";
     EXPECT_EQ(PumpSays(), "");
 }
@@ -125,6 +126,7 @@ TEST_F(UdevFailures, WithoutUdevThereAreNoDevicesButAMessage) {
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(StartSays(), HasSubstr("udev cannot be used (Cannot allocate memory)"));
     EXPECT_THAT(TakeEvents(), IsEmpty());
+    EXPECT_FALSE(m_feed.Hears());
     EXPECT_EQ(m_feed.Descriptor(), -1);
     EXPECT_EQ(PumpSays(), "");
 }
@@ -141,11 +143,26 @@ TEST_F(UdevFailures, AMonitorThatCannotBeEnabledIsReported) {
     MockedUdev::Get().enableFails = EACCES;
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(StartSays(), HasSubstr("cannot listen to udev (Permission denied)"));
+    EXPECT_FALSE(m_feed.Hears());
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
     EXPECT_EQ(m_feed.Descriptor(), -1);
 }
 
 TEST_F(UdevFailures, WithoutTheDaemonTheLauncherIsTold) {
-    MockedUdev::Get().isDeaf = true;
+    MockedUdev::Get().groups = 0;
     EXPECT_THAT(StartSays(), HasSubstr("the udev daemon is not running"));
+    EXPECT_FALSE(m_feed.Hears());
+}
+
+TEST_F(UdevFailures, WithoutTheDaemonTheLauncherIsToldAlsoWhereUdevListensAllTheSame) {
+    MockedUdev::Get().groups = 2;
+    MockedUdev::Get().isDaemonThere = false;
+    EXPECT_THAT(StartSays(), HasSubstr("the udev daemon is not running"));
+    EXPECT_FALSE(m_feed.Hears());
+}
+
+TEST_F(UdevFailures, WithTheDaemonNothingIsSaid) {
+    MockedUdev::Get().groups = 2;
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_TRUE(m_feed.Hears());
 }

@@ -5,6 +5,7 @@
 #include "ContractChecks.h"
 #include "HWServicePnPClient.h"
 #include "IOObjectHandle.h"
+#include "LogMessage.h"
 #include "MessageType.h"
 #include "RegistryReading.h"
 
@@ -17,6 +18,9 @@
 #include <string>
 
 static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit";
+
+// For the log as well: a launcher that never does anything gives no other sign of the reason.
+static const char DEAF[] = "No device that arrives or leaves from now on will be noticed.";
 
 namespace {
 
@@ -190,6 +194,10 @@ void HWServicePnPIOKit::registerService() {
     else
         TRACE_MESSAGE(MSG_ERROR, "IOServiceAddMatchingNotification returned 0x%08x.",
                       static_cast<unsigned>(result));
+    if (IONotificationPortGetMachPort(notificationPort) == MACH_PORT_NULL) {
+        TRACE_MESSAGE(MSG_ERROR, "%s", DEAF);
+        LOG_MESSAGE(MSG_ERROR, "%s", DEAF);
+    }
 }
 
 #pragma GCC diagnostic pop
