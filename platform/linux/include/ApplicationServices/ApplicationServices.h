@@ -7,8 +7,7 @@
 //     since, and when the process runs a script or a file elsewhere. This process remembers what it has
 //     started, by process id and start time; others are told by a note in the environment; else
 //   - the innermost folder named *.app that its executable lies in, by whole path components: an executable
-//     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app, .../A.application/x to
-//     none; else,
+//     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app; else,
 //   - for an interpreter at work on a script that begins with "#!", the same for the script's path.
 // Where the system tells nobody which file a process runs (file capabilities, a set-user-id bit, a process
 // that has asked not to be looked into), the first word of its command line counts, if it is the absolute

@@ -15,8 +15,7 @@
 
 namespace platform {
 
-/// Whether a folder is this user's, and nobody else can put a file or a link of his own there. errno says why
-/// not.
+/// Whether a folder is this user's, and nobody else can put a file or a link there. If not, errno says why.
 static bool isPrivate(const std::string& folder) {
     struct stat found;
     if (::lstat(folder.c_str(), &found) != 0)
@@ -33,7 +32,7 @@ static bool isPrivate(const std::string& folder) {
 LaunchLock::LaunchLock(const std::string& file, std::chrono::milliseconds longest) : m_path(file) {
     const auto deadline = std::chrono::steady_clock::now() + longest;
     while (open() && !lock()) {
-        // Only asked for now and then: a lock that is waited for cannot be given up again.
+        // Asked for again and again: there is no call that waits for a lock so long and no longer.
         if (errno == EWOULDBLOCK && std::chrono::steady_clock::now() >= deadline)
             errno = ETIMEDOUT;
         if (errno != EWOULDBLOCK) {

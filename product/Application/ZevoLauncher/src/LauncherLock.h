@@ -8,8 +8,7 @@
 /// Advisory. Released when the object goes or, by the system, when the process ends, however it does; not
 /// inherited by the applications that are started. Not shared between threads.
 ///
-/// The file "launcher.lock" holds the process id of the launcher, as a decimal text, and stays when that
-/// ends.
+/// The file "launcher.lock" holds the launcher's process id as a decimal text. It stays when that ends.
 class LauncherLock {
 public:
     /// Takes the lock, unless another launcher has it. `folder` ends with its separator.
