@@ -30,6 +30,7 @@ namespace {
 class FileSystemManagementTest : public testing::Test {
 protected:
     FileSystemManagementTest() { WrappedCalls::reset(); }
+    ~FileSystemManagementTest() override { setenv("HOME", m_home.c_str(), 1); }
 
     void makeFolder(const std::string& name) { ASSERT_EQ(0, mkdir((m_folder / name).c_str(), 0777)); }
     void makeLink(const std::string& name, const std::string& target) {
@@ -37,6 +38,7 @@ protected:
     }
     bool exists(const std::string& name) { return access((m_folder / name).c_str(), F_OK) == 0; }
 
+    const std::string m_home = getenv("HOME");
     TemporaryFolder m_folder;
     KeepMask m_mask{022};
 };
@@ -733,6 +735,35 @@ TEST_F(FileSystemManagementTest, TheSystemsApplicationDataFoldersAreThere) {
     EXPECT_EQ(m_folder / "home/.local/share", getUserAppDataDirectory());
     unsetenv("XDG_DATA_HOME");
     EXPECT_EQ("/var/lib", getCommonAppDataDirectory());
+}
+
+TEST_F(FileSystemManagementTest, OnlyWhatLiesBelowTheUsersBaseFoldersIsOpenToAll) {
+    makeFolder("home");
+    setenv("HOME", (m_folder / "home").c_str(), 1);
+    unsetenv("XDG_DATA_HOME");
+    const std::string path = getUserAppDataDirectory() + "/Ferrow/Zevo";
+    EXPECT_FALSE(exists("home/.local")) << "asking makes nothing";
+    EXPECT_TRUE(createFolder(path));
+    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local"));
+    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local/share"));
+    EXPECT_EQ(0777u, modeOf(m_folder / "home/.local/share/Ferrow"));
+    EXPECT_EQ(0777u, modeOf(path));
+}
+
+TEST_F(FileSystemManagementTest, NoFolderIsMadeInAHomeThatDoesNotExist) {
+    setenv("HOME", (m_folder / "missing/home").c_str(), 1);
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_FALSE(createFolder(getUserAppDataDirectory() + "/Ferrow"));
+    EXPECT_FALSE(exists("missing"));
+}
+
+TEST_F(FileSystemManagementTest, TheMachinesBaseFoldersAreNotOpenToAll) {
+    setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
+    EXPECT_TRUE(createFolder(getCommonAppDataDirectory() + "/Ferrow"));
+    unsetenv("PLATFORM_ROOT");
+    EXPECT_EQ(0755u, modeOf(m_folder / "var"));
+    EXPECT_EQ(0755u, modeOf(m_folder / "var/lib"));
+    EXPECT_EQ(0777u, modeOf(m_folder / "var/lib/Ferrow"));
 }
 
 TEST_F(FileSystemManagementTest, TheExecutablesDirectoryEndsInASeparatorAndItsNameHasNone) {

@@ -84,10 +84,11 @@ enum { kApplicationSupportFolderType = 0x61737570 }; // 'asup'
 /// The reference therefore stands for the place, and FSRefMakePath gives its path whether or not it exists.
 ///
 /// @param createFolder  kCreateFolder makes the folder, and those on the way: private (0700) in the user
-///         domain, 0755 in the local one; kDontCreateFolder touches nothing
-/// @return noErr; nsvErr: another domain; fnfErr: another folder type, or a user without a home;
-///         paramErr: `foundRef` is null; with kCreateFolder also what stopped the creation (afpAccessDenied,
-///         ioErr, bdNamErr, fnfErr)
+///         domain, but not the home folder and what is above it, and 0755 in the local one; kDontCreateFolder
+///         touches nothing
+/// @return noErr; nsvErr: another domain; fnfErr: another folder type, or a user without a home; paramErr:
+///         `foundRef` is null; with kCreateFolder also what stopped the creation (afpAccessDenied, ioErr,
+///         bdNamErr; fnfErr: the home folder does not exist, or a file is in the way)
 OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFolder, FSRef* foundRef);
 
 // ---- Launch Services

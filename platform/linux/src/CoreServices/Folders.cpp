@@ -29,20 +29,31 @@ static std::string homeFolderOfUserDatabase() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : std::string();
 }
 
+/// With a separator at the end; empty for a user without one.
+static std::string homeFolder() {
+    std::string home = absoluteFolderFromEnvironment("HOME");
+    if (home.empty())
+        home = homeFolderOfUserDatabase();
+    return home.empty() || home == "/" ? home : home + "/";
+}
+
 static std::string userDataFolder() {
     const std::string data = absoluteFolderFromEnvironment("XDG_DATA_HOME");
     if (!data.empty())
         return data;
-    std::string home = absoluteFolderFromEnvironment("HOME");
-    if (home.empty())
-        home = homeFolderOfUserDatabase();
-    if (home.empty())
-        return home;
-    return (home == "/" ? std::string() : home) + "/.local/share";
+    const std::string home = homeFolder();
+    return home.empty() ? home : home + ".local/share";
 }
 
-static OSStatus createFolders(const std::string& path, mode_t mode) {
-    for (size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
+/// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
+static size_t lengthOfHome(const std::string& data) {
+    const std::string home = homeFolder();
+    return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
+}
+
+/// @param given  the length of the part of the path that is not made: it is there, or nothing is made
+static OSStatus createFolders(const std::string& path, size_t given, mode_t mode) {
+    for (size_t end = path.find('/', given + 1);; end = path.find('/', end + 1)) {
         if (::mkdir(path.substr(0, end).c_str(), mode) != 0 && errno != EEXIST && errno != EISDIR)
             return statusOfErrno(errno);
         if (end == std::string::npos)
@@ -68,7 +79,9 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFold
     if (path.empty())
         return fnfErr;
     if (createFolder) {
-        const OSStatus status = createFolders(path, isUsers ? 0700 : 0755);
+        // A home that is not there yet is somebody else's to make or to mount.
+        const OSStatus status =
+            isUsers ? createFolders(path, lengthOfHome(path), 0700) : createFolders(path, 0, 0755);
         if (status != noErr)
             return static_cast<OSErr>(status);
     }

@@ -112,6 +112,27 @@ TEST_F(Folders, AreMadeOnDemandPrivateForTheUserOpenForTheMachine) {
     umask(mask);
 }
 
+TEST_F(Folders, InAHomeTheTwoFoldersAreMadePrivateWhateverTheMask) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const ScopedVariable home("HOME", inRoot("/home").c_str());
+    makeFolders(inRoot("/home"));
+    const mode_t mask = umask(0);
+    EXPECT_EQ(inRoot("/home/.local/share"), find(kUserDomain, kCreateFolder));
+    umask(mask);
+    EXPECT_EQ(S_IFDIR | 0700u, modeOf(inRoot("/home/.local")));
+    EXPECT_EQ(S_IFDIR | 0700u, modeOf(inRoot("/home/.local/share")));
+}
+
+TEST_F(Folders, AHomeThatDoesNotExistIsNotMade) {
+    const ScopedVariable home("HOME", inRoot("/missing/home").c_str());
+    for (const char* variable : {static_cast<const char*>(nullptr), "/missing/home/.local/share"}) {
+        const std::string path = inRoot(variable != nullptr ? variable : "");
+        const ScopedVariable data("XDG_DATA_HOME", variable != nullptr ? path.c_str() : nullptr);
+        EXPECT_EQ("status -43", find(kUserDomain, kCreateFolder));
+        EXPECT_NE(0, access(inRoot("/missing").c_str(), F_OK));
+    }
+}
+
 TEST_F(Folders, WhatStopsTheirCreationIsReported) {
     writeFile(inRoot("/file"), "");
     const std::string below = inRoot("/file/data");

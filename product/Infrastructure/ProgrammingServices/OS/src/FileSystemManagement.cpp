@@ -148,14 +148,27 @@ bool copyTree(const std::string& source, const std::string& destination, const s
 constexpr FSVolumeRefNum COMMON_DOMAIN = kLocalDomain;
 constexpr FSVolumeRefNum USER_DOMAIN = kUserDomain;
 
-std::string applicationSupportFolder(FSVolumeRefNum domain) {
+std::string applicationSupportFolder(FSVolumeRefNum domain, Boolean create = kDontCreateFolder) {
     FSRef folder;
     UInt8 path[FOLDER_PATH_SIZE];
-    if (FSFindFolder(domain, kApplicationSupportFolderType, kDontCreateFolder, &folder) != noErr ||
+    if (FSFindFolder(domain, kApplicationSupportFolderType, create, &folder) != noErr ||
         FSRefMakePath(&folder, path, FOLDER_PATH_SIZE) != noErr) {
         return std::string();
     }
     return reinterpret_cast<const char*>(path);
+}
+
+/// An application-support folder above (or at) `path` that is missing is the system's to make: it knows which
+/// of its parts may be made at all, and with which mode. @return false when it did not
+bool makeSystemsFolder(const std::string& path) {
+    for (const FSVolumeRefNum domain : {USER_DOMAIN, COMMON_DOMAIN}) {
+        const std::string base = applicationSupportFolder(domain);
+        if (!base.empty() && (path + "/").compare(0, base.size() + 1, base + "/") == 0 &&
+            !existFolder(base)) {
+            return !applicationSupportFolder(domain, kCreateFolder).empty();
+        }
+    }
+    return true;
 }
 #pragma GCC diagnostic pop
 
@@ -181,6 +194,9 @@ bool createFolder(std::string path) {
     }
     // Stays 0 for the whole process, on purpose: folders that all users share get mode 0777 exactly.
     umask(0);
+    if (!makeSystemsFolder(path)) {
+        return false;
+    }
     for (size_t i = path.find('/', 1); i != std::string::npos; i = path.find('/', i + 1)) {
         if (!makeFolder(path.substr(0, i))) {
             return false;

@@ -21,7 +21,9 @@ bool existFile(std::string path);
 bool existFolder(std::string path);
 
 /// Creates every missing folder along the path, with mode 0777 exactly. True when the whole path is a folder
-/// afterwards; an empty path gives false.
+/// afterwards; an empty path gives false. The application-support folders that the path may lie in, those
+/// of getUserAppDataDirectory() and getCommonAppDataDirectory(), are made by the system, with the modes that
+/// it gives them, or not at all where it does not make them, as in a home folder that does not exist.
 bool createFolder(std::string path);
 /// Creates the folder, and in it the file if it is missing; an existing file keeps its content. False when
 /// the folder cannot be made (an empty one included) or the file cannot be opened.
