@@ -182,8 +182,8 @@ TEST_F(LaunchServices, LaunchersThatOpenOneBundleStartItOnce) {
             if (children.back() == 0) {
                 close(starter[1]);
                 char byte;
-                const bool isFree = runningBundles().empty() && read(starter[0], &byte, 1) == 0;
-                _exit(isFree && open(BUNDLE) == noErr ? WENT_WELL : 1);
+                runningBundles(); // a launcher has looked by itself before
+                _exit(read(starter[0], &byte, 1) == 0 && open(BUNDLE) == noErr ? WENT_WELL : 1);
             }
         }
         close(starter[0]);
@@ -259,14 +259,21 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
     const std::string launcher = inRoot(BUNDLE) + "/Contents/MacOS/launcher";
     copyExecutable(launcher, SAMPLE_LAUNCHER);
     const pid_t other = runDirectly({launcher, BUNDLE, reports() + "/lifeline"});
-    ASSERT_TRUE(comesTrue([] { return runningProcesses().size() == 2; }));
-    for (const pid_t pid : runningProcesses()) {
-        if (pid != other)
-            end(pid);
-    }
-    EXPECT_THAT(runningProcesses(), ElementsAre(other));
+    // For a moment, the processes in between are launchers, too.
+    const auto application = [this] {
+        std::vector<platform::RunningApplication> applications;
+        platform::listRunningApplications(applications);
+        for (const platform::RunningApplication& running : applications) {
+            if (running.executable == executable())
+                return running.pid;
+        }
+        return 0;
+    };
+    ASSERT_TRUE(comesTrue([&] { return application() != 0; }));
+    end(application());
+    EXPECT_THAT(runningProcesses(), testing::Contains(other));
     EXPECT_EQ(0, statusOf(runDirectly({launcher, BUNDLE})));
-    EXPECT_EQ(2u, runningProcesses().size());
+    EXPECT_NE(0, application());
     childSignals = 0;
 }
 
