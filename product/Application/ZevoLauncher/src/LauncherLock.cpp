@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 
 LauncherLock::LauncherLock(const std::string& folder)
     : m_file(open((folder + "launcher.lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)) {
@@ -16,6 +17,10 @@ LauncherLock::LauncherLock(const std::string& folder)
         noteProcess();
 }
 
+LauncherLock::~LauncherLock() {
+    TRACE_DESTRUCTOR("LauncherLock");
+}
+
 long LauncherLock::otherProcess() const {
     TRACE_METHOD();
     char text[32] = {};
@@ -25,7 +30,8 @@ long LauncherLock::otherProcess() const {
 
 void LauncherLock::waitForIt() {
     TRACE_METHOD();
-    lockExclusively(m_file.get());
+    while (flock(m_file.get(), LOCK_EX) != 0 && errno == EINTR) {
+    }
     m_isHeldByAnother = false;
     noteProcess();
 }

@@ -13,6 +13,9 @@ class LauncherLock {
 public:
     /// Takes the lock, unless another launcher has it. `folder` ends with its separator.
     explicit LauncherLock(const std::string& folder);
+    ~LauncherLock();
+    LauncherLock(const LauncherLock&) = delete;
+    LauncherLock& operator=(const LauncherLock&) = delete;
 
     /// False also where no lock is to be had: the folder cannot be written, or its file system has no locks.
     bool isHeldByAnother() const { return m_isHeldByAnother; }
