@@ -1,4 +1,5 @@
-# Debian packages: zevolauncher and libzevo-framework-dev, made by `cpack` in a tree of the preset "package".
+# Debian packages: zevolauncher and libzevo-framework-dev, made by `cpack` in a tree of the preset "package";
+# `./zevo package` does both and checks the result.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zevolauncher)
 set(CPACK_PACKAGE_VENDOR "The ZevoLauncher developers")
@@ -8,8 +9,15 @@ set(CPACK_STRIP_FILES ON)
 # The configuration lies outside the prefix.
 set(CPACK_SET_DESTDIR ON)
 
-set(CPACK_DEB_COMPONENT_INSTALL ON)
+# Of the same length: the component's package has the same place.
 set(CPACK_COMPONENTS_ALL Runtime Development)
+set(CPACK_ZEVO_PACKAGES zevolauncher libzevo-framework-dev)
+set(CPACK_ZEVO_PACKAGING ${CMAKE_CURRENT_SOURCE_DIR})
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/needs-tools.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/finish.cmake)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME zevolauncher)
