@@ -1,8 +1,7 @@
 #include "AppData.h"
-#include "Dictionary.h"
 #include "HWServicePnP.h"
 #include "KFThread.h"
-#include "StringManagement.h"
+#include "SavedName.h"
 #include "Tracer.h"
 
 #include <cstdio>
@@ -15,13 +14,7 @@ public:
 };
 
 int main() {
-    Dictionary saved;
-    saved.addValue("modem.name", "Quillmarsh");
-    saved.saveToFile("settings.plist");
-    Dictionary loaded;
-    loaded.loadFromFile("settings.plist");
-    const char* name = loaded.getValue("modem.name");
-    printf("%s\n", name != nullptr ? StringManagement::toLower(name).c_str() : "(none)");
+    printf("%s\n", savedName().c_str());
 
     Greeter greeter;
     if (!greeter.start() || KFThread::waitForThreadTermination(&greeter) != 0)
