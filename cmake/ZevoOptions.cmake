@@ -26,7 +26,7 @@ endif()
 
 # What makes a mistake hard to exploit: guarded stack frames, a stack that cannot be leapt over, jumps and returns that
 # land only where they may, checked calls of the C library, and tables of addresses that are read-only from the start.
-# It costs 2 % of a start. tools/hardening-check looks for it in what was built.
+# It costs 1 to 2 % of a start. tools/hardening-check looks for it in what was built.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
