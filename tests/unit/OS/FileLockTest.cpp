@@ -1,16 +1,19 @@
 #include "FileLock.h"
 
+#include "FileReplacement.h"
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "WrappedCalls.h"
 
 #include <csignal>
-#include <dirent.h>
 #include <fcntl.h>
-#include <fstream>
 #include <future>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 
 namespace {
@@ -20,21 +23,31 @@ bool isLocked(const std::string& path) {
     return flock(file.get(), LOCK_EX | LOCK_NB) != 0;
 }
 
-/// Waits until some thread waits for the lock of an open file.
-void waitForAWaiterFor(int descriptor) {
-    struct stat status;
-    ASSERT_EQ(0, fstat(descriptor, &status));
-    const std::string inode = ":" + std::to_string(status.st_ino) + " ";
-    for (bool found = false; !found; std::this_thread::yield()) {
-        std::ifstream locks("/proc/locks");
-        for (std::string line; std::getline(locks, line);) {
-            found |= line.find("-> FLOCK") != std::string::npos && line.find(inode) != std::string::npos;
-        }
+void waitForAWaiter() {
+    while (WrappedCalls::microsecondsSlept().empty()) {
+        std::this_thread::yield();
     }
+}
+
+mode_t modeOf(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }
 
 class FileLockTest : public testing::Test {
 protected:
+    FileLockTest() { WrappedCalls::reset(); }
+    ~FileLockTest() override {
+        WrappedCalls::reset();
+        LockWait::setLongest(std::chrono::seconds(5));
+    }
+    /// As somebody else would hold it.
+    static FileDescriptor locked(const std::string& path) {
+        FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+        EXPECT_EQ(0, flock(file.get(), LOCK_EX));
+        return file;
+    }
+
     TemporaryFolder m_folder;
     std::string m_file = m_folder / "parameters.dat";
 };
@@ -108,13 +121,13 @@ TEST_F(FileLockTest, TheFileThatIsLockedItselfIsTheOneThatStandsThereAfterTheWai
     writeFile(m_file, "old");
     ASSERT_EQ(0, symlink("nowhere", (m_file + ".lock").c_str())); // so that only the file can be locked
     const FileDescriptor old(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
-    ASSERT_TRUE(lockExclusively(old.get()));
+    ASSERT_TRUE(flock(old.get(), LOCK_EX) == 0);
     std::promise<bool> newIsLocked;
     std::thread waiting([&] {
         const FileLock lock(m_file);
         newIsLocked.set_value(lock.isHeld() && isLocked(m_file));
     });
-    waitForAWaiterFor(old.get());
+    waitForAWaiter();
     writeFile(m_folder / "next", "new");
     ASSERT_EQ(0, rename((m_folder / "next").c_str(), m_file.c_str()));
     flock(old.get(), LOCK_UN);
@@ -148,6 +161,157 @@ TEST_F(FileLockTest, AnOrdinaryUserSharesALockThatTheSuperuserMade) {
         const FileLock lock("parameters.dat");
         return isLocked("parameters.dat.lock");
     }));
+}
+
+TEST_F(FileLockTest, IsWaitedForFiveSeconds) {
+    EXPECT_EQ(std::chrono::seconds(5), LockWait::getLongest());
+}
+
+TEST_F(FileLockTest, CannotBeHeldWhileSomebodyElseHoldsItTooLong) {
+    const FileDescriptor other = locked(m_file + ".lock");
+    LockWait::setLongest(std::chrono::seconds(0));
+    const FileLock lock(m_file);
+    EXPECT_EQ(EWOULDBLOCK, errno);
+    EXPECT_EQ(LockResult::BUSY, lock.getResult());
+    EXPECT_FALSE(lock.isHeld());
+}
+
+TEST_F(FileLockTest, IsHadAsSoonAsTheOtherOneGivesItBack) {
+    const FileDescriptor other = locked(m_file + ".lock");
+    std::promise<bool> isHeld;
+    std::thread waiting([&] { isHeld.set_value(FileLock(m_file).isHeld()); });
+    waitForAWaiter();
+    flock(other.get(), LOCK_UN);
+    waiting.join();
+    EXPECT_TRUE(isHeld.get_future().get());
+}
+
+TEST_F(FileLockTest, AProcessThatHasHadItForLongLetsOthersInFirst) {
+    {
+        const FileLock lock(m_file);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(25);
+        while (std::chrono::steady_clock::now() < end) {
+            std::this_thread::yield();
+        }
+    }
+    WrappedCalls::reset();
+    const FileLock lock(m_file);
+    EXPECT_EQ(std::vector<unsigned>{300}, WrappedCalls::microsecondsSlept());
+}
+
+TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
+    writeFile(m_file, "content");
+    const mode_t mask = umask(077);
+    for (const mode_t mode : {0666u, 0660u, 0600u, 0640u, 0444u, 0644u}) {
+        chmod(m_file.c_str(), mode);
+        EXPECT_TRUE(FileLock(m_file).isHeld());
+        EXPECT_EQ(mode, modeOf(m_file + ".lock"));
+    }
+    chmod(m_file.c_str(), 0220);
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(0660u, modeOf(m_file + ".lock")) << "who may only write the file has to open its lock file";
+    umask(mask);
+}
+
+TEST_F(FileLockTest, WhatSomebodyPutsInTheLockFilesPlaceIsNotOpenedToOthers) {
+    writeFile(m_file, "content");
+    chmod(m_file.c_str(), 0666);
+    writeFile(m_file + ".lock", "a secret");
+    chmod((m_file + ".lock").c_str(), 0600);
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(0600u, modeOf(m_file + ".lock"));
+    writeFile(m_file + ".lock", "");
+    ASSERT_EQ(0, link((m_file + ".lock").c_str(), (m_folder / "elsewhere").c_str()));
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(0600u, modeOf(m_file + ".lock"));
+}
+
+TEST_F(FileLockTest, UsersWhoMayWriteTheFileLoseNoChange) {
+    const int changes = 100;
+    chmod(m_folder.path().c_str(), 0777);
+    writeFile(m_file, "0");
+    chmod(m_file.c_str(), 0666);
+    const mode_t mask = umask(077);
+    const auto count = [] {
+        for (int i = 0; i < changes; ++i) {
+            const FileLock lock("parameters.dat");
+            const int value = lock.isHeld() ? std::stoi(readFile("parameters.dat")) : 0;
+            if (!FileReplacement::replace("parameters.dat", std::to_string(value + 1))) {
+                return false;
+            }
+        }
+        return true;
+    };
+    std::promise<bool> ordinary;
+    std::thread other([&] { ordinary.set_value(asOrdinaryUser(m_folder.path(), count)); });
+    EXPECT_TRUE(inAnotherProcess([&] { return chdir(m_folder.path().c_str()) == 0 && count(); }));
+    other.join();
+    EXPECT_TRUE(ordinary.get_future().get());
+    umask(mask);
+    EXPECT_EQ(std::to_string(2 * changes), readFile(m_file));
+}
+
+// Those who may take it would not notice a lock of the file itself.
+TEST_F(FileLockTest, ALockFileThatTheUserMayNotOpenIsNotPassedOver) {
+    writeFile(m_file, "content");
+    chmod(m_file.c_str(), 0666);
+    chmod(m_folder.path().c_str(), 0777);
+    writeFile(m_file + ".lock", "");
+    chmod((m_file + ".lock").c_str(), 0);
+    EXPECT_TRUE(asOrdinaryUser(m_folder.path(), [] {
+        const FileLock lock("parameters.dat");
+        return errno == EACCES && lock.getResult() == LockResult::FAILED;
+    }));
+}
+
+TEST_F(FileLockTest, WaitsForWhoCouldOnlyLockTheFileItself) {
+    const FileDescriptor other = locked(m_file);
+    LockWait::setLongest(std::chrono::seconds(0));
+    EXPECT_EQ(LockResult::BUSY, FileLock(m_file).getResult());
+    flock(other.get(), LOCK_UN);
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+}
+
+TEST_F(FileLockTest, WhoCouldOnlyLockTheFileItselfTakesTheLockFileThatIsMadeMeanwhile) {
+    const FileDescriptor other = locked(m_file);
+    chmod(m_folder.path().c_str(), 0555);
+    std::promise<bool> lockFileIsLocked;
+    std::thread waiting([&] {
+        // Bound by file modes; of this thread only.
+        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+        const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+        const bool isBound = syscall(SYS_capset, &header, none) == 0;
+        const FileLock lock(m_file);
+        lockFileIsLocked.set_value(isBound && lock.isHeld() && isLocked(m_file + ".lock") &&
+                                   !isLocked(m_file));
+    });
+    waitForAWaiter();
+    chmod(m_folder.path().c_str(), 0755);
+    writeFile(m_file + ".lock", "");
+    flock(other.get(), LOCK_UN);
+    waiting.join();
+    EXPECT_TRUE(lockFileIsLocked.get_future().get());
+}
+
+TEST_F(FileLockTest, IsOpenedForWritingWhereTheFileSystemAsksForIt) {
+    WrappedCalls::get().locksNeedWriting = true;
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+}
+
+TEST_F(FileLockTest, IsToldApartWhereTheFileSystemHasNoLocks) {
+    for (const int error : {ENOLCK, ENOTSUP, EOPNOTSUPP, EINVAL, ENOSYS}) {
+        WrappedCalls::get().lockError = error;
+        EXPECT_EQ(LockResult::UNSUPPORTED, FileLock(m_file).getResult()) << error;
+    }
+    WrappedCalls::get().lockError = EIO;
+    EXPECT_EQ(LockResult::FAILED, FileLock(m_file).getResult());
+}
+
+TEST_F(FileLockTest, IsUnsupportedForWhoMayOnlyReadWhereTheFileSystemAsksForWriting) {
+    WrappedCalls::get().locksNeedWriting = true;
+    writeFile(m_file + ".lock", "");
+    chmod((m_file + ".lock").c_str(), 0444);
+    EXPECT_TRUE(boundByFileModes([this] { return FileLock(m_file).getResult() == LockResult::UNSUPPORTED; }));
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "FileReplacement.h"
 
+#include "FileDescriptor.h"
+#include "FilesBeside.h"
+#include "LockWait.h"
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
@@ -7,8 +10,11 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstring>
+#include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -18,7 +24,10 @@ namespace {
 class FileReplacementTest : public testing::Test {
 protected:
     FileReplacementTest() { WrappedCalls::reset(); }
-    ~FileReplacementTest() override { WrappedCalls::reset(); }
+    ~FileReplacementTest() override {
+        WrappedCalls::reset();
+        LockWait::setLongest(std::chrono::seconds(5));
+    }
 
     mode_t modeOf(const std::string& path) {
         struct stat status;
@@ -59,22 +68,25 @@ TEST_F(FileReplacementTest, StoresAnEmptyContent) {
 TEST_F(FileReplacementTest, IsFlushedBeforeItIsRenamedAndThenTheFolderIs) {
     writeFile(m_file, "old");
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    const std::vector<std::string> expected = {
-        "flush " + m_file + ".new", "rename " + m_file + ".new " + m_file, "flush " + m_folder.path()};
-    EXPECT_EQ(expected, WrappedCalls::flushesAndRenames());
+    const std::vector<std::string> calls = WrappedCalls::flushesAndRenames();
+    ASSERT_EQ(3u, calls.size());
+    const std::string beside = calls[0].substr(strlen("flush "));
+    EXPECT_EQ("flush " + beside, calls[0]);
+    EXPECT_EQ("rename " + beside + " " + m_file, calls[1]);
+    EXPECT_EQ("flush " + m_folder.path(), calls[2]);
 }
 
 TEST_F(FileReplacementTest, WhatCannotBeFlushedDoesNotReplaceTheFile) {
     writeFile(m_file, "old");
-    WrappedCalls::get().unflushable = m_file + ".new";
+    WrappedCalls::get().flushError = EIO;
     EXPECT_FALSE(FileReplacement::replace(m_file, "new"));
     EXPECT_EQ(EIO, errno);
     EXPECT_EQ("old", readFile(m_file));
-    EXPECT_FALSE(exists(m_file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
 }
 
 TEST_F(FileReplacementTest, AFolderThatCannotBeFlushedTakesNothingBack) {
-    WrappedCalls::get().unflushable = m_folder.path();
+    WrappedCalls::get().folderFlushError = EIO;
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     EXPECT_EQ("new", readFile(m_file));
 }
@@ -134,22 +146,84 @@ TEST_F(FileReplacementTest, RefusesALoopOfLinks) {
 
 TEST_F(FileReplacementTest, LeavesNothingBesideTheFile) {
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_FALSE(exists(m_file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
 }
 
-TEST_F(FileReplacementTest, UsesUpWhatAKilledWriterLeft) {
-    writeFile(m_file + ".new", "half of someth");
+TEST_F(FileReplacementTest, TheFileBesideHasAHiddenNameOfItsOwn) {
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_file));
-    EXPECT_FALSE(exists(m_file + ".new"));
+    EXPECT_TRUE(FileReplacement::replace(m_file, "newer"));
+    const std::vector<std::string> calls = WrappedCalls::flushesAndRenames();
+    const std::string stem = "flush " + m_folder / ".parameters.dat.";
+    for (const size_t i : {size_t{0}, size_t{3}}) {
+        EXPECT_EQ(stem, calls[i].substr(0, stem.size()));
+        EXPECT_EQ(stem.size() + 16, calls[i].size());
+        EXPECT_EQ(std::string::npos, calls[i].find_first_not_of("0123456789abcdef", stem.size()));
+    }
+    EXPECT_NE(calls[0], calls[3]);
 }
 
-TEST_F(FileReplacementTest, DoesNotWriteThroughALinkInTheNewFilesPlace) {
-    writeFile(m_folder / "victim", "untouched");
-    symlink("victim", (m_file + ".new").c_str());
+TEST_F(FileReplacementTest, LeavesAUsersOwnFilesAlone) {
+    for (const char* name : {"parameters.dat.new", "parameters.dat~", ".parameters.dat.swp"}) {
+        writeFile(m_folder / name, "mine");
+        EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+        EXPECT_EQ("mine", readFile(m_folder / name));
+    }
+}
+
+TEST_F(FileReplacementTest, RemovesWhatAKilledWriterLeft) {
+    writeFile(m_folder / ".parameters.dat.0123456789abcdef", "half of someth");
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     EXPECT_EQ("new", readFile(m_file));
-    EXPECT_EQ("untouched", readFile(m_folder / "victim"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+}
+
+TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) {
+    const std::string stem = m_folder / ".parameters.dat.";
+    const std::string names[] = {stem + "0123456789abcde",
+                                 stem + "0123456789abcdef0",
+                                 stem + "0123456789abcdeF",
+                                 stem + "0123456789abcdeg",
+                                 stem + "0123456789abcde1",
+                                 stem + "0123456789abcde2",
+                                 stem + "0123456789abcde3",
+                                 stem + "0123456789abcde4",
+                                 m_folder / ".parameters.da.0123456789abcdef",
+                                 m_folder / "0123456789abcdef"};
+    for (const std::string& name : names) {
+        writeFile(name, "mine");
+    }
+    writeFile(m_folder / "target", "mine");
+    const FileDescriptor locked(open(names[4].c_str(), O_RDONLY | O_CLOEXEC)); // a living writer's
+    ASSERT_EQ(0, flock(locked.get(), LOCK_EX));
+    ASSERT_EQ(0, link(names[5].c_str(), (m_folder / "second name").c_str()));
+    unlink(names[6].c_str());
+    ASSERT_EQ(0, symlink("target", names[6].c_str()));
+    unlink(names[7].c_str());
+    ASSERT_EQ(0, mkdir(names[7].c_str(), 0777));
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+    for (const std::string& name : names) {
+        EXPECT_TRUE(exists(name)) << name;
+    }
+    EXPECT_EQ("mine", readFile(m_folder / "target"));
+}
+
+TEST_F(FileReplacementTest, AnotherUsersLeftoverStays) {
+    const std::string name = m_folder / ".parameters.dat.0123456789abcdef";
+    writeFile(name, "another's");
+    chmod(name.c_str(), 0666);
+    chmod(m_folder.path().c_str(), 0777);
+    const bool isOwn = geteuid() != 0; // only the superuser can become another user
+    EXPECT_TRUE(
+        asOrdinaryUser(m_folder.path(), [] { return FileReplacement::replace("parameters.dat", "new"); }));
+    EXPECT_EQ(!isOwn, exists(name));
+}
+
+TEST_F(FileReplacementTest, ALeftoverStaysWhereTheFileSystemCannotTellWhetherItsWriterLives) {
+    const std::string name = m_folder / ".parameters.dat.0123456789abcdef";
+    writeFile(name, "somebody's");
+    WrappedCalls::get().lockError = ENOLCK;
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+    EXPECT_TRUE(exists(name));
 }
 
 TEST_F(FileReplacementTest, FailsForAFolderAndForAMissingFolder) {
@@ -163,6 +237,58 @@ TEST_F(FileReplacementTest, WritesToADevice) {
     EXPECT_TRUE(exists("/dev/null"));
 }
 
+// ---- Open descriptors, pipes and terminals
+
+TEST_F(FileReplacementTest, WritesToAPipeThroughADescriptor) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(ends[1]), "new"));
+    char text[8] = {};
+    EXPECT_EQ(3, read(ends[0], text, sizeof text));
+    EXPECT_STREQ("new", text);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(FileReplacementTest, WritesToANamedPipe) {
+    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
+    char text[8] = {};
+    EXPECT_EQ(3, read(reader.get(), text, sizeof text));
+    EXPECT_STREQ("new", text);
+    EXPECT_EQ(0, read(reader.get(), text, sizeof text)) << "the writer is gone";
+}
+
+TEST_F(FileReplacementTest, WritesToATerminalThroughADescriptor) {
+    const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_EQ(0, grantpt(terminal.get()));
+    ASSERT_EQ(0, unlockpt(terminal.get()));
+    const FileDescriptor side(open(ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(side.get()), "new"));
+    char text[8] = {};
+    EXPECT_EQ(3, read(terminal.get(), text, sizeof text));
+    EXPECT_STREQ("new", text);
+}
+
+TEST_F(FileReplacementTest, AFileBehindStandardOutputIsWrittenInPlace) {
+    writeFile(m_file, "old and longer");
+    const FileDescriptor file(open(m_file.c_str(), O_RDWR | O_CLOEXEC));
+    EXPECT_TRUE(inAnotherProcess(
+        [&] { return dup2(file.get(), 1) == 1 && FileReplacement::replace("/dev/stdout", "new"); }));
+    EXPECT_TRUE(isStillAt(m_file, file.get()));
+    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(file.get()), "newer"));
+    EXPECT_TRUE(isStillAt(m_file, file.get()));
+    EXPECT_EQ("newer", readFile(m_file));
+}
+
+TEST_F(FileReplacementTest, FailsForADescriptorThatIsNotOpen) {
+    EXPECT_FALSE(FileReplacement::replace("/dev/fd/987654", "new"));
+}
+
+// ---- Disks and folders that do not let it
+
 TEST_F(FileReplacementTest, AFullDiskLeavesTheOldContentWhole) {
     writeFile(m_file, "old");
     EXPECT_TRUE(inAnotherProcess([&] {
@@ -170,7 +296,7 @@ TEST_F(FileReplacementTest, AFullDiskLeavesTheOldContentWhole) {
         return !FileReplacement::replace(m_file, std::string(100000, 'n')) && errno == EFBIG;
     }));
     EXPECT_EQ("old", readFile(m_file));
-    EXPECT_FALSE(exists(m_file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
 }
 
 TEST_F(FileReplacementTest, WritesInPlaceWhereTheFolderAllowsNoNewFile) {
@@ -214,6 +340,82 @@ TEST_F(FileReplacementTest, AFileThatMayNotBeWrittenStaysInAWritableFolder) {
     EXPECT_EQ("old", readFile(m_file));
 }
 
+TEST_F(FileReplacementTest, AWriteInPlaceWaitsForItsReaders) {
+    writeFile(m_file, "old");
+    const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(FileReplacement::waitUntilWhole(reader.get()));
+    LockWait::setLongest(std::chrono::seconds(0));
+    const std::string path = "/dev/fd/" + std::to_string(reader.get());
+    EXPECT_FALSE(FileReplacement::replace(path, "new"));
+    EXPECT_EQ(EWOULDBLOCK, errno);
+    EXPECT_EQ("old", readFile(m_file));
+    flock(reader.get(), LOCK_UN);
+    EXPECT_TRUE(FileReplacement::replace(path, "new"));
+}
+
+TEST_F(FileReplacementTest, AReaderWaitsForAWriteInPlace) {
+    writeFile(m_file, "old");
+    const FileDescriptor writer(open(m_file.c_str(), O_RDWR | O_CLOEXEC));
+    const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(0, flock(writer.get(), LOCK_EX));
+    LockWait::setLongest(std::chrono::seconds(0));
+    EXPECT_FALSE(FileReplacement::waitUntilWhole(reader.get()));
+    EXPECT_EQ(EWOULDBLOCK, errno);
+    flock(writer.get(), LOCK_UN);
+    EXPECT_TRUE(FileReplacement::waitUntilWhole(reader.get()));
+}
+
+TEST_F(FileReplacementTest, AReaderDoesNotWaitWhereTheFileSystemHasNoLocks) {
+    WrappedCalls::get().lockError = ENOLCK;
+    writeFile(m_file, "old");
+    const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(FileReplacement::waitUntilWhole(reader.get()));
+}
+
+TEST_F(FileReplacementTest, IsWrittenInPlaceWhereTheFileSystemCannotRenameOver) {
+    writeFile(m_file, "old and longer");
+    const FileDescriptor file(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    for (const int error : {EINVAL, ENOTSUP, ENOSYS, EEXIST}) {
+        WrappedCalls::get().renameError = error;
+        unsigned lacks = 0;
+        EXPECT_TRUE(FileReplacement::replace(m_file, "new" + std::to_string(error), &lacks)) << error;
+        EXPECT_EQ(FileReplacement::NO_NEW_FILE, lacks);
+        EXPECT_EQ("new" + std::to_string(error), readFile(m_file));
+        EXPECT_TRUE(isStillAt(m_file, file.get()));
+        EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    }
+}
+
+TEST_F(FileReplacementTest, IsReplacedWhereTheFileSystemCannotFlush) {
+    for (const int error : {EINVAL, ENOTSUP, ENOSYS}) {
+        WrappedCalls::get().flushError = error;
+        unsigned lacks = 0;
+        EXPECT_TRUE(FileReplacement::replace(m_file, "new" + std::to_string(error), &lacks)) << error;
+        EXPECT_EQ(FileReplacement::NO_FLUSH, lacks);
+        EXPECT_EQ("new" + std::to_string(error), readFile(m_file));
+    }
+}
+
+TEST_F(FileReplacementTest, IsWrittenInPlaceWithoutALockWhereTheFileSystemHasNone) {
+    writeFile(m_file, "old");
+    WrappedCalls::get().renameError = EINVAL;
+    WrappedCalls::get().lockError = ENOLCK;
+    unsigned lacks = 0;
+    EXPECT_TRUE(FileReplacement::replace(m_file, "new", &lacks));
+    EXPECT_EQ(FileReplacement::NO_NEW_FILE | FileReplacement::NO_LOCK, lacks);
+    EXPECT_EQ("new", readFile(m_file));
+}
+
+TEST_F(FileReplacementTest, WhatTheFileSystemLacksIsToldOnce) {
+    EXPECT_TRUE(inAnotherProcess([] { // told once in a process
+        const unsigned two = FileReplacement::NO_LOCK | FileReplacement::NO_FLUSH;
+        return FileReplacement::takeUntold(0).empty() && FileReplacement::takeUntold(two).size() == 2 &&
+               FileReplacement::takeUntold(two).empty() && FileReplacement::takeUntold(7).size() == 1;
+    }));
+}
+
+// ---- At the same time
+
 TEST_F(FileReplacementTest, AReaderMeetsTheOldOrTheNewContentWhole) {
     const std::string contents[] = {std::string(50000, 'a'), std::string(70000, 'b')};
     FileReplacement::replace(m_file, contents[0]);
@@ -247,7 +449,7 @@ TEST_F(FileReplacementTest, WritersOfOneFileTakeTurns) {
     EXPECT_EQ(0, failures);
     const std::string read = readFile(m_file);
     EXPECT_EQ(std::string(10000, read[0]), read);
-    EXPECT_FALSE(exists(m_file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
 }
 
 } // namespace

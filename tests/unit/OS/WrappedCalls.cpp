@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <mutex>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -83,6 +85,11 @@ std::vector<std::string> WrappedCalls::violations() {
     return recorded(&Records::violations);
 }
 
+static int failWith(int error) {
+    errno = error;
+    return -1;
+}
+
 extern "C" {
 
 int __real_fsync(int);
@@ -92,17 +99,36 @@ int __wrap_fsync(int descriptor) {
         readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof(path));
     const std::string file(path, static_cast<size_t>(length < 0 ? 0 : length));
     record([&](Records& r) { r.flushesAndRenames.push_back("flush " + file); });
-    if (!file.empty() && file == WrappedCalls::get().unflushable) {
-        errno = EIO;
-        return -1;
+    struct stat status = {};
+    const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+    const int error = isFolder ? WrappedCalls::get().folderFlushError : WrappedCalls::get().flushError;
+    return error != 0 ? failWith(error) : __real_fsync(descriptor);
+}
+
+int __real_flock(int, int);
+int __wrap_flock(int descriptor, int operation) {
+    if (WrappedCalls::get().lockError != 0) {
+        return failWith(WrappedCalls::get().lockError);
     }
-    return __real_fsync(descriptor);
+    if (WrappedCalls::get().locksNeedWriting && (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY) {
+        return failWith(EBADF);
+    }
+    return __real_flock(descriptor, operation);
+}
+
+int __real_fsetxattr(int, const char*, const void*, size_t, int);
+int __wrap_fsetxattr(int descriptor, const char* name, const void* value, size_t size, int flags) {
+    const int error = WrappedCalls::get().accessListError;
+    return error != 0 && strcmp(name, "system.posix_acl_access") == 0
+               ? failWith(error)
+               : __real_fsetxattr(descriptor, name, value, size, flags);
 }
 
 int __real_rename(const char*, const char*);
 int __wrap_rename(const char* from, const char* to) {
     record([&](Records& r) { r.flushesAndRenames.push_back(std::string("rename ") + from + " " + to); });
-    return __real_rename(from, to);
+    const int error = WrappedCalls::get().renameError;
+    return error != 0 ? failWith(error) : __real_rename(from, to);
 }
 
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);

@@ -17,8 +17,13 @@ struct WrappedCalls {
     bool sleepAtOnce = false;
     bool entryTypesHidden = false; // of readdir: as on file systems that do not tell them
 
-    // fsync of the descriptor whose file has this path: fails with EIO. Empty means none.
-    std::string unflushable;
+    // The errno that these fail with. fsync: of a file, of a folder; fsetxattr: of an access list.
+    int flushError = 0;
+    int folderFlushError = 0;
+    int renameError = 0;
+    int lockError = 0;
+    int accessListError = 0;
+    bool locksNeedWriting = false; // flock: EBADF for a descriptor that only reads, as on NFS
 
     // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.
     std::string executablePath;

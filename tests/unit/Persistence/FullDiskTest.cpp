@@ -6,6 +6,7 @@
 #include "Dictionary.h"
 #include "FileDescriptor.h"
 #include "FileReplacement.h"
+#include "FilesBeside.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 #include "TraceCapture.h"
@@ -69,7 +70,7 @@ TEST_F(FullDiskTest, TextParametersKeepTheirOldContentWhole) {
     fill();
     EXPECT_FALSE(store.writeParam("b", "2")) << "not one block left";
     EXPECT_EQ(old, readFile(file));
-    EXPECT_FALSE(exists(file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
     makeRoom();
     EXPECT_TRUE(store.writeParam("b", "2"));
     EXPECT_EQ(old + "b=2\n", readFile(file));
@@ -91,7 +92,7 @@ TEST_F(FullDiskTest, BinaryParametersKeepTheirOldContentWhole) {
     fill();
     EXPECT_FALSE(store.writeUnformattedParam("b", "2", 1)) << "not one block left";
     EXPECT_EQ(record("a", data), readFile(file));
-    EXPECT_FALSE(exists(file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
     makeRoom();
     EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
     EXPECT_EQ(record("a", data) + record("b", "2"), readFile(file));
@@ -123,7 +124,7 @@ TEST_F(FullDiskTest, ADictionaryKeepsItsOldFileWholeAndIsDeliberatelySilent) {
     fill();
     EXPECT_NO_THROW(small.saveToFile(file));
     EXPECT_EQ(old, readFile(file));
-    EXPECT_FALSE(exists(file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
     EXPECT_FALSE(contains(trace.text(), ">> [E]"));
 }
 
@@ -168,7 +169,7 @@ TEST_F(FullDiskTest, AFileThatIsAMountPointIsWrittenInPlace) {
     ASSERT_EQ(0, mount((m_folder / "mounted").c_str(), file.c_str(), nullptr, MS_BIND, nullptr));
     EXPECT_TRUE(FileReplacement::replace(file, "new"));
     EXPECT_EQ("new", readFile(m_folder / "mounted"));
-    EXPECT_FALSE(exists(file + ".new"));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
 }
 
 TEST_F(FullDiskTest, AWritableFileInAReadOnlyFileSystemIsWrittenInPlace) {

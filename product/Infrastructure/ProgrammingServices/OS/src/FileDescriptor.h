@@ -2,8 +2,9 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <string>
 #include <string_view>
-#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -33,27 +34,31 @@ private:
     int m_descriptor = -1;
 };
 
+/// Opens a file with the access that this user has: to read and write it, else one of the two. For uses that
+/// need no certain one, such as locks, although those of network file systems ask for the right to write.
+/// @param flags  more flags for open(2)
+FileDescriptor openWithSomeAccess(const std::string& path, int flags);
+
+/// Whether the open file is the one that stands at `path` now.
+bool isStillAt(const std::string& path, int descriptor);
+
+/// Gives an open file of this user the owner and group of another, as far as this user may: only the
+/// superuser may give a file away, but the group can be set by its members.
+void keepOwner(int descriptor, const struct stat& other);
+
+/// Whether the error says that the file system does not know an operation at all (a lock, a flush, a rename
+/// over a file), as some network file systems do, and some that are run by ordinary programs.
+bool isUnsupported(int error);
+
 /// Whether the error says that this user can put no new file into the folder, beside the file that was meant
 /// or in its place: the folder may not be written, is read-only around a writable file, has no room for the
-/// longer name or holds a foreign link under it, or a file system is mounted on the file. Any other error (no
-/// descriptor or no room left) may be gone for the next user.
-inline bool forbidsNewFile(int error) {
-    return error == EPERM || error == EACCES || error == EROFS || error == EBUSY || error == ELOOP ||
-           error == ENAMETOOLONG;
-}
+/// longer name or holds a foreign link under it, a file system is mounted on the file, or the file system can
+/// make no such file or not rename it over another. Any other error (no descriptor or no room left) may be
+/// gone for the next user.
+bool forbidsNewFile(int error);
 
-/// Waits for the exclusive advisory lock of an open file. The lock belongs to the open file: it goes when the
-/// last copy of the descriptor is closed, at the latest when the process ends, however it ends.
-inline bool lockExclusively(int descriptor) {
-    int result = 0;
-    do {
-        result = flock(descriptor, LOCK_EX);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
-/// Writes all of the text, however many calls that takes. Returns the number of bytes that were written;
-/// errno tells why they are fewer than the text has. Fit for a signal handler.
+/// Writes all of the text, however many calls that takes. Returns the number of bytes that were written; errno
+/// tells why they are fewer than the text has. Fit for a signal handler.
 inline std::size_t writeFully(int descriptor, std::string_view text) {
     std::size_t written = 0;
     while (written < text.size()) {

@@ -2,43 +2,141 @@
 
 #include "PathBeside.h"
 
+#include <atomic>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+
+using std::chrono::duration_cast;
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
 
 namespace {
 
-// Read-only is enough for a lock, and lets every user take one that another user has made.
-const int OPEN_FLAGS = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+thread_local const FileLock* innermost = nullptr;
 
-bool isStillAt(const std::string& path, int descriptor) {
-    struct stat opened;
-    struct stat named;
-    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
-}
+const int OPEN_FLAGS = O_NONBLOCK | O_NOFOLLOW;
 
-/// The lock of the file itself. While this process waited for it, the file may have been replaced.
-FileDescriptor lockItself(const std::string& path) {
-    for (;;) {
-        FileDescriptor file(open(path.c_str(), OPEN_FLAGS));
-        if (!file.isOpen() || !lockExclusively(file.get())) {
-            return FileDescriptor();
+const int TRIES = 100; // others may make or remove it at the same moment, but not again and again
+
+/// Opens the lock file, and makes it where it is missing. Two steps, because a system may refuse to open
+/// another user's file in a shared folder when the call could have made it.
+/// @return an empty owner: errno says why, and `isClosedToUser` that it is there and not for this user
+FileDescriptor openLockFile(const std::string& path, bool& isClosedToUser) {
+    FileDescriptor file;
+    for (int i = 0; i < TRIES && !file.isOpen(); ++i) {
+        file = openWithSomeAccess(path, OPEN_FLAGS);
+        isClosedToUser = !file.isOpen() && (errno == EACCES || errno == EPERM);
+        if (file.isOpen() || errno != ENOENT) {
+            break;
         }
-        if (isStillAt(path, file.get())) {
-            return file;
+        file = FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | OPEN_FLAGS | O_CLOEXEC, 0666));
+        if (errno != EEXIST) {
+            break;
         }
     }
+    return file;
+}
+
+/// For how long this process has held locks since it last let others in, in microseconds.
+std::atomic<long long> held{0};
+const long long FAIR_SHARE = 20000;
+
+/// A process that takes its lock again as soon as it has given it back would keep all others out: nobody
+/// hands a lock on, and those who wait look for it from time to time. Of four that wrote without pause, one
+/// waited in vain for 5 seconds. So a process that has had its share lets them in first, 2 percent of its
+/// time at most.
+void takeTurns() {
+    if (held >= FAIR_SHARE) {
+        held = 0;
+        LockWait::letOthersIn();
+    }
+}
+
+/// Who came before the lock file was made, and could not make it, holds the lock of the file itself.
+LockResult waitForOwnLock(const std::string& path, LockWait& wait) {
+    const FileDescriptor file = openWithSomeAccess(path, O_NONBLOCK);
+    const bool isBusy = file.isOpen() && wait.take(file.get(), LOCK_SH) == LockResult::BUSY;
+    return isBusy ? LockResult::BUSY : LockResult::HELD;
 }
 
 } // namespace
 
 FileLock::FileLock(const std::string& path)
-    : m_file(open(pathBeside(path, ".lock").c_str(), OPEN_FLAGS | O_CREAT | O_NOFOLLOW, 0666)) {
-    if (m_file.isOpen()) {
-        if (!lockExclusively(m_file.get())) {
-            m_file = FileDescriptor();
-        }
-    } else if (forbidsNewFile(errno)) { // else the next user might make the lock file, and hold another lock
-        m_file = lockItself(path);
+    : m_result(take(path)), m_outer(innermost), m_since(steady_clock::now()) {
+    if (!isHeld()) {
+        m_file = FileDescriptor();
     }
+    innermost = this;
+}
+
+FileLock::~FileLock() {
+    innermost = m_outer;
+    held += duration_cast<microseconds>(steady_clock::now() - m_since).count();
+}
+
+LockResult FileLock::take(const std::string& path) {
+    takeTurns();
+    const std::string lockPath = pathBeside(path, ".lock");
+    LockWait wait;
+    for (;;) {
+        bool isClosedToUser = false;
+        m_file = openLockFile(lockPath, isClosedToUser);
+        if (m_file.isOpen()) {
+            letOthersTakeIt(path);
+            const LockResult result = wait.take(m_file.get(), LOCK_EX);
+            return result == LockResult::HELD ? waitForOwnLock(path, wait) : result;
+        }
+        // Else the next user might make the lock file, or take its lock, and this one would hold another.
+        if (isClosedToUser || !forbidsNewFile(errno)) {
+            return LockResult::FAILED;
+        }
+        m_file = openWithSomeAccess(path, O_NONBLOCK);
+        if (!m_file.isOpen()) {
+            return LockResult::FAILED;
+        }
+        const LockResult result = wait.take(m_file.get(), LOCK_EX);
+        if (result != LockResult::HELD) {
+            return result;
+        }
+        // Meanwhile the file may have been replaced, or the lock file made by somebody who can.
+        m_isOwn = isStillAt(path, m_file.get()) && !openWithSomeAccess(lockPath, OPEN_FLAGS).isOpen();
+        if (m_isOwn) {
+            return result;
+        }
+    }
+}
+
+/// Gives the lock file the mode and the group of the file, as far as this user may.
+void FileLock::letOthersTakeIt(const std::string& path) const {
+    struct stat file;
+    struct stat lock;
+    if (stat(path.c_str(), &file) != 0 || fstat(m_file.get(), &lock) != 0) {
+        return;
+    }
+    // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
+    if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0) {
+        return;
+    }
+    // Who may only write the file has to open the lock file all the same.
+    const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
+    if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0)) {
+        keepOwner(m_file.get(), file);
+    }
+    if ((lock.st_mode & 0777) != mode) {
+        fchmod(m_file.get(), mode);
+    }
+}
+
+bool FileLock::isOwnLockHeldOf(int descriptor) {
+    for (const FileLock* lock = innermost; lock != nullptr; lock = lock->m_outer) {
+        struct stat locked;
+        struct stat asked;
+        if (lock->isHeld() && lock->m_isOwn && fstat(lock->m_file.get(), &locked) == 0 &&
+            fstat(descriptor, &asked) == 0 && locked.st_ino == asked.st_ino &&
+            locked.st_dev == asked.st_dev) {
+            return true;
+        }
+    }
+    return false;
 }
