@@ -1,5 +1,6 @@
 #include "FileReplacement.h"
 
+#include "FileAttributes.h"
 #include "FileDescriptor.h"
 #include "FileLock.h"
 #include "LockWait.h"
@@ -193,9 +194,15 @@ private:
 };
 
 /// After the content, so that who may not read the old file cannot read it under the new one's first mode.
-void keepModeAndOwner(const struct stat& old, int descriptor) {
+void keepAttributes(const std::string& path, const struct stat& old, int descriptor) {
     keepOwner(descriptor, old);
-    fchmod(descriptor, old.st_mode & 07777);
+    const FileDescriptor oldFile = openWithSomeAccess(path, O_NONBLOCK);
+    mode_t mode = old.st_mode & 07777;
+    // The group's bits of a file with an access list are the most that the list gives to anybody.
+    if (oldFile.isOpen() && !copyAttributes(oldFile.get(), descriptor)) {
+        mode &= ~static_cast<mode_t>(S_IRWXG);
+    }
+    fchmod(descriptor, mode);
 }
 
 bool writeBeside(const std::string& path, const struct stat* old, std::string_view content, unsigned& lacks) {
@@ -205,7 +212,7 @@ bool writeBeside(const std::string& path, const struct stat* old, std::string_vi
         return false;
     }
     if (old != nullptr) {
-        keepModeAndOwner(*old, beside.get());
+        keepAttributes(path, *old, beside.get());
     }
     if (!flush(beside.get(), lacks) || !beside.renameTo(path)) {
         return false;

@@ -23,9 +23,9 @@ enum Lack : unsigned {
 /// that fails, the file beside is removed; one that a killed process left, by the next replacement of the
 /// same file: a regular file of this user under such a name, with one link, that nobody has locked.
 ///
-/// The file keeps its mode (and its owner, where the process may set it); a new file gets 0666 less the
-/// process's mask. A symbolic link is followed: what it points to is replaced. Other hard links to the file
-/// keep the old content.
+/// The file keeps its mode, its extended attributes and access list (and its owner, where the process may set
+/// it); a new file gets 0666 less the process's mask. A symbolic link is followed: what it points to is
+/// replaced. Other hard links to the file keep the old content.
 ///
 /// Where the folder does not let this process make or rename a file (it may not be written, it is read-only
 /// around a writable file, the file is a mount point, the file system has no such rename), the file is
