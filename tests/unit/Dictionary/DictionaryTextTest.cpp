@@ -1,14 +1,18 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
+#include "FilesBeside.h"
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
+#include "LockWait.h"
 #include "OtherProcess.h"
 #include "TraceCapture.h"
 
 #include <climits>
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -96,7 +100,19 @@ TEST(DictionarySave, ReplacesTheFileAsAWholeForWhoReadsItMeanwhile) {
     struct stat status = {};
     ASSERT_EQ(stat((folder / "list").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0640u);
-    EXPECT_NE(access((folder / "list.new").c_str(), F_OK), 0);
+    EXPECT_THAT(filesBeside(folder / "list"), IsEmpty());
+}
+
+TEST(DictionarySave, WritesToAPipeThroughADescriptor) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    example().saveToFile("/dev/fd/" + std::to_string(ends[1]));
+    close(ends[1]);
+    char text[4096];
+    const ssize_t length = read(ends[0], text, sizeof text);
+    close(ends[0]);
+    EXPECT_EQ(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))),
+              std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
 }
 
 TEST(DictionarySave, FollowsALink) {
@@ -120,6 +136,26 @@ TEST(DictionarySave, LeavesTheOldFileWholeWhereTheNewOneFindsNoRoom) {
         return true;
     }));
     EXPECT_EQ(readFile(folder / "list"), "before");
+}
+
+TEST(DictionaryLoad, DoesNotMeetAFileThatIsBeingWrittenInPlace) {
+    const TemporaryFolder folder;
+    example().saveToFile(folder / "list");
+    const int writer = open((folder / "list").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(writer, LOCK_EX), 0);
+    EXPECT_TRUE(inAnotherProcess([&] {
+        LockWait::setLongest(std::chrono::seconds(0));
+        Dictionary dictionary;
+        try {
+            dictionary.loadFromFile(folder / "list");
+        } catch (const KFDictionaryFileException&) {
+            return true;
+        }
+        return false;
+    }));
+    close(writer);
+    Dictionary dictionary;
+    EXPECT_NO_THROW(dictionary.loadFromFile(folder / "list"));
 }
 
 // Deliberate: the caller learns nothing.

@@ -1,20 +1,43 @@
 #include "AppDataPersistence.h"
 
 #include "LargestAllocation.h"
+#include "LockWait.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 #include "TraceCapture.h"
 
 #include <climits>
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 using testing::HasSubstr;
 using testing::Not;
 
+static int lockError = 0; // the errno that flock fails with
+
+extern "C" int __real_flock(int, int);
+extern "C" int __wrap_flock(int descriptor, int operation) {
+    if (lockError != 0) {
+        errno = lockError;
+        return -1;
+    }
+    return __real_flock(descriptor, operation);
+}
+
 namespace {
+
+/// How often a text holds another.
+int countOf(const std::string& part, const std::string& text) {
+    int count = 0;
+    for (size_t i = text.find(part); i != std::string::npos; i = text.find(part, i + 1)) {
+        ++count;
+    }
+    return count;
+}
 
 class AppDataPersistenceTest : public StoreTest {
 protected:
@@ -41,6 +64,17 @@ TEST_F(AppDataPersistenceTest, MakesTheFamilysAndTheScopesFolderButNoFile) {
     struct stat status;
     EXPECT_EQ(0, stat((m_folder / "user/Ferrow/Zevo").c_str(), &status));
     EXPECT_NE(0, stat(m_file.c_str(), &status));
+}
+
+TEST_F(AppDataPersistenceTest, AWriteFailsAndMakesNothingInAHomeThatDoesNotExist) {
+    EXPECT_TRUE(inAnotherProcess([this] {
+        unsetenv("XDG_DATA_HOME");
+        setenv("HOME", (m_folder / "missing/home").c_str(), 1);
+        AppDataPersistence store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
+        std::string value;
+        return !store.readParam("a", value) && !store.writeParam("a", "1") &&
+               access((m_folder / "missing").c_str(), F_OK) != 0;
+    }));
 }
 
 TEST_F(AppDataPersistenceTest, LinesAreInTheOrderOfTheirNames) {
@@ -307,6 +341,48 @@ TEST_F(AppDataPersistenceTest, AFileReachedThroughALinkIsReplacedWhereItLies) {
     ASSERT_EQ(0, symlink((m_folder / "real.dat").c_str(), m_file.c_str()));
     EXPECT_TRUE(m_store.writeParam("b", "2"));
     EXPECT_EQ("a=1\nb=2\n", readFile(m_folder / "real.dat"));
+}
+
+// ---- Locks
+
+TEST_F(AppDataPersistenceTest, WithoutLocksItIsWrittenAllTheSameAndTracedOnce) {
+    EXPECT_TRUE(inAnotherProcess([this] { // told once in a process
+        lockError = ENOLCK;
+        const TraceCapture trace;
+        const bool written = m_store.writeParam("a", "1") && m_store.writeParam("b", "2");
+        return written && countOf("Parameter file '" + m_file + "' : no locks here", trace.text()) == 1;
+    }));
+    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+}
+
+TEST_F(AppDataPersistenceTest, ALockThatSomebodyElseKeepsIsFalseAndTraced) {
+    m_store.writeParam("a", "1");
+    const int other = open((m_file + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(0, flock(other, LOCK_EX));
+    EXPECT_TRUE(inAnotherProcess([this] {
+        LockWait::setLongest(std::chrono::seconds(0));
+        const TraceCapture trace;
+        return !m_store.writeParam("b", "2") &&
+               countOf("Cannot lock parameter file '" + m_file + "' : somebody else has kept it locked",
+                       trace.text()) == 1;
+    }));
+    EXPECT_EQ("1", read("a")) << "who reads does not wait for who replaces the file";
+    close(other);
+    EXPECT_TRUE(m_store.writeParam("b", "2"));
+}
+
+TEST_F(AppDataPersistenceTest, AReaderDoesNotMeetAFileThatIsBeingWrittenInPlace) {
+    m_store.writeParam("a", "1");
+    const int writer = open(m_file.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(0, flock(writer, LOCK_EX));
+    EXPECT_TRUE(inAnotherProcess([this] {
+        LockWait::setLongest(std::chrono::seconds(0));
+        const TraceCapture trace;
+        return read("a") == "(none)" &&
+               countOf("Cannot read parameter file '" + m_file + "'", trace.text()) == 1;
+    }));
+    close(writer);
+    EXPECT_EQ("1", read("a"));
 }
 
 } // namespace

@@ -83,7 +83,7 @@ bool PersistenceFile::read(std::string& content) const {
         return true;
     }
     const bool isRead = whileMemoryLasts([&] {
-        if (file.isOpen() && readAll(file.get(), content)) {
+        if (file.isOpen() && FileReplacement::waitUntilWhole(file.get()) && readAll(file.get(), content)) {
             return true;
         }
         TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));
@@ -97,9 +97,11 @@ bool PersistenceFile::read(std::string& content) const {
 
 bool PersistenceFile::write(const std::string& content) const {
     TRACE_METHOD();
+    unsigned lacks = 0;
     if (content.size() > MAX_SIZE) {
         errno = EFBIG;
-    } else if (FileReplacement::replace(m_path, content)) {
+    } else if (FileReplacement::replace(m_path, content, &lacks)) {
+        traceLacks(lacks);
         return true;
     }
     TRACE_MESSAGE(MSG_ERROR, "Cannot write parameter file '%s' : %s", m_path.c_str(), strerror(errno));
@@ -109,7 +111,17 @@ bool PersistenceFile::write(const std::string& content) const {
 bool PersistenceFile::whileLocked(const std::function<bool()>& action) const {
     TRACE_METHOD();
     const FileLock lock(m_path);
-    if (!lock.isHeld()) {
+    switch (lock.getResult()) {
+    case LockResult::HELD:
+        break;
+    case LockResult::UNSUPPORTED: // nobody has one
+        traceLacks(FileReplacement::NO_LOCK);
+        break;
+    case LockResult::BUSY:
+        TRACE_MESSAGE(MSG_ERROR, "Cannot lock parameter file '%s' : somebody else has kept it locked",
+                      m_path.c_str());
+        return false;
+    case LockResult::FAILED:
         TRACE_MESSAGE(MSG_ERROR, "Cannot lock parameter file '%s' : %s", m_path.c_str(), strerror(errno));
         return false;
     }
@@ -125,6 +137,13 @@ bool PersistenceFile::whileMemoryLasts(const std::function<bool()>& action) cons
     }
     TRACE_MESSAGE(MSG_ERROR, "Not enough memory for parameter file '%s'", m_path.c_str());
     return false;
+}
+
+void PersistenceFile::traceLacks(unsigned lacks) const {
+    TRACE_METHOD();
+    for (const char* const text : FileReplacement::takeUntold(lacks)) {
+        TRACE_MESSAGE(MSG_WARNING, "Parameter file '%s' : %s", m_path.c_str(), text);
+    }
 }
 
 bool PersistenceFile::exists() const {

@@ -10,7 +10,8 @@
 ///
 /// Nothing is held in memory: several stores and processes see each other's writes at the next access. A
 /// write replaces the file as a whole (FileReplacement) and holds the file's lock (FileLock) from the read to
-/// the replacement. Reading takes no lock, since a reader always meets a whole file. Thread: any.
+/// the replacement. Reading waits for nobody but who has to write in place, since a reader meets a whole file
+/// otherwise. Thread: any.
 class PersistenceFile {
 public:
     /// Computes the path base + "/Ferrow/" + scope + "/" + domain + suffix, and creates the "Ferrow" and the
@@ -24,8 +25,9 @@ public:
     const std::string& getPath() const { return m_path; }
 
     /// Reads the whole file. A missing file is an empty one.
-    /// @return false, with the reason traced, when there is a file and it cannot be read, or has 2 GB and
-    ///         more, or does not fit into memory: who writes then would lose what it holds
+    /// @return false, with the reason traced, when there is a file and it cannot be read, is being written in
+    ///         place for 5 seconds, has 2 GB and more, or does not fit into memory: who writes then would lose
+    ///         what it holds
     bool read(std::string& content) const;
 
     /// Replaces the file. @return false, with the reason traced, when that failed (2 GB and more always do);
@@ -33,8 +35,8 @@ public:
     bool write(const std::string& content) const;
 
     /// Runs `action` while this store alone may write the file.
-    /// @return the action's result; false, with the reason traced, when the lock cannot be had or when memory
-    ///         runs out
+    /// @return the action's result; false, with the reason traced, when the lock cannot be had within 5
+    ///         seconds or when memory runs out. Where the file system has no locks, the action runs without one.
     bool whileLocked(const std::function<bool()>& action) const;
 
     /// Runs `action`, which holds the file's content in memory. @return the action's result; false, with the
@@ -45,5 +47,8 @@ public:
     bool exists() const;
 
 private:
+    /// Traces what the file system could not do (FileReplacement::Lack), each once in this process.
+    void traceLacks(unsigned lacks) const;
+
     std::string m_path;
 };

@@ -11,6 +11,8 @@
 
 #include <cstdint>
 #include <fcntl.h>
+#include <typeinfo>
+#include <utility>
 
 // The text form: the line-oriented reader and writer, and the files.
 
@@ -78,8 +80,11 @@ void Dictionary::saveToFile(const std::string& path) {
     std::string indent;
     askToMarshall(*this, indent, text);
     text.append(PLIST_END);
+    unsigned lacks = 0;
     // Silent in failure, deliberately: the caller learns nothing, and an existing file stays as it is.
-    static_cast<void>(FileReplacement::replace(path, text.view()));
+    static_cast<void>(FileReplacement::replace(path, text.view(), &lacks));
+    for (const char* const lack : FileReplacement::takeUntold(lacks))
+        TRACE_MESSAGE(MSG_WARNING, "File %s : %s", path.c_str(), lack);
 }
 
 // ---- Reading
@@ -192,7 +197,10 @@ private:
 
 void Dictionary::loadFromFile(const std::string& path) {
     TRACE_METHOD();
-    LineCursor lines(FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)));
+    FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.isOpen() && !FileReplacement::waitUntilWhole(file.get()))
+        file = FileDescriptor();
+    LineCursor lines(std::move(file));
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
     std::string body; // of a subclass, which reads it out of a stream

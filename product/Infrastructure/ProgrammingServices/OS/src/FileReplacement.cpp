@@ -4,6 +4,7 @@
 #include "FileDescriptor.h"
 #include "FileLock.h"
 #include "LockWait.h"
+#include "PathBeside.h"
 
 #include <atomic>
 #include <cerrno>
@@ -97,7 +98,9 @@ void flushFolder(const std::string& folder) {
 /// What the names of the files beside `path` begin with, folder included.
 std::string stemOf(const std::string& path) {
     const std::string folder = folderPrefix(path);
-    return folder + "." + path.substr(folder.size()) + ".";
+    const std::string hidden = folder + "." + path.substr(folder.size());
+    const std::string whole = pathBeside(hidden, "." + std::string(SUFFIX_LENGTH, '0'));
+    return whole.substr(0, whole.size() - SUFFIX_LENGTH);
 }
 
 /// Digits that no other call gives, of this process or another. They need not be hard to guess: a name that
