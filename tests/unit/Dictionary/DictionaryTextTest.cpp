@@ -21,6 +21,17 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
+static int flushError = 0; // the errno that fsync fails with
+
+extern "C" int __real_fsync(int);
+extern "C" int __wrap_fsync(int descriptor) {
+    if (flushError != 0) {
+        errno = flushError;
+        return -1;
+    }
+    return __real_fsync(descriptor);
+}
+
 static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
 static const char SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
 
@@ -113,6 +124,20 @@ TEST(DictionarySave, WritesToAPipeThroughADescriptor) {
     close(ends[0]);
     EXPECT_EQ(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))),
               std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+}
+
+TEST(DictionarySave, TracesOnceWhatTheFileSystemLacks) {
+    const TemporaryFolder folder;
+    EXPECT_TRUE(inAnotherProcess([&] { // told once in a process
+        flushError = EINVAL;
+        TraceCapture trace;
+        example().saveToFile(folder / "list");
+        const std::string text = trace.text();
+        example().saveToFile(folder / "other");
+        return text.find("File " + (folder / "list") + " : no flush here") != std::string::npos &&
+               trace.text().find("File " + (folder / "other") + " : no") == std::string::npos;
+    }));
+    EXPECT_EQ(readFile(folder / "other"), std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
 }
 
 TEST(DictionarySave, FollowsALink) {
