@@ -261,6 +261,20 @@ TEST_F(FileReplacementTest, WritesToANamedPipe) {
     EXPECT_EQ(0, read(reader.get(), text, sizeof text)) << "the writer is gone";
 }
 
+TEST_F(FileReplacementTest, NoticesThatAPipesReaderIsGone) {
+    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    std::thread reader([this] {
+        const FileDescriptor end(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+        char byte = 0;
+        EXPECT_EQ(1, read(end.get(), &byte, 1));
+    });
+    EXPECT_TRUE(inAnotherProcess([this] {
+        signal(SIGPIPE, SIG_IGN);
+        return !FileReplacement::replace(m_file, std::string(1000000, 'n')) && errno == EPIPE;
+    }));
+    reader.join();
+}
+
 TEST_F(FileReplacementTest, WritesToATerminalThroughADescriptor) {
     const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
     ASSERT_EQ(0, grantpt(terminal.get()));
