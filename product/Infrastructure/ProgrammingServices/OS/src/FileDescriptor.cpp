@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <initializer_list>
+#include <sys/stat.h>
 
 namespace {
 
@@ -30,9 +31,8 @@ bool isStillAt(const std::string& path, int descriptor) {
            opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
 }
 
-void keepOwner(int descriptor, const struct stat& other) {
-    if (fchown(descriptor, other.st_uid, other.st_gid) != 0 &&
-        fchown(descriptor, static_cast<uid_t>(-1), other.st_gid) != 0) {
+void keepOwner(int descriptor, uid_t owner, gid_t group) {
+    if (fchown(descriptor, owner, group) != 0 && fchown(descriptor, static_cast<uid_t>(-1), group) != 0) {
         errno = 0; // the writer owns it from now on
     }
 }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 #include <utility>
 
@@ -42,9 +42,9 @@ FileDescriptor openWithSomeAccess(const std::string& path, int flags);
 /// Whether the open file is the one that stands at `path` now.
 bool isStillAt(const std::string& path, int descriptor);
 
-/// Gives an open file of this user the owner and group of another, as far as this user may: only the
-/// superuser may give a file away, but the group can be set by its members.
-void keepOwner(int descriptor, const struct stat& other);
+/// Gives an open file of this user that owner and group, as far as this user may: only the superuser may give
+/// a file away, but the group can be set by its members.
+void keepOwner(int descriptor, uid_t owner, gid_t group);
 
 /// Whether the error says that the file system does not know an operation at all (a lock, a flush, a rename
 /// over a file), as some network file systems do, and some that are run by ordinary programs.

@@ -121,7 +121,7 @@ void FileLock::letOthersTakeIt(const std::string& path) const {
     // Who may only write the file has to open the lock file all the same.
     const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
     if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0)) {
-        keepOwner(m_file.get(), file);
+        keepOwner(m_file.get(), file.st_uid, file.st_gid);
     }
     if ((lock.st_mode & 0777) != mode) {
         fchmod(m_file.get(), mode);

@@ -198,7 +198,7 @@ private:
 
 /// After the content, so that who may not read the old file cannot read it under the new one's first mode.
 void keepAttributes(const std::string& path, const struct stat& old, int descriptor) {
-    keepOwner(descriptor, old);
+    keepOwner(descriptor, old.st_uid, old.st_gid);
     const FileDescriptor oldFile = openWithSomeAccess(path, O_NONBLOCK);
     mode_t mode = old.st_mode & 07777;
     // The group's bits of a file with an access list are the most that the list gives to anybody.
