@@ -52,6 +52,10 @@ bool readAll(int descriptor, std::string& content) {
             return count == 0;
         }
         length += static_cast<size_t>(count);
+        if (length == static_cast<size_t>(status.st_size)) { // all, since there was room for more
+            content.resize(length);
+            return true;
+        }
         if (length == content.size()) {
             content.resize(2 * length); // written to in place meanwhile
         }
