@@ -268,6 +268,32 @@ TEST(CrashRecord, IsWholeWhenTwoThreadsFaultAtOnce) {
     });
 }
 
+// The report registers it under its number.
+TEST(CrashRecord, IsWholeOnAThreadThatHasNeverTraced) {
+    Process process([](const TemporaryFolder&) { std::thread(touchAForbiddenPage).join(); });
+    process.expectWholeRecord("SIGNAL_SEGMENTATION_FAULT|SIGNAL_BUS_ERROR");
+    EXPECT_THAT(process.trace(),
+                testing::ContainsRegex("\\[th_[-0-9]+ *\\]\\[th_[-0-9]+ *\\]    \\[1\\] SIGNAL_FILTER\n"));
+}
+
+static void callDeeply(int depth) {
+    TRACE_FUNCTION("deep");
+    if (depth > 1)
+        callDeeply(depth - 1);
+    else
+        raise(11);
+}
+
+// The memory of the stack of calls doubles when it is full: the report's own call must fit in all the same.
+TEST(CrashRecord, IsWholeHoweverDeepTheCallsAre) {
+    for (const int depth : {28, 29, 30, 31, 32, 60, 61, 62, 63, 64, 1000}) {
+        Process process([depth](const TemporaryFolder&) { callDeeply(depth); });
+        process.expectWholeRecord();
+        EXPECT_THAT(process.trace(), HasSubstr("    [" + std::to_string(depth + 2) + "] SIGNAL_FILTER\n"));
+        EXPECT_THAT(process.trace(), HasSubstr("    [" + std::to_string(depth + 1) + "] deep\n"));
+    }
+}
+
 TEST(CrashRecord, IsWholeWhenAThreadKeepsTheTracersLock) {
     Process process([](const TemporaryFolder&) {
         static std::atomic<bool> isHeld{false};
