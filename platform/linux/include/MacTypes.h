@@ -1,6 +1,6 @@
 #pragma once
 
-// The elementary types that every framework header builds on. Widths follow the target's headers: a UInt32 is
+// The elementary types that every framework header builds on. Widths follow macOS's headers: a UInt32 is
 // an unsigned long where long has 32 bits, so that a printf format that is wrong on one host is wrong on
 // both.
 

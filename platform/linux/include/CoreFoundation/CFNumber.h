@@ -40,5 +40,5 @@ CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
 /// Stores the value as the type named. When that loses something, stores the nearest value there is and
 /// returns FALSE.
 CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
-/// By value, whatever the types. `context` is ignored, as on the target.
+/// By value, whatever the types. `context` is ignored, as on macOS.
 CF_EXPORT CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void* context);

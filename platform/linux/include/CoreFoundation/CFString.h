@@ -49,7 +49,7 @@ CF_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, con
 CF_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef allocator, CFStringRef text);
 
 /// printf's conversions, with `%@` for an object of this framework (borrowed; NULL prints "(null)").
-/// Positional arguments are not supported; `%n` stores nothing. `formatOptions` is ignored, as on the target.
+/// Positional arguments are not supported; `%n` stores nothing. `formatOptions` is ignored, as on macOS.
 CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator,
                                                const LinuxPlatform::Dictionary* formatOptions,
                                                CFStringRef format, ...);

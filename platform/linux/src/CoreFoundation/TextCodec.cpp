@@ -208,7 +208,7 @@ std::optional<std::u16string> DecodeText(std::string_view bytes, CFStringEncodin
     const TextEncoding* known = FindEncoding(encoding);
     if (!known)
         return std::nullopt;
-    // The target reads an "ASCII" byte above 0x7F as the Unicode character of that number: that is ISO
+    // macOS reads an "ASCII" byte above 0x7F as the Unicode character of that number: that is ISO
     // Latin-1.
     if (encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1)
         return Widen(bytes);

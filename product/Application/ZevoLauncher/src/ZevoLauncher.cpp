@@ -136,7 +136,7 @@ void ZevoLauncher::onResumeStandbyMode() {
 }
 
 // The Process Manager, the File Manager and this call of Launch Services are deprecated since macOS 10.8 to
-// 10.10. They are what the first target, 32-bit macOS, has, and later systems still carry them.
+// 10.10. They are what 32-bit macOS has, and later systems still carry them.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
