@@ -2,8 +2,7 @@
 //
 //   marker-off      no tracer, or a disabled one ("zevo-with-tracer")
 //   marker-on       by calls: entry and exit line of each (20 filter patterns, depth 10, clock), from the
-//   first
-//                   call until the last line is in the file
+//                   first call until the last line is in the file
 //   marker-hidden   the same for a call that the filters hide
 //
 // The tracer has written as many calls before, so that its memory is there; that of "zevo-first-burst" is

@@ -12,8 +12,7 @@ public:
     virtual bool writeUnformattedParam(const std::string& name, const char* data, int size) = 0;
 
     /// @return a new copy of the block, which the caller frees with delete[], and its size in bytes in
-    /// `size`;
-    ///         null, with `size` untouched, when there is none. A block of size 0 is not null.
+    ///         `size`; null, with `size` untouched, when there is none. A block of size 0 is not null.
     virtual char* readUnformattedParam(const std::string& name, int& size) = 0;
 
     /// Removes every block.

@@ -25,9 +25,8 @@ class ThreadTracer;
 //   TRACE_COPY_CONSTRUCTOR("Class")    the same, shown as Class::copyconstructor
 //   TRACE_DESTRUCTOR("Class")          also uncounts it
 //   TRACE_MESSAGE(type, "format", ...) a line inside the call, checked by the compiler as a printf format.
-//   The
-//                                      arguments are evaluated only when the line is written; TRACE_MESSAGE
-//                                      may stand unbraced after an if or an else
+//                                      The arguments are evaluated only when the line is written;
+//                                      TRACE_MESSAGE may stand unbraced after an if or an else
 //   TRACE_STREAM(type) << ...          the same as a stream, see TraceStream.h, which is to be included
 //
 // All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.

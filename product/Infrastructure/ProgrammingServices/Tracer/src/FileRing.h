@@ -16,8 +16,7 @@
 ///
 /// The tracer and the logger differ in three points, and on purpose:
 ///  - Where a run begins. The tracer always begins with file 0 and empties it (Tracer::SetFileName). The
-///  logger
-///    continues the newest file of the ring (Logger::SetFileName, FindLastUsedFile here).
+///    logger continues the newest file of the ring (Logger::SetFileName, FindLastUsedFile here).
 ///  - Who asks for a file to be emptied. The tracer does whenever it names one (Tracer::UpdateFileName); for
 ///    the logger it is the drain alone, at a rotation, so that a continued file keeps its lines.
 ///  - What a failed open does to the caller's lock: see Tracer::WriteOnFile and Logger::WriteOnFile.

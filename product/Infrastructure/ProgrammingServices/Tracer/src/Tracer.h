@@ -94,8 +94,7 @@ public:
     // ---- filters
 
     /// Permits the threads that the pattern names; not null, not empty. "*" is all, "Main*" all that begin
-    /// so,
-    /// "*Worker" all that end so.
+    /// so, "*Worker" all that end so.
     void TraceTheThread(const char* threadName);
     /// Permits the calls that the pattern names, for instance "Class::*"; with a leading "-" it hides them,
     /// and then "-*text*" hides every call that contains the text. Not null, not empty.
