@@ -29,24 +29,24 @@ endif()
 # It costs 1 to 2 % of a start. tools/hardening-check looks for it in what was built.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
-foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
-  string(MAKE_C_IDENTIFIER "ZEVO_HAS${flag}" has)
-  set(CMAKE_REQUIRED_FLAGS -Werror) # clang only warns of what it has no use for
-  check_cxx_compiler_flag(${flag} ${has})
-  unset(CMAKE_REQUIRED_FLAGS)
-  if(${has})
-    target_compile_options(zevo_options INTERFACE ${flag})
-  endif()
-endforeach()
-check_linker_flag(CXX -Wl,-z,relro,-z,now,-z,noexecstack ZEVO_HAS_RELRO)
-if(ZEVO_HAS_RELRO)
-  target_link_options(zevo_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
-endif()
-if(NOT ZEVO_SANITIZE) # a sanitizer checks those calls itself
+if(NOT ZEVO_SANITIZE) # a sanitizer checks all this itself, and with guarded frames GCC's misplaces aligned objects
+  foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
+    string(MAKE_C_IDENTIFIER "ZEVO_HAS${flag}" has)
+    set(CMAKE_REQUIRED_FLAGS -Werror) # clang only warns of what it has no use for
+    check_cxx_compiler_flag(${flag} ${has})
+    unset(CMAKE_REQUIRED_FLAGS)
+    if(${has})
+      target_compile_options(zevo_options INTERFACE ${flag})
+    endif()
+  endforeach()
   # It needs an optimising compiler. Some distributions' compilers define it by themselves.
   target_compile_options(zevo_options INTERFACE
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+endif()
+check_linker_flag(CXX -Wl,-z,relro,-z,now,-z,noexecstack ZEVO_HAS_RELRO)
+if(ZEVO_HAS_RELRO)
+  target_link_options(zevo_options INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 endif()
 
 if(ZEVO_SANITIZE)
