@@ -15,11 +15,10 @@ public:
     FlushThread() : KFThread(nullptr) {}
 
     void onTerminate() override;
-    /// As onTerminate(), but it does not wake the thread up: for a signal handler.
-    void letGo() { m_stopped = true; }
-    /// From onTerminate() or letGo() on nothing more is to be written, also by a flush that is under way and
-    /// has waited for a lock meanwhile.
-    bool isStopped() const { return m_stopped; }
+    /// Nothing more is to be written. The thread goes on, so that a signal handler can ask for it.
+    void silence() { m_isSilent = true; }
+    /// Whether a flush is to write nothing, also one that is under way and has waited for a lock meanwhile.
+    bool isSilent() const { return m_isSilent || m_stopped; }
 
 protected:
     void run() override;
@@ -31,4 +30,5 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_wakeUp;
     std::atomic<bool> m_stopped{false};
+    std::atomic<bool> m_isSilent{false};
 };

@@ -291,7 +291,7 @@ void Logger::WriteAtCrash() {
     if (!isHeld && m_ring.isDraining())
         isHeld = acquireWithin(m_lock, CRASH_DRAIN_MILLISECONDS);
     if (m_flushThread != nullptr)
-        m_flushThread->letGo();
+        m_flushThread->silence();
     m_ring.beginReport();
     if (isHeld)
         m_lock.release();

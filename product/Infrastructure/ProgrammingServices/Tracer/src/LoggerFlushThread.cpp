@@ -11,6 +11,6 @@ void LoggerFlushThread::flush() {
     if (m_logger == nullptr)
         return;
     const KFLock lock(m_logger->getLock());
-    if (!isStopped()) // perhaps while this waited
+    if (!isSilent()) // perhaps since this waited
         m_logger->WriteOnFile();
 }

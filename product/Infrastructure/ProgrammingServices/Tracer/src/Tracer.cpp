@@ -437,7 +437,7 @@ void Tracer::BeginReport() {
     m_isLockLost = !acquireWithin(m_lock, REPORT_LOCK_MILLISECONDS);
     m_threadWithoutLock = currentThreadKey();
     if (m_flushThread != nullptr)
-        m_flushThread->letGo();
+        m_flushThread->silence();
     TimeStamp::keepTimeZone();
     m_directWrite = true;
     m_ring.beginReport();

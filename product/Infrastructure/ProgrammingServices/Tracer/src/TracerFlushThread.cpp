@@ -12,6 +12,6 @@ void TracerFlushThread::flush() {
     if (tracer == nullptr)
         return;
     const KFLock lock(tracer->getLock());
-    if (!isStopped()) // perhaps while this waited
+    if (!isSilent()) // perhaps since this waited
         tracer->WriteOnFile();
 }
