@@ -76,12 +76,11 @@ TEST(FlushingThread, MayBeStoppedBeforeItHasStarted) {
 
 class Flushing : public Traced {
 protected:
-    static std::size_t threads() {
-        std::size_t count = 0;
-        const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/task"), &closedir);
-        while (const dirent* entry = readdir(folder.get()))
-            count += entry->d_name[0] != '.' ? 1 : 0;
-        return count;
+    /// Until any flush thread has come round.
+    static void waitForAFlush() {
+        CountingThread clock;
+        clock.start();
+        ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
     }
 };
 
@@ -157,19 +156,17 @@ TEST_F(Flushing, ConfigurationMayBeReadAgain) {
 
 // Its next drain would empty the file that the last one has gone on to.
 TEST_F(Flushing, FinishedTraceIsNotTouchedAgain) {
-    const std::size_t before = threads();
     const std::string path = m_folder / "tracer.cfg";
     writeFile(path, "TRACE_ON\nTRACE_SET_MAX_LINES 2\nTRACE_SET_FILE_NAME trace\n");
     m_tracer.ReadConfigFile(path.c_str());
     for (const char* line : {"1\n", "2\n", "3\n"})
         m_tracer.PrintString(line);
     m_tracer.FinishTracing();
-    EXPECT_TRUE(waitUntil([&] { return threads() == before; })) << "the flush thread goes on";
+    waitForAFlush();
     EXPECT_EQ(file(0) + file(1), "1\n2\n3\n");
 }
 
 TEST_F(Flushing, FinishedLogIsNotTouchedAgain) {
-    const std::size_t before = threads();
     const std::string path = m_folder / "logger.cfg";
     writeFile(path, "LOG_ON\nLOG_SET_MAX_LINES 2\nLOG_SET_FILE_NAME log\n");
     Logger logger;
@@ -178,7 +175,7 @@ TEST_F(Flushing, FinishedLogIsNotTouchedAgain) {
     for (int line = 1; line <= 3; ++line)
         logger.PrintMsg(MSG_ERROR, "%d", line);
     logger.FinishLogging();
-    EXPECT_TRUE(waitUntil([&] { return threads() == before; })) << "the flush thread goes on";
+    waitForAFlush();
     EXPECT_EQ(readFile(m_folder / "log_0.txt") + readFile(m_folder / "log_1.txt"),
               "[ERROR  ] 1\n[ERROR  ] 2\n[ERROR  ] 3\n");
 }

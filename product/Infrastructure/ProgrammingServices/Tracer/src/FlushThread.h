@@ -15,7 +15,8 @@ public:
     FlushThread() : KFThread(nullptr) {}
 
     void onTerminate() override;
-    /// Nothing more is to be written. The thread goes on, so that a signal handler can ask for it.
+    /// Nothing more is to be written. The thread itself goes on: a signal handler may ask for this, or somebody
+    /// who has the lock that a flush is waiting for.
     void silence() { m_isSilent = true; }
     /// Whether a flush is to write nothing, also one that is under way and has waited for a lock meanwhile.
     bool isSilent() const { return m_isSilent || m_stopped; }

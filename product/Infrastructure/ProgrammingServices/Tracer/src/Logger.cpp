@@ -125,7 +125,7 @@ void Logger::Initialize() {
     if (!isStarted)
         std::fprintf(stderr, "Logger : can't start the flush thread, so lines are written at once\n");
     const KFLock lock(m_lock);
-    m_isFlushThreadGone = !isStarted;
+    m_isFlushThreadSilent = !isStarted;
     UpdateQueueing();
 }
 
@@ -309,8 +309,8 @@ void Logger::FinishLogging() {
         m_ring.drainAll([this] { WriteOnFile(); });
     // One more drain could empty the file that the last one has gone on to.
     if (m_flushThread != nullptr)
-        m_flushThread->onTerminate();
-    m_isFlushThreadGone = m_flushThread != nullptr;
+        m_flushThread->silence();
+    m_isFlushThreadSilent = m_flushThread != nullptr;
     UpdateQueueing();
 }
 

@@ -98,8 +98,8 @@ public:
     /// no memory. The flush thread writes nothing any more.
     void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
     bool areAllMsgFlushed();
-    /// Disables the logger, writes every queued line that can be written, and lets the flush thread end. A
-    /// line that is printed all the same is written at once.
+    /// Disables the logger, writes every queued line that can be written, and silences the flush thread. A line
+    /// that is printed all the same is written at once.
     void FinishLogging();
 
     // ---- the ring
@@ -123,7 +123,7 @@ private:
     static void PrintMsgType(std::string_view tag, LineWriter& line);
     static void PrintTime(LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
-    bool WritesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadGone; }
+    bool WritesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
     template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
     LineQueue::Place InItsTime(bool printTime, std::size_t length);
     LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
@@ -143,7 +143,7 @@ private:
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
-    bool m_isFlushThreadGone KF_GUARDED_BY(m_lock) = false; // or could not be started
+    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
     FileRing m_ring KF_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
     bool m_ends KF_GUARDED_BY(m_lock) = false;

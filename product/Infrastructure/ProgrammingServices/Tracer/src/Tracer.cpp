@@ -91,7 +91,7 @@ void Tracer::ReadConfigFile(const char* fileName) {
     if (!isStarted)
         std::fprintf(stderr, "Tracer : can't start the flush thread, so lines are written at once\n");
     const Lock lock(*this);
-    m_isFlushThreadGone = !isStarted;
+    m_isFlushThreadSilent = !isStarted;
 }
 
 void Tracer::FinishBeforeExit() {
@@ -385,8 +385,8 @@ void Tracer::FinishTracing() {
         m_ring.drainAll([this] { WriteOnFile(); });
     // One more drain could empty the file that the last one has gone on to.
     if (m_flushThread != nullptr)
-        m_flushThread->onTerminate();
-    m_isFlushThreadGone = m_flushThread != nullptr;
+        m_flushThread->silence();
+    m_isFlushThreadSilent = m_flushThread != nullptr;
 }
 
 void Tracer::PrintStacks() {

@@ -142,8 +142,8 @@ public:
     /// Writes the queued lines. A file that cannot be opened is told on standard error; the lines stay
     /// queued.
     void WriteOnFile();
-    /// Disables the tracer, writes every queued line that can be written, and lets the flush thread end. A
-    /// line that is printed all the same is written at once.
+    /// Disables the tracer, writes every queued line that can be written, and silences the flush thread. A line
+    /// that is printed all the same is written at once.
     void FinishTracing();
     /// For whoever is about to end the process: the registered tracer, if there is one and it writes to a
     /// file, finishes.
@@ -211,7 +211,7 @@ private:
     std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
     bool hasFileName();
-    bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadGone; }
+    bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
     void beginCall(CallMarker& marker) KF_REQUIRES(m_lock);
@@ -234,7 +234,7 @@ private:
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
-    bool m_isFlushThreadGone KF_GUARDED_BY(m_lock) = false; // or could not be started
+    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
     FileRing m_ring KF_GUARDED_BY(m_lock);
     std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
