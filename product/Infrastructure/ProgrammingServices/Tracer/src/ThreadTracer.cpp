@@ -86,9 +86,9 @@ void ThreadTracer::adoptCurrentThread(std::string_view threadName) {
     m_key = currentThreadKey();
     m_threadName = threadName;
     m_threadColumn.resize(threadColumnLimit(threadName));
-    LineWriter column(&m_threadColumn[0]);
+    LineWriter column(m_threadColumn.data());
     putThreadColumn(column, threadName);
-    m_threadColumn.resize(static_cast<std::size_t>(column.end() - &m_threadColumn[0]));
+    m_threadColumn.resize(static_cast<std::size_t>(column.end() - m_threadColumn.data()));
 }
 
 void ThreadTracer::BeginningOfCall(CallMarker& marker) {

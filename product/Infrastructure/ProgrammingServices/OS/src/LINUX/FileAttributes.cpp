@@ -22,7 +22,7 @@ bool readAttribute(std::string& value, Ask ask) {
             return false;
         }
         value.resize(static_cast<size_t>(size));
-        const ssize_t length = size > 0 ? ask(&value[0], value.size()) : 0;
+        const ssize_t length = size > 0 ? ask(value.data(), value.size()) : 0;
         if (length >= 0) {
             value.resize(static_cast<size_t>(length));
             return true;
