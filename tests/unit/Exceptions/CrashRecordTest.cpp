@@ -19,6 +19,7 @@
 #include <malloc.h>
 #include <string>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -438,4 +439,34 @@ TEST(CrashRecord, IsWholeForEveryFileSize) {
             return;
         }
     }
+}
+
+// Signal 25 comes in the middle of a drain, and the file that is full takes no report.
+TEST(CrashRecord, IsWholeWhenTheTraceFileMayNotGrowAnyMore) {
+    Process process([](const TemporaryFolder&) {
+        TRACE_FUNCTION("inner");
+        const rlimit limit = {20000, 20000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        for (;;) {
+            TRACE_MESSAGE(MSG_DEBUG, "growing");
+            Tracer::GetInstance()->WriteOnFile();
+        }
+    });
+    process.expectWholeRecord("UNKNOWN SIGNAL");
+}
+
+TEST(CrashRecord, IsWholeWhenTheReportAloneFillsMoreThanAFile) {
+    Process process([](const TemporaryFolder& folder) {
+        TRACE_FUNCTION("inner");
+        for (int index = 1; index < 20; ++index) // of runs before, as full
+            writeFile(folder / ("trace_" + std::to_string(index) + ".txt"), std::string(2000, 'o'));
+        const rlimit limit = {2000, 2000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        for (int i = 0; i < 100; ++i)
+            TRACE_MESSAGE(MSG_DEBUG, "waiting %d.", i);
+        raise(11);
+    });
+    process.expectWholeRecord("SIGNAL_SEGMENTATION_FAULT");
+    for (int i = 0; i < 100; ++i)
+        EXPECT_THAT(process.trace(), HasSubstr("waiting " + std::to_string(i) + ".\n"));
 }

@@ -2,6 +2,7 @@
 #include "CallMarker.h"
 #include "ContractChecks.h"
 #include "CrashingChild.h"
+#include "FaultyDisk.h"
 #include "KFCrashListener.h"
 #include "KFLock.h"
 #include "KFThread.h"
@@ -450,15 +451,13 @@ TEST(CrashGuard, AReportMayTakeTenSeconds) {
     EXPECT_EQ(TestedHandler::reportLimit(), 10000);
 }
 
-/// Crashes where the report hangs: nobody reads the pipe that stands in the trace file's place. All threads
-/// but the crashing one block signal 14.
+/// Crashes where the report hangs, on the disk of the trace file. All threads but the crashing one block
+/// signal 14.
 static CrashedChild hangInTheReport(int sig, bool blocksSignal14) {
     return runCrashingChild([sig, blocksSignal14](const TemporaryFolder& folder) {
         KFExceptionHandler::GetInstance();
         TestedHandler::setReportLimit(200);
-        if (mkfifo((folder / "pipe_0.txt").c_str(), 0600) != 0)
-            _exit(1);
-        Tracer::GetInstance()->SetFileName(folder / "pipe");
+        const FaultyDisk disk(folder / "trace_0.txt", FaultyDisk::Fault::Hangs);
         sigset_t signal14;
         sigemptyset(&signal14);
         sigaddset(&signal14, 14);

@@ -1,5 +1,6 @@
 #include "CallMarker.h"
 #include "ChildProcess.h"
+#include "FaultyDisk.h"
 #include "FileSystemManagement.h"
 #include "Traced.h"
 
@@ -249,14 +250,15 @@ TEST_F(TracerRing, LinesStayQueuedWhenTheNextFileCannotBeOpened) {
 }
 
 TEST_F(TracerRing, FullDiskLosesNoLine) {
-    ASSERT_EQ(symlink("/dev/full", (m_folder / "trace_0.txt").c_str()), 0);
     m_tracer.SetFileName("trace");
     print(1, 3);
-    m_tracer.WriteOnFile();
-    EXPECT_EQ(ring().waiting(), 3U);
-    m_tracer.FinishTracing();
-    EXPECT_EQ(ring().waiting(), 3U);
-    ASSERT_EQ(unlink((m_folder / "trace_0.txt").c_str()), 0);
+    {
+        const FaultyDisk disk(m_folder / "trace_0.txt", FaultyDisk::Fault::IsFull);
+        m_tracer.WriteOnFile();
+        EXPECT_EQ(ring().waiting(), 3U);
+        m_tracer.FinishTracing();
+        EXPECT_EQ(ring().waiting(), 3U);
+    }
     m_tracer.WriteOnFile();
     EXPECT_EQ(file(), "1\n2\n3\n");
 }

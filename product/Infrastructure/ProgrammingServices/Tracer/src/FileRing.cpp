@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,51 @@ constexpr std::size_t LONGEST_SUFFIX = 1 + 11 + 4;
 const char* suffixOf(std::int32_t index, char (&suffix)[LONGEST_SUFFIX + 1]) {
     std::snprintf(suffix, sizeof suffix, "_%d.txt", static_cast<int>(index));
     return suffix;
+}
+
+/// This user, and who can do everything anyway.
+bool isTrusted(uid_t owner) {
+    return owner == geteuid() || owner == 0;
+}
+
+/// Whether other users can put something into the folder of this file: a link to one of this user's files, say.
+bool mayOthersPutFilesBeside(const char* path) {
+    char folder[PATH_MAX] = ".";
+    if (const char* slash = std::strrchr(path, '/')) {
+        const std::size_t length =
+            std::min<std::size_t>(sizeof folder - 1, static_cast<std::size_t>(slash - path) + 1);
+        std::memcpy(folder, path, length);
+        folder[length] = '\0';
+    }
+    struct stat info;
+    if (stat(folder, &info) != 0)
+        return true;
+    return (info.st_mode & (S_IWGRP | S_IWOTH)) != 0 || !isTrusted(info.st_uid);
+}
+
+/// Opens a regular file and nothing else: a pipe or a device in its place could keep the caller for ever. Where
+/// others may write the folder, as they may in the log folders that the framework makes, no link is followed and no
+/// file of theirs is opened: it would be this user's rights that write, wherever they want.
+///
+/// An application that is launched meanwhile does not inherit it. Fit for a signal handler.
+/// @param isRefused  whether something is there that is not for the ring
+FileDescriptor openRegularFile(const char* path, int flags, bool& isRefused) {
+    flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    isRefused = false;
+    FileDescriptor file(::open(path, flags | O_NOFOLLOW, 0666));
+    if (!file.isOpen() && errno == ELOOP) {
+        isRefused = mayOthersPutFilesBeside(path);
+        if (!isRefused)
+            file = FileDescriptor(::open(path, flags, 0666));
+    }
+    if (!file.isOpen()) {
+        isRefused = isRefused || errno == ENXIO; // a pipe that nobody reads, or a socket
+        return file;
+    }
+    struct stat info;
+    isRefused = fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
+                ((!isTrusted(info.st_uid) || info.st_nlink > 1) && mayOthersPutFilesBeside(path));
+    return isRefused ? FileDescriptor() : std::move(file);
 }
 
 } // namespace
@@ -164,8 +210,12 @@ FileRing::Drain FileRing::drainToFile() {
         return Drain::CannotOpen;
     // Those that come meanwhile are for the next drain: it could go on for ever.
     for (std::size_t lines = m_queue.size(); lines > 0;) {
-        if (!writeLines(file.get(), lines))
-            return Drain::Interrupted;
+        if (!writeLines(file.get(), lines)) {
+            file = m_isReporting && errno == EFBIG ? openEmptyNextFile() : FileDescriptor();
+            if (!file.isOpen())
+                return Drain::Interrupted;
+            continue;
+        }
         if (m_lineCount >= m_maximumLinesPerFile) {
             file = FileDescriptor();
             file = openNextFile();
@@ -195,10 +245,15 @@ void FileRing::writeNow(std::string_view line) {
         writeFully(STDOUT_FILENO, "\n");
         return;
     }
-    const FileDescriptor file = openCurrentFile();
+    FileDescriptor file = openCurrentFile();
     if (!file.isOpen())
         return;
-    writeFully(file.get(), line);
+    if (writeFully(file.get(), line) < line.size() && errno == EFBIG) {
+        file = openEmptyNextFile();
+        if (!file.isOpen())
+            return;
+        writeFully(file.get(), line);
+    }
     if (++m_lineCount >= m_maximumLinesPerFile)
         openNextFile();
 }
@@ -219,8 +274,9 @@ bool FileRing::writeLines(int file, std::size_t& lines) {
 FileDescriptor FileRing::openCurrentFile() {
     const bool truncate = m_truncateOnNextOpen;
     m_truncateOnNextOpen = false;
-    FileDescriptor file = open(truncate ? O_RDWR | O_CREAT | O_TRUNC : O_WRONLY | O_CREAT | O_APPEND);
-    if (file.isOpen() && truncate)
+    FileDescriptor file = open(truncate ? O_RDWR | O_CREAT : O_WRONLY | O_CREAT | O_APPEND);
+    // Emptied once it is known to be a ring's file, not by the opening itself.
+    if (file.isOpen() && truncate && ftruncate(file.get(), 0) == 0)
         m_queue.restoreFrontLine(); // the file had its first part
     return file;
 }
@@ -233,11 +289,29 @@ FileDescriptor FileRing::openNextFile() {
     return open(O_WRONLY | O_CREAT | O_APPEND);
 }
 
-// An application that is launched meanwhile must not inherit the file.
-FileDescriptor FileRing::open(int flags) const {
-    FileDescriptor file(::open(m_currentFileName.c_str(), flags | O_CLOEXEC, 0666));
-    if (!file.isOpen() && (flags & O_CREAT) != 0)
-        tellCannotOpen();
+// A file that has the size that this process may give it (RLIMIT_FSIZE) is what the crash is about, as a rule: signal 25.
+// Not open when the current file is empty: the next one would hold no more.
+FileDescriptor FileRing::openEmptyNextFile() {
+    if (m_lineCount == 0)
+        return FileDescriptor();
+    FileDescriptor file = openNextFile();
+    if (file.isOpen() && ftruncate(file.get(), 0) == 0)
+        m_truncateOnNextOpen = false;
+    return file;
+}
+
+FileDescriptor FileRing::open(int flags) {
+    bool isRefused = false;
+    FileDescriptor file = openRegularFile(m_currentFileName.c_str(), flags, isRefused);
+    // What somebody has put there tends to stay there, and every drain fails for it: once is enough.
+    const bool isNews = !isRefused || !m_hasToldRefusal;
+    if (!file.isOpen() && (flags & O_CREAT) != 0) {
+        m_hasToldRefusal = isRefused;
+        if (isNews)
+            tellCannotOpen();
+    }
+    if (file.isOpen())
+        m_hasToldRefusal = false;
     return file;
 }
 

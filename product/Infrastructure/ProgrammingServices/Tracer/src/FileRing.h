@@ -80,6 +80,10 @@ public:
     /// Writes the queued lines, going on to the next file whenever one is full. The file is open only while
     /// this runs. Failures to open are told on standard error.
     ///
+    /// Only a regular file is opened, and where other users may write its folder only one that is this user's or
+    /// the superuser's, under no second name and behind no link. Anything else counts as a failure to open, told
+    /// once.
+    ///
     /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
     /// what this one put there.
     Drain drain();
@@ -90,7 +94,8 @@ public:
     /// asks for memory or gives any back, and a drain waits only for a moment for a line that is not finished
     /// (see LineQueue::hurry).
     ///
-    /// This drain and what is written behind it count as one: a file that it went on to is not emptied.
+    /// This drain and what is written behind it count as one: a file that it went on to is not emptied. Where the
+    /// current file may not grow any more (RLIMIT_FSIZE), they go on in the next one.
     void beginReport();
     /// Writes one line at once, past the queue. Only behind beginReport().
     void writeNow(std::string_view line);
@@ -129,7 +134,8 @@ private:
     Drain drainToFile();
     FileDescriptor openCurrentFile();
     FileDescriptor openNextFile();
-    FileDescriptor open(int flags) const;
+    FileDescriptor openEmptyNextFile();
+    FileDescriptor open(int flags);
     bool writeLines(int file, std::size_t& lines);
     void tellCannotOpen() const;
     static void putOnConsole(std::string_view line);
@@ -145,6 +151,7 @@ private:
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
     bool m_isReporting = false;
+    bool m_hasToldRefusal = false;
     std::atomic<bool> m_isDraining{false};
     LineQueue m_queue;
 };
