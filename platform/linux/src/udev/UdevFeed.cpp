@@ -20,6 +20,9 @@ const int RECEIVE_BUFFER_BYTES = 1024 * 1024;
 /// A monitor that fails this often in a row is broken.
 const int TOLERATED_FAILURES = 16;
 
+/// So many broken monitors in a row are no accident.
+const int TOLERATED_MONITORS = 4;
+
 /// Rescans in one go; a kernel that goes on losing events is asked again when the loop comes round.
 const int RESCANS_AT_ONCE = 3;
 
@@ -34,6 +37,13 @@ bool IsDeaf(udev_monitor& monitor) {
     return isKernels && (address.nl_groups == 0 || access("/run/udev/control", F_OK) != 0);
 }
 
+/// Whether a message waits in the monitor's socket; errno says why not. Asked before each receive, because libudev does
+/// not tell a socket that fails from a message that it cannot read.
+bool HasMessage(udev_monitor& monitor) {
+    char first;
+    return recv(udev_monitor_get_fd(&monitor), &first, sizeof(first), MSG_PEEK | MSG_DONTWAIT) >= 0;
+}
+
 } // namespace
 
 void UdevFeed::Start(DeviceTree& devices) {
@@ -43,12 +53,11 @@ void UdevFeed::Start(DeviceTree& devices) {
         return;
     }
     // First the monitor, then the scan: a device that arrives in between is seen twice rather than never.
-    if (!Listen())
-        m_monitor.reset();
+    Listen();
     Scan(devices);
 }
 
-bool UdevFeed::Listen() {
+void UdevFeed::Listen() {
     m_monitor.reset(udev_monitor_new_from_netlink(m_context.get(), "udev"));
     int error = m_monitor ? 0 : errno;
     for (const char* subsystem : {"usb", "tty", "net"}) {
@@ -62,12 +71,25 @@ bool UdevFeed::Listen() {
     if (error != 0) {
         Report("IOKit: cannot listen to udev (%s); devices that arrive later will not be seen",
                std::strerror(error));
-        return false;
+        m_monitor.reset();
+        return;
     }
     m_isDeaf = IsDeaf(*m_monitor);
     if (m_isDeaf)
         Report("IOKit: the udev daemon is not running; devices that arrive later will not be seen");
-    return true;
+}
+
+void UdevFeed::ListenAnew(int error) {
+    if (++m_brokenMonitors == TOLERATED_MONITORS) {
+        Report("IOKit: udev cannot be listened to any more (%s); devices that arrive from now on will not be "
+               "seen",
+               std::strerror(error));
+        m_monitor.reset();
+        return;
+    }
+    Report("IOKit: the connection to udev is broken (%s); making a new one and looking at all devices again",
+           std::strerror(error));
+    Listen();
 }
 
 int UdevFeed::Descriptor() const {
@@ -79,10 +101,17 @@ void UdevFeed::Scan(DeviceTree& devices) {
 }
 
 void UdevFeed::Pump(DeviceTree& devices) {
-    for (int rescans = 0; rescans < RESCANS_AT_ONCE; ++rescans) {
-        if (!m_monitor || Drain(devices) == Drained::Complete)
+    for (int rescans = 0; rescans < RESCANS_AT_ONCE && m_monitor; ++rescans) {
+        switch (Drain(devices)) {
+        case Drained::Complete:
             return;
-        Report("IOKit: device events were lost; looking at all devices again");
+        case Drained::EventsLost:
+            Report("IOKit: device events were lost; looking at all devices again");
+            break;
+        case Drained::MonitorBroken:
+            ListenAnew(errno);
+            break;
+        }
         Scan(devices);
     }
 }
@@ -90,17 +119,22 @@ void UdevFeed::Pump(DeviceTree& devices) {
 UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
     Drained result = Drained::Complete;
     for (int failures = 0; failures < TOLERATED_FAILURES;) {
-        errno = 0;
-        const UdevPointer<udev_device> event(udev_monitor_receive_device(m_monitor.get()));
-        if (event) {
-            Apply(*event, devices);
-            failures = 0;
-            continue;
+        if (HasMessage(*m_monitor)) {
+            errno = 0;
+            const UdevPointer<udev_device> event(udev_monitor_receive_device(m_monitor.get()));
+            if (event) {
+                Apply(*event, devices);
+                failures = 0;
+                m_brokenMonitors = 0;
+                continue;
+            }
+            // Another message is not of interest, or one that libudev cannot read: without an action, say. It is gone.
+            if (errno != ENOMEM && errno != ENOBUFS)
+                continue;
         }
         switch (errno) {
         case EINTR:
             continue;
-        case 0:
         case EAGAIN:
             return result;
         case ENOBUFS: // The kernel has dropped what did not fit into the socket's buffer.
@@ -108,19 +142,11 @@ UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
             result = Drained::EventsLost;
             ++failures;
             continue;
-        default: // libudev refuses a message, for instance one with an action that it does not know.
+        default:
             ++failures;
         }
     }
-    StopListening(errno);
-    return result;
-}
-
-void UdevFeed::StopListening(int error) {
-    Report(
-        "IOKit: udev cannot be listened to any more (%s); devices that arrive from now on will not be seen",
-        std::strerror(error));
-    m_monitor.reset();
+    return Drained::MonitorBroken;
 }
 
 void UdevFeed::Apply(udev_device& event, DeviceTree& devices) {

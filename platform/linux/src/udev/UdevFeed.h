@@ -14,17 +14,18 @@ public:
     void Pump(DeviceTree& devices) override;
 
 private:
-    enum class Drained { Complete, EventsLost };
+    enum class Drained { Complete, EventsLost, MonitorBroken };
 
-    bool Listen();
+    void Listen();
+    void ListenAnew(int error);
     void Scan(DeviceTree& devices);
     Drained Drain(DeviceTree& devices);
     void Apply(udev_device& event, DeviceTree& devices);
-    void StopListening(int error);
 
     UdevPointer<udev> m_context;
     UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to
     bool m_isDeaf = false;               ///< nobody sends to the monitor
+    int m_brokenMonitors = 0;            ///< one after the other, without an event in between
 };
 
 } // namespace LinuxPlatform

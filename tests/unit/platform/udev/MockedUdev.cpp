@@ -11,6 +11,14 @@ namespace {
 
 bool losesEvents = false;
 
+bool Fails(std::deque<int>& failures) {
+    if (failures.empty())
+        return false;
+    errno = failures.front();
+    failures.pop_front();
+    return true;
+}
+
 } // namespace
 
 MockedUdev& MockedUdev::Get() {
@@ -27,6 +35,7 @@ udev* __real_udev_new();
 udev_monitor* __real_udev_monitor_new_from_netlink(udev* context, const char* name);
 int __real_udev_monitor_enable_receiving(udev_monitor* monitor);
 udev_device* __real_udev_monitor_receive_device(udev_monitor* monitor);
+ssize_t __real_recv(int descriptor, void* buffer, size_t size, int flags);
 int __real_access(const char* path, int mode);
 int __real_getsockname(int descriptor, sockaddr* address, socklen_t* size);
 
@@ -38,6 +47,7 @@ udev* __wrap_udev_new() {
 }
 
 udev_monitor* __wrap_udev_monitor_new_from_netlink(udev* context, const char* name) {
+    ++MockedUdev::Get().monitors;
     if (MockedUdev::Get().monitorFails == 0)
         return __real_udev_monitor_new_from_netlink(context, name);
     errno = MockedUdev::Get().monitorFails;
@@ -55,19 +65,19 @@ int __wrap_udev_monitor_enable_receiving(udev_monitor* monitor) {
     return result;
 }
 
-udev_device* __wrap_udev_monitor_receive_device(udev_monitor* monitor) {
+ssize_t __wrap_recv(int descriptor, void* buffer, size_t size, int flags) {
     if (std::exchange(losesEvents, false)) {
-        while (udev_device* lost = __real_udev_monitor_receive_device(monitor))
-            udev_device_unref(lost);
+        char event;
+        while (__real_recv(descriptor, &event, sizeof(event), MSG_DONTWAIT) >= 0) {
+        }
         errno = ENOBUFS;
-        return nullptr;
+        return -1;
     }
-    std::deque<int>& failures = MockedUdev::Get().receiveFails;
-    if (failures.empty())
-        return __real_udev_monitor_receive_device(monitor);
-    errno = failures.front();
-    failures.pop_front();
-    return nullptr;
+    return Fails(MockedUdev::Get().receiveFails) ? -1 : __real_recv(descriptor, buffer, size, flags);
+}
+
+udev_device* __wrap_udev_monitor_receive_device(udev_monitor* monitor) {
+    return Fails(MockedUdev::Get().refusals) ? nullptr : __real_udev_monitor_receive_device(monitor);
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* size) {

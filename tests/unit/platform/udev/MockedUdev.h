@@ -10,8 +10,12 @@ struct MockedUdev {
     int newFails = 0;
     int monitorFails = 0;
     int enableFails = 0;
-    /// errno of the next calls to receive, each once, before events are received again.
+    /// errno of the next readings of the socket, each once, before events are received again.
     std::deque<int> receiveFails;
+    /// errno of libudev's next receives of a message that is there, each once; the message stays.
+    std::deque<int> refusals;
+    /// How many monitors have been made.
+    int monitors = 0;
     /// Called just before the monitor is enabled, and just after.
     std::function<void()> whenEnabling;
     std::function<void()> whenEnabled;

@@ -1,7 +1,11 @@
 #include "TestBus.h"
 
+#include <glob.h>
 #include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <umockdev.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -76,6 +80,27 @@ void TestBus::SetProperty(const std::string& path, const std::string& name, cons
 
 void TestBus::Announce(const std::string& path, const std::string& action) {
     umockdev_testbed_uevent(m_testbed.get(), path.c_str(), action.c_str());
+}
+
+void TestBus::Send(const std::string& message) {
+    const int sender = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    glob_t found;
+    glob((Folder() + "/event*").c_str(), 0, nullptr, &found); // umockdev puts each monitor's socket there
+    bool isSent = found.gl_pathc > 0;
+    for (std::size_t index = 0; index < found.gl_pathc; ++index) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const std::string path = found.gl_pathv[index];
+        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        isSent =
+            sendto(sender, message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                   sizeof(address)) == static_cast<ssize_t>(message.size()) &&
+            isSent;
+    }
+    globfree(&found);
+    close(sender);
+    if (!isSent)
+        throw std::runtime_error("no monitor took the message");
 }
 
 void TestBus::Forget(const std::string& path) {

@@ -30,6 +30,8 @@ public:
     void SetAttribute(const std::string& path, const std::string& name, const std::string& value);
     void SetProperty(const std::string& path, const std::string& name, const std::string& value);
     void Announce(const std::string& path, const std::string& action);
+    /// Puts a message of these bytes into every monitor's socket.
+    void Send(const std::string& message);
     /// Takes a device out of sysfs without a word.
     void Forget(const std::string& path);
     /// As the kernel does: announced, then out of sysfs.

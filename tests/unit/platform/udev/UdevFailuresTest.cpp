@@ -65,18 +65,40 @@ TEST_F(UdevFailures, ADevicePluggedInAgainInTheGapIsRemovedAndArrives) {
     EXPECT_THAT(TakeEvents(), ElementsAre("-IOUSBInterface", "-Modem", "+Modem", "+IOUSBInterface"));
 }
 
-TEST_F(UdevFailures, AMessageThatUdevRefusesIsPassedOver) {
+// Its neighbours are read, however many there are of them.
+TEST_F(UdevFailures, MessagesThatCannotBeReadArePassedOver) {
+    const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    Start();
+    TakeEvents();
+    for (int round = 0; round < 10; ++round) {
+        for (int message = 0; message < 8; ++message) // the socket has room for ten
+            m_bus.Announce(device, "frobnicate");
+        EXPECT_EQ(PumpSays(), "");
+    }
+    for (const std::string& message :
+         {std::string(), std::string("x"), std::string(100, 'x'), std::string(5000, '\0')})
+        m_bus.Send(message);
+    m_bus.AddUsbDevice("1-2", "12d1", "1002");
+    EXPECT_EQ(PumpSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+    EXPECT_EQ(MockedUdev::Get().monitors, 1);
+}
+
+TEST_F(UdevFailures, AnyNumberOfMessagesThatCannotBeReadIsPassedOverAtOnce) {
     Start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails = {EBADMSG};
+    for (const int error : {EBADMSG, EINVAL, ENOENT, EIO, 0}) // 0: not of interest
+        MockedUdev::Get().refusals.insert(MockedUdev::Get().refusals.end(), 50, error);
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
     Start();
-    MockedUdev::Get().receiveFails = {ENOMEM};
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::Get().refusals = {ENOMEM};
     EXPECT_THAT(PumpSays(), HasSubstr("lost"));
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
@@ -91,17 +113,6 @@ TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
     EXPECT_EQ(PumpSays(), "");
 }
 
-TEST_F(UdevFailures, AMonitorThatDoesNothingButLoseEventsIsGivenUpAfterALastLook) {
-    Start();
-    m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails.assign(1000, ENOBUFS);
-    EXPECT_THAT(PumpSays(),
-                AllOf(HasSubstr("udev cannot be listened to any more (No buffer space available)"),
-                      HasSubstr("device events were lost; looking at all devices again")));
-    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    EXPECT_EQ(m_feed.Descriptor(), -1);
-}
-
 TEST_F(UdevFailures, AnInterruptedReadIsRepeated) {
     Start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
@@ -110,15 +121,61 @@ TEST_F(UdevFailures, AnInterruptedReadIsRepeated) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
-TEST_F(UdevFailures, ABrokenMonitorIsGivenUpWithAMessage) {
+TEST_F(UdevFailures, ABrokenMonitorIsReplacedByANewOne) {
+    const std::string leaves = m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"product", "leaves"}});
+    Start();
+    TakeEvents();
+    m_bus.Forget(leaves);
+    MockedUdev::Get().receiveFails.assign(16, EIO);
+    EXPECT_EQ(PumpSays(),
+              "IOKit: the connection to udev is broken (Input/output error); making a new one and looking at "
+              "all devices again\n");
+    EXPECT_THAT(TakeEvents(), ElementsAre("-leaves")) << "what happened in the gap";
+    EXPECT_TRUE(m_feed.Hears());
+    m_bus.AddUsbDevice("1-2", "12d1", "1002");
+    EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
+    EXPECT_EQ(MockedUdev::Get().monitors, 2);
+}
+
+TEST_F(UdevFailures, AMonitorThatDoesNothingButLoseEventsIsReplacedToo) {
+    Start();
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::Get().receiveFails.assign(16, ENOBUFS);
+    EXPECT_THAT(PumpSays(), HasSubstr("the connection to udev is broken (No buffer space available)"));
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+    EXPECT_TRUE(m_feed.Hears());
+}
+
+TEST_F(UdevFailures, AMonitorThatBreaksNowAndThenIsReplacedEachTime) {
+    Start();
+    for (int round = 0; round < 20; ++round) {
+        MockedUdev::Get().receiveFails.assign(16, EIO);
+        PumpSays();
+        m_bus.AddUsbDevice("1-" + std::to_string(round + 1), "12d1", "1001");
+        EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
+    }
+}
+
+TEST_F(UdevFailures, WhereEveryNewMonitorIsBrokenTooItIsGivenUpAndSaid) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     Start();
     MockedUdev::Get().receiveFails.assign(1000, EIO);
+    PumpSays();
     EXPECT_THAT(PumpSays(), HasSubstr("udev cannot be listened to any more (Input/output error)"));
+    EXPECT_EQ(MockedUdev::Get().monitors, 4);
     EXPECT_EQ(m_feed.Descriptor(), -1);
     EXPECT_FALSE(m_feed.Hears());
     EXPECT_TRUE(m_devices.Knows(device)) << "what is known stays known";
     EXPECT_EQ(PumpSays(), "");
+}
+
+TEST_F(UdevFailures, WhereNoNewMonitorCanBeMadeThatIsSaid) {
+    Start();
+    MockedUdev::Get().receiveFails.assign(16, EIO);
+    MockedUdev::Get().monitorFails = EMFILE;
+    EXPECT_THAT(PumpSays(), HasSubstr("cannot listen to udev (Too many open files)"));
+    EXPECT_FALSE(m_feed.Hears());
+    EXPECT_EQ(m_feed.Descriptor(), -1);
 }
 
 TEST_F(UdevFailures, WithoutUdevThereAreNoDevicesButAMessage) {
