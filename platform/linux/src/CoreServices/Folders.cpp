@@ -1,4 +1,5 @@
 #include "Bundles.h"
+#include "Diagnostics.h"
 #include "FileReferences.h"
 
 #include <cerrno>
@@ -10,6 +11,11 @@
 
 using namespace platform;
 
+// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
+static const size_t LONGEST_PATH = 2047;
+
+static const char DATA_FOLDER_IN_HOME[] = ".local/share";
+
 static std::string absoluteFolderFromEnvironment(const char* variable) {
     const char* value = std::getenv(variable);
     if (value == nullptr || value[0] != '/')
@@ -17,6 +23,12 @@ static std::string absoluteFolderFromEnvironment(const char* variable) {
     std::string folder = value;
     while (folder.size() > 1 && folder.back() == '/')
         folder.pop_back();
+    if (folder.size() > LONGEST_PATH - sizeof DATA_FOLDER_IN_HOME) {
+        LinuxPlatform::Report(
+            "CoreServices: %s has %zu characters, which is too long for a folder; it does not count",
+            variable, folder.size());
+        return std::string();
+    }
     return folder;
 }
 
@@ -42,7 +54,7 @@ static std::string userDataFolder() {
     if (!data.empty())
         return data;
     const std::string home = homeFolder();
-    return home.empty() ? home : home + ".local/share";
+    return home.empty() ? home : home + DATA_FOLDER_IN_HOME;
 }
 
 /// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
@@ -76,7 +88,7 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFold
         return fnfErr;
     const bool isUsers = vRefNum == kUserDomain;
     const std::string path = isUsers ? userDataFolder() : rootFolder() + "/var/lib";
-    if (path.empty())
+    if (path.empty() || path.size() > LONGEST_PATH)
         return fnfErr;
     if (createFolder) {
         // A home that is not there yet is somebody else's to make or to mount.

@@ -38,6 +38,35 @@ TEST_F(Folders, ARelativeOrEmptyDataHomeDoesNotCount) {
     }
 }
 
+// The callers' buffers would not hold it, and what has no path lies at the root of the file system.
+TEST_F(Folders, ADataHomeThatIsTooLongIsSaidAndDoesNotCount) {
+    const ScopedVariable home("HOME", "/home/somebody");
+    const std::string longest = "/" + std::string(2033, 'x');
+    {
+        const ScopedVariable data("XDG_DATA_HOME", longest.c_str());
+        EXPECT_EQ(longest, find(kUserDomain));
+    }
+    const ScopedVariable data("XDG_DATA_HOME", (longest + "x").c_str());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("/home/somebody/.local/share", find(kUserDomain));
+    EXPECT_EQ("CoreServices: XDG_DATA_HOME has 2035 characters, which is too long for a folder; it does not "
+              "count\n",
+              testing::internal::GetCapturedStderr());
+}
+
+TEST_F(Folders, WhereTheHomeFolderIsTooLongTheUserDatabaseIsAsked) {
+    const ScopedVariable data("XDG_DATA_HOME", nullptr);
+    const ScopedVariable home("HOME", ("/" + std::string(4000, 'x')).c_str());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(std::string(getpwuid(geteuid())->pw_dir) + "/.local/share", find(kUserDomain));
+    EXPECT_NE("", testing::internal::GetCapturedStderr());
+}
+
+TEST_F(Folders, TheMachinesIsNotFoundWhereItsPathIsTooLong) {
+    const ScopedVariable root("PLATFORM_ROOT", ("/" + std::string(2040, 'x')).c_str());
+    EXPECT_EQ("status -43", find(kLocalDomain));
+}
+
 TEST_F(Folders, WithoutADataHomeItIsInTheHomeFolder) {
     const ScopedVariable data("XDG_DATA_HOME", nullptr);
     const ScopedVariable home("HOME", "/home/somebody");
