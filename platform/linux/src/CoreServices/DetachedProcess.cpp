@@ -1,4 +1,5 @@
 #include "DetachedProcess.h"
+#include "AllSignalsBlocked.h"
 
 #include <cerrno>
 #include <climits>
@@ -91,22 +92,6 @@ private:
     };
     Content* m_content = nullptr;
     pid_t m_owner = -1;
-};
-
-/// No handler of this process may run in those that it starts, where it would write to the shared files.
-class AllSignalsBlocked {
-public:
-    AllSignalsBlocked() {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &m_before);
-    }
-    ~AllSignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-
-private:
-    sigset_t m_before;
 };
 
 /// A process that adopts orphans would adopt the program, and be sent its SIGCHLD in the end.
@@ -236,7 +221,7 @@ void writeDigits(char* place, size_t width, pid_t pid) {
 
 /// Starts the middle process and waits for its end.
 int runBothProcesses(const Preparation& preparation) {
-    const AllSignalsBlocked blocked;
+    const AllSignalsBlocked blocked; // a handler would write to the files that all of them share
     const NoAdoption noAdoption;
     const long middle =
         startProcess({runMiddleProcess, &preparation}, 0, preparation.shared->stackOfMiddleProcess());

@@ -1,6 +1,7 @@
 #include "FileReferences.h"
 
 #include "Bundles.h"
+#include "HangingCall.h"
 
 #include <cerrno>
 #include <cstring>
@@ -128,9 +129,7 @@ OSStatus resolveReference(const FSRef& ref, ReferencedPath& path) {
 
 using namespace platform;
 
-OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
-    if (path == nullptr || ref == nullptr)
-        return paramErr;
+static OSStatus makeReference(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
     const std::string inRoot = intoRoot(reinterpret_cast<const char*>(path));
     const std::string real = realPath(inRoot);
     struct stat found;
@@ -141,6 +140,12 @@ OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
     if (isDirectory != nullptr)
         *isDirectory = S_ISDIR(found.st_mode);
     return noErr;
+}
+
+OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
+    if (path == nullptr || ref == nullptr)
+        return paramErr;
+    return makeHangingCall([=] { return makeReference(path, ref, isDirectory); });
 }
 
 OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathBufferSize) {

@@ -1,6 +1,7 @@
 #include "Bundles.h"
 #include "DetachedProcess.h"
 #include "FileReferences.h"
+#include "HangingCall.h"
 #include "InfoPlist.h"
 #include "LaunchLock.h"
 #include "LaunchStatus.h"
@@ -102,11 +103,9 @@ static void awaitEnvironment(pid_t pid) {
     }
 }
 
-OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN) {
-    if (appParams == nullptr || appParams->application == nullptr || !isWithoutUnsupportedFields(*appParams))
-        return paramErr;
+static OSStatus openApplication(const LSApplicationParameters& parameters, ProcessSerialNumber* number) {
     ReferencedPath bundle;
-    OSStatus status = resolveReference(*appParams->application, bundle);
+    OSStatus status = resolveReference(*parameters.application, bundle);
     if (status == noErr)
         status = checkBundle(bundle);
     if (status != noErr)
@@ -126,13 +125,19 @@ OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSeri
         if (status != noErr)
             return status;
         pid_t pid = 0;
-        const int error = startDetached(planOf(file, bundle, appParams->flags), pid);
+        const int error = startDetached(planOf(file, bundle, parameters.flags), pid);
         if (error != 0)
             return statusOfFailedStart(error, file);
         application = noteStartedApplication(pid, bundle.named, file);
         awaitEnvironment(pid);
     }
-    if (status == noErr && outPSN != nullptr)
-        *outPSN = serialNumberOf(application);
+    if (status == noErr && number != nullptr)
+        *number = serialNumberOf(application);
     return status;
+}
+
+OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN) {
+    if (appParams == nullptr || appParams->application == nullptr || !isWithoutUnsupportedFields(*appParams))
+        return paramErr;
+    return makeHangingCall([=] { return openApplication(*appParams, outPSN); });
 }

@@ -1,0 +1,42 @@
+/* Preloaded into the launcher: one file lies on a file system that does not answer.
+
+   Whoever asks about the file named by ZEVO_HANGING_FILE waits in the kernel in a way that no signal interrupts, as
+   behind a server that is gone: for a child that shares its memory and never ends. That child goes with the waiting
+   thread. While it waits, there is a file of that name with ".waits" behind it. */
+
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static void hangAt(const char* path) {
+    const char* hanging = getenv("ZEVO_HANGING_FILE");
+    char note[4096];
+    if (!hanging || strcmp(path, hanging) != 0)
+        return;
+    snprintf(note, sizeof note, "%s.waits", hanging);
+    if (vfork() == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        close(open(note, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        for (;;)
+            pause();
+    }
+}
+
+int stat(const char* path, struct stat* status) {
+    int (*next)(const char*, struct stat*) = (int (*)(const char*, struct stat*))dlsym(RTLD_NEXT, "stat");
+    hangAt(path);
+    return next(path, status);
+}
+
+int stat64(const char* path, struct stat64* status) {
+    int (*next)(const char*, struct stat64*) = (int (*)(const char*, struct stat64*))dlsym(RTLD_NEXT, "stat64");
+    hangAt(path);
+    return next(path, status);
+}
