@@ -1,16 +1,11 @@
 #include "Dictionary.h"
 #include "KFDictionaryException.h"
+#include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-
-static void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // Whatever was read can be used, copied and written, and what was written can be read.
 static void exercise(Dictionary& dictionary) {

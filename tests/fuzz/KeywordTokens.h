@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KeywordScanner.h"
+#include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
@@ -8,13 +9,6 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-// What the fuzz programs of both configuration languages share.
-
-inline void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 struct SyntaxError {};
 

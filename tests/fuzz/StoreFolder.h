@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
@@ -17,8 +18,3 @@ public:
 private:
     TemporaryFolder m_folder;
 };
-
-inline void require(bool condition) {
-    if (!condition)
-        std::abort();
-}

@@ -176,11 +176,16 @@ std::vector<std::string> DeviceTree::ChildrenOf(const std::string& path) const {
 
 std::vector<std::string> DeviceTree::Subtree(const std::string& path) const {
     std::vector<std::string> paths;
+    std::set<std::string> seen; // a feed may tell of devices that hang on each other
+    const auto add = [&](const std::string& found) {
+        if (seen.insert(found).second)
+            paths.push_back(found);
+    };
     if (Knows(path))
-        paths.push_back(path);
+        add(path);
     for (std::size_t index = 0; index < paths.size(); ++index) {
-        const std::vector<std::string> children = ChildrenOf(paths[index]);
-        paths.insert(paths.end(), children.begin(), children.end());
+        for (const std::string& child : ChildrenOf(paths[index]))
+            add(child);
     }
     return paths;
 }

