@@ -86,7 +86,7 @@ const char* udev_device_get_syspath(udev_device* device) {
 }
 const char* udev_device_get_sysname(udev_device* device) {
     const std::string& path = device->device.syspath;
-    return path.c_str() + path.rfind('/') + 1;
+    return path.c_str() + (path.rfind('/') + 1);
 }
 const char* udev_device_get_action(udev_device* device) {
     return valueIn(device->device.properties, "ACTION");
