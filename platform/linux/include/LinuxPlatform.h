@@ -71,5 +71,22 @@ void DeviceChanged(const Device& device);
 void DeviceLeft(const std::string& path);
 /// Every device leaves.
 void AllDevicesLeft();
+/// The device has found a driver once more: notifications of published and of matched services yield it again,
+/// those of first ones do not. An unknown path is ignored.
+void DeviceMatchedAgain(const std::string& path);
+
+/// Where a Mac's kernel promises less than this layer does. What stands above the layer has to be right with
+/// either; docs/platforms.md, "What differs on a Mac", has the reasons.
+struct KernelHabits {
+    /// Each class judges a matching dictionary's keys for itself, and most let pass what they do not know:
+    /// ids without a class match every service but the devices with other ids, and the USB interfaces. The
+    /// iterator of a notification yields the latest service first, and holds 1,024 of them; more are lost.
+    bool matching = false;
+    /// An interest in a service that has left is refused, instead of being told of the end at once.
+    bool refusedInterest = false;
+};
+
+/// For tests; until it is called the layer has no such habit. Any thread.
+void AdoptHabits(const KernelHabits& habits);
 
 } // namespace LinuxPlatform

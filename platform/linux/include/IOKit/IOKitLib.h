@@ -87,14 +87,15 @@ CF_EXPORT kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFD
 
 /// One reference of `matching` is consumed, whatever the result. `notification` receives an iterator over
 /// what matches now; it has to be drained once, which arms the notification. Each service comes once per
-/// notification. kIOReturnUnsupported for an unknown type.
+/// notification; where the type does not name the first time, again when it is published or matched again.
+/// kIOReturnUnsupported for an unknown type.
 CF_EXPORT kern_return_t IOServiceAddMatchingNotification(IONotificationPortRef notifyPort,
                                                          const io_name_t notificationType,
                                                          CFDictionaryRef matching,
                                                          IOServiceMatchingCallback callback, void* refCon,
                                                          io_iterator_t* notification);
-/// Messages about one service, until `notification` is released. kIOReturnUnsupported for an unknown type,
-/// kIOReturnNotAttached for a service that has left already.
+/// Messages about one service, until `notification` is released; about one that has left already, its end at
+/// once (a Mac's kernel refuses: kIOReturnNotAttached). kIOReturnUnsupported for an unknown type.
 CF_EXPORT kern_return_t IOServiceAddInterestNotification(IONotificationPortRef notifyPort,
                                                          io_service_t service, const io_name_t interestType,
                                                          IOServiceInterestCallback callback, void* refCon,

@@ -91,6 +91,12 @@ void DeviceTree::LeaveAll() {
     Reconcile({});
 }
 
+void DeviceTree::MatchAgain(const std::string& path) {
+    const auto node = m_nodes.find(path);
+    if (node != m_nodes.end() && node->second.entry)
+        m_registry.PublishAgain(node->second.entry);
+}
+
 void DeviceTree::Reconcile(const std::vector<Device>& present) {
     std::map<std::string, const Device*> byPath;
     for (const Device& device : present)

@@ -15,11 +15,12 @@ class DeviceTree {
 public:
     explicit DeviceTree(Registry& registry) : m_registry(registry) {}
 
-    /// As LinuxPlatform::DeviceArrived, DeviceChanged, DeviceLeft, AllDevicesLeft.
+    /// As LinuxPlatform::DeviceArrived, DeviceChanged, DeviceLeft, AllDevicesLeft, DeviceMatchedAgain.
     void Arrive(const Device& device);
     void Change(const Device& device);
     void Leave(const std::string& path);
     void LeaveAll();
+    void MatchAgain(const std::string& path);
 
     /// `present` are all devices there are: the others have left, and those that are new arrive.
     void Reconcile(const std::vector<Device>& present);

@@ -32,11 +32,10 @@ std::optional<MatchingNotification::About> SubjectOf(const char* notificationTyp
     const std::string_view type = notificationType;
     if (type == kIOTerminatedNotification)
         return MatchingNotification::About::Terminations;
-    for (const char* arrival : {kIOPublishNotification, kIOFirstPublishNotification, kIOMatchedNotification,
-                                kIOFirstMatchNotification}) {
-        if (type == arrival)
-            return MatchingNotification::About::Arrivals;
-    }
+    if (type == kIOPublishNotification || type == kIOMatchedNotification)
+        return MatchingNotification::About::Arrivals;
+    if (type == kIOFirstPublishNotification || type == kIOFirstMatchNotification)
+        return MatchingNotification::About::FirstArrivals;
     return std::nullopt;
 }
 
@@ -230,8 +229,11 @@ kern_return_t IOServiceAddInterestNotification(IONotificationPortRef notifyPort,
     const auto server = RegistryServer::Enter();
     EntryPointer entry;
     const kern_return_t result = Find(server, service, "IOServiceAddInterestNotification", entry);
-    if (result == KERN_SUCCESS)
-        *notification = server->Handles().Add(
-            std::make_shared<InterestNotification>(notifyPort->queue, std::move(entry), callback, refCon));
-    return result;
+    if (result != KERN_SUCCESS)
+        return result;
+    if (server->Entries().Habits().refusedInterest && !entry->IsAttached())
+        return kIOReturnNotAttached;
+    *notification = server->Handles().Add(
+        std::make_shared<InterestNotification>(notifyPort->queue, std::move(entry), callback, refCon));
+    return KERN_SUCCESS;
 }

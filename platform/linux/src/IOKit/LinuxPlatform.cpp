@@ -54,4 +54,12 @@ void AllDevicesLeft() {
     RegistryServer::Enter()->Devices().LeaveAll();
 }
 
+void DeviceMatchedAgain(const std::string& path) {
+    RegistryServer::Enter()->Devices().MatchAgain(path);
+}
+
+void AdoptHabits(const KernelHabits& habits) {
+    RegistryServer::Enter()->Entries().AdoptHabits(habits);
+}
+
 } // namespace LinuxPlatform

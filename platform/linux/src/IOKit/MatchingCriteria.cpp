@@ -30,59 +30,85 @@ std::optional<PropertyValue> AsProperty(CFTypeRef value) {
     return PropertyValue(static_cast<std::int32_t>(integer));
 }
 
+template <class Use>
+void ForEachPair(CFDictionaryRef dictionary, Use use) {
+    CFDictionaryApplyFunction(
+        dictionary,
+        [](const void* key, const void* value, void* context) { (*static_cast<Use*>(context))(key, value); },
+        &use);
+}
+
+template <class Pairs>
+bool HasAll(const RegistryEntry& service, const Pairs& wanted) {
+    return std::all_of(wanted.begin(), wanted.end(), [&](const auto& pair) {
+        const PropertyValue* const actual = service.FindProperty(pair.first);
+        return actual && pair.second && *actual == *pair.second;
+    });
+}
+
 } // namespace
 
 MatchingCriteria::MatchingCriteria(CFDictionaryRef dictionary) : m_className(ClassName::SERVICE) {
-    Read(dictionary);
-}
-
-void MatchingCriteria::Read(CFDictionaryRef dictionary) {
-    CFDictionaryApplyFunction(
-        dictionary,
-        [](const void* key, const void* value, void* self) {
-            static_cast<MatchingCriteria*>(self)->ReadPair(key, value);
-        },
-        this);
+    ForEachPair(dictionary, [this](CFTypeRef key, CFTypeRef value) { ReadPair(key, value); });
 }
 
 void MatchingCriteria::ReadPair(CFTypeRef key, CFTypeRef value) {
     const std::optional<std::string> keyText = AsText(key);
-    const std::optional<PropertyValue> property = AsProperty(value);
-    const std::string* text = property ? std::get_if<std::string>(&*property) : nullptr;
+    const std::optional<std::string> text = AsText(value);
     if (keyText == kIOPropertyMatchKey)
         ReadNested(value);
-    else if (!keyText || !property)
-        m_isImpossible = true;
-    else if (*keyText == kIOProviderClassKey && text)
+    else if (keyText == kIOProviderClassKey && text)
         m_className = *text;
-    else if (*keyText == kIONameMatchKey && text)
+    else if (keyText == kIONameMatchKey && text)
         m_name = *text;
     else
-        m_properties.emplace_back(*keyText, *property);
+        m_other.emplace_back(keyText.value_or(""), AsProperty(value));
 }
 
 void MatchingCriteria::ReadNested(CFTypeRef dictionary) {
     if (dictionary && CFGetTypeID(dictionary) == CFDictionaryGetTypeID())
-        Read(static_cast<CFDictionaryRef>(dictionary));
+        ForEachPair(static_cast<CFDictionaryRef>(dictionary), [this](CFTypeRef key, CFTypeRef value) {
+            m_properties.emplace_back(AsText(key).value_or(""), AsProperty(value));
+        });
     else
-        m_isImpossible = true;
+        m_properties.emplace_back("", std::nullopt);
 }
 
-bool MatchingCriteria::Match(const RegistryEntry& service) const {
+bool MatchingCriteria::Match(const RegistryEntry& service, const KernelHabits& habits) const {
     // The class last: to find out what it derives from takes longest.
-    return !m_isImpossible && (!m_name || service.Name() == *m_name) &&
-           std::all_of(m_properties.begin(), m_properties.end(),
-                       [&](const auto& wanted) {
-                           const PropertyValue* actual = service.FindProperty(wanted.first);
-                           return actual && *actual == wanted.second;
-                       }) &&
-           ClassConformsTo(service.ClassName(), m_className);
+    return (!m_name || service.Name() == *m_name) && HasAll(service, m_properties) &&
+           MatchOther(service, habits) && ClassConformsTo(service.ClassName(), m_className);
+}
+
+bool MatchingCriteria::MatchOther(const RegistryEntry& service, const KernelHabits& habits) const {
+    if (m_other.empty())
+        return true;
+    return habits.matching ? PassClass(service) : HasAll(service, m_other);
+}
+
+// A USB device wants both of its ids to be asked for, a USB interface its number as well, which this registry
+// does not publish. Other classes know none of these keys.
+bool MatchingCriteria::PassClass(const RegistryEntry& service) const {
+    if (ClassConformsTo(service.ClassName(), ClassName::USB_DEVICE))
+        return AsksForIdsOf(service);
+    return !ClassConformsTo(service.ClassName(), ClassName::USB_INTERFACE);
+}
+
+bool MatchingCriteria::AsksForIdsOf(const RegistryEntry& device) const {
+    const auto asksFor = [&](const char* key) {
+        const PropertyValue* const actual = device.FindProperty(key);
+        return actual && std::any_of(m_other.begin(), m_other.end(), [&](const auto& pair) {
+                   return pair.first == key && pair.second && *pair.second == *actual;
+               });
+    };
+    return asksFor("idVendor") && asksFor("idProduct");
 }
 
 std::vector<EntryPointer> MatchingCriteria::MatchesIn(const Registry& registry) const {
     const Registry::ServiceTable* candidates = &registry.Services();
-    for (const auto& [key, value] : m_properties) {
-        const std::int32_t* const number = std::get_if<std::int32_t>(&value);
+    const Pairs none;
+    for (const auto& [key, value] : registry.Habits().matching ? none : m_other) {
+        const std::int32_t* const number = value ? std::get_if<std::int32_t>(&*value) : nullptr;
         const Registry::ServiceTable* const with =
             number ? registry.FindServicesWith(key, *number) : candidates;
         if (!with)
@@ -92,7 +118,7 @@ std::vector<EntryPointer> MatchingCriteria::MatchesIn(const Registry& registry) 
     }
     std::vector<EntryPointer> matches;
     for (const auto& [id, service] : *candidates) {
-        if (Match(*service))
+        if (Match(*service, registry.Habits()))
             matches.push_back(service);
     }
     return matches;

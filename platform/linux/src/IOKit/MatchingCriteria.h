@@ -7,23 +7,32 @@
 namespace LinuxPlatform {
 
 /// What a matching dictionary asks for, read once so that the dictionary can be given up.
+///
+/// The keys that every service knows (class, name, properties in a dictionary of their own) count for all. Any
+/// other key stands for a property of that name; with the kernel's habit of matching, the service's class says
+/// what it stands for.
 class MatchingCriteria {
 public:
     explicit MatchingCriteria(CFDictionaryRef dictionary);
 
-    bool Match(const RegistryEntry& service) const;
+    bool Match(const RegistryEntry& service, const KernelHabits& habits) const;
     /// All that match, parents before their children.
     std::vector<EntryPointer> MatchesIn(const Registry& registry) const;
 
 private:
-    void Read(CFDictionaryRef dictionary);
+    /// No value: one that no entry can have.
+    using Pairs = std::vector<std::pair<std::string, std::optional<PropertyValue>>>;
+
     void ReadPair(CFTypeRef key, CFTypeRef value);
     void ReadNested(CFTypeRef dictionary);
+    bool MatchOther(const RegistryEntry& service, const KernelHabits& habits) const;
+    bool PassClass(const RegistryEntry& service) const;
+    bool AsksForIdsOf(const RegistryEntry& device) const;
 
     std::string m_className;
     std::optional<std::string> m_name;
-    std::vector<std::pair<std::string, PropertyValue>> m_properties;
-    bool m_isImpossible = false; ///< asks for what no entry can have
+    Pairs m_properties; ///< in a dictionary of their own
+    Pairs m_other;
 };
 
 } // namespace LinuxPlatform

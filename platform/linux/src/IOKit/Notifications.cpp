@@ -5,6 +5,12 @@
 #include <IOKit/IOMessage.h>
 
 namespace LinuxPlatform {
+namespace {
+
+/// How many services the iterator of a notification holds on a Mac.
+const std::size_t KERNELS_ROOM = 1024;
+
+} // namespace
 
 Notification::~Notification() {
     m_queue->Forget(*this);
@@ -55,10 +61,10 @@ MatchingNotification::MatchingNotification(Registry& registry, std::shared_ptr<N
     : Notification(std::move(queue)), m_registry(registry), m_about(about), m_criteria(std::move(criteria)),
       m_callback(callback), m_refCon(refCon) {
     m_registry.AddObserver(*this);
-    if (m_about == About::Arrivals) {
-        const std::vector<EntryPointer> present = m_criteria.MatchesIn(m_registry);
-        m_services.assign(present.begin(), present.end());
-    }
+    if (m_about == About::Terminations)
+        return;
+    for (const EntryPointer& present : m_criteria.MatchesIn(m_registry))
+        Append(present);
 }
 
 MatchingNotification::~MatchingNotification() {
@@ -70,12 +76,23 @@ EntryPointer MatchingNotification::Next() {
         m_isArmed = true;
         return nullptr;
     }
-    EntryPointer service = std::move(m_services.front());
-    m_services.pop_front();
+    EntryPointer service;
+    if (m_registry.Habits().matching) {
+        service = std::move(m_services.back());
+        m_services.pop_back();
+    } else {
+        service = std::move(m_services.front());
+        m_services.pop_front();
+    }
     return service;
 }
 
 void MatchingNotification::ServicePublished(const EntryPointer& service) {
+    if (m_about != About::Terminations)
+        Offer(service);
+}
+
+void MatchingNotification::ServicePublishedAgain(const EntryPointer& service) {
     if (m_about == About::Arrivals)
         Offer(service);
 }
@@ -86,13 +103,17 @@ void MatchingNotification::ServiceTerminated(const EntryPointer& service) {
 }
 
 void MatchingNotification::Offer(const EntryPointer& service) {
-    if (!m_criteria.Match(*service))
-        return;
-    m_services.push_back(service);
-    if (!m_isArmed)
+    if (!m_criteria.Match(*service, m_registry.Habits()) || !Append(service) || !m_isArmed)
         return;
     m_isArmed = false;
     Post(0);
+}
+
+bool MatchingNotification::Append(const EntryPointer& service) {
+    if (m_registry.Habits().matching && m_services.size() >= KERNELS_ROOM)
+        return false;
+    m_services.push_back(service);
+    return true;
 }
 
 Delivery MatchingNotification::Prepare(std::uint32_t) {

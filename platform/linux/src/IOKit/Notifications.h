@@ -18,7 +18,7 @@ namespace LinuxPlatform {
 /// to hear of its end is told at once, so a short visit is seen as an arrival and a removal.
 class MatchingNotification final : public RegistryIterator, private Notification, private RegistryObserver {
 public:
-    enum class About { Arrivals, Terminations };
+    enum class About { Arrivals, FirstArrivals, Terminations };
 
     MatchingNotification(Registry& registry, std::shared_ptr<NotificationQueue> queue, About about,
                          MatchingCriteria criteria, IOServiceMatchingCallback callback, void* refCon);
@@ -31,9 +31,12 @@ public:
 
 private:
     void ServicePublished(const EntryPointer& service) override;
+    void ServicePublishedAgain(const EntryPointer& service) override;
     void ServiceTerminated(const EntryPointer& service) override;
     Delivery Prepare(std::uint32_t messageType) override;
     void Offer(const EntryPointer& service);
+    /// False when there is no room for it.
+    bool Append(const EntryPointer& service);
 
     Registry& m_registry;
     const About m_about;

@@ -42,6 +42,11 @@ EntryPointer Registry::Publish(const EntryPointer& parent, std::string className
     return entry;
 }
 
+void Registry::PublishAgain(const EntryPointer& entry) {
+    for (RegistryObserver* observer : m_observers)
+        observer->ServicePublishedAgain(entry);
+}
+
 void Registry::AddParent(const EntryPointer& child, const EntryPointer& parent) {
     child->m_parents.push_back(parent.get());
     parent->m_children.push_back(child);

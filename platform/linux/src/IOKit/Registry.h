@@ -2,6 +2,8 @@
 
 #include "RegistryEntry.h"
 
+#include <LinuxPlatform.h>
+
 #include <cstdint>
 #include <map>
 
@@ -12,6 +14,7 @@ class RegistryObserver {
 public:
     virtual ~RegistryObserver() = default;
     virtual void ServicePublished(const EntryPointer& service) = 0;
+    virtual void ServicePublishedAgain(const EntryPointer&) {}
     virtual void ServiceTerminated(const EntryPointer& service) = 0;
 };
 
@@ -28,6 +31,8 @@ public:
     /// Adds an entry below `parent`. `location` gives way when a sibling has it already.
     EntryPointer Publish(const EntryPointer& parent, std::string className, std::string name,
                          std::uint32_t location, PropertyTable properties);
+    /// Tells the observers of an entry that is there already.
+    void PublishAgain(const EntryPointer& entry);
     /// Makes `child`, which has other parents, a child of `parent` too.
     void AddParent(const EntryPointer& child, const EntryPointer& parent);
     /// Takes an entry out, after everything that hangs on it alone.
@@ -44,6 +49,9 @@ public:
     /// Changes whenever an entry comes or goes.
     std::uint64_t Generation() const { return m_generation; }
 
+    const KernelHabits& Habits() const { return m_habits; }
+    void AdoptHabits(const KernelHabits& habits) { m_habits = habits; }
+
     void AddObserver(RegistryObserver& observer) { m_observers.push_back(&observer); }
     void RemoveObserver(RegistryObserver& observer);
 
@@ -56,6 +64,7 @@ private:
     void RemoveService(const EntryPointer& entry);
     void TellTerminated(const EntryPointer& entry);
 
+    KernelHabits m_habits;
     std::uint64_t m_lastID = 0;
     std::uint64_t m_generation = 0;
     EntryPointer m_root;

@@ -240,6 +240,46 @@ TEST_F(Notifications, OfFirstMatchAndPublicationAreTheSame) {
     EXPECT_THAT(TakeEvents(), ElementsAre("modem", "modem", "modem"));
 }
 
+TEST_F(Notifications, AServiceThatIsMatchedAgainComesAgainUnlessTheFirstTimeWasAskedFor) {
+    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    const std::map<const char*, std::vector<std::string>> expected = {{kIOPublishNotification, {"modem"}},
+                                                                      {kIOMatchedNotification, {"modem"}},
+                                                                      {kIOFirstPublishNotification, {}},
+                                                                      {kIOFirstMatchNotification, {}},
+                                                                      {kIOTerminatedNotification, {}}};
+    for (const auto& [type, names] : expected) {
+        const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"), type);
+        Drain(iterator);
+        TakeEvents();
+        DeviceMatchedAgain("/1-1");
+        RunAll();
+        EXPECT_EQ(TakeEvents(), names) << type;
+        IOObjectRelease(iterator);
+    }
+}
+
+TEST_F(Notifications, AServiceThatIsMatchedAgainComesOnlyWhereItMatches) {
+    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    const io_iterator_t iterator = Watch(MatchingIds(1, 2));
+    Drain(iterator);
+    DeviceMatchedAgain("/1-1");
+    RunAll();
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+    IOObjectRelease(iterator);
+}
+
+TEST_F(Notifications, WhatIsUnknownOrWaitsForItsParentIsNotMatchedAgain) {
+    const io_iterator_t iterator = Watch(IOServiceMatching("IOService"));
+    Drain(iterator);
+    TakeEvents();
+    DeviceArrived(Interface("/1-1/0"));
+    DeviceMatchedAgain("/1-1/0");
+    DeviceMatchedAgain("/1-2");
+    RunAll();
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+    IOObjectRelease(iterator);
+}
+
 TEST_F(Notifications, OfTerminationYieldWhatHasLeft) {
     PlugInComposite("/1-1", 1, 2);
     const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBNub"), kIOTerminatedNotification);
