@@ -136,6 +136,37 @@ TEST_F(HWServiceDetectionIOKitTest, ListingTracesEachDeviceForSupport) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] Connected device : 4817|5121\n"));
 }
 
+TEST_F(HWServiceDetectionIOKitTest, AChangeOfTheRegistryBeginsTheListAgainWithoutWhatHasLeft) {
+    ScriptedEntry& left = addModem();
+    ScriptedEntry& stays = registry().add("other", "b").with("idVendor", 1).with("idProduct", 2);
+    registry().matches = {{&left, &stays}};
+    registry().changes[1] = ScriptedChange{1, 1, {&stays}};
+    std::set<std::string> devices = {"here before"};
+    m_service.getConnectedDevices("USB", devices);
+    EXPECT_THAT(devices, ElementsAre("1|2", "here before"));
+    EXPECT_THAT(script().callsOf("IOIteratorReset"), ElementsAre("IOIteratorReset(iterator 1)"));
+}
+
+TEST_F(HWServiceDetectionIOKitTest, ARegistryThatNeverRestsEndsTheListAfterTenWalksWithWhatTheLastOneFound) {
+    TraceCapture trace;
+    ScriptedEntry& modem = addModem();
+    registry().matches = {{&modem}};
+    registry().changes[1] = ScriptedChange{1000, 1, {&modem}};
+    EXPECT_THAT(connected(), ElementsAre("4817|5121"));
+    EXPECT_EQ(9u, script().callsOf("IOIteratorReset").size());
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks.\n"));
+}
+
+TEST_F(HWServiceDetectionIOKitTest, ARegistryThatRestsInTimeIsNoError) {
+    TraceCapture trace;
+    ScriptedEntry& modem = addModem();
+    registry().matches = {{&modem}};
+    registry().changes[1] = ScriptedChange{9, 0, {&modem}};
+    EXPECT_THAT(connected(), ElementsAre("4817|5121"));
+    EXPECT_THAT(trace.text(), HasSubstr(">> [D] The registry has changed : walk 10 begins.\n"));
+    EXPECT_THAT(trace.text(), Not(HasSubstr("[E]")));
+}
+
 // ---- detecting
 
 TEST_F(HWServiceDetectionIOKitTest, DetectingMatchesClassAndBothIds) {
@@ -294,6 +325,64 @@ TEST_F(HWServiceDetectionIOKitTest, DescendantsOfOtherClassesWithoutClassOrUnrea
     registry().matches = {{&modem}};
     EXPECT_EQ("", detect());
     EXPECT_THAT(script().callsOf("IORegistryEntrySearchCFProperty"), IsEmpty());
+}
+
+// What each walk finds is forgotten when it breaks off: first the one over the devices, then over the
+// descendants of one, then over the interfaces.
+class BrokenWalkTest : public HWServiceDetectionIOKitTest, public testing::WithParamInterface<int> {
+protected:
+    BrokenWalkTest() {
+        describe("PortHID", "data.*");
+        describe("ModemPortHID", "dial.*");
+        describe("NetworkAdapterHID", "any");
+        ScriptedEntry& first = addModem("first", "IOService:/usb@14000000");
+        ScriptedEntry& second = addModem("second", "IOService:/usb@15000000");
+        addPort(first, "dial1", "/dev/cu.dial1"); // has left when a walk begins again
+        ScriptedEntry& port = addPort(first, "data1", "/dev/cu.data1");
+        ScriptedEntry& interface = addInterface(first.path + "/net", "wwan0");
+        ScriptedEntry& later = addInterface(first.path + "/net", "wwan1");
+        ScriptedEntry& stack = addNetworkStack(first, {&interface, &later});
+        addPort(second, "data2", "/dev/cu.data2");
+        registry().matches = {{&first, &second}};
+        m_left = {{&second}, {&port, &stack}, {&interface}};
+    }
+    std::vector<ScriptedEntry*> left() const { return m_left.at(static_cast<std::size_t>(GetParam() - 1)); }
+
+private:
+    std::vector<std::vector<ScriptedEntry*>> m_left;
+};
+
+TEST_P(BrokenWalkTest, BeginsAgainWithoutWhatHasLeft) {
+    const char* const expected[] = {"DetectedPortName=/dev/cu.data2",
+                                    "DetectedNetworkAdapterName=wwan1 DetectedPortName=/dev/cu.data2",
+                                    "DetectedNetworkAdapterName=wwan0 DetectedModemPortName=/dev/cu.dial1 "
+                                    "DetectedPortName=/dev/cu.data2"};
+    registry().changes[GetParam()] = ScriptedChange{1, GetParam() == 3 ? 2u : 1u, left()};
+    EXPECT_EQ(expected[GetParam() - 1], detect());
+    EXPECT_EQ(1u, script().callsOf("IOIteratorReset").size());
+}
+
+TEST_P(BrokenWalkTest, EndsAfterTenWalksWhenTheRegistryNeverRests) {
+    TraceCapture trace;
+    registry().changes[GetParam()] = ScriptedChange{1000, 1, left()};
+    EXPECT_NE("", detect());
+    EXPECT_EQ(9u, script().callsOf("IOIteratorReset").size());
+    EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks.\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BrokenWalkTest, testing::Values(1, 2, 3));
+
+TEST_F(HWServiceDetectionIOKitTest, WhatTheCallerHadFoundStaysWhenAWalkBeginsAgain) {
+    describe("PortHID", "data");
+    ScriptedEntry& modem = addModem();
+    addPort(modem, "data", "/dev/cu.data");
+    registry().changes[1] = ScriptedChange{1, 1, {&modem}};
+    const io_iterator_t iterator = registry().makeIterator({&modem});
+    Dictionary found;
+    found.addValue("Kept", std::string("yes"));
+    m_service.DeviceAdded(NULL, iterator, m_description, found);
+    EXPECT_EQ("DetectedPortName=/dev/cu.data Kept=yes", flat(found));
+    IOObjectRelease(iterator);
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ARefusedWalkOfTheDescendantsSkipsTheDevice) {

@@ -2,6 +2,7 @@
 
 #include "Script.h"
 
+#include <algorithm>
 #include <cstring>
 
 ScriptedEntry& ScriptedEntry::with(const std::string& key, int number) {
@@ -12,6 +13,20 @@ ScriptedEntry& ScriptedEntry::with(const std::string& key, int number) {
 ScriptedEntry& ScriptedEntry::with(const std::string& key, const std::string& text) {
     properties[key].reset(makeText(text).release());
     return *this;
+}
+
+static const char STRANGER[] = "stranger";
+
+ScriptedRegistry::ScriptedRegistry() {
+    if (!m_isKernel)
+        return;
+    // Beside every device, above every device, and one that has left already.
+    for (const char* path : {"IOService:/ACPI@0/thermal@1", "IOService:/", ""})
+        m_strangers.push_back(&add(STRANGER + std::string(" ") + path, path));
+}
+
+bool ScriptedRegistry::isAboutStranger(const std::string& call) {
+    return call.find(STRANGER) != std::string::npos;
 }
 
 ScriptedRegistry& ScriptedRegistry::current() {
@@ -36,8 +51,26 @@ io_object_t ScriptedRegistry::newObject(const std::string& name) {
 
 io_object_t ScriptedRegistry::newIterator(const std::vector<ScriptedEntry*>& services) {
     const io_object_t iterator = newObject("iterator " + std::to_string(++m_iterators));
-    m_objects[iterator].waiting.assign(services.begin(), services.end());
+    Object& object = m_objects[iterator];
+    object.services = services;
+    object.waiting.assign(services.begin(), services.end());
+    if (changes.count(m_iterators) != 0)
+        object.change = changes[m_iterators];
     return iterator;
+}
+
+ScriptedEntry* ScriptedRegistry::takeNext(Object& iterator) {
+    if (iterator.change.walks > 0 && iterator.taken == iterator.change.after) {
+        --iterator.change.walks;
+        iterator.services = iterator.change.left;
+        iterator.isValid = false;
+    }
+    if (!iterator.isValid || iterator.waiting.empty())
+        return NULL;
+    ScriptedEntry* const next = iterator.waiting.front();
+    iterator.waiting.pop_front();
+    ++iterator.taken;
+    return next;
 }
 
 ScriptedRegistry::Object* ScriptedRegistry::find(io_object_t object) {
@@ -72,12 +105,32 @@ std::vector<ScriptedEntry*> ScriptedRegistry::nextMatches() {
     return next;
 }
 
+std::vector<ScriptedEntry*> ScriptedRegistry::nextMatchesOf(const std::string& notification) {
+    std::vector<ScriptedEntry*> services = nextMatches();
+    if (m_isKernel && notification.find("IOProviderClass") == std::string::npos) {
+        services.clear();
+        for (ScriptedEntry& entry : m_entries)
+            services.push_back(&entry);
+    }
+    return inTheirOrder(services);
+}
+
+std::vector<ScriptedEntry*> ScriptedRegistry::inTheirOrder(std::vector<ScriptedEntry*> services) const {
+    if (m_isKernel)
+        std::reverse(services.begin(), services.end());
+    return services;
+}
+
 void ScriptedRegistry::deliver(const ScriptedNotification& notification,
                                const std::vector<ScriptedEntry*>& services) {
     Object* const iterator = find(notification.object);
     if (iterator == NULL)
         return;
-    iterator->waiting.assign(services.begin(), services.end());
+    std::vector<ScriptedEntry*> arriving = services;
+    if (m_isKernel && notification.matching.find("IOProviderClass") == std::string::npos)
+        arriving.insert(arriving.end(), m_strangers.begin(), m_strangers.end());
+    arriving = inTheirOrder(arriving);
+    iterator->waiting.assign(arriving.begin(), arriving.end());
     notification.matchingCallback(notification.refCon, notification.object);
 }
 
@@ -201,7 +254,7 @@ kern_return_t IOServiceAddMatchingNotification(IONotificationPortRef port, const
     notification.matching = description;
     notification.matchingCallback = callback;
     notification.refCon = refCon;
-    notification.object = registry().newIterator(registry().nextMatches());
+    notification.object = registry().newIterator(registry().nextMatchesOf(description));
     *iterator = notification.object;
     registry().registered().push_back(notification);
     return KERN_SUCCESS;
@@ -234,14 +287,33 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef matching
 
 io_object_t IOIteratorNext(io_iterator_t iterator) {
     ScriptedRegistry::Object* const found = registry().find(iterator);
-    if (found == NULL || found->waiting.empty()) {
+    ScriptedEntry* const next = found == NULL ? NULL : ScriptedRegistry::takeNext(*found);
+    if (next == NULL) {
         note("IOIteratorNext(" + registry().nameOf(iterator) + ") = none");
         return IO_OBJECT_NULL;
     }
-    ScriptedEntry* const next = found->waiting.front();
-    found->waiting.pop_front();
     note("IOIteratorNext(" + found->name + ") = " + next->name);
     return registry().retain(next);
+}
+
+// Noted only where the answer is no: a walk's end is seldom anything else, and tests that list the calls would
+// list it everywhere.
+boolean_t IOIteratorIsValid(io_iterator_t iterator) {
+    const ScriptedRegistry::Object* const found = registry().find(iterator);
+    if (found != NULL && found->isValid)
+        return TRUE;
+    note("IOIteratorIsValid(" + registry().nameOf(iterator) + ") = no");
+    return FALSE;
+}
+
+void IOIteratorReset(io_iterator_t iterator) {
+    ScriptedRegistry::Object* const found = registry().find(iterator);
+    note("IOIteratorReset(" + registry().nameOf(iterator) + ")");
+    if (found == NULL)
+        return;
+    found->waiting.assign(found->services.begin(), found->services.end());
+    found->taken = 0;
+    found->isValid = true;
 }
 
 kern_return_t IOObjectRelease(io_object_t object) {

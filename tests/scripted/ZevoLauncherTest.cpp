@@ -235,12 +235,14 @@ TEST_F(ZevoLauncherTest, AnArrivalTracesWhatCameAndWhatWasExpectedInThisOrder) {
 }
 
 TEST_F(ZevoLauncherTest, TheArrivingModemStartsTheApplications) {
+    applications().launchedApplicationsRun = true;
     run(
         launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
 }
 
 TEST_F(ZevoLauncherTest, TheArrivingCdRomPersonalityStartsTheApplicationsExactlyAsTheModemDoes) {
+    applications().launchedApplicationsRun = true;
     run(
         launcherConfiguration(MODEM, MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1446); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });
@@ -265,6 +267,7 @@ TEST_F(ZevoLauncherTest, AForeignDeviceStartsNothing) {
 }
 
 TEST_F(ZevoLauncherTest, AnIdThatDiffersOnlyInLetterCaseStartsTheApplications) {
+    applications().launchedApplicationsRun = true;
     run(
         launcherConfiguration("usb#VID_12D1&PID_1001", MODEM, CD_ROM), [&] { arrive(0x12D1, 0x1001); },
         [&] { EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN)); });

@@ -1,5 +1,6 @@
 #include "Dictionary.h"
 #include "HWServicePnPClient.h"
+#include "KernelMatching.h"
 #include "MAC/HWServiceDetectionIOKit.h"
 #include "MAC/HWServicePnPIOKit.h"
 
@@ -59,6 +60,8 @@ protected:
     ServicesOverRegistryTest() {
         LinuxPlatform::UseDevicesByHand();
         LinuxPlatform::AllDevicesLeft();
+        m_habits.matching = matchesAsKernel();
+        LinuxPlatform::AdoptHabits(m_habits);
         m_before = LinuxPlatform::CountLiveObjects();
         m_service.registerClient(&m_client);
     }
@@ -69,6 +72,18 @@ protected:
             m_service.unRegisterService();
         }
         EXPECT_EQ(m_before, LinuxPlatform::CountLiveObjects());
+        LinuxPlatform::AdoptHabits(LinuxPlatform::KernelHabits());
+    }
+    void refuseInterest() {
+        m_habits.refusedInterest = true;
+        LinuxPlatform::AdoptHabits(m_habits);
+    }
+    /// Below a device or an interface, and found by the device's watch: an interface by its ids, or a port because the
+    /// kernel does not compare any.
+    static Device watchedPart(const Device& parent, const std::string& number) {
+        return matchesAsKernel()
+                   ? part(parent, DeviceKind::SerialPort, "tty" + number, 0x10u + std::stoul(number))
+                   : part(parent, DeviceKind::UsbInterface, "if" + number, std::stoul(number));
     }
     void registerService() {
         m_service.registerService();
@@ -90,6 +105,7 @@ protected:
     }
 
     LinuxPlatform::LiveObjects m_before;
+    LinuxPlatform::KernelHabits m_habits;
     Client m_client;
     HWServicePnPIOKit m_service;
     bool m_isRegistered = false;
@@ -103,14 +119,14 @@ TEST_F(ServicesOverRegistryTest, ADeviceIsListedInDecimalWhileItIsThere) {
     EXPECT_THAT(connected(), IsEmpty());
 }
 
-TEST_F(ServicesOverRegistryTest, AnArrivalIsToldOnceForTheDeviceAndOncePerServiceThatCarriesItsIds) {
+TEST_F(ServicesOverRegistryTest, AnArrivalIsToldOnceForTheDeviceAndOncePerServiceBelowItThatIsWatched) {
     registerService();
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
     arrive(modem);
     const size_t forTheDevice = m_client.arrivals.size();
-    EXPECT_GE(forTheDevice, 1u);
-    arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
-    arrive(part(modem, DeviceKind::UsbInterface, "if1", 1));
+    EXPECT_EQ(2u, forTheDevice) << "its watch finds itself, too";
+    arrive(watchedPart(modem, "0"));
+    arrive(watchedPart(modem, "1"));
     EXPECT_EQ(forTheDevice + 2, m_client.arrivals.size());
     EXPECT_THAT(m_client.arrivals, Each(MODEM));
     EXPECT_THAT(m_client.removals, IsEmpty());
@@ -155,7 +171,7 @@ TEST_F(ServicesOverRegistryTest, ADeviceWhosePathIsTooLongTakesNobodyElsesInterf
     const Device equal = usbDevice("1-3", 0x12D1, 0x1001);
     arrive(equal);
     m_client.arrivals.clear();
-    arrive(part(equal, DeviceKind::UsbInterface, "if0", 0));
+    arrive(watchedPart(equal, "0"));
     EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM)) << "once, for its own device";
 }
 
@@ -166,7 +182,7 @@ TEST_F(ServicesOverRegistryTest, AnInterfaceOfAnEqualDeviceIsToldForItsOwnDevice
     arrive(first);
     arrive(tenth);
     m_client.arrivals.clear();
-    arrive(part(tenth, DeviceKind::UsbInterface, "if0", 0));
+    arrive(watchedPart(tenth, "0"));
     EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM));
 }
 
@@ -192,6 +208,54 @@ TEST_F(ServicesOverRegistryTest, DevicesThatComeAndGoBeforeTheLoopRunsAreToldBot
     EXPECT_EQ(10u, m_client.arrivals.size());
     EXPECT_EQ(10u, m_client.removals.size());
     EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+}
+
+TEST_F(ServicesOverRegistryTest, ADeviceThatHasLeftWhenItsEndIsAskedForIsToldOfAndLeavesNothingBehind) {
+    registerService();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    refuseInterest();
+    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+    LinuxPlatform::DeviceLeft("/bus/1-1");
+    deliver();
+    EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM));
+    EXPECT_THAT(m_client.removals, IsEmpty()) << "nobody tells of it any more";
+    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+}
+
+TEST_F(ServicesOverRegistryTest, ADeviceThatIsMatchedAgainIsToldAgainAndEndsTwice) {
+    registerService();
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    arrive(modem);
+    m_client.arrivals.clear();
+    LinuxPlatform::DeviceMatchedAgain(modem.path);
+    deliver();
+    EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM, MODEM, MODEM))
+        << "for itself, by its first watch and by its new one";
+    LinuxPlatform::DeviceLeft(modem.path);
+    deliver();
+    EXPECT_THAT(m_client.removals, ElementsAre(MODEM, MODEM));
+    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+}
+
+TEST_F(ServicesOverRegistryTest, AModemIsToldOfAmongMoreServicesThanAnIteratorHolds) {
+    const Device crowded = usbDevice("1-2", 1, 2);
+    LinuxPlatform::DeviceArrived(crowded);
+    for (std::uint32_t number = 0; number < 1100; ++number) {
+        const std::string name = "tty" + std::to_string(number);
+        LinuxPlatform::DeviceArrived(part(crowded, DeviceKind::SerialPort, name, number));
+    }
+    registerService();
+    const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
+    arrive(modem);
+    // Where the crowd has filled the watch's iterator, the device itself is lost from it.
+    EXPECT_THAT(m_client.arrivals, testing::SizeIs(matchesAsKernel() ? 1 : 2));
+    EXPECT_THAT(m_client.arrivals, Each(MODEM));
+    arrive(watchedPart(modem, "0"));
+    EXPECT_THAT(m_client.arrivals, testing::SizeIs(matchesAsKernel() ? 2 : 3));
+    LinuxPlatform::DeviceLeft(modem.path);
+    deliver();
+    EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
 }
 
 TEST_F(ServicesOverRegistryTest, AThousandArrivalsAndRemovalsLeaveNoObjectBehind) {

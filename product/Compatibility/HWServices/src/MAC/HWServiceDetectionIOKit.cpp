@@ -6,12 +6,14 @@
 #include "IOObjectHandle.h"
 #include "MessageType.h"
 #include "RegistryReading.h"
+#include "RegistryWalk.h"
 #include "StringManagement.h"
 
 #include <IOKit/IOKitKeys.h>
 
 #include <climits>
 #include <cstdlib>
+#include <map>
 #include <regex.h>
 
 namespace {
@@ -22,6 +24,9 @@ struct Wanted {
     std::string modemPort;
     std::string networkAdapter;
 };
+
+/// What was found, by the keys of a result; what is found later takes the place of what was found before.
+using Findings = std::map<std::string, std::string>;
 
 } // namespace
 
@@ -72,23 +77,28 @@ static bool isWantedPort(const std::string& name, const Wanted& wanted) {
            matchesPattern(name, wanted.modemPort);
 }
 
+static void addTo(Findings& findings, const Findings& later) {
+    for (const auto& [key, value] : later)
+        findings[key] = value;
+}
+
 static void storePort(const std::string& name, const std::string& path, const Wanted& wanted,
-                      Dictionary& found) {
+                      Findings& found) {
     TRACE_FUNCTION("storePort");
     if (StringManagement::compareNoCase(name, wanted.port)) {
-        found.addValue("DetectedPortName", path);
+        found["DetectedPortName"] = path;
     } else if (StringManagement::compareNoCase(name, wanted.modemPort)) {
-        found.addValue("DetectedModemPortName", path);
+        found["DetectedModemPortName"] = path;
     } else {
         // DELIBERATE: each for itself, so that one port which both patterns match serves as both.
         if (matchesPattern(name, wanted.port))
-            found.addValue("DetectedPortName", path);
+            found["DetectedPortName"] = path;
         if (matchesPattern(name, wanted.modemPort))
-            found.addValue("DetectedModemPortName", path);
+            found["DetectedModemPortName"] = path;
     }
 }
 
-static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Dictionary& found) {
+static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Findings& found) {
     TRACE_FUNCTION("examineSerialPort");
     const std::string name = searchText(entry, CFSTR("IOTTYDevice"));
     TRACE_MESSAGE(MSG_DEBUG, "Port Name : %s ", name.c_str());
@@ -101,27 +111,33 @@ static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, D
 
 // The network stack is one entry that all interfaces share: the device's own are those of its parents that
 // lie below the device.
-static void examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath, Dictionary& found) {
+static Findings examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath) {
     TRACE_FUNCTION("examineNetworkStack");
+    Findings found;
     IOObjectHandle parents;
     IORegistryEntryGetParentIterator(stack, kIOServicePlane, parents.receive());
     if (!parents)
-        return;
-    while (const io_registry_entry_t next = IOIteratorNext(parents.get())) {
-        const IOObjectHandle parent(next);
-        std::string path;
-        readPath(parent.get(), path);
-        if (!isBelow(path, devicePath))
-            continue;
-        const CFOwned<CFMutableDictionaryRef> properties = readProperties(parent.get());
-        std::string name;
-        if (properties && readText(CFDictionaryGetValue(properties.get(), CFSTR("BSD Name")), name))
-            found.addValue("DetectedNetworkAdapterName", name);
-    }
+        return found;
+    RegistryWalk walk(parents.get());
+    do {
+        found.clear();
+        while (const io_registry_entry_t next = walk.next()) {
+            const IOObjectHandle parent(next);
+            std::string path;
+            readPath(parent.get(), path);
+            if (!isBelow(path, devicePath))
+                continue;
+            const CFOwned<CFMutableDictionaryRef> properties = readProperties(parent.get());
+            std::string name;
+            if (properties && readText(CFDictionaryGetValue(properties.get(), CFSTR("BSD Name")), name))
+                found["DetectedNetworkAdapterName"] = name;
+        }
+    } while (walk.beginsAgain());
+    return found;
 }
 
 static void examineDescendant(io_registry_entry_t entry, const std::string& devicePath, const Wanted& wanted,
-                              Dictionary& found) {
+                              Findings& found) {
     TRACE_FUNCTION("examineDescendant");
     const CFOwned<CFMutableDictionaryRef> properties = readProperties(entry);
     if (!properties)
@@ -131,7 +147,54 @@ static void examineDescendant(io_registry_entry_t entry, const std::string& devi
     if (entryClass == "IOSerialBSDClient" && !(wanted.port.empty() && wanted.modemPort.empty()))
         examineSerialPort(entry, wanted, found);
     else if (entryClass == "IONetworkStack" && !wanted.networkAdapter.empty())
-        examineNetworkStack(entry, devicePath, found);
+        addTo(found, examineNetworkStack(entry, devicePath));
+}
+
+static Findings examineDevice(io_service_t device, const Wanted& wanted) {
+    TRACE_FUNCTION("examineDevice");
+    const std::string name = readName(device);
+    TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", name.c_str());
+    std::string path;
+    const kern_return_t result = readPath(device, path);
+    if (result != KERN_SUCCESS)
+        TRACE_MESSAGE(MSG_DEBUG, "device IORegistryEntryGetPath returned 0x%08x.",
+                      static_cast<unsigned>(result));
+    else
+        TRACE_MESSAGE(MSG_DEBUG, "Device Path : %s", path.c_str());
+
+    Findings found;
+    IOObjectHandle descendants;
+    IORegistryEntryCreateIterator(device, kIOServicePlane, kIORegistryIterateRecursively,
+                                  descendants.receive());
+    if (!descendants)
+        return found;
+    RegistryWalk walk(descendants.get());
+    do {
+        found.clear();
+        while (const io_registry_entry_t entry = walk.next()) {
+            const IOObjectHandle descendant(entry);
+            examineDescendant(descendant.get(), path, wanted, found);
+        }
+    } while (walk.beginsAgain());
+    return found;
+}
+
+// The pair of a device's ids that a list of devices holds; empty when it lacks one.
+static std::string readIdPair(io_service_t device) {
+    TRACE_FUNCTION("readIdPair");
+    const CFOwned<CFMutableDictionaryRef> properties = readProperties(device);
+    if (!properties)
+        return std::string();
+    const CFTypeRef vendor = CFDictionaryGetValue(properties.get(), CFSTR("idVendor"));
+    const CFTypeRef product = CFDictionaryGetValue(properties.get(), CFSTR("idProduct"));
+    if (vendor == NULL || product == NULL)
+        return std::string();
+    const CFOwned<CFStringRef> pair(
+        CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@|%@"), vendor, product));
+    char text[256] = {};
+    if (!pair || !CFStringGetCString(pair.get(), text, sizeof text, kCFStringEncodingUTF8))
+        return std::string();
+    return text;
 }
 
 HWServiceDetectionIOKit::HWServiceDetectionIOKit() {
@@ -178,23 +241,20 @@ void HWServiceDetectionIOKit::getConnectedDevices(std::string, std::set<std::str
                       static_cast<unsigned>(result));
         return;
     }
-    while (const io_service_t next = IOIteratorNext(iterator.get())) {
-        const IOObjectHandle device(next);
-        const CFOwned<CFMutableDictionaryRef> properties = readProperties(device.get());
-        if (!properties)
-            continue;
-        const CFTypeRef vendor = CFDictionaryGetValue(properties.get(), CFSTR("idVendor"));
-        const CFTypeRef product = CFDictionaryGetValue(properties.get(), CFSTR("idProduct"));
-        if (vendor == NULL || product == NULL)
-            continue;
-        const CFOwned<CFStringRef> pair(
-            CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@|%@"), vendor, product));
-        char text[256] = {};
-        if (!pair || !CFStringGetCString(pair.get(), text, sizeof text, kCFStringEncodingUTF8))
-            continue;
-        TRACE_MESSAGE(MSG_DEBUG, "Connected device : %s", text);
-        devices.insert(text);
-    }
+    std::set<std::string> pairs;
+    RegistryWalk walk(iterator.get());
+    do {
+        pairs.clear();
+        while (const io_service_t next = walk.next()) {
+            const IOObjectHandle device(next);
+            const std::string pair = readIdPair(device.get());
+            if (pair.empty())
+                continue;
+            TRACE_MESSAGE(MSG_DEBUG, "Connected device : %s", pair.c_str());
+            pairs.insert(pair);
+        }
+    } while (walk.beginsAgain());
+    devices.insert(pairs.begin(), pairs.end());
 }
 
 void HWServiceDetectionIOKit::detectDeviceHID(Dictionary& device, Dictionary& result) {
@@ -236,26 +296,15 @@ void HWServiceDetectionIOKit::DeviceAdded(void*, io_iterator_t it, Dictionary& d
     TRACE_METHOD();
     const Wanted wanted = {textOf(device, "PortHID"), textOf(device, "ModemPortHID"),
                            textOf(device, "NetworkAdapterHID")};
-    while (const io_service_t next = IOIteratorNext(it)) {
-        const IOObjectHandle service(next);
-        const std::string name = readName(service.get());
-        TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", name.c_str());
-        std::string path;
-        const kern_return_t result = readPath(service.get(), path);
-        if (result != KERN_SUCCESS)
-            TRACE_MESSAGE(MSG_DEBUG, "device IORegistryEntryGetPath returned 0x%08x.",
-                          static_cast<unsigned>(result));
-        else
-            TRACE_MESSAGE(MSG_DEBUG, "Device Path : %s", path.c_str());
-
-        IOObjectHandle descendants;
-        IORegistryEntryCreateIterator(service.get(), kIOServicePlane, kIORegistryIterateRecursively,
-                                      descendants.receive());
-        if (!descendants)
-            continue;
-        while (const io_registry_entry_t entry = IOIteratorNext(descendants.get())) {
-            const IOObjectHandle descendant(entry);
-            examineDescendant(descendant.get(), path, wanted, found);
+    Findings findings;
+    RegistryWalk walk(it);
+    do {
+        findings.clear();
+        while (const io_service_t next = walk.next()) {
+            const IOObjectHandle service(next);
+            addTo(findings, examineDevice(service.get(), wanted));
         }
-    }
+    } while (walk.beginsAgain());
+    for (const auto& [key, value] : findings)
+        found.addValue(key, value);
 }

@@ -8,6 +8,7 @@
 #include "LogMessage.h"
 #include "MessageType.h"
 #include "RegistryReading.h"
+#include "RegistryWalk.h"
 
 #include <IOKit/IOKitKeys.h>
 #include <IOKit/IOMessage.h>
@@ -71,7 +72,8 @@ static void readId(io_service_t device, CFStringRef key, SInt32& id) {
     readNumber(property.get(), id);
 }
 
-// Both ids and no class: matches every service that carries them, the device itself and its interfaces.
+// Both ids and no class: matches the device itself and the services below it that carry or ignore them. It may
+// match any other service of the machine as well, where that one's class lets unknown keys pass.
 static CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
     CFOwned<CFMutableDictionaryRef> matching(CFDictionaryCreateMutable(
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
@@ -223,11 +225,14 @@ void DeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
 void DeviceAdded(void* refCon, io_iterator_t it, bool initial) {
     TRACE_FUNCTION("DeviceAdded");
     Clients* const clients = static_cast<RegistrationContext*>(refCon)->clients;
-    while (const io_service_t device = IOIteratorNext(it)) {
-        const std::string hid = watchDevice(clients, device, initial);
-        if (!initial)
-            tellClients(*clients, &HWServicePnPClient::onDeviceArrival, hid);
-    }
+    RegistryWalk walk(it);
+    do {
+        while (const io_service_t device = walk.next()) {
+            const std::string hid = watchDevice(clients, device, initial);
+            if (!initial)
+                tellClients(*clients, &HWServicePnPClient::onDeviceArrival, hid);
+        }
+    } while (walk.beginsAgain());
 }
 
 void ChildDeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
@@ -241,15 +246,19 @@ void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial) {
     if (refCon == NULL)
         return;
     const ChildWatchRecord& record = *static_cast<const ChildWatchRecord*>(refCon);
-    while (const io_service_t next = IOIteratorNext(it)) {
-        const IOObjectHandle service(next);
-        std::string path;
-        readPath(service.get(), path);
-        // The ids alone do not tell two equal devices apart; the path does.
-        if (isBelow(path, record.devicePath) && !initial)
-            tellClients(*record.clients, &HWServicePnPClient::onDeviceArrival,
-                        formatHardwareId(record.vendor, record.product));
-    }
+    RegistryWalk walk(it);
+    do {
+        while (const io_service_t next = walk.next()) {
+            const IOObjectHandle service(next);
+            std::string path;
+            readPath(service.get(), path);
+            // The ids alone do not tell two equal devices apart, and many classes do not even compare them;
+            // the path tells.
+            if (isBelow(path, record.devicePath) && !initial)
+                tellClients(*record.clients, &HWServicePnPClient::onDeviceArrival,
+                            formatHardwareId(record.vendor, record.product));
+        }
+    } while (walk.beginsAgain());
 }
 
 void DeviceNotification(void* refCon, io_service_t, natural_t messageType, void*) noexcept {

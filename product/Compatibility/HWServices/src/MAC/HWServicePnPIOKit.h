@@ -27,12 +27,13 @@ private:
 
 // The callbacks given to IOKit. `refCon` is, for each, the record that it was registered with.
 
-/// First match of class "IOUSBDevice".
+/// Match of class "IOUSBDevice". A device that is matched again is told of again, and watched once more.
 void DeviceAddedCallback(void* refCon, io_iterator_t it) noexcept;
 /// Drains the iterator, which arms it. With `initial` no client is told.
 void DeviceAdded(void* refCon, io_iterator_t it, bool initial);
 
-/// First match of any service that carries a watched device's vendor and product ids.
+/// Match of any service that does not refuse a watched device's vendor and product ids: on a Mac most services of
+/// the machine, so that only those whose path lies below the device's are told of.
 void ChildDeviceAddedCallback(void* refCon, io_iterator_t it) noexcept;
 /// Drains the iterator, which arms it. With `initial` no client is told. `refCon` must not be null.
 void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial);
