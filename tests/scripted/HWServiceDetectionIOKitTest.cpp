@@ -339,32 +339,30 @@ protected:
         ScriptedEntry& second = addModem("second", "IOService:/usb@15000000");
         addPort(first, "dial1", "/dev/cu.dial1"); // has left when a walk begins again
         ScriptedEntry& port = addPort(first, "data1", "/dev/cu.data1");
-        ScriptedEntry& interface = addInterface(first.path + "/net", "wwan0");
-        ScriptedEntry& later = addInterface(first.path + "/net", "wwan1");
-        ScriptedEntry& stack = addNetworkStack(first, {&interface, &later});
+        ScriptedEntry& stack =
+            addNetworkStack(first, {&addInterface(first.path + "/net", "wwan0"), &addInterface("", "")});
         addPort(second, "data2", "/dev/cu.data2");
         registry().matches = {{&first, &second}};
-        m_left = {{&second}, {&port, &stack}, {&interface}};
+        m_left = {{1, {&second}}, {2, {&port, &stack}}, {3, {&addInterface("", "")}}};
     }
-    std::vector<ScriptedEntry*> left() const { return m_left.at(static_cast<std::size_t>(GetParam() - 1)); }
 
-private:
-    std::vector<std::vector<ScriptedEntry*>> m_left;
+    /// What is still there when the walk begins again.
+    std::map<int, std::vector<ScriptedEntry*>> m_left;
 };
 
 TEST_P(BrokenWalkTest, BeginsAgainWithoutWhatHasLeft) {
-    const char* const expected[] = {"DetectedPortName=/dev/cu.data2",
-                                    "DetectedNetworkAdapterName=wwan1 DetectedPortName=/dev/cu.data2",
-                                    "DetectedNetworkAdapterName=wwan0 DetectedModemPortName=/dev/cu.dial1 "
-                                    "DetectedPortName=/dev/cu.data2"};
-    registry().changes[GetParam()] = ScriptedChange{1, GetParam() == 3 ? 2u : 1u, left()};
-    EXPECT_EQ(expected[GetParam() - 1], detect());
+    std::map<int, std::string> expected = {
+        {1, "DetectedPortName=/dev/cu.data2"},
+        {2, "DetectedNetworkAdapterName=wwan0 DetectedPortName=/dev/cu.data2"},
+        {3, "DetectedModemPortName=/dev/cu.dial1 DetectedPortName=/dev/cu.data2"}};
+    registry().changes[GetParam()] = ScriptedChange{1, 1, m_left[GetParam()]};
+    EXPECT_EQ(expected[GetParam()], detect());
     EXPECT_EQ(1u, script().callsOf("IOIteratorReset").size());
 }
 
 TEST_P(BrokenWalkTest, EndsAfterTenWalksWhenTheRegistryNeverRests) {
     TraceCapture trace;
-    registry().changes[GetParam()] = ScriptedChange{1000, 1, left()};
+    registry().changes[GetParam()] = ScriptedChange{1000, 1, m_left[GetParam()]};
     EXPECT_NE("", detect());
     EXPECT_EQ(9u, script().callsOf("IOIteratorReset").size());
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks.\n"));
