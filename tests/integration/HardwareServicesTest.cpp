@@ -4,6 +4,7 @@
 #include "HWServicePnP.h"
 #include "HWServicePnPClient.h"
 
+#include "KernelMatching.h"
 #include "ModemFile.h"
 #include "VirtualUsbBus.h"
 
@@ -44,7 +45,11 @@ class HardwareServices : public testing::Test {
 protected:
     HardwareServices()
         : m_simple(makePlainDevice(m_modem.modem.vendor, m_modem.modem.product)),
-          m_last(makePlainDevice(0xfeed, 1)), m_client(m_last) {}
+          m_last(makePlainDevice(0xfeed, 1)), m_client(m_last) {
+        LinuxPlatform::KernelHabits habits;
+        habits.matching = matchesAsKernel();
+        LinuxPlatform::AdoptHabits(habits);
+    }
 
     /** The modem comes and goes so many times while this thread's run loop delivers; then the last device
      * does. */

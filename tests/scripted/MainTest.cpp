@@ -8,8 +8,10 @@
 #include "ScriptedRegistry.h"
 #include "TextFile.h"
 #include "TextOrder.h"
+#include "TraceCapture.h"
 
 #include <stdexcept>
+#include <sys/stat.h>
 
 // The process entry itself, compiled under this name: this program has a main of its own.
 int launcherMain();
@@ -110,6 +112,32 @@ TEST_F(MainTest, WithoutTraceAndLogTheEndIsTheSame) {
     write("tracer_zevolauncher.cfg", "TRACE_OFF\n");
     write("logger_launcher.cfg", "LOG_OFF\n");
     runMain(nullptr, [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+}
+
+TEST_F(MainTest, WithoutAFolderForApplicationDataItTellsWhereItWantedToLogAndEnds) {
+    const std::string code = "NoFolderOf" + std::to_string(getpid());
+    const std::string folder = "/Ferrow/" + code + "/Logs/";
+    write("ID.txt", "UPGRADE_CODE=" + code + "\n");
+    ScriptedApplications::current().standardFolder.clear();
+    TraceCapture trace;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(isEndedByCrashHandler([] { launcherMain(); }));
+    EXPECT_EQ("ZevoLauncher : cannot create the log folder " + folder +
+                  " : the system knows no folder for the user's application data\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_THAT(trace.text(),
+                HasSubstr(">> [E] INTERNAL ERROR : \"cannot start ZevoLauncher : unable to log\" - In File : "
+                          "product/Application/ZevoLauncher/src/Mac/Main - At Line : 54\n"));
+    EXPECT_NE(0, access(folder.c_str(), F_OK)) << "not in the root of the machine either";
+}
+
+TEST_F(MainTest, AFolderThatIsThereIsLoggedIntoWhateverTheSystemKnows) {
+    ScriptedApplications::current().standardFolder.clear();
+    // Beside the executable, where a log folder is taken that somebody has put there.
+    for (const char* folder : {"Logs", "Logs/Logs"})
+        ASSERT_EQ(0, mkdir((m_folder / folder).c_str(), 0777));
+    runMain();
+    EXPECT_THAT(readFile(m_folder / "Logs/log_0.txt"), HasSubstr("Starting Vurl"));
 }
 
 TEST_F(MainTest, WhatEscapesRunIsDeliberatelyNotCaught) {

@@ -242,6 +242,15 @@ TEST_F(StartUpTest, WithoutALogFolderTheReportDeliberatelyHasABlankBeforeItsColo
                           "product/Application/ZevoLauncher/src/Mac/Main - At Line : 54\n"));
 }
 
+TEST_F(StartUpTest, ALogFolderThatCannotBeCreatedIsNamedOnStandardError) {
+    mkdir((m_data / "user").c_str(), 0777);
+    writeFile(m_data / "user/Ferrow", "a file in the way");
+    testing::internal::CaptureStderr();
+    traceOfFailedStartUp();
+    EXPECT_EQ("ZevoLauncher : cannot create the log folder " + logFolder() + "/\n",
+              testing::internal::GetCapturedStderr());
+}
+
 TEST_F(StartUpTest, WithoutACardStartUpGoesOnWhenTheReportReturns) {
     remove("ID.txt");
     startUpRegardless([&] { EXPECT_EQ(m_data / "var/lib/Ferrow//", AppData::getAllUsersDataPath()); });

@@ -39,8 +39,16 @@ static void readCard(IDCardReader& card) {
 
 static void makeLogFolder(const std::string& folder) {
     TRACE_FUNCTION("makeLogFolder");
-    if (!FileSystemManagement::existFile(folder) && !FileSystemManagement::createFolder(folder))
-        reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
+    if (FileSystemManagement::existFile(folder))
+        return;
+    // Without the user's folder the path begins at the root, where the superuser could make anything.
+    const bool isPlaceKnown = !FileSystemManagement::getUserAppDataDirectory().empty();
+    if (isPlaceKnown && FileSystemManagement::createFolder(folder))
+        return;
+    // There is neither a trace nor a log to read this in.
+    std::fprintf(stderr, "ZevoLauncher : cannot create the log folder %s%s\n", folder.c_str(),
+                 isPlaceKnown ? "" : " : the system knows no folder for the user's application data");
+    reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
 }
 
 // Into the running launcher's log: a logger of its own, which comes and goes with the line.

@@ -12,5 +12,6 @@ void openStandardFiles();
 /// has ended: the tracer's first line would empty that launcher's trace.
 ///
 /// A missing card and a log folder that cannot be created are reported to the exception handler, which ends
-/// the process; should that report return, start-up goes on with empty values.
+/// the process; should that report return, start-up goes on with empty values. Standard error tells which log
+/// folder it is.
 void initTracesAndLogs();
