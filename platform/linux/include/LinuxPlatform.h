@@ -82,7 +82,8 @@ struct KernelHabits {
     /// ids without a class match every service but the devices with other ids, and the USB interfaces. The
     /// iterator of a notification yields the latest service first, and holds 1,024 of them; more are lost.
     bool matching = false;
-    /// An interest in a service that has left is refused, instead of being told of the end at once.
+    /// An interest in a service that has left is refused (kIOReturnNotAttached, since Apple names no error),
+    /// instead of being told of the end at once.
     bool refusedInterest = false;
 };
 

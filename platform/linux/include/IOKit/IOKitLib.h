@@ -95,7 +95,7 @@ CF_EXPORT kern_return_t IOServiceAddMatchingNotification(IONotificationPortRef n
                                                          IOServiceMatchingCallback callback, void* refCon,
                                                          io_iterator_t* notification);
 /// Messages about one service, until `notification` is released; about one that has left already, its end at
-/// once (a Mac's kernel refuses: kIOReturnNotAttached). kIOReturnUnsupported for an unknown type.
+/// once, where a Mac's kernel returns an error. kIOReturnUnsupported for an unknown type.
 CF_EXPORT kern_return_t IOServiceAddInterestNotification(IONotificationPortRef notifyPort,
                                                          io_service_t service, const io_name_t interestType,
                                                          IOServiceInterestCallback callback, void* refCon,
