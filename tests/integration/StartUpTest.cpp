@@ -87,9 +87,10 @@ TEST_F(StartUp, CreatesTheLogFolderWithEveryFolderAboveIt) {
     EXPECT_EQ(status.st_mode & 0777, 0777u);
 }
 
-TEST_F(StartUp, WhereNoLogFolderCanBeCreatedEndsBeforeThereIsATrace) {
+TEST_F(StartUp, WhereNoLogFolderCanBeCreatedNamesItAndEndsBeforeThereIsATrace) {
     ASSERT_EQ(rmdir(m_machine.dataFolder().c_str()), 0);
     writeTextFile(m_machine.dataFolder(), "a file is in the way");
+    expectStandardError("ZevoLauncher : cannot create the log folder " + m_machine.logFolder() + "/\n");
     startLauncherWithoutWaiting();
     expectExit(0);
 }

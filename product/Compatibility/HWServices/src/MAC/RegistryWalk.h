@@ -22,7 +22,7 @@ public:
     RegistryWalk& operator=(const RegistryWalk&) = delete;
 
     /// The next entry, which the caller releases; 0 at the end.
-    io_registry_entry_t next() { return IOIteratorNext(m_iterator); }
+    io_registry_entry_t next() const { return IOIteratorNext(m_iterator); }
 
     /// To be asked at the end. True when entries may have been missed: what was found is to be forgotten, and
     /// the next one is the first again. After ten attempts the answer is false, which is traced as an error:
