@@ -29,6 +29,14 @@ static void hangAt(const char* path) {
     }
 }
 
+/* Asked by a sanitizer that looks for leaks at the end: for that it stops every thread, and the one that waits cannot be
+   stopped. */
+int __lsan_is_turned_off(void);
+
+int __lsan_is_turned_off(void) {
+    return 1;
+}
+
 int stat(const char* path, struct stat* status) {
     int (*next)(const char*, struct stat*) = (int (*)(const char*, struct stat*))dlsym(RTLD_NEXT, "stat");
     hangAt(path);
