@@ -181,18 +181,32 @@ void Dictionary::skipBody(LineCursor& lines) {
     }
 }
 
-/// Takes a dictionary's children away for its life. When it gives them back, one that has come meanwhile with
-/// the same key stays.
+/// Takes a dictionary's children away. They come back in place of those that have come meanwhile, unless both are
+/// joined. (The oldest libc++ that this is built with has no map::merge, which could not fail.)
 class Dictionary::ChildrenPutAside {
 public:
-    explicit ChildrenPutAside(Children& children) : m_children(children) { m_before.swap(children); }
-    ~ChildrenPutAside() { m_children.merge(m_before); }
+    explicit ChildrenPutAside(Children& children) : m_children(children) { m_former.swap(children); }
+    ~ChildrenPutAside() {
+        if (!m_areBack)
+            m_children.swap(m_former);
+    }
     ChildrenPutAside(const ChildrenPutAside&) = delete;
     ChildrenPutAside& operator=(const ChildrenPutAside&) = delete;
 
+    /// One that has come meanwhile replaces one with the same key.
+    void join() {
+        m_areBack = true;
+        if (m_former.empty())
+            return;
+        m_children.swap(m_former);
+        for (auto& [key, child] : m_former)
+            place(m_children, key, std::move(child));
+    }
+
 private:
     Children& m_children;
-    Children m_before;
+    Children m_former;
+    bool m_areBack = false;
 };
 
 void Dictionary::loadFromFile(const std::string& path) {
@@ -205,16 +219,16 @@ void Dictionary::loadFromFile(const std::string& path) {
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
     std::string body; // of a subclass, which reads it out of a stream
     {
-        const ChildrenPutAside before(m_children); // the file can fail to the end
+        ChildrenPutAside before(m_children); // the file can fail to the end
         if (hasHeader && hasVersion && isPlain())
             unMarshall(lines.next(), lines);
         else if (hasHeader && hasVersion)
             body = lines.takeRest();
         if (!lines.finish()) {
-            m_children.clear();
             TRACE_MESSAGE(MSG_ERROR, "Can't open file %s", path.c_str());
             throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
         }
+        before.join();
     }
     if (!hasHeader) {
         TRACE_MESSAGE(MSG_ERROR, "No XML header found");
