@@ -40,19 +40,26 @@ foreach(language C CXX OBJC OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET x86_64-apple-macosx) # -arch chooses among the processors
   string(APPEND CMAKE_${language}_FLAGS_INIT " -B${zevo_tools}")
   # llvm-ar writes no archive for several processors.
-  set(CMAKE_${language}_CREATE_STATIC_LIBRARY "<CMAKE_COMMAND> -E rm -f <TARGET>" "${ZEVO_LIBTOOL} -static -o <TARGET> <OBJECTS>")
+  set(CMAKE_${language}_CREATE_STATIC_LIBRARY
+    "<CMAKE_COMMAND> -E rm -f <TARGET>" "${ZEVO_LIBTOOL} -static -o <TARGET> <OBJECTS>")
 endforeach()
-if(ZEVO_DARWIN_CXX_HEADERS)
-  foreach(language CXX OBJCXX)
+foreach(language CXX OBJCXX)
+  if(ZEVO_DARWIN_CXX_HEADERS)
     string(APPEND CMAKE_${language}_FLAGS_INIT " --start-no-unused-arguments -nostdinc++ --end-no-unused-arguments")
-    foreach(folder ${ZEVO_DARWIN_CXX_HEADERS})
-      string(APPEND CMAKE_${language}_FLAGS_INIT " -isystem ${folder}")
-    endforeach()
-  endforeach()
-endif()
+    list(TRANSFORM ZEVO_DARWIN_CXX_HEADERS PREPEND " -isystem " OUTPUT_VARIABLE folders)
+    string(APPEND CMAKE_${language}_FLAGS_INIT ${folders})
+  endif()
+  if("i386" IN_LIST CMAKE_OSX_ARCHITECTURES)
+    # A libc++ from the days of this processor mentions aligned allocation, which 10.7 lacks, without calling it.
+    string(APPEND CMAKE_${language}_FLAGS_INIT " -fno-aligned-allocation")
+  endif()
+endforeach()
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -nostartfiles") # lld itself makes a program begin at main
 endforeach()
+if("i386" IN_LIST CMAKE_OSX_ARCHITECTURES)
+  set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY) # no linker that is still kept links for it
+endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZEVO_DARWIN_CXX_HEADERS)
 
 # Nothing of the machine that builds is part of what is built.

@@ -18,6 +18,9 @@ target_compile_options(zevo_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Werror)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_options INTERFACE -Wthread-safety)
+  if(ZEVO_HOST_FOLDER STREQUAL "MAC")
+    target_compile_options(zevo_options INTERFACE -Wunguarded-availability) # what the oldest macOS lacks
+  endif()
 else()
   target_compile_options(zevo_options INTERFACE
     -fpch-preprocess           # a compiler cache asks for it
