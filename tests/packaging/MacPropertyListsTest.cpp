@@ -45,11 +45,28 @@ TEST(MacPropertyLists, TheBundleHasNoWindowAndNamesItsExecutable) {
     EXPECT_EQ("APPL", MacPropertyList::text(bundle.item("CFBundlePackageType")));
 }
 
-TEST(MacPropertyLists, TheAgentStartsTheLauncherAgainAfterACrashOnly) {
+TEST(MacPropertyLists, TheBundleNeedsTheMacOSThatItIsBuiltFor) {
+    const MacPropertyList bundle("Info.plist.in");
+    EXPECT_EQ("${CMAKE_OSX_DEPLOYMENT_TARGET}", MacPropertyList::text(bundle.item("LSMinimumSystemVersion")));
+}
+
+TEST(MacPropertyLists, TheAgentStartsTheLauncherAgainAfterACrash) {
     const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
     EXPECT_EQ("zevo.ZevoLauncher", MacPropertyList::text(agent.item("Label")));
     EXPECT_EQ("@LAUNCHER@", MacPropertyList::text(plist_array_get_item(agent.item("ProgramArguments"), 0)));
-    EXPECT_EQ("Aqua", MacPropertyList::text(agent.item("LimitLoadToSessionType")));
     EXPECT_TRUE(MacPropertyList::isTrue(agent.item("RunAtLoad")));
     EXPECT_TRUE(MacPropertyList::isTrue(plist_dict_get_item(agent.item("KeepAlive"), "SuccessfulExit")));
+    EXPECT_TRUE(MacPropertyList::isTrue(plist_dict_get_item(agent.item("KeepAlive"), "Crashed")));
+}
+
+TEST(MacPropertyLists, TheAgentKeepsTheLineOfASyntaxError) {
+    const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
+    EXPECT_EQ("@LOG@", MacPropertyList::text(agent.item("StandardErrorPath")));
+}
+
+// Aqua is the session of an agent anyway, and 10 seconds are the time between two starts.
+TEST(MacPropertyLists, TheAgentRepeatsNoDefault) {
+    const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
+    EXPECT_EQ(nullptr, agent.item("LimitLoadToSessionType"));
+    EXPECT_EQ(nullptr, agent.item("ThrottleInterval"));
 }
