@@ -39,15 +39,15 @@ file(CREATE_LINK ${ZEVO_LIPO} ${zevo_tools}/lipo SYMBOLIC)
 
 foreach(language C CXX OBJC OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET x86_64-apple-macosx) # -arch chooses among the processors
-  string(APPEND CMAKE_${language}_FLAGS_INIT " -B${zevo_tools}")
+  string(APPEND CMAKE_${language}_FLAGS_INIT " \"-B${zevo_tools}\"")
   # llvm-ar writes no archive for several processors.
   set(CMAKE_${language}_CREATE_STATIC_LIBRARY
-    "<CMAKE_COMMAND> -E rm -f <TARGET>" "${ZEVO_LIBTOOL} -static -o <TARGET> <OBJECTS>")
+    "<CMAKE_COMMAND> -E rm -f <TARGET>" "\"${ZEVO_LIBTOOL}\" -static -o <TARGET> <OBJECTS>")
 endforeach()
 foreach(language CXX OBJCXX)
   if(ZEVO_DARWIN_CXX_HEADERS)
     string(APPEND CMAKE_${language}_FLAGS_INIT " --start-no-unused-arguments -nostdinc++ --end-no-unused-arguments")
-    list(TRANSFORM ZEVO_DARWIN_CXX_HEADERS PREPEND " -isystem " OUTPUT_VARIABLE folders)
+    list(TRANSFORM ZEVO_DARWIN_CXX_HEADERS REPLACE "(.+)" " -isystem \"\\1\"" OUTPUT_VARIABLE folders)
     string(APPEND CMAKE_${language}_FLAGS_INIT ${folders})
   endif()
   if("i386" IN_LIST CMAKE_OSX_ARCHITECTURES)
