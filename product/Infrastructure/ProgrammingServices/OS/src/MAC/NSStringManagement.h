@@ -10,7 +10,8 @@ namespace StringManagement {
 /// One unit per code point. Empty for nil, and for a text that is no valid Unicode.
 std::wstring NSStringToWString(NSString* s);
 
-/// A new string, which the caller owns and releases; nil when a unit is no code point.
-NSString* WStringToNSString(const std::wstring& w);
+/// A new string, which the caller owns and releases; nil when a unit is no code point. Compilers that count references
+/// by themselves are told so.
+NSString* WStringToNSString(const std::wstring& w) NS_RETURNS_RETAINED;
 
 } // namespace StringManagement
