@@ -113,7 +113,9 @@ typedef struct AEDesc AEDesc;
 typedef AEDesc AERecord;
 typedef AERecord AppleEvent;
 
-/// What to open and how. The caller owns everything the record points to.
+/// What to open and how. The caller owns everything the record points to. Packed as on macOS, whose records of this age
+/// keep the alignment of the 68000: with 64 bits nothing is inserted behind the flags.
+#pragma pack(push, 2)
 typedef struct LSApplicationParameters {
     CFIndex version; // 0
     LSLaunchFlags flags;
@@ -123,6 +125,7 @@ typedef struct LSApplicationParameters {
     CFArrayRef argv;
     AppleEvent* initialEvent;
 } LSApplicationParameters;
+#pragma pack(pop)
 
 /// Starts an application bundle, unless it is running already, and returns once its executable has begun to
 /// run or could not.
