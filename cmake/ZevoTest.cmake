@@ -8,11 +8,15 @@
 # zevo_add_script_test(<name> SCRIPT <file> [LABELS <label>...] [ARGUMENTS <argument>...] [SECONDS <n>])
 #
 # The same for a script that prints "ok" and "not ok" lines and ends with its plan, "1..N".
-if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+#
+# zevo_substitute(<name> <call>...)
+#
+# The program's own code calls what the program defines for these calls of the system's with SUBSTITUTE (Substitute.h).
+if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT CMAKE_CROSSCOMPILING)
   find_package(GTest REQUIRED)
 else()
-  # Distributions ship no 32-bit GoogleTest; its sources are built instead.
-  set(ZEVO_GOOGLETEST_SOURCES /usr/src/googletest CACHE PATH "GoogleTest's sources, for 32-bit builds")
+  # Distributions ship no GoogleTest of 32 bits or for another system; its sources are built instead.
+  set(ZEVO_GOOGLETEST_SOURCES /usr/src/googletest CACHE PATH "GoogleTest's sources, where no package of it can be used")
   add_subdirectory(${ZEVO_GOOGLETEST_SOURCES} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 endif()
 
@@ -56,13 +60,20 @@ endfunction()
 function(zevo_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS" "SOURCES;LIBRARIES;LABELS;WRAPPER")
   add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest GTest::gtest_main zevo_options
-    zevo_test_options)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zevo_test_support GTest::gmock GTest::gtest GTest::gtest_main
+    zevo_options zevo_test_options)
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for what lies in MAC/ or LINUX/
   if(NOT arg_SOURCES MATCHES "\\.mm") # they are for C++ only
     target_precompile_headers(${name} REUSE_FROM zevo_test_headers)
   endif()
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   zevo_run_test(${name} SECONDS ${arg_SECONDS} LABELS ${arg_LABELS} COMMAND ${arg_WRAPPER} $<TARGET_FILE:${name}>)
+endfunction()
+
+function(zevo_substitute name)
+  if(ZEVO_HOST_FOLDER STREQUAL "LINUX")
+    list(TRANSFORM ARGN PREPEND LINKER:--wrap=)
+    target_link_options(${name} PRIVATE ${ARGN})
+  endif()
 endfunction()
 
 function(zevo_add_script_test name)

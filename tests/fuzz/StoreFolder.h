@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DataFolders.h"
 #include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
@@ -11,10 +12,9 @@
 /// Application-data folders of the fuzz program's own, in which a store finds the bytes it is given.
 class StoreFolder {
 public:
-    StoreFolder() { setenv("XDG_DATA_HOME", m_folder.path().c_str(), 1); }
-
-    std::string file(const std::string& name) const { return m_folder / "Ferrow/Fuzz/" + name; }
+    std::string file(const std::string& name) const { return m_folder / "user/Ferrow/Fuzz/" + name; }
 
 private:
     TemporaryFolder m_folder;
+    DataFolders m_dataFolders{m_folder.path()};
 };

@@ -1,5 +1,6 @@
 #include "Script.h"
 
+#include "LiveObjectCount.h"
 #include "ScriptedApplications.h"
 #include "ScriptedRegistry.h"
 
@@ -72,23 +73,9 @@ std::string describe(CFDictionaryRef dictionary) {
     return description;
 }
 
-#ifdef __linux__
-namespace LinuxPlatform {
-std::size_t LiveObjectCount();
-}
-static std::size_t liveObjects() {
-    return LinuxPlatform::LiveObjectCount();
-}
-#else
-// Other systems do not count their objects.
-static std::size_t liveObjects() {
-    return 0;
-}
-#endif
-
 ScriptedTest::ScriptedTest() {
     resetAll();
-    m_objectsAtBegin = liveObjects();
+    m_objectsAtBegin = liveObjectCount();
 }
 
 ScriptedTest::~ScriptedTest() {
@@ -111,5 +98,5 @@ std::vector<std::string> ScriptedTest::unreleased() const {
 void ScriptedTest::TearDown() {
     EXPECT_THAT(unreleased(), testing::IsEmpty());
     resetAll();
-    EXPECT_EQ(m_objectsAtBegin, liveObjects());
+    EXPECT_EQ(m_objectsAtBegin, liveObjectCount());
 }

@@ -6,6 +6,7 @@
 #include "KFDictionaryParsingException.h"
 #include "LockWait.h"
 #include "OtherProcess.h"
+#include "Substitute.h"
 #include "TraceCapture.h"
 
 #include <climits>
@@ -23,13 +24,12 @@ using testing::Not;
 
 static int flushError = 0; // the errno that fsync fails with
 
-extern "C" int __real_fsync(int);
-extern "C" int __wrap_fsync(int descriptor) {
+SUBSTITUTE(int, fsync, (int descriptor)) {
     if (flushError != 0) {
         errno = flushError;
         return -1;
     }
-    return __real_fsync(descriptor);
+    return ORIGINAL(fsync)(descriptor);
 }
 
 static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";

@@ -4,6 +4,7 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Trees.h"
+#include "WithoutPrivileges.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,16 +4,17 @@
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "WithoutPrivileges.h"
 #include "WrappedCalls.h"
 
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <future>
 #include <gtest/gtest.h>
-#include <linux/capability.h>
+#include <memory>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <thread>
 
 namespace {
@@ -100,10 +101,13 @@ TEST_F(FileLockTest, IsReleasedWhenItsProcessIsKilled) {
 }
 
 TEST_F(FileLockTest, IsNotInheritedByAProgramThatIsStarted) {
-    const FileLock lock(m_file);
-    const std::string listing = m_folder / "descriptors";
-    ASSERT_EQ(0, system(("ls -l /proc/self/fd > '" + listing + "'").c_str()));
-    EXPECT_EQ(std::string::npos, readFile(listing).find(".lock"));
+    auto lock = std::make_unique<FileLock>(m_file);
+    EXPECT_TRUE(isLocked(m_file + ".lock"));
+    FILE* const program = popen("cat", "w"); // until the end of its input
+    ASSERT_NE(nullptr, program);
+    lock.reset();
+    EXPECT_FALSE(isLocked(m_file + ".lock"));
+    EXPECT_EQ(0, pclose(program));
 }
 
 TEST_F(FileLockTest, LocksTheFileItselfWhereTheFolderAllowsNoNewFile) {
@@ -277,13 +281,9 @@ TEST_F(FileLockTest, WhoCouldOnlyLockTheFileItselfTakesTheLockFileThatIsMadeMean
     chmod(m_folder.path().c_str(), 0555);
     std::promise<bool> lockFileIsLocked;
     std::thread waiting([&] {
-        // Bound by file modes; of this thread only.
-        __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
-        const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
-        const bool isBound = syscall(SYS_capset, &header, none) == 0;
+        const WithoutPrivileges user; // of this thread only
         const FileLock lock(m_file);
-        lockFileIsLocked.set_value(isBound && lock.isHeld() && isLocked(m_file + ".lock") &&
-                                   !isLocked(m_file));
+        lockFileIsLocked.set_value(lock.isHeld() && isLocked(m_file + ".lock") && !isLocked(m_file));
     });
     waitForAWaiter();
     chmod(m_folder.path().c_str(), 0755);

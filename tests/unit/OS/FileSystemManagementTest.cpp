@@ -3,6 +3,7 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Trees.h"
+#include "WithoutPrivileges.h"
 #include "WrappedCalls.h"
 
 #include <CoreServices/CoreServices.h>
@@ -446,13 +447,6 @@ TEST_F(FileSystemManagementTest, CopyOfAFolderFails) {
     EXPECT_FALSE(Copy(m_folder / "folder", m_folder / "to"));
 }
 
-TEST_F(FileSystemManagementTest, CopyFailsWhenTheDiskIsFull) {
-    writeFile(m_folder / "small", "content");
-    writeFile(m_folder / "large", std::string(5000000, 'x'));
-    EXPECT_FALSE(Copy(m_folder / "small", "/dev/full"));
-    EXPECT_FALSE(Copy(m_folder / "large", "/dev/full"));
-}
-
 TEST_F(FileSystemManagementTest, CopyCopiesFilesBeyondTwoGigabytes) {
     makeSparseFile(m_folder / "huge", 2147483648 + 5);
     EXPECT_TRUE(Copy(m_folder / "huge", "/dev/null"));
@@ -729,48 +723,10 @@ TEST_F(FileSystemManagementTest, AnApplicationDataFolderWithoutAPathIsEmpty) {
     EXPECT_EQ("", getUserAppDataDirectory());
 }
 
-TEST_F(FileSystemManagementTest, TheSystemsApplicationDataFoldersAreThere) {
-    ASSERT_TRUE(createFolder(m_folder / "home/.local/share"));
-    setenv("XDG_DATA_HOME", (m_folder / "home/.local/share").c_str(), 1);
-    EXPECT_EQ(m_folder / "home/.local/share", getUserAppDataDirectory());
-    unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ("/var/lib", getCommonAppDataDirectory());
-}
-
-TEST_F(FileSystemManagementTest, OnlyWhatLiesBelowTheUsersBaseFoldersIsOpenToAll) {
-    makeFolder("home");
-    setenv("HOME", (m_folder / "home").c_str(), 1);
-    unsetenv("XDG_DATA_HOME");
-    const std::string path = getUserAppDataDirectory() + "/Ferrow/Zevo";
-    EXPECT_FALSE(exists("home/.local")) << "asking makes nothing";
-    EXPECT_TRUE(createFolder(path));
-    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local"));
-    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local/share"));
-    EXPECT_EQ(0777u, modeOf(m_folder / "home/.local/share/Ferrow"));
-    EXPECT_EQ(0777u, modeOf(path));
-}
-
-TEST_F(FileSystemManagementTest, NoFolderIsMadeInAHomeThatDoesNotExist) {
-    setenv("HOME", (m_folder / "missing/home").c_str(), 1);
-    unsetenv("XDG_DATA_HOME");
-    EXPECT_FALSE(createFolder(getUserAppDataDirectory() + "/Ferrow"));
-    EXPECT_FALSE(exists("missing"));
-}
-
-TEST_F(FileSystemManagementTest, TheMachinesBaseFoldersAreNotOpenToAll) {
-    setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
-    EXPECT_TRUE(createFolder(getCommonAppDataDirectory() + "/Ferrow"));
-    unsetenv("PLATFORM_ROOT");
-    EXPECT_EQ(0755u, modeOf(m_folder / "var"));
-    EXPECT_EQ(0755u, modeOf(m_folder / "var/lib"));
-    EXPECT_EQ(0777u, modeOf(m_folder / "var/lib/Ferrow"));
-}
-
 TEST_F(FileSystemManagementTest, TheExecutablesDirectoryEndsInASeparatorAndItsNameHasNone) {
     char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    ASSERT_LT(0, length);
-    EXPECT_EQ(std::string(path, static_cast<size_t>(length)), getCurrentExecutableFullPath());
+    ASSERT_NE(nullptr, realpath(testing::internal::GetArgvs().front().c_str(), path));
+    EXPECT_EQ(path, getCurrentExecutableFullPath());
     EXPECT_THAT(getCurrentExecutableDirectory(), EndsWith("/"));
     EXPECT_THAT(getCurrentExecutableName(), Not(testing::HasSubstr("/")));
     EXPECT_THAT(getCurrentExecutableName(), Not(IsEmpty()));

@@ -1,64 +1,84 @@
 #include "Trees.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/capability.h>
 #include <stdexcept>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
-static constexpr int FLAGS = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+namespace {
+
+/// The process's working folder for a scope: paths that are seen from it stay short. The oldest macOS has no openat.
+class WorkingFolder {
+public:
+    explicit WorkingFolder(const std::string& path)
+        : m_before(open(".", O_RDONLY | O_CLOEXEC)), m_isThere(chdir(path.c_str()) == 0) {}
+    ~WorkingFolder() {
+        if (fchdir(m_before) != 0) {
+            std::abort();
+        }
+        close(m_before);
+    }
+    WorkingFolder(const WorkingFolder&) = delete;
+    WorkingFolder& operator=(const WorkingFolder&) = delete;
+
+    bool isThere() const { return m_isThere; }
+
+private:
+    int m_before;
+    bool m_isThere;
+};
+
+std::vector<std::string> entriesOf(const std::string& folder) {
+    std::vector<std::string> names;
+    DIR* const directory = opendir(folder.c_str());
+    while (const dirent* entry = directory != nullptr ? readdir(directory) : nullptr) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+    }
+    if (directory != nullptr) {
+        closedir(directory);
+    }
+    return names;
+}
+
+} // namespace
 
 std::string makeDeepTree(const std::string& folder, const std::string& name, int levels) {
+    const WorkingFolder there(folder);
     std::string path = folder;
-    int current = open(folder.c_str(), FLAGS);
     for (int i = 0; i < levels; ++i) {
-        if (mkdirat(current, name.c_str(), 0777) != 0) {
+        if (!there.isThere() || mkdir(name.c_str(), 0777) != 0 || chdir(name.c_str()) != 0) {
             throw std::runtime_error("cannot make a deep tree in " + folder);
         }
-        const int below = openat(current, name.c_str(), FLAGS);
-        close(current);
-        current = below;
         path += "/" + name;
     }
-    close(current);
     return path;
 }
 
 // Moves the grandchildren of a long chain up instead of walking down, so no path and no recursion gets long.
 void removeDeepTree(const std::string& folder) {
-    const int top = open(folder.c_str(), FLAGS);
-    if (top < 0) {
-        return;
-    }
-    for (bool emptied = false; !emptied;) {
-        emptied = true;
-        const int listed = openat(top, ".", FLAGS);
-        DIR* directory = fdopendir(listed);
-        static unsigned moved = 0;
-        while (const dirent* entry = readdir(directory)) {
-            const std::string name = entry->d_name;
-            if (name == "." || name == "..") {
-                continue;
-            }
-            emptied = false;
-            if (unlinkat(top, name.c_str(), 0) == 0 || unlinkat(top, name.c_str(), AT_REMOVEDIR) == 0) {
-                continue;
-            }
-            const int below = openat(top, name.c_str(), FLAGS);
-            DIR* inner = fdopendir(below);
-            while (const dirent* child = readdir(inner)) {
-                const std::string childName = child->d_name;
-                if (childName != "." && childName != "..") {
-                    renameat(below, child->d_name, top, ("moved-" + std::to_string(moved++)).c_str());
+    {
+        const WorkingFolder there(folder);
+        unsigned moved = 0;
+        for (bool emptied = !there.isThere(); !emptied;) {
+            const std::vector<std::string> names = entriesOf(".");
+            emptied = names.empty();
+            for (const std::string& name : names) {
+                if (remove(name.c_str()) == 0) {
+                    continue;
+                }
+                for (const std::string& child : entriesOf(name)) {
+                    rename((name + "/" + child).c_str(), ("moved-" + std::to_string(moved++)).c_str());
                 }
             }
-            closedir(inner);
         }
-        closedir(directory);
     }
-    close(top);
     rmdir(folder.c_str());
 }
 
@@ -68,29 +88,6 @@ mode_t modeOf(const std::string& path) {
         throw std::runtime_error("no entry " + path);
     }
     return info.st_mode & 07777;
-}
-
-// The capabilities to pass over permissions are switched off and on again; the user stays the same, so that
-// the owner's permissions count.
-static uint32_t exchangeCapabilities(uint32_t drop, uint32_t add) {
-    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct data[2];
-    if (syscall(SYS_capget, &header, data) != 0) {
-        throw std::runtime_error("cannot read the capabilities");
-    }
-    const uint32_t before = data[0].effective;
-    data[0].effective = (before & ~drop) | add;
-    if (syscall(SYS_capset, &header, data) != 0) {
-        throw std::runtime_error("cannot change the capabilities");
-    }
-    return before;
-}
-
-WithoutPrivileges::WithoutPrivileges()
-    : m_effective(exchangeCapabilities(1u << CAP_DAC_OVERRIDE | 1u << CAP_DAC_READ_SEARCH, 0)) {}
-
-WithoutPrivileges::~WithoutPrivileges() {
-    exchangeCapabilities(0, m_effective);
 }
 
 KeepMask::KeepMask(mode_t mask) : m_before(umask(mask)) {}

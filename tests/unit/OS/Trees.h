@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <sys/types.h>
 
@@ -13,18 +12,6 @@ void removeDeepTree(const std::string& folder);
 
 /// The permission bits of an entry, which is not followed.
 mode_t modeOf(const std::string& path);
-
-/// For a scope, the calling thread obeys permissions, also when it is root's.
-class WithoutPrivileges {
-public:
-    WithoutPrivileges();
-    ~WithoutPrivileges();
-    WithoutPrivileges(const WithoutPrivileges&) = delete;
-    WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
-
-private:
-    uint32_t m_effective;
-};
 
 /// Puts the process's file creation mask back at the end of a scope.
 class KeepMask {

@@ -1,11 +1,14 @@
 #include "WrappedCalls.h"
 
+#include "ContractChecks.h"
+#include "DescriptorPath.h"
+#include "Substitute.h"
+
 #include <CoreServices/CoreServices.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <mutex>
 #include <pthread.h>
@@ -90,136 +93,92 @@ static int failWith(int error) {
     return -1;
 }
 
-extern "C" {
-
-int __real_fsync(int);
-int __wrap_fsync(int descriptor) {
-    char path[4096];
-    const ssize_t length =
-        readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof(path));
-    const std::string file(path, static_cast<size_t>(length < 0 ? 0 : length));
-    record([&](Records& r) { r.flushesAndRenames.push_back("flush " + file); });
+SUBSTITUTE(int, fsync, (int descriptor)) {
+    record([&](Records& r) { r.flushesAndRenames.push_back("flush " + descriptorPath(descriptor)); });
     struct stat status = {};
     const bool isFolder = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
     const int error = isFolder ? WrappedCalls::get().folderFlushError : WrappedCalls::get().flushError;
-    return error != 0 ? failWith(error) : __real_fsync(descriptor);
+    return error != 0 ? failWith(error) : ORIGINAL(fsync)(descriptor);
 }
 
-int __real_flock(int, int);
-int __wrap_flock(int descriptor, int operation) {
+SUBSTITUTE(int, flock, (int descriptor, int operation)) {
     if (WrappedCalls::get().lockError != 0) {
         return failWith(WrappedCalls::get().lockError);
     }
     if (WrappedCalls::get().locksNeedWriting && (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY) {
         return failWith(EBADF);
     }
-    return __real_flock(descriptor, operation);
+    return ORIGINAL(flock)(descriptor, operation);
 }
 
-int __real_fsetxattr(int, const char*, const void*, size_t, int);
-int __wrap_fsetxattr(int descriptor, const char* name, const void* value, size_t size, int flags) {
-    const int error = WrappedCalls::get().accessListError;
-    return error != 0 && strcmp(name, "system.posix_acl_access") == 0
-               ? failWith(error)
-               : __real_fsetxattr(descriptor, name, value, size, flags);
-}
-
-int __real_rename(const char*, const char*);
-int __wrap_rename(const char* from, const char* to) {
+SUBSTITUTE(int, rename, (const char* from, const char* to)) {
     record([&](Records& r) { r.flushesAndRenames.push_back(std::string("rename ") + from + " " + to); });
     const int error = WrappedCalls::get().renameError;
-    return error != 0 ? failWith(error) : __real_rename(from, to);
+    return error != 0 ? failWith(error) : ORIGINAL(rename)(from, to);
 }
 
-int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-int __wrap_pthread_create(pthread_t* handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg) {
+SUBSTITUTE(int, pthread_create,
+           (pthread_t * handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg)) {
     const int error = WrappedCalls::get().pthreadCreateError;
-    return error != 0 ? error : __real_pthread_create(handle, attr, entry, arg);
+    return error != 0 ? error : ORIGINAL(pthread_create)(handle, attr, entry, arg);
 }
 
-int __real_pthread_join(pthread_t, void**);
-int __wrap_pthread_join(pthread_t handle, void** result) {
+SUBSTITUTE(int, pthread_join, (pthread_t handle, void** result)) {
     record([](Records& r) { ++r.joins; });
-    return __real_pthread_join(handle, result);
+    return ORIGINAL(pthread_join)(handle, result);
 }
 
-int __real_pthread_attr_init(pthread_attr_t*);
-int __wrap_pthread_attr_init(pthread_attr_t* attr) {
+SUBSTITUTE(int, pthread_attr_init, (pthread_attr_t * attr)) {
     const int error = WrappedCalls::get().attrInitError;
-    const int result = __real_pthread_attr_init(attr); // initialised all the same, for the test to end well
+    const int result =
+        ORIGINAL(pthread_attr_init)(attr); // initialised all the same, for the test to end well
     return error != 0 ? error : result;
 }
 
-int __real_pthread_attr_setdetachstate(pthread_attr_t*, int);
-int __wrap_pthread_attr_setdetachstate(pthread_attr_t* attr, int state) {
+SUBSTITUTE(int, pthread_attr_setdetachstate, (pthread_attr_t * attr, int state)) {
     record([state](Records& r) { r.detachState = state; });
     const int error = WrappedCalls::get().setDetachStateError;
-    return error != 0 ? error : __real_pthread_attr_setdetachstate(attr, state);
+    return error != 0 ? error : ORIGINAL(pthread_attr_setdetachstate)(attr, state);
 }
 
-int __real_pthread_mutexattr_settype(pthread_mutexattr_t*, int);
-int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attr, int type) {
+SUBSTITUTE(int, pthread_mutexattr_settype, (pthread_mutexattr_t * attr, int type)) {
     record([type](Records& r) { r.recursiveTypesSet += type == PTHREAD_MUTEX_RECURSIVE; });
-    return __real_pthread_mutexattr_settype(attr, type);
+    return ORIGINAL(pthread_mutexattr_settype)(attr, type);
 }
 
-int __real_pthread_mutex_lock(pthread_mutex_t*);
-int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+SUBSTITUTE(int, pthread_mutex_lock, (pthread_mutex_t * mutex)) {
     const int error = WrappedCalls::get().mutexError;
-    return error != 0 ? error : __real_pthread_mutex_lock(mutex);
+    return error != 0 ? error : ORIGINAL(pthread_mutex_lock)(mutex);
 }
 
-int __real_pthread_mutex_trylock(pthread_mutex_t*);
-int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
+SUBSTITUTE(int, pthread_mutex_trylock, (pthread_mutex_t * mutex)) {
     const int error = WrappedCalls::get().mutexError;
-    return error != 0 ? error : __real_pthread_mutex_trylock(mutex);
+    return error != 0 ? error : ORIGINAL(pthread_mutex_trylock)(mutex);
 }
 
-int __real_pthread_mutex_unlock(pthread_mutex_t*);
-int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+SUBSTITUTE(int, pthread_mutex_unlock, (pthread_mutex_t * mutex)) {
     const int error = WrappedCalls::get().mutexError;
-    return error != 0 ? error : __real_pthread_mutex_unlock(mutex);
+    return error != 0 ? error : ORIGINAL(pthread_mutex_unlock)(mutex);
 }
 
-// Under one of the two names, depending on the width of a file's offset.
-static dirent* withoutType(dirent* entry) {
-    if (entry != nullptr && WrappedCalls::get().entryTypesHidden) {
-        entry->d_type = DT_UNKNOWN;
-    }
-    return entry;
-}
-
-dirent* __real_readdir(DIR*);
-dirent* __wrap_readdir(DIR* directory) {
-    return withoutType(__real_readdir(directory));
-}
-
-dirent* __real_readdir64(DIR*);
-dirent* __wrap_readdir64(DIR* directory) {
-    return withoutType(__real_readdir64(directory));
-}
-
-int __real_usleep(unsigned);
-int __wrap_usleep(unsigned microseconds) {
+SUBSTITUTE(int, usleep, (unsigned microseconds)) {
     record([microseconds](Records& r) { r.microsecondsSlept.push_back(microseconds); });
-    return WrappedCalls::get().sleepAtOnce ? 0 : __real_usleep(microseconds);
+    return WrappedCalls::get().sleepAtOnce ? 0 : ORIGINAL(usleep)(microseconds);
 }
 
-unsigned __real_sleep(unsigned);
-unsigned __wrap_sleep(unsigned seconds) {
+SUBSTITUTE(unsigned, sleep, (unsigned seconds)) {
     record([seconds](Records& r) { r.secondsSlept.push_back(seconds); });
-    return WrappedCalls::get().sleepAtOnce ? 0 : __real_sleep(seconds);
+    return WrappedCalls::get().sleepAtOnce ? 0 : ORIGINAL(sleep)(seconds);
 }
 
-int __real__NSGetExecutablePath(char*, uint32_t*);
-int __wrap__NSGetExecutablePath(char* buffer, uint32_t* size) {
+SUBSTITUTE(int, _NSGetExecutablePath, (char* buffer, uint32_t* size)) {
     record([size](Records& r) { r.executablePathSizes.push_back(*size); });
     const WrappedCalls& calls = WrappedCalls::get();
     if (calls.executablePathFails) {
         return -1;
     }
     if (calls.executablePath.empty()) {
-        return __real__NSGetExecutablePath(buffer, size);
+        return ORIGINAL(_NSGetExecutablePath)(buffer, size);
     }
     const uint32_t needed = static_cast<uint32_t>(calls.executablePath.size()) + 1;
     if (*size < needed) {
@@ -230,8 +189,7 @@ int __wrap__NSGetExecutablePath(char* buffer, uint32_t* size) {
     return 0;
 }
 
-OSErr __real_FSFindFolder(FSVolumeRefNum, OSType, Boolean, FSRef*);
-OSErr __wrap_FSFindFolder(FSVolumeRefNum domain, OSType type, Boolean create, FSRef* folder) {
+SUBSTITUTE(OSErr, FSFindFolder, (FSVolumeRefNum domain, OSType type, Boolean create, FSRef* folder)) {
     record([=](Records& r) {
         r.foldersAskedFor.insert(r.foldersAskedFor.end(), {domain, static_cast<int>(type), create});
     });
@@ -239,30 +197,26 @@ OSErr __wrap_FSFindFolder(FSVolumeRefNum domain, OSType type, Boolean create, FS
     if (calls.findFolderError != 0) {
         return static_cast<OSErr>(calls.findFolderError);
     }
-    return calls.folderPath.empty() ? __real_FSFindFolder(domain, type, create, folder)
+    return calls.folderPath.empty() ? ORIGINAL(FSFindFolder)(domain, type, create, folder)
                                     : static_cast<OSErr>(noErr);
 }
 
-OSStatus __real_FSRefMakePath(const FSRef*, UInt8*, UInt32);
-OSStatus __wrap_FSRefMakePath(const FSRef* folder, UInt8* path, UInt32 size) {
+SUBSTITUTE(OSStatus, FSRefMakePath, (const FSRef* folder, UInt8* path, UInt32 size)) {
     record([size](Records& r) { r.folderPathSize = size; });
     const WrappedCalls& calls = WrappedCalls::get();
     if (calls.makePathError != 0) {
         return calls.makePathError;
     }
     if (calls.folderPath.empty()) {
-        return __real_FSRefMakePath(folder, path, size);
+        return ORIGINAL(FSRefMakePath)(folder, path, size);
     }
     memcpy(path, calls.folderPath.c_str(), calls.folderPath.size() + 1);
     return noErr;
 }
 
-// reportContractViolation(const char*, const char*, const char*, int)
-void __wrap__Z23reportContractViolationPKcS0_S0_i(const char* kind, const char* condition, const char* file,
-                                                  int line) {
+// The upper floor's, which is not linked in then.
+void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
     const std::string violation =
         std::string(kind) + "|" + condition + "|" + file + "|" + std::to_string(line);
     record([&violation](Records& r) { r.violations.push_back(violation); });
 }
-
-} // extern "C"

@@ -3,8 +3,7 @@
 #include <string>
 #include <vector>
 
-// System calls and notices that the OS floor makes, replaced at link time (the linker's --wrap, see
-// CMakeLists.txt): each is counted or recorded, and fails when a test asks for it. Without a request the
+// System calls and notices that the OS floor makes, replaced at link time (Substitute.h): each is counted or recorded, and fails when a test asks for it. Without a request the
 // system's own call is made.
 //
 // Reset before each test by WrappedCallsTest. Requests are made while no other thread runs.

@@ -1,26 +1,24 @@
 #pragma once
 
+#include "DataFolders.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 
 /// Gives each test application-data folders of its own, the user's and the machine's.
 class StoreTest : public testing::Test {
 protected:
-    StoreTest() {
-        setenv("XDG_DATA_HOME", (m_folder / "user").c_str(), 1);
-        setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
-    }
-
     std::string userFile(const std::string& name) const { return m_folder / "user/Ferrow/Zevo/" + name; }
     std::string machineFile(const std::string& name) const {
         return m_folder / "var/lib/Ferrow/Zevo/" + name;
     }
 
     TemporaryFolder m_folder;
+
+private:
+    DataFolders m_dataFolders{m_folder.path()};
 };
 
 /// The little-endian 32-bit form of a length, as it stands in a binary parameter file.

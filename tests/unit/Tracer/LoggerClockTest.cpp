@@ -1,6 +1,7 @@
 // What a clock that is set back does to the log. This program's gettimeofday takes the place of the system's.
 
 #include "Logged.h"
+#include "Substitute.h"
 
 #include <algorithm>
 #include <atomic>
@@ -35,12 +36,10 @@ int secondOfMachinesDay() {
 
 } // namespace
 
-extern "C" int gettimeofday(timeval* __restrict now, void* __restrict) noexcept {
-    timespec time;
-    clock_gettime(CLOCK_REALTIME, &time);
-    now->tv_sec = time.tv_sec + secondsAhead;
-    now->tv_usec = static_cast<suseconds_t>(time.tv_nsec / 1000);
-    return 0;
+SUBSTITUTE(int, gettimeofday, (timeval * now, void* zone)) {
+    const int result = ORIGINAL(gettimeofday)(now, zone);
+    now->tv_sec += secondsAhead;
+    return result;
 }
 
 class LogWhoseClockIsSetBack : public Logged {

@@ -1,9 +1,7 @@
 #include "MessageText.h"
 
-#include "TemporaryFolder.h"
+#include "DecimalComma.h"
 
-#include <clocale>
-#include <cstdlib>
 #include <cwchar>
 #include <gtest/gtest.h>
 
@@ -87,24 +85,6 @@ TEST(MessageText, TextThatCannotBeFormattedIsMarked) {
 TEST(MessageText, HugeWidthIsCutAndMarked) {
     EXPECT_EQ(text("%*d", 1000000, 7), std::string(19999, ' ') + " ...");
 }
-
-/// The program's locale has a decimal comma as long as this lives.
-class DecimalComma {
-public:
-    DecimalComma() {
-        const std::string make = "localedef --no-archive -i de_DE -f UTF-8 " + (m_folder / "de_DE.UTF-8");
-        EXPECT_EQ(std::system(make.c_str()), 0);
-        setenv("LOCPATH", m_folder.path().c_str(), 1);
-        EXPECT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-    }
-    ~DecimalComma() {
-        std::setlocale(LC_ALL, "C");
-        unsetenv("LOCPATH");
-    }
-
-private:
-    TemporaryFolder m_folder;
-};
 
 // Also where one number can be formatted quickly and the other one, or its value, cannot.
 TEST(MessageText, AllNumbersHaveTheDecimalPointOfTheLocale) {

@@ -2,6 +2,7 @@
 
 #include "AppData.h"
 #include "CallMarker.h"
+#include "DataFolders.h"
 #include "ExecutableFolder.h"
 #include "KFExceptionHandler.h"
 #include "LogMessage.h"
@@ -45,8 +46,6 @@ bool exists(const std::string& path) {
 class StartUpTest : public testing::Test {
 protected:
     StartUpTest() {
-        setenv("XDG_DATA_HOME", (m_data / "user").c_str(), 1);
-        setenv("PLATFORM_ROOT", m_data.path().c_str(), 1);
         write("ID.txt", CARD);
         write("tracer_zevolauncher.cfg", TRACE_ALL);
         write("logger_launcher.cfg", LOG_ALL);
@@ -89,6 +88,7 @@ protected:
     std::string trace() const { return readFile(logFolder() + "/trace_0.txt"); }
 
     TemporaryFolder m_data;
+    DataFolders m_dataFolders{m_data.path()};
     ExecutableFolder m_folder;
 };
 

@@ -1,0 +1,75 @@
+#include "FileSystemManagement.h"
+
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+#include "Trees.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// Where this host keeps application data, and its device that is always full.
+
+using namespace FileSystemManagement;
+
+namespace {
+
+class FileSystemManagementLinuxTest : public testing::Test {
+protected:
+    ~FileSystemManagementLinuxTest() override { setenv("HOME", m_home.c_str(), 1); }
+
+    void makeFolder(const std::string& name) { ASSERT_EQ(0, mkdir((m_folder / name).c_str(), 0777)); }
+    bool exists(const std::string& name) { return access((m_folder / name).c_str(), F_OK) == 0; }
+
+    const std::string m_home = getenv("HOME");
+    TemporaryFolder m_folder;
+    KeepMask m_mask{022};
+};
+
+} // namespace
+
+TEST_F(FileSystemManagementLinuxTest, TheSystemsApplicationDataFoldersAreThere) {
+    ASSERT_TRUE(createFolder(m_folder / "home/.local/share"));
+    setenv("XDG_DATA_HOME", (m_folder / "home/.local/share").c_str(), 1);
+    EXPECT_EQ(m_folder / "home/.local/share", getUserAppDataDirectory());
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ("/var/lib", getCommonAppDataDirectory());
+}
+
+TEST_F(FileSystemManagementLinuxTest, OnlyWhatLiesBelowTheUsersBaseFoldersIsOpenToAll) {
+    makeFolder("home");
+    setenv("HOME", (m_folder / "home").c_str(), 1);
+    unsetenv("XDG_DATA_HOME");
+    const std::string path = getUserAppDataDirectory() + "/Ferrow/Zevo";
+    EXPECT_FALSE(exists("home/.local")) << "asking makes nothing";
+    EXPECT_TRUE(createFolder(path));
+    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local"));
+    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local/share"));
+    EXPECT_EQ(0777u, modeOf(m_folder / "home/.local/share/Ferrow"));
+    EXPECT_EQ(0777u, modeOf(path));
+}
+
+TEST_F(FileSystemManagementLinuxTest, NoFolderIsMadeInAHomeThatDoesNotExist) {
+    setenv("HOME", (m_folder / "missing/home").c_str(), 1);
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_FALSE(createFolder(getUserAppDataDirectory() + "/Ferrow"));
+    EXPECT_FALSE(exists("missing"));
+}
+
+TEST_F(FileSystemManagementLinuxTest, TheMachinesBaseFoldersAreNotOpenToAll) {
+    setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
+    EXPECT_TRUE(createFolder(getCommonAppDataDirectory() + "/Ferrow"));
+    unsetenv("PLATFORM_ROOT");
+    EXPECT_EQ(0755u, modeOf(m_folder / "var"));
+    EXPECT_EQ(0755u, modeOf(m_folder / "var/lib"));
+    EXPECT_EQ(0777u, modeOf(m_folder / "var/lib/Ferrow"));
+}
+
+TEST_F(FileSystemManagementLinuxTest, CopyFailsWhenTheDiskIsFull) {
+    writeFile(m_folder / "small", "content");
+    writeFile(m_folder / "large", std::string(5000000, 'x'));
+    EXPECT_FALSE(Copy(m_folder / "small", "/dev/full"));
+    EXPECT_FALSE(Copy(m_folder / "large", "/dev/full"));
+}

@@ -1,0 +1,22 @@
+#include "FileReplacement.h"
+
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/xattr.h>
+
+// What a file carries beside its content.
+
+TEST(FileAttributesTest, ExtendedAttributesAreKept) {
+    const TemporaryFolder folder;
+    const std::string file = folder / "parameters.dat";
+    const std::string note("a\0b", 3);
+    writeFile(file, "old");
+    ASSERT_EQ(0, setxattr(file.c_str(), "note", note.data(), note.size(), 0, 0));
+    EXPECT_TRUE(FileReplacement::replace(file, "new"));
+    EXPECT_EQ("new", readFile(file));
+    char value[8] = {};
+    ASSERT_EQ(3, getxattr(file.c_str(), "note", value, sizeof value, 0, 0));
+    EXPECT_EQ(note, std::string(value, 3));
+}
