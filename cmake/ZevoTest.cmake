@@ -32,15 +32,19 @@ if(ZEVO_SANITIZE)
   target_compile_options(zevo_test_options INTERFACE -O0)
 endif()
 
-# The framework's headers take a third of a test's compile time: they are compiled once for all programs.
+# The framework's headers take a third of a test's compile time: they are compiled once for all programs. Not for several
+# processors at once: each has a precompiled header of its own, whose compilation refuses the other's options.
+list(LENGTH CMAKE_OSX_ARCHITECTURES processors)
 set(test_headers_source ${CMAKE_CURRENT_BINARY_DIR}/test-headers.cpp)
 if(NOT EXISTS ${test_headers_source})
   file(WRITE ${test_headers_source} "// Nothing: what is precompiled has to belong to a source.\n")
 endif()
 add_library(zevo_test_headers OBJECT ${test_headers_source})
 target_link_libraries(zevo_test_headers PRIVATE GTest::gmock GTest::gtest zevo_options zevo_test_options)
-target_precompile_headers(zevo_test_headers PRIVATE
-  $<$<COMPILE_LANGUAGE:CXX>:<gtest/gtest.h$<ANGLE-R>> $<$<COMPILE_LANGUAGE:CXX>:<gmock/gmock.h$<ANGLE-R>>)
+if(processors LESS 2)
+  target_precompile_headers(zevo_test_headers PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:<gtest/gtest.h$<ANGLE-R>> $<$<COMPILE_LANGUAGE:CXX>:<gmock/gmock.h$<ANGLE-R>>)
+endif()
 
 function(zevo_run_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "SECONDS" "LABELS;RUNNER_OPTIONS;COMMAND")
@@ -63,7 +67,8 @@ function(zevo_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zevo_test_support GTest::gmock GTest::gtest GTest::gtest_main
     zevo_options zevo_test_options)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for what lies in MAC/ or LINUX/
-  if(NOT arg_SOURCES MATCHES "\\.mm") # they are for C++ only
+  get_target_property(precompiled zevo_test_headers PRECOMPILE_HEADERS)
+  if(precompiled AND NOT arg_SOURCES MATCHES "\\.mm") # they are for C++ only
     target_precompile_headers(${name} REUSE_FROM zevo_test_headers)
   endif()
   zevo_run_test(${name} SECONDS ${arg_SECONDS} LABELS ${arg_LABELS} COMMAND ${arg_WRAPPER} $<TARGET_FILE:${name}>)
