@@ -53,6 +53,7 @@ struct KeywordToken {
     std::int32_t value = 0;
     std::string text; // of a name
     int line = 0;     // counted from 1
+    int column = 0;   // its first character's, counted from 1 in bytes; 0 at the end of the text
 };
 
 /// The arguments of a complete statement.

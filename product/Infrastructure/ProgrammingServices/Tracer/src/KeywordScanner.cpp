@@ -85,6 +85,7 @@ KeywordToken KeywordScanner::token(KeywordToken::Kind kind, std::size_t length, 
     result.kind = kind;
     result.value = value;
     result.line = m_line;
+    result.column = static_cast<int>(m_position) + 1;
     if (kind == KeywordToken::Name)
         result.text = m_text.substr(m_position, length);
     m_position += length;
