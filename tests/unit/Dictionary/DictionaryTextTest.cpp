@@ -1,5 +1,6 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
+#include "DictionaryReadingObserver.h"
 #include "FilesBeside.h"
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
@@ -7,6 +8,8 @@
 #include "LockWait.h"
 #include "OtherProcess.h"
 #include "Substitute.h"
+#include "TemporaryFolder.h"
+#include "TextFile.h"
 #include "TraceCapture.h"
 
 #include <climits>
@@ -707,4 +710,58 @@ TEST(DictionaryLoad, ReadsAPipe) {
     dictionary.loadFromFile(folder / "pipe");
     EXPECT_TRUE(dictionary.equals(original));
     ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
+}
+
+namespace {
+
+class WhatIsTold : public DictionaryReadingObserver {
+public:
+    std::vector<std::string> m_events;
+
+    void onBegin(std::size_t position) override { tell("begin", position); }
+    void onKey(std::size_t position, std::string_view key, std::size_t valuePosition, Kind kind) override {
+        tell(std::string(key) + " (" + std::to_string(static_cast<int>(kind)) + " at " +
+                 std::to_string(valuePosition) + ")",
+             position);
+    }
+    void onEnd(std::size_t position, std::string_view line) override {
+        tell("end '" + std::string(line) + "'", position);
+    }
+    void onTooDeep(std::size_t position) override { tell("too deep", position); }
+
+private:
+    void tell(const std::string& what, std::size_t position) {
+        m_events.push_back(std::to_string(position) + " " + what);
+    }
+};
+
+} // namespace
+
+TEST(DictionaryReadingObserver, IsToldOfEachLineThatTheReaderUses) {
+    const TemporaryFolder folder;
+    // The header ends at 61. A dictionary in a dictionary, a value that is skipped, a line that ends it all.
+    writeFile(folder / "list", std::string(HEADER) +
+                                   "<dict>\n<key>a</key>\n<string>x</string>\n<key>d</key>\n<dict>\n"
+                                   "<key>i</key>\n<int>1</int>\n</dict>\n<key>t</key>\n<true/>\n"
+                                   "\n<key>never</key>\n<string>y</string>\n");
+    WhatIsTold told;
+    Dictionary dictionary;
+    dictionary.loadFromFile(folder / "list", &told);
+    EXPECT_THAT(told.m_events, testing::ElementsAre("61 begin", "68 a (0 at 81)", "100 d (2 at 113)",
+                                                    "113 begin", "120 i (1 at 133)", "146 end '</dict>'",
+                                                    "154 t (3 at 167)", "175 end ''"));
+    EXPECT_STREQ(dictionary.getValue(std::string("a")), "x");
+    EXPECT_FALSE(dictionary.hasKey("never"));
+}
+
+TEST(DictionaryReadingObserver, IsToldOfADictionaryThatIsTooDeep) {
+    const TemporaryFolder folder;
+    std::string text = HEADER;
+    text += "<dict>\n";
+    for (int i = 0; i < Dictionary::MAXIMUM_DEPTH; ++i)
+        text += "<key>d</key>\n<dict>\n";
+    writeFile(folder / "list", text);
+    WhatIsTold told;
+    Dictionary().loadFromFile(folder / "list", &told);
+    EXPECT_THAT(told.m_events, testing::Contains(std::to_string(text.size() - 7) + " too deep"));
 }

@@ -8,6 +8,7 @@
 #include <typeinfo>
 #include <vector>
 
+class DictionaryReadingObserver;
 class LineCursor;
 class TextBuffer;
 
@@ -119,7 +120,12 @@ public:
     /// text ends at the first zero byte. A malformed body is no error: what came before is kept.
     /// @throw KFDictionaryFileException the file cannot be opened or read; this dictionary is unchanged
     /// @throw KFDictionaryParsingException no XML header, or not a property list of version 1.0; likewise
-    void loadFromFile(const std::string& path);
+    void loadFromFile(const std::string& path) {
+        loadFromFile(path, nullptr);
+    }
+    /// The same.
+    /// @param observer borrowed; is told of the lines. Not of a subclass's: those are read out of a stream
+    void loadFromFile(const std::string& path, DictionaryReadingObserver* observer);
 
 private:
     using Children = std::map<std::string, std::unique_ptr<Item>, std::less<>>;

@@ -1,6 +1,7 @@
 #include "BasicItem.h"
 #include "CallMarker.h"
 #include "Dictionary.h"
+#include "DictionaryReadingObserver.h"
 #include "FileDescriptor.h"
 #include "FileReplacement.h"
 #include "IntBasicItem.h"
@@ -93,17 +94,17 @@ static bool holds(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
 }
 
-enum class ValueKind { STRING, INTEGER, DICTIONARY, UNKNOWN };
+using ValueKind = DictionaryReadingObserver::Kind;
 
 /// What a value line holds, and its tag.
 struct Dictionary::ValueLine {
     explicit ValueLine(std::string_view line) : text(line) {
         if (has("<string>"))
-            kind = ValueKind::STRING;
+            kind = ValueKind::String;
         else if (has("<int>"))
-            kind = ValueKind::INTEGER;
+            kind = ValueKind::Integer;
         else if (has("<dict>"))
-            kind = ValueKind::DICTIONARY;
+            kind = ValueKind::Dictionary;
     }
     bool has(std::string_view name) {
         tag = findPlainTag(name, text);
@@ -112,7 +113,7 @@ struct Dictionary::ValueLine {
 
     const std::string_view text;
     Tag tag;
-    ValueKind kind = ValueKind::UNKNOWN;
+    ValueKind kind = ValueKind::Skipped;
 };
 
 void Dictionary::unMarshall(std::stringstream& in) {
@@ -129,17 +130,25 @@ void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
     TRACE_METHOD();
     if (!holds(openingLine, "<dict>"))
         return;
+    DictionaryReadingObserver* const observer = lines.getObserver();
     if (isTooDeep()) {
         TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
+        if (observer != nullptr)
+            observer->onTooDeep(lines.getLinePosition());
         skipBody(lines);
         return;
     }
+    if (observer != nullptr)
+        observer->onBegin(lines.getLinePosition());
     // Any line without a key ends the dictionary, deliberately; </dict> is just one of them.
     for (;;) {
         const std::string_view line = lines.next();
         std::string_view key;
-        if (!findXmlVal(line, findPlainTag("<key>", line), key))
+        if (!findXmlVal(line, findPlainTag("<key>", line), key)) {
+            if (observer != nullptr)
+                observer->onEnd(lines.getLinePosition(), line);
             break;
+        }
         readChild(key, lines);
     }
 }
@@ -147,25 +156,28 @@ void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
 void Dictionary::readChild(std::string_view key, LineCursor& lines) {
     TRACE_METHOD();
     std::string room;
+    const std::size_t position = lines.getLinePosition();
     const ValueLine value(lines.next(key, room));
+    if (DictionaryReadingObserver* const observer = lines.getObserver())
+        observer->onKey(position, key, lines.getLinePosition(), value.kind);
     switch (value.kind) {
-    case ValueKind::STRING:
+    case ValueKind::String:
         place(m_children, key, BasicItem::read(value.text, value.tag));
         break;
-    case ValueKind::INTEGER: {
+    case ValueKind::Integer: {
         std::unique_ptr<IntBasicItem> leaf(new IntBasicItem(Unnamed()));
         leaf->unMarshall(value.text, value.tag);
         place(m_children, key, std::move(leaf));
         break;
     }
-    case ValueKind::DICTIONARY: {
+    case ValueKind::Dictionary: {
         std::unique_ptr<Dictionary> stored(new Dictionary(Unnamed()));
         Dictionary& dictionary = *stored;
         store(key, std::move(stored)); // first, so that it knows how deep it is
         dictionary.unMarshall(value.text, lines);
         break;
     }
-    case ValueKind::UNKNOWN: // the key is dropped with its value line
+    case ValueKind::Skipped: // the key is dropped with its value line
         break;
     }
 }
@@ -176,7 +188,7 @@ void Dictionary::skipBody(LineCursor& lines) {
     for (std::size_t open = 1; open > 0;) {
         if (!holds(lines.next(), "<key>"))
             --open;
-        else if (ValueLine(lines.next()).kind == ValueKind::DICTIONARY)
+        else if (ValueLine(lines.next()).kind == ValueKind::Dictionary)
             ++open;
     }
 }
@@ -209,12 +221,13 @@ private:
     bool m_areBack = false;
 };
 
-void Dictionary::loadFromFile(const std::string& path) {
+void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver* observer) {
     TRACE_METHOD();
     FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.isOpen() && !FileReplacement::waitUntilWhole(file.get()))
         file = FileDescriptor();
     LineCursor lines(std::move(file));
+    lines.setObserver(observer);
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
     std::string body; // of a subclass, which reads it out of a stream

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+class DictionaryReadingObserver;
+
 /// Reads a text line by line. The text outlives the cursor and its lines, or is read from a file block by
 /// block, so that a large file needs no room of its own beside the tree that is made of it.
 class LineCursor {
@@ -30,6 +32,11 @@ public:
 
     /// Where the next line begins.
     std::size_t getPosition() const { return m_position; }
+    /// Where the line that was asked for last began; 0 before the first.
+    std::size_t getLinePosition() const { return m_linePosition; }
+    /// Whom the reader of these lines tells about them; null: nobody.
+    DictionaryReadingObserver* getObserver() const { return m_observer; }
+    void setObserver(DictionaryReadingObserver* observer) { m_observer = observer; }
     /// All that is left, as one text.
     std::string takeRest();
     /// Passes over the rest. False when the file could not be read: the lines ended there.
@@ -37,6 +44,7 @@ public:
 
 private:
     std::string_view take(std::size_t length) {
+        m_linePosition = m_position;
         if (length == std::string_view::npos && !findInFile(length))
             return takeLast();
         const std::string_view line = m_rest.substr(0, length);
@@ -54,8 +62,10 @@ private:
 
     std::string_view m_rest;
     std::size_t m_position = 0;
+    std::size_t m_linePosition = 0;
     FileDescriptor m_file;
     std::unique_ptr<char[]> m_buffer; // holds m_rest, where the text is a file's
     std::size_t m_capacity = 0;
     bool m_failed = false;
+    DictionaryReadingObserver* m_observer = nullptr;
 };
