@@ -1,5 +1,6 @@
 #include "IDCardReader.h"
 
+#include "IDCardObserver.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "TraceCapture.h"
@@ -28,6 +29,24 @@ protected:
     TemporaryFolder m_folder;
     IDCardReader m_reader{m_folder.path() + "/"};
 };
+
+class WhatIsTold : public IDCardObserver {
+public:
+    std::vector<std::string> m_events;
+
+    void onPair(int line, const std::string& key, const std::string& value) override {
+        m_events.push_back(std::to_string(line) + " " + key + "=" + value);
+    }
+    void onSkipped(int line) override { m_events.push_back(std::to_string(line) + " skipped"); }
+    void onRefused(int line) override { m_events.push_back(std::to_string(line) + " refused"); }
+};
+
+TEST_F(IDCardReaderTest, AnObserverIsToldWhatBecomesOfEachLine) {
+    writeFile(m_folder / "ID.txt", "A=1\r\n\n=x\nB\nC&D\nE=2\n");
+    WhatIsTold told;
+    EXPECT_FALSE(m_reader.readIDCard(&told));
+    EXPECT_THAT(told.m_events, ElementsAre("1 A=1", "2 skipped", "3 skipped", "4 B=B", "5 refused"));
+}
 
 TEST_F(IDCardReaderTest, NothingIsReadBeforeItIsAskedFor) {
     writeFile(m_folder / "ID.txt", "A=1\n");

@@ -1,6 +1,7 @@
 #include "IDCardReader.h"
 
 #include "CallMarker.h"
+#include "IDCardObserver.h"
 
 #include <algorithm>
 #include <fstream>
@@ -24,31 +25,40 @@ IDCardReader::~IDCardReader() {
     TRACE_DESTRUCTOR("IDCardReader");
 }
 
-bool IDCardReader::readIDCard() {
+bool IDCardReader::readIDCard(IDCardObserver* observer) {
     TRACE_METHOD();
     std::ifstream card((m_folder + CARD_NAME).c_str());
     bool stored = false;
     std::string line;
-    while (std::getline(card, line)) {
+    for (int number = 1; std::getline(card, line); ++number) {
         // DELIBERATE: a card that holds "&" anywhere is refused, even where a comment would be meant.
-        if (line.find('&') != std::string::npos)
+        if (line.find('&') != std::string::npos) {
+            if (observer != NULL)
+                observer->onRefused(number);
             return false;
-        if (storePair(line))
+        }
+        if (storePair(line, number, observer))
             stored = true;
     }
     return stored;
 }
 
 // False when the line has an empty key.
-bool IDCardReader::storePair(const std::string& line) {
+bool IDCardReader::storePair(const std::string& line, int number, IDCardObserver* observer) {
     TRACE_METHOD();
     const std::string::size_type equals = line.find('=');
     // A line without "=" is its own key and value.
     const std::string key = line.substr(0, equals);
     const std::string value = equals == std::string::npos ? line : line.substr(equals + 1);
-    if (key.empty())
+    if (key.empty()) {
+        if (observer != NULL)
+            observer->onSkipped(number);
         return false;
-    m_params[key] = cutAtFirstNonPrinting(value);
+    }
+    std::string& stored = m_params[key];
+    stored = cutAtFirstNonPrinting(value);
+    if (observer != NULL)
+        observer->onPair(number, key, stored);
     return true;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
+
+class IDCardObserver;
 
 // Reads the identity card, the file "ID.txt" of "KEY=VALUE" lines that says which build and which customer
 // configuration this installation is. An ordinary object; one thread at a time.
@@ -17,7 +20,10 @@ public:
 
     /// Reads the card, adding to what earlier calls read. True when at least one pair was stored and no line
     /// held "&"; at such a line the reading ends, and the pairs before it stay.
-    bool readIDCard();
+    bool readIDCard() { return readIDCard(NULL); }
+    /// The same.
+    /// @param observer borrowed; is told of the lines
+    bool readIDCard(IDCardObserver* observer);
 
     /// The value of a key, or an empty text.
     std::string getParam(const std::string& key);
@@ -37,7 +43,7 @@ public:
     std::string getUpgradeCode();            // UPGRADE_CODE
 
 private:
-    bool storePair(const std::string& line);
+    bool storePair(const std::string& line, int number, IDCardObserver* observer);
 
     std::string m_folder;
     std::map<std::string, std::string> m_params;

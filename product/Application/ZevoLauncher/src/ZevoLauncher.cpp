@@ -4,7 +4,9 @@
 #include "CallMarker.h"
 #include "HWServiceDetection.h"
 #include "HWServicePnP.h"
+#include "HardwareId.h"
 #include "KFException.h"
+#include "LauncherApplication.h"
 #include "MessageType.h"
 #include "StringManagement.h"
 #include "ZevoLauncherConfigReader.h"
@@ -13,24 +15,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>
 
-#include <locale>
 #include <set>
-#include <sstream>
-
-namespace {
-
-struct Application {
-    const char* path;
-    LSLaunchFlags flags;
-};
-
-} // namespace
-
-// In the order in which they are started.
-static const Application APPLICATIONS[] = {
-    {"/Applications/Quillmarsh.app", kLSLaunchDefaults},
-    {"/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app", kLSLaunchAndHide},
-};
 
 // All bits set: every key that the Process Manager knows.
 static const UInt32 ALL_INFORMATION = 0xFFFFFFFF;
@@ -44,26 +29,6 @@ static bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef te
     const CFTypeRef value = CFDictionaryGetValue(information, key);
     return value != NULL && CFGetTypeID(value) == CFStringGetTypeID() &&
            CFStringCompare(static_cast<CFStringRef>(value), text, 0) == kCFCompareEqualTo;
-}
-
-// The four characters behind a marker ("Vid_" or "Pid_") as a hexadecimal number; 0 where they are none.
-static int hexadecimalBehind(const std::string& marker, const std::string& hardwareId) {
-    // DELIBERATE: without the marker the sum wraps around to position 3, and the four characters from there
-    // are taken; an id shorter than that makes substr() throw std::out_of_range, which nobody catches.
-    const std::string::size_type position = hardwareId.find(marker) + 4;
-    std::istringstream digits(hardwareId.substr(position, 4));
-    digits.imbue(std::locale::classic());
-    int number = 0;
-    digits >> std::hex >> number;
-    return digits.fail() ? 0 : number;
-}
-
-// USB#Vid_12d1&Pid_1001 becomes 4817|4097, the form in which connected devices are listed.
-static std::string toDecimalPair(const std::string& hardwareId) {
-    std::ostringstream pair;
-    pair.imbue(std::locale::classic());
-    pair << hexadecimalBehind("Vid_", hardwareId) << '|' << hexadecimalBehind("Pid_", hardwareId);
-    return pair.str();
 }
 
 ZevoLauncher::ZevoLauncher() {
@@ -89,7 +54,7 @@ void ZevoLauncher::run() {
         m_modemHIdToFind = configuration->getModemHIdToFind();
         TRACE_MESSAGE(MSG_DEBUG, "Configured : modem = %s, cdrom = %s, to be found = %s",
                       m_modemHIdToDetect.c_str(), m_cdRomHIdToDetect.c_str(), m_modemHIdToFind.c_str());
-        m_modemHIdToFind = toDecimalPair(m_modemHIdToFind);
+        m_modemHIdToFind = HardwareId::toDecimalPair(m_modemHIdToFind);
     } catch (const KFException& e) {
         TRACE_MESSAGE(MSG_ERROR, "Error accessing ZevoLauncher parameters.");
         TRACE_MESSAGE(MSG_ERROR, "%s", e.toString().c_str());
@@ -142,7 +107,7 @@ void ZevoLauncher::onResumeStandbyMode() {
 
 void ZevoLauncher::processDevice() {
     TRACE_METHOD();
-    for (const Application& application : APPLICATIONS) {
+    for (const LauncherApplication& application : LAUNCHER_APPLICATIONS) {
         if (isProcessRunning(application.path)) {
             TRACE_MESSAGE(MSG_DEBUG, "Executable already running : %s", application.path);
             continue;

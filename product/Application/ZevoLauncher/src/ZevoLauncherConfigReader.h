@@ -9,6 +9,12 @@
 // The file is read by the first getter that succeeds in reading it and never again. Main thread only.
 class ZevoLauncherConfigReader {
 public:
+    static const std::string ms_configurationFile; // its name
+    // Its keys.
+    static const std::string ms_FileKeyHardwareIdToDetect;
+    static const std::string ms_FileKeyHardwareIdToFind;
+    static const std::string ms_FileKeyCdRomHidToDetect;
+
     /// The one instance, created by the first call and never deleted.
     static ZevoLauncherConfigReader* getInstance();
     ~ZevoLauncherConfigReader();
@@ -29,10 +35,6 @@ private:
     ZevoLauncherConfigReader();
 
     static ZevoLauncherConfigReader* ms_theUniqueInstance;
-    static const std::string ms_configurationFile;
-    static const std::string ms_FileKeyHardwareIdToDetect;
-    static const std::string ms_FileKeyHardwareIdToFind;
-    static const std::string ms_FileKeyCdRomHidToDetect;
 
     std::string m_modemHIdToDetect;
     std::string m_modemHIdToFind;
