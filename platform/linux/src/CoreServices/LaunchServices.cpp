@@ -1,8 +1,8 @@
+#include "BundleExecutable.h"
 #include "Bundles.h"
 #include "DetachedProcess.h"
 #include "FileReferences.h"
 #include "HangingCall.h"
-#include "InfoPlist.h"
 #include "LaunchLock.h"
 #include "LaunchStatus.h"
 #include "RunningApplications.h"
@@ -11,7 +11,6 @@
 #include <chrono>
 #include <ctime>
 #include <mutex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace platform;
@@ -23,39 +22,6 @@ static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
 static bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
     return parameters.version == 0 && parameters.environment == nullptr && parameters.argv == nullptr &&
            parameters.initialEvent == nullptr;
-}
-
-/// The bundle's name without ".app". A link to a bundle gives it its name, whatever the folder is called.
-static std::string ownName(const ReferencedPath& bundle) {
-    std::string name = lastComponent(bundle.named);
-    if (!isBundleName(name))
-        name = lastComponent(bundle.real);
-    return isBundleName(name) ? name.substr(0, name.rfind('.')) : std::string();
-}
-
-static OSStatus checkBundle(const ReferencedPath& bundle) {
-    struct stat found;
-    if (::stat(bundle.real.c_str(), &found) != 0)
-        return statusOfErrno(errno);
-    if (!S_ISDIR(found.st_mode) || ownName(bundle).empty())
-        return kLSNotAnApplicationErr;
-    return noErr;
-}
-
-static OSStatus findExecutable(const ReferencedPath& bundle, std::string& file) {
-    const std::string contents = bundle.real + "/Contents/";
-    std::string name = executableNameFromInfoPlist(contents + "Info.plist");
-    if (name.empty())
-        name = ownName(bundle);
-    if (name.find('/') != std::string::npos)
-        return kLSNoExecutableErr; // it would lead out of the folder
-    file = contents + "MacOS/" + name;
-    struct stat found;
-    if (::stat(file.c_str(), &found) != 0)
-        return errno == EACCES ? kLSNoLaunchPermissionErr : kLSNoExecutableErr;
-    if (!S_ISREG(found.st_mode))
-        return kLSNoExecutableErr;
-    return noErr;
 }
 
 static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
@@ -121,7 +87,7 @@ static OSStatus openApplication(const LSApplicationParameters& parameters, Proce
     status = findRunning(bundle, isRunning, application);
     if (status == noErr && !isRunning) {
         std::string file;
-        status = findExecutable(bundle, file);
+        status = findBundleExecutable(bundle, file);
         if (status != noErr)
             return status;
         pid_t pid = 0;
