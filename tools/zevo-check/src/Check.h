@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Finding.h"
+#include "LauncherConfigurationCheck.h"
+#include "TraceCheck.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace Zevo {
+
+struct CheckOptions {
+    std::string folder; ///< of the launcher; empty: the current one. Else with its separator at the end
+    bool withApplications = true;
+    /** How many bytes a folder has room for; for tests. */
+    std::function<std::uint64_t(const std::string&)> freeBytes;
+};
+
+struct CheckResult {
+    Findings findings;
+    HardwareIds ids;
+    std::string logFolder; ///< where trace and log go; empty when the card cannot be read
+    RingResult trace;
+    RingResult log;
+};
+
+/** Reads everything that the launcher reads at its start, and looks where it will look. Changes nothing. */
+CheckResult checkInstallation(const CheckOptions& options);
+
+} // namespace Zevo

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Finding.h"
+#include "KeywordReading.h"
+#include "SourceText.h"
+
+#include <string>
+#include <vector>
+
+namespace Zevo {
+
+/** What the trace's and the log's configuration file have in common when they are checked. */
+class KeywordFileCheck {
+public:
+    /** Which of the two: its languages, and what people are told. */
+    struct Dialect {
+        const char* id;     ///< begins a finding's id: "trace"
+        const char* fileOf; ///< "the trace's file"
+        const char* other;  ///< the other one's
+        const KeywordLanguage& language;
+        const KeywordLanguage& otherLanguage;
+        int on; ///< indices of statements
+        int off;
+        int setFileName;
+        int setMaxLines;
+        int setMaxFiles;
+        int bytesOfALine; ///< about
+    };
+
+    /** Where lines would go, as far as the product's reader got. */
+    struct Ring {
+        std::string baseName; ///< with its folder; empty when none was given
+        int files;
+        int lines;
+        std::string logFolder;
+        std::uint64_t freeBytes;
+    };
+
+    KeywordFileCheck(const Dialect& dialect, const SourceText& file, const ReadLines& lines,
+                     Findings& findings)
+        : m_dialect(dialect), m_file(file), m_lines(lines), m_findings(findings) {}
+
+    /** The byte order mark, words without a place, a last line that is lost. */
+    void checkForm();
+    /** Numbers and repetitions. */
+    void checkArguments();
+    void checkRing(const Ring& ring);
+
+    bool isWithoutErrors() const { return m_isWithoutErrors; }
+    /** The last complete line with this statement that has an effect, or null. */
+    const ReadLine* last(int statement) const;
+    const ReadLine* lastOfAll() const;
+    bool has(int statement) const;
+
+    Place placeOf(const ReadLine& line) const { return m_file.atLine(line.words.front().line); }
+    Place placeOf(const KeywordToken& word) const;
+    std::string keyword(int statement) const {
+        return std::string(m_dialect.language.statements[statement].keyword);
+    }
+    void add(const std::string& id, Place place, std::string wrong, std::string expected = {},
+             std::string meant = {});
+
+private:
+    void checkLostLine();
+    void checkBlankBehindKeyword(const ReadLine& line);
+    void tellStop(const ReadLine& line);
+    void tellUnknownStatement(const Place& word, const std::string& text);
+    void tellWrongLevel(const Place& word, const std::string& text, const ReadLine& line);
+    Place wholeWordAt(const KeywordToken& token) const;
+    void checkFolderOf(const Ring& ring);
+
+    const Dialect& m_dialect;
+    const SourceText& m_file;
+    const ReadLines& m_lines;
+    Findings& m_findings;
+    bool m_isWithoutErrors = true;
+};
+
+} // namespace Zevo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "KeywordLanguage.h"
+
+#include <string>
+#include <vector>
+
+class Logger;
+class Tracer;
+
+namespace Zevo {
+
+/** A line of a trace or log configuration as the product's parser took it. */
+struct ReadLine {
+    int statement = -1;              ///< its index in the language; -1: none
+    std::vector<KeywordToken> words; ///< all that were read, without the line's end
+    KeywordArguments arguments;      ///< of a complete statement
+    bool isComplete = false;         ///< the statement was executed
+    bool hasEffect = false;          ///< and was not ignored
+    KeywordToken stop;               ///< of a line that is not complete: the word that has no place there
+};
+
+using ReadLines = std::vector<ReadLine>;
+
+/** Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where that would end
+ * the process, it goes on with the next line. */
+ReadLines readTraceConfiguration(const std::string& path, Tracer& tracer);
+/** The same for the log. */
+ReadLines readLogConfiguration(const std::string& path, Logger& logger);
+
+} // namespace Zevo
