@@ -83,7 +83,8 @@ void checkExecutable(const char* path, const platform::ReferencedPath& bundle, F
         checkScript(program, findings);
 }
 
-// False when nothing, or no bundle, lies at the path.
+} // namespace
+
 bool checkApplication(const char* path, Findings& findings) {
     FSRef reference;
     platform::ReferencedPath bundle;
@@ -105,8 +106,6 @@ bool checkApplication(const char* path, Findings& findings) {
     checkExecutable(path, bundle, findings);
     return true;
 }
-
-} // namespace
 
 void checkApplications(Findings& findings) {
     std::string missing; // what lies in it is missing, too

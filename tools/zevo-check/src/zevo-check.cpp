@@ -1,6 +1,7 @@
 // zevo-check: is this installation right?
 
 #include "Check.h"
+#include "LiveReport.h"
 #include "Report.h"
 #include "Tool.h"
 
@@ -41,13 +42,30 @@ void print(const nlohmann::ordered_json& json) {
     std::cout << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
-ExitStatus checkFolder(CheckOptions options, const std::string& given, bool json) {
-    options.folder = chosenFolder(given);
-    const CheckResult result = checkInstallation(options);
-    if (json)
-        print(asJson(result, options));
-    else
-        std::cout << asText(result, options, Colours(takesColours(stdout)));
+struct Wanted {
+    std::string folder;
+    bool json = false;
+    bool live = false;
+    bool withoutApplications = false;
+};
+
+ExitStatus checkFolder(const Wanted& wanted) {
+    CheckOptions options;
+    options.folder = chosenFolder(wanted.folder);
+    options.withApplications = !wanted.withoutApplications;
+    CheckResult result = checkInstallation(options);
+    const Colours colours(takesColours(stdout));
+    Live live;
+    if (wanted.live)
+        live = lookAtMachine(options, result);
+    if (wanted.json) {
+        nlohmann::ordered_json json = asJson(result, options);
+        if (wanted.live)
+            json["live"] = asJson(live);
+        print(json);
+    } else {
+        std::cout << (wanted.live ? asText(live, colours) : "") << asText(result, options, colours);
+    }
     return result.findings.empty() ? FINE : PROBLEMS_FOUND;
 }
 
@@ -59,16 +77,11 @@ int main(int argumentCount, char** arguments) {
         "configuration files as the launcher does, and tells everything that is wrong or suspicious.",
         "zevo-check");
     app.footer(FOOTER);
-    CheckOptions options;
-    std::string folder;
-    bool json = false;
-    bool withoutApplications = false;
-    app.add_option("folder", folder, "The launcher's folder, with its four files");
-    app.add_flag("--json", json, "Write JSON, as docs/zevo-check.schema.json describes it");
-    app.add_flag("--without-applications", withoutApplications,
+    Wanted wanted;
+    app.add_option("folder", wanted.folder, "The launcher's folder, with its four files");
+    app.add_flag("--live", wanted.live, "Look at the machine, too: devices, applications, traces, launchers");
+    app.add_flag("--json", wanted.json, "Write JSON, as docs/zevo-check.schema.json describes it");
+    app.add_flag("--without-applications", wanted.withoutApplications,
                  "Do not look for the applications, which may be installed elsewhere");
-    return runTool(app, argumentCount, arguments, [&] {
-        options.withApplications = !withoutApplications;
-        return checkFolder(options, folder, json);
-    });
+    return runTool(app, argumentCount, arguments, [&] { return checkFolder(wanted); });
 }

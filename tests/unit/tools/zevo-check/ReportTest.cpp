@@ -1,6 +1,7 @@
 #include "Report.h"
 
 #include "Installation.h"
+#include "LiveReport.h"
 #include "TextFile.h"
 
 #include <gmock/gmock.h>
@@ -19,40 +20,47 @@ bool isOfType(const json& value, const std::string& type) {
                                : value.is_object();
 }
 
+const json& schema() {
+    static const json read = json::parse(readFile(DOCS_FOLDER "/zevo-check.schema.json"));
+    return read;
+}
+
 // As much of a schema as docs/zevo-check.schema.json uses.
-void expectValid(const json& value, const json& schema, const std::string& where) {
-    ASSERT_TRUE(isOfType(value, schema.at("type"))) << where;
-    if (schema.contains("minimum")) {
-        EXPECT_GE(value.get<int>(), schema.at("minimum").get<int>()) << where;
+void expectValid(const json& value, const json& given, const std::string& where) {
+    const json& wanted = given.contains("$ref")
+                             ? schema().at(json::json_pointer(given.at("$ref").get<std::string>().substr(1)))
+                             : given;
+    ASSERT_TRUE(isOfType(value, wanted.at("type"))) << where;
+    if (wanted.contains("minimum")) {
+        EXPECT_GE(value.get<int>(), wanted.at("minimum").get<int>()) << where;
     }
     if (value.is_array()) {
         for (const json& item : value)
-            expectValid(item, schema.at("items"), where + "[]");
+            expectValid(item, wanted.at("items"), where + "[]");
     }
     if (!value.is_object())
         return;
-    for (const json& name : schema.at("required"))
+    for (const json& name : wanted.at("required"))
         EXPECT_TRUE(value.contains(name.get<std::string>())) << where << " lacks " << name;
     for (const auto& [name, member] : value.items()) {
-        ASSERT_TRUE(schema.at("properties").contains(name)) << where << " has " << name;
-        expectValid(member, schema.at("properties").at(name), where + "." + name);
+        ASSERT_TRUE(wanted.at("properties").contains(name)) << where << " has " << name;
+        expectValid(member, wanted.at("properties").at(name), where + "." + name);
     }
 }
 
 } // namespace
 
 TEST(Report, JsonIsAsItsSchemaSays) {
-    const json schema = json::parse(readFile(DOCS_FOLDER "/zevo-check.schema.json"));
     for (const std::string& mistake : allMistakes()) {
         SCOPED_TRACE(mistake);
         const Installation installation(mistake);
         const json report = json::parse(asJson(installation.check(), installation.options()).dump());
-        expectValid(report, schema, "report");
+        expectValid(report, schema(), "report");
         EXPECT_FALSE(report.at("findings").empty());
     }
     const Installation correct;
     const json report = json::parse(asJson(correct.check(), correct.options()).dump());
-    expectValid(report, schema, "report");
+    expectValid(report, schema(), "report");
     EXPECT_TRUE(report.at("findings").empty());
     EXPECT_EQ(report.at("logFolder"), correct / "data/Ferrow/Quillmarsh-1/Logs/");
 }
@@ -78,4 +86,18 @@ TEST(Report, ControlCharactersDoNotReachTheTerminal) {
     Zevo::CheckResult result;
     result.findings.push_back({"id", {"file", 1, 1, 1, "\x1B[31mred"}, "an \x1B in the text", "", ""});
     EXPECT_EQ(asText(result, {}, Zevo::Colours(false)).find('\x1B'), std::string::npos);
+}
+
+TEST(LiveReport, JsonIsAsItsSchemaSays) {
+    Zevo::Live live;
+    live.devices.push_back({0x12d1, 0x1001, "Mobile", "USB#Vid_12d1&Pid_1001", true, false, true});
+    live.applications.push_back({"/Applications/A.app", true, {17}});
+    live.launchers.push_back({18, 1000, "/usr/libexec/zevolauncher/ZevoLauncher", false});
+    expectValid(asJson(live), schema().at("properties").at("live"), "live");
+}
+
+TEST(LiveReport, ADeviceDoesNotWriteToTheTerminal) {
+    Zevo::Live live;
+    live.devices.push_back({1, 2, "\x1B[31mred", "USB#Vid_0001&Pid_0002", false, false, false});
+    EXPECT_THAT(asText(live, Zevo::Colours(false)), HasSubstr("  0001:0002 ?[31mred\n"));
 }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Colours.h"
+#include "Live.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace Zevo {
+
+/** A few lines about each: devices, hot-plug, applications, files, launchers. */
+std::string asText(const Live& live, const Colours& colours);
+
+/** The member "live" of docs/zevo-check.schema.json. */
+nlohmann::ordered_json asJson(const Live& live);
+
+} // namespace Zevo
