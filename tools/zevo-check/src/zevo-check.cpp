@@ -2,6 +2,7 @@
 
 #include "Check.h"
 #include "LiveReport.h"
+#include "Mending.h"
 #include "Report.h"
 #include "Tool.h"
 
@@ -69,6 +70,30 @@ ExitStatus checkFolder(const Wanted& wanted) {
     return result.findings.empty() ? FINE : PROBLEMS_FOUND;
 }
 
+// What is wrong without the applications is what can be mended here.
+ExitStatus tellTheRest(const std::string& folder, const Colours& colours) {
+    CheckOptions options;
+    options.folder = folder;
+    options.withApplications = false;
+    const CheckResult result = checkInstallation(options);
+    std::cout << asText(result, options, colours);
+    return result.findings.empty() ? FINE : PROBLEMS_FOUND;
+}
+
+ExitStatus mendFolder(const std::string& given, bool onlyShow) {
+    const std::string folder = chosenFolder(given);
+    const Colours colours(takesColours(stdout));
+    const std::vector<MendedFile> files = planMending(folder);
+    for (const MendedFile& file : files)
+        std::cout << differenceText(file, colours);
+    std::cout.flush(); // the difference first
+    if (onlyShow)
+        return files.empty() ? FINE : PROBLEMS_FOUND;
+    for (const MendedFile& file : files)
+        std::cout << file.name << " is mended; what it was: " << writeMended(folder, file) << '\n';
+    return tellTheRest(folder, colours);
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -83,5 +108,17 @@ int main(int argumentCount, char** arguments) {
     app.add_flag("--json", wanted.json, "Write JSON, as docs/zevo-check.schema.json describes it");
     app.add_flag("--without-applications", wanted.withoutApplications,
                  "Do not look for the applications, which may be installed elsewhere");
-    return runTool(app, argumentCount, arguments, [&] { return checkFolder(wanted); });
+    CLI::App& fix = *app.add_subcommand(
+        "fix", "Mend what has one right answer: letter case of keys, line ends, byte order\n"
+               "marks, a last line feed. Shows the difference first, keeps a copy");
+    std::string folderToMend;
+    bool onlyShow = false;
+    fix.add_option("folder", folderToMend, "The launcher's folder, with its four files");
+    fix.add_flag("--dry-run", onlyShow,
+                 "Show the difference, and change nothing; status 1 when there is one");
+    return runTool(app, argumentCount, arguments, [&] {
+        if (fix.parsed())
+            return mendFolder(folderToMend, onlyShow);
+        return checkFolder(wanted);
+    });
 }
