@@ -46,32 +46,6 @@ std::string decimalPairOf(const std::string& hardwareId) {
     }
 }
 
-std::vector<LiveDevice> connectedDevices(const HardwareIds& ids) {
-    std::vector<LiveDevice> devices;
-    IOObjectHandle iterator;
-    if (IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOUSBDevice"),
-                                     iterator.receive()) != KERN_SUCCESS)
-        return devices;
-    const std::string toFind = decimalPairOf(ids.modemToFind);
-    while (const io_registry_entry_t next = IOIteratorNext(iterator.get())) {
-        const IOObjectHandle entry(next);
-        LiveDevice device;
-        if (!hasNumber(entry.get(), CFSTR("idVendor"), device.vendor) ||
-            !hasNumber(entry.get(), CFSTR("idProduct"), device.product))
-            continue;
-        device.name = readName(entry.get());
-        device.hardwareId = fmt::format("USB#Vid_{:04x}&Pid_{:04x}", device.vendor, device.product);
-        device.isModem = StringManagement::compareNoCase(device.hardwareId, ids.modem);
-        device.isCdRom = StringManagement::compareNoCase(device.hardwareId, ids.cdRom);
-        device.isModemToFind = fmt::format("{}|{}", device.vendor, device.product) == toFind;
-        devices.push_back(device);
-    }
-    std::sort(devices.begin(), devices.end(), [](const LiveDevice& left, const LiveDevice& right) {
-        return std::make_pair(left.vendor, left.product) < std::make_pair(right.vendor, right.product);
-    });
-    return devices;
-}
-
 // A notification port that nothing feeds has no descriptor; the launcher asks the same.
 bool canHearOfHotPlug() {
     const IONotificationPortRef port = IONotificationPortCreate(kIOMasterPortDefault);
@@ -250,6 +224,32 @@ void checkLaunchers(const Live& live, const CheckOptions& options, CheckResult& 
 }
 
 } // namespace
+
+std::vector<LiveDevice> connectedDevices(const HardwareIds& ids) {
+    std::vector<LiveDevice> devices;
+    IOObjectHandle iterator;
+    if (IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOUSBDevice"),
+                                     iterator.receive()) != KERN_SUCCESS)
+        return devices;
+    const std::string toFind = decimalPairOf(ids.modemToFind);
+    while (const io_registry_entry_t next = IOIteratorNext(iterator.get())) {
+        const IOObjectHandle entry(next);
+        LiveDevice device;
+        if (!hasNumber(entry.get(), CFSTR("idVendor"), device.vendor) ||
+            !hasNumber(entry.get(), CFSTR("idProduct"), device.product))
+            continue;
+        device.name = readName(entry.get());
+        device.hardwareId = fmt::format("USB#Vid_{:04x}&Pid_{:04x}", device.vendor, device.product);
+        device.isModem = StringManagement::compareNoCase(device.hardwareId, ids.modem);
+        device.isCdRom = StringManagement::compareNoCase(device.hardwareId, ids.cdRom);
+        device.isModemToFind = fmt::format("{}|{}", device.vendor, device.product) == toFind;
+        devices.push_back(device);
+    }
+    std::sort(devices.begin(), devices.end(), [](const LiveDevice& left, const LiveDevice& right) {
+        return std::make_pair(left.vendor, left.product) < std::make_pair(right.vendor, right.product);
+    });
+    return devices;
+}
 
 Live lookAtMachine(const CheckOptions& options, CheckResult& result) {
     Live live;

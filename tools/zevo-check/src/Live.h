@@ -54,6 +54,9 @@ struct Live {
     std::vector<LiveLauncher> launchers;
 };
 
+/** The USB devices that are connected, and what they are in this configuration. In the order of their ids. */
+std::vector<LiveDevice> connectedDevices(const HardwareIds& ids);
+
 /** Looks at the machine as the launcher does, and says in `result` what is wrong there. Changes nothing, and takes no
  * lock that a launcher might want. Main thread only. */
 Live lookAtMachine(const CheckOptions& options, CheckResult& result);

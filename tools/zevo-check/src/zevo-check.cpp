@@ -3,6 +3,7 @@
 #include "Check.h"
 #include "LiveReport.h"
 #include "Mending.h"
+#include "NewFolder.h"
 #include "Report.h"
 #include "Tool.h"
 
@@ -94,6 +95,32 @@ ExitStatus mendFolder(const std::string& given, bool onlyShow) {
     return tellTheRest(folder, colours);
 }
 
+const char MODEM_DATABASE[] = "/usr/share/usb_modeswitch";
+
+struct NewInstallation {
+    std::string modem;
+    std::string folder;
+    std::string database = MODEM_DATABASE;
+};
+
+ExitStatus makeFolder(const NewInstallation& wanted) {
+    std::vector<UsbIds> connected;
+    if (wanted.modem.empty()) {
+        for (const LiveDevice& device : connectedDevices({}))
+            connected.push_back({device.vendor, device.product});
+    }
+    const ChosenModem modem = chooseModem(wanted.modem, readModemDatabase(wanted.database), connected);
+    const std::string folder = withSeparator(wanted.folder);
+    writeNewFolder(folder, modem);
+    std::cout << folder << ": four files for " << shownIds(modem.modem)
+              << (modem.names.empty() ? "" : " (" + modem.names + ")") << '\n'
+              << (modem.isKnown ? "plugged in, it shows itself as " + shownIds(modem.cdRom)
+                                : "it is not known how it shows itself when it is plugged in: see " + folder +
+                                      "Launcher.cfg")
+              << "\nID.txt has the sample's values: put in your own\n";
+    return tellTheRest(folder, Colours(takesColours(stdout)));
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -116,7 +143,16 @@ int main(int argumentCount, char** arguments) {
     fix.add_option("folder", folderToMend, "The launcher's folder, with its four files");
     fix.add_flag("--dry-run", onlyShow,
                  "Show the difference, and change nothing; status 1 when there is one");
+    CLI::App& make = *app.add_subcommand("new", "Write a commented installation folder for a modem");
+    NewInstallation installation;
+    make.add_option("--modem", installation.modem,
+                    "Its ids as lsusb shows them (12d1:1001), or its name; else the one that is plugged in");
+    make.add_option("--out", installation.folder, "The folder to write")->required();
+    make.add_option("--database", installation.database, "The data folder of usb_modeswitch")
+        ->capture_default_str();
     return runTool(app, argumentCount, arguments, [&] {
+        if (make.parsed())
+            return makeFolder(installation);
         if (fix.parsed())
             return mendFolder(folderToMend, onlyShow);
         return checkFolder(wanted);
