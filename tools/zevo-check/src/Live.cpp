@@ -99,6 +99,7 @@ LiveRing ringNow(const RingResult& configured) {
         if (!isOfRing || stat((folder + name).c_str(), &file) != 0)
             continue;
         ++ring.files;
+        ring.paths.push_back(folder + name);
         ring.bytes += static_cast<std::uint64_t>(file.st_size);
         ring.lastWritten = std::max(ring.lastWritten, file.st_mtime);
     }

@@ -32,6 +32,7 @@ struct LiveApplication {
 struct LiveRing {
     std::string baseName; ///< up to "_0.txt"; empty: off, or no files
     int files = 0;
+    std::vector<std::string> paths; ///< in no order
     std::uint64_t bytes = 0;
     std::time_t lastWritten = 0; ///< 0: never
 };

@@ -1,5 +1,6 @@
 // zevo-check: is this installation right?
 
+#include "Bundle.h"
 #include "Check.h"
 #include "LiveReport.h"
 #include "Mending.h"
@@ -121,6 +122,38 @@ ExitStatus makeFolder(const NewInstallation& wanted) {
     return tellTheRest(folder, Colours(takesColours(stdout)));
 }
 
+struct WantedBundle {
+    std::string folder;
+    std::string file;
+    std::string shownEntry;
+    bool onlyShow = false;
+};
+
+ExitStatus makeBundle(const WantedBundle& wanted) {
+    if (wanted.file.empty() && !wanted.onlyShow && wanted.shownEntry.empty())
+        throw UsageError("--out is needed, or --show");
+    CheckOptions options;
+    options.folder = chosenFolder(wanted.folder);
+    CheckResult result = checkInstallation(options);
+    const Live live = lookAtMachine(options, result);
+    const std::vector<BundleEntry> entries = gatherBundle(options, result, live);
+    if (!wanted.shownEntry.empty()) {
+        for (const BundleEntry& entry : entries) {
+            if (entry.name == wanted.shownEntry) {
+                std::cout << entry.text;
+                return FINE;
+            }
+        }
+        throw UsageError("the bundle has no " + wanted.shownEntry + "; see --show");
+    }
+    std::cout << entries.front().text; // the manifest
+    if (wanted.onlyShow)
+        return FINE;
+    writeBundle(wanted.file, entries);
+    std::cout << "\nwritten: " << wanted.file << '\n';
+    return FINE;
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -150,7 +183,16 @@ int main(int argumentCount, char** arguments) {
     make.add_option("--out", installation.folder, "The folder to write")->required();
     make.add_option("--database", installation.database, "The data folder of usb_modeswitch")
         ->capture_default_str();
+    CLI::App& bundle =
+        *app.add_subcommand("bundle", "Gather configuration, traces, logs and a report for a support ticket");
+    WantedBundle wantedBundle;
+    bundle.add_option("folder", wantedBundle.folder, "The launcher's folder, with its four files");
+    bundle.add_option("--out", wantedBundle.file, "The file to write, a .tar.gz");
+    bundle.add_flag("--show", wantedBundle.onlyShow, "Tell what would go in, and write nothing");
+    bundle.add_option("--show-file", wantedBundle.shownEntry, "Print one of its files as it would go in");
     return runTool(app, argumentCount, arguments, [&] {
+        if (bundle.parsed())
+            return makeBundle(wantedBundle);
         if (make.parsed())
             return makeFolder(installation);
         if (fix.parsed())
