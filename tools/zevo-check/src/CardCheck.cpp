@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <map>
+#include <set>
 #include <vector>
 
 namespace Zevo {
@@ -46,11 +47,15 @@ private:
     void checkValue(int line, const std::string& key, const std::string& value);
     void checkUpgradeCode(int line, const std::string& value);
     Place placeOfValue(int line) const;
+    bool isMissing(const std::string& key) const {
+        return m_linesOfKeys.count(key) == 0 && m_meantKeys.count(key) == 0;
+    }
 
     const SourceText& m_card;
     Findings& m_findings;
     std::vector<std::string_view> m_keys;
     std::map<std::string, int> m_linesOfKeys;
+    std::set<std::string> m_meantKeys; // what is misspelt is not missing
     bool m_isRefused = false;
     bool m_hasOldLineEnds = false;
 };
@@ -91,7 +96,7 @@ void CardCheck::checkLineWithoutEquals(int line) {
     if (!key.empty()) {
         const std::string value = end == std::string::npos ? "" : trimmed(text.substr(end + 1));
         meant = key + "=" + value;
-        m_linesOfKeys.emplace(key, line); // so it is not missing
+        m_meantKeys.insert(key);
     }
     add("card-line-without-equals", m_card.atLine(line),
         "no \"=\": the line is a key of that name, and its own value", "KEY=VALUE", meant);
@@ -120,7 +125,7 @@ void CardCheck::checkKey(int line, const std::string& key) {
         add(isCase ? "card-key-letter-case" : "card-key-misspelt", m_card.atText(line, plain),
             fmt::format("a key that the launcher does not know: {}", plain),
             isCase ? "the key in capital letters" : "", meant);
-        m_linesOfKeys.emplace(meant, line); // so it is not missing
+        m_meantKeys.insert(meant);
     }
 }
 
@@ -182,12 +187,12 @@ void CardCheck::onRefused(int line) {
 void CardCheck::checkWhatIsMissing() {
     if (m_hasOldLineEnds)
         return; // it stands there, in a line that is too long
-    if (m_linesOfKeys.count(UPGRADE_CODE) == 0)
+    if (isMissing(UPGRADE_CODE))
         add("card-upgrade-code-missing", m_card.wholeFile(),
             "no UPGRADE_CODE: all installations share one folder for their data and logs",
             "a line UPGRADE_CODE=...");
     for (const std::string_view key : BANNER_KEYS) {
-        if (m_linesOfKeys.count(std::string(key)) == 0)
+        if (isMissing(std::string(key)))
             add("card-banner-key-missing", m_card.wholeFile(),
                 fmt::format("no {}: the log shows an empty text at each start", key),
                 fmt::format("a line {}=...", key));

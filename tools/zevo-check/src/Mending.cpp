@@ -71,8 +71,6 @@ bool mend(const Finding& finding, std::string& text) {
         std::replace(text.begin(), text.end(), '\r', '\n');
     } else if (endsIn(finding.id, "-last-line-without-line-feed")) {
         text += '\n';
-    } else if (endsIn(finding.id, "-key-letter-case") && text.find(finding.meant) != std::string::npos) {
-        return false; // of two keys one wins, and it is not told which of them was meant to
     } else if (endsIn(finding.id, "-key-letter-case") || finding.id == "launcher-id-markers") {
         text.replace(offsetOf(text, finding.place), static_cast<std::size_t>(finding.place.length),
                      finding.meant);
@@ -82,18 +80,31 @@ bool mend(const Finding& finding, std::string& text) {
     return true;
 }
 
-// One change at a time: the next check sees the places as they are then.
-bool mendOne(const std::string& folder) {
+Findings check(const std::string& folder) {
     CheckOptions options;
     options.folder = folder;
     options.withApplications = false;
-    for (const Finding& finding : checkInstallation(options).findings) {
+    return checkInstallation(options).findings;
+}
+
+bool hasTwice(const Findings& findings, const std::string& key) {
+    return std::any_of(findings.begin(), findings.end(), [&key](const Finding& finding) {
+        return endsIn(finding.id, "-key-twice") && finding.wrong.compare(0, key.size() + 1, key + " ") == 0;
+    });
+}
+
+// One change at a time: the next check sees the places as they are then.
+bool mendOne(const std::string& folder) {
+    for (const Finding& finding : check(folder)) {
         const std::string before = SourceText(finding.place.file, "").bytes();
         std::string text = before;
         if (!mend(finding, text) || text == before)
             continue;
         write(finding.place.file, text);
-        return true;
+        if (finding.meant.empty() || !hasTwice(check(folder), finding.meant))
+            return true;
+        // The right key is there as well: one of the two would win, and it is not told which was meant to.
+        write(finding.place.file, before);
     }
     return false;
 }

@@ -66,6 +66,16 @@ TEST(Mending, AKeyThatIsThereTwiceInDifferentLettersIsLeftAlone) {
     writeFile(installation / "ID.txt", readFile(installation / "ID.txt") + "Product_Name=Other\n");
     ASSERT_THAT(installation.report(), HasSubstr("Product_Name"));
     EXPECT_THAT(Zevo::planMending(installation.folder()), IsEmpty());
+    writeFile(installation / "ID.txt", "Product_Name=Other\n" + readFile(installation / "ID.txt"));
+    EXPECT_THAT(Zevo::planMending(installation.folder()), IsEmpty());
+}
+
+TEST(Mending, ACommentThatHoldsTheRightKeyDoesNotHinder) {
+    const Installation installation("launcher-key-letter-case");
+    writeFile(installation / "Launcher.cfg",
+              readFile(installation / "Launcher.cfg") + "\n<!-- MacCdRomHIdToDetect -->\n");
+    EXPECT_EQ(mend(installation), 1u);
+    EXPECT_THAT(installation.report(), HasSubstr("nothing wrong"));
 }
 
 TEST(Mending, PlanningChangesNothing) {
