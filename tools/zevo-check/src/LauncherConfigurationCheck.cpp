@@ -64,8 +64,8 @@ private:
              std::string meant = {}) {
         m_findings.push_back({id, std::move(place), std::move(wrong), std::move(expected), std::move(meant)});
     }
-    void checkKey(const ReadKey& key, bool isOutermost);
-    void tellSkippedValue(const ReadKey& key);
+    void checkKey(const ReadKey& read, bool isOutermost);
+    void tellSkippedValue(const ReadKey& read);
     int keysBelow(int line) const;
     std::string take(const Dictionary& dictionary, const std::string& key, const char* ifMissing);
     void checkForm(const std::string& key, const std::string& id, bool isToFind);

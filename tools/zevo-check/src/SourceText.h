@@ -25,11 +25,11 @@ public:
     std::string_view line(int number) const;
     /** The file as a whole. */
     Place wholeFile() const;
-    Place at(int line, int column, int length = 1) const;
+    Place at(int number, int column, int length = 1) const;
     /** The line, from its first to its last character that is no blank. */
-    Place atLine(int line) const;
+    Place atLine(int number) const;
     /** The first place of this text in the line, or the whole line where it is not in it. */
-    Place atText(int line, std::string_view text) const;
+    Place atText(int number, std::string_view text) const;
     int lineOf(std::size_t offset) const;
     Place atOffset(std::size_t offset, int length = 1) const;
 
