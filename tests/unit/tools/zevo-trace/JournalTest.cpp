@@ -1,0 +1,112 @@
+#include "Journal.h"
+
+#include "TraceFiles.h"
+
+#include <gmock/gmock.h>
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+namespace {
+
+class JournalTest : public ::testing::Test {
+protected:
+    /// The lines' last characters.
+    static std::string shortened(const ReadJournal& journal) {
+        std::string result;
+        for (const std::string& line : journal.lines)
+            result += line.empty() ? '.' : line.back();
+        return result;
+    }
+    TraceFiles m_files;
+};
+
+} // namespace
+
+TEST_F(JournalTest, MergesTraceAndLogOnTime) {
+    m_files.write("trace_0.txt",
+                  traceLine("10:00:00-000", "a") + traceLine("10:00:00-002", "b") +
+                      traceLine("10:00:00-005", "c"),
+                  at(10, 0, 0.3));
+    m_files.write("logger_0.txt",
+                  "[10:00:00-001][LEVEL_0] 1\n[10:00:00-002][LEVEL_0] 2\n[10:00:00-009][LEVEL_0] 3\n",
+                  at(10, 0, 0.3));
+    const ReadJournal journal({m_files.path()});
+    EXPECT_EQ("a1b2c3", shortened(journal)) << "of two with the same time the trace's comes first";
+    EXPECT_THAT(journal.runs, ElementsAre(1, 1, 1, 1, 1, 1));
+    EXPECT_THAT(journal.notes, IsEmpty());
+}
+
+TEST_F(JournalTest, AcrossMidnight) {
+    m_files.write("trace_0.txt", traceLine("23:59:59-999", "a") + traceLine("00:00:00-500", "b"),
+                  at(0, 0, 0.6));
+    m_files.write("logger_0.txt", "[23:59:59-000][LEVEL_0] 1\n[00:00:00-200][LEVEL_0] 2\n", at(0, 0, 0.6));
+    EXPECT_EQ("1a2b", shortened(ReadJournal({m_files.path()})));
+}
+
+TEST_F(JournalTest, LinesWithoutATimeStayBehindTheirLine) {
+    m_files.write("trace_0.txt",
+                  traceLine("10:00:00-000", ">> [D] a") + "b\n" + traceLine("10:00:00-002", "c"),
+                  at(10, 0, 0.3));
+    m_files.write("logger_0.txt", "[10:00:00-001][LEVEL_0] 1\n", at(10, 0, 0.3));
+    EXPECT_EQ("ab1c", shortened(ReadJournal({m_files.path()})));
+}
+
+TEST_F(JournalTest, ATraceWithoutTimesIsNotMerged) {
+    m_files.write("trace_0.txt", "[th_7    ][MAIN           ]a\n", at(10, 0, 0.3));
+    m_files.write("logger_0.txt", "[10:00:00-001][LEVEL_0] 1\n", at(10, 0, 0.3));
+    const ReadJournal journal({m_files.path()});
+    EXPECT_EQ("a1", shortened(journal));
+    EXPECT_THAT(journal.notes, ElementsAre(HasSubstr("cannot be merged on time")));
+}
+
+TEST_F(JournalTest, CountsTheRunsOfTheTraceAndTheLogBelongsToThem) {
+    m_files.write("trace_1.txt", traceLine("10:00:00-000", "a"), at(10, 0, 0.3));
+    m_files.write("trace_0.txt", traceLine("11:00:00-000", "b", 8), at(11, 0, 0.3));
+    m_files.write("logger_0.txt",
+                  "[09:00:00-000][LEVEL_0] 0\n[10:00:00-001][LEVEL_0] 1\n[11:00:00-001][LEVEL_0] 2\n",
+                  at(11, 0, 0.3));
+    const ReadJournal journal({m_files.path()});
+    EXPECT_EQ("0a1b2", shortened(journal));
+    EXPECT_THAT(journal.runs, ElementsAre(0, 1, 1, 2, 2));
+}
+
+TEST_F(JournalTest, ALogAloneCountsItsBanners) {
+    m_files.write(
+        "logger_0.txt",
+        "[09:00:00-000][LEVEL_0] Starting Vurl ZevoLauncher with ID card :\n[09:00:00-001][LEVEL_0] 1\n"
+        "[10:00:00-001][LEVEL_0] Starting Vurl ZevoLauncher with ID card :\n",
+        at(10, 0, 0.3));
+    EXPECT_THAT(ReadJournal({m_files.path()}).runs, ElementsAre(1, 1, 2));
+}
+
+TEST_F(JournalTest, FilesThatWerePutTogetherAreToldApartByTheirMainThread) {
+    const std::string path =
+        m_files.write("together.txt",
+                      traceLine("10:00:00-000", "a", 7) + traceLine("10:00:00-001", "b", 9, "Other") +
+                          traceLine("10:00:00-002", "c", 7) + traceLine("11:00:00-000", "d", 8),
+                      at(11, 0, 0.2));
+    EXPECT_THAT(ReadJournal({path}).runs, ElementsAre(1, 1, 1, 2));
+}
+
+TEST_F(JournalTest, TornAndCutLinesAreToldAndStay) {
+    m_files.write("trace_0.txt",
+                  traceLine("10:00:00-000", "a") + "????\n" + traceLine("10:00:00-001", "b") +
+                      "[10:00:00-002][th_7  ",
+                  at(10, 0, 0.3));
+    const ReadJournal journal({m_files.path()});
+    EXPECT_EQ("a?b ", shortened(journal));
+    EXPECT_THAT(journal.damages,
+                ElementsAre((m_files / "trace_0.txt") + ":2: the line is torn, or belongs to something else",
+                            (m_files / "trace_0.txt") + ":4: the line is cut: the file ends in it"));
+}
+
+TEST_F(JournalTest, ManyTornLinesAreCountedNotListed) {
+    std::string text = traceLine("10:00:00-000", "a");
+    for (int i = 0; i < 1000; ++i)
+        text += "???\n";
+    m_files.write("trace_0.txt", text, at(10, 0, 0.3));
+    EXPECT_THAT(ReadJournal({m_files.path()}).damages, SizeIs(5));
+}

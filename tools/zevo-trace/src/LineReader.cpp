@@ -1,0 +1,84 @@
+#include "LineReader.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace Zevo {
+namespace {
+
+[[noreturn]] void complain(const std::string& path) {
+    throw std::runtime_error((path == "-" ? "standard input" : path) +
+                             ": cannot be read: " + std::strerror(errno));
+}
+
+int openFile(const std::string& path) {
+    const int file = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        complain(path);
+    return file;
+}
+
+} // namespace
+
+LineReader::LineReader(const std::string& path)
+    : m_path(path), m_file(openFile(path)), m_buffer(2 * LONGEST_LINE) {}
+
+LineReader::~LineReader() {
+    close(m_file);
+}
+
+bool LineReader::next(std::string_view& line) {
+    for (;;) {
+        const char* const start = m_buffer.data() + m_begin;
+        const void* const found = std::memchr(m_buffer.data() + m_scanned, '\n', m_end - m_scanned);
+        const std::size_t length = found == nullptr
+                                       ? m_end - m_begin
+                                       : static_cast<std::size_t>(static_cast<const char*>(found) - start);
+        if (length > LONGEST_LINE) {
+            line = std::string_view(start, LONGEST_LINE);
+            m_begin += LONGEST_LINE;
+            m_scanned = m_begin;
+            return true;
+        }
+        if (found != nullptr) {
+            line = std::string_view(start, length);
+            m_begin += length + 1;
+            m_scanned = m_begin;
+            return true;
+        }
+        m_scanned = m_end;
+        if (!readMore())
+            return false;
+    }
+}
+
+bool LineReader::takeRest(std::string_view& line) {
+    if (m_begin == m_end)
+        return false;
+    line = std::string_view(m_buffer.data() + m_begin, m_end - m_begin);
+    m_begin = m_scanned = m_end;
+    return true;
+}
+
+bool LineReader::readMore() {
+    if (m_buffer.size() - m_end < LONGEST_LINE / 2) {
+        std::memmove(m_buffer.data(), m_buffer.data() + m_begin, m_end - m_begin);
+        m_end -= m_begin;
+        m_scanned -= m_begin;
+        m_begin = 0;
+    }
+    ssize_t length = 0;
+    do {
+        length = read(m_file, m_buffer.data() + m_end, m_buffer.size() - m_end);
+    } while (length < 0 && errno == EINTR);
+    if (length < 0)
+        complain(m_path);
+    m_end += static_cast<std::size_t>(length);
+    m_position += static_cast<std::uint64_t>(length);
+    return length > 0;
+}
+
+} // namespace Zevo
