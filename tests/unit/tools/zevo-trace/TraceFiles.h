@@ -18,6 +18,10 @@ public:
     std::string write(const std::string& name, const std::string& text, double time) {
         const std::string path = m_folder / name;
         std::ofstream(path, std::ios::binary) << text;
+        touch(name, time);
+        return path;
+    }
+    void touch(const std::string& name, double time) {
         std::tm day = {};
         day.tm_year = 126;
         day.tm_mday = 15;
@@ -26,8 +30,7 @@ public:
         moment.tv_sec = std::mktime(&day) + static_cast<time_t>(std::floor(time));
         moment.tv_nsec = static_cast<long>((time - std::floor(time)) * 1e9);
         const timespec times[] = {moment, moment};
-        utimensat(AT_FDCWD, path.c_str(), times, 0);
-        return path;
+        utimensat(AT_FDCWD, (m_folder / name).c_str(), times, 0);
     }
     const std::string& path() const { return m_folder.path(); }
     std::string operator/(const std::string& name) const { return m_folder / name; }

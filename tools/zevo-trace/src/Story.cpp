@@ -1,0 +1,251 @@
+#include "Story.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <strings.h>
+
+namespace Zevo {
+namespace {
+
+constexpr Moment ONE_PLUGGING = 2000; // what a device and its parts announce within so long is one arrival
+
+/** What stands behind the beginning; nothing when the text does not begin so. */
+std::optional<std::string> behind(std::string_view text, std::string_view beginning) {
+    if (text.substr(0, beginning.size()) != beginning)
+        return std::nullopt;
+    return std::string(text.substr(beginning.size()));
+}
+
+std::string between(const std::string& text, const std::string& from, const std::string& to) {
+    const std::string::size_type begin = text.find(from);
+    if (begin == std::string::npos)
+        return "";
+    const std::string::size_type start = begin + from.size();
+    const std::string::size_type end = to.empty() ? text.size() : text.find(to, start);
+    return text.substr(start, end == std::string::npos ? std::string::npos : end - start);
+}
+
+std::string withoutDot(std::string text) {
+    if (!text.empty() && text.back() == '.')
+        text.pop_back();
+    return text;
+}
+
+/** The last attempt ended as an earlier one of the same event did: they become one. */
+void joinWithLike(std::vector<LaunchAttempt>& attempts) {
+    const LaunchAttempt last = attempts.back();
+    for (std::size_t i = 0; i + 1 < attempts.size(); ++i) {
+        if (attempts[i].path == last.path && attempts[i].outcome == last.outcome &&
+            attempts[i].status == last.status) {
+            ++attempts[i].times;
+            attempts.pop_back();
+            return;
+        }
+    }
+}
+
+// No program can catch these signals: a healthy launcher says so at each start.
+bool isHarmless(std::string_view error) {
+    return behind(error, "Cant install signal handler for ").has_value();
+}
+
+} // namespace
+
+bool isIdentifier(const std::string& identifier) {
+    unsigned vendor = 0, product = 0;
+    int length = 0;
+    std::string lower = identifier;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return std::sscanf(lower.c_str(), "usb#vid_%4x&pid_%4x%n", &vendor, &product, &length) == 2 &&
+           length == 21 && lower.size() == 21;
+}
+
+bool isSameIdentifier(const std::string& a, const std::string& b) {
+    return strcasecmp(a.c_str(), b.c_str()) == 0;
+}
+
+std::string shortIdentifier(const std::string& identifier) {
+    char text[32];
+    unsigned vendor = 0, product = 0;
+    int length = 0;
+    if (isIdentifier(identifier))
+        return identifier.substr(8, 4) + ":" + identifier.substr(17, 4);
+    if (std::sscanf(identifier.c_str(), "%5u|%5u%n", &vendor, &product, &length) == 2 &&
+        static_cast<std::size_t>(length) == identifier.size() && vendor <= 0xffff && product <= 0xffff) {
+        std::snprintf(text, sizeof text, "%04x:%04x", vendor, product);
+        return text;
+    }
+    return identifier;
+}
+
+RunStory& StoryTeller::story(int run) {
+    if (m_stories.empty() || m_stories.back().run != run) {
+        m_stories.emplace_back();
+        m_stories.back().run = run;
+        m_isStarting = m_isInFilter = m_isListing = false;
+    }
+    return m_stories.back();
+}
+
+void StoryTeller::add(const JournalLine& line) {
+    if (line.isCut || line.line.kind == LineKind::torn)
+        return;
+    RunStory& run = story(line.run);
+    if (line.time >= 0) {
+        run.begin = run.begin < 0 ? line.time : run.begin;
+        run.end = line.time;
+        run.isDated = line.isDated;
+    }
+    if (line.line.kind == LineKind::log) {
+        addLogLine(line);
+        return;
+    }
+    settle(run, line);
+    if (line.line.kind == LineKind::message)
+        addMessage(run, line);
+    else if (line.line.kind == LineKind::call) {
+        m_isInFilter = line.line.text == "SIGNAL_FILTER";
+        if (line.line.text == "ZevoLauncher::Main")
+            run.hasBegun = true;
+    } else if (line.line.kind == LineKind::exit && line.line.text == "ZevoLauncher::isDeviceFound")
+        m_isListing = false;
+}
+
+void StoryTeller::addLogLine(const JournalLine& line) {
+    RunStory& run = story(line.run);
+    if (line.line.level == 'E') {
+        run.logErrors.emplace_back(line.line.text);
+    } else if (const std::optional<std::string> entry = behind(line.line.text, " * ")) {
+        const std::string::size_type colon = entry->find(" : ");
+        if (colon != std::string::npos)
+            run.card[entry->substr(0, colon)] = entry->substr(colon + 3);
+    }
+}
+
+LaunchAttempt* StoryTeller::pending(RunStory& story) {
+    return m_isStarting && !story.events.empty() && !story.events.back().attempts.empty()
+               ? &story.events.back().attempts.back()
+               : nullptr;
+}
+
+// The line behind "Start executable" tells what came of it: a failure, or that the launcher went on.
+void StoryTeller::settle(RunStory& story, const JournalLine& line) {
+    LaunchAttempt* const attempt = pending(story);
+    if (attempt == nullptr || !line.line.hasThread || line.line.threadNumber != m_startingThread)
+        return;
+    m_isStarting = false;
+    attempt->end = line.time;
+    if (line.line.text == "SIGNAL_FILTER" || line.line.kind == LineKind::stackCall)
+        return;
+    for (const char* const failure :
+         {"FSPathMakeRef failed : status = ", "LSOpenApplication failed : status = "}) {
+        if (const std::optional<std::string> status = behind(line.line.text, failure)) {
+            attempt->outcome = LaunchAttempt::Outcome::failed;
+            attempt->status = std::atoi(status->c_str());
+            joinWithLike(story.events.back().attempts);
+            return;
+        }
+    }
+    attempt->outcome = LaunchAttempt::Outcome::started;
+}
+
+void StoryTeller::addMessage(RunStory& run, const JournalLine& line) {
+    const std::string text(line.line.text);
+    run.hasDebugMessages = run.hasDebugMessages || line.line.level == 'D';
+    if (m_isInFilter && line.line.level == 'E' && run.crash.empty()) {
+        run.crash = text;
+        run.crashTime = line.time;
+        m_isInFilter = false;
+    } else if (behind(text, "Configured : ")) {
+        run.isConfigured = true;
+        run.modem = between(text, "modem = ", ", cdrom = ");
+        run.cdRom = between(text, ", cdrom = ", ", to be found = ");
+        run.toFind = between(text, ", to be found = ", "");
+    } else if (const auto wanted = behind(text, " hardware id to be found : ")) {
+        m_isListing = run.hasLooked = true;
+        run.connected.clear();
+        if (!run.isConfigured)
+            run.toFind = *wanted;
+        run.events.emplace_back();
+        run.events.back().kind = DeviceEvent::Kind::absentAtStart;
+        run.events.back().time = line.time;
+    } else if (const auto connected = behind(text, "Connected device : "); connected && m_isListing) {
+        run.connected.push_back(*connected);
+    } else if (text == "Device found in Modem list." && !run.events.empty()) {
+        run.events.back().kind = DeviceEvent::Kind::presentAtStart;
+        m_isListing = false;
+    } else if (const auto arrived = behind(text, "Detected hardware id : ")) {
+        addArrival(run, line, *arrived);
+    } else if (const auto modem = behind(text, "expected modem hardware id : ")) {
+        if (!run.isConfigured)
+            run.modem = *modem;
+    } else if (const auto cdRom = behind(text, "expected cdrom hardware id : ")) {
+        if (!run.isConfigured)
+            run.cdRom = *cdRom;
+        run.isConfigured = true;
+    } else if (const auto removed = behind(text, "HID = ")) {
+        run.events.emplace_back();
+        run.events.back().kind = DeviceEvent::Kind::removal;
+        run.events.back().identifier = withoutDot(*removed);
+        run.events.back().time = line.time;
+    } else if (behind(text, "Device = ")) {
+        run.deviceNames[between(text, ", HID = ", ", path = ")] = between(text, "Device = ", ", HID = ");
+    } else if (const auto running = behind(text, "Executable already running : ")) {
+        addAttempt(run, *running, line.time, LaunchAttempt::Outcome::alreadyRunning);
+    } else if (const auto started = behind(text, "Start executable : ")) {
+        addAttempt(run, *started, line.time, LaunchAttempt::Outcome::unknown);
+        m_isStarting = true;
+        m_startingThread = line.line.threadNumber;
+    } else if (text.find("No device that arrives or leaves from now on will be noticed.") !=
+               std::string::npos) {
+        run.isDeaf = true;
+    } else if (const auto file = behind(text, "Could not load operator file : ")) {
+        run.configurationFile = withoutDot(*file);
+    } else if (text == "Error accessing ZevoLauncher parameters.") {
+        run.hasFailedConfiguration = true;
+    } else if (line.line.level == 'E' && !isHarmless(text) && !behind(text, "LSOpenApplication failed") &&
+               !behind(text, "Configuration File Manager Exception : ")) {
+        (run.isConfigured || run.hasFailedConfiguration ? run.otherErrors : run.configurationErrors)
+            .push_back(text);
+    }
+}
+
+void StoryTeller::addArrival(RunStory& run, const JournalLine& line, const std::string& identifier) {
+    if (!run.events.empty()) {
+        DeviceEvent& last = run.events.back();
+        if (last.kind == DeviceEvent::Kind::arrival && last.identifier == identifier &&
+            line.time - last.time < ONE_PLUGGING) {
+            ++last.notifications;
+            return;
+        }
+    }
+    run.events.emplace_back();
+    run.events.back().identifier = identifier;
+    run.events.back().time = line.time;
+}
+
+void StoryTeller::addAttempt(RunStory& run, const std::string& path, Moment time,
+                             LaunchAttempt::Outcome outcome) {
+    if (run.events.empty())
+        run.events.emplace_back(); // its begin is lost: the trace begins in the midst of it
+    std::vector<LaunchAttempt>& attempts = run.events.back().attempts;
+    const bool isKnown = std::any_of(attempts.begin(), attempts.end(), [&](const LaunchAttempt& attempt) {
+        return attempt.path == path && attempt.outcome != LaunchAttempt::Outcome::failed;
+    });
+    // The device's other parts find running what its first part has started.
+    if (outcome == LaunchAttempt::Outcome::alreadyRunning && isKnown)
+        return;
+    LaunchAttempt attempt;
+    attempt.path = path;
+    attempt.outcome = outcome;
+    attempt.begin = time;
+    attempts.push_back(attempt);
+}
+
+std::vector<RunStory> StoryTeller::takeStories() {
+    return std::move(m_stories);
+}
+
+} // namespace Zevo

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "Journal.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Zevo {
+
+/** What came of one application at one trigger. */
+struct LaunchAttempt {
+    enum class Outcome { started, alreadyRunning, failed, unknown };
+
+    std::string path;
+    Outcome outcome = Outcome::unknown;
+    int status = 0; ///< of a failure
+    int times = 1;  ///< each part of a device is a reason to try again
+    Moment begin = -1;
+    Moment end = -1;
+};
+
+/** Something that made the launcher look, or could have. */
+struct DeviceEvent {
+    enum class Kind { absentAtStart, presentAtStart, arrival, removal };
+
+    Kind kind = Kind::arrival;
+    std::string identifier; ///< as the trace has it; empty at the start
+    Moment time = -1;
+    int notifications = 1; ///< a device announces itself and each of its parts
+    std::vector<LaunchAttempt> attempts;
+};
+
+/** One run of the launcher, as its trace and its log tell it. */
+struct RunStory {
+    int run = 0;
+    Moment begin = -1;
+    Moment end = -1;
+    bool isDated = false;
+    std::map<std::string, std::string> card; ///< "Product Name" and so on, from the log
+
+    bool hasBegun = false;     ///< its begin is in the trace, so that what is missing did not happen
+    bool isConfigured = false; ///< the identifiers below are known
+    std::string modem;
+    std::string cdRom;
+    std::string toFind;
+    bool hasFailedConfiguration = false;
+    std::string configurationFile;                ///< the one that could not be read
+    std::vector<std::string> configurationErrors; ///< the first one is the reason
+    bool hasLooked = false;                       ///< for what was connected at the start
+    std::vector<std::string> connected;           ///< identifiers, as arrivals have them
+    bool isDeaf = false;                          ///< nothing will tell it of arrivals
+    std::vector<DeviceEvent> events;
+    std::map<std::string, std::string> deviceNames; ///< by identifier
+    std::string crash;                              ///< the cause, when its report is there
+    Moment crashTime = -1;
+    std::vector<std::string> otherErrors;
+    bool hasDebugMessages = false;
+    std::vector<std::string> logErrors;
+};
+
+/** "USB#Vid_12d1&Pid_1001" and "4817|4097" are "12d1:1001"; any other text stays. */
+std::string shortIdentifier(const std::string& identifier);
+/** Whether arrivals are reported in this form, in any letter case. */
+bool isIdentifier(const std::string& identifier);
+bool isSameIdentifier(const std::string& a, const std::string& b);
+
+/** Makes stories of a journal's lines. */
+class StoryTeller {
+public:
+    void add(const JournalLine& line);
+    /** All runs, in their order; to be called once, behind the last line. */
+    std::vector<RunStory> takeStories();
+
+private:
+    RunStory& story(int run);
+    void addLogLine(const JournalLine& line);
+    void addMessage(RunStory& story, const JournalLine& line);
+    void addArrival(RunStory& story, const JournalLine& line, const std::string& identifier);
+    void addAttempt(RunStory& story, const std::string& path, Moment time, LaunchAttempt::Outcome outcome);
+    void settle(RunStory& story, const JournalLine& line);
+    LaunchAttempt* pending(RunStory& story);
+
+    std::vector<RunStory> m_stories;
+    bool m_isStarting = false; // the last attempt's outcome is not told yet
+    std::int32_t m_startingThread = 0;
+    bool m_isInFilter = false; // the crash handler's message comes next
+    bool m_isListing = false;  // what is connected
+};
+
+} // namespace Zevo

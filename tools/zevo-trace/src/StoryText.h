@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Colours.h"
+#include "Sink.h"
+#include "Story.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace Zevo {
+
+/** What came of a run, for who asks whether the application was started. */
+struct Answer {
+    bool isGood = false; ///< it was started, or ran already, and nothing else failed
+    std::string text;    ///< a sentence or more
+};
+Answer answerOf(const RunStory& story);
+
+/** A run in sentences. */
+void tell(const RunStory& story, const Colours& colours, const Sink& sink);
+
+/** A run as docs/zevo-trace.md describes it. */
+nlohmann::ordered_json jsonOf(const RunStory& story);
+
+} // namespace Zevo
