@@ -20,12 +20,12 @@ std::string beginningOf(const std::string& path, std::size_t length) {
 
 } // namespace
 
-Follower::Follower(std::string baseName) : m_baseName(std::move(baseName)) {
-    const Place place = newest();
-    if (place.path.empty())
+Follower::Follower(std::string baseName, const std::string& path, std::uint64_t position)
+    : m_baseName(std::move(baseName)) {
+    if (path.empty())
         return;
-    open(place.path);
-    readOn([](std::string_view) {});
+    open(path, position);
+    m_beginning = beginningOf(path, std::min<std::uint64_t>(BEGINNING, position));
 }
 
 void Follower::poll(const std::function<void(std::string_view line)>& take) {
@@ -69,10 +69,10 @@ Follower::Place Follower::newest() const {
     return result;
 }
 
-void Follower::open(const std::string& path) {
+void Follower::open(const std::string& path, std::uint64_t position) {
     m_path = path;
     m_beginning.clear();
-    m_reader = std::make_unique<LineReader>(m_path);
+    m_reader = std::make_unique<LineReader>(m_path, position);
 }
 
 void Follower::readOn(const std::function<void(std::string_view line)>& take) {

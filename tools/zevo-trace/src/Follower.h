@@ -14,8 +14,12 @@ namespace Zevo {
  * program that starts anew with file 0. Used on one thread. */
 class Follower {
 public:
-    /** @param baseName as in Ring; begins behind the last whole line of the newest file */
-    explicit Follower(std::string baseName);
+    /**
+     * @param baseName as in Ring
+     * @param path     the file of the ring to begin with; empty: there is none yet
+     * @param position so many bytes of it are known
+     */
+    explicit Follower(std::string baseName, const std::string& path = "", std::uint64_t position = 0);
 
     /** Hands over every whole line that has been written since; does not wait for any. */
     void poll(const std::function<void(std::string_view line)>& take);
@@ -28,7 +32,7 @@ private:
     };
 
     Place newest() const;
-    void open(const std::string& path);
+    void open(const std::string& path, std::uint64_t position = 0);
     void readOn(const std::function<void(std::string_view line)>& take);
     bool wasBegunAgain();
 

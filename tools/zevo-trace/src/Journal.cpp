@@ -20,12 +20,19 @@ public:
     const JournalLine& line() const { return m_line; }
     std::uint64_t position() const { return m_finished + (m_reader ? m_reader->position() : 0); }
 
+    RingEnd end() const {
+        return {m_ring.baseName, m_ring.isTrace, m_ring.files.empty() ? "" : m_ring.files.back().path,
+                m_wholeLines};
+    }
+
     void advance() {
         std::string_view text;
         while (m_hasLine = false, m_file <= m_ring.files.size()) {
             if (!m_reader && !openNext())
                 return;
             const bool isWhole = m_reader->next(text);
+            if (isWhole)
+                m_wholeLines = m_reader->handedOver();
             if (isWhole || m_reader->takeRest(text)) {
                 take(text, !isWhole);
                 return;
@@ -41,6 +48,7 @@ private:
             return false;
         const RingFile& file = m_ring.files[m_file++];
         m_reader.emplace(file.path);
+        m_wholeLines = 0;
         m_parser = LineParser();
         m_line.file = &file.path;
         m_line.number = 0;
@@ -87,6 +95,7 @@ private:
     std::size_t m_file = 0; // of those in the ring that have been opened
     std::optional<LineReader> m_reader;
     std::uint64_t m_finished = 0;
+    std::uint64_t m_wholeLines = 0; // bytes of the current file
     LineParser m_parser;
     JournalLine m_line;
     bool m_hasLine = false;
@@ -136,6 +145,13 @@ bool Journal::next(JournalLine& line) {
     if (line.isCut || line.line.kind == LineKind::torn)
         noteDamage(line);
     return true;
+}
+
+std::vector<RingEnd> Journal::ends() const {
+    std::vector<RingEnd> result;
+    for (const auto& stream : m_streams)
+        result.push_back(stream->end());
+    return result;
 }
 
 void Journal::noteDamage(const JournalLine& line) {

@@ -24,6 +24,14 @@ struct JournalLine {
     std::uint64_t number = 0; ///< in its file, from 1
 };
 
+/** Where the reading of a ring has ended. */
+struct RingEnd {
+    std::string baseName;
+    bool isTrace = false;
+    std::string path;           ///< the newest file
+    std::uint64_t position = 0; ///< behind its last whole line
+};
+
 /** "path:number", as other tools quote a place. */
 std::string placeOf(const JournalLine& line);
 
@@ -39,6 +47,9 @@ public:
 
     /** False behind the last line. The texts are valid until the next call. Throws as LineReader does. */
     bool next(JournalLine& line);
+
+    /** Behind the last line: where whoever follows the rings has to go on. */
+    std::vector<RingEnd> ends() const;
 
     std::uint64_t size() const { return m_size; }                 ///< bytes in all files
     std::uint64_t position() const;                               ///< bytes read so far

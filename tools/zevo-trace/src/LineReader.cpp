@@ -26,6 +26,12 @@ int openFile(const std::string& path) {
 LineReader::LineReader(const std::string& path)
     : m_path(path), m_file(openFile(path)), m_buffer(2 * LONGEST_LINE) {}
 
+LineReader::LineReader(const std::string& path, std::uint64_t position) : LineReader(path) {
+    if (lseek(m_file, static_cast<off_t>(position), SEEK_SET) < 0)
+        complain(path);
+    m_position = position;
+}
+
 LineReader::~LineReader() {
     close(m_file);
 }

@@ -16,6 +16,8 @@ public:
     /** Throws std::runtime_error, with the path and the reason, when the file cannot be read. "-" is standard
      * input. */
     explicit LineReader(const std::string& path);
+    /** The same, from this byte on. */
+    LineReader(const std::string& path, std::uint64_t position);
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
     ~LineReader();
@@ -26,8 +28,10 @@ public:
     /** Behind the last whole line: what stands there without a line feed, once; false when nothing does. */
     bool takeRest(std::string_view& line);
 
-    /** So many bytes were read from the file. */
+    /** So many bytes were read from the file, the skipped ones included. */
     std::uint64_t position() const { return m_position; }
+    /** So many of them have been handed over. */
+    std::uint64_t handedOver() const { return m_position - (m_end - m_begin); }
 
 private:
     bool readMore();

@@ -1,3 +1,6 @@
+#include "Crash.h"
+#include "Difference.h"
+#include "Export.h"
 #include "Filter.h"
 #include "Follower.h"
 #include "Journal.h"
@@ -5,7 +8,9 @@
 #include "Painter.h"
 #include "ProgressBar.h"
 #include "Sink.h"
+#include "StatusWords.h"
 #include "StoryText.h"
+#include "Summary.h"
 #include "Tool.h"
 
 #include <chrono>
@@ -13,6 +18,7 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace Zevo;
 
@@ -27,10 +33,18 @@ struct Options {
     int run = 0;
     std::vector<std::string> threads, calls, hidden, within, texts;
     std::string levels, from, to;
+    std::string good, bad, thread = "MAIN";
+    bool chrome = false, speedscope = false, jsonLines = false;
+    std::string machine;
+    std::size_t lines = 20;
 };
 
 void toOutput(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void printJson(const nlohmann::ordered_json& json) {
+    toOutput(json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
 /** The journal of a command, with its progress bar; says at its end what was wrong with the files. */
@@ -52,7 +66,7 @@ public:
     Source& operator=(const Source&) = delete;
 
     bool isEmpty() const { return m_rings.empty(); }
-    const std::vector<Ring>& rings() const { return m_rings; }
+    std::vector<RingEnd> ends() const { return m_journal.ends(); }
 
     bool next(JournalLine& line) {
         constexpr unsigned LINES = 4096;
@@ -107,17 +121,18 @@ FilterRules rulesOf(const Options& options) {
     return rules;
 }
 
-[[noreturn]] void follow(const std::vector<Ring>& rings, Filter& filter, const Colours& colours, int run) {
+[[noreturn]] void follow(const std::vector<RingEnd>& ends, Filter& filter, const Colours& colours, int run) {
     constexpr std::chrono::milliseconds GLANCE(200);
     struct Followed {
-        Followed(const std::string& baseName, bool trace) : follower(baseName), isTrace(trace) {}
+        explicit Followed(const RingEnd& end)
+            : follower(end.baseName, end.path, end.position), isTrace(end.isTrace) {}
         Follower follower;
         LineParser parser;
         bool isTrace;
     };
     std::vector<std::unique_ptr<Followed>> all;
-    for (const Ring& ring : rings)
-        all.push_back(std::make_unique<Followed>(ring.baseName, ring.isTrace));
+    for (const RingEnd& end : ends)
+        all.push_back(std::make_unique<Followed>(end));
     for (;;) {
         for (const auto& one : all) {
             one->follower.poll([&](std::string_view text) {
@@ -160,8 +175,10 @@ ExitStatus show(const Options& options) {
         toOutput(painted(line.line, colours));
         toOutput("\n");
     }
+    if (options.follow && std::find(paths.begin(), paths.end(), "-") != paths.end())
+        throw UsageError("standard input cannot be followed");
     if (options.follow)
-        follow(source.rings(), filter, colours, run);
+        follow(source.ends(), filter, colours, run);
     return FINE;
 }
 
@@ -189,9 +206,7 @@ ExitStatus why(const Options& options) {
         nlohmann::ordered_json runs = nlohmann::ordered_json::array();
         for (const RunStory& story : stories)
             runs.push_back(jsonOf(story));
-        toOutput(nlohmann::ordered_json{{"runs", runs}}.dump(2, ' ', false,
-                                                             nlohmann::json::error_handler_t::replace) +
-                 "\n");
+        printJson({{"runs", runs}});
     } else {
         const Colours colours(takesColours(stdout));
         for (const RunStory& story : stories) {
@@ -201,6 +216,150 @@ ExitStatus why(const Options& options) {
         }
     }
     return answerOf(stories.back()).isGood ? FINE : PROBLEMS_FOUND;
+}
+
+/** Every line of the wanted runs, in order. */
+void readAll(const Options& options, const std::function<void(const JournalLine&)>& take) {
+    const std::vector<std::string> paths = pathsOf(options);
+    Source source(paths);
+    if (source.isEmpty())
+        complainOfNothing(paths);
+    bool isFound = options.run == 0;
+    for (JournalLine line; source.next(line);) {
+        if (options.run != 0 && line.run != options.run)
+            continue;
+        isFound = true;
+        take(line);
+    }
+    if (!isFound)
+        throw UsageError(fmt::format("there is no run {}", options.run));
+}
+
+ExitStatus summarize(const Options& options) {
+    constexpr std::size_t MOST = 30;
+    Summary summary;
+    readAll(options, [&](const JournalLine& line) { summary.add(line); });
+    summary.finish();
+    if (options.json)
+        printJson(summary.json());
+    else
+        summary.tell(options.all ? 0 : MOST, Colours(takesColours(stdout)), toOutput);
+    return FINE;
+}
+
+ExitStatus showCrash(const Options& options) {
+    CrashReader reader(options.lines);
+    readAll(options, [&](const JournalLine& line) { reader.add(line); });
+    const std::vector<CrashReport>& reports = reader.reports();
+    const std::size_t first = options.all || reports.empty() ? 0 : reports.size() - 1;
+    if (options.json) {
+        nlohmann::ordered_json json = nlohmann::ordered_json::array();
+        for (std::size_t i = first; i < reports.size(); ++i)
+            json.push_back(jsonOf(reports[i]));
+        printJson({{"reports", json}});
+    } else if (reports.empty()) {
+        toOutput("No crash report is in the trace.\n");
+    } else {
+        for (std::size_t i = first; i < reports.size(); ++i)
+            tell(reports[i], Colours(takesColours(stdout)), toOutput);
+    }
+    const auto isCrash = [](const CrashReport& report) { return !isRequestToEnd(report.cause); };
+    return std::any_of(reports.begin() + static_cast<std::ptrdiff_t>(first), reports.end(), isCrash)
+               ? PROBLEMS_FOUND
+               : FINE;
+}
+
+/** The last run of a place, once for its totals and once for its steps. */
+class ComparedRun {
+public:
+    ComparedRun(const std::string& path, std::string thread) : m_thread(std::move(thread)) {
+        Source source({path});
+        if (source.isEmpty())
+            complainOfNothing({path});
+        for (JournalLine line; source.next(line);) {
+            if (line.isFirstOfRun)
+                m_summary = std::make_unique<Summary>();
+            m_run = line.run;
+            m_summary->add(line);
+        }
+        m_summary->finish();
+        m_source = std::make_unique<Source>(std::vector<std::string>{path});
+    }
+
+    const Summary& summary() const { return *m_summary; }
+
+    std::optional<Step> next() {
+        for (JournalLine line; m_source->next(line);) {
+            const bool isStep = line.line.kind == LineKind::call || line.line.kind == LineKind::message;
+            if (!isStep || line.isCut || line.run != m_run || line.line.threadName != m_thread)
+                continue;
+            Step step;
+            step.depth = line.line.depth;
+            step.isMessage = line.line.kind == LineKind::message;
+            step.level = line.line.level;
+            step.text = line.line.text;
+            step.time = line.line.timeOfDay < 0 ? "" : timeTextOf(line.time);
+            step.place = placeOf(line);
+            m_hasStep = true;
+            return step;
+        }
+        if (!m_hasStep)
+            throw UsageError("the last run has no thread " + m_thread);
+        return std::nullopt;
+    }
+
+private:
+    std::string m_thread;
+    std::unique_ptr<Summary> m_summary = std::make_unique<Summary>();
+    int m_run = 0;
+    std::unique_ptr<Source> m_source;
+    bool m_hasStep = false;
+};
+
+ExitStatus diff(const Options& options) {
+    constexpr std::size_t MOST = 10;
+    if (options.good == "-" || options.bad == "-")
+        throw UsageError("diff reads its files twice, which standard input does not allow");
+    ComparedRun good(options.good, options.thread), bad(options.bad, options.thread);
+    const std::optional<Parting> parting =
+        findParting([&] { return good.next(); }, [&] { return bad.next(); });
+    std::vector<Slower> slower = findSlower(good.summary(), bad.summary());
+    if (options.json) {
+        nlohmann::ordered_json calls = nlohmann::ordered_json::array();
+        for (const Slower& call : slower)
+            calls.push_back({{"call", call.call},
+                             {"good_own_ms", call.goodMean},
+                             {"bad_own_ms", call.badMean},
+                             {"good_count", call.goodCount},
+                             {"bad_count", call.badCount}});
+        printJson({{"parting", jsonOf(parting)}, {"slower", calls}});
+    } else {
+        const Colours colours(takesColours(stdout));
+        tell(parting, colours, toOutput);
+        if (!slower.empty())
+            toOutput("\nSlower in the bad one (mean own time of a call, in ms):\n");
+        slower.resize(std::min(slower.size(), MOST));
+        for (const Slower& call : slower)
+            toOutput(
+                fmt::format("  {:>9.1f} instead of {:>9.1f}  {}\n", call.badMean, call.goodMean, call.call));
+    }
+    return parting ? PROBLEMS_FOUND : FINE;
+}
+
+ExitStatus exportAs(const Options& options) {
+    std::unique_ptr<Exporter> exporter;
+    if (options.jsonLines) {
+        char host[256] = {};
+        gethostname(host, sizeof host - 1);
+        exporter = makeJsonLinesExporter(toOutput, options.machine.empty() ? host : options.machine);
+    } else if (options.chrome) {
+        exporter = makeChromeExporter(toOutput);
+    } else {
+        exporter = makeSpeedscopeExporter(toOutput, "ZevoLauncher");
+    }
+    readAll(options, [&](const JournalLine& line) { exporter->add(line); });
+    exporter->finish();
+    return FINE;
 }
 
 void addPaths(CLI::App& command, Options& options) {
@@ -226,21 +385,27 @@ int main(int argumentCount, char** arguments) {
     showCommand
         ->add_option("--thread", options.threads,
                      "Threads of these names; * at the begin or the end of a name")
-        ->type_name("PATTERN");
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
     showCommand
         ->add_option("--call", options.calls,
                      "Calls of these names and their messages, as TRACE_THE_CALL has them")
-        ->type_name("PATTERN");
-    showCommand->add_option("--hide", options.hidden, "Not the calls of these names")->type_name("PATTERN");
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+    showCommand->add_option("--hide", options.hidden, "Not the calls of these names")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
     showCommand->add_option("--within", options.within, "Only what happens inside such calls")
-        ->type_name("PATTERN");
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
     showCommand
         ->add_option("--level", options.levels,
                      "Messages and log lines of these levels: debug, error, warning, "
                      "level_0 to level_5, with commas between them")
         ->type_name("LEVELS");
     showCommand->add_option("--text", options.texts, "Lines that hold this, in any letter case")
-        ->type_name("TEXT");
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
     showCommand->add_option("--from", options.from, "From this time on: [yyyy-mm-dd ]hh:mm[:ss[-mmm]]")
         ->type_name("TIME");
     showCommand->add_option("--to", options.to, "Up to this time")->type_name("TIME");
@@ -255,9 +420,57 @@ int main(int argumentCount, char** arguments) {
     whyCommand->add_flag("--all", options.all, "All runs");
     whyCommand->add_flag("--json", options.json, "As JSON, for programs");
 
+    CLI::App* const summaryCommand =
+        app.add_subcommand("summary", "Add up how often calls were made and how long they took");
+    addPaths(*summaryCommand, options);
+    addRun(*summaryCommand, options, "One run, counted from 1; else all together");
+    summaryCommand->add_flag("--all", options.all, "All calls, not only the thirty with the most own time");
+    summaryCommand->add_flag("--json", options.json, "As JSON, for programs");
+
+    CLI::App* const diffCommand =
+        app.add_subcommand("diff", "Tell where the last runs of two machines part, and what is slower");
+    diffCommand->add_option("GOOD", options.good, "Folder or file of the machine that works")->required();
+    diffCommand->add_option("BAD", options.bad, "Folder or file of the other one")->required();
+    diffCommand->add_option("--thread", options.thread, "The thread to compare")
+        ->type_name("NAME")
+        ->capture_default_str();
+    diffCommand->add_flag("--json", options.json, "As JSON, for programs");
+
+    CLI::App* const crashCommand =
+        app.add_subcommand("crash", "Show the report of a crash: cause, stacks, living objects");
+    addPaths(*crashCommand, options);
+    addRun(*crashCommand, options, "Of this run, counted from 1; else the last report");
+    crashCommand->add_flag("--all", options.all, "All reports");
+    crashCommand->add_option("--lines", options.lines, "So many of the thread's last lines")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    crashCommand->add_flag("--json", options.json, "As JSON, for programs");
+
+    CLI::App* const exportCommand =
+        app.add_subcommand("export", "Write trace and log for other programs, to standard output");
+    addPaths(*exportCommand, options);
+    CLI::Option_group* const form = exportCommand->add_option_group("form", "Exactly one of these");
+    form->add_flag("--chrome", options.chrome,
+                   "Trace events, for the tracing pages of browsers and for Perfetto");
+    form->add_flag("--speedscope", options.speedscope, "For speedscope");
+    form->add_flag("--json-lines", options.jsonLines, "One JSON object a line, for data bases");
+    form->require_option(1);
+    addRun(*exportCommand, options, "One run, counted from 1; else all");
+    exportCommand
+        ->add_option("--machine", options.machine, "The machine's name in JSON lines; else this machine's")
+        ->type_name("NAME");
+
     return runTool(app, argumentCount, arguments, [&]() -> ExitStatus {
         if (*showCommand)
             return show(options);
+        if (*summaryCommand)
+            return summarize(options);
+        if (*diffCommand)
+            return diff(options);
+        if (*crashCommand)
+            return showCrash(options);
+        if (*exportCommand)
+            return exportAs(options);
         return why(options);
     });
 }

@@ -27,13 +27,20 @@ protected:
     }
     TraceFiles m_files;
     bool m_begun = (m_files.write("trace_0.txt", "one\ntwo\n", 0), true);
-    Zevo::Follower m_follower{m_files / "trace"};
+    Zevo::Follower m_follower{m_files / "trace", m_files / "trace_0.txt", 8};
 };
 
 } // namespace
 
-TEST_F(FollowerTest, BeginsBehindWhatIsThere) {
+TEST_F(FollowerTest, BeginsBehindWhatIsKnown) {
     EXPECT_THAT(news(), IsEmpty());
+}
+
+TEST_F(FollowerTest, WhatWasWrittenBeforeItBeganIsNotLost) {
+    Zevo::Follower follower(m_files / "trace", m_files / "trace_0.txt", 4);
+    std::vector<std::string> lines;
+    follower.poll([&](std::string_view line) { lines.emplace_back(line); });
+    EXPECT_THAT(lines, ElementsAre("two"));
 }
 
 TEST_F(FollowerTest, HandsOverWhatIsAppendedOnceItIsWhole) {

@@ -103,6 +103,19 @@ TEST_F(JournalTest, TornAndCutLinesAreToldAndStay) {
                             (m_files / "trace_0.txt") + ":4: the line is cut: the file ends in it"));
 }
 
+TEST_F(JournalTest, TellsWhereItsLastWholeLinesEnd) {
+    const std::string first = traceLine("10:00:00-000", "a"), second = traceLine("10:01:00-000", "b");
+    m_files.write("trace_0.txt", first, at(10, 0, 0.3));
+    m_files.write("trace_1.txt", second + "[10:0", at(10, 1, 0.3));
+    std::vector<std::string> notes;
+    Zevo::Journal journal(Zevo::findRings({m_files.path()}, notes), notes);
+    for (Zevo::JournalLine line; journal.next(line);) {
+    }
+    ASSERT_THAT(journal.ends(), SizeIs(1));
+    EXPECT_EQ(m_files / "trace_1.txt", journal.ends()[0].path);
+    EXPECT_EQ(second.size(), journal.ends()[0].position);
+}
+
 TEST_F(JournalTest, ManyTornLinesAreCountedNotListed) {
     std::string text = traceLine("10:00:00-000", "a");
     for (int i = 0; i < 1000; ++i)

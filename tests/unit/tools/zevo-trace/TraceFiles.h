@@ -70,3 +70,12 @@ struct ReadJournal {
     std::vector<Zevo::Moment> times;
     std::vector<std::string> damages;
 };
+
+/// Hands every line of the files to `take`.
+template <typename Take>
+void readLines(const std::vector<std::string>& paths, Take take) {
+    std::vector<std::string> notes;
+    Zevo::Journal journal(Zevo::findRings(paths, notes), notes);
+    for (Zevo::JournalLine line; journal.next(line);)
+        take(line);
+}

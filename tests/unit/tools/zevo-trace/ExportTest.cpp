@@ -1,0 +1,136 @@
+#include "Export.h"
+
+#include "TraceFiles.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using ::testing::ElementsAre;
+
+namespace {
+
+class ExportTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        write(traceLine("10:00:00-000", "a") + traceLine("10:00:00-002", "| b") +
+              traceLine("10:00:00-003", "| | >> [D] \"quoted\" \xff") +
+              traceLine("10:00:00-004", "w", 8, "Worker") + traceLine("10:00:00-005", "| | <- b") +
+              traceLine("10:00:00-007", "| c"));
+    }
+    void write(const std::string& text) { m_files.write("trace_0.txt", text, at(10, 0, 1)); }
+    std::string exported(const std::function<std::unique_ptr<Zevo::Exporter>(Zevo::Sink)>& make) {
+        std::string result;
+        const std::unique_ptr<Zevo::Exporter> exporter = make([&](std::string_view text) { result += text; });
+        readLines({m_files.path()}, [&](const Zevo::JournalLine& line) { exporter->add(line); });
+        exporter->finish();
+        return result;
+    }
+    json chrome() { return json::parse(exported(Zevo::makeChromeExporter)); }
+    json speedscope() {
+        return json::parse(exported(
+            [](Zevo::Sink sink) { return Zevo::makeSpeedscopeExporter(std::move(sink), "a title"); }));
+    }
+    std::vector<json> jsonLines() {
+        const std::string text =
+            exported([](Zevo::Sink sink) { return Zevo::makeJsonLinesExporter(std::move(sink), "m1"); });
+        std::vector<json> result;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);)
+            result.push_back(json::parse(line));
+        return result;
+    }
+    /// "B a 0", "E b 5000", ... of one thread.
+    static std::vector<std::string> eventsOf(const json& chrome, int thread) {
+        std::vector<std::string> result;
+        for (const json& event : chrome["traceEvents"])
+            if (event["ph"] != "M" && event["tid"] == thread)
+                result.push_back(event["ph"].get<std::string>() + " " + event["name"].get<std::string>() +
+                                 " " + std::to_string(event["ts"].get<std::int64_t>()));
+        return result;
+    }
+    TraceFiles m_files;
+};
+
+} // namespace
+
+TEST_F(ExportTest, ChromeEventsAreNestedAndNamedOnBothEnds) {
+    EXPECT_THAT(eventsOf(chrome(), 0), ElementsAre("B a 0", "B b 2000", "i \"quoted\" \xef\xbf\xbd 3000",
+                                                   "E b 5000", "B c 7000", "E c 7000", "E a 7000"));
+    EXPECT_THAT(eventsOf(chrome(), 1), ElementsAre("B w 4000", "E w 4000"));
+}
+
+TEST_F(ExportTest, ChromeMarksCallsThatNeverReturned) {
+    std::vector<std::string> marked;
+    const json file = chrome();
+    for (const json& event : file["traceEvents"])
+        if (event["ph"] == "E" && event.contains("args") && event["args"].value("never_returned", false))
+            marked.push_back(event["name"]);
+    EXPECT_THAT(marked, ElementsAre("c", "a", "w"));
+}
+
+TEST_F(ExportTest, ChromeNamesRunsAndThreads) {
+    std::vector<std::string> names;
+    const json file = chrome();
+    for (const json& event : file["traceEvents"])
+        if (event["ph"] == "M")
+            names.push_back(event["args"]["name"]);
+    EXPECT_THAT(names, ElementsAre("run 1", "MAIN", "Worker"));
+}
+
+TEST_F(ExportTest, TimesNeverGoBackOnAThread) {
+    write(traceLine("10:00:00-010", "a") + traceLine("10:00:00-020", "| b") +
+          traceLine("10:00:00-015", "| | <- b") + traceLine("10:00:00-016", "| <- a"));
+    EXPECT_THAT(eventsOf(chrome(), 0), ElementsAre("B a 0", "B b 10000", "E b 10000", "E a 10000"));
+}
+
+TEST_F(ExportTest, WithoutTimesTheOrderShows) {
+    write("[th_7    ][MAIN           ]a\n[th_7    ][MAIN           ]| b\n[th_7    ][MAIN           ]| | <- "
+          "b\n");
+    EXPECT_THAT(eventsOf(chrome(), 0), ElementsAre("B a 1", "B b 2", "E b 3", "E a 4"));
+}
+
+TEST_F(ExportTest, AnEmptyTraceIsStillJson) {
+    write("");
+    EXPECT_TRUE(chrome()["traceEvents"].empty());
+    EXPECT_TRUE(speedscope()["profiles"].empty());
+}
+
+TEST_F(ExportTest, SpeedscopeHasAProfileForEachThread) {
+    const json file = speedscope();
+    EXPECT_EQ("https://www.speedscope.app/file-format-schema.json", file["$schema"]);
+    EXPECT_EQ("a title", file["name"]);
+    ASSERT_EQ(2u, file["profiles"].size());
+    const json& main = file["profiles"][0];
+    EXPECT_EQ("evented", main["type"]);
+    EXPECT_EQ("microseconds", main["unit"]);
+    EXPECT_EQ("run 1, MAIN (2 calls never returned, innermost: c)", main["name"]);
+    EXPECT_EQ(0, main["startValue"]);
+    EXPECT_EQ(7000, main["endValue"]);
+    std::string events;
+    for (const json& event : main["events"])
+        events += event["type"].get<std::string>() +
+                  file["shared"]["frames"][event["frame"].get<std::size_t>()]["name"].get<std::string>() +
+                  " ";
+    EXPECT_EQ("Oa Ob Cb Oc Cc Ca ", events);
+}
+
+TEST_F(ExportTest, EveryLineOfTheJournalIsAJsonLine) {
+    m_files.write("log_0.txt", "[10:00:00-001][ERROR  ] trouble\n", at(10, 0, 0.5));
+    const std::vector<json> lines = jsonLines();
+    ASSERT_EQ(7u, lines.size());
+    EXPECT_EQ(
+        json::parse(
+            R"({"machine":"m1","run":1,"time":"2026-01-15T10:00:00.000","thread":"MAIN","depth":0,"call":"a",
+                              "kind":"call","level":null,"text":null})"),
+        lines[0]);
+    EXPECT_EQ(
+        json::parse(
+            R"({"machine":"m1","run":1,"time":"2026-01-15T10:00:00.001","thread":null,"depth":0,"call":null,
+                              "kind":"log","level":"E","text":"trouble"})"),
+        lines[1]);
+    EXPECT_EQ("b", lines[3]["call"]) << "a message names its call";
+    EXPECT_EQ(1, lines[3]["depth"]);
+    EXPECT_EQ("exit", lines[5]["kind"]);
+    EXPECT_EQ(1, lines[5]["depth"]) << "the call's own depth";
+}

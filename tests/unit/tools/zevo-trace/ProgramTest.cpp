@@ -1,0 +1,212 @@
+#include "TraceFiles.h"
+
+#include <csignal>
+#include <cstdio>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+struct Result {
+    int status;
+    std::string output;
+    std::string complaints;
+};
+
+class ProgramTest : public ::testing::Test {
+protected:
+    ProgramTest() {
+        m_files.write(
+            "trace_0.txt",
+            traceLine("10:00:00-000", "ZevoLauncher::Main") +
+                traceLine("10:00:00-001", "| >> [D] Configured : modem = a, cdrom = b, to be found = c") +
+                traceLine("10:00:00-002", "| work") + traceLine("10:00:00-003", "| | <- work") + "???\n",
+            at(10, 0, 1));
+    }
+    /// Through a shell, so that words can be quoted and input given.
+    Result run(const std::string& words) {
+        const std::string command = "cd " + m_files.path() + " && XDG_DATA_HOME=" + m_files.path() +
+                                    "/data " + ZEVO_TRACE_PROGRAM + " " + words + " 2>" +
+                                    (m_files / "complaints");
+        std::FILE* const pipe = popen(command.c_str(), "r");
+        std::string output;
+        char part[4096];
+        for (std::size_t length = 0; (length = std::fread(part, 1, sizeof part, pipe)) != 0;)
+            output.append(part, length);
+        const int status = pclose(pipe);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output, textOf("complaints")};
+    }
+    std::string textOf(const std::string& name) {
+        std::ifstream file(m_files / name);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    TraceFiles m_files;
+};
+
+} // namespace
+
+TEST_F(ProgramTest, TellsItsVersionAndItsHelp) {
+    EXPECT_THAT(run("--version").output, HasSubstr("zevo-trace "));
+    const Result help = run("--help");
+    EXPECT_EQ(0, help.status);
+    for (const char* const command : {"show", "why", "summary", "diff", "crash", "export"}) {
+        EXPECT_THAT(help.output, HasSubstr(command));
+        EXPECT_EQ(0, run(std::string(command) + " --help").status);
+    }
+}
+
+TEST_F(ProgramTest, WrongUsageHasItsOwnStatus) {
+    for (const char* const words :
+         {"", "shows", "show --colour", "show --from noon .", "show --level errors .", "why --run 0 .",
+          "why --run 9 .", "diff .", "diff - .", "export .", "export --chrome --speedscope .",
+          "summary --run 7 .", "diff --thread nobody . ."})
+        EXPECT_EQ(2, run(words).status) << words;
+}
+
+TEST_F(ProgramTest, WhatCannotBeReadIsAProblem) {
+    const Result result = run("show nowhere");
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("zevo-trace: nowhere: cannot be read: No such file or directory\n", result.complaints);
+}
+
+TEST_F(ProgramTest, WithoutAPathTheUsersLogFolderIsRead) {
+    EXPECT_EQ(1, run("show").status);
+    EXPECT_THAT(run("why").complaints, AllOf(HasSubstr("/data/Ferrow/*/Logs"), HasSubstr("ID.txt")));
+    ASSERT_EQ(0, std::system(("mkdir -p '" + m_files.path() + "/data/Ferrow/code/Logs' && cp -p '" +
+                              m_files.path() + "/trace_0.txt' '" + m_files.path() + "/data/Ferrow/code/Logs'")
+                                 .c_str()));
+    const Result result = run("show");
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.output, HasSubstr("ZevoLauncher::Main"));
+}
+
+TEST_F(ProgramTest, AnEmptyFolderIsExplained) {
+    ASSERT_EQ(0, std::system(("mkdir '" + m_files.path() + "/empty'").c_str()));
+    const Result result = run("why empty");
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.complaints, HasSubstr("no trace and no log in empty"));
+}
+
+TEST_F(ProgramTest, ShowsFoldersFilesAndStandardInput) {
+    const std::string text = textOf("trace_0.txt");
+    EXPECT_EQ(text, run("show .").output);
+    EXPECT_EQ(text, run("show trace_0.txt").output);
+    EXPECT_EQ(text, run("show - <trace_0.txt").output);
+}
+
+TEST_F(ProgramTest, TornLinesAreNotedOnStandardError) {
+    const Result result = run("show --call work .");
+    EXPECT_THAT(result.complaints, HasSubstr("trace_0.txt:5: the line is torn"));
+    EXPECT_THAT(result.output, Not(HasSubstr("torn")));
+}
+
+TEST_F(ProgramTest, OptionsTakeOneWordEach) {
+    EXPECT_THAT(run("show --text WORK .").output, AllOf(HasSubstr("| work\n"), Not(HasSubstr("Main"))));
+    EXPECT_THAT(run("show --call=-work --level debug .").output, HasSubstr("Configured"));
+    EXPECT_THAT(run("show --hide work --text work .").output, Not(HasSubstr("work")));
+}
+
+TEST_F(ProgramTest, JsonIsAllThatStandsOnStandardOutput) {
+    EXPECT_EQ(1, nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"]);
+    EXPECT_EQ(2u, nlohmann::json::parse(run("summary --json .").output)["calls"].size());
+    EXPECT_TRUE(nlohmann::json::parse(run("crash --json .").output)["reports"].empty());
+    EXPECT_TRUE(nlohmann::json::parse(run("diff --json . .").output)["parting"].is_null());
+    EXPECT_TRUE(nlohmann::json::parse(run("export --chrome .").output).contains("traceEvents"));
+    EXPECT_TRUE(nlohmann::json::parse(run("export --speedscope .").output).contains("profiles"));
+    EXPECT_THAT(run("export --json-lines --machine kiosk-7 .").output,
+                HasSubstr("{\"machine\":\"kiosk-7\",\"run\":1,"));
+}
+
+TEST_F(ProgramTest, StatusesTellWhatWasFound) {
+    EXPECT_EQ(1, run("why .").status) << "nothing was started";
+    EXPECT_EQ(0, run("crash .").status);
+    EXPECT_EQ(0, run("diff . .").status);
+    EXPECT_EQ(0, run("summary .").status);
+    m_files.write("crashed.txt",
+                  traceLine("10:00:00-000", "a") + traceLine("10:00:00-001", "| SIGNAL_FILTER") +
+                      traceLine("10:00:00-001", "| | >> [E] SIGNAL_ABORT"),
+                  at(10, 0, 1));
+    EXPECT_EQ(1, run("crash crashed.txt").status);
+    EXPECT_EQ(1, run("diff . crashed.txt").status);
+}
+
+TEST_F(ProgramTest, ALastRunIsComparedAndTold) {
+    m_files.write("trace_1.txt", traceLine("09:00:00-000", "ZevoLauncher::Main", 3), at(9, 0, 1));
+    const std::string all = run("show .").output;
+    EXPECT_THAT(all, AllOf(HasSubstr("==== run 2, 2026-01-15\n"), HasSubstr("[th_3    ]")));
+    EXPECT_THAT(run("show --run 2 .").output, Not(HasSubstr("[th_3    ]")));
+    EXPECT_EQ(2, nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"]);
+    EXPECT_EQ(2u, nlohmann::json::parse(run("why --json --all .").output)["runs"].size());
+    EXPECT_EQ(0, run("diff . trace_0.txt").status);
+}
+
+TEST_F(ProgramTest, NoColoursInAFile) {
+    EXPECT_THAT(run("show .").output, Not(HasSubstr("\033")));
+    EXPECT_THAT(run("why .").output, Not(HasSubstr("\033")));
+}
+
+TEST_F(ProgramTest, FollowsWhatIsWritten) {
+    const std::string command =
+        std::string("exec ") + ZEVO_TRACE_PROGRAM + " show -f --call work " + m_files.path() + " 2>&1";
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const pid_t program = fork();
+    if (program == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    close(ends[1]);
+    std::FILE* const output = fdopen(ends[0], "r");
+    const auto nextLine = [&] {
+        char line[512] = {};
+        return std::fgets(line, sizeof line, output) != nullptr ? std::string(line) : std::string();
+    };
+    std::string line = nextLine(); // standard output is full buffered until the past is shown
+    while (!line.empty() && line.find("<- work") == std::string::npos)
+        line = nextLine();
+    // It may still be about to look at the end of the file: what is written later is told all the same.
+    std::ofstream(m_files / "trace_0.txt", std::ios::app) << traceLine("10:00:01-000", "| work");
+    while (!line.empty() && line.find("10:00:01-000") == std::string::npos)
+        line = nextLine();
+    EXPECT_EQ(traceLine("10:00:01-000", "| work"), line);
+    kill(program, SIGTERM);
+    waitpid(program, nullptr, 0);
+    std::fclose(output);
+}
+
+TEST_F(ProgramTest, EveryOptionIsInTheManualAndInTheCompletions) {
+    const std::string folder = ZEVO_TRACE_FOLDER;
+    const auto contentOf = [](const std::string& path) {
+        std::ifstream file(path);
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    };
+    std::string manual = contentOf(folder + "/zevo-trace.1");
+    for (std::string::size_type at = 0; (at = manual.find("\\-", at)) != std::string::npos;)
+        manual.erase(at, 1);
+    const std::string bash = contentOf(folder + "/completions/zevo-trace.bash");
+    const std::string zsh = contentOf(folder + "/completions/_zevo-trace");
+    const std::string fish = contentOf(folder + "/completions/zevo-trace.fish");
+    std::size_t options = 0;
+    for (const std::string command : {"show", "why", "summary", "diff", "crash", "export"}) {
+        const std::string help = run(command + " --help").output;
+        for (std::string::size_type at = 0; (at = help.find("--", at)) != std::string::npos; at += 2) {
+            const std::string::size_type end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
+            const std::string option = help.substr(at, end - at);
+            ++options;
+            EXPECT_THAT(manual, HasSubstr(option)) << command;
+            EXPECT_THAT(bash, HasSubstr(option)) << command;
+            EXPECT_THAT(zsh, HasSubstr(option)) << command;
+            EXPECT_THAT(fish, HasSubstr("-l " + option.substr(2))) << command;
+        }
+    }
+    EXPECT_GT(options, 25u);
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Colours.h"
+#include "Journal.h"
+#include "Sink.h"
+
+#include <nlohmann/json.hpp>
+
+#include <deque>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Zevo {
+
+/** A crash report of one run. */
+struct CrashReport {
+    struct Stack {
+        std::string thread;
+        std::vector<std::string> calls; ///< innermost first
+    };
+
+    int run = 0;
+    Moment time = -1;
+    bool isDated = false;
+    std::string cause;  ///< empty: the filters hide it
+    std::string thread; ///< that received the signal; empty: not known
+    std::vector<Stack> stacks;
+    std::vector<std::pair<std::string, int>> objects; ///< of each class so many live
+    std::vector<std::string> before;                  ///< the last lines of that thread, as they stand
+    bool isWhole = false;                             ///< the report has its last line
+};
+
+/** Finds the crash reports of a journal. */
+class CrashReader {
+public:
+    /** @param lines so many of the thread's last lines are kept */
+    explicit CrashReader(std::size_t lines) : m_lines(lines) {}
+
+    void add(const JournalLine& line);
+    const std::vector<CrashReport>& reports() const { return m_reports; }
+
+private:
+    CrashReport& report(const JournalLine& line);
+    void remember(const JournalLine& line);
+
+    std::size_t m_lines;
+    std::vector<CrashReport> m_reports;
+    std::map<std::string, std::deque<std::string>, std::less<>> m_last; // of each thread
+    bool m_isInFilter = false;
+    bool m_isInStack = false;
+    bool m_isInObjects = false;
+    int m_run = -1;
+};
+
+void tell(const CrashReport& report, const Colours& colours, const Sink& sink);
+nlohmann::ordered_json jsonOf(const CrashReport& report);
+
+} // namespace Zevo
