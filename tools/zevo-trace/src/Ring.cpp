@@ -158,9 +158,8 @@ void markRuns(Ring& ring) {
         }
         const RingFile& before = ring.files[i - 1];
         const std::optional<std::int32_t> here = file.facts.mainThread, there = before.facts.mainThread;
-        // A program always begins with file 0; else it is the ring that has come around.
-        file.beginsRun = ring.isTrace && file.index == 0 &&
-                         ((here && there && *here != *there) || before.facts.endsWithReport);
+        // Its begin may be lost: a later run has then written over it.
+        file.beginsRun = ring.isTrace && ((here && there && *here != *there) || before.facts.endsWithReport);
     }
 }
 

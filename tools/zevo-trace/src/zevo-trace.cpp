@@ -168,8 +168,8 @@ ExitStatus show(const Options& options) {
         }
         if (!filter.wants(line))
             continue;
-        // One run needs no heading, and what is read by other programs neither.
-        if (!heading.empty() && (run > 1 || options.all))
+        // One run alone needs no heading.
+        if (!heading.empty() && run > 1)
             toOutput(colours.strong(heading) + "\n");
         heading.clear();
         toOutput(painted(line.line, colours));

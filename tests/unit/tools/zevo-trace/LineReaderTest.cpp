@@ -50,6 +50,13 @@ TEST_F(LineReaderTest, SeesWhatIsWrittenLater) {
     EXPECT_THAT(linesOf(reader), ElementsAre("two", "three"));
 }
 
+TEST_F(LineReaderTest, BeginsWhereItIsTold) {
+    LineReader reader(fileWith("one\ntwo\nthr"), 4);
+    EXPECT_THAT(linesOf(reader), ElementsAre("two"));
+    EXPECT_EQ(11u, reader.position());
+    EXPECT_EQ(8u, reader.handedOver());
+}
+
 TEST_F(LineReaderTest, LinesAcrossItsBufferAreWhole) {
     std::string text;
     std::vector<std::string> expected;

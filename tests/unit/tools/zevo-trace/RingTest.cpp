@@ -72,6 +72,16 @@ TEST_F(RingTest, FilesThatAnEarlierRunHasLeftComeFirst) {
     EXPECT_THAT(startsOf(ring()), ElementsAre(1, 0));
 }
 
+TEST_F(RingTest, RunsWhoseBeginIsLostAreToldApart) {
+    write(5, 9, 0, 6);
+    write(2, 10, 0, 7);
+    write(3, 10, 1, 7);
+    write(0, 11, 0, 8);
+    write(1, 11, 1, 8);
+    EXPECT_THAT(indicesOf(ring()), ElementsAre(5, 2, 3, 0, 1));
+    EXPECT_THAT(startsOf(ring()), ElementsAre(5, 2, 0));
+}
+
 TEST_F(RingTest, FilesOfAnEarlierDayComeFirst) {
     write(0, 9, 0, 8);
     m_files.write("trace_1.txt", traceLine("23:00:00-000", "call"), at(23, 0, 0.1) - 24 * 3600);

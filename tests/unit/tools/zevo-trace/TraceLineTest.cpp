@@ -99,6 +99,7 @@ TEST(TraceLineTest, AMessageMayHoldLineFeeds) {
     parser.parse("[th_7    ][MAIN           ]>> [D] IOServiceMatching returned NULL.");
     EXPECT_EQ(LineKind::text, parser.parse("and more of it").kind);
     EXPECT_EQ(LineKind::text, parser.parse("and more").kind);
+    EXPECT_EQ(LineKind::text, parser.parse(std::string(60, '-')).kind) << "a rule is one in a report only";
     parser.parse("[th_7    ][MAIN           ]ZevoLauncher::init");
     EXPECT_EQ(LineKind::torn, parser.parse("and more").kind);
 }
