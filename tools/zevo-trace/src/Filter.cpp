@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <sstream>
 
@@ -39,8 +39,11 @@ bool isHiding(const std::string& pattern) {
 
 TimeBound::TimeBound(const std::string& text) {
     std::string time = text;
-    int year = 0, month = 0, day = 0, length = 0;
-    if (std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &day, &length) == 3 && length == 10) {
+    if (text.size() >= 10 && text[4] == '-' && text[7] == '-') {
+        const auto number = [&](std::size_t at, std::size_t size) {
+            return static_cast<int>(std::strtol(text.substr(at, size).c_str(), nullptr, 10));
+        };
+        const int year = number(0, 4), month = number(5, 2), day = number(8, 2);
         std::tm date = {};
         date.tm_year = year - 1900;
         date.tm_mon = month - 1;

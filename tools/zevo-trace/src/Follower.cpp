@@ -82,12 +82,9 @@ void Follower::readOn(const std::function<void(std::string_view line)>& take) {
         m_beginning = beginningOf(m_path, std::min<std::uint64_t>(BEGINNING, m_reader->position()));
 }
 
+// A file that was emptied begins with another time, or does not begin yet.
 bool Follower::wasBegunAgain() {
-    struct stat status = {};
-    if (stat(m_path.c_str(), &status) != 0)
-        return false;
-    return static_cast<std::uint64_t>(status.st_size) < m_reader->position() ||
-           beginningOf(m_path, m_beginning.size()) != m_beginning;
+    return beginningOf(m_path, m_beginning.size()) != m_beginning;
 }
 
 } // namespace Zevo

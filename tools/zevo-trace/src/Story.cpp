@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <strings.h>
 
 namespace Zevo {
@@ -53,13 +54,13 @@ bool isHarmless(std::string_view error) {
 } // namespace
 
 bool isIdentifier(const std::string& identifier) {
-    unsigned vendor = 0, product = 0;
-    int length = 0;
     std::string lower = identifier;
     std::transform(lower.begin(), lower.end(), lower.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::sscanf(lower.c_str(), "usb#vid_%4x&pid_%4x%n", &vendor, &product, &length) == 2 &&
-           length == 21 && lower.size() == 21;
+    constexpr const char* DIGITS = "0123456789abcdef";
+    return lower.size() == 21 && lower.compare(0, 8, "usb#vid_") == 0 && lower.compare(12, 5, "&pid_") == 0 &&
+           lower.substr(8, 4).find_first_not_of(DIGITS) == std::string::npos &&
+           lower.substr(17).find_first_not_of(DIGITS) == std::string::npos;
 }
 
 bool isSameIdentifier(const std::string& a, const std::string& b) {
@@ -67,17 +68,19 @@ bool isSameIdentifier(const std::string& a, const std::string& b) {
 }
 
 std::string shortIdentifier(const std::string& identifier) {
-    char text[32];
-    unsigned vendor = 0, product = 0;
-    int length = 0;
     if (isIdentifier(identifier))
         return identifier.substr(8, 4) + ":" + identifier.substr(17, 4);
-    if (std::sscanf(identifier.c_str(), "%5u|%5u%n", &vendor, &product, &length) == 2 &&
-        static_cast<std::size_t>(length) == identifier.size() && vendor <= 0xffff && product <= 0xffff) {
-        std::snprintf(text, sizeof text, "%04x:%04x", vendor, product);
-        return text;
-    }
-    return identifier;
+    const std::string::size_type bar = identifier.find('|');
+    const bool isPair = bar != std::string::npos && bar > 0 && bar + 1 < identifier.size() &&
+                        identifier.size() <= 11 && identifier.find_first_not_of("0123456789") == bar &&
+                        identifier.find_first_not_of("0123456789", bar + 1) == std::string::npos;
+    const unsigned long vendor = isPair ? std::strtoul(identifier.c_str(), nullptr, 10) : 0x10000;
+    const unsigned long product = isPair ? std::strtoul(identifier.c_str() + bar + 1, nullptr, 10) : 0x10000;
+    if (vendor > 0xffff || product > 0xffff)
+        return identifier;
+    char text[16];
+    std::snprintf(text, sizeof text, "%04lx:%04lx", vendor, product);
+    return text;
 }
 
 RunStory& StoryTeller::story(int run) {
@@ -124,7 +127,7 @@ void StoryTeller::addLogLine(const JournalLine& line) {
     }
 }
 
-LaunchAttempt* StoryTeller::pending(RunStory& story) {
+LaunchAttempt* StoryTeller::pending(RunStory& story) const {
     return m_isStarting && !story.events.empty() && !story.events.back().attempts.empty()
                ? &story.events.back().attempts.back()
                : nullptr;

@@ -80,7 +80,7 @@ private:
     void addArrival(RunStory& story, const JournalLine& line, const std::string& identifier);
     void addAttempt(RunStory& story, const std::string& path, Moment time, LaunchAttempt::Outcome outcome);
     void settle(RunStory& story, const JournalLine& line);
-    LaunchAttempt* pending(RunStory& story);
+    LaunchAttempt* pending(RunStory& story) const;
 
     std::vector<RunStory> m_stories;
     bool m_isStarting = false; // the last attempt's outcome is not told yet
