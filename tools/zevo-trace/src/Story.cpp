@@ -146,7 +146,7 @@ void StoryTeller::settle(RunStory& story, const JournalLine& line) {
          {"FSPathMakeRef failed : status = ", "LSOpenApplication failed : status = "}) {
         if (const std::optional<std::string> status = behind(line.line.text, failure)) {
             attempt->outcome = LaunchAttempt::Outcome::failed;
-            attempt->status = std::atoi(status->c_str());
+            attempt->status = static_cast<int>(std::strtol(status->c_str(), nullptr, 10));
             joinWithLike(story.events.back().attempts);
             return;
         }

@@ -34,30 +34,31 @@ struct DeviceEvent {
 
 /** One run of the launcher, as its trace and its log tell it. */
 struct RunStory {
-    int run = 0;
     Moment begin = -1;
     Moment end = -1;
-    bool isDated = false;
     std::map<std::string, std::string> card; ///< "Product Name" and so on, from the log
 
-    bool hasBegun = false;     ///< its begin is in the trace, so that what is missing did not happen
-    bool isConfigured = false; ///< the identifiers below are known
     std::string modem;
     std::string cdRom;
     std::string toFind;
-    bool hasFailedConfiguration = false;
     std::string configurationFile;                ///< the one that could not be read
     std::vector<std::string> configurationErrors; ///< the first one is the reason
-    bool hasLooked = false;                       ///< for what was connected at the start
     std::vector<std::string> connected;           ///< identifiers, as arrivals have them
-    bool isDeaf = false;                          ///< nothing will tell it of arrivals
     std::vector<DeviceEvent> events;
     std::map<std::string, std::string> deviceNames; ///< by identifier
     std::string crash;                              ///< the cause, when its report is there
     Moment crashTime = -1;
     std::vector<std::string> otherErrors;
-    bool hasDebugMessages = false;
     std::vector<std::string> logErrors;
+
+    int run = 0;
+    bool isDated = false;
+    bool hasBegun = false;     ///< its begin is in the trace, so that what is missing did not happen
+    bool isConfigured = false; ///< the three identifiers are known
+    bool hasFailedConfiguration = false;
+    bool hasLooked = false; ///< for what was connected at the start
+    bool isDeaf = false;    ///< nothing will tell it of arrivals
+    bool hasDebugMessages = false;
 };
 
 /** "USB#Vid_12d1&Pid_1001" and "4817|4097" are "12d1:1001"; any other text stays. */
@@ -76,9 +77,9 @@ public:
 private:
     RunStory& story(int run);
     void addLogLine(const JournalLine& line);
-    void addMessage(RunStory& story, const JournalLine& line);
-    void addArrival(RunStory& story, const JournalLine& line, const std::string& identifier);
-    void addAttempt(RunStory& story, const std::string& path, Moment time, LaunchAttempt::Outcome outcome);
+    void addMessage(RunStory& run, const JournalLine& line);
+    void addArrival(RunStory& run, const JournalLine& line, const std::string& identifier);
+    void addAttempt(RunStory& run, const std::string& path, Moment time, LaunchAttempt::Outcome outcome);
     void settle(RunStory& story, const JournalLine& line);
     LaunchAttempt* pending(RunStory& story) const;
 

@@ -45,7 +45,7 @@ std::int32_t timeOfDayOf(std::string_view line);
 /** Takes the lines of one file apart, one after the other: what some are is told by those before. */
 class LineParser {
 public:
-    TraceLine parse(std::string_view line);
+    TraceLine parse(std::string_view whole);
 
 private:
     LineKind kindOfBareLine(std::string_view line) const;
