@@ -1,22 +1,13 @@
 #include "Crash.h"
 #include "Export.h"
+#include "Require.h"
 #include "StoryText.h"
 #include "Summary.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
-
-namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 // Whatever the file holds: each line comes out once, every command has an answer, and what is written for other
 // programs is JSON.

@@ -12,7 +12,7 @@ namespace Zevo {
 /** A few lines about each: devices, hot-plug, applications, files, launchers. */
 std::string asText(const Live& live, const Colours& colours);
 
-/** The member "live" of docs/zevo-check.schema.json. */
+/** The member "live" of docs/schemas/zevo-check.json. */
 nlohmann::ordered_json asJson(const Live& live);
 
 } // namespace Zevo

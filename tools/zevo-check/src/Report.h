@@ -13,7 +13,7 @@ namespace Zevo {
  * a last line. One line when nothing is wrong. */
 std::string asText(const CheckResult& result, const CheckOptions& options, const Colours& colours);
 
-/** As docs/zevo-check.schema.json describes it. */
+/** As docs/schemas/zevo-check.json describes it. */
 nlohmann::ordered_json asJson(const CheckResult& result, const CheckOptions& options);
 
 } // namespace Zevo

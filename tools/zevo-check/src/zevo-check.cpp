@@ -165,7 +165,7 @@ int main(int argumentCount, char** arguments) {
     Wanted wanted;
     app.add_option("folder", wanted.folder, "The launcher's folder, with its four files");
     app.add_flag("--live", wanted.live, "Look at the machine, too: devices, applications, traces, launchers");
-    app.add_flag("--json", wanted.json, "Write JSON, as docs/zevo-check.schema.json describes it");
+    app.add_flag("--json", wanted.json, "Write JSON, as docs/schemas/zevo-check.json describes it");
     app.add_flag("--without-applications", wanted.withoutApplications,
                  "Do not look for the applications, which may be installed elsewhere");
     CLI::App& fix = *app.add_subcommand(

@@ -21,11 +21,11 @@ bool isOfType(const json& value, const std::string& type) {
 }
 
 const json& schema() {
-    static const json read = json::parse(readFile(DOCS_FOLDER "/zevo-check.schema.json"));
+    static const json read = json::parse(readFile(DOCS_FOLDER "/schemas/zevo-check.json"));
     return read;
 }
 
-// As much of a schema as docs/zevo-check.schema.json uses.
+// As much of a schema as docs/schemas/zevo-check.json uses.
 void expectValid(const json& value, const json& given, const std::string& where) {
     const json& wanted = given.contains("$ref")
                              ? schema().at(json::json_pointer(given.at("$ref").get<std::string>().substr(1)))
