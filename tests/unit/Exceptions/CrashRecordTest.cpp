@@ -282,7 +282,7 @@ TEST(CrashRecord, IsWholeForEveryFileSize) {
 
 // Signal 25 comes in the middle of a drain, and the file that is full takes no report.
 TEST(CrashRecord, IsWholeWhenTheTraceFileMayNotGrowAnyMore) {
-    Process process([](const TemporaryFolder&) {
+    RecordedProcess process([](const TemporaryFolder&) {
         TRACE_FUNCTION("inner");
         const rlimit limit = {20000, 20000};
         setrlimit(RLIMIT_FSIZE, &limit);
@@ -295,7 +295,7 @@ TEST(CrashRecord, IsWholeWhenTheTraceFileMayNotGrowAnyMore) {
 }
 
 TEST(CrashRecord, IsWholeWhenTheReportAloneFillsMoreThanAFile) {
-    Process process([](const TemporaryFolder& folder) {
+    RecordedProcess process([](const TemporaryFolder& folder) {
         TRACE_FUNCTION("inner");
         for (int index = 1; index < 20; ++index) // of runs before, as full
             writeFile(folder / ("trace_" + std::to_string(index) + ".txt"), std::string(2000, 'o'));
