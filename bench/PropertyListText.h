@@ -30,9 +30,10 @@ void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     }
 }
 
+/// As long for each of a million; a document with so many still has less than the 64 MB that a property list may have.
 inline std::string keyOf(std::int64_t number) {
     char key[32];
-    std::snprintf(key, sizeof key, "key%07lld", static_cast<long long>(number));
+    std::snprintf(key, sizeof key, "key%06lld", static_cast<long long>(number));
     return key;
 }
 

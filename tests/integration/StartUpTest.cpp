@@ -67,13 +67,32 @@ TEST_F(StartUp, DefaultFilesOfTheProductWork) {
 
 TEST_F(StartUp, WithoutACardEndsBeforeThereIsATrace) {
     m_machine.uninstall("ID.txt");
+    expectStandardError(HasSubstr("/ID.txt is not read : No such file or directory\n"));
     startLauncherWithoutWaiting();
     expectExit(0);
     EXPECT_FALSE(isThere(m_machine.dataFolder() + "/Ferrow"));
 }
 
+TEST_F(StartUp, WithACardOfAGigabyteSaysSoAndEnds) {
+    ASSERT_EQ(truncate((m_machine.installationFolder() + "/ID.txt").c_str(), 1 << 30), 0);
+    expectStandardError(HasSubstr("/ID.txt is not read : it has 1073741824 bytes, and may have 1048576\n"));
+    startLauncherWithoutWaiting();
+    expectExit(0);
+}
+
+TEST_F(StartUp, WithoutEndInItsConfigurationGoesOnWithoutATrace) {
+    m_machine.uninstall("tracer_zevolauncher.cfg");
+    ASSERT_EQ(symlink("/dev/zero", (m_machine.installationFolder() + "/tracer_zevolauncher.cfg").c_str()), 0);
+    expectStandardError(AllOf(HasSubstr("Warning: cannot open tracer configuration file"),
+                              HasSubstr("tracer_zevolauncher.cfg\" is not read: it is no regular file\n")));
+    startLauncherWithoutWaiting();
+    m_bus.plug("1-1", m_modem.modem);
+    expectStarts(1, 1);
+}
+
 TEST_F(StartUp, WithAnAmpersandInTheCardEndsBeforeThereIsATrace) {
     m_machine.install("ID.txt", "UPGRADE_CODE=Zevo\nPRODUCT_NAME=Quill & Marsh\n");
+    expectStandardError(HasSubstr("/ID.txt is not read : no line in it is right"));
     startLauncherWithoutWaiting();
     expectExit(0);
     EXPECT_FALSE(isThere(m_machine.dataFolder() + "/Ferrow"));

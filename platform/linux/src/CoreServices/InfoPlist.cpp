@@ -1,4 +1,5 @@
 #include "InfoPlist.h"
+#include "Diagnostics.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -22,7 +23,10 @@ static std::string readSmallRegularFile(const std::string& path) {
         return std::string();
     std::string content;
     struct stat found;
-    if (::fstat(file, &found) == 0 && S_ISREG(found.st_mode) && found.st_size <= INFO_PLIST_LIMIT) {
+    if (::fstat(file, &found) != 0 || !S_ISREG(found.st_mode) || found.st_size > INFO_PLIST_LIMIT) {
+        LinuxPlatform::Report("CoreServices: %s is not read: it is no regular file of at most %d bytes",
+                              path.c_str(), static_cast<int>(INFO_PLIST_LIMIT));
+    } else {
         content.resize(static_cast<size_t>(found.st_size));
         const ssize_t length = ::read(file, content.data(), content.size());
         content.resize(length > 0 ? static_cast<size_t>(length) : 0);

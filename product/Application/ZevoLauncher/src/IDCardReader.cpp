@@ -2,9 +2,10 @@
 
 #include "CallMarker.h"
 #include "IDCardObserver.h"
+#include "SmallFile.h"
 
 #include <algorithm>
-#include <fstream>
+#include <sstream>
 
 static const char CARD_NAME[] = "ID.txt";
 
@@ -27,7 +28,10 @@ IDCardReader::~IDCardReader() {
 
 bool IDCardReader::readIDCard(IDCardObserver* observer) {
     TRACE_METHOD();
-    std::ifstream card((m_folder + CARD_NAME).c_str());
+    std::string content;
+    std::string refusal;
+    SmallFile::read(m_folder + CARD_NAME, SmallFile::CONFIGURATION_LIMIT, content, refusal);
+    std::istringstream card(content);
     bool stored = false;
     std::string line;
     for (int number = 1; std::getline(card, line); ++number) {

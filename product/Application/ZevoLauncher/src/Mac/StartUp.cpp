@@ -9,6 +9,7 @@
 #include "LogMessage.h"
 #include "Logger.h"
 #include "MessageType.h"
+#include "SmallFile.h"
 #include "Tracer.h"
 
 #include <cstdio>
@@ -33,8 +34,15 @@ static void reportFailure(const char* message, int line) {
 // deliberate, support searches for them as they are.
 static void readCard(IDCardReader& card) {
     TRACE_FUNCTION("readCard");
-    if (!card.readIDCard())
-        reportFailure("\"cannot start ZevoLauncher: no ID card\"", NO_CARD_LINE);
+    if (card.readIDCard())
+        return;
+    // There is neither a trace nor a log to read this in.
+    const std::string path = FileSystemManagement::getCurrentExecutableDirectory() + "ID.txt";
+    std::string refusal = "no line in it is right, or one holds \"&\"";
+    SmallFile::open(path, SmallFile::CONFIGURATION_LIMIT, refusal);
+    std::fprintf(stderr, "ZevoLauncher : the identity card %s is not read : %s\n", path.c_str(),
+                 refusal.c_str());
+    reportFailure("\"cannot start ZevoLauncher: no ID card\"", NO_CARD_LINE);
 }
 
 static void makeLogFolder(const std::string& folder) {

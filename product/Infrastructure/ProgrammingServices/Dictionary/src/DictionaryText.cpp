@@ -8,11 +8,13 @@
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
 #include "LineCursor.h"
+#include "MessageType.h"
+#include "SmallFile.h"
 #include "TextBuffer.h"
 
 #include <cstdint>
-#include <fcntl.h>
 #include <typeinfo>
+#include <unistd.h>
 #include <utility>
 
 // The text form: the line-oriented reader and writer, and the files.
@@ -223,7 +225,10 @@ private:
 
 void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver* observer) {
     TRACE_METHOD();
-    FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string refusal;
+    FileDescriptor file = SmallFile::open(path, SmallFile::PROPERTY_LIST_LIMIT, refusal);
+    if (!file.isOpen() && access(path.c_str(), F_OK) == 0)
+        TRACE_MESSAGE(MSG_ERROR, "Property list '%s' is not read : %s", path.c_str(), refusal.c_str());
     if (file.isOpen() && !FileReplacement::waitUntilWhole(file.get()))
         file = FileDescriptor();
     LineCursor lines(std::move(file));

@@ -1,25 +1,36 @@
 #include "ConfigFileStream.h"
 
+#include "SmallFile.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
 ConfigFileStream::ConfigFileStream(const char* kind, const char* fileName) {
     const char* const name = fileName != nullptr ? fileName : "";
-    m_file.reset(std::fopen(name, "r"));
-    if (m_file == nullptr)
-        std::fprintf(stderr, "Warning: cannot open %s configuration file \"%s\"\n", kind, name);
+    std::string refusal;
+    if (SmallFile::read(name, SmallFile::CONFIGURATION_LIMIT, m_text, refusal))
+        return;
+    std::fprintf(stderr, "Warning: cannot open %s configuration file \"%s\"\n", kind, name);
+    if (access(name, F_OK) == 0)
+        std::fprintf(stderr, "\"%s\" is not read: %s\n", name, refusal.c_str());
 }
 
-// Not with fgets, which cannot tell how long a line with NUL bytes is.
 void ConfigFileStream::readLine(char* buffer, int& count, int maximum) {
-    count = 0;
-    if (m_file == nullptr)
+    const char* const begin = m_text.data() + m_next;
+    const std::size_t left = m_text.size() - m_next;
+    const void* const end = std::memchr(begin, '\n', left);
+    std::size_t length =
+        end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - begin) + 1 : left;
+    const bool isPiece = length >= static_cast<std::size_t>(maximum);
+    if (isPiece)
+        length = static_cast<std::size_t>(maximum);
+    m_next += length;
+    if (end == nullptr && !isPiece) {
+        count = 0; // the end of the file
         return;
-    while (count < maximum) {
-        const int c = std::getc(m_file.get());
-        if (c == EOF) {
-            count = 0;
-            return;
-        }
-        buffer[count++] = static_cast<char>(c);
-        if (c == '\n')
-            return;
     }
+    std::memcpy(buffer, begin, length);
+    count = static_cast<int>(length);
 }

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <cstdio>
-#include <memory>
+#include <cstddef>
+#include <string>
 
 /// A configuration file as both languages read it: line by line.
 class ConfigFileStream {
 public:
-    /// Opens the file. When that fails, warns on standard error: "Warning: cannot open <kind> configuration
-    /// file "<name>"", and supplies an empty text.
+    /// Reads the file. When that fails, warns on standard error: "Warning: cannot open <kind> configuration
+    /// file "<name>"", and supplies an empty text. A file that is there and refused (see SmallFile.h) is told in a
+    /// second line.
     ConfigFileStream(const char* kind, const char* fileName);
 
     /// Reads one line, or a piece of it when it is longer than `maximum` bytes.
@@ -15,8 +16,6 @@ public:
     void readLine(char* buffer, int& count, int maximum);
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    std::unique_ptr<std::FILE, CloseFile> m_file;
+    std::string m_text;
+    std::size_t m_next = 0;
 };
