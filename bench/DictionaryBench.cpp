@@ -430,7 +430,7 @@ void lookUpInZevo(benchmark::State& state) {
     const std::vector<Keys> all = allKeys(state.range(0));
     Dictionary tree;
     for (const Keys& keys : all)
-        tree.addValue(joined(keys), "the value of " + keys.back());
+        tree.addValue(joined(keys), "value of " + keys.back());
     std::vector<std::string> paths;
     for (const Keys& keys : lookUpsIn(all))
         paths.push_back(joined(keys));
@@ -451,7 +451,7 @@ void lookUpInLibplist(benchmark::State& state) {
             node = child;
         }
         plist_dict_set_item(node, keys.back().c_str(),
-                            plist_new_string(("the value of " + keys.back()).c_str()));
+                            plist_new_string(("value of " + keys.back()).c_str()));
     }
     const std::vector<Keys> keys = lookUpsIn(all);
     lookUp(state, [&](std::size_t i) {
@@ -468,7 +468,7 @@ void lookUpInMaps(benchmark::State& state) {
         Tree* node = &tree;
         for (const std::string& key : keys)
             node = &node->children[key];
-        node->value = "the value of " + keys.back();
+        node->value = "value of " + keys.back();
     }
     const std::vector<Keys> lookUps = lookUpsIn(all);
     lookUp(state, [&](std::size_t i) -> const char* {

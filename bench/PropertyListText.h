@@ -30,7 +30,7 @@ void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     }
 }
 
-/// As long for each of a million; a document with so many still has less than the 64 MB that a property list may have.
+/// As long for each of a million. A document of a million leaves stays below the 64 MB that a property list may have.
 inline std::string keyOf(std::int64_t number) {
     char key[32];
     std::snprintf(key, sizeof key, "key%06lld", static_cast<long long>(number));
@@ -56,7 +56,7 @@ inline std::string document(Shape shape, std::int64_t leaves) {
                 text += "<dict>\n";
                 open.push_back(keys[level]);
             } else {
-                text += "<string>the value of " + keyOf(keys[level]) + "</string>\n";
+                text += "<string>value of " + keyOf(keys[level]) + "</string>\n";
             }
         }
     });

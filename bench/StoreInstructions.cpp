@@ -49,7 +49,7 @@ void lookUp(std::int64_t count) {
     forEachLeaf(LEAVES, 4, [&](const std::vector<std::int64_t>& digits) {
         paths.push_back(keyOf(digits[0]) + "." + keyOf(digits[1]) + "." + keyOf(digits[2]) + "." +
                         keyOf(digits[3]));
-        tree.addValue(paths.back(), "the value of " + keyOf(digits[3]));
+        tree.addValue(paths.back(), "value of " + keyOf(digits[3]));
     });
     for (std::int64_t done = 0; done < count; ++done)
         require(tree.getValue(paths[static_cast<std::size_t>(done % LEAVES)]) != nullptr, "getValue");
