@@ -450,8 +450,7 @@ void lookUpInLibplist(benchmark::State& state) {
             }
             node = child;
         }
-        plist_dict_set_item(node, keys.back().c_str(),
-                            plist_new_string(("value of " + keys.back()).c_str()));
+        plist_dict_set_item(node, keys.back().c_str(), plist_new_string(("value of " + keys.back()).c_str()));
     }
     const std::vector<Keys> keys = lookUpsIn(all);
     lookUp(state, [&](std::size_t i) {

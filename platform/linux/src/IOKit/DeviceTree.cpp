@@ -182,16 +182,15 @@ std::vector<std::string> DeviceTree::ChildrenOf(const std::string& path) const {
 
 std::vector<std::string> DeviceTree::Subtree(const std::string& path) const {
     std::vector<std::string> paths;
-    std::set<std::string> seen; // a feed may tell of devices that hang on each other
-    const auto add = [&](const std::string& found) {
-        if (seen.insert(found).second)
-            paths.push_back(found);
-    };
     if (Knows(path))
-        add(path);
+        paths.push_back(path);
+    std::set<std::string> seen(paths.begin(),
+                               paths.end()); // a feed may tell of devices that hang on each other
     for (std::size_t index = 0; index < paths.size(); ++index) {
-        for (const std::string& child : ChildrenOf(paths[index]))
-            add(child);
+        for (const std::string& child : ChildrenOf(paths[index])) {
+            if (seen.insert(child).second)
+                paths.push_back(child);
+        }
     }
     return paths;
 }
