@@ -8,7 +8,7 @@
 class SmallFileTest : public testing::Test {
 protected:
     /// What the reading gives: the content, or why there is none.
-    std::string reads(const std::string& path, off_t limit = 10) {
+    std::string reads(const std::string& path, std::int64_t limit = 10) {
         std::string content = "left over";
         std::string refusal;
         const bool isRead = SmallFile::read(path, limit, content, refusal);

@@ -6,7 +6,7 @@
 
 namespace SmallFile {
 
-FileDescriptor open(const std::string& path, off_t limit, std::string& refusal) {
+FileDescriptor open(const std::string& path, std::int64_t limit, std::string& refusal) {
     FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status;
     if (!file.isOpen() || fstat(file.get(), &status) != 0)
@@ -21,7 +21,7 @@ FileDescriptor open(const std::string& path, off_t limit, std::string& refusal) 
     return FileDescriptor();
 }
 
-bool read(const std::string& path, off_t limit, std::string& content, std::string& refusal) {
+bool read(const std::string& path, std::int64_t limit, std::string& content, std::string& refusal) {
     content.clear();
     const FileDescriptor file = open(path, limit, refusal);
     char piece[16384];

@@ -2,24 +2,24 @@
 
 #include "FileDescriptor.h"
 
+#include <cstdint>
 #include <string>
-#include <sys/types.h>
 
 /// Files that people write, and that are small for that reason. What is larger, or no regular file, is a mistake or an
 /// attack: to read /dev/zero or a gigabyte of anything would take the machine's memory, to open a pipe for ever.
 namespace SmallFile {
 
-/// In bytes.
-constexpr off_t CONFIGURATION_LIMIT = 1024 * 1024;
-constexpr off_t PROPERTY_LIST_LIMIT = 64 * 1024 * 1024;
+/// In bytes. (Not of off_t, which is another type in every second source of a 32-bit build.)
+constexpr std::int64_t CONFIGURATION_LIMIT = 1024 * 1024;
+constexpr std::int64_t PROPERTY_LIST_LIMIT = 64 * 1024 * 1024;
 
 /// Opens a regular file of at most `limit` bytes for reading; never waits.
 /// @param refusal  why there is none: "No such file or directory", "it is no regular file", "it has 2000000 bytes, and may
 ///                 have 1048576"
 /// @return an empty owner when there is none
-FileDescriptor open(const std::string& path, off_t limit, std::string& refusal);
+FileDescriptor open(const std::string& path, std::int64_t limit, std::string& refusal);
 
 /// Reads such a file whole; false, with `content` empty, when there is none or reading fails.
-bool read(const std::string& path, off_t limit, std::string& content, std::string& refusal);
+bool read(const std::string& path, std::int64_t limit, std::string& content, std::string& refusal);
 
 } // namespace SmallFile
