@@ -32,17 +32,21 @@ find_cxx_library() {
 # check_older_library FOLDER: the headers of an older libc++.
 check_older_library() { [ -f "$1/vector" ] || fail "$1 holds no headers of a C++ library: it lacks the file vector"; }
 
-# cxx_folders LIBRARY SCRATCH: the folders to search for the C++ library, one a line. Distributions build libc++ for
-# themselves and switch off what it knows of the systems that lack a part of it; a copy of its settings in SCRATCH, in
-# front, switches that on again.
+# cxx_folders LIBRARY SCRATCH: the folders to search for the C++ library, one a line. SCRATCH, in front, gets what the
+# library lacks:
+#  - Distributions build libc++ for themselves and switch off what it knows of the systems that lack a part of it; a copy
+#    of its settings switches that on again.
+#  - The sources of an older libc++ are without those of its ABI library, whose header the tests' framework includes.
 cxx_folders() {
-    local settings=$1/__config_site
+    local settings=$1/__config_site file
+    mkdir -p "$2"
     if [ -f "$settings" ]; then
-        mkdir -p "$2"
         sed -e '/define _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS/d' \
             -e 's/\(define _LIBCPP_HAS_VENDOR_AVAILABILITY_ANNOTATIONS\) 0/\1 1/' "$settings" >"$2/__config_site"
         touch -r "$settings" "$2/__config_site"
-        echo "$2"
     fi
-    echo "$1"
+    for file in cxxabi.h __cxxabi_config.h; do
+        if [ ! -f "$1/$file" ] && [ -f "$cxx_library/$file" ]; then cp -p "$cxx_library/$file" "$2"; fi
+    done
+    printf '%s\n' "$2" "$1"
 }
