@@ -148,6 +148,7 @@ TEST_F(TraceStories, MissingKeyThatEndsTheLauncher) {
 
 TEST_F(TraceStories, MissingCard) {
     m_machine.uninstall("ID.txt");
+    expectStandardError(testing::HasSubstr("/ID.txt is not read"));
     startLauncherWithoutWaiting();
     ASSERT_TRUE(m_launcher->waitForEnd());
     const std::string command =
