@@ -7,6 +7,7 @@
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -15,18 +16,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+static char childsStack[16384] __attribute__((aligned(16)));
+
+__attribute__((noreturn)) static int waitForEver(void* note) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    close(open(note, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    for (;;)
+        pause();
+}
+
 static void hangAt(const char* path) {
     const char* hanging = getenv("ZEVO_HANGING_FILE");
     char note[4096];
     if (!hanging || strcmp(path, hanging) != 0)
         return;
     snprintf(note, sizeof note, "%s.waits", hanging);
-    if (vfork() == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        close(open(note, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-        for (;;)
-            pause();
-    }
+    clone(waitForEver, childsStack + sizeof childsStack, CLONE_VM | CLONE_VFORK, note);
 }
 
 /* Asked by a sanitizer that looks for leaks at the end: for that it stops every thread, and the one that waits cannot be

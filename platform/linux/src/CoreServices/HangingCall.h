@@ -4,6 +4,7 @@
 
 #include <future>
 #include <system_error>
+#include <thread>
 
 namespace platform {
 
@@ -13,13 +14,16 @@ namespace platform {
 /// @return what the call returns; what it throws, comes out here
 template <typename Call>
 auto makeHangingCall(Call call) -> decltype(call()) {
-    std::future<decltype(call())> result;
+    std::packaged_task<decltype(call())()> task(call);
+    auto result = task.get_future();
+    std::thread other;
     try {
         const AllSignalsBlocked onTheOtherThread;
-        result = std::async(std::launch::async, call);
+        other = std::thread([&task] { task(); });
     } catch (const std::system_error&) {
         return call();
     }
+    other.join();
     return result.get();
 }
 
