@@ -40,7 +40,7 @@ TEST(TracedFunctions, HoldWhatTheTraceShows) {
     int calls = 0;
     for (std::string line; std::getline(lines, line);) {
         std::string name = line.substr(line.rfind(']') + 1);
-        name.erase(0, name.find_first_not_of(" |"));
+        name.erase(0, name.find_first_not_of(" |*")); // clang writes the star of a result beside the name
         if (name.empty() || name.find(' ') != std::string::npos) // a message or an exit
             continue;
         ++calls;

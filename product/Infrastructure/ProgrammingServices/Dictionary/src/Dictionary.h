@@ -203,6 +203,7 @@ private:
     void addLeaf(const std::string& path, const Value& value);
     struct ValueLine;
     void readChild(std::string_view key, LineCursor& lines);
+    void readLeaf(std::string_view key, const ValueLine& value);
     static void skipBody(LineCursor& lines);
 
     bool isTooDeep() const {

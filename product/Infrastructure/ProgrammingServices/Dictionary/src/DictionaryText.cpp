@@ -155,6 +155,17 @@ void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
     }
 }
 
+// No part of those that call each other for each level: what it needs is not on the stack 512 times.
+void Dictionary::readLeaf(std::string_view key, const ValueLine& value) {
+    if (value.kind == ValueKind::String) {
+        place(m_children, key, BasicItem::read(value.text, value.tag));
+    } else if (value.kind == ValueKind::Integer) {
+        std::unique_ptr<IntBasicItem> leaf(new IntBasicItem(Unnamed()));
+        leaf->unMarshall(value.text, value.tag);
+        place(m_children, key, std::move(leaf));
+    } // else the key is dropped with its value line
+}
+
 void Dictionary::readChild(std::string_view key, LineCursor& lines) {
     TRACE_METHOD();
     std::string room;
@@ -162,26 +173,14 @@ void Dictionary::readChild(std::string_view key, LineCursor& lines) {
     const ValueLine value(lines.next(key, room));
     if (DictionaryReadingObserver* const observer = lines.getObserver())
         observer->onKey(position, key, lines.getLinePosition(), value.kind);
-    switch (value.kind) {
-    case ValueKind::String:
-        place(m_children, key, BasicItem::read(value.text, value.tag));
-        break;
-    case ValueKind::Integer: {
-        std::unique_ptr<IntBasicItem> leaf(new IntBasicItem(Unnamed()));
-        leaf->unMarshall(value.text, value.tag);
-        place(m_children, key, std::move(leaf));
-        break;
+    if (value.kind != ValueKind::Dictionary) {
+        readLeaf(key, value);
+        return;
     }
-    case ValueKind::Dictionary: {
-        std::unique_ptr<Dictionary> stored(new Dictionary(Unnamed()));
-        Dictionary& dictionary = *stored;
-        store(key, std::move(stored)); // first, so that it knows how deep it is
-        dictionary.unMarshall(value.text, lines);
-        break;
-    }
-    case ValueKind::Skipped: // the key is dropped with its value line
-        break;
-    }
+    std::unique_ptr<Dictionary> stored(new Dictionary(Unnamed()));
+    Dictionary& dictionary = *stored;
+    store(key, std::move(stored)); // first, so that it knows how deep it is
+    dictionary.unMarshall(value.text, lines);
 }
 
 /// Passes over the rest of a dictionary's body as reading it would, without recursion.
