@@ -93,6 +93,24 @@ const ReadLine* KeywordFileCheck::last(int statement) const {
     return found == m_lines.rend() ? nullptr : &*found;
 }
 
+bool KeywordFileCheck::checkSwitch(bool isOn) {
+    const std::string on = keyword(m_dialect.on);
+    const std::string off = keyword(m_dialect.off);
+    const std::string outcome = std::string("nothing is ") + m_dialect.done;
+    if (!has(m_dialect.on)) {
+        if (!has(m_dialect.off) && m_isWithoutErrors)
+            add("never-on", m_file.wholeFile(), "no " + on + ": " + outcome,
+                on + " in the first line; " + off + " where no " + m_dialect.id + " is wanted");
+        return false;
+    }
+    const ReadLine* const lastOff = last(m_dialect.off);
+    if (lastOff != nullptr && !isOn) {
+        add("off-again", placeOf(*lastOff), off + " below " + on + ": " + outcome, "one of the two");
+        return false;
+    }
+    return true;
+}
+
 const ReadLine* KeywordFileCheck::lastOfAll() const {
     const auto found =
         std::find_if(m_lines.rbegin(), m_lines.rend(), [](const ReadLine& line) { return line.isComplete; });

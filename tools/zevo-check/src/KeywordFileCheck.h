@@ -15,6 +15,7 @@ public:
     /** Which of the two: its languages, and what people are told. */
     struct Dialect {
         const char* id;     ///< begins a finding's id: "trace"
+        const char* done;   ///< "traced"
         const char* fileOf; ///< "the trace's file"
         const char* other;  ///< the other one's
         const KeywordLanguage& language;
@@ -44,6 +45,9 @@ public:
     void checkForm();
     /** Numbers and repetitions. */
     void checkArguments();
+    /** Whether anything can be on at the end. A file that only switches off is meant so.
+        @param isOn  what the product's reader has come to */
+    bool checkSwitch(bool isOn);
     void checkRing(const Ring& ring);
 
     bool isWithoutErrors() const { return m_isWithoutErrors; }

@@ -15,6 +15,7 @@ constexpr int indexOf(LoggerStatement statement) {
 }
 
 const KeywordFileCheck::Dialect DIALECT = {"log",
+                                           "logged",
                                            "the log's file",
                                            "the trace's file",
                                            getLoggerLanguage(),
@@ -25,18 +26,6 @@ const KeywordFileCheck::Dialect DIALECT = {"log",
                                            indexOf(LoggerStatement::SetMaxLines),
                                            indexOf(LoggerStatement::SetMaxFiles),
                                            80};
-
-bool checkSwitch(KeywordFileCheck& common, const SourceText& file, const Logger& logger) {
-    if (logger.isEnabled())
-        return true;
-    if (common.has(DIALECT.on))
-        common.add("off-again", common.placeOf(*common.last(DIALECT.off)),
-                   "LOG_OFF below LOG_ON: nothing is logged", "one of the two");
-    else if (!common.has(DIALECT.off) && common.isWithoutErrors())
-        common.add("never-on", file.wholeFile(), "no LOG_ON: nothing is logged",
-                   "LOG_ON in the first line; LOG_OFF where no log is wanted");
-    return false;
-}
 
 void checkOrder(KeywordFileCheck& common) {
     const ReadLine* const named = common.last(DIALECT.setFileName);
@@ -93,7 +82,7 @@ RingResult checkLog(const std::string& folder, const Outputs& outputs, Findings&
     KeywordFileCheck common(DIALECT, file, lines, findings);
     common.checkForm();
     common.checkArguments();
-    if (checkSwitch(common, file, logger) && common.isWithoutErrors()) {
+    if (common.checkSwitch(logger.isEnabled()) && common.isWithoutErrors()) {
         common.checkRing(ring);
         checkOrder(common);
         checkLevels(common, logger);

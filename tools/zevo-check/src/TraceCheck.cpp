@@ -26,6 +26,7 @@ constexpr int indexOf(TracerStatement statement) {
 }
 
 const KeywordFileCheck::Dialect DIALECT = {"trace",
+                                           "traced",
                                            "the trace's file",
                                            "the log's file",
                                            getTracerLanguage(),
@@ -40,7 +41,7 @@ const KeywordFileCheck::Dialect DIALECT = {"trace",
 class TraceCheck {
 public:
     TraceCheck(const SourceText& file, const ReadLines& lines, Tracer& tracer, Findings& findings)
-        : m_common(DIALECT, file, lines, findings), m_file(file), m_lines(lines), m_tracer(tracer) {}
+        : m_common(DIALECT, file, lines, findings), m_lines(lines), m_tracer(tracer) {}
 
     void check(const KeywordFileCheck::Ring& ring);
     const KeywordFileCheck& common() const { return m_common; }
@@ -55,7 +56,6 @@ private:
     void addMissing(const char* id, const char* wrong, TracerStatement statement, const char* expected);
 
     KeywordFileCheck m_common;
-    const SourceText& m_file;
     const ReadLines& m_lines;
     Tracer& m_tracer;
 };
@@ -65,21 +65,10 @@ const KeywordToken& argumentOf(const ReadLine& line, std::size_t index) {
     return line.words[index + 1];
 }
 
-// Whether anything can be on at the end. A file that says TRACE_OFF instead of TRACE_ON is meant so.
+// As with the log; but what stands above TRACE_ON is ignored.
 bool TraceCheck::checkSwitch() {
-    const bool hasOn = m_common.has(DIALECT.on);
-    const bool hasOff = m_common.has(DIALECT.off);
-    if (!hasOn) {
-        if (!hasOff && m_common.isWithoutErrors())
-            m_common.add("never-on", m_file.wholeFile(), "no TRACE_ON: nothing is traced",
-                         "TRACE_ON in the first line; TRACE_OFF where no trace is wanted");
+    if (!m_common.checkSwitch(m_tracer.isEnabled()))
         return false;
-    }
-    if (const ReadLine* const off = m_common.last(DIALECT.off); off != nullptr && !m_tracer.isEnabled()) {
-        m_common.add("off-again", m_common.placeOf(*off), "TRACE_OFF below TRACE_ON: nothing is traced",
-                     "one of the two");
-        return false;
-    }
     if (m_common.lastOfAll()->statement == DIALECT.on && m_common.last(DIALECT.setFileName) == nullptr) {
         m_common.add("on-stands-last", m_common.placeOf(*m_common.lastOfAll()),
                      "TRACE_ON stands last: every statement above it is ignored, the file's name too, so the "
