@@ -19,18 +19,14 @@ ConfigFileStream::ConfigFileStream(const char* kind, const char* fileName) {
 
 void ConfigFileStream::readLine(char* buffer, int& count, int maximum) {
     const char* const begin = m_text.data() + m_next;
-    const std::size_t left = m_text.size() - m_next;
-    const void* const end = std::memchr(begin, '\n', left);
-    std::size_t length =
-        end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - begin) + 1 : left;
-    const bool isPiece = length >= static_cast<std::size_t>(maximum);
-    if (isPiece)
-        length = static_cast<std::size_t>(maximum);
+    const std::size_t most = static_cast<std::size_t>(maximum);
+    std::size_t length = std::min(m_text.size() - m_next, most);
+    const void* const end = std::memchr(begin, '\n', length);
+    if (end != nullptr)
+        length = static_cast<std::size_t>(static_cast<const char*>(end) - begin) + 1;
     m_next += length;
-    if (end == nullptr && !isPiece) {
-        count = 0; // the end of the file
-        return;
-    }
+    if (end == nullptr && length < most)
+        length = 0; // the end of the file cuts it short
     std::memcpy(buffer, begin, length);
     count = static_cast<int>(length);
 }
