@@ -1,9 +1,9 @@
 #pragma once
 
-#include "KeywordScanner.h"
 #include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "detail/KeywordScanner.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 #include "FuzzInput.h"
 #include "Logger.h"
-#include "QuickFormat.h"
 #include "Require.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "detail/QuickFormat.h"
 
 #include <algorithm>
 #include <cstdarg>

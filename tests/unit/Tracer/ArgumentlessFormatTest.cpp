@@ -1,4 +1,4 @@
-#include "ArgumentlessFormat.h"
+#include "detail/ArgumentlessFormat.h"
 
 #include <gtest/gtest.h>
 

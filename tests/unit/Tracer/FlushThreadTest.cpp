@@ -1,4 +1,4 @@
-#include "FlushThread.h"
+#include "detail/FlushThread.h"
 #include "CallMarker.h"
 #include "ChildProcess.h"
 #include "FaultyDisk.h"

@@ -1,5 +1,5 @@
-#include "KeywordParser.h"
-#include "KeywordScanner.h"
+#include "detail/KeywordParser.h"
+#include "detail/KeywordScanner.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

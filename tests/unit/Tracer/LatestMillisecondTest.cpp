@@ -1,4 +1,4 @@
-#include "LatestMillisecond.h"
+#include "detail/LatestMillisecond.h"
 
 #include <gtest/gtest.h>
 #include <thread>

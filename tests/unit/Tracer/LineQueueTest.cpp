@@ -1,4 +1,4 @@
-#include "LineQueue.h"
+#include "detail/LineQueue.h"
 
 #include <algorithm>
 #include <atomic>

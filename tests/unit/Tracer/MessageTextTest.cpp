@@ -1,4 +1,4 @@
-#include "MessageText.h"
+#include "detail/MessageText.h"
 
 #include "DecimalComma.h"
 

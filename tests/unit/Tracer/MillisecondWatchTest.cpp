@@ -1,4 +1,4 @@
-#include "MillisecondWatch.h"
+#include "detail/MillisecondWatch.h"
 
 #include <gtest/gtest.h>
 

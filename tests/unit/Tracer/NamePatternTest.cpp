@@ -1,4 +1,4 @@
-#include "NamePattern.h"
+#include "detail/NamePattern.h"
 
 #include <gtest/gtest.h>
 

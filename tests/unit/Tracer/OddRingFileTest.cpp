@@ -1,6 +1,6 @@
-#include "FileRing.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "detail/FileRing.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

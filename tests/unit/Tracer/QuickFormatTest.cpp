@@ -1,4 +1,4 @@
-#include "QuickFormat.h"
+#include "detail/QuickFormat.h"
 
 #include <cfloat>
 #include <climits>

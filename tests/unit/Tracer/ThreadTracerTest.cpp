@@ -1,6 +1,6 @@
 #include "CallMarker.h"
-#include "ThreadId.h"
 #include "Traced.h"
+#include "detail/ThreadId.h"
 
 #include <gmock/gmock.h>
 #include <regex>

@@ -1,4 +1,4 @@
-#include "TimeStamp.h"
+#include "detail/TimeStamp.h"
 
 #include <cstdlib>
 #include <ctime>

@@ -1,7 +1,7 @@
 #include "CallMarker.h"
 #include "ChildProcess.h"
-#include "ThreadId.h"
 #include "Traced.h"
+#include "detail/ThreadId.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KeywordLanguage.h"
+#include "detail/KeywordLanguage.h"
 
 #include <string>
 #include <vector>

@@ -7,9 +7,9 @@
 #include "KFLock.h"
 #include "LoggerScanner.h"
 #include "MessageType.h"
-#include "NamePattern.h"
 #include "Tracer.h"
 #include "TracerScanner.h"
+#include "detail/NamePattern.h"
 
 #include <fmt/format.h>
 

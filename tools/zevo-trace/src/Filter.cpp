@@ -1,7 +1,7 @@
 #include "Filter.h"
 
-#include "NamePattern.h"
 #include "Tool.h"
+#include "detail/NamePattern.h"
 
 #include <algorithm>
 #include <array>

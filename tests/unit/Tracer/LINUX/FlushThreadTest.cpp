@@ -1,4 +1,4 @@
-#include "FlushThread.h"
+#include "detail/FlushThread.h"
 
 #include "Logged.h"
 #include "WaitUntil.h"

@@ -7,8 +7,8 @@
 #include "KFMutex.h"
 #include "Logger.h"
 #include "NeverDestroyed.h"
-#include "ThreadId.h"
 #include "Tracer.h"
+#include "detail/ThreadId.h"
 
 #include <algorithm>
 #include <cerrno>

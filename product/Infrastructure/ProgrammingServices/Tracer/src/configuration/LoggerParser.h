@@ -1,0 +1,19 @@
+#pragma once
+
+#include "LoggerScanner.h"
+#include "detail/KeywordParser.h"
+
+class Logger;
+
+/// What the statements of the log configuration language do. A subclass supplies the words.
+class LoggerParser : public KeywordParser {
+public:
+    /// @param theLogger  borrowed; null: the text is only checked
+    explicit LoggerParser(Logger* theLogger) : KeywordParser(getLoggerLanguage()), m_logger(theLogger) {}
+
+protected:
+    void execute(int statement, const KeywordArguments& arguments) override;
+
+private:
+    Logger* m_logger;
+};

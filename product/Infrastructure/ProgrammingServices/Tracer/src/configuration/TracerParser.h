@@ -1,0 +1,19 @@
+#pragma once
+
+#include "TracerScanner.h"
+#include "detail/KeywordParser.h"
+
+class Tracer;
+
+/// What the statements of the trace configuration language do. A subclass supplies the words.
+class TracerParser : public KeywordParser {
+public:
+    /// @param theTracer  borrowed; null: the text is only checked
+    explicit TracerParser(Tracer* theTracer) : KeywordParser(getTracerLanguage()), m_tracer(theTracer) {}
+
+protected:
+    void execute(int statement, const KeywordArguments& arguments) override;
+
+private:
+    Tracer* m_tracer;
+};

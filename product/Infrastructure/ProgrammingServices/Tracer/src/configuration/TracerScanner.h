@@ -1,0 +1,33 @@
+#pragma once
+
+#include "detail/KeywordScanner.h"
+
+/// The statements of the trace configuration language, in the order of their table.
+enum class TracerStatement {
+    On,
+    Off,
+    IndentWithMark,
+    FullIndent,
+    CallExit,
+    Clock,
+    MustFlush,
+    ObjectCount,
+    SetMsgFilter,
+    TheThread,
+    TheCall,
+    SetFileName,
+    SetMaxLines,
+    SetMaxFiles,
+    SetBufferFormatHex,
+    SetBufferFormatDec,
+    SetBufferFormatChr,
+};
+
+/// The words and statements of the trace configuration language.
+const KeywordLanguage& getTracerLanguage();
+
+/// Makes words of a trace configuration. A subclass supplies the text.
+class TracerScanner : public KeywordScanner {
+public:
+    TracerScanner() : KeywordScanner(getTracerLanguage()) {}
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "detail/KeywordLanguage.h"
+
+/// Makes words of a configuration text. A subclass supplies the text.
+///
+/// The longest word wins; of two equally long ones a statement's keyword does, which is recognised
+/// everywhere. Level words, numbers and names are recognised only behind the keyword that asks for them. A
+/// last line without "\n" is ignored.
+class KeywordScanner {
+public:
+    /// @param language  borrowed, of static storage duration
+    explicit KeywordScanner(const KeywordLanguage& language) : m_language(language) {}
+    virtual ~KeywordScanner() = default;
+
+    KeywordScanner(const KeywordScanner&) = delete;
+    KeywordScanner& operator=(const KeywordScanner&) = delete;
+
+    /// The next word, fillers included; EndOfFile for ever once the text has ended.
+    KeywordToken scan();
+
+protected:
+    /// Supplies the next piece of the text, usually a line: puts at most `maximum` bytes into the buffer and
+    /// their number into `count`, 0 at the end of the text.
+    virtual void readMoreData(char* buffer, int& count, int maximum) = 0;
+
+private:
+    bool readLine();
+    KeywordToken token(KeywordToken::Kind kind, std::size_t length, std::int32_t value = 0);
+    bool isBlank(std::size_t position) const;
+    std::size_t fillerLength() const;
+    KeywordToken scanWord();
+
+    const KeywordLanguage& m_language;
+    std::string m_text;         // what was read, from the current line on
+    std::size_t m_lineEnd = 0;  // behind the current line's "\n"
+    std::size_t m_position = 0; // of the next word, at most m_lineEnd
+    int m_line = 0;
+    KeywordArgument m_mode = KeywordArgument::None;
+};

@@ -1,0 +1,49 @@
+#include "detail/MessageText.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+constexpr char CUT_MARK[] = " ...";
+} // namespace
+
+MessageText::MessageText(const char* format, std::va_list arguments) {
+    std::va_list copy;
+    va_copy(copy, arguments);
+    if (!formatQuickly(QuickFormat(format), format, copy))
+        formatSlowly(format, arguments);
+    va_end(copy);
+}
+
+MessageText::MessageText(const QuickFormat& quick, const char* format, std::va_list arguments,
+                         std::va_list again) {
+    if (!formatQuickly(quick, format, arguments))
+        formatSlowly(format, again);
+}
+
+bool MessageText::formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments) {
+    const int length = quick.write(m_short, STACK_LIMIT, format, arguments);
+    if (length >= 0)
+        m_length = static_cast<std::size_t>(length);
+    return length >= 0;
+}
+
+void MessageText::formatSlowly(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(m_short, STACK_LIMIT, format, arguments);
+    m_short[STACK_LIMIT] = '\0';
+    if (length >= 0 && length <= STACK_LIMIT) {
+        m_length = std::strlen(m_short);
+    } else {
+        // Zeroed, since a text that cannot be formatted may end without a terminator.
+        m_long = std::make_unique<char[]>(HEAP_LIMIT + sizeof CUT_MARK);
+        const int longLength = std::vsnprintf(m_long.get(), HEAP_LIMIT, format, again);
+        m_length = std::strlen(m_long.get());
+        if (longLength < 0 || longLength > HEAP_LIMIT) {
+            std::memcpy(m_long.get() + m_length, CUT_MARK, sizeof CUT_MARK);
+            m_length += sizeof CUT_MARK - 1;
+        }
+    }
+    va_end(again);
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "MessageType.h"
+#include "detail/QuickFormat.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+/// The text of a message, formatted with printf's rules, with the limits that trace and log lines share. It
+/// ends at its first NUL byte.
+///
+/// The limits are exact: a text of 2048 or of 20000 characters is not seen as too long, so it loses its last
+/// character without a mark; a longer one than 20000 is cut to 19999 characters and marked " ...", and so is
+/// a text that cannot be formatted, as far as it got.
+class MessageText {
+public:
+    MessageText(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
+    /// The same with a format that has been taken apart already.
+    /// @param arguments, again  two lists of the same arguments
+    MessageText(const QuickFormat& quick, const char* format, std::va_list arguments, std::va_list again)
+        KF_PRINTF_LIKE(3, 0);
+
+    MessageText(const MessageText&) = delete;
+    MessageText& operator=(const MessageText&) = delete;
+
+    /// The text with its mark, if it has one. Valid as long as this object lives.
+    std::string_view view() const { return {m_long != nullptr ? m_long.get() : m_short, m_length}; }
+
+private:
+    bool formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments)
+        KF_PRINTF_LIKE(3, 0);
+    void formatSlowly(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
+
+    static constexpr int STACK_LIMIT = 2048;
+    static constexpr int HEAP_LIMIT = 20000;
+
+    std::size_t m_length = 0;
+    std::unique_ptr<char[]> m_long; // when the short one does not hold the text
+    char m_short[STACK_LIMIT + 1];
+};

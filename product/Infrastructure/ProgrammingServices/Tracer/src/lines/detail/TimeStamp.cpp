@@ -1,0 +1,71 @@
+#include "detail/TimeStamp.h"
+
+#include <atomic>
+#include <cstdio>
+#include <sys/time.h>
+
+namespace {
+
+constexpr std::time_t DAY = 24 * 60 * 60;
+
+std::atomic<bool> isTimeZoneKept{false};
+// What has to be added to a time in seconds, so that its remainder of a day is the local time of day.
+std::atomic<std::time_t> lastOffset{0};
+
+std::tm toLocalTime(std::time_t second) {
+    std::tm local{};
+    if (isTimeZoneKept.load(std::memory_order_relaxed)) {
+        const std::time_t ofDay = (second + lastOffset.load(std::memory_order_relaxed)) % DAY;
+        local.tm_hour = static_cast<int>(ofDay / 3600);
+        local.tm_min = static_cast<int>(ofDay / 60 % 60);
+        local.tm_sec = static_cast<int>(ofDay % 60);
+        return local;
+    }
+    tzset(); // localtime_r may look for the time zone only once: POSIX, localtime()
+    localtime_r(&second, &local);
+    const std::time_t ofDay = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
+    lastOffset.store((ofDay - second % DAY + DAY) % DAY, std::memory_order_relaxed);
+    return local;
+}
+
+} // namespace
+
+void TimeStamp::learnTimeZone() {
+    toLocalTime(std::time(nullptr));
+}
+
+void TimeStamp::keepTimeZone() {
+    isTimeZoneKept = true;
+}
+
+bool TimeStamp::lookAtClock(std::uint64_t ticks) {
+    timeval now;
+    gettimeofday(&now, nullptr);
+    m_watch.look(ticks, processorTicks(), now.tv_sec * std::int64_t{1000000} + now.tv_usec);
+    const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
+    if (now.tv_sec == m_second && milliseconds == m_millisecond)
+        return true;
+    if (now.tv_sec != m_second)
+        beginSecond(now.tv_sec);
+    if (milliseconds != m_millisecond)
+        beginMillisecond(milliseconds);
+    m_milliseconds = now.tv_sec * std::int64_t{1000} + milliseconds;
+    return false;
+}
+
+void TimeStamp::beginMillisecond(unsigned int milliseconds) {
+    m_text[10] = static_cast<char>('0' + milliseconds / 100);
+    m_text[11] = static_cast<char>('0' + milliseconds / 10 % 10);
+    m_text[12] = static_cast<char>('0' + milliseconds % 10);
+    m_millisecond = milliseconds;
+}
+
+void TimeStamp::beginSecond(std::time_t second) {
+    const std::tm local = toLocalTime(second);
+    // Hours, minutes and seconds have two digits each; the remainders only tell the compiler so.
+    std::snprintf(m_text, sizeof m_text, "[%02d:%02d:%02d-", local.tm_hour % 100, local.tm_min % 100,
+                  local.tm_sec % 100);
+    m_text[LENGTH - 1] = ']';
+    m_second = second;
+    m_millisecond = NO_MILLISECOND; // its digits are gone
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "detail/LineWriter.h"
+#include "detail/MillisecondWatch.h"
+#include "detail/ProcessorTicks.h"
+
+#include <cstddef>
+#include <ctime>
+#include <string_view>
+
+/// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
+/// converting to local time is what costs, and many lines have the same millisecond. A time zone that changes
+/// is noticed with the next second.
+///
+/// Not thread-safe.
+class TimeStamp {
+public:
+    static constexpr std::size_t LENGTH = 14;
+
+    /// Takes the current time. Returns whether it still is what was taken last.
+    bool take() {
+        const std::uint64_t ticks = processorTicks();
+        return m_watch.isSameMillisecond(ticks) || lookAtClock(ticks);
+    }
+    /// The same by the clock itself, whatever the counter says.
+    bool look() { return lookAtClock(processorTicks()); }
+    /// The time that was taken, in milliseconds since 1970.
+    std::int64_t milliseconds() const { return m_milliseconds; }
+    /// The time that was taken, without a blank behind it: LENGTH bytes.
+    std::string_view text() const { return {m_text, LENGTH}; }
+    /// Asks for the time zone, so that keepTimeZone() knows one.
+    static void learnTimeZone();
+    /// From now on every stamp uses the time zone that the last one had. For a crash handler: the C library
+    /// converts to local time under a lock, which the thread that crashed may hold.
+    static void keepTimeZone();
+    /// Puts the current time.
+    void putNow(LineWriter& line) {
+        take();
+        line.put(text());
+    }
+
+private:
+    bool lookAtClock(std::uint64_t ticks);
+    void beginSecond(std::time_t second);
+    void beginMillisecond(unsigned int milliseconds);
+
+    static constexpr unsigned int NO_MILLISECOND = 1000;
+
+    MillisecondWatch m_watch;
+    std::int64_t m_milliseconds = 0;
+    std::time_t m_second = -1;
+    unsigned int m_millisecond = NO_MILLISECOND;
+    char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
+};

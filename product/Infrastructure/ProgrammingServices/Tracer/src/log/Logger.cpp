@@ -1,0 +1,340 @@
+#include "Logger.h"
+
+#include "ContractChecks.h"
+#include "KFLock.h"
+#include "LoggerConfigFileParser.h"
+#include "LoggerFlushThread.h"
+#include "Tracer.h"
+#include "detail/LatestMillisecond.h"
+#include "detail/MessageText.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Tracer/src/Logger";
+
+namespace {
+
+// A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
+thread_local TimeStamp timeStamp;
+
+LatestMillisecond latestMillisecond;
+
+constexpr int CRASH_LOCK_MILLISECONDS = 50;
+constexpr int CRASH_DRAIN_MILLISECONDS = 1000;
+
+/// Takes the time for this thread's next line.
+void takeTime() {
+    if (!timeStamp.take())
+        latestMillisecond.reach(timeStamp.milliseconds());
+}
+
+/// For a thread that is behind others: by the clock, unless that was set back.
+void catchUp() {
+    const std::int64_t latest = latestMillisecond.get();
+    timeStamp.look();
+    if (timeStamp.milliseconds() < latest)
+        latestMillisecond.setBack(latest, timeStamp.milliseconds());
+    else
+        latestMillisecond.reach(timeStamp.milliseconds());
+}
+
+std::string_view tagOf(LoggerMsgType type) {
+    switch (type) {
+    case MSG_DEBUG:
+        return "[DEBUG  ] ";
+    case MSG_ERROR:
+        return "[ERROR  ] ";
+    case MSG_WARNING:
+        return "[WARNING] ";
+    case MSG_LEVEL_0:
+        return "[LEVEL_0] ";
+    case MSG_LEVEL_1:
+        return "[LEVEL_1] ";
+    case MSG_LEVEL_2:
+        return "[LEVEL_2] ";
+    case MSG_LEVEL_3:
+        return "[LEVEL_3] ";
+    case MSG_LEVEL_4:
+        return "[LEVEL_4] ";
+    case MSG_LEVEL_5:
+        return "[LEVEL_5] ";
+    }
+    return "";
+}
+
+} // namespace
+
+std::atomic<Logger*> Logger::m_pInstance{nullptr};
+
+// What an earlier run has left is continued, so the first file is not to be emptied.
+Logger::Logger() : m_ring("Logger", false) {}
+
+Logger::~Logger() {
+    Logger* self = this;
+    m_pInstance.compare_exchange_strong(self, nullptr);
+    setEnabled(false);
+    ReleaseWhatIsLeftHeld();
+    m_flushThread.reset();
+}
+
+// The flush thread may be waiting for the lock, and can end only when it gets it. It must not keep it then.
+void Logger::ReleaseWhatIsLeftHeld() {
+    if (!m_lock.tryacquire())
+        return; // the flush thread has it
+    m_ends = true;
+    for (; m_timesLeftHeld > 0; --m_timesLeftHeld)
+        m_lock.release();
+    m_lock.release();
+}
+
+void Logger::SetInstance(Logger* pTheLogger) {
+    KF_REQUIRE(pTheLogger != NULL, 49);
+    m_pInstance.store(pTheLogger, std::memory_order_release);
+    KF_ENSURE(m_pInstance != NULL, 51);
+}
+
+// ---- configuration
+
+void Logger::ReadConfigFile(const char* fileName) {
+    KF_REQUIRE(fileName != NULL, 80);
+    LoggerConfigFileParser(fileName, this).parse();
+    if (isEnabled())
+        Initialize();
+}
+
+void Logger::Initialize() {
+    bool hasFileName = false;
+    bool directWrite = false;
+    {
+        const KFLock lock(m_lock);
+        hasFileName = !m_ring.getBaseFileName().empty();
+        directWrite = m_directWrite;
+    }
+    if (!hasFileName) {
+        std::puts("please call Logger_SET_FILE_NAME(fileName)");
+        Tracer::FinishBeforeExit();
+        std::exit(1);
+    }
+    if (directWrite)
+        return;
+    // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
+    m_flushThread = std::make_unique<LoggerFlushThread>(this);
+    const bool isStarted = m_flushThread->start();
+    if (!isStarted)
+        std::fprintf(stderr, "Logger : can't start the flush thread, so lines are written at once\n");
+    const KFLock lock(m_lock);
+    m_isFlushThreadSilent = !isStarted;
+    UpdateQueueing();
+}
+
+void Logger::SetFolderName(std::string folderName) {
+    const KFLock lock(m_lock);
+    m_ring.setFolderName(std::move(folderName));
+}
+
+void Logger::SetFileName(std::string name) {
+    const KFLock lock(m_lock);
+    const bool isFile = m_ring.setBaseName(name);
+    UpdateQueueing();
+    if (!isFile)
+        return;
+    const int index = m_ring.findLastUsedFile();
+    if (index >= 0) {
+        m_ring.continueFile(index);
+        return;
+    }
+    m_ring.beginAnew();
+}
+
+void Logger::UpdateFileName() {
+    const KFLock lock(m_lock);
+    m_ring.nameCurrentFile();
+}
+
+void Logger::setDirectWrite(bool directWrite) {
+    const KFLock lock(m_lock);
+    m_directWrite = directWrite;
+    UpdateQueueing();
+}
+
+void Logger::setPrintTime(bool on) {
+    TimeStamp::learnTimeZone();
+    m_printTime.store(on, std::memory_order_relaxed);
+}
+
+void Logger::setMaximumFiles(std::int32_t files) {
+    const KFLock lock(m_lock);
+    m_ring.setMaximumFiles(files);
+}
+
+void Logger::setMaximumLinesPerFile(std::int32_t lines) {
+    const KFLock lock(m_lock);
+    m_ring.setMaximumLinesPerFile(lines);
+}
+
+// ---- output
+
+void Logger::PrintMsg(LoggerMsgType type, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const MessageText text(format, arguments);
+    va_end(arguments);
+    PrintText(type, text);
+}
+
+void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) {
+    std::va_list arguments;
+    std::va_list again;
+    va_start(arguments, format);
+    va_start(again, format);
+    const MessageText text(quick, format, arguments, again);
+    va_end(again);
+    va_end(arguments);
+    PrintText(type, text);
+}
+
+void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
+    const bool printTime = m_printTime.load(std::memory_order_relaxed);
+    const std::string_view tag = tagOf(type);
+    const std::size_t length = (printTime ? TimeStamp::LENGTH : 0) + tag.size() + text.view().size() + 1;
+    const auto put = [&](char* place) {
+        LineWriter line(place);
+        if (printTime)
+            PrintTime(line);
+        PrintMsgType(tag, line);
+        line.put(text.view());
+        line.put('\n');
+    };
+    if (const LineQueue::Place place = InItsTime<&Logger::ReservePlace>(printTime, length)) {
+        put(place.text());
+        place.finish();
+        return;
+    }
+    const KFLock lock(m_lock);
+    if (m_ring.isQueueing()) {
+        const LineQueue::Place place = InItsTime<&Logger::MakePlace>(printTime, length);
+        put(place.text());
+        place.finish();
+        WriteIfDirect();
+        return;
+    }
+    if (printTime)
+        takeTime();
+    std::string line(length, '\0');
+    put(line.data());
+    PrintString(line);
+}
+
+/// Reserves a place in the very millisecond that the line is stamped with, or the stamps in a file would not
+/// ascend: other threads may have reserved theirs while this one did not run.
+template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
+LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
+    if (!printTime)
+        return (this->*RESERVE)(length);
+    takeTime();
+    LineQueue::Place place = (this->*RESERVE)(length);
+    while (place && latestMillisecond.isBehind(timeStamp.milliseconds())) {
+        place.forget();
+        catchUp();
+        place = (this->*RESERVE)(length);
+    }
+    return place;
+}
+
+LineQueue::Place Logger::ReservePlace(std::size_t length) {
+    return m_isQueueing.load(std::memory_order_relaxed) ? m_ring.reserve(length) : LineQueue::Place();
+}
+
+LineQueue::Place Logger::MakePlace(std::size_t length) {
+    return m_ring.makePlace(length);
+}
+
+void Logger::UpdateQueueing() {
+    m_isQueueing.store(m_ring.isQueueing() && !WritesAtOnce() && m_timesLeftHeld == 0,
+                       std::memory_order_relaxed);
+}
+
+void Logger::PrintString(const std::string& msg) {
+    KF_REQUIRE(!(msg.empty()), 242);
+    const KFLock lock(m_lock);
+    if (m_ring.put(msg))
+        WriteIfDirect();
+}
+
+void Logger::WriteIfDirect() {
+    if (WritesAtOnce())
+        WriteOnFile();
+}
+
+void Logger::PrintMsgType(std::string_view tag, LineWriter& line) {
+    line.put(tag);
+}
+
+void Logger::PrintTime(LineWriter& line) {
+    line.put(timeStamp.text());
+}
+
+void Logger::WriteOnFile() {
+    m_lock.acquire();
+    if (m_ring.drain() == FileRing::Drain::CannotOpen && !m_ends) {
+        ++m_timesLeftHeld;
+        UpdateQueueing();
+        return;
+    }
+    m_lock.release();
+}
+
+void Logger::WriteAtCrash() {
+    bool isHeld = acquireWithin(m_lock, CRASH_LOCK_MILLISECONDS);
+    if (!isHeld && m_ring.isDraining())
+        isHeld = acquireWithin(m_lock, CRASH_DRAIN_MILLISECONDS);
+    if (m_flushThread != nullptr)
+        m_flushThread->silence();
+    m_ring.beginReport();
+    if (isHeld)
+        m_lock.release();
+}
+
+bool Logger::areAllMsgFlushed() {
+    const KFLock lock(m_lock);
+    return m_ring.waiting() == 0;
+}
+
+void Logger::FinishLogging() {
+    const KFLock lock(m_lock);
+    setEnabled(false);
+    if (!m_directWrite)
+        m_ring.drainAll([this] { WriteOnFile(); });
+    // One more drain could empty the file that the last one has gone on to.
+    if (m_flushThread != nullptr)
+        m_flushThread->silence();
+    m_isFlushThreadSilent = m_flushThread != nullptr;
+    UpdateQueueing();
+}
+
+// ---- the ring
+
+int Logger::FindLastUsedFile() {
+    const KFLock lock(m_lock);
+    return m_ring.findLastUsedFile();
+}
+
+std::string Logger::findFileDate(const std::string& fileName) {
+    std::string date;
+    std::string time;
+    retrieveModificationInfo(fileName, date, time);
+    return date;
+}
+
+std::string Logger::findFileTime(const std::string& fileName) {
+    std::string date;
+    std::string time;
+    retrieveModificationInfo(fileName, date, time);
+    return time;
+}
+
+void Logger::retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time) {
+    FileRing::retrieveModificationInfo(fileName, date, time);
+}

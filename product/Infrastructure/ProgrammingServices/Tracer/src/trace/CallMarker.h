@@ -1,0 +1,124 @@
+#pragma once
+
+#include "MessageType.h"
+#include "Tracer.h"
+#include "detail/CallSite.h"
+#include "detail/QuickFormat.h"
+
+#include <cstdint>
+#include <string_view>
+
+class ThreadTracer;
+
+// A call marker stands at the top of every traced function, through one of these macros. It writes the call's
+// entry line where it is constructed and the exit line where the function returns or unwinds:
+//
+//     void ZevoLauncher::init() {
+//         TRACE_METHOD();
+//         ...
+//         TRACE_MESSAGE(MSG_ERROR, "cannot open %s: %d", name, status);
+//     }
+//
+//   TRACE_METHOD()                     a member function; the name comes from the compiler
+//   TRACE_FUNCTION("name")             a free or static function, written as named
+//   TRACE_CONSTRUCTOR("Class")         also counts the object
+//   TRACE_COPY_CONSTRUCTOR("Class")    the same, shown as Class::copyconstructor
+//   TRACE_DESTRUCTOR("Class")          also uncounts it
+//   TRACE_MESSAGE(type, "format", ...) a line inside the call, checked by the compiler as a printf format.
+//                                      The arguments are evaluated only when the line is written;
+//                                      TRACE_MESSAGE may stand unbraced after an if or an else
+//   TRACE_STREAM(type) << ...          the same as a stream, see TraceStream.h, which is to be included
+//
+// All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.
+
+#define TRACE_METHOD()                                                                                       \
+    KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::CallSite::Signature())
+#define TRACE_FUNCTION(name) KF_CALL_MARKER_(nullptr, "" name)
+#define TRACE_CONSTRUCTOR(className) KF_CALL_MARKER_(this, "" className, className "::constructor", true)
+#define TRACE_COPY_CONSTRUCTOR(className)                                                                    \
+    KF_CALL_MARKER_(this, "" className, className "::copyconstructor", true)
+#define TRACE_DESTRUCTOR(className) KF_CALL_MARKER_(this, "" className, className "::destructor", false)
+
+#define TRACE_MESSAGE(type, ...)                                                                             \
+    do {                                                                                                     \
+        KF_SHADOWING_ALLOWED_(const ::TraceMsgType kfTraceType_ = (type);)                                   \
+        if (kfCallMarker_.isMessageWritten(kfTraceType_)) {                                                  \
+            KF_SHADOWING_ALLOWED_(static constexpr ::QuickFormat kfFormat_(KF_FORMAT_OF_(__VA_ARGS__, 0));)  \
+            kfCallMarker_.PrintMsg(kfTraceType_, kfFormat_, __VA_ARGS__);                                    \
+        }                                                                                                    \
+    } while (false)
+
+#define TRACE_STREAM(type) ::TraceStream((type), kfCallMarker_)
+
+// A marker or a message may stand in a lambda or a block of a function that has one of its own.
+#define KF_SHADOWING_ALLOWED_(declaration)                                                                   \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                            \
+        declaration _Pragma("GCC diagnostic pop")
+#define KF_CALL_MARKER_(object, ...)                                                                         \
+    KF_SHADOWING_ALLOWED_(static ::CallSite kfCallSite_(__VA_ARGS__);                                        \
+                          ::CallMarker kfCallMarker_(kfCallSite_, object);)
+
+/// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
+/// thread.
+///
+/// The texts given are borrowed for good, so that a stack can be printed at any time: string literals and
+/// __PRETTY_FUNCTION__ only. While no tracer exists or the tracer is disabled a marker does nothing, and it
+/// stays inert if the tracer is enabled later.
+class CallMarker {
+public:
+    /// What the macros use.
+    CallMarker(CallSite& site, const void* object) : m_site(site), m_object(object) {
+        if (Tracer::mayBeActive())
+            begin();
+    }
+    /// A free function, shown under this name.
+    explicit CallMarker(const char* name) : CallMarker(CallSite::find("", name, false, false), nullptr) {}
+    /// A member function: the compiler's signature text, of which Tracer::extractMethodName is shown.
+    CallMarker(const char* prettyName, const void* object)
+        : CallMarker(CallSite::find("", prettyName, true, false), object) {}
+    /// A constructor or a destructor, which counts the objects of the class.
+    CallMarker(const char* className, const char* methodName, bool isConstructor, const void* object)
+        : CallMarker(CallSite::find(className, methodName, false, isConstructor), object) {}
+    ~CallMarker() {
+        if (m_threadTracer != nullptr)
+            end();
+    }
+
+    CallMarker(const CallMarker&) = delete;
+    CallMarker& operator=(const CallMarker&) = delete;
+
+    /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is
+    /// enabled, the call's entry was written (a call that the filters hide hides its messages), and the level
+    /// mask has the type.
+    bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
+    /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
+    /// thread.
+    /// @param quick  made of the same format
+    void PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const
+        KF_PRINTF_LIKE(4, 5);
+
+    CallSite& getSite() const { return m_site; }
+    std::string_view getClassName() const { return m_site.getClassName(); }
+    std::string_view getMethodName() const { return m_site.getMethodName(); }
+    bool isConstructor() const { return m_site.isConstructor(); }
+    const void* getObject() const { return m_object; }
+    /// True when the entry line was written.
+    bool isPrinted() const { return m_printed; }
+    /// The thread tracer that took the call in, or null. It is never followed: the thread may have ended its
+    /// trace since, and another thread tracer may have its memory. Its number tells.
+    const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
+    std::uint64_t getThreadTracerNumber() const { return m_threadTracerNumber; }
+
+private:
+    friend class ThreadTracer;
+
+    void begin();
+    void end();
+    ThreadTracer* threadTracerFor(TraceMsgType type) const;
+
+    CallSite& m_site;
+    const void* m_object;
+    ThreadTracer* m_threadTracer = nullptr;
+    std::uint64_t m_threadTracerNumber = 0;
+    bool m_printed = false;
+};

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "CallMarker.h"
+#include "MessageType.h"
+#include "detail/CallStack.h"
+#include "detail/LineWriter.h"
+#include "detail/TimeStamp.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+class MessageText;
+class Tracer;
+
+/// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
+/// Owned by the tracer's registry, in which it is an element of a list.
+///
+/// Thread: the traced thread. Other threads only print the stack, under the tracer's lock. The line in
+/// progress stands where it stays, in the tracer's queue, so the lock is held from its beginning to its end.
+class ThreadTracer {
+public:
+    /// The calling thread's.
+    ThreadTracer(Tracer& tracer, std::string_view threadName);
+    virtual ~ThreadTracer() = default;
+
+    ThreadTracer(const ThreadTracer&) = delete;
+    ThreadTracer& operator=(const ThreadTracer&) = delete;
+
+    /// Makes this object, which no thread has used yet, the calling thread's. Asks for no memory when the
+    /// name is that of a thread that has not named itself.
+    void adoptCurrentThread(std::string_view threadName);
+
+    /// The thread's handle as a number: see currentThreadKey().
+    std::uint64_t getKey() const { return m_key; }
+    /// A number that no other thread tracer of the process has, now or later. Unlike its address.
+    std::uint64_t getNumber() const { return m_number; }
+    /// The next one of the registry. The tracer's lock is held.
+    std::unique_ptr<ThreadTracer>& next() { return m_next; }
+
+    /// A disabled thread takes in no calls and writes no exits.
+    void setEnabled(bool enabled) { m_enabled = enabled; }
+
+    /// The tracer's lock is held for these two.
+    void BeginningOfCall(CallMarker& marker);
+    void EndOfCall(CallMarker& marker);
+    /// The same without the lock, as far as no line is to be written and nothing else is in the way: true
+    /// when that was all.
+    /// @param filters  the state of the tracer's filters
+    bool BeginningOfHiddenCall(CallMarker& marker, std::uint32_t filters) {
+        if (!m_enabled)
+            return true;
+        CallSite& site = marker.getSite();
+        if (site.getVerdict(filters) != 0 || site.hasClassName() || m_callStack.isFull())
+            return false;
+        marker.m_threadTracer = this;
+        marker.m_threadTracerNumber = m_number;
+        m_callStack.push(site, false);
+        return true;
+    }
+    bool EndOfCallWithoutLine(const CallMarker& marker) {
+        if (writesExitOf(marker))
+            return false;
+        m_callStack.pop();
+        return true;
+    }
+    /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
+    /// ...".
+    void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
+    void PrintText(TraceMsgType type, const MessageText& text);
+    /// Writes the stack, innermost call first; nothing when it is empty. The tracer's lock is held.
+    void PrintStack();
+
+private:
+    bool writesExitOf(const CallMarker& marker) const {
+        return marker.isPrinted() && m_enabled && m_tracer.printsExits();
+    }
+    void beginLine(std::size_t bodyLength);
+    void endLine();
+    void PrintTime();
+    void PrintThreadName();
+    void PrintObjectCountAndAddress(const CallMarker& marker, int count);
+    void PrintObjectAddress(const CallMarker& marker);
+    void PrintNullObjectCount();
+    void PrintIndentation();
+    void PrintMsgType(TraceMsgType type);
+
+    Tracer& m_tracer;
+    const std::uint64_t m_number;
+    std::uint64_t m_key = 0;
+    std::unique_ptr<ThreadTracer> m_next;
+    bool m_enabled = true;
+    LineWriter m_line; // the line in progress
+    std::string m_threadName;
+    std::string m_threadColumn; // with the id of the thread that made this object, the traced one
+    CallStack m_callStack;
+    TimeStamp m_timeStamp;
+};

@@ -1,0 +1,465 @@
+#include "Tracer.h"
+
+#include "CallMarker.h"
+#include "ContractChecks.h"
+#include "KFLock.h"
+#include "ThreadTracer.h"
+#include "TracerConfigFileParser.h"
+#include "TracerFlushThread.h"
+#include "detail/LineWriter.h"
+#include "detail/NamePattern.h"
+#include "detail/ThreadId.h"
+#include "detail/TimeStamp.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Tracer/src/Tracer";
+
+std::atomic<Tracer*> Tracer::m_Instance{nullptr};
+
+namespace {
+
+std::uint32_t newFilters() {
+    static std::atomic<std::uint32_t> last{0};
+    return ++last & 0x7FFFFFFF;
+}
+
+std::uint64_t newTracerNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
+
+/// The calling thread's tracer as it was last found in the registry of the tracer with this number. Only the
+/// thread itself changes its entry, so the two agree as long as that tracer lives.
+struct ThreadSlot {
+    std::uint64_t tracerNumber = 0;
+    ThreadTracer* threadTracer = nullptr;
+    // The state of the filters that did not permit the thread; 0 when there is none.
+    std::uint32_t refusedBy = 0;
+};
+thread_local ThreadSlot threadSlot;
+
+bool hasTakenIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
+    return threadTracer != nullptr && threadTracer->getNumber() == marker.getThreadTracerNumber();
+}
+
+} // namespace
+
+// The first file of a run is emptied, whatever an earlier run has left there.
+Tracer::Tracer()
+    : m_filters(newFilters()), m_number(newTracerNumber()), m_ring("Tracer", true),
+      m_spareThreadTracer(std::make_unique<ThreadTracer>(*this, "")) {}
+
+Tracer::~Tracer() {
+    Tracer* self = this;
+    m_Instance.compare_exchange_strong(self, nullptr);
+    m_flushThread.reset();
+    while (m_threadTracers != nullptr) // one by one: each owns the next
+        m_threadTracers = std::move(m_threadTracers->next());
+}
+
+void Tracer::SetInstance(Tracer* pTheTracer) {
+    KF_REQUIRE(pTheTracer != NULL, 106);
+    m_Instance.store(pTheTracer, std::memory_order_release);
+    KF_ENSURE(m_Instance != NULL, 108);
+}
+
+// ---- configuration
+
+void Tracer::ReadConfigFile(const char* fileName) {
+    TracerConfigFileParser(fileName, this).parse();
+    bool hasFileName = false;
+    bool directWrite = false;
+    {
+        const Lock lock(*this);
+        if (!m_enabled)
+            return;
+        hasFileName = !m_ring.getBaseFileName().empty();
+        directWrite = m_directWrite;
+    }
+    if (!hasFileName) {
+        std::puts("please call TRACE_SET_FILE_NAME(\"baseFileName\")");
+        std::exit(1); // there is no file that the trace could be finished in
+    }
+    if (directWrite)
+        return;
+    // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
+    m_flushThread = std::make_unique<TracerFlushThread>();
+    const bool isStarted = m_flushThread->start();
+    if (!isStarted)
+        std::fprintf(stderr, "Tracer : can't start the flush thread, so lines are written at once\n");
+    const Lock lock(*this);
+    m_isFlushThreadSilent = !isStarted;
+}
+
+void Tracer::FinishBeforeExit() {
+    Tracer* const tracer = GetInstance();
+    if (tracer != nullptr && tracer->isEnabled() && tracer->hasFileName())
+        tracer->FinishTracing();
+}
+
+bool Tracer::hasFileName() {
+    const Lock lock(*this);
+    return !m_ring.getBaseFileName().empty();
+}
+
+void Tracer::SetFolderName(std::string folderName) {
+    const Lock lock(*this);
+    m_ring.setFolderName(std::move(folderName));
+}
+
+void Tracer::SetFileName(std::string name) {
+    const Lock lock(*this);
+    if (m_ring.setBaseName(name))
+        UpdateFileName();
+}
+
+void Tracer::UpdateFileName() {
+    const Lock lock(*this);
+    m_ring.nameCurrentFile();
+    m_ring.truncateOnNextOpen();
+}
+
+void Tracer::setEnabled(bool enabled) {
+    const Lock lock(*this);
+    m_enabled.store(enabled, std::memory_order_relaxed);
+}
+
+void Tracer::setDirectWrite(bool directWrite) {
+    const Lock lock(*this);
+    m_directWrite = directWrite;
+}
+
+void Tracer::setPrintTime(bool on) {
+    TimeStamp::learnTimeZone();
+    m_printTime = on;
+}
+
+void Tracer::setMaximumFiles(std::int32_t files) {
+    const Lock lock(*this);
+    m_ring.setMaximumFiles(files);
+}
+
+void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
+    const Lock lock(*this);
+    m_ring.setMaximumLinesPerFile(lines);
+}
+
+// ---- filters
+
+namespace {
+
+// Drops adjacent duplicates only: the order of the list is the order in which it was written.
+void appendPattern(std::vector<std::string>& list, const std::string& pattern) {
+    if (list.empty() || list.back() != pattern)
+        list.push_back(pattern);
+}
+
+bool isCoveredByAny(const std::vector<std::string>& patterns, std::string_view name) {
+    return std::any_of(patterns.begin(), patterns.end(),
+                       [name](const std::string& pattern) { return isNameCovered(pattern, name); });
+}
+
+std::string textOf(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+} // namespace
+
+void Tracer::TraceTheThread(const char* threadName) {
+    KF_REQUIRE(threadName != NULL, 160);
+    const std::string strThreadName = textOf(threadName);
+    KF_REQUIRE(!strThreadName.empty(), 162);
+    const Lock lock(*this);
+    appendPattern(m_permittedThreads, strThreadName);
+    m_filters.store(newFilters(), std::memory_order_relaxed);
+}
+
+void Tracer::TraceTheCall(const char* className) {
+    KF_REQUIRE(className != NULL, 140);
+    const std::string strClassName = textOf(className);
+    KF_REQUIRE(!strClassName.empty(), 143);
+    const Lock lock(*this);
+    const bool forbidden = !strClassName.empty() && strClassName.front() == '-';
+    appendPattern(forbidden ? m_forbiddenCalls : m_permittedCalls, strClassName);
+    m_filters.store(newFilters(), std::memory_order_relaxed);
+}
+
+bool Tracer::isThreadPermittedToPrint(std::string_view name) {
+    const Lock lock(*this);
+    return isCoveredByAny(m_permittedThreads, name);
+}
+
+bool Tracer::isCallPermittedToPrint(std::string_view name) {
+    const Lock lock(*this);
+    return isCoveredByAny(m_permittedCalls, name);
+}
+
+bool Tracer::isCallForbiddenToPrint(std::string_view name) {
+    const Lock lock(*this);
+    return std::any_of(m_forbiddenCalls.begin(), m_forbiddenCalls.end(), [name](const std::string& entry) {
+        return entry.size() >= 2 && isNameHidden(std::string_view(entry).substr(1), name);
+    });
+}
+
+bool Tracer::isPrinted(CallSite& site) {
+    const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
+    const int verdict = site.getVerdict(filters);
+    if (verdict >= 0)
+        return verdict != 0;
+    const bool printed =
+        !isCallForbiddenToPrint(site.getMethodName()) && isCallPermittedToPrint(site.getMethodName());
+    site.keepVerdict(filters, printed);
+    return printed;
+}
+
+std::string Tracer::extractMethodName(const char* prettyName) {
+    return std::string(CallSite::methodNameIn(prettyName));
+}
+
+// ---- threads and calls
+
+/// Where the thread's tracer is, or would be.
+std::unique_ptr<ThreadTracer>& Tracer::placeOfThreadTracer(std::uint64_t key) {
+    std::unique_ptr<ThreadTracer>* place = &m_threadTracers;
+    while (*place != nullptr && (*place)->getKey() < key)
+        place = &(*place)->next();
+    return *place;
+}
+
+ThreadTracer* Tracer::findThreadTracer(std::uint64_t key) {
+    ThreadTracer* const found = placeOfThreadTracer(key).get();
+    return found != nullptr && found->getKey() == key ? found : nullptr;
+}
+
+ThreadTracer* Tracer::registeredThreadTracer() {
+    if (threadSlot.tracerNumber != m_number || threadSlot.threadTracer == nullptr)
+        threadSlot = {m_number, findThreadTracer(currentThreadKey())};
+    return threadSlot.threadTracer;
+}
+
+std::unique_ptr<ThreadTracer> Tracer::makeThreadTracer(std::string_view name) {
+    if (!isReporting())
+        return std::make_unique<ThreadTracer>(*this, name);
+    if (m_spareThreadTracer != nullptr)
+        m_spareThreadTracer->adoptCurrentThread(name);
+    return std::move(m_spareThreadTracer);
+}
+
+void Tracer::BeginningOfThread(const char* threadName) {
+    const Lock lock(*this);
+    KF_REQUIRE(threadName != NULL, 537);
+    const std::string_view name = threadName != nullptr ? threadName : "";
+    if (!isThreadPermittedToPrint(name))
+        return;
+    ThreadTracer* threadTracer = findThreadTracer(currentThreadKey());
+    if (threadTracer == nullptr) {
+        std::unique_ptr<ThreadTracer> made = makeThreadTracer(name);
+        if (made == nullptr)
+            return;
+        threadTracer = made.get();
+        std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(threadTracer->getKey());
+        made->next() = std::move(place);
+        place = std::move(made);
+    }
+    threadSlot = {m_number, threadTracer};
+}
+
+void Tracer::EndOfThread() {
+    const Lock lock(*this);
+    threadSlot = {};
+    std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(currentThreadKey());
+    if (place == nullptr || place->getKey() != currentThreadKey())
+        return;
+    const std::unique_ptr<ThreadTracer> ended = std::move(place);
+    place = std::move(ended->next());
+}
+
+void Tracer::Enable() {
+    switchThread(true);
+}
+
+void Tracer::Disable() {
+    switchThread(false);
+}
+
+void Tracer::switchThread(bool on) {
+    const Lock lock(*this);
+    if (ThreadTracer* const threadTracer = registeredThreadTracer())
+        threadTracer->setEnabled(on);
+}
+
+void Tracer::BeginningOfCall(CallMarker& marker) {
+    const Lock lock(*this);
+    beginCall(marker);
+}
+
+void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
+    if (threadSlot.tracerNumber == m_number) {
+        const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
+        if (threadSlot.threadTracer == nullptr
+                ? threadSlot.refusedBy == filters
+                : threadSlot.threadTracer->BeginningOfHiddenCall(marker, filters))
+            return;
+    }
+    const Lock lock(*this);
+    if (m_enabled.load(std::memory_order_relaxed))
+        beginCall(marker);
+}
+
+void Tracer::beginCall(CallMarker& marker) {
+    ThreadTracer* threadTracer = registeredThreadTracer();
+    if (threadTracer == nullptr) {
+        char name[32];
+        std::snprintf(name, sizeof name, "th_%d", static_cast<int>(currentThreadNumber()));
+        BeginningOfThread(name);
+        threadTracer = registeredThreadTracer();
+    }
+    if (threadTracer != nullptr)
+        threadTracer->BeginningOfCall(marker);
+    else
+        threadSlot.refusedBy = m_filters.load(std::memory_order_relaxed);
+}
+
+void Tracer::EndOfCall(CallMarker& marker) {
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return;
+    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker) &&
+        threadSlot.threadTracer->EndOfCallWithoutLine(marker))
+        return;
+    const Lock lock(*this);
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return;
+    ThreadTracer* const threadTracer = registeredThreadTracer();
+    if (hasTakenIn(threadTracer, marker))
+        threadTracer->EndOfCall(marker);
+}
+
+ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {
+    if (marker.getThreadTracer() == nullptr || !m_enabled.load(std::memory_order_relaxed))
+        return nullptr;
+    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker))
+        return threadSlot.threadTracer;
+    const Lock lock(*this);
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return nullptr;
+    ThreadTracer* const threadTracer = registeredThreadTracer();
+    return hasTakenIn(threadTracer, marker) ? threadTracer : nullptr;
+}
+
+int Tracer::UpdateObjectCount(const CallMarker& marker) {
+    const std::string_view className = marker.getClassName();
+    if (className.empty())
+        return 0;
+    const Lock lock(*this);
+    auto entry = m_objectCounts.find(className);
+    if (entry == m_objectCounts.end())
+        entry = m_objectCounts.emplace(className, 0).first;
+    // A count of 0 stays, so that the map hardly ever changes under a crash handler's eyes.
+    entry->second = std::max(entry->second + (marker.isConstructor() ? 1 : -1), 0);
+    return entry->second;
+}
+
+// ---- output
+
+void Tracer::PrintString(std::string_view line) {
+    const Lock lock(*this);
+    if (isReporting())
+        m_ring.writeNow(line);
+    else if (m_ring.put(line) && writesAtOnce())
+        WriteOnFile();
+}
+
+void Tracer::WriteOnFile() {
+    // Unlike the logger's, this lock is released whatever the drain meets.
+    const Lock lock(*this);
+    m_ring.drain();
+}
+
+void Tracer::FinishTracing() {
+    const Lock lock(*this);
+    m_enabled.store(false, std::memory_order_relaxed);
+    if (!m_directWrite)
+        m_ring.drainAll([this] { WriteOnFile(); });
+    // One more drain could empty the file that the last one has gone on to.
+    if (m_flushThread != nullptr)
+        m_flushThread->silence();
+    m_isFlushThreadSilent = m_flushThread != nullptr;
+}
+
+void Tracer::PrintStacks() {
+    const Lock lock(*this);
+    for (ThreadTracer* threadTracer = m_threadTracers.get(); threadTracer != nullptr;
+         threadTracer = threadTracer->next().get())
+        threadTracer->PrintStack();
+}
+
+void Tracer::PrintAllObjectsCount() {
+    const Lock lock(*this);
+    PrintString("\n-------------- OBJECT(S) COUNT --------------\n");
+    for (const auto& [className, count] : m_objectCounts) {
+        if (count == 0)
+            continue;
+        constexpr std::string_view title = "Class = ";
+        constexpr std::size_t width = 30;
+        char countText[32];
+        std::snprintf(countText, sizeof countText, ", count = %.6d\n", static_cast<int>(count));
+        LineWriter line(beginLine(title.size() + std::max(className.size(), width) + sizeof countText));
+        line.put(title);
+        line.put(className);
+        for (std::size_t at = className.size(); at < width; ++at)
+            line.put(' ');
+        line.put(countText);
+        endLine(line.end());
+    }
+    PrintString("---------------------------------------------\n");
+}
+
+// ---- a crash
+
+namespace {
+
+constexpr int REPORT_LOCK_MILLISECONDS = 1000;
+
+// For a line of the report: the memory is there, whatever has become of the rest.
+char reportLine[64 * 1024];
+
+} // namespace
+
+bool Tracer::goesWithoutLock() const {
+    const std::uint64_t key = m_threadWithoutLock.load(std::memory_order_relaxed);
+    return key != 0 && key == currentThreadKey();
+}
+
+void Tracer::BeginReport() {
+    m_isLockLost = !acquireWithin(m_lock, REPORT_LOCK_MILLISECONDS);
+    m_threadWithoutLock = currentThreadKey();
+    if (m_flushThread != nullptr)
+        m_flushThread->silence();
+    TimeStamp::keepTimeZone();
+    m_directWrite = true;
+    m_ring.beginReport();
+    m_isReporting = true;
+}
+
+void Tracer::EndReport() {
+    m_isReporting = false;
+    if (m_isLockLost)
+        return;
+    m_threadWithoutLock = 0;
+    m_lock.release();
+}
+
+char* Tracer::beginReportLine(std::size_t room) {
+    return room <= sizeof reportLine ? reportLine : m_ring.beginLine(room);
+}
+
+/// False when the line was too long for it, and stands in the queue.
+bool Tracer::endReportLine(const char* end) {
+    if (end < reportLine || end > reportLine + sizeof reportLine)
+        return false;
+    m_ring.writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
+    return true;
+}

@@ -1,0 +1,51 @@
+#include "detail/CallSite.h"
+
+#include <list>
+#include <mutex>
+#include <string>
+
+std::string_view CallSite::methodNameIn(std::string_view prettyName) {
+    const std::size_t parenthesis = prettyName.find('(');
+    if (parenthesis == std::string_view::npos)
+        return prettyName;
+    prettyName = prettyName.substr(0, parenthesis);
+    const std::size_t blank = prettyName.rfind(' ');
+    return blank == std::string_view::npos ? prettyName : prettyName.substr(blank + 1);
+}
+
+// Threads may come here at once; they all store the same.
+std::string_view CallSite::findName() const {
+    const std::string_view name = m_signature ? methodNameIn(m_text) : std::string_view(m_text);
+    m_length.store(static_cast<std::uint32_t>(name.size()), std::memory_order_relaxed);
+    m_name.store(name.data(), std::memory_order_release);
+    return name;
+}
+
+namespace {
+
+/// A site with texts of its own: whoever asked for it may have built them.
+struct FoundSite {
+    FoundSite(const char* className_, const char* text_, bool signature, bool isConstructor)
+        : className(className_), text(text_), isSignature(signature),
+          site(signature ? CallSite(text.c_str(), CallSite::Signature())
+                         : CallSite(className.c_str(), text.c_str(), isConstructor)) {}
+
+    std::string className;
+    std::string text;
+    bool isSignature;
+    CallSite site;
+};
+
+} // namespace
+
+CallSite& CallSite::find(const char* className, const char* text, bool signature, bool isConstructor) {
+    static std::mutex& lock = *new std::mutex;
+    static std::list<FoundSite>& sites = *new std::list<FoundSite>; // its elements never move
+    const std::lock_guard<std::mutex> guard(lock);
+    for (FoundSite& found : sites)
+        if (found.text == text && found.className == className && found.isSignature == signature &&
+            found.site.isConstructor() == isConstructor)
+            return found.site;
+    sites.emplace_back(className, text, signature, isConstructor);
+    return sites.back().site;
+}
