@@ -18,13 +18,6 @@ class PieceScanner : public Scanner {
 public:
     PieceScanner(const std::string& text, std::size_t piece) : m_text(text), m_piece(piece) {}
 
-    KeywordToken getToken() {
-        KeywordToken token = this->scan();
-        while (token.kind == KeywordToken::Filler)
-            token = this->scan();
-        return token;
-    }
-
 protected:
     void readMoreData(char* buffer, int& count, int maximum) override {
         const std::size_t size =
@@ -59,8 +52,8 @@ public:
     }
 
 protected:
-    KeywordToken getToken() override {
-        KeywordToken token = m_scanner.getToken();
+    kf::detail::KeywordToken getToken() override {
+        kf::detail::KeywordToken token = m_scanner.getToken();
         m_line = token.line;
         return token;
     }
@@ -74,8 +67,8 @@ private:
 template <typename Scanner>
 std::vector<std::string> tokensOf(Scanner& scanner) {
     std::vector<std::string> tokens;
-    for (KeywordToken token = scanner.getToken(); token.kind != KeywordToken::EndOfFile;
-         token = scanner.getToken())
+    for (kf::detail::KeywordToken token = scanner.getToken();
+         token.kind != kf::detail::KeywordToken::EndOfFile; token = scanner.getToken())
         tokens.push_back(std::to_string(token.kind) + " " + std::to_string(token.value) + " " +
                          std::to_string(token.line) + " " + token.text);
     return tokens;

@@ -3,6 +3,7 @@
 #include "Logger.h"
 #include "LoggerConfigFileScanner.h"
 #include "LoggerParser.h"
+#include "detail/FileRing.h"
 
 #include <cstddef>
 #include <cstdint>

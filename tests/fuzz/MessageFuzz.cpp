@@ -11,6 +11,8 @@
 #include <cstring>
 #include <vector>
 
+using namespace kf::detail;
+
 // The formats are the input's, so no compiler can check them: what fits them is chosen here.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"

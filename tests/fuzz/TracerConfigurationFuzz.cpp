@@ -4,6 +4,7 @@
 #include "Tracer.h"
 #include "TracerConfigFileScanner.h"
 #include "TracerParser.h"
+#include "detail/FileRing.h"
 
 #include <cstddef>
 #include <cstdint>

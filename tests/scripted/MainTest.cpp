@@ -9,6 +9,7 @@
 #include "TextFile.h"
 #include "TextOrder.h"
 #include "TraceCapture.h"
+#include "Tracer.h"
 
 #include <stdexcept>
 #include <sys/stat.h>

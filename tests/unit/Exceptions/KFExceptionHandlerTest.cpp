@@ -8,6 +8,7 @@
 #include "KFThread.h"
 #include "Logger.h"
 #include "OtherProcess.h"
+#include "Tracer.h"
 
 #include <atomic>
 #include <climits>

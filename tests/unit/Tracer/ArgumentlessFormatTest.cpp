@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace kf::detail;
+
 TEST(ArgumentlessFormat, PlainTextStands) {
     EXPECT_EQ(formatWithoutArguments(""), "");
     EXPECT_EQ(formatWithoutArguments("plain text\n"), "plain text\n");

@@ -1,8 +1,11 @@
 #include "CallMarker.h"
 
 #include "Traced.h"
+#include "Tracer.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
+#include <thread>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -28,6 +31,68 @@ TEST_F(CallMarking, NothingHappensWhileTheTracerIsDisabled) {
         TRACE_MESSAGE(MSG_ERROR, "x");
     }
     EXPECT_EQ(file(), "(none)");
+}
+
+namespace {
+
+bool isCallTakenIn() {
+    return CallMarker("a").getThreadTracer() != nullptr;
+}
+
+/// A tracer that takes in every call, and is not registered yet.
+class OtherTracer : public Tracer {
+public:
+    OtherTracer() {
+        TraceTheThread("*");
+        TraceTheCall("*");
+        SetFileName("msvc");
+        setEnabled(true);
+    }
+};
+
+} // namespace
+
+TEST_F(CallMarking, CallsFollowTheTracerThatIsRegistered) {
+    traceEverything();
+    EXPECT_TRUE(isCallTakenIn());
+    {
+        OtherTracer other;
+        m_tracer.setEnabled(false);
+        EXPECT_FALSE(isCallTakenIn()) << "the other one is not registered";
+        Tracer::SetInstance(&other);
+        EXPECT_TRUE(isCallTakenIn());
+        other.FinishTracing();
+        EXPECT_FALSE(isCallTakenIn());
+        other.setEnabled(true);
+        EXPECT_TRUE(isCallTakenIn());
+    }
+    EXPECT_FALSE(isCallTakenIn()) << "the one that was registered has ended";
+    m_tracer.setEnabled(true);
+    Tracer::SetInstance(&m_tracer);
+    EXPECT_TRUE(isCallTakenIn());
+}
+
+TEST_F(CallMarking, ATracerThatIsSwitchedOffDoesNotSwitchOffTheOneThatReplacesIt) {
+    traceEverything();
+    OtherTracer other;
+    for (int round = 0; round < 2000 && !HasFailure(); ++round) {
+        m_tracer.setEnabled(true);
+        Tracer::SetInstance(&m_tracer);
+        std::atomic<int> ready{0};
+        const auto meet = [&ready] {
+            for (++ready; ready < 2;) {
+            }
+        };
+        std::thread switchingOff([&] {
+            meet();
+            m_tracer.setEnabled(false);
+        });
+        meet();
+        Tracer::SetInstance(&other);
+        switchingOff.join();
+        EXPECT_TRUE(isCallTakenIn());
+    }
+    Tracer::SetInstance(&m_tracer);
 }
 
 TEST_F(CallMarking, MarkerOfADisabledTracerHasNoThreadTracer) {

@@ -3,6 +3,7 @@
 #include "LoggerConfigFileParser.h"
 #include "Traced.h"
 #include "TracerConfigFileParser.h"
+#include "detail/FileRing.h"
 
 // The configuration files that are delivered.
 class DefaultConfiguration : public Traced {};

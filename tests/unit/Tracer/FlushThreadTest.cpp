@@ -5,8 +5,10 @@
 #include "LogMessage.h"
 #include "LoggerFlushThread.h"
 #include "Traced.h"
+#include "Tracer.h"
 #include "TracerFlushThread.h"
 #include "WaitUntil.h"
+#include "detail/FileRing.h"
 
 #include <atomic>
 #include <chrono>
@@ -22,6 +24,8 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 using Clock = std::chrono::steady_clock;
 

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+using namespace kf::detail;
+
 using testing::ElementsAre;
 
 namespace {
@@ -45,9 +47,7 @@ public:
 
 protected:
     KeywordToken getToken() override {
-        KeywordToken token = m_scanner.scan();
-        while (token.kind == KeywordToken::Filler)
-            token = m_scanner.scan();
+        KeywordToken token = m_scanner.getToken();
         m_line = token.line;
         return token;
     }

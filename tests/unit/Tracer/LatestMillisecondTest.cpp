@@ -4,6 +4,8 @@
 #include <thread>
 #include <vector>
 
+using namespace kf::detail;
+
 TEST(LatestMillisecond, IsWhatAnyThreadHasReached) {
     LatestMillisecond latest;
     EXPECT_FALSE(latest.isBehind(0));

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+using namespace kf::detail;
+
 namespace {
 
 /// Appends all waiting lines to a text; returns how many they were.
@@ -313,7 +315,7 @@ TEST_F(ReservedPlaces, InAHurryAnUnfinishedOneBecomesQuestionMarks) {
     queue.push("one\n");
     ASSERT_TRUE(queue.reserve(5));
     queue.push("three\n");
-    queue.hurry();
+    queue.limitWaits();
     EXPECT_EQ(queue.front(9), "one\n????\nthree\n");
     std::string written;
     EXPECT_EQ(writeAll(queue, written), 3U);
@@ -351,24 +353,24 @@ TEST_F(ReservedPlaces, ThatAreForgottenLeaveNothing) {
         for (const char kind : order) {
             const LineQueue::Place place = queue.reserve(2);
             if (kind == 'x') {
-                place.forget();
+                place.cancel();
             } else {
                 fill(place, std::string(1, kind) + "\n");
                 lines += std::string(1, kind) + "\n";
             }
         }
-        const std::uint64_t left = queue.left();
+        const std::uint64_t left = queue.removedCount();
         EXPECT_EQ(queue.size(), order.size());
         std::string written;
         EXPECT_EQ(writeAll(queue, written), lines.size() / 2) << order;
         EXPECT_EQ(written, lines) << order;
-        EXPECT_EQ(queue.left() - left, order.size());
+        EXPECT_EQ(queue.removedCount() - left, order.size());
     }
 }
 
 TEST_F(ReservedPlaces, ThatAreForgottenMayFillAChunk) {
     while (const LineQueue::Place place = queue.reserve(1000))
-        place.forget();
+        place.cancel();
     queue.push("behind\n");
     std::string written;
     EXPECT_EQ(writeAll(queue, written), 1U);
@@ -378,7 +380,7 @@ TEST_F(ReservedPlaces, ThatAreForgottenMayFillAChunk) {
 
 TEST_F(ReservedPlaces, ThatAreForgottenInTheMiddleOfAWrittenLineLoseNothing) {
     fill(queue.reserve(4), "one\n");
-    queue.reserve(4).forget();
+    queue.reserve(4).cancel();
     fill(queue.reserve(4), "two\n");
     EXPECT_EQ(queue.front(9), "one\n");
     EXPECT_EQ(queue.consume(2), 0U);

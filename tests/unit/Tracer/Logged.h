@@ -3,6 +3,7 @@
 #include "KFLock.h"
 #include "Logger.h"
 #include "Traced.h"
+#include "detail/FileRing.h"
 
 /// A registered logger of the test's own, disabled to begin with; its files are in the test's folder.
 class Logged : public Traced {
@@ -17,7 +18,7 @@ protected:
     std::string log(int index = 0) const {
         return access(path(index).c_str(), F_OK) == 0 ? readFile(path(index)) : "(none)";
     }
-    const FileRing& logRing() {
+    const kf::detail::FileRing& logRing() {
         const KFLock lock(m_logger.getLock());
         return m_logger.getFileRing();
     }

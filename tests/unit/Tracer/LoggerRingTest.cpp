@@ -2,6 +2,7 @@
 #include "FileSystemManagement.h"
 #include "Logged.h"
 #include "WaitUntil.h"
+#include "detail/FileRing.h"
 
 #include <atomic>
 #include <climits>
@@ -10,6 +11,8 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <thread>
+
+using namespace kf::detail;
 
 class LoggerRing : public Logged {
 protected:
@@ -393,7 +396,7 @@ TEST_F(LoggerRing, PlacesThatAreForgottenDuringADrainDoNotHoldItUp) {
     std::thread forgetful([&] {
         while (!isOver) {
             if (const LineQueue::Place place = ring.reserve(3))
-                place.forget();
+                place.cancel();
         }
     });
     std::string expected = "first\n";

@@ -5,6 +5,8 @@
 #include <cwchar>
 #include <gtest/gtest.h>
 
+using namespace kf::detail;
+
 namespace {
 
 std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace kf::detail;
+
 namespace {
 
 constexpr std::uint64_t RATE = 3000; // ticks of a microsecond

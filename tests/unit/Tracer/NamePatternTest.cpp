@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace kf::detail;
+
 TEST(NamePattern, AloneAStarCoversEveryName) {
     EXPECT_TRUE(isNameCovered("*", "anything"));
     EXPECT_TRUE(isNameCovered("*", ""));

@@ -9,6 +9,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+using namespace kf::detail;
+
 // What may stand in the place of a ring's file without being one.
 
 namespace {

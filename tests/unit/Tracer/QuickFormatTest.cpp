@@ -11,6 +11,8 @@
 #include <random>
 #include <string>
 
+using namespace kf::detail;
+
 namespace {
 
 const char REFUSED[] = "(refused)";

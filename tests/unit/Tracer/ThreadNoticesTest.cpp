@@ -2,6 +2,7 @@
 #include "CallMarker.h"
 #include "KFThread.h"
 #include "Traced.h"
+#include "Tracer.h"
 
 #include <gmock/gmock.h>
 

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <thread>
 
+using namespace kf::detail;
+
 using testing::ElementsAre;
 
 // The lines of one thread: layout, depth, messages and stack.

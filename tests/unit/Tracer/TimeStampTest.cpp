@@ -6,6 +6,8 @@
 #include <string>
 #include <sys/time.h>
 
+using namespace kf::detail;
+
 namespace {
 
 std::string stampOf(TimeStamp& stamp) {

@@ -5,6 +5,7 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Tracer.h"
+#include "detail/FileRing.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -57,7 +58,7 @@ protected:
         return access(path.c_str(), F_OK) == 0 ? readFile(path) : "(none)";
     }
     std::vector<std::string> lines() const { return withoutThreadColumns(file()); }
-    const FileRing& ring() {
+    const kf::detail::FileRing& ring() {
         const KFLock lock(m_tracer.getLock());
         return m_tracer.getFileRing();
     }

@@ -3,6 +3,8 @@
 #include "FaultyDisk.h"
 #include "FileSystemManagement.h"
 #include "Traced.h"
+#include "Tracer.h"
+#include "detail/FileRing.h"
 
 #include <climits>
 #include <csignal>

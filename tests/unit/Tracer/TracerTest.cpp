@@ -1,3 +1,4 @@
+#include "Tracer.h"
 #include "CallMarker.h"
 #include "ChildProcess.h"
 #include "Traced.h"
@@ -8,6 +9,8 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <thread>
+
+using namespace kf::detail;
 
 using testing::ElementsAre;
 

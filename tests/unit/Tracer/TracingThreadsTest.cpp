@@ -2,6 +2,7 @@
 #include "LogMessage.h"
 #include "TraceStream.h"
 #include "Traced.h"
+#include "Tracer.h"
 
 #include <atomic>
 #include <regex>

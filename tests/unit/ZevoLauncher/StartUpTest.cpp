@@ -10,6 +10,7 @@
 #include "OtherProcess.h"
 #include "TextFile.h"
 #include "TraceCapture.h"
+#include "Tracer.h"
 
 #include <csignal>
 #include <cstdio>

@@ -9,6 +9,8 @@
 #include <limits>
 #include <map>
 
+using namespace kf::detail;
+
 namespace Zevo {
 namespace {
 

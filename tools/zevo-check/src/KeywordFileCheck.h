@@ -18,8 +18,8 @@ public:
         const char* done;   ///< "traced"
         const char* fileOf; ///< "the trace's file"
         const char* other;  ///< the other one's
-        const KeywordLanguage& language;
-        const KeywordLanguage& otherLanguage;
+        const kf::detail::KeywordLanguage& language;
+        const kf::detail::KeywordLanguage& otherLanguage;
         int on; ///< indices of statements
         int off;
         int setFileName;
@@ -57,7 +57,7 @@ public:
     bool has(int statement) const;
 
     Place placeOf(const ReadLine& line) const { return m_file.atLine(line.words.front().line); }
-    Place placeOf(const KeywordToken& word) const;
+    Place placeOf(const kf::detail::KeywordToken& word) const;
     std::string keyword(int statement) const {
         return std::string(m_dialect.language.statements[statement].keyword);
     }
@@ -70,7 +70,7 @@ private:
     void tellStop(const ReadLine& line);
     void tellUnknownStatement(const Place& word, const std::string& text);
     void tellWrongLevel(const Place& word, const std::string& text, const ReadLine& line);
-    Place wholeWordAt(const KeywordToken& token) const;
+    Place wholeWordAt(const kf::detail::KeywordToken& token) const;
     void checkFolderOf(const Ring& ring);
 
     const Dialect& m_dialect;

@@ -7,6 +7,8 @@
 #include "TracerConfigFileScanner.h"
 #include "TracerParser.h"
 
+using namespace kf::detail;
+
 namespace Zevo {
 namespace {
 

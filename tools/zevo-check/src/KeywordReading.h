@@ -12,12 +12,12 @@ namespace Zevo {
 
 /** A line of a trace or log configuration as the product's parser took it. */
 struct ReadLine {
-    int statement = -1;              ///< its index in the language; -1: none
-    std::vector<KeywordToken> words; ///< all that were read, without the line's end
-    KeywordArguments arguments;      ///< of a complete statement
-    bool isComplete = false;         ///< the statement was executed
-    bool hasEffect = false;          ///< and was not ignored
-    KeywordToken stop;               ///< of a line that is not complete: the word that has no place there
+    int statement = -1;                          ///< its index in the language; -1: none
+    std::vector<kf::detail::KeywordToken> words; ///< all that were read, without the line's end
+    kf::detail::KeywordArguments arguments;      ///< of a complete statement
+    bool isComplete = false;                     ///< the statement was executed
+    bool hasEffect = false;                      ///< and was not ignored
+    kf::detail::KeywordToken stop; ///< of a line that is not complete: the word that has no place there
 };
 
 using ReadLines = std::vector<ReadLine>;

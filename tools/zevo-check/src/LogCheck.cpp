@@ -6,6 +6,9 @@
 #include "LoggerScanner.h"
 #include "MessageType.h"
 #include "TracerScanner.h"
+#include "detail/FileRing.h"
+
+using namespace kf::detail;
 
 namespace Zevo {
 namespace {

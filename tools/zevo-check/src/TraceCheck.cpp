@@ -9,12 +9,15 @@
 #include "MessageType.h"
 #include "Tracer.h"
 #include "TracerScanner.h"
+#include "detail/FileRing.h"
 #include "detail/NamePattern.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <set>
+
+using namespace kf::detail;
 
 namespace Zevo {
 namespace {

@@ -10,6 +10,8 @@
 #include <ctime>
 #include <sstream>
 
+using namespace kf::detail;
+
 namespace Zevo {
 namespace {
 

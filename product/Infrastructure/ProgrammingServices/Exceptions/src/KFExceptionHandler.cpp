@@ -19,6 +19,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+using namespace kf::detail;
+
 // The numbers are those of macOS and mean the same on every host, so the names of the host's <signal.h> are
 // of no use here.
 static constexpr int FIRST_SIGNAL = 1;

@@ -2,21 +2,13 @@
 
 #include "CallMarker.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-KeywordToken LoggerConfigFileParser::getToken() {
-    KeywordToken token = m_scanner.getToken();
-    m_line = token.line;
-    return token;
-}
+using namespace kf::detail;
 
 void LoggerConfigFileParser::signalError(const char* /*message*/) {
-    std::fprintf(stderr, "syntax error at line %d of log config file\n", m_line);
+    tellSyntaxError(getLanguage(), getLine());
     {
         TRACE_METHOD();
-        TRACE_MESSAGE(MSG_ERROR, "syntax error at line %d of log config file", m_line);
+        TRACE_MESSAGE(MSG_ERROR, "syntax error at line %d of log config file", getLine());
     }
-    Tracer::FinishBeforeExit();
-    std::exit(1);
+    exitAfterSyntaxError();
 }

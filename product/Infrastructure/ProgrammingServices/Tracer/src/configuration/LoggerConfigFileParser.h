@@ -3,20 +3,16 @@
 #include "Logger.h"
 #include "LoggerConfigFileScanner.h"
 #include "LoggerParser.h"
+#include "detail/ConfigFileParser.h"
 
-/// Reads a log configuration file into a logger. A syntax error is told on standard error with its line, and
+/// Reads a log configuration file into a logger. A syntax error is told on standard error with its line, is traced, and
 /// ends the process with status 1.
-class LoggerConfigFileParser : public LoggerParser {
+class LoggerConfigFileParser : public kf::detail::ConfigFileParser<LoggerParser, LoggerConfigFileScanner> {
 public:
     /// @param theLogger  borrowed; null: the file is only checked
     explicit LoggerConfigFileParser(const char* fileName, Logger* theLogger = Logger::GetInstance())
-        : LoggerParser(theLogger), m_scanner(fileName) {}
+        : ConfigFileParser(fileName, theLogger) {}
 
 protected:
-    KeywordToken getToken() override;
     void signalError(const char* message) override;
-
-private:
-    LoggerConfigFileScanner m_scanner;
-    int m_line = 0; // of the last word
 };

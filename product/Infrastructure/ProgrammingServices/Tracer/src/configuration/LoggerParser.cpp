@@ -2,6 +2,8 @@
 
 #include "Logger.h"
 
+using namespace kf::detail;
+
 // Unlike the tracer's, every statement takes effect whether the logger is on or not.
 void LoggerParser::execute(int statement, const KeywordArguments& arguments) {
     if (m_logger == nullptr)

@@ -6,13 +6,14 @@
 class Logger;
 
 /// What the statements of the log configuration language do. A subclass supplies the words.
-class LoggerParser : public KeywordParser {
+class LoggerParser : public kf::detail::KeywordParser {
 public:
     /// @param theLogger  borrowed; null: the text is only checked
-    explicit LoggerParser(Logger* theLogger) : KeywordParser(getLoggerLanguage()), m_logger(theLogger) {}
+    explicit LoggerParser(Logger* theLogger)
+        : KeywordParser(kf::detail::getLoggerLanguage()), m_logger(theLogger) {}
 
 protected:
-    void execute(int statement, const KeywordArguments& arguments) override;
+    void execute(int statement, const kf::detail::KeywordArguments& arguments) override;
 
 private:
     Logger* m_logger;

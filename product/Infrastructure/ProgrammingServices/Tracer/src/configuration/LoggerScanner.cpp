@@ -4,6 +4,7 @@
 
 #include <iterator>
 
+namespace kf::detail {
 namespace {
 
 // In the order of LoggerStatement.
@@ -24,10 +25,12 @@ constexpr KeywordLevel LEVELS[] = {
     {"LOG_LEVEL_3", MSG_LEVEL_3}, {"LOG_LEVEL_4", MSG_LEVEL_4}, {"LOG_LEVEL_5", MSG_LEVEL_5},
 };
 
-constexpr KeywordLanguage LANGUAGE = {STATEMENTS, std::size(STATEMENTS), LEVELS, std::size(LEVELS)};
+constexpr KeywordLanguage LANGUAGE = {STATEMENTS, std::size(STATEMENTS), LEVELS, std::size(LEVELS), "log"};
 
 } // namespace
 
 const KeywordLanguage& getLoggerLanguage() {
     return LANGUAGE;
 }
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include "detail/KeywordScanner.h"
 
+namespace kf::detail {
+
 /// The statements of the log configuration language, in the order of their table.
 enum class LoggerStatement {
     On,
@@ -17,8 +19,10 @@ enum class LoggerStatement {
 /// The words and statements of the log configuration language.
 const KeywordLanguage& getLoggerLanguage();
 
+} // namespace kf::detail
+
 /// Makes words of a log configuration. A subclass supplies the text.
-class LoggerScanner : public KeywordScanner {
+class LoggerScanner : public kf::detail::KeywordScanner {
 public:
-    LoggerScanner() : KeywordScanner(getLoggerLanguage()) {}
+    LoggerScanner() : KeywordScanner(kf::detail::getLoggerLanguage()) {}
 };

@@ -2,6 +2,8 @@
 
 #include "Tracer.h"
 
+using namespace kf::detail;
+
 void TracerParser::execute(int statement, const KeywordArguments& arguments) {
     if (m_tracer == nullptr)
         return;

@@ -6,13 +6,14 @@
 class Tracer;
 
 /// What the statements of the trace configuration language do. A subclass supplies the words.
-class TracerParser : public KeywordParser {
+class TracerParser : public kf::detail::KeywordParser {
 public:
     /// @param theTracer  borrowed; null: the text is only checked
-    explicit TracerParser(Tracer* theTracer) : KeywordParser(getTracerLanguage()), m_tracer(theTracer) {}
+    explicit TracerParser(Tracer* theTracer)
+        : KeywordParser(kf::detail::getTracerLanguage()), m_tracer(theTracer) {}
 
 protected:
-    void execute(int statement, const KeywordArguments& arguments) override;
+    void execute(int statement, const kf::detail::KeywordArguments& arguments) override;
 
 private:
     Tracer* m_tracer;

@@ -4,6 +4,7 @@
 
 #include <iterator>
 
+namespace kf::detail {
 namespace {
 
 // In the order of TracerStatement.
@@ -33,10 +34,12 @@ constexpr KeywordLevel LEVELS[] = {
     {"TRACE_LEVEL_3", MSG_LEVEL_3}, {"TRACE_LEVEL_4", MSG_LEVEL_4}, {"TRACE_LEVEL_5", MSG_LEVEL_5},
 };
 
-constexpr KeywordLanguage LANGUAGE = {STATEMENTS, std::size(STATEMENTS), LEVELS, std::size(LEVELS)};
+constexpr KeywordLanguage LANGUAGE = {STATEMENTS, std::size(STATEMENTS), LEVELS, std::size(LEVELS), "tracer"};
 
 } // namespace
 
 const KeywordLanguage& getTracerLanguage() {
     return LANGUAGE;
 }
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include "detail/KeywordScanner.h"
 
+namespace kf::detail {
+
 /// The statements of the trace configuration language, in the order of their table.
 enum class TracerStatement {
     On,
@@ -26,8 +28,10 @@ enum class TracerStatement {
 /// The words and statements of the trace configuration language.
 const KeywordLanguage& getTracerLanguage();
 
+} // namespace kf::detail
+
 /// Makes words of a trace configuration. A subclass supplies the text.
-class TracerScanner : public KeywordScanner {
+class TracerScanner : public kf::detail::KeywordScanner {
 public:
-    TracerScanner() : KeywordScanner(getTracerLanguage()) {}
+    TracerScanner() : KeywordScanner(kf::detail::getTracerLanguage()) {}
 };

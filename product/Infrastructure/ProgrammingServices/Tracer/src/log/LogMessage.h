@@ -11,7 +11,7 @@
         _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"");                       \
         const ::LoggerMsgType kfLogType_ = (type);                                                           \
         if (::Logger* const kfLogger_ = ::Logger::GetInstanceFor(kfLogType_)) {                              \
-            static constexpr ::QuickFormat kfFormat_(KF_FORMAT_OF_(__VA_ARGS__, 0));                         \
+            static constexpr kf::detail::QuickFormat kfFormat_(KF_FORMAT_OF_(__VA_ARGS__, 0));               \
             kfLogger_->PrintMsg(kfLogType_, kfFormat_, __VA_ARGS__);                                         \
         }                                                                                                    \
         _Pragma("GCC diagnostic pop")                                                                        \

@@ -5,12 +5,17 @@
 #include "LoggerConfigFileParser.h"
 #include "LoggerFlushThread.h"
 #include "Tracer.h"
+#include "detail/FileRing.h"
 #include "detail/LatestMillisecond.h"
+#include "detail/LineWriter.h"
 #include "detail/MessageText.h"
+#include "detail/TimeStamp.h"
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+
+using namespace kf::detail;
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Tracer/src/Logger";
 
@@ -30,7 +35,7 @@ void takeTime() {
         latestMillisecond.reach(timeStamp.milliseconds());
 }
 
-/// For a thread that is behind others: by the clock, unless that was set back.
+/// Takes the time again, where other threads have stamped lines with a later one.
 void catchUp() {
     const std::int64_t latest = latestMillisecond.get();
     timeStamp.look();
@@ -38,6 +43,22 @@ void catchUp() {
         latestMillisecond.setBack(latest, timeStamp.milliseconds());
     else
         latestMillisecond.reach(timeStamp.milliseconds());
+}
+
+/// Reserves a slot of the queue such that the stamps in a file ascend: between the stamp and the reservation, other
+/// threads may have reserved slots for later stamps. Such a slot is cancelled, and the time taken again.
+template <typename Reserve>
+LineQueue::Place reserveInOrder(bool printTime, const Reserve& reserve) {
+    if (!printTime)
+        return reserve();
+    takeTime();
+    LineQueue::Place place = reserve();
+    while (place && latestMillisecond.isBehind(timeStamp.milliseconds())) {
+        place.cancel();
+        catchUp();
+        place = reserve();
+    }
+    return place;
 }
 
 std::string_view tagOf(LoggerMsgType type) {
@@ -69,21 +90,21 @@ std::string_view tagOf(LoggerMsgType type) {
 std::atomic<Logger*> Logger::m_pInstance{nullptr};
 
 // What an earlier run has left is continued, so the first file is not to be emptied.
-Logger::Logger() : m_ring("Logger", false) {}
+Logger::Logger() : m_ring(std::make_unique<FileRing>("Logger", false)) {}
 
 Logger::~Logger() {
     Logger* self = this;
     m_pInstance.compare_exchange_strong(self, nullptr);
     setEnabled(false);
-    ReleaseWhatIsLeftHeld();
+    ReleaseLockLeftHeld();
     m_flushThread.reset();
 }
 
 // The flush thread may be waiting for the lock, and can end only when it gets it. It must not keep it then.
-void Logger::ReleaseWhatIsLeftHeld() {
+void Logger::ReleaseLockLeftHeld() {
     if (!m_lock.tryacquire())
         return; // the flush thread has it
-    m_ends = true;
+    m_isBeingDestroyed = true;
     for (; m_timesLeftHeld > 0; --m_timesLeftHeld)
         m_lock.release();
     m_lock.release();
@@ -109,7 +130,7 @@ void Logger::Initialize() {
     bool directWrite = false;
     {
         const KFLock lock(m_lock);
-        hasFileName = !m_ring.getBaseFileName().empty();
+        hasFileName = !m_ring->getBaseFileName().empty();
         directWrite = m_directWrite;
     }
     if (!hasFileName) {
@@ -131,26 +152,26 @@ void Logger::Initialize() {
 
 void Logger::SetFolderName(std::string folderName) {
     const KFLock lock(m_lock);
-    m_ring.setFolderName(std::move(folderName));
+    m_ring->setFolderName(std::move(folderName));
 }
 
 void Logger::SetFileName(std::string name) {
     const KFLock lock(m_lock);
-    const bool isFile = m_ring.setBaseName(name);
+    const bool isFile = m_ring->setBaseName(name);
     UpdateQueueing();
     if (!isFile)
         return;
-    const int index = m_ring.findLastUsedFile();
+    const int index = m_ring->findLastUsedFile();
     if (index >= 0) {
-        m_ring.continueFile(index);
+        m_ring->continueFile(index);
         return;
     }
-    m_ring.beginAnew();
+    m_ring->beginAnew();
 }
 
 void Logger::UpdateFileName() {
     const KFLock lock(m_lock);
-    m_ring.nameCurrentFile();
+    m_ring->nameCurrentFile();
 }
 
 void Logger::setDirectWrite(bool directWrite) {
@@ -166,12 +187,12 @@ void Logger::setPrintTime(bool on) {
 
 void Logger::setMaximumFiles(std::int32_t files) {
     const KFLock lock(m_lock);
-    m_ring.setMaximumFiles(files);
+    m_ring->setMaximumFiles(files);
 }
 
 void Logger::setMaximumLinesPerFile(std::int32_t lines) {
     const KFLock lock(m_lock);
-    m_ring.setMaximumLinesPerFile(lines);
+    m_ring->setMaximumLinesPerFile(lines);
 }
 
 // ---- output
@@ -207,14 +228,18 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
         line.put(text.view());
         line.put('\n');
     };
-    if (const LineQueue::Place place = InItsTime<&Logger::ReservePlace>(printTime, length)) {
+    const auto reserve = [&]() KF_NO_THREAD_SAFETY_ANALYSIS { // it needs no lock
+        return m_isQueueing.load(std::memory_order_relaxed) ? m_ring->reserve(length) : LineQueue::Place();
+    };
+    if (const LineQueue::Place place = reserveInOrder(printTime, reserve)) {
         put(place.text());
         place.finish();
         return;
     }
     const KFLock lock(m_lock);
-    if (m_ring.isQueueing()) {
-        const LineQueue::Place place = InItsTime<&Logger::MakePlace>(printTime, length);
+    if (m_ring->isQueueing()) {
+        const auto make = [&]() KF_NO_THREAD_SAFETY_ANALYSIS { return m_ring->makePlace(length); };
+        const LineQueue::Place place = reserveInOrder(printTime, make);
         put(place.text());
         place.finish();
         WriteIfDirect();
@@ -227,39 +252,15 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     PrintString(line);
 }
 
-/// Reserves a place in the very millisecond that the line is stamped with, or the stamps in a file would not
-/// ascend: other threads may have reserved theirs while this one did not run.
-template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
-LineQueue::Place Logger::InItsTime(bool printTime, std::size_t length) {
-    if (!printTime)
-        return (this->*RESERVE)(length);
-    takeTime();
-    LineQueue::Place place = (this->*RESERVE)(length);
-    while (place && latestMillisecond.isBehind(timeStamp.milliseconds())) {
-        place.forget();
-        catchUp();
-        place = (this->*RESERVE)(length);
-    }
-    return place;
-}
-
-LineQueue::Place Logger::ReservePlace(std::size_t length) {
-    return m_isQueueing.load(std::memory_order_relaxed) ? m_ring.reserve(length) : LineQueue::Place();
-}
-
-LineQueue::Place Logger::MakePlace(std::size_t length) {
-    return m_ring.makePlace(length);
-}
-
 void Logger::UpdateQueueing() {
-    m_isQueueing.store(m_ring.isQueueing() && !WritesAtOnce() && m_timesLeftHeld == 0,
+    m_isQueueing.store(m_ring->isQueueing() && !WritesAtOnce() && m_timesLeftHeld == 0,
                        std::memory_order_relaxed);
 }
 
 void Logger::PrintString(const std::string& msg) {
     KF_REQUIRE(!(msg.empty()), 242);
     const KFLock lock(m_lock);
-    if (m_ring.put(msg))
+    if (m_ring->put(msg))
         WriteIfDirect();
 }
 
@@ -278,7 +279,7 @@ void Logger::PrintTime(LineWriter& line) {
 
 void Logger::WriteOnFile() {
     m_lock.acquire();
-    if (m_ring.drain() == FileRing::Drain::CannotOpen && !m_ends) {
+    if (m_ring->drain() == FileRing::Drain::CannotOpen && !m_isBeingDestroyed) {
         ++m_timesLeftHeld;
         UpdateQueueing();
         return;
@@ -288,26 +289,26 @@ void Logger::WriteOnFile() {
 
 void Logger::WriteAtCrash() {
     bool isHeld = acquireWithin(m_lock, CRASH_LOCK_MILLISECONDS);
-    if (!isHeld && m_ring.isDraining())
+    if (!isHeld && m_ring->isDraining())
         isHeld = acquireWithin(m_lock, CRASH_DRAIN_MILLISECONDS);
     if (m_flushThread != nullptr)
         m_flushThread->silence();
-    m_ring.beginReport();
+    m_ring->beginReport();
     if (isHeld)
         m_lock.release();
 }
 
 bool Logger::areAllMsgFlushed() {
     const KFLock lock(m_lock);
-    return m_ring.waiting() == 0;
+    return m_ring->waiting() == 0;
 }
 
 void Logger::FinishLogging() {
     const KFLock lock(m_lock);
     setEnabled(false);
     if (!m_directWrite)
-        m_ring.drainAll([this] { WriteOnFile(); });
-    // One more drain could empty the file that the last one has gone on to.
+        m_ring->drainAll([this] { WriteOnFile(); });
+    // The last drain may have begun a file, which another drain would empty.
     if (m_flushThread != nullptr)
         m_flushThread->silence();
     m_isFlushThreadSilent = m_flushThread != nullptr;
@@ -318,7 +319,7 @@ void Logger::FinishLogging() {
 
 int Logger::FindLastUsedFile() {
     const KFLock lock(m_lock);
-    return m_ring.findLastUsedFile();
+    return m_ring->findLastUsedFile();
 }
 
 std::string Logger::findFileDate(const std::string& fileName) {

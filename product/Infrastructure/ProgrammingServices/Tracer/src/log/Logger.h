@@ -3,9 +3,6 @@
 #include "KFMutex.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
-#include "detail/FileRing.h"
-#include "detail/LineWriter.h"
-#include "detail/TimeStamp.h"
 
 #include <atomic>
 #include <cstdint>
@@ -14,8 +11,12 @@
 #include <string_view>
 
 class LoggerFlushThread;
+namespace kf::detail {
+class FileRing;
+class LineWriter;
 class MessageText;
 class QuickFormat;
+} // namespace kf::detail
 
 /// The process-wide journal of notable events, written to a ring of text files. One object, reached through
 /// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
@@ -83,7 +84,8 @@ public:
     /// 20000 characters is cut and marked " ...".
     void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
     /// The same with a format that has been taken apart already.
-    void PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* format, ...) KF_PRINTF_LIKE(4, 5);
+    void PrintMsg(LoggerMsgType type, const kf::detail::QuickFormat& quick, const char* format, ...)
+        KF_PRINTF_LIKE(4, 5);
     /// Routes one finished line, which ends in "\n". Not empty.
     void PrintString(const std::string& msg);
     /// Log lines carry no thread name; the tracer's do.
@@ -115,21 +117,17 @@ public:
     /// are; lines of other threads are still queued meanwhile.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// Where lines go. The caller holds the lock.
-    const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
+    const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
 
 private:
-    void PrintText(LoggerMsgType type, const MessageText& text);
+    void PrintText(LoggerMsgType type, const kf::detail::MessageText& text);
     // Pieces of a line: each appends to the line, which PrintText has made room for.
-    static void PrintMsgType(std::string_view tag, LineWriter& line);
-    static void PrintTime(LineWriter& line);
+    static void PrintMsgType(std::string_view tag, kf::detail::LineWriter& line);
+    static void PrintTime(kf::detail::LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
     bool WritesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
-    template <LineQueue::Place (Logger::*RESERVE)(std::size_t)>
-    LineQueue::Place InItsTime(bool printTime, std::size_t length);
-    LineQueue::Place ReservePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS; // which needs no lock
-    LineQueue::Place MakePlace(std::size_t length) KF_NO_THREAD_SAFETY_ANALYSIS;    // which does
     void WriteIfDirect() KF_REQUIRES(m_lock);
-    void ReleaseWhatIsLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
+    void ReleaseLockLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 
     static std::atomic<Logger*> m_pInstance;
 
@@ -144,8 +142,8 @@ private:
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
-    FileRing m_ring KF_GUARDED_BY(m_lock);
+    const std::unique_ptr<kf::detail::FileRing> m_ring KF_PT_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
-    bool m_ends KF_GUARDED_BY(m_lock) = false;
+    bool m_isBeingDestroyed KF_GUARDED_BY(m_lock) = false;
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };

@@ -5,7 +5,7 @@
 class Logger;
 
 /// Writes its logger's queued lines once a second.
-class LoggerFlushThread : public FlushThread {
+class LoggerFlushThread : public kf::detail::FlushThread {
 public:
     /// @param logger  borrowed, outlives the thread; null: nothing is written
     explicit LoggerFlushThread(Logger* logger) : m_logger(logger) {}

@@ -1,13 +1,18 @@
 #include "CallMarker.h"
 
 #include "ThreadTracer.h"
+#include "Tracer.h"
 #include "detail/MessageText.h"
 
 #include <cstdarg>
 
+using namespace kf::detail;
+
+std::atomic<bool> CallMarker::ms_isTracing{false};
+
 void CallMarker::begin() {
     if (Tracer* const tracer = Tracer::GetInstance())
-        tracer->BeginningOfCallIfEnabled(*this);
+        tracer->beginCall(*this);
 }
 
 void CallMarker::end() {
@@ -22,15 +27,12 @@ ThreadTracer* CallMarker::threadTracerFor(TraceMsgType type) const {
     return tracer->threadTracerOf(*this);
 }
 
-void CallMarker::PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const {
+void CallMarker::PrintMsg(TraceMsgType type, const char* format, ...) const {
     ThreadTracer* const threadTracer = m_printed ? threadTracerFor(type) : nullptr;
     if (threadTracer == nullptr)
         return;
     std::va_list arguments;
-    std::va_list again;
     va_start(arguments, format);
-    va_start(again, format);
-    threadTracer->PrintText(type, MessageText(quick, format, arguments, again));
-    va_end(again);
+    threadTracer->PrintText(type, MessageText(format, arguments));
     va_end(arguments);
 }

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "MessageType.h"
-#include "Tracer.h"
 #include "detail/CallSite.h"
-#include "detail/QuickFormat.h"
 
+#include <atomic>
 #include <cstdint>
 #include <string_view>
 
@@ -32,7 +31,7 @@ class ThreadTracer;
 // All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.
 
 #define TRACE_METHOD()                                                                                       \
-    KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::CallSite::Signature())
+    KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::kf::detail::CallSite::Signature())
 #define TRACE_FUNCTION(name) KF_CALL_MARKER_(nullptr, "" name)
 #define TRACE_CONSTRUCTOR(className) KF_CALL_MARKER_(this, "" className, className "::constructor", true)
 #define TRACE_COPY_CONSTRUCTOR(className)                                                                    \
@@ -42,10 +41,8 @@ class ThreadTracer;
 #define TRACE_MESSAGE(type, ...)                                                                             \
     do {                                                                                                     \
         KF_SHADOWING_ALLOWED_(const ::TraceMsgType kfTraceType_ = (type);)                                   \
-        if (kfCallMarker_.isMessageWritten(kfTraceType_)) {                                                  \
-            KF_SHADOWING_ALLOWED_(static constexpr ::QuickFormat kfFormat_(KF_FORMAT_OF_(__VA_ARGS__, 0));)  \
-            kfCallMarker_.PrintMsg(kfTraceType_, kfFormat_, __VA_ARGS__);                                    \
-        }                                                                                                    \
+        if (kfCallMarker_.isMessageWritten(kfTraceType_))                                                    \
+            kfCallMarker_.PrintMsg(kfTraceType_, __VA_ARGS__);                                               \
     } while (false)
 
 #define TRACE_STREAM(type) ::TraceStream((type), kfCallMarker_)
@@ -55,7 +52,7 @@ class ThreadTracer;
     _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                            \
         declaration _Pragma("GCC diagnostic pop")
 #define KF_CALL_MARKER_(object, ...)                                                                         \
-    KF_SHADOWING_ALLOWED_(static ::CallSite kfCallSite_(__VA_ARGS__);                                        \
+    KF_SHADOWING_ALLOWED_(static ::kf::detail::CallSite kfCallSite_(__VA_ARGS__);                            \
                           ::CallMarker kfCallMarker_(kfCallSite_, object);)
 
 /// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
@@ -67,18 +64,19 @@ class ThreadTracer;
 class CallMarker {
 public:
     /// What the macros use.
-    CallMarker(CallSite& site, const void* object) : m_site(site), m_object(object) {
-        if (Tracer::mayBeActive())
+    CallMarker(kf::detail::CallSite& site, const void* object) : m_site(site), m_object(object) {
+        if (ms_isTracing.load(std::memory_order_relaxed))
             begin();
     }
     /// A free function, shown under this name.
-    explicit CallMarker(const char* name) : CallMarker(CallSite::find("", name, false, false), nullptr) {}
+    explicit CallMarker(const char* name)
+        : CallMarker(kf::detail::CallSite::find("", name, false, false), nullptr) {}
     /// A member function: the compiler's signature text, of which Tracer::extractMethodName is shown.
     CallMarker(const char* prettyName, const void* object)
-        : CallMarker(CallSite::find("", prettyName, true, false), object) {}
+        : CallMarker(kf::detail::CallSite::find("", prettyName, true, false), object) {}
     /// A constructor or a destructor, which counts the objects of the class.
     CallMarker(const char* className, const char* methodName, bool isConstructor, const void* object)
-        : CallMarker(CallSite::find(className, methodName, false, isConstructor), object) {}
+        : CallMarker(kf::detail::CallSite::find(className, methodName, false, isConstructor), object) {}
     ~CallMarker() {
         if (m_threadTracer != nullptr)
             end();
@@ -93,30 +91,32 @@ public:
     bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
     /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
     /// thread.
-    /// @param quick  made of the same format
-    void PrintMsg(TraceMsgType type, const QuickFormat& quick, const char* format, ...) const
-        KF_PRINTF_LIKE(4, 5);
+    void PrintMsg(TraceMsgType type, const char* format, ...) const KF_PRINTF_LIKE(3, 4);
 
-    CallSite& getSite() const { return m_site; }
+    kf::detail::CallSite& getSite() const { return m_site; }
     std::string_view getClassName() const { return m_site.getClassName(); }
     std::string_view getMethodName() const { return m_site.getMethodName(); }
     bool isConstructor() const { return m_site.isConstructor(); }
     const void* getObject() const { return m_object; }
     /// True when the entry line was written.
     bool isPrinted() const { return m_printed; }
-    /// The thread tracer that took the call in, or null. It is never followed: the thread may have ended its
-    /// trace since, and another thread tracer may have its memory. Its number tells.
+    /// The thread tracer that took the call in, or null. Never dereferenced: the thread may have ended its trace since,
+    /// and another thread tracer may have the same address. Its number is compared instead.
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
     std::uint64_t getThreadTracerNumber() const { return m_threadTracerNumber; }
 
 private:
     friend class ThreadTracer;
+    friend class Tracer;
+
+    // The switch: a tracer is registered and enabled. Kept by the tracer.
+    static std::atomic<bool> ms_isTracing;
 
     void begin();
     void end();
     ThreadTracer* threadTracerFor(TraceMsgType type) const;
 
-    CallSite& m_site;
+    kf::detail::CallSite& m_site;
     const void* m_object;
     ThreadTracer* m_threadTracer = nullptr;
     std::uint64_t m_threadTracerNumber = 0;

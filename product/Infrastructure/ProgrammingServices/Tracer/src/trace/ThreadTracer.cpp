@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cstdio>
 
+using namespace kf::detail;
+
 namespace {
 
 constexpr std::string_view EXIT_MARK = "<- ";
@@ -94,11 +96,9 @@ void ThreadTracer::adoptCurrentThread(std::string_view threadName) {
 void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     if (!m_enabled)
         return;
-    const int count = marker.getSite().hasClassName() ? m_tracer.UpdateObjectCount(marker) : 0;
-    marker.m_threadTracer = this;
-    marker.m_threadTracerNumber = m_number;
-    marker.m_printed = m_tracer.isPrinted(marker.getSite());
-    if (marker.isPrinted()) {
+    const int count = m_tracer.UpdateObjectCount(marker);
+    const bool isPrinted = m_tracer.isPrinted(marker.getSite());
+    if (isPrinted) {
         const std::string_view name = marker.getMethodName();
         beginLine(name.size());
         PrintObjectCountAndAddress(marker, count);
@@ -108,7 +108,7 @@ void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     }
     if (m_callStack.isFull() && !m_tracer.isReporting())
         m_callStack.grow();
-    m_callStack.push(marker.getSite(), marker.isPrinted());
+    takeIn(marker, isPrinted);
 }
 
 void ThreadTracer::EndOfCall(CallMarker& marker) {

@@ -2,6 +2,7 @@
 
 #include "CallMarker.h"
 #include "MessageType.h"
+#include "Tracer.h"
 #include "detail/CallStack.h"
 #include "detail/LineWriter.h"
 #include "detail/TimeStamp.h"
@@ -11,8 +12,9 @@
 #include <string>
 #include <string_view>
 
+namespace kf::detail {
 class MessageText;
-class Tracer;
+} // namespace kf::detail
 
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
 /// Owned by the tracer's registry, in which it is an element of a list.
@@ -41,34 +43,30 @@ public:
 
     /// A disabled thread takes in no calls and writes no exits.
     void setEnabled(bool enabled) { m_enabled = enabled; }
+    bool isEnabled() const { return m_enabled; }
 
     /// The tracer's lock is held for these two.
     void BeginningOfCall(CallMarker& marker);
     void EndOfCall(CallMarker& marker);
-    /// The same without the lock, as far as no line is to be written and nothing else is in the way: true
-    /// when that was all.
-    /// @param filters  the state of the tracer's filters
-    bool BeginningOfHiddenCall(CallMarker& marker, std::uint32_t filters) {
-        if (!m_enabled)
-            return true;
-        CallSite& site = marker.getSite();
-        if (site.getVerdict(filters) != 0 || site.hasClassName() || m_callStack.isFull())
-            return false;
+    /// Makes the call one of the living calls. No lock is needed where hasRoomForCall().
+    void takeIn(CallMarker& marker, bool isPrinted) {
         marker.m_threadTracer = this;
         marker.m_threadTracerNumber = m_number;
-        m_callStack.push(site, false);
-        return true;
+        marker.m_printed = isPrinted;
+        m_callStack.push(marker.getSite(), isPrinted);
     }
+    bool hasRoomForCall() const { return !m_callStack.isFull(); }
+    /// EndOfCall without the lock, for a call that leaves no exit line; false where it does.
     bool EndOfCallWithoutLine(const CallMarker& marker) {
         if (writesExitOf(marker))
             return false;
         m_callStack.pop();
         return true;
     }
-    /// Writes one message at the current depth. A text of more than 20000 characters is cut and marked "
-    /// ...".
+    /// Writes one message at the current depth. A text of more than 20000 characters is cut, and marked by " ..." at its
+    /// end.
     void PrintMsg(TraceMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
-    void PrintText(TraceMsgType type, const MessageText& text);
+    void PrintText(TraceMsgType type, const kf::detail::MessageText& text);
     /// Writes the stack, innermost call first; nothing when it is empty. The tracer's lock is held.
     void PrintStack();
 
@@ -91,9 +89,9 @@ private:
     std::uint64_t m_key = 0;
     std::unique_ptr<ThreadTracer> m_next;
     bool m_enabled = true;
-    LineWriter m_line; // the line in progress
+    kf::detail::LineWriter m_line; // the line in progress
     std::string m_threadName;
     std::string m_threadColumn; // with the id of the thread that made this object, the traced one
-    CallStack m_callStack;
-    TimeStamp m_timeStamp;
+    kf::detail::CallStack m_callStack;
+    kf::detail::TimeStamp m_timeStamp;
 };

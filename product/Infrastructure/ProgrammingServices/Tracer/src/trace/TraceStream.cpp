@@ -2,10 +2,11 @@
 
 #include "detail/ArgumentlessFormat.h"
 
+using namespace kf::detail;
+
 TraceStream::TraceStream(TraceMsgType type, CallMarker& marker) : m_type(type), m_marker(marker) {}
 
 TraceStream::~TraceStream() {
-    static constexpr QuickFormat AS_IT_STANDS("%s");
     if (m_marker.isMessageWritten(m_type))
-        m_marker.PrintMsg(m_type, AS_IT_STANDS, "%s", formatWithoutArguments(str()).c_str());
+        m_marker.PrintMsg(m_type, "%s", formatWithoutArguments(str()).c_str());
 }

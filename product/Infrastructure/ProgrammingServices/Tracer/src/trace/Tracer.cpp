@@ -6,6 +6,7 @@
 #include "ThreadTracer.h"
 #include "TracerConfigFileParser.h"
 #include "TracerFlushThread.h"
+#include "detail/FileRing.h"
 #include "detail/LineWriter.h"
 #include "detail/NamePattern.h"
 #include "detail/ThreadId.h"
@@ -15,13 +16,15 @@
 #include <cstdio>
 #include <cstdlib>
 
+using namespace kf::detail;
+
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Tracer/src/Tracer";
 
 std::atomic<Tracer*> Tracer::m_Instance{nullptr};
 
 namespace {
 
-std::uint32_t newFilters() {
+std::uint32_t newFilterGeneration() {
     static std::atomic<std::uint32_t> last{0};
     return ++last & 0x7FFFFFFF;
 }
@@ -31,17 +34,16 @@ std::uint64_t newTracerNumber() {
     return ++last;
 }
 
-/// The calling thread's tracer as it was last found in the registry of the tracer with this number. Only the
-/// thread itself changes its entry, so the two agree as long as that tracer lives.
+/// Caches the calling thread's entry in the registry of the tracer with this number. Only the thread itself changes
+/// its entry, so the cache is valid as long as that tracer lives.
 struct ThreadSlot {
     std::uint64_t tracerNumber = 0;
     ThreadTracer* threadTracer = nullptr;
-    // The state of the filters that did not permit the thread; 0 when there is none.
-    std::uint32_t refusedBy = 0;
+    std::uint32_t refusedGeneration = 0; // of the filters that did not permit the thread; 0: none
 };
 thread_local ThreadSlot threadSlot;
 
-bool hasTakenIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
+bool tookIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
     return threadTracer != nullptr && threadTracer->getNumber() == marker.getThreadTracerNumber();
 }
 
@@ -49,12 +51,14 @@ bool hasTakenIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
 
 // The first file of a run is emptied, whatever an earlier run has left there.
 Tracer::Tracer()
-    : m_filters(newFilters()), m_number(newTracerNumber()), m_ring("Tracer", true),
+    : m_filterGeneration(newFilterGeneration()), m_number(newTracerNumber()),
+      m_ring(std::make_unique<FileRing>("Tracer", true)),
       m_spareThreadTracer(std::make_unique<ThreadTracer>(*this, "")) {}
 
 Tracer::~Tracer() {
     Tracer* self = this;
     m_Instance.compare_exchange_strong(self, nullptr);
+    updateSwitch();
     m_flushThread.reset();
     while (m_threadTracers != nullptr) // one by one: each owns the next
         m_threadTracers = std::move(m_threadTracers->next());
@@ -62,7 +66,8 @@ Tracer::~Tracer() {
 
 void Tracer::SetInstance(Tracer* pTheTracer) {
     KF_REQUIRE(pTheTracer != NULL, 106);
-    m_Instance.store(pTheTracer, std::memory_order_release);
+    m_Instance.store(pTheTracer);
+    updateSwitch();
     KF_ENSURE(m_Instance != NULL, 108);
 }
 
@@ -76,7 +81,7 @@ void Tracer::ReadConfigFile(const char* fileName) {
         const Lock lock(*this);
         if (!m_enabled)
             return;
-        hasFileName = !m_ring.getBaseFileName().empty();
+        hasFileName = !m_ring->getBaseFileName().empty();
         directWrite = m_directWrite;
     }
     if (!hasFileName) {
@@ -102,29 +107,50 @@ void Tracer::FinishBeforeExit() {
 
 bool Tracer::hasFileName() {
     const Lock lock(*this);
-    return !m_ring.getBaseFileName().empty();
+    return !m_ring->getBaseFileName().empty();
 }
 
 void Tracer::SetFolderName(std::string folderName) {
     const Lock lock(*this);
-    m_ring.setFolderName(std::move(folderName));
+    m_ring->setFolderName(std::move(folderName));
 }
 
 void Tracer::SetFileName(std::string name) {
     const Lock lock(*this);
-    if (m_ring.setBaseName(name))
+    if (m_ring->setBaseName(name))
         UpdateFileName();
 }
 
 void Tracer::UpdateFileName() {
     const Lock lock(*this);
-    m_ring.nameCurrentFile();
-    m_ring.truncateOnNextOpen();
+    m_ring->nameCurrentFile();
+    m_ring->truncateOnNextOpen();
 }
 
 void Tracer::setEnabled(bool enabled) {
     const Lock lock(*this);
-    m_enabled.store(enabled, std::memory_order_relaxed);
+    storeEnabled(enabled);
+}
+
+void Tracer::storeEnabled(bool enabled) {
+    m_enabled.store(enabled);
+    if (m_Instance.load() == this)
+        updateSwitch();
+}
+
+/// Sets the call markers' switch. Two threads may do so at once, for different reasons: each looks again behind its own
+/// store, so the last one to store has seen both reasons. This holds because all of these accesses are sequentially
+/// consistent.
+void Tracer::updateSwitch() {
+    const auto isTracing = [] {
+        const Tracer* const tracer = m_Instance.load();
+        return tracer != nullptr && tracer->m_enabled.load();
+    };
+    bool stored = false;
+    do {
+        stored = isTracing();
+        CallMarker::ms_isTracing.store(stored);
+    } while (stored != isTracing());
 }
 
 void Tracer::setDirectWrite(bool directWrite) {
@@ -139,12 +165,12 @@ void Tracer::setPrintTime(bool on) {
 
 void Tracer::setMaximumFiles(std::int32_t files) {
     const Lock lock(*this);
-    m_ring.setMaximumFiles(files);
+    m_ring->setMaximumFiles(files);
 }
 
 void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
     const Lock lock(*this);
-    m_ring.setMaximumLinesPerFile(lines);
+    m_ring->setMaximumLinesPerFile(lines);
 }
 
 // ---- filters
@@ -174,7 +200,7 @@ void Tracer::TraceTheThread(const char* threadName) {
     KF_REQUIRE(!strThreadName.empty(), 162);
     const Lock lock(*this);
     appendPattern(m_permittedThreads, strThreadName);
-    m_filters.store(newFilters(), std::memory_order_relaxed);
+    m_filterGeneration.store(newFilterGeneration(), std::memory_order_relaxed);
 }
 
 void Tracer::TraceTheCall(const char* className) {
@@ -184,7 +210,7 @@ void Tracer::TraceTheCall(const char* className) {
     const Lock lock(*this);
     const bool forbidden = !strClassName.empty() && strClassName.front() == '-';
     appendPattern(forbidden ? m_forbiddenCalls : m_permittedCalls, strClassName);
-    m_filters.store(newFilters(), std::memory_order_relaxed);
+    m_filterGeneration.store(newFilterGeneration(), std::memory_order_relaxed);
 }
 
 bool Tracer::isThreadPermittedToPrint(std::string_view name) {
@@ -205,13 +231,13 @@ bool Tracer::isCallForbiddenToPrint(std::string_view name) {
 }
 
 bool Tracer::isPrinted(CallSite& site) {
-    const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
-    const int verdict = site.getVerdict(filters);
-    if (verdict >= 0)
-        return verdict != 0;
+    const std::uint32_t generation = m_filterGeneration.load(std::memory_order_relaxed);
+    const CallSite::Verdict verdict = site.getVerdict(generation);
+    if (verdict != CallSite::Verdict::Unknown)
+        return verdict == CallSite::Verdict::Printed;
     const bool printed =
         !isCallForbiddenToPrint(site.getMethodName()) && isCallPermittedToPrint(site.getMethodName());
-    site.keepVerdict(filters, printed);
+    site.keepVerdict(generation, printed);
     return printed;
 }
 
@@ -291,25 +317,28 @@ void Tracer::switchThread(bool on) {
         threadTracer->setEnabled(on);
 }
 
+// The fast half: without the lock, as long as there is no line to write and nothing to count, and the thread is known.
+void Tracer::beginCall(CallMarker& marker) {
+    if (threadSlot.tracerNumber == m_number) {
+        const std::uint32_t generation = m_filterGeneration.load(std::memory_order_relaxed);
+        ThreadTracer* const threadTracer = threadSlot.threadTracer;
+        const CallSite& site = marker.getSite();
+        if (threadTracer == nullptr ? threadSlot.refusedGeneration == generation : !threadTracer->isEnabled())
+            return;
+        if (threadTracer != nullptr && threadTracer->hasRoomForCall() && !site.hasClassName() &&
+            site.getVerdict(generation) == CallSite::Verdict::Hidden) {
+            threadTracer->takeIn(marker, false);
+            return;
+        }
+    }
+    BeginningOfCall(marker);
+}
+
+// The slow half: everything else.
 void Tracer::BeginningOfCall(CallMarker& marker) {
     const Lock lock(*this);
-    beginCall(marker);
-}
-
-void Tracer::BeginningOfCallIfEnabled(CallMarker& marker) {
-    if (threadSlot.tracerNumber == m_number) {
-        const std::uint32_t filters = m_filters.load(std::memory_order_relaxed);
-        if (threadSlot.threadTracer == nullptr
-                ? threadSlot.refusedBy == filters
-                : threadSlot.threadTracer->BeginningOfHiddenCall(marker, filters))
-            return;
-    }
-    const Lock lock(*this);
-    if (m_enabled.load(std::memory_order_relaxed))
-        beginCall(marker);
-}
-
-void Tracer::beginCall(CallMarker& marker) {
+    if (!m_enabled.load(std::memory_order_relaxed))
+        return;
     ThreadTracer* threadTracer = registeredThreadTracer();
     if (threadTracer == nullptr) {
         char name[32];
@@ -320,33 +349,33 @@ void Tracer::beginCall(CallMarker& marker) {
     if (threadTracer != nullptr)
         threadTracer->BeginningOfCall(marker);
     else
-        threadSlot.refusedBy = m_filters.load(std::memory_order_relaxed);
+        threadSlot.refusedGeneration = m_filterGeneration.load(std::memory_order_relaxed);
 }
 
 void Tracer::EndOfCall(CallMarker& marker) {
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
-    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker) &&
+    if (threadSlot.tracerNumber == m_number && tookIn(threadSlot.threadTracer, marker) &&
         threadSlot.threadTracer->EndOfCallWithoutLine(marker))
         return;
     const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    if (hasTakenIn(threadTracer, marker))
+    if (tookIn(threadTracer, marker))
         threadTracer->EndOfCall(marker);
 }
 
 ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {
     if (marker.getThreadTracer() == nullptr || !m_enabled.load(std::memory_order_relaxed))
         return nullptr;
-    if (threadSlot.tracerNumber == m_number && hasTakenIn(threadSlot.threadTracer, marker))
+    if (threadSlot.tracerNumber == m_number && tookIn(threadSlot.threadTracer, marker))
         return threadSlot.threadTracer;
     const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return nullptr;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    return hasTakenIn(threadTracer, marker) ? threadTracer : nullptr;
+    return tookIn(threadTracer, marker) ? threadTracer : nullptr;
 }
 
 int Tracer::UpdateObjectCount(const CallMarker& marker) {
@@ -364,26 +393,44 @@ int Tracer::UpdateObjectCount(const CallMarker& marker) {
 
 // ---- output
 
+namespace {
+
+// A crash report's lines are built here: by then nothing may allocate.
+char reportLine[64 * 1024];
+
+} // namespace
+
+char* Tracer::beginLine(std::size_t room) {
+    return isReporting() && room <= sizeof reportLine ? reportLine : m_ring->beginLine(room);
+}
+
+void Tracer::endLine(const char* end) {
+    if (isReporting() && end >= reportLine && end <= reportLine + sizeof reportLine)
+        m_ring->writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
+    else if (m_ring->endLine(end) && writesAtOnce())
+        WriteOnFile();
+}
+
 void Tracer::PrintString(std::string_view line) {
     const Lock lock(*this);
     if (isReporting())
-        m_ring.writeNow(line);
-    else if (m_ring.put(line) && writesAtOnce())
+        m_ring->writeNow(line);
+    else if (m_ring->put(line) && writesAtOnce())
         WriteOnFile();
 }
 
 void Tracer::WriteOnFile() {
     // Unlike the logger's, this lock is released whatever the drain meets.
     const Lock lock(*this);
-    m_ring.drain();
+    m_ring->drain();
 }
 
 void Tracer::FinishTracing() {
     const Lock lock(*this);
-    m_enabled.store(false, std::memory_order_relaxed);
+    storeEnabled(false);
     if (!m_directWrite)
-        m_ring.drainAll([this] { WriteOnFile(); });
-    // One more drain could empty the file that the last one has gone on to.
+        m_ring->drainAll([this] { WriteOnFile(); });
+    // The last drain may have begun a file, which another drain would empty.
     if (m_flushThread != nullptr)
         m_flushThread->silence();
     m_isFlushThreadSilent = m_flushThread != nullptr;
@@ -423,9 +470,6 @@ namespace {
 
 constexpr int REPORT_LOCK_MILLISECONDS = 1000;
 
-// For a line of the report: the memory is there, whatever has become of the rest.
-char reportLine[64 * 1024];
-
 } // namespace
 
 bool Tracer::goesWithoutLock() const {
@@ -440,7 +484,7 @@ void Tracer::BeginReport() {
         m_flushThread->silence();
     TimeStamp::keepTimeZone();
     m_directWrite = true;
-    m_ring.beginReport();
+    m_ring->beginReport();
     m_isReporting = true;
 }
 
@@ -450,16 +494,4 @@ void Tracer::EndReport() {
         return;
     m_threadWithoutLock = 0;
     m_lock.release();
-}
-
-char* Tracer::beginReportLine(std::size_t room) {
-    return room <= sizeof reportLine ? reportLine : m_ring.beginLine(room);
-}
-
-/// False when the line was too long for it, and stands in the queue.
-bool Tracer::endReportLine(const char* end) {
-    if (end < reportLine || end > reportLine + sizeof reportLine)
-        return false;
-    m_ring.writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
-    return true;
 }

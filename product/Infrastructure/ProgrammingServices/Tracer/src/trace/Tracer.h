@@ -3,7 +3,6 @@
 #include "KFMutex.h"
 #include "MessageType.h"
 #include "ThreadAnnotations.h"
-#include "detail/FileRing.h"
 
 #include <atomic>
 #include <cstdint>
@@ -14,9 +13,12 @@
 #include <vector>
 
 class CallMarker;
-class CallSite;
 class ThreadTracer;
 class TracerFlushThread;
+namespace kf::detail {
+class CallSite;
+class FileRing;
+} // namespace kf::detail
 
 /// Records, per thread, every traced call's entry and exit and the messages issued inside calls, as an
 /// indented call tree in a ring of text files. One object, reached through GetInstance(); start-up creates
@@ -45,7 +47,7 @@ public:
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->isEnabled();
     }
-    /// The same without the lock, for who takes it anyway when the answer is yes, and then asks again.
+    /// As isActive() without the lock; the caller locks and checks again.
     static bool mayBeActive() {
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->m_enabled.load(std::memory_order_relaxed);
@@ -105,7 +107,7 @@ public:
     /// A forbidden call is hidden even when it is permitted.
     bool isCallForbiddenToPrint(std::string_view name);
     /// Both of these for a call site, which keeps the answer until the filters change.
-    bool isPrinted(CallSite& site);
+    bool isPrinted(kf::detail::CallSite& site);
     /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
     static std::string extractMethodName(const char* prettyName);
 
@@ -121,10 +123,10 @@ public:
     void Enable();
     void Disable();
 
-    /// A call begins on the calling thread.
+    /// A call begins on the calling thread. Nothing happens while the tracer is disabled. Takes the lock.
     void BeginningOfCall(CallMarker& marker);
-    /// The same, called by the marker itself. A call that the filters hide does not take the lock.
-    void BeginningOfCallIfEnabled(CallMarker& marker);
+    /// The same, called by the marker itself: a call that leaves no line is dealt with here, without the lock.
+    void beginCall(CallMarker& marker);
     /// A call that this tracer took in ends; nothing happens while the tracer is disabled, nor when the
     /// thread has ended its trace. Called by the marker itself; takes the lock only to write an exit line.
     void EndOfCall(CallMarker& marker);
@@ -191,22 +193,13 @@ public:
     void lockIsHeld() const KF_ASSERT_CAPABILITY(m_lock) {}
     /// A line that is put together in its place in the queue: at most `room` bytes, none of them NUL. The
     /// caller keeps the lock from the beginning to the end of the line.
-    char* beginLine(std::size_t room) KF_REQUIRES(m_lock) {
-        return isReporting() ? beginReportLine(room) : m_ring.beginLine(room);
-    }
-    void endLine(const char* end) KF_REQUIRES(m_lock) {
-        if (isReporting() && endReportLine(end))
-            return;
-        if (m_ring.endLine(end) && writesAtOnce())
-            WriteOnFile();
-    }
+    char* beginLine(std::size_t room) KF_REQUIRES(m_lock);
+    void endLine(const char* end) KF_REQUIRES(m_lock);
     /// Where lines go. The caller holds the lock.
-    const FileRing& getFileRing() const KF_REQUIRES(m_lock) { return m_ring; }
+    const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
 
 private:
     bool goesWithoutLock() const;
-    char* beginReportLine(std::size_t room) KF_REQUIRES(m_lock);
-    bool endReportLine(const char* end) KF_REQUIRES(m_lock);
     ThreadTracer* findThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
@@ -214,34 +207,35 @@ private:
     bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
-    void beginCall(CallMarker& marker) KF_REQUIRES(m_lock);
+    void storeEnabled(bool enabled);
+    static void updateSwitch();
 
     static std::atomic<Tracer*> m_Instance;
 
-    // Read without the lock by threads that build a line.
+    // Atomics, since threads that build a line read them without the lock.
     std::atomic<bool> m_barIndentation{false};
     std::atomic<bool> m_indentHiddenCalls{false};
     std::atomic<bool> m_printExits{false};
     std::atomic<bool> m_printTime{false};
     std::atomic<bool> m_printObjectCountAndAddress{false};
     std::atomic<std::uint32_t> m_levelMask{0};
-    // The state of the filters, a number that no tracer uses twice: what call sites keep their verdict for.
-    std::atomic<std::uint32_t> m_filters;
-    // Told apart by their numbers, tracers may follow one another at one address.
+    // Call sites cache their verdict under this number, which no tracer uses twice.
+    std::atomic<std::uint32_t> m_filterGeneration;
+    // Identifies the tracer: another one may follow at the same address.
     const std::uint64_t m_number;
-    // Written under the lock. A first look may do without it: nobody needs the lock to learn that it is off.
+    // Written under the lock; read without it, since nobody needs the lock to learn that the tracer is off.
     std::atomic<bool> m_enabled{false};
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
-    FileRing m_ring KF_GUARDED_BY(m_lock);
+    const std::unique_ptr<kf::detail::FileRing> m_ring KF_PT_GUARDED_BY(m_lock);
     std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedCalls KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_forbiddenCalls KF_GUARDED_BY(m_lock);
-    // In ascending order of their threads' keys. A list, because a crash handler may read it in the middle of
-    // any change, and add to it without memory of its own.
+    // In ascending order of their threads' keys. A list, because a crash handler may read it in the middle of any
+    // change, and adds to it without allocating.
     std::unique_ptr<ThreadTracer> m_threadTracers KF_GUARDED_BY(m_lock);
     std::unique_ptr<ThreadTracer> m_spareThreadTracer KF_GUARDED_BY(m_lock); // of a crash handler's thread
     std::unique_ptr<TracerFlushThread> m_flushThread;

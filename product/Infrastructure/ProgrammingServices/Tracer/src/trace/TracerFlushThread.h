@@ -4,7 +4,7 @@
 
 /// Writes the trace's queued lines once a second. Reaches the tracer through Tracer::GetInstance, so that a
 /// tracer that is being replaced is let go.
-class TracerFlushThread : public FlushThread {
+class TracerFlushThread : public kf::detail::FlushThread {
 public:
     ~TracerFlushThread() override;
 

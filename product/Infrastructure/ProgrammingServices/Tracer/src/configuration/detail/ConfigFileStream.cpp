@@ -7,6 +7,8 @@
 #include <cstring>
 #include <unistd.h>
 
+namespace kf::detail {
+
 ConfigFileStream::ConfigFileStream(const char* kind, const char* fileName) {
     const char* const name = fileName != nullptr ? fileName : "";
     std::string refusal;
@@ -30,3 +32,5 @@ void ConfigFileStream::readLine(char* buffer, int& count, int maximum) {
     std::memcpy(buffer, begin, length);
     count = static_cast<int>(length);
 }
+
+} // namespace kf::detail

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string>
 
+namespace kf::detail {
+
 /// A configuration file as both languages read it: line by line.
 class ConfigFileStream {
 public:
@@ -19,3 +21,5 @@ private:
     std::string m_text;
     std::size_t m_next = 0;
 };
+
+} // namespace kf::detail

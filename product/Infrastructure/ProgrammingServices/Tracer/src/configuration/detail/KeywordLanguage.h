@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+namespace kf::detail {
+
 // The line-oriented language of the trace and of the log configuration file. Both have the same words and the
 // same grammar; they differ in their statements:
 //
@@ -35,6 +37,7 @@ struct KeywordLanguage {
     std::size_t statementCount;
     const KeywordLevel* levels;
     std::size_t levelCount;
+    const char* name = ""; // that of its files in messages: "tracer" or "log"
 };
 
 /// A word of the text.
@@ -62,3 +65,5 @@ struct KeywordArguments {
     std::int32_t number = 0;
     std::uint32_t levels = 0;
 };
+
+} // namespace kf::detail

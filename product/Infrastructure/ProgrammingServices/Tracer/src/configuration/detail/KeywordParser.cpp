@@ -1,5 +1,7 @@
 #include "detail/KeywordParser.h"
 
+namespace kf::detail {
+
 namespace {
 
 // Whether a statement of this kind may have one more argument like this.
@@ -65,3 +67,5 @@ KeywordParser::Outcome KeywordParser::parseStatement(int statement) {
     execute(statement, arguments);
     return Outcome::Complete;
 }
+
+} // namespace kf::detail

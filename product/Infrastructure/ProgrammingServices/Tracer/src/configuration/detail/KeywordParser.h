@@ -2,6 +2,8 @@
 
 #include "detail/KeywordLanguage.h"
 
+namespace kf::detail {
+
 /// Makes statements of the words of a configuration text and has them executed one by one, each as soon as
 /// its line is complete. A subclass supplies the words and says what the statements do.
 class KeywordParser {
@@ -24,6 +26,8 @@ protected:
     /// Executes a statement, given by its index in its table. Never called with too few arguments.
     virtual void execute(int statement, const KeywordArguments& arguments) = 0;
 
+    const KeywordLanguage& getLanguage() const { return m_language; }
+
 private:
     enum class Outcome { Complete, EndOfFile, Wrong };
 
@@ -31,3 +35,5 @@ private:
 
     const KeywordLanguage& m_language;
 };
+
+} // namespace kf::detail

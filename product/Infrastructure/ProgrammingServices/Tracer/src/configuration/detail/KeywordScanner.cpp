@@ -4,6 +4,8 @@
 #include <array>
 #include <limits>
 
+namespace kf::detail {
+
 namespace {
 
 // Letters of the language are ASCII, whatever the locale says.
@@ -53,6 +55,13 @@ KeywordToken KeywordScanner::scan() {
     if (const std::size_t filler = fillerLength())
         return token(KeywordToken::Filler, filler);
     return scanWord();
+}
+
+KeywordToken KeywordScanner::getToken() {
+    KeywordToken token = scan();
+    while (token.kind == KeywordToken::Filler)
+        token = scan();
+    return token;
 }
 
 bool KeywordScanner::readLine() {
@@ -147,3 +156,5 @@ KeywordToken KeywordScanner::scanWord() {
         m_mode = m_language.statements[value].argument;
     return token(kind, std::max<std::size_t>(length, 1), value);
 }
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include "detail/KeywordLanguage.h"
 
+namespace kf::detail {
+
 /// Makes words of a configuration text. A subclass supplies the text.
 ///
 /// The longest word wins; of two equally long ones a statement's keyword does, which is recognised
@@ -18,8 +20,11 @@ public:
 
     /// The next word, fillers included; EndOfFile for ever once the text has ended.
     KeywordToken scan();
+    /// The next word that is no filler.
+    KeywordToken getToken();
 
 protected:
+    const KeywordLanguage& getLanguage() const { return m_language; }
     /// Supplies the next piece of the text, usually a line: puts at most `maximum` bytes into the buffer and
     /// their number into `count`, 0 at the end of the text.
     virtual void readMoreData(char* buffer, int& count, int maximum) = 0;
@@ -38,3 +43,5 @@ private:
     int m_line = 0;
     KeywordArgument m_mode = KeywordArgument::None;
 };
+
+} // namespace kf::detail

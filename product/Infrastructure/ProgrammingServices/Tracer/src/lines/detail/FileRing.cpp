@@ -13,6 +13,8 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 
+namespace kf::detail {
+
 namespace {
 
 // "_", an index, ".txt"
@@ -230,7 +232,7 @@ FileRing::Drain FileRing::drainToFile() {
 
 void FileRing::beginReport() {
     m_isReporting = true;
-    m_queue.hurry();
+    m_queue.limitWaits();
     drain();
     if (m_lineCount > 0)
         m_truncateOnNextOpen = false;
@@ -265,9 +267,10 @@ bool FileRing::writeLines(int file, std::size_t& lines) {
     const std::size_t wanted = std::min(lines, static_cast<std::size_t>(room));
     const std::string_view text = m_queue.front(wanted);
     const std::size_t written = writeFully(file, text);
-    const std::uint64_t left = m_queue.left();
+    const std::uint64_t left = m_queue.removedCount();
     m_lineCount += static_cast<std::int32_t>(m_queue.consume(written, wanted));
-    lines -= std::min(lines, static_cast<std::size_t>(m_queue.left() - left)); // some may have come meanwhile
+    lines -= std::min(
+        lines, static_cast<std::size_t>(m_queue.removedCount() - left)); // some may have come meanwhile
     return written == text.size();
 }
 
@@ -323,3 +326,5 @@ void FileRing::tellCannotOpen() const {
     if (writev(STDERR_FILENO, message, sizeof message / sizeof message[0]) < 0)
         return; // nobody hears it
 }
+
+} // namespace kf::detail

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+namespace kf::detail {
+
 /// Where finished lines go: a ring of numbered text files, "<base>_<index>.txt", each with a limited number
 /// of lines, and the queue of the lines that wait for it. The tracer and the logger each have one. Two names
 /// stand for other outputs, which need no queue: "console" is standard output, "msvc" is nowhere.
@@ -92,7 +94,7 @@ public:
 
     /// For the crash handler: writes what waits and lets writeNow() write behind it. From now on nothing here
     /// asks for memory or gives any back, and a drain waits only for a moment for a line that is not finished
-    /// (see LineQueue::hurry).
+    /// (see LineQueue::limitWaits).
     ///
     /// This drain and what is written behind it count as one: a file that it went on to is not emptied. Where the
     /// current file may not grow any more (RLIMIT_FSIZE), they go on in the next one.
@@ -106,13 +108,13 @@ public:
     /// for ever.
     template <typename WriteOnFile>
     void drainAll(WriteOnFile writeOnFile) const {
-        std::uint64_t before = m_queue.left();
+        std::uint64_t before = m_queue.removedCount();
         const std::uint64_t wanted = before + waiting();
-        while (m_queue.left() < wanted) {
+        while (m_queue.removedCount() < wanted) {
             writeOnFile();
-            if (m_queue.left() == before)
+            if (m_queue.removedCount() == before)
                 return;
-            before = m_queue.left();
+            before = m_queue.removedCount();
         }
     }
 
@@ -155,3 +157,5 @@ private:
     std::atomic<bool> m_isDraining{false};
     LineQueue m_queue;
 };
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+namespace kf::detail {
+
 void FlushThread::onTerminate() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_stopped = true;
@@ -18,3 +20,5 @@ bool FlushThread::sleepUnlessStopped() {
     std::unique_lock<std::mutex> lock(m_mutex);
     return !m_wakeUp.wait_for(lock, std::chrono::seconds(1), [this] { return m_stopped.load(); });
 }
+
+} // namespace kf::detail

@@ -6,6 +6,8 @@
 #include <condition_variable>
 #include <mutex>
 
+namespace kf::detail {
+
 /// The body that the tracer's and the logger's flush threads share: flush() once a second, until stop(). It
 /// is nameless, so it does not appear in the trace.
 ///
@@ -33,3 +35,5 @@ private:
     std::atomic<bool> m_stopped{false};
     std::atomic<bool> m_isSilent{false};
 };
+
+} // namespace kf::detail

@@ -5,6 +5,8 @@
 #include <ctime>
 #include <sched.h>
 
+namespace kf::detail {
+
 namespace {
 
 // The first chunk holds what an ordinary second brings; more than that is a burst.
@@ -14,7 +16,7 @@ void sleepAMillisecond() {
     const timespec millisecond = {0, 1000000};
     nanosleep(&millisecond, nullptr);
 }
-constexpr int HURRIED_WAITS = 100;
+constexpr int MAXIMUM_WAITS = 100;
 
 } // namespace
 
@@ -125,11 +127,11 @@ void LineQueue::open(Chunk& chunk) {
 // ---- Writing
 
 bool LineQueue::keepWaiting(int waits) const {
-    if (m_inHurry)
+    if (m_areWaitsLimited)
         sleepAMillisecond();
     else
         sched_yield();
-    return !m_inHurry || waits < HURRIED_WAITS;
+    return !m_areWaitsLimited || waits < MAXIMUM_WAITS;
 }
 
 /// A full chunk's lines end at the first reservation that was void.
@@ -205,7 +207,7 @@ std::string_view LineQueue::front(std::size_t lines) {
     std::size_t end = chunk.written;
     for (std::size_t line = chunk.front; line < last; ++line) {
         await(chunk, line);
-        if (chunk.isForgotten(line))
+        if (chunk.isCancelled(line))
             break;
         end = chunk.offsetBehind(line);
     }
@@ -220,12 +222,12 @@ std::size_t LineQueue::consume(std::size_t bytes, std::size_t lines) {
     chunk.written += bytes;
     const std::size_t last = linesIn(chunk);
     std::size_t completed = 0;
-    for (; chunk.front < last; ++chunk.front, ++m_left) {
+    for (; chunk.front < last; ++chunk.front, ++m_removedCount) {
         const std::uint32_t end = chunk.end(chunk.front).load(std::memory_order_acquire);
         if (end - 1 <= chunk.written &&
             completed < lines) // one that is marked, or not there yet, is no smaller
             ++completed;
-        else if ((end & (UNFINISHED | FORGOTTEN)) == FORGOTTEN)
+        else if ((end & (UNFINISHED | CANCELLED)) == CANCELLED)
             chunk.written = chunk.offsetBehind(chunk.front);
         else
             break;
@@ -306,3 +308,5 @@ std::size_t LineQueue::bytes() const {
             sum += chunk.bytes;
     return sum;
 }
+
+} // namespace kf::detail

@@ -8,6 +8,8 @@
 #include <list>
 #include <string_view>
 
+namespace kf::detail {
+
 /// Finished lines that wait to be written: their bytes one behind the other in a few large chunks, and where
 /// each of them ends. A line brings its own "\n", and may hold others; it never crosses chunks. Waiting costs
 /// a line its bytes and four more.
@@ -35,7 +37,7 @@ public:
         /// To be called when they are all there, and soon: whoever writes the lines waits for it.
         void finish() const { m_end->store(offset(), std::memory_order_release); }
         /// Instead: there is to be no line here. Its bytes are not looked at.
-        void forget() const { m_end->store(offset() | FORGOTTEN, std::memory_order_release); }
+        void cancel() const { m_end->store(offset() | CANCELLED, std::memory_order_release); }
 
     private:
         friend class LineQueue;
@@ -62,7 +64,7 @@ public:
     bool empty() const { return size() == 0; }
     std::size_t size() const;
     /// How many of these have left the queue since the beginning.
-    std::uint64_t left() const { return m_left; }
+    std::uint64_t removedCount() const { return m_removedCount; }
 
     /// A place for a line, with more memory if it takes that.
     /// @param length  in bytes; at most LONGEST_PLACE
@@ -102,7 +104,7 @@ public:
     /// From now on front() waits for a tenth of a second, no longer: for a process that ends in a signal
     /// handler, which may have interrupted the very thread that would finish the line. A line that stays
     /// unfinished becomes question marks.
-    void hurry() { m_inHurry = true; }
+    void limitWaits() { m_areWaitsLimited = true; }
 
     /// Gives memory back, to be called after a drain: what was not needed since the last call goes by halves.
     void trim();
@@ -119,7 +121,7 @@ private:
     // The end of a line: its offset and one more, so that 0 is none. It is marked until the line is finished,
     // and when there is to be none.
     static constexpr std::uint32_t UNFINISHED = std::uint32_t{1} << 31;
-    static constexpr std::uint32_t FORGOTTEN = std::uint32_t{1} << 30;
+    static constexpr std::uint32_t CANCELLED = std::uint32_t{1} << 30;
     static constexpr std::uint32_t VOID_LINE = UINT32_MAX;
     static constexpr std::size_t END_SIZE = sizeof(std::atomic<std::uint32_t>);
     static_assert(END_SIZE == 4 && std::atomic<std::uint32_t>::is_always_lock_free &&
@@ -144,11 +146,11 @@ private:
             return offsetOf(count) + (lineOf(count) + 1) * END_SIZE <= bytes;
         }
         std::size_t offsetBehind(std::size_t line) const {
-            return (end(line).load(std::memory_order_relaxed) & ~(UNFINISHED | FORGOTTEN)) - 1;
+            return (end(line).load(std::memory_order_relaxed) & ~(UNFINISHED | CANCELLED)) - 1;
         }
         /// Of a finished one.
-        bool isForgotten(std::size_t line) const {
-            return (end(line).load(std::memory_order_relaxed) & FORGOTTEN) != 0;
+        bool isCancelled(std::size_t line) const {
+            return (end(line).load(std::memory_order_relaxed) & CANCELLED) != 0;
         }
 
         const std::size_t bytes; // never changes: it decides whether a reservation was good
@@ -199,9 +201,11 @@ private:
     std::list<Chunk> m_chunks;              // of waiting lines; all but the last are closed
     std::list<Chunk> m_spare;
     std::list<Chunk> m_retired; // without memory
-    bool m_inHurry = false;
-    std::uint64_t m_left = 0;
+    bool m_areWaitsLimited = false;
+    std::uint64_t m_removedCount = 0;
     // Since the last trim: the chunks that were begun, and whether the last one was more than the smallest.
     std::size_t m_begun = 0;
     bool m_lastWasNeeded = false;
 };
+
+} // namespace kf::detail

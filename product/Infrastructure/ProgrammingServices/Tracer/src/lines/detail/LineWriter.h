@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+namespace kf::detail {
+
 /// Puts the pieces of a line one behind the other, where room for all of them is known to be.
 class LineWriter {
 public:
@@ -21,3 +23,5 @@ public:
 private:
     char* m_next = nullptr;
 };
+
+} // namespace kf::detail

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace kf::detail {
+
 namespace {
 constexpr char CUT_MARK[] = " ...";
 } // namespace
@@ -47,3 +49,5 @@ void MessageText::formatSlowly(const char* format, std::va_list arguments) {
     }
     va_end(again);
 }
+
+} // namespace kf::detail

@@ -8,6 +8,8 @@
 #include <memory>
 #include <string_view>
 
+namespace kf::detail {
+
 /// The text of a message, formatted with printf's rules, with the limits that trace and log lines share. It
 /// ends at its first NUL byte.
 ///
@@ -40,3 +42,5 @@ private:
     std::unique_ptr<char[]> m_long; // when the short one does not hold the text
     char m_short[STACK_LIMIT + 1];
 };
+
+} // namespace kf::detail

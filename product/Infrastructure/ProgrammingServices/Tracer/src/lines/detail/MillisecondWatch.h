@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace kf::detail {
+
 /// Tells most lines that the wall clock still shows the millisecond that it showed at the last look, by the
 /// ticks of a counter that is cheaper to read: the clock itself would take a quarter of a log line's time.
 ///
@@ -63,3 +65,5 @@ private:
     std::uint64_t m_startDoubt = 0;
     std::int64_t m_startMicroseconds = 0;
 };
+
+} // namespace kf::detail

@@ -6,6 +6,8 @@
 #include <x86intrin.h>
 #endif
 
+namespace kf::detail {
+
 /// A counter of the processor that runs at one rate, whatever the processor does; reading it takes less than
 /// half of what the clock takes. The rate is not known, the value is not ordered with what stands before or
 /// behind it in the program, and different cores may differ: only MillisecondWatch's use of it is sound.
@@ -20,3 +22,5 @@ inline std::uint64_t processorTicks() {
     return 0;
 #endif
 }
+
+} // namespace kf::detail

@@ -5,6 +5,8 @@
 #include <langinfo.h>
 #include <limits>
 
+namespace kf::detail {
+
 namespace {
 
 /// The part of the buffer that is still free. Whoever does not fit sets `full`, and nothing is written any
@@ -244,3 +246,5 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
     }
     return -1;
 }
+
+} // namespace kf::detail

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace kf::detail {
+
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
 /// does, byte for byte, in a fraction of its time. The format is taken apart beforehand; where it is a
 /// literal, the compiler does that.
@@ -161,3 +163,5 @@ private:
 
     Piece m_pieces[MAXIMUM_PIECES];
 };
+
+} // namespace kf::detail

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <sys/time.h>
 
+namespace kf::detail {
+
 namespace {
 
 constexpr std::time_t DAY = 24 * 60 * 60;
@@ -69,3 +71,5 @@ void TimeStamp::beginSecond(std::time_t second) {
     m_second = second;
     m_millisecond = NO_MILLISECOND; // its digits are gone
 }
+
+} // namespace kf::detail

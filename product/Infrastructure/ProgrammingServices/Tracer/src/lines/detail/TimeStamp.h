@@ -8,6 +8,8 @@
 #include <ctime>
 #include <string_view>
 
+namespace kf::detail {
+
 /// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
 /// converting to local time is what costs, and many lines have the same millisecond. A time zone that changes
 /// is noticed with the next second.
@@ -52,3 +54,5 @@ private:
     unsigned int m_millisecond = NO_MILLISECOND;
     char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
 };
+
+} // namespace kf::detail

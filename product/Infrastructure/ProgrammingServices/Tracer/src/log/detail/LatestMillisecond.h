@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdint>
 
+namespace kf::detail {
+
 /// The latest millisecond that any thread stamps lines with. A thread that has reserved the place of a line
 /// learns here whether others, with places before its own, may have gone on to a later one meanwhile: then
 /// its stamp would step back in the file.
@@ -33,3 +35,5 @@ private:
     // Read for every line, so nothing that changes more often may share its cache line.
     alignas(64) std::atomic<std::int64_t> m_latest{INT64_MIN};
 };
+
+} // namespace kf::detail

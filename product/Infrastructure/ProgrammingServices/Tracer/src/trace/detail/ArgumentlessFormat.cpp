@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string_view>
 
+namespace kf::detail {
+
 namespace {
 
 // Longer than any message, so that what is longer is still seen to be.
@@ -176,3 +178,5 @@ std::string formatWithoutArguments(const std::string& format) {
         result.resize(LIMIT);
     return result;
 }
+
+} // namespace kf::detail

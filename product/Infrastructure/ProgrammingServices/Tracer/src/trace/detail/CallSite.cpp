@@ -4,6 +4,8 @@
 #include <mutex>
 #include <string>
 
+namespace kf::detail {
+
 std::string_view CallSite::methodNameIn(std::string_view prettyName) {
     const std::size_t parenthesis = prettyName.find('(');
     if (parenthesis == std::string_view::npos)
@@ -49,3 +51,5 @@ CallSite& CallSite::find(const char* className, const char* text, bool signature
     sites.emplace_back(className, text, signature, isConstructor);
     return sites.back().site;
 }
+
+} // namespace kf::detail

@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <string_view>
 
-/// What does not change between the calls of one traced function: its names, and whether the filters let it
-/// into the trace, which is worked out once and kept until the filters change. Every marker macro has one, a
-/// static that needs no construction at run time.
+namespace kf::detail {
+
+/// What the calls of one traced function have in common: its names, and the filters' verdict on it, which is cached
+/// until the filters change. Every marker macro has one, a static that is initialised at compile time.
 ///
 /// The texts are borrowed for good: string literals and __PRETTY_FUNCTION__ only. Thread: any.
 class CallSite {
@@ -42,14 +43,14 @@ public:
     /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
     static std::string_view methodNameIn(std::string_view prettyName);
 
-    /// The verdict that was kept for this state of the filters (a number, not 0): 1 it is printed, 0 it is
-    /// not, -1 none was kept.
-    int getVerdict(std::uint32_t filters) const {
+    enum class Verdict { Hidden, Printed, Unknown };
+    /// What keepVerdict stored for this generation of the filters (not 0), else Unknown.
+    Verdict getVerdict(std::uint32_t filterGeneration) const {
         const std::uint32_t verdict = m_verdict.load(std::memory_order_relaxed);
-        return verdict >> 1 == filters ? static_cast<int>(verdict & 1) : -1;
+        return verdict >> 1 == filterGeneration ? static_cast<Verdict>(verdict & 1) : Verdict::Unknown;
     }
-    void keepVerdict(std::uint32_t filters, bool printed) {
-        m_verdict.store(filters << 1 | (printed ? 1u : 0u), std::memory_order_relaxed);
+    void keepVerdict(std::uint32_t filterGeneration, bool isPrinted) {
+        m_verdict.store(filterGeneration << 1 | (isPrinted ? 1u : 0u), std::memory_order_relaxed);
     }
 
 private:
@@ -62,5 +63,7 @@ private:
     // Found by the first call, not by the constructor: a static is to need no code before it.
     mutable std::atomic<const char*> m_name{nullptr};
     mutable std::atomic<std::uint32_t> m_length{0};
-    std::atomic<std::uint32_t> m_verdict{0};
+    std::atomic<std::uint32_t> m_verdict{0}; // the generation, and in the lowest bit a Verdict
 };
+
+} // namespace kf::detail

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <memory>
 
+namespace kf::detail {
+
 class CallSite;
 
 /// One thread's living calls, printed or not. It names their sites, not the markers: a call that ends while
@@ -64,3 +66,5 @@ private:
     std::atomic<std::size_t> m_depth{0};
     std::size_t m_printed = 0;
 };
+
+} // namespace kf::detail

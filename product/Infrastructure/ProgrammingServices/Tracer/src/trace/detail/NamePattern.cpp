@@ -1,5 +1,7 @@
 #include "detail/NamePattern.h"
 
+namespace kf::detail {
+
 bool isNameCovered(std::string_view pattern, std::string_view name) {
     if (pattern == "*")
         return true;
@@ -22,3 +24,5 @@ bool isNameHidden(std::string_view pattern, std::string_view name) {
         return name.find(pattern.substr(1, pattern.size() - 2)) != std::string_view::npos;
     return isNameCovered(pattern, name);
 }
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include "KFThread.h"
 
+namespace kf::detail {
+
 namespace {
 
 // pthread_t is a pointer on one host and an integer on another.
@@ -23,3 +25,5 @@ std::uint64_t currentThreadKey() {
 std::int32_t currentThreadNumber() {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(currentThreadKey()));
 }
+
+} // namespace kf::detail

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "detail/KeywordParser.h"
+
+namespace kf::detail {
+
+/// Tells a syntax error in a configuration file of this language on standard error, with its line.
+void tellSyntaxError(const KeywordLanguage& language, int line);
+/// Finishes the trace and ends the process with status 1.
+[[noreturn]] void exitAfterSyntaxError();
+
+/// Reads a configuration file into a tracer or a logger. A syntax error is told on standard error with its line, and
+/// ends the process with status 1.
+/// @tparam Parser   says what the statements of the language do
+/// @tparam Scanner  makes words of a file in that language
+template <typename Parser, typename Scanner>
+class ConfigFileParser : public Parser {
+public:
+    /// @param target  the tracer or the logger: borrowed; null: the file is only checked
+    template <typename Target>
+    ConfigFileParser(const char* fileName, Target* target) : Parser(target), m_scanner(fileName) {}
+
+protected:
+    KeywordToken getToken() override {
+        KeywordToken token = m_scanner.getToken();
+        m_line = token.line;
+        return token;
+    }
+    void signalError(const char* /*message*/) override {
+        tellSyntaxError(this->getLanguage(), m_line);
+        exitAfterSyntaxError();
+    }
+    /// The line of the last word, counted from 1.
+    int getLine() const { return m_line; }
+
+private:
+    Scanner m_scanner;
+    int m_line = 0;
+};
+
+} // namespace kf::detail
