@@ -24,16 +24,16 @@ std::size_t writeAll(LineQueue& queue, std::string& written) {
     return completed;
 }
 
-/// A queue whose memory is there, so that places can be reserved.
+/// A queue whose memory is there, so that slots can be reserved.
 class ReservedPlaces : public testing::Test {
 protected:
     ReservedPlaces() {
         queue.push("first\n");
         queue.consume(queue.front(1).size());
     }
-    static void fill(const LineQueue::Place& place, std::string_view text) {
-        std::memcpy(place.text(), text.data(), text.size());
-        place.finish();
+    static void fill(const LineQueue::Slot& slot, std::string_view text) {
+        std::memcpy(slot.text(), text.data(), text.size());
+        slot.finish();
     }
 
     LineQueue queue;
@@ -186,7 +186,7 @@ TEST(LineQueue, ALongLineAfterShortOnesWereWrittenIsWhole) {
 
 TEST(LineQueue, ALineThatIsLongerThanAnyPlaceLosesNothing) {
     LineQueue queue;
-    const std::string tooLong(LineQueue::LONGEST_PLACE + 10, 'x');
+    const std::string tooLong(LineQueue::LONGEST_SLOT + 10, 'x');
     queue.push(tooLong);
     queue.push("next\n");
     std::string written;
@@ -269,7 +269,7 @@ TEST(LineQueue, ALineThatNoUsualChunkHoldsGetsOneOfItsOwn) {
     }
 }
 
-// ---- places for lines of any thread
+// ---- slots for lines of any thread
 
 TEST(LineQueue, HasNoPlaceBeforeThereIsMemory) {
     LineQueue queue;
@@ -278,8 +278,8 @@ TEST(LineQueue, HasNoPlaceBeforeThereIsMemory) {
 }
 
 TEST_F(ReservedPlaces, KeepTheOrderOfTheReservations) {
-    const LineQueue::Place one = queue.reserve(4);
-    const LineQueue::Place two = queue.reserve(4);
+    const LineQueue::Slot one = queue.reserve(4);
+    const LineQueue::Slot two = queue.reserve(4);
     ASSERT_TRUE(one && two);
     fill(two, "two\n");
     fill(one, "one\n");
@@ -289,7 +289,7 @@ TEST_F(ReservedPlaces, KeepTheOrderOfTheReservations) {
 }
 
 TEST_F(ReservedPlaces, AreWaitedForUntilTheyAreFinished) {
-    const LineQueue::Place one = queue.reserve(4);
+    const LineQueue::Slot one = queue.reserve(4);
     std::atomic<bool> isReading{false};
     std::thread reader([&] {
         isReading = true;
@@ -303,7 +303,7 @@ TEST_F(ReservedPlaces, AreWaitedForUntilTheyAreFinished) {
 
 TEST_F(ReservedPlaces, AnUnfinishedOneDoesNotKeepWhatStandsBeforeIt) {
     queue.push("one\n");
-    const LineQueue::Place two = queue.reserve(4);
+    const LineQueue::Slot two = queue.reserve(4);
     EXPECT_EQ(queue.front(1), "one\n");
     EXPECT_EQ(queue.consume(4), 1U);
     EXPECT_EQ(queue.size(), 1U);
@@ -322,27 +322,27 @@ TEST_F(ReservedPlaces, InAHurryAnUnfinishedOneBecomesQuestionMarks) {
 }
 
 TEST_F(ReservedPlaces, WhatDoesNotFitIsVoidAndSoIsAllThatFollows) {
-    std::size_t places = 0;
-    for (LineQueue::Place place = queue.reserve(1000); place; place = queue.reserve(1000), ++places)
-        fill(place, std::string(999, 'x') + "\n");
-    EXPECT_GT(places, 10U);
+    std::size_t slots = 0;
+    for (LineQueue::Slot slot = queue.reserve(1000); slot; slot = queue.reserve(1000), ++slots)
+        fill(slot, std::string(999, 'x') + "\n");
+    EXPECT_GT(slots, 10U);
     EXPECT_FALSE(queue.reserve(1)) << "it would stand before the line that had to go elsewhere";
-    EXPECT_EQ(queue.size(), places);
-    EXPECT_EQ(queue.front(places + 9).size(), 1000 * places);
+    EXPECT_EQ(queue.size(), slots);
+    EXPECT_EQ(queue.front(slots + 9).size(), 1000 * slots);
     queue.push("elsewhere\n");
-    EXPECT_EQ(queue.size(), places + 1);
+    EXPECT_EQ(queue.size(), slots + 1);
     EXPECT_TRUE(queue.reserve(1));
 }
 
 TEST_F(ReservedPlaces, AreThereAgainWhenAFullChunkWasWritten) {
-    for (LineQueue::Place place = queue.reserve(1000); place; place = queue.reserve(1000))
-        fill(place, std::string(999, 'x') + "\n");
+    for (LineQueue::Slot slot = queue.reserve(1000); slot; slot = queue.reserve(1000))
+        fill(slot, std::string(999, 'x') + "\n");
     std::string written;
     writeAll(queue, written);
     const std::size_t memory = queue.bytes();
-    const LineQueue::Place place = queue.reserve(4);
-    ASSERT_TRUE(place);
-    fill(place, "one\n");
+    const LineQueue::Slot slot = queue.reserve(4);
+    ASSERT_TRUE(slot);
+    fill(slot, "one\n");
     EXPECT_EQ(queue.front(9), "one\n");
     EXPECT_EQ(queue.bytes(), memory);
 }
@@ -351,11 +351,11 @@ TEST_F(ReservedPlaces, ThatAreForgottenLeaveNothing) {
     for (const std::string& order : std::vector<std::string>{"x", "ax", "xa", "xxaxxbxx", "axxxxb"}) {
         std::string lines;
         for (const char kind : order) {
-            const LineQueue::Place place = queue.reserve(2);
+            const LineQueue::Slot slot = queue.reserve(2);
             if (kind == 'x') {
-                place.cancel();
+                slot.cancel();
             } else {
-                fill(place, std::string(1, kind) + "\n");
+                fill(slot, std::string(1, kind) + "\n");
                 lines += std::string(1, kind) + "\n";
             }
         }
@@ -369,8 +369,8 @@ TEST_F(ReservedPlaces, ThatAreForgottenLeaveNothing) {
 }
 
 TEST_F(ReservedPlaces, ThatAreForgottenMayFillAChunk) {
-    while (const LineQueue::Place place = queue.reserve(1000))
-        place.cancel();
+    while (const LineQueue::Slot slot = queue.reserve(1000))
+        slot.cancel();
     queue.push("behind\n");
     std::string written;
     EXPECT_EQ(writeAll(queue, written), 1U);
@@ -390,23 +390,23 @@ TEST_F(ReservedPlaces, ThatAreForgottenInTheMiddleOfAWrittenLineLoseNothing) {
 }
 
 TEST_F(ReservedPlaces, LieInClearedMemory) {
-    // Until its end is there, a reserved line is told by the 0 in its place, be it among former lines' texts.
+    // Until its end is there, a reserved line is told by the 0 where its end will be, be it among former lines' texts.
     const std::string longLine(500, 'x');
     for (int chunk = 0; chunk < 3; ++chunk) {
-        while (LineQueue::Place place = queue.reserve(longLine.size()))
-            fill(place, longLine);
+        while (LineQueue::Slot slot = queue.reserve(longLine.size()))
+            fill(slot, longLine);
         queue.push(longLine); // in the next chunk
     }
     std::string written;
     writeAll(queue, written);
     for (std::size_t line = 0; line < 3 * 64 * 1024 / longLine.size(); ++line) {
-        LineQueue::Place place = queue.reserve(longLine.size());
-        if (!place) {
+        LineQueue::Slot slot = queue.reserve(longLine.size());
+        if (!slot) {
             queue.push(longLine);
             continue;
         }
-        ASSERT_EQ(std::string(place.text(), longLine.size()), std::string(longLine.size(), '\0')) << line;
-        fill(place, longLine);
+        ASSERT_EQ(std::string(slot.text(), longLine.size()), std::string(longLine.size(), '\0')) << line;
+        fill(slot, longLine);
     }
 }
 
@@ -417,9 +417,9 @@ TEST(LineQueue, ManyThreadsAndADrainLoseNoLineAndKeepTheOrderOfEach) {
     std::mutex lock;
     std::atomic<int> running{THREADS};
     const auto put = [&](const std::string& line) {
-        if (const LineQueue::Place place = queue.reserve(line.size())) {
-            std::memcpy(place.text(), line.data(), line.size());
-            place.finish();
+        if (const LineQueue::Slot slot = queue.reserve(line.size())) {
+            std::memcpy(slot.text(), line.data(), line.size());
+            slot.finish();
             return;
         }
         const std::lock_guard<std::mutex> locked(lock);
@@ -477,10 +477,10 @@ TEST_F(ReservedPlaces, ADrainThatIsAlwaysUpToDateMissesNoLine) {
     std::thread writer([this] {
         for (int i = 0; i < LINES; ++i) {
             const std::string line = std::to_string(i) + "\n";
-            LineQueue::Place place = queue.reserve(line.size());
-            while (!place) // the drain makes room
-                place = queue.reserve(line.size());
-            fill(place, line);
+            LineQueue::Slot slot = queue.reserve(line.size());
+            while (!slot) // the drain makes room
+                slot = queue.reserve(line.size());
+            fill(slot, line);
         }
     });
     std::string written;

@@ -395,8 +395,8 @@ TEST_F(LoggerRing, PlacesThatAreForgottenDuringADrainDoNotHoldItUp) {
     std::atomic<bool> isOver(false);
     std::thread forgetful([&] {
         while (!isOver) {
-            if (const LineQueue::Place place = ring.reserve(3))
-                place.cancel();
+            if (const LineQueue::Slot slot = ring.reserve(3))
+                slot.cancel();
         }
     });
     std::string expected = "first\n";

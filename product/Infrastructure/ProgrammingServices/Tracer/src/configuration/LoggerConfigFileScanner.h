@@ -3,7 +3,7 @@
 #include "LoggerScanner.h"
 #include "detail/ConfigFileScanner.h"
 
-/// Makes words of a log configuration file. A file that cannot be opened only warns, and is empty.
+/// The scanner of a log configuration file. A file that cannot be opened only warns, and is empty.
 class LoggerConfigFileScanner : public kf::detail::ConfigFileScanner<LoggerScanner> {
 public:
     using ConfigFileScanner::ConfigFileScanner;

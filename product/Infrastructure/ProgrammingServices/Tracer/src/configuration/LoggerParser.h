@@ -5,7 +5,7 @@
 
 class Logger;
 
-/// What the statements of the log configuration language do. A subclass supplies the words.
+/// Executes the statements of the log configuration language. A subclass supplies the tokens.
 class LoggerParser : public kf::detail::KeywordParser {
 public:
     /// @param theLogger  borrowed; null: the text is only checked

@@ -16,12 +16,12 @@ enum class LoggerStatement {
     SetMsgFilter,
 };
 
-/// The words and statements of the log configuration language.
+/// The keywords and level words of the log configuration language.
 const KeywordLanguage& getLoggerLanguage();
 
 } // namespace kf::detail
 
-/// Makes words of a log configuration. A subclass supplies the text.
+/// The scanner of the log configuration language. A subclass supplies the text.
 class LoggerScanner : public kf::detail::KeywordScanner {
 public:
     LoggerScanner() : KeywordScanner(kf::detail::getLoggerLanguage()) {}

@@ -3,7 +3,7 @@
 #include "TracerScanner.h"
 #include "detail/ConfigFileScanner.h"
 
-/// Makes words of a trace configuration file. A file that cannot be opened only warns, and is empty.
+/// The scanner of a trace configuration file. A file that cannot be opened only warns, and is empty.
 class TracerConfigFileScanner : public kf::detail::ConfigFileScanner<TracerScanner> {
 public:
     using ConfigFileScanner::ConfigFileScanner;

@@ -5,7 +5,7 @@
 
 class Tracer;
 
-/// What the statements of the trace configuration language do. A subclass supplies the words.
+/// Executes the statements of the trace configuration language. A subclass supplies the tokens.
 class TracerParser : public kf::detail::KeywordParser {
 public:
     /// @param theTracer  borrowed; null: the text is only checked

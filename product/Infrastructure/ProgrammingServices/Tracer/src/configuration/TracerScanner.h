@@ -25,12 +25,12 @@ enum class TracerStatement {
     SetBufferFormatChr,
 };
 
-/// The words and statements of the trace configuration language.
+/// The keywords and level words of the trace configuration language.
 const KeywordLanguage& getTracerLanguage();
 
 } // namespace kf::detail
 
-/// Makes words of a trace configuration. A subclass supplies the text.
+/// The scanner of the trace configuration language. A subclass supplies the text.
 class TracerScanner : public kf::detail::KeywordScanner {
 public:
     TracerScanner() : KeywordScanner(kf::detail::getTracerLanguage()) {}

@@ -21,7 +21,7 @@ static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Trac
 
 namespace {
 
-// A thread that logs has a stamp of its own; one for all would be one more thing that they wait for.
+// One for each thread, so that threads do not wait for each other.
 thread_local TimeStamp timeStamp;
 
 LatestMillisecond latestMillisecond;
@@ -48,17 +48,17 @@ void catchUp() {
 /// Reserves a slot of the queue such that the stamps in a file ascend: between the stamp and the reservation, other
 /// threads may have reserved slots for later stamps. Such a slot is cancelled, and the time taken again.
 template <typename Reserve>
-LineQueue::Place reserveInOrder(bool printTime, const Reserve& reserve) {
+LineQueue::Slot reserveInOrder(bool printTime, const Reserve& reserve) {
     if (!printTime)
         return reserve();
     takeTime();
-    LineQueue::Place place = reserve();
-    while (place && latestMillisecond.isBehind(timeStamp.milliseconds())) {
-        place.cancel();
+    LineQueue::Slot slot = reserve();
+    while (slot && latestMillisecond.isBehind(timeStamp.milliseconds())) {
+        slot.cancel();
         catchUp();
-        place = reserve();
+        slot = reserve();
     }
-    return place;
+    return slot;
 }
 
 std::string_view tagOf(LoggerMsgType type) {
@@ -89,7 +89,7 @@ std::string_view tagOf(LoggerMsgType type) {
 
 std::atomic<Logger*> Logger::m_pInstance{nullptr};
 
-// What an earlier run has left is continued, so the first file is not to be emptied.
+// An earlier run's file is continued, not emptied.
 Logger::Logger() : m_ring(std::make_unique<FileRing>("Logger", false)) {}
 
 Logger::~Logger() {
@@ -100,7 +100,7 @@ Logger::~Logger() {
     m_flushThread.reset();
 }
 
-// The flush thread may be waiting for the lock, and can end only when it gets it. It must not keep it then.
+// The flush thread may be waiting for the lock, and ends only after it got it; m_isBeingDestroyed makes it release it.
 void Logger::ReleaseLockLeftHeld() {
     if (!m_lock.tryacquire())
         return; // the flush thread has it
@@ -229,19 +229,19 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
         line.put('\n');
     };
     const auto reserve = [&]() KF_NO_THREAD_SAFETY_ANALYSIS { // it needs no lock
-        return m_isQueueing.load(std::memory_order_relaxed) ? m_ring->reserve(length) : LineQueue::Place();
+        return m_isQueueing.load(std::memory_order_relaxed) ? m_ring->reserve(length) : LineQueue::Slot();
     };
-    if (const LineQueue::Place place = reserveInOrder(printTime, reserve)) {
-        put(place.text());
-        place.finish();
+    if (const LineQueue::Slot slot = reserveInOrder(printTime, reserve)) {
+        put(slot.text());
+        slot.finish();
         return;
     }
     const KFLock lock(m_lock);
     if (m_ring->isQueueing()) {
-        const auto make = [&]() KF_NO_THREAD_SAFETY_ANALYSIS { return m_ring->makePlace(length); };
-        const LineQueue::Place place = reserveInOrder(printTime, make);
-        put(place.text());
-        place.finish();
+        const auto make = [&]() KF_NO_THREAD_SAFETY_ANALYSIS { return m_ring->makeSlot(length); };
+        const LineQueue::Slot slot = reserveInOrder(printTime, make);
+        put(slot.text());
+        slot.finish();
         WriteIfDirect();
         return;
     }

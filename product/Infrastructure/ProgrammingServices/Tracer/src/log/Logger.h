@@ -22,9 +22,9 @@ class QuickFormat;
 /// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
 /// logs through LogMessage.h.
 ///
-/// Thread: any, unless said otherwise. One recursive lock guards the files and the settings. A line that only
-/// has to be queued does without it, as long as the memory that is there has room: it reserves its place in
-/// the queue, which is its place in the files, and is put together there.
+/// Thread: any, unless said otherwise. One recursive lock guards the files and the settings. A line that is only queued
+/// does not take it, as long as the queue's memory has room: it reserves a slot of the queue with one atomic addition,
+/// and is built there. The order of the reservations is that of the lines in the file.
 class Logger {
 public:
     Logger();
@@ -83,7 +83,7 @@ public:
     /// Writes one line, whatever the switch and the mask say: LOG_MESSAGE tests those. A text of more than
     /// 20000 characters is cut and marked " ...".
     void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
-    /// The same with a format that has been taken apart already.
+    /// The same with a format that was parsed at compile time.
     void PrintMsg(LoggerMsgType type, const kf::detail::QuickFormat& quick, const char* format, ...)
         KF_PRINTF_LIKE(4, 5);
     /// Routes one finished line, which ends in "\n". Not empty.
@@ -95,13 +95,12 @@ public:
     /// DELIBERATE: when the current file cannot be opened, this tells it on standard error and returns with
     /// the lock still held by the calling thread. Other threads that log then wait.
     void WriteOnFile() KF_NO_THREAD_SAFETY_ANALYSIS; // since it may leave the lock held
-    /// The same for the crash handler. A lock that another thread has is waited for no longer than 50
-    /// milliseconds (a second where that thread is just writing the lines), and then done without. Asks for
-    /// no memory. The flush thread writes nothing any more.
+    /// The same for the crash handler. Waits for the lock at most 50 milliseconds (a second where its owner is just
+    /// writing the lines), and then goes without it. Does not allocate. From then on the flush thread writes nothing.
     void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
     bool areAllMsgFlushed();
-    /// Disables the logger, writes every queued line that can be written, and silences the flush thread. A line
-    /// that is printed all the same is written at once.
+    /// Disables the logger, writes every queued line that can be written, and stops the flush thread's writing. A line
+    /// that is printed later is written at once.
     void FinishLogging();
 
     // ---- the ring
@@ -113,15 +112,15 @@ public:
     static std::string findFileTime(const std::string& fileName);
     static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
 
-    /// The lock, for those who have several things to do at once. It keeps the files and the settings as they
-    /// are; lines of other threads are still queued meanwhile.
+    /// The lock, for callers that need several calls to be one step. It guards the files and the settings; other threads'
+    /// lines are still queued meanwhile.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// Where lines go. The caller holds the lock.
     const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
 
 private:
     void PrintText(LoggerMsgType type, const kf::detail::MessageText& text);
-    // Pieces of a line: each appends to the line, which PrintText has made room for.
+    // Each appends one piece to the line; PrintText has reserved room for all.
     static void PrintMsgType(std::string_view tag, kf::detail::LineWriter& line);
     static void PrintTime(kf::detail::LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
@@ -135,15 +134,15 @@ private:
     std::atomic<bool> m_enabled{false};
     std::atomic<std::int32_t> m_levelMask{0};
     std::atomic<bool> m_printTime{false};
-    // Lines are queued and that is all. Not so where they are written at once, go to no file, or are to wait
-    // for the lock that WriteOnFile has left held.
+    // Lines may be queued without the lock. Not so where they are written at once, go to no file, or have to wait for the
+    // lock that WriteOnFile has left held.
     std::atomic<bool> m_isQueueing{true};
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
-    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
+    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or was never started
     const std::unique_ptr<kf::detail::FileRing> m_ring KF_PT_GUARDED_BY(m_lock);
-    int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // the lock, by WriteOnFile
+    int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // how often WriteOnFile left the lock held
     bool m_isBeingDestroyed KF_GUARDED_BY(m_lock) = false;
     std::unique_ptr<LoggerFlushThread> m_flushThread;
 };

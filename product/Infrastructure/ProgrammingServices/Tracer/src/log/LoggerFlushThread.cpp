@@ -11,6 +11,6 @@ void LoggerFlushThread::flush() {
     if (m_logger == nullptr)
         return;
     const KFLock lock(m_logger->getLock());
-    if (!isSilent()) // perhaps since this waited
+    if (!isSilent()) // it may have become so while this waited for the lock
         m_logger->WriteOnFile();
 }

@@ -28,7 +28,7 @@ class ThreadTracer;
 //                                      TRACE_MESSAGE may stand unbraced after an if or an else
 //   TRACE_STREAM(type) << ...          the same as a stream, see TraceStream.h, which is to be included
 //
-// All names are string literals. TRACE_MESSAGE and TRACE_STREAM refer to the innermost marker in sight.
+// All names are string literals. TRACE_MESSAGE and TRACE_STREAM use the marker of the innermost enclosing scope.
 
 #define TRACE_METHOD()                                                                                       \
     KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::kf::detail::CallSite::Signature())
@@ -58,12 +58,12 @@ class ThreadTracer;
 /// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
 /// thread.
 ///
-/// The texts given are borrowed for good, so that a stack can be printed at any time: string literals and
-/// __PRETTY_FUNCTION__ only. While no tracer exists or the tracer is disabled a marker does nothing, and it
-/// stays inert if the tracer is enabled later.
+/// The texts given must live as long as the process, so that a stack can be printed at any time: string literals and
+/// __PRETTY_FUNCTION__ only. A marker that is made while no tracer is registered, or while the tracer is disabled, stays
+/// inert, also if the tracer is enabled later.
 class CallMarker {
 public:
-    /// What the macros use.
+    /// For the macros: the site is a static of the traced function.
     CallMarker(kf::detail::CallSite& site, const void* object) : m_site(site), m_object(object) {
         if (ms_isTracing.load(std::memory_order_relaxed))
             begin();
@@ -85,9 +85,9 @@ public:
     CallMarker(const CallMarker&) = delete;
     CallMarker& operator=(const CallMarker&) = delete;
 
-    /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is
-    /// enabled, the call's entry was written (a call that the filters hide hides its messages), and the level
-    /// mask has the type.
+    /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is enabled, its
+    /// level mask has the type, and the call's entry line was written. So a call that the filters hide hides its
+    /// messages as well.
     bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
     /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
     /// thread.
@@ -109,7 +109,7 @@ private:
     friend class ThreadTracer;
     friend class Tracer;
 
-    // The switch: a tracer is registered and enabled. Kept by the tracer.
+    // Whether a tracer is registered and enabled. Tracer::updateSwitch keeps it.
     static std::atomic<bool> ms_isTracing;
 
     void begin();

@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view EXIT_MARK = "<- ";
 constexpr std::size_t OBJECT_COLUMN_LIMIT = 64;
 
-/// As many units of indentation as most lines need: one copy is faster than one for each of them.
+/// As many units of indentation as most lines need: one copy instead of many.
 constexpr std::size_t UNIT_LENGTH = 2;
 constexpr std::string_view PLAIN_UNITS = "                                                                ";
 constexpr std::string_view BAR_UNITS = "| | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | ";
@@ -133,7 +133,7 @@ void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
     va_end(arguments);
 }
 
-// The text is there before the lock is taken: formatting needs nothing of the tracer's.
+// The caller has formatted the text, so the lock is not held for that.
 void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
     const Tracer::Lock lock(m_tracer);
     const std::string_view tag = tagOf(type);
@@ -166,8 +166,7 @@ void ThreadTracer::PrintStack() {
     m_tracer.PrintString("---------------------------------------\n");
 }
 
-// A crash handler may begin a line while the thread that it interrupted was building another, which is then
-// forgotten.
+// A crash handler may begin a line while the thread that it interrupted was building another: that one is dropped.
 void ThreadTracer::beginLine(std::size_t bodyLength) {
     m_tracer.lockIsHeld();
     m_line = LineWriter(m_tracer.beginLine(TimeStamp::LENGTH + m_threadColumn.size() + OBJECT_COLUMN_LIMIT +

@@ -19,8 +19,8 @@ class MessageText;
 /// One thread's part of the trace: its name, its switch, its stack of living calls and the line being built.
 /// Owned by the tracer's registry, in which it is an element of a list.
 ///
-/// Thread: the traced thread. Other threads only print the stack, under the tracer's lock. The line in
-/// progress stands where it stays, in the tracer's queue, so the lock is held from its beginning to its end.
+/// Thread: the traced thread. Other threads only print the stack, under the tracer's lock. A line is built in its slot of
+/// the tracer's queue, so the lock is held from its beginning to its end.
 class ThreadTracer {
 public:
     /// The calling thread's.

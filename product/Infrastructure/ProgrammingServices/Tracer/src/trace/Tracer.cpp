@@ -177,7 +177,7 @@ void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
 
 namespace {
 
-// Drops adjacent duplicates only: the order of the list is the order in which it was written.
+// Drops adjacent duplicates only, so that the list keeps the order in which it was written.
 void appendPattern(std::vector<std::string>& list, const std::string& pattern) {
     if (list.empty() || list.back() != pattern)
         list.push_back(pattern);
@@ -247,7 +247,7 @@ std::string Tracer::extractMethodName(const char* prettyName) {
 
 // ---- threads and calls
 
-/// Where the thread's tracer is, or would be.
+/// The link of the list that holds the thread's tracer, or would hold it.
 std::unique_ptr<ThreadTracer>& Tracer::placeOfThreadTracer(std::uint64_t key) {
     std::unique_ptr<ThreadTracer>* place = &m_threadTracers;
     while (*place != nullptr && (*place)->getKey() < key)
@@ -317,7 +317,7 @@ void Tracer::switchThread(bool on) {
         threadTracer->setEnabled(on);
 }
 
-// The fast half: without the lock, as long as there is no line to write and nothing to count, and the thread is known.
+// The fast path, without the lock: a known thread, no line to write, nothing to count.
 void Tracer::beginCall(CallMarker& marker) {
     if (threadSlot.tracerNumber == m_number) {
         const std::uint32_t generation = m_filterGeneration.load(std::memory_order_relaxed);
@@ -334,7 +334,7 @@ void Tracer::beginCall(CallMarker& marker) {
     BeginningOfCall(marker);
 }
 
-// The slow half: everything else.
+// The slow path: everything else.
 void Tracer::BeginningOfCall(CallMarker& marker) {
     const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
@@ -386,7 +386,7 @@ int Tracer::UpdateObjectCount(const CallMarker& marker) {
     auto entry = m_objectCounts.find(className);
     if (entry == m_objectCounts.end())
         entry = m_objectCounts.emplace(className, 0).first;
-    // A count of 0 stays, so that the map hardly ever changes under a crash handler's eyes.
+    // An entry stays when its count is 0: a crash handler may read the map, so it should hardly ever change.
     entry->second = std::max(entry->second + (marker.isConstructor() ? 1 : -1), 0);
     return entry->second;
 }
@@ -420,7 +420,7 @@ void Tracer::PrintString(std::string_view line) {
 }
 
 void Tracer::WriteOnFile() {
-    // Unlike the logger's, this lock is released whatever the drain meets.
+    // Unlike the logger's, this lock is also released when the file cannot be opened.
     const Lock lock(*this);
     m_ring->drain();
 }

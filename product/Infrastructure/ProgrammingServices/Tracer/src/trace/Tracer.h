@@ -25,8 +25,8 @@ class FileRing;
 /// it, registers it, sets its folder and has it read its configuration. Functions are traced through
 /// CallMarker.h.
 ///
-/// Thread: any, unless said otherwise. One recursive lock guards everything; it is held across a call's whole
-/// entry, so that the entry lines of several threads never interleave.
+/// Thread: any, unless said otherwise. One recursive lock guards everything. It is held from the beginning of an entry
+/// line to its end, so that the lines of several threads never interleave.
 class Tracer {
 public:
     Tracer();
@@ -42,7 +42,7 @@ public:
     /// Registers the tracer, which stays the caller's. A null pointer breaks the contract.
     static void SetInstance(Tracer* pTheTracer);
 
-    /// A tracer is registered, and it is enabled. What every trace site tests first.
+    /// A tracer is registered, and it is enabled. Test this before GetInstance() is used.
     static bool isActive() {
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->isEnabled();
@@ -106,7 +106,7 @@ public:
     bool isCallPermittedToPrint(std::string_view name);
     /// A forbidden call is hidden even when it is permitted.
     bool isCallForbiddenToPrint(std::string_view name);
-    /// Both of these for a call site, which keeps the answer until the filters change.
+    /// Permitted and not forbidden. The call site caches the answer until the filters change.
     bool isPrinted(kf::detail::CallSite& site);
     /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
     static std::string extractMethodName(const char* prettyName);
@@ -127,7 +127,7 @@ public:
     void BeginningOfCall(CallMarker& marker);
     /// The same, called by the marker itself: a call that leaves no line is dealt with here, without the lock.
     void beginCall(CallMarker& marker);
-    /// A call that this tracer took in ends; nothing happens while the tracer is disabled, nor when the
+    /// A call ends. Nothing happens while the tracer is disabled, where another tracer took the call in, and where the
     /// thread has ended its trace. Called by the marker itself; takes the lock only to write an exit line.
     void EndOfCall(CallMarker& marker);
     /// The calling thread's tracer if it is the one that took this call in and the tracer is enabled, else
@@ -144,8 +144,8 @@ public:
     /// Writes the queued lines. A file that cannot be opened is told on standard error; the lines stay
     /// queued.
     void WriteOnFile();
-    /// Disables the tracer, writes every queued line that can be written, and silences the flush thread. A line
-    /// that is printed all the same is written at once.
+    /// Disables the tracer, writes every queued line that can be written, and stops the flush thread's writing. A line
+    /// that is printed later is written at once.
     void FinishTracing();
     /// For whoever is about to end the process: the registered tracer, if there is one and it writes to a
     /// file, finishes.
@@ -157,18 +157,17 @@ public:
 
     // ---- the crash handler's
 
-    /// The calling thread reports a crash from here on. Everything that waits is written, and then every line
-    /// at once (direct write). Until EndReport() nothing here asks for memory, and no lock is waited for:
-    /// what the crash has interrupted may have left both in any state. A lock that nobody gives back within a
-    /// second is done without, by this thread, for good.
+    /// The calling thread reports a crash from here on: the queued lines are written, then every line at once (direct
+    /// write). Until EndReport() nothing here allocates, and the lock is waited for at most a second: the crash may have
+    /// interrupted its owner. Where that second is not enough, this thread goes without the lock from then on.
     void BeginReport() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
     /// The report is complete; other threads' lines may follow.
     void EndReport() KF_NO_THREAD_SAFETY_ANALYSIS;
     /// Between the two. The tracer's lock is held.
     bool isReporting() const { return m_isReporting.load(std::memory_order_relaxed); }
 
-    /// Holds the tracer's lock for the length of a scope; a thread that reports a crash goes without, since
-    /// it has the lock already, or never gets it.
+    /// Holds the tracer's lock for the length of a scope. The thread that reports a crash takes no lock: it has it
+    /// already, or has given up on it.
     class KF_SCOPED_CAPABILITY Lock {
     public:
         explicit Lock(Tracer& tracer) KF_ACQUIRE(tracer.m_lock)
@@ -187,12 +186,12 @@ public:
         KFMutex* const m_mutex;
     };
 
-    /// The lock, for those who have several things to do at once.
+    /// The lock, for callers that need several calls to be one step.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
-    /// For those who were called under the lock by the tracer itself: tells the analysis so.
+    /// Tells clang's thread-safety analysis that the caller's caller holds the lock.
     void lockIsHeld() const KF_ASSERT_CAPABILITY(m_lock) {}
-    /// A line that is put together in its place in the queue: at most `room` bytes, none of them NUL. The
-    /// caller keeps the lock from the beginning to the end of the line.
+    /// Begins a line, which is built in its slot of the queue: at most `room` bytes, none of them NUL. The caller holds
+    /// the lock until endLine(), which gets the end of the text.
     char* beginLine(std::size_t room) KF_REQUIRES(m_lock);
     void endLine(const char* end) KF_REQUIRES(m_lock);
     /// Where lines go. The caller holds the lock.
@@ -228,7 +227,7 @@ private:
 
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
-    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or could not be started
+    bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or was never started
     const std::unique_ptr<kf::detail::FileRing> m_ring KF_PT_GUARDED_BY(m_lock);
     std::map<std::string, std::int32_t, std::less<>> m_objectCounts KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
@@ -237,7 +236,7 @@ private:
     // In ascending order of their threads' keys. A list, because a crash handler may read it in the middle of any
     // change, and adds to it without allocating.
     std::unique_ptr<ThreadTracer> m_threadTracers KF_GUARDED_BY(m_lock);
-    std::unique_ptr<ThreadTracer> m_spareThreadTracer KF_GUARDED_BY(m_lock); // of a crash handler's thread
+    std::unique_ptr<ThreadTracer> m_spareThreadTracer KF_GUARDED_BY(m_lock); // for the crash handler's thread
     std::unique_ptr<TracerFlushThread> m_flushThread;
 
     std::atomic<bool> m_isReporting{false};

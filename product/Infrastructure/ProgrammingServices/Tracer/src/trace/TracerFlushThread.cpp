@@ -12,6 +12,6 @@ void TracerFlushThread::flush() {
     if (tracer == nullptr)
         return;
     const KFLock lock(tracer->getLock());
-    if (!isSilent()) // perhaps since this waited
+    if (!isSilent()) // it may have become so while this waited for the lock
         tracer->WriteOnFile();
 }

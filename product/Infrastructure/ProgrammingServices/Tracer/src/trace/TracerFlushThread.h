@@ -2,8 +2,8 @@
 
 #include "detail/FlushThread.h"
 
-/// Writes the trace's queued lines once a second. Reaches the tracer through Tracer::GetInstance, so that a
-/// tracer that is being replaced is let go.
+/// Writes the trace's queued lines once a second. Writes to whichever tracer is registered, so
+/// it never touches one that was replaced.
 class TracerFlushThread : public kf::detail::FlushThread {
 public:
     ~TracerFlushThread() override;

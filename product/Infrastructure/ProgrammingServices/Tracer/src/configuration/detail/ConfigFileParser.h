@@ -11,8 +11,8 @@ void tellSyntaxError(const KeywordLanguage& language, int line);
 
 /// Reads a configuration file into a tracer or a logger. A syntax error is told on standard error with its line, and
 /// ends the process with status 1.
-/// @tparam Parser   says what the statements of the language do
-/// @tparam Scanner  makes words of a file in that language
+/// @tparam Parser   executes the statements of the language
+/// @tparam Scanner  makes tokens of a file in that language
 template <typename Parser, typename Scanner>
 class ConfigFileParser : public Parser {
 public:
@@ -30,7 +30,7 @@ protected:
         tellSyntaxError(this->getLanguage(), m_line);
         exitAfterSyntaxError();
     }
-    /// The line of the last word, counted from 1.
+    /// The line of the last token, counted from 1.
     int getLine() const { return m_line; }
 
 private:

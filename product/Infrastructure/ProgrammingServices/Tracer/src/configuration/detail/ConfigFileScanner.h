@@ -5,7 +5,7 @@
 
 namespace kf::detail {
 
-/// Makes words of a configuration file. A file that cannot be opened only warns, and is empty.
+/// The scanner of a configuration file. A file that cannot be opened only warns, and is empty.
 /// @tparam Scanner  one of the two languages' scanners
 template <typename Scanner>
 class ConfigFileScanner : public Scanner {

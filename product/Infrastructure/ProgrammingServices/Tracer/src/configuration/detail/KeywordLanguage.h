@@ -16,7 +16,7 @@ namespace kf::detail {
 //     statement = keyword [ name | name { name } | number | level { level } ]
 //
 // Keywords and level words are matched without regard to letter case. A "#" at the very beginning of a line
-// starts a comment. KeywordScanner makes words of the text, KeywordParser statements of the words.
+// starts a comment. KeywordScanner makes tokens of the text, KeywordParser statements of the tokens.
 
 /// What a statement's keyword is followed by.
 enum class KeywordArgument { None, Name, Names, Number, Levels };
@@ -40,7 +40,7 @@ struct KeywordLanguage {
     const char* name = ""; // that of its files in messages: "tracer" or "log"
 };
 
-/// A word of the text.
+/// A token of the text.
 struct KeywordToken {
     enum Kind {
         EndOfFile,

@@ -4,8 +4,8 @@
 
 namespace kf::detail {
 
-/// Makes statements of the words of a configuration text and has them executed one by one, each as soon as
-/// its line is complete. A subclass supplies the words and says what the statements do.
+/// Parses a configuration text, and executes each statement as soon as its line is complete. A subclass supplies the
+/// tokens and executes the statements.
 class KeywordParser {
 public:
     /// @param language  borrowed, of static storage duration
@@ -19,9 +19,9 @@ public:
     void parse();
 
 protected:
-    /// The next word, which is no filler.
+    /// The next token, which is no filler.
     virtual KeywordToken getToken() = 0;
-    /// Called once, for the word that getToken has returned last. May end the process or throw.
+    /// Called once, for the token that getToken returned last. May end the process or throw.
     virtual void signalError(const char* message) = 0;
     /// Executes a statement, given by its index in its table. Never called with too few arguments.
     virtual void execute(int statement, const KeywordArguments& arguments) = 0;

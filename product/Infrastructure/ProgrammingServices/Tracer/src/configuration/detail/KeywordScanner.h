@@ -4,7 +4,7 @@
 
 namespace kf::detail {
 
-/// Makes words of a configuration text. A subclass supplies the text.
+/// Makes tokens of a configuration text. A subclass supplies the text.
 ///
 /// The longest word wins; of two equally long ones a statement's keyword does, which is recognised
 /// everywhere. Level words, numbers and names are recognised only behind the keyword that asks for them. A
@@ -18,9 +18,9 @@ public:
     KeywordScanner(const KeywordScanner&) = delete;
     KeywordScanner& operator=(const KeywordScanner&) = delete;
 
-    /// The next word, fillers included; EndOfFile for ever once the text has ended.
+    /// The next token, fillers included; EndOfFile for ever once the text has ended.
     KeywordToken scan();
-    /// The next word that is no filler.
+    /// The next token that is no filler.
     KeywordToken getToken();
 
 protected:

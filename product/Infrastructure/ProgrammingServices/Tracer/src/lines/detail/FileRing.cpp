@@ -25,7 +25,7 @@ const char* suffixOf(std::int32_t index, char (&suffix)[LONGEST_SUFFIX + 1]) {
     return suffix;
 }
 
-/// This user, and who can do everything anyway.
+/// This user or the superuser.
 bool isTrusted(uid_t owner) {
     return owner == geteuid() || owner == 0;
 }
@@ -210,7 +210,7 @@ FileRing::Drain FileRing::drainToFile() {
     FileDescriptor file = openCurrentFile();
     if (!file.isOpen())
         return Drain::CannotOpen;
-    // Those that come meanwhile are for the next drain: it could go on for ever.
+    // Only the lines that wait now: a drain that wrote those that come meanwhile might never end.
     for (std::size_t lines = m_queue.size(); lines > 0;) {
         if (!writeLines(file.get(), lines)) {
             file = m_isReporting && errno == EFBIG ? openEmptyNextFile() : FileDescriptor();
@@ -306,7 +306,7 @@ FileDescriptor FileRing::openEmptyNextFile() {
 FileDescriptor FileRing::open(int flags) {
     bool isRefused = false;
     FileDescriptor file = openRegularFile(m_currentFileName.c_str(), flags, isRefused);
-    // What somebody has put there tends to stay there, and every drain fails for it: once is enough.
+    // A refused file tends to stay, and every drain fails because of it: told once.
     const bool isNews = !isRefused || !m_hasToldRefusal;
     if (!file.isOpen() && (flags & O_CREAT) != 0) {
         m_hasToldRefusal = isRefused;
@@ -324,7 +324,7 @@ void FileRing::tellCannotOpen() const {
                              piece("\n")};
     // One call, past stdio: the messages of two processes do not mix, and no lock is waited for.
     if (writev(STDERR_FILENO, message, sizeof message / sizeof message[0]) < 0)
-        return; // nobody hears it
+        return; // there is nobody to tell
 }
 
 } // namespace kf::detail

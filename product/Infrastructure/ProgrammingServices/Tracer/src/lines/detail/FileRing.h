@@ -13,10 +13,10 @@
 namespace kf::detail {
 
 /// Where finished lines go: a ring of numbered text files, "<base>_<index>.txt", each with a limited number
-/// of lines, and the queue of the lines that wait for it. The tracer and the logger each have one. Two names
-/// stand for other outputs, which need no queue: "console" is standard output, "msvc" is nowhere.
+/// of lines, and the queue of the lines that wait for it. The tracer and the logger each have one. Two names select
+/// another output, without a queue: "console" is standard output, "msvc" drops the lines.
 ///
-/// The tracer and the logger differ in three points, and on purpose:
+/// DELIBERATE: the tracer and the logger differ in three points:
 ///  - Where a run begins. The tracer always begins with file 0 and empties it (Tracer::SetFileName). The
 ///    logger continues the newest file of the ring (Logger::SetFileName, FindLastUsedFile here).
 ///  - Who asks for a file to be emptied. The tracer does whenever it names one (Tracer::UpdateFileName); for
@@ -56,7 +56,7 @@ public:
     /// Routes one finished line, which brings its "\n". On the console an empty line follows it. Returns true
     /// when the line was queued.
     bool put(std::string_view line);
-    /// The same for a line that is put together in its place: at most `room` bytes, none of them NUL.
+    /// The same for a line that is built in the queue: see LineQueue::beginLine.
     char* beginLine(std::size_t room) { return m_queue.beginLine(room); }
     bool endLine(const char* end) {
         if (m_output != Output::File)
@@ -66,11 +66,10 @@ public:
     }
     /// Whether lines are queued, for a file.
     bool isQueueing() const { return m_output == Output::File; }
-    /// A place in the queue for a line of so many bytes, if there is one at once. Any thread, without the
-    /// lock, while isQueueing().
-    LineQueue::Place reserve(std::size_t length) { return m_queue.reserve(length); }
-    /// The same with the lock: there always is one.
-    LineQueue::Place makePlace(std::size_t length) { return m_queue.makePlace(length); }
+    /// See LineQueue::reserve. Any thread, without the lock, while isQueueing().
+    LineQueue::Slot reserve(std::size_t length) { return m_queue.reserve(length); }
+    /// See LineQueue::makeSlot. Never fails.
+    LineQueue::Slot makeSlot(std::size_t length) { return m_queue.makeSlot(length); }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
 
@@ -92,20 +91,18 @@ public:
     /// Whether some thread is in drain(). Any thread, without the lock.
     bool isDraining() const { return m_isDraining.load(std::memory_order_acquire); }
 
-    /// For the crash handler: writes what waits and lets writeNow() write behind it. From now on nothing here
-    /// asks for memory or gives any back, and a drain waits only for a moment for a line that is not finished
-    /// (see LineQueue::limitWaits).
+    /// For the crash handler: drains the queue, and lets writeNow() write behind its lines. From now on nothing here
+    /// allocates or frees memory, and a drain waits for an unfinished line only as long as LineQueue::limitWaits says.
     ///
-    /// This drain and what is written behind it count as one: a file that it went on to is not emptied. Where the
-    /// current file may not grow any more (RLIMIT_FSIZE), they go on in the next one.
+    /// The drain and the lines of writeNow() count as one drain: a file that it has begun is not emptied. Where the current
+    /// file has reached its limit (RLIMIT_FSIZE), they go on in the next one.
     void beginReport();
     /// Writes one line at once, past the queue. Only behind beginReport().
     void writeNow(std::string_view line);
 
-    /// Calls `writeOnFile`, which drains, until the lines that wait now are written; not for those that come
-    /// meanwhile, since one more drain could discard what this one has put into a new file. It gives up when
-    /// a drain has written nothing: a file that cannot be opened or a full disk would keep the caller here
-    /// for ever.
+    /// Calls `writeOnFile`, which drains, until the lines that wait now are written. Lines that come meanwhile are not
+    /// waited for: one more drain could empty the file that the last one began. Gives up when a drain has written nothing,
+    /// since a file that cannot be opened or a full disk would keep the caller here for ever.
     template <typename WriteOnFile>
     void drainAll(WriteOnFile writeOnFile) const {
         std::uint64_t before = m_queue.removedCount();

@@ -17,10 +17,10 @@ public:
     FlushThread() : KFThread(nullptr) {}
 
     void onTerminate() override;
-    /// Nothing more is to be written. The thread itself goes on: a signal handler may ask for this, or somebody
-    /// who has the lock that a flush is waiting for.
+    /// From now on nothing is written. Does not wait for the thread, so it may be called in a signal handler, and by the
+    /// owner of the lock that a flush waits for.
     void silence() { m_isSilent = true; }
-    /// Whether a flush is to write nothing, also one that is under way and has waited for a lock meanwhile.
+    /// Whether nothing is to be written any more. To be asked again after a wait for a lock.
     bool isSilent() const { return m_isSilent || m_stopped; }
 
 protected:

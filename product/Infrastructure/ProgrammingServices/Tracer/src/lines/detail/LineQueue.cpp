@@ -9,7 +9,7 @@ namespace kf::detail {
 
 namespace {
 
-// The first chunk holds what an ordinary second brings; more than that is a burst.
+// Enough for the lines of an ordinary second; more than that is a burst.
 constexpr std::size_t FIRST_CHUNK = std::size_t{64} * 1024;
 
 void sleepAMillisecond() {
@@ -22,32 +22,32 @@ constexpr int MAXIMUM_WAITS = 100;
 
 // ---- Adding
 
-// Of the reservations that do not fit, the first one finds its end free, and leaves the word there.
-void LineQueue::refuse(Chunk& chunk, std::uint64_t before) {
-    if (chunk.isGood(before))
+/// The first failed reservation stores VOID_LINE in the next free end: that marks where the lines stop.
+void LineQueue::markLastLine(Chunk& chunk, std::uint64_t before) {
+    if (chunk.hasNoFailure(before))
         chunk.end(lineOf(before)).store(VOID_LINE, std::memory_order_release);
 }
 
-LineQueue::Place LineQueue::makePlace(std::size_t length) {
-    Place place = reserve(length);
-    while (!place)
-        place = reserveIn(addChunk(length), length);
-    return place;
+LineQueue::Slot LineQueue::makeSlot(std::size_t length) {
+    Slot slot = reserve(length);
+    while (!slot)
+        slot = reserveIn(addChunk(length), length);
+    return slot;
 }
 
 void LineQueue::push(std::string_view line) {
     const void* const nul = line.empty() ? nullptr : std::memchr(line.data(), '\0', line.size());
     if (nul != nullptr)
         line = line.substr(0, static_cast<std::size_t>(static_cast<const char*>(nul) - line.data()));
-    // What is longer than any place goes in parts.
-    while (line.size() > LONGEST_PLACE) {
-        push(line.substr(0, LONGEST_PLACE));
-        line.remove_prefix(LONGEST_PLACE);
+    // A line longer than the longest slot is split.
+    while (line.size() > LONGEST_SLOT) {
+        push(line.substr(0, LONGEST_SLOT));
+        line.remove_prefix(LONGEST_SLOT);
     }
-    const Place place = makePlace(line.size());
+    const Slot slot = makeSlot(line.size());
     if (!line.empty())
-        std::memcpy(place.text(), line.data(), line.size());
-    place.finish();
+        std::memcpy(slot.text(), line.data(), line.size());
+    slot.finish();
 }
 
 std::string_view LineQueue::lineInProgress(const char* end) const {
@@ -85,8 +85,8 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     return m_chunks.back();
 }
 
-/// Twice the last one, so that a small burst does not pay for a large page; at most such a page, unless one
-/// line needs more.
+/// Twice the size of the last one, so that a small burst does not take a large page; at most one such page, unless a
+/// single line needs more.
 std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
     std::size_t bytes = m_chunks.empty() ? FIRST_CHUNK : 2 * m_chunks.back().bytes;
     while (bytes < needed)
@@ -96,29 +96,30 @@ std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
     return (needed + LARGE_BUFFER_UNIT - 1) / LARGE_BUFFER_UNIT * LARGE_BUFFER_UNIT;
 }
 
-/// Nothing is added to it any more.
+/// From now on every reservation in it fails.
 void LineQueue::close(Chunk& chunk) {
-    // In this order a signal handler in the middle of it finds the lines, and does not wait for any.
+    // The order matters to a signal handler that interrupts this: it finds the lines, and waits for none.
     chunk.lines = linesIn(chunk);
     m_current.store(nullptr, std::memory_order_relaxed);
     const std::uint64_t used = chunk.used.exchange(CLOSED, std::memory_order_acquire);
-    chunk.lines = chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
+    chunk.lines = chunk.hasNoFailure(used) ? lineOf(used) : linesOfFullChunk(chunk);
     chunk.touched = chunk.lines + 1;
 }
 
-/// Empties a closed chunk whose lines were all written. Until a reserved line's end is stored, it must be 0:
-/// the end may lie where an end of former lines was, or their text.
+/// Empties a closed chunk whose lines were all written. A reserved end must read as 0 until it is stored, and may lie
+/// where former lines had their ends or their text: so both are zeroed.
 void LineQueue::clear(Chunk& chunk) {
     std::memset(chunk.text(), 0, chunk.written);
     for (std::size_t line = 0; line < chunk.touched; ++line)
         chunk.end(line).store(0, std::memory_order_relaxed);
     chunk.written = chunk.touched = 0;
     chunk.lines = 0;
-    std::atomic_signal_fence(std::memory_order_seq_cst); // never more lines than were written
+    // A signal handler in between finds no lines, rather than those that were written already.
+    std::atomic_signal_fence(std::memory_order_seq_cst);
     chunk.front = 0;
 }
 
-/// Lines are put together in this cleared chunk from now on, from its beginning.
+/// From now on slots are reserved in this chunk, which was cleared.
 void LineQueue::open(Chunk& chunk) {
     chunk.used.store(0, std::memory_order_release);
     m_current.store(&chunk, std::memory_order_release);
@@ -134,7 +135,7 @@ bool LineQueue::keepWaiting(int waits) const {
     return !m_areWaitsLimited || waits < MAXIMUM_WAITS;
 }
 
-/// A full chunk's lines end at the first reservation that was void.
+/// The number of lines of a chunk in which a reservation has failed: those before VOID_LINE. Waits until it is stored.
 std::size_t LineQueue::linesOfFullChunk(const Chunk& chunk) const {
     for (std::size_t line = chunk.front;; ++line) {
         int waits = 0;
@@ -151,7 +152,7 @@ std::size_t LineQueue::linesIn(const Chunk& chunk) const {
     if (&chunk != m_current.load(std::memory_order_relaxed))
         return chunk.lines;
     const std::uint64_t used = chunk.used.load(std::memory_order_acquire);
-    return chunk.isGood(used) ? lineOf(used) : linesOfFullChunk(chunk);
+    return chunk.hasNoFailure(used) ? lineOf(used) : linesOfFullChunk(chunk);
 }
 
 std::size_t LineQueue::waitingIn(const Chunk& chunk) const {
@@ -166,8 +167,8 @@ std::size_t LineQueue::size() const {
     return lines;
 }
 
-/// The very first, but for a signal handler that writes what waits at a crash: it may find one before it that
-/// was just being begun or reused.
+/// The first chunk, except in a signal handler that interrupted the begin or the reuse of a chunk: then that one is first,
+/// and has no lines.
 std::list<LineQueue::Chunk>::iterator LineQueue::firstChunkWithLines() {
     return std::find_if(m_chunks.begin(), m_chunks.end(),
                         [this](const Chunk& chunk) { return waitingIn(chunk) != 0; });
@@ -181,13 +182,13 @@ void LineQueue::await(const Chunk& chunk, std::size_t line) const {
     };
     for (int waits = 1; !isFinished(); ++waits) {
         if (!keepWaiting(waits))
-            giveUp(chunk, line);
+            replaceUnfinished(chunk, line);
     }
 }
 
-void LineQueue::giveUp(const Chunk& chunk, std::size_t line) {
+void LineQueue::replaceUnfinished(const Chunk& chunk, std::size_t line) {
     const std::size_t begin = line == 0 ? 0 : chunk.offsetBehind(line - 1);
-    // Its reservation may have come no further: then not even its length is known.
+    // Where only the addition was done, the line's length is not known: it becomes empty.
     if (chunk.end(line).load(std::memory_order_relaxed) == 0)
         chunk.end(line).store(static_cast<std::uint32_t>(begin + 1) | UNFINISHED, std::memory_order_relaxed);
     const std::size_t behind = chunk.offsetBehind(line);
@@ -224,8 +225,7 @@ std::size_t LineQueue::consume(std::size_t bytes, std::size_t lines) {
     std::size_t completed = 0;
     for (; chunk.front < last; ++chunk.front, ++m_removedCount) {
         const std::uint32_t end = chunk.end(chunk.front).load(std::memory_order_acquire);
-        if (end - 1 <= chunk.written &&
-            completed < lines) // one that is marked, or not there yet, is no smaller
+        if (end - 1 <= chunk.written && completed < lines) // false where it is marked, or still 0
             ++completed;
         else if ((end & (UNFINISHED | CANCELLED)) == CANCELLED)
             chunk.written = chunk.offsetBehind(chunk.front);
@@ -243,7 +243,7 @@ void LineQueue::restoreFrontLine() {
         first->written = first->front == 0 ? 0 : first->offsetBehind(first->front - 1);
 }
 
-/// For a chunk whose lines were all written.
+/// Makes a chunk whose lines were all written ready for others.
 void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
     Chunk& chunk = *emptied;
     if (&chunk != m_current.load(std::memory_order_relaxed)) {
@@ -251,7 +251,7 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
         m_spare.splice(m_spare.begin(), m_chunks, emptied);
         return;
     }
-    // In this order a signal handler in the middle of it finds no lines here, and begins another chunk.
+    // The order matters to a signal handler that interrupts this: it finds no lines here, and begins another chunk.
     chunk.lines = chunk.front;
     m_current.store(nullptr, std::memory_order_relaxed);
     if (!closeEmptied(chunk)) {
@@ -264,10 +264,10 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
     open(chunk);
 }
 
-/// False when another line has come meanwhile: then the chunk is needed as it is.
+/// Closes it unless a slot was reserved meanwhile: then returns false, and the chunk stays as it is.
 bool LineQueue::closeEmptied(Chunk& chunk) const {
     std::uint64_t used = chunk.used.load(std::memory_order_acquire);
-    if (chunk.isGood(used))
+    if (chunk.hasNoFailure(used))
         return lineOf(used) == chunk.front &&
                chunk.used.compare_exchange_strong(used, CLOSED, std::memory_order_acquire);
     if (linesOfFullChunk(chunk) != chunk.front)
@@ -278,7 +278,7 @@ bool LineQueue::closeEmptied(Chunk& chunk) const {
 
 // ---- Memory
 
-// What the last drain's lines needed, the next one's are expected to need again.
+// The next drain's lines are expected to need as many chunks as the last one's did.
 void LineQueue::trim() {
     const std::size_t kept = std::max(m_begun, m_spare.size() / 2);
     while (m_spare.size() > kept)

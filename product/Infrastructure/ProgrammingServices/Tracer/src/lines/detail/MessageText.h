@@ -19,7 +19,7 @@ namespace kf::detail {
 class MessageText {
 public:
     MessageText(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
-    /// The same with a format that has been taken apart already.
+    /// The same with a format that was parsed beforehand.
     /// @param arguments, again  two lists of the same arguments
     MessageText(const QuickFormat& quick, const char* format, std::va_list arguments, std::va_list again)
         KF_PRINTF_LIKE(3, 0);

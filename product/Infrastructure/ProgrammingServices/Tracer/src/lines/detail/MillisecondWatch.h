@@ -25,8 +25,7 @@ public:
     /// @param microseconds   what the clock showed, since any moment
     void look(std::uint64_t before, std::uint64_t after, std::int64_t microseconds) {
         measure(before, after, microseconds);
-        // The microsecond that the clock showed may be over. And rather a look too many than a millisecond
-        // that is told when it is over.
+        // Round down: an extra clock read is cheaper than a stale stamp. The microsecond that was read may be over, too.
         const std::uint64_t microsecondsLeft = static_cast<std::uint64_t>(999 - microseconds % 1000);
         const std::uint64_t ticksLeft = m_ticksPerMicrosecond * microsecondsLeft;
         m_looked = before;

@@ -8,9 +8,9 @@
 
 namespace kf::detail {
 
-/// A counter of the processor that runs at one rate, whatever the processor does; reading it takes less than
-/// half of what the clock takes. The rate is not known, the value is not ordered with what stands before or
-/// behind it in the program, and different cores may differ: only MillisecondWatch's use of it is sound.
+/// The processor's time-stamp counter: constant rate, read in less than half the time of the clock. The rate is unknown,
+/// the read is not ordered with the instructions around it, and cores may differ. MillisecondWatch copes with all of
+/// that; do not use it elsewhere.
 inline std::uint64_t processorTicks() {
 #if defined(__i386__) || defined(__x86_64__)
     return __rdtsc();

@@ -9,8 +9,8 @@
 namespace kf::detail {
 
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
-/// does, byte for byte, in a fraction of its time. The format is taken apart beforehand; where it is a
-/// literal, the compiler does that.
+/// does, byte for byte, in a fraction of its time. The constructor parses the format; that of a literal is parsed at
+/// compile time.
 ///
 /// It knows %%, %c, %s, %d, %i, %u, %x and %X, with the lengths l, ll and z, a width and the flags
 /// "-" and "0" on integers, and %.0f to %.3f of ordinary size where the locale's decimal point is a point.

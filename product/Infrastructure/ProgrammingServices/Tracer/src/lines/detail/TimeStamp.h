@@ -10,9 +10,8 @@
 
 namespace kf::detail {
 
-/// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Keeps the text it told last, since
-/// converting to local time is what costs, and many lines have the same millisecond. A time zone that changes
-/// is noticed with the next second.
+/// The wall clock at the head of a line: "[hh:mm:ss-mmm]", local time. Caches the text: the conversion to local time is
+/// expensive, and many lines share a millisecond. A change of the time zone is seen with the next second.
 ///
 /// Not thread-safe.
 class TimeStamp {
@@ -24,13 +23,13 @@ public:
         const std::uint64_t ticks = processorTicks();
         return m_watch.isSameMillisecond(ticks) || lookAtClock(ticks);
     }
-    /// The same by the clock itself, whatever the counter says.
+    /// As take(), but always reads the clock.
     bool look() { return lookAtClock(processorTicks()); }
     /// The time that was taken, in milliseconds since 1970.
     std::int64_t milliseconds() const { return m_milliseconds; }
     /// The time that was taken, without a blank behind it: LENGTH bytes.
     std::string_view text() const { return {m_text, LENGTH}; }
-    /// Asks for the time zone, so that keepTimeZone() knows one.
+    /// Reads the time zone, which keepTimeZone() needs.
     static void learnTimeZone();
     /// From now on every stamp uses the time zone that the last one had. For a crash handler: the C library
     /// converts to local time under a lock, which the thread that crashed may hold.

@@ -5,12 +5,11 @@
 
 namespace kf::detail {
 
-/// The latest millisecond that any thread stamps lines with. A thread that has reserved the place of a line
-/// learns here whether others, with places before its own, may have gone on to a later one meanwhile: then
-/// its stamp would step back in the file.
+/// The latest millisecond that any thread stamps lines with. A thread that has reserved a slot learns here whether a
+/// thread with an earlier slot may have a later stamp: then its own would step back in the file.
 ///
-/// That holds when a thread calls reach() before it reserves a place with a new millisecond, isBehind() when
-/// it has reserved one, and a reservation makes what was done before it visible to those who reserve behind.
+/// This is right when a thread calls reach() before it reserves a slot for a line of a new millisecond, isBehind() after
+/// it has reserved one, and each reservation happens before all later ones (LineQueue::reserve).
 ///
 /// Thread: any.
 class LatestMillisecond {
@@ -25,14 +24,14 @@ public:
     bool isBehind(std::int64_t milliseconds) const { return milliseconds < get(); }
 
     std::int64_t get() const { return m_latest.load(std::memory_order_relaxed); }
-    /// For a clock that was looked at after get(), and showed less: it was set back.
+    /// The clock was read after get() and showed less: it was set back.
     void setBack(std::int64_t latest, std::int64_t milliseconds) {
-        // Unless another thread was here before.
+        // Compare-and-swap: only one thread sets it back.
         m_latest.compare_exchange_strong(latest, milliseconds, std::memory_order_relaxed);
     }
 
 private:
-    // Read for every line, so nothing that changes more often may share its cache line.
+    // Alone on its cache line: it is read for every line, and other data there may change more often.
     alignas(64) std::atomic<std::int64_t> m_latest{INT64_MIN};
 };
 

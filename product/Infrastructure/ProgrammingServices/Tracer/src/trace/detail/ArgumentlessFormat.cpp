@@ -9,7 +9,7 @@ namespace kf::detail {
 
 namespace {
 
-// Longer than any message, so that what is longer is still seen to be.
+// More than the longest message, so that a longer one is still cut and marked.
 constexpr std::size_t LIMIT = 20001;
 
 // Reads one conversion, which begins behind its "%", and writes what it prints.

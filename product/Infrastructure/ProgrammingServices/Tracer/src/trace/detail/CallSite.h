@@ -9,13 +9,13 @@ namespace kf::detail {
 /// What the calls of one traced function have in common: its names, and the filters' verdict on it, which is cached
 /// until the filters change. Every marker macro has one, a static that is initialised at compile time.
 ///
-/// The texts are borrowed for good: string literals and __PRETTY_FUNCTION__ only. Thread: any.
+/// The texts must live as long as the process: string literals and __PRETTY_FUNCTION__ only. Thread: any.
 class CallSite {
 public:
     /// A free function, shown under this name.
     constexpr explicit CallSite(const char* name) : m_text(name) {}
-    /// A member function: the compiler's signature text, of which the part that Tracer::extractMethodName
-    /// names is shown. The tag only tells it from a free function.
+    /// A member function, given by the compiler's signature text and shown as Tracer::extractMethodName says. The tag
+    /// selects this constructor.
     struct Signature {};
     constexpr CallSite(const char* prettyName, Signature) : m_text(prettyName), m_signature(true) {}
     /// A constructor or a destructor, which counts the objects of the class.
@@ -25,8 +25,8 @@ public:
     CallSite(const CallSite&) = delete;
     CallSite& operator=(const CallSite&) = delete;
 
-    /// The site of a function that has no static of its own, found by its texts; lives to the end of the
-    /// process. An empty class name is none.
+    /// The site of a function that has no static of its own, looked up by its texts, and made at the first look. It lives
+    /// as long as the process. An empty class name is none. Slow: a lock and a list.
     static CallSite& find(const char* className, const char* text, bool signature, bool isConstructor);
 
     /// Empty for all but constructors and destructors.
@@ -60,7 +60,7 @@ private:
     const char* m_text;
     bool m_signature = false;
     bool m_constructor = false;
-    // Found by the first call, not by the constructor: a static is to need no code before it.
+    // Set by the first call, so that a static site is initialised at compile time.
     mutable std::atomic<const char*> m_name{nullptr};
     mutable std::atomic<std::uint32_t> m_length{0};
     std::atomic<std::uint32_t> m_verdict{0}; // the generation, and in the lowest bit a Verdict

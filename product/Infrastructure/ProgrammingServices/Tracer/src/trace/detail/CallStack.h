@@ -8,14 +8,14 @@ namespace kf::detail {
 
 class CallSite;
 
-/// One thread's living calls, printed or not. It names their sites, not the markers: a call that ends while
-/// the tracer is disabled leaves its entry behind, and that must not become a dangling pointer.
+/// One thread's living calls, printed or not. It holds their sites, not their markers: a call that ends while the tracer
+/// is disabled leaves its entry behind, and a pointer to its marker would dangle.
 ///
-/// Thread: the owner changes it, and needs no lock for that, but for grow(). Any other may look at depth()
-/// and siteAt() under the tracer's lock; it may find a call that is just ending.
+/// Thread: the traced thread changes it without a lock, except for grow(). Others read depth() and siteAt() under the
+/// tracer's lock, and may find a call that is just ending.
 class CallStack {
 public:
-    /// One more call fits into a full stack: the crash handler's, which must not ask for memory.
+    /// A full stack has room for one more call: that of the crash handler, which must not allocate.
     bool isFull() const { return depth() + 1 >= m_capacity; }
     /// Makes room. The tracer's lock is held.
     void grow() {
@@ -28,7 +28,7 @@ public:
         m_calls = std::move(calls);
         m_capacity = capacity;
     }
-    /// Nothing happens where not even the crash handler's call fits any more.
+    /// Does nothing where not even that one fits.
     void push(const CallSite& site, bool printed) {
         const std::size_t at = depth();
         if (at == m_capacity)
