@@ -5,6 +5,7 @@
 #include "HangingCall.h"
 #include "LaunchLock.h"
 #include "LaunchStatus.h"
+#include "ProcessFolder.h"
 #include "RunningApplications.h"
 
 #include <cerrno>
@@ -25,19 +26,10 @@ static bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters
 }
 
 static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
-    std::vector<RunningApplication> applications;
-    const int error = listRunningApplications(applications);
-    if (error != 0)
-        return error == ESRCH ? static_cast<OSStatus>(procNotFound) : statusOfErrno(error);
-    isRunning = false;
-    for (const RunningApplication& application : applications) {
-        if (realPath(application.bundle) != bundle.real)
-            continue;
-        isRunning = true;
-        running = application;
-        break;
-    }
-    return noErr;
+    const int error = findRunningApplicationOf(bundle.real, isRunning, running);
+    if (error == ESRCH)
+        return procNotFound;
+    return error == 0 ? static_cast<OSStatus>(noErr) : statusOfErrno(error);
 }
 
 static bool beginsWith(const std::string& text, const char* beginning) {

@@ -19,19 +19,19 @@ struct RunningApplication {
     bool isAsLaunched;      // the bundle is the one that Launch Services started this very process for
 };
 
-/// The name and the value's form of the variable that a launched application is known again by. The process
-/// id has a fixed width, so that it can be filled in where no memory can be had.
-extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
-const int LAUNCHED_PID_WIDTH = 10;
-
 /// All of them, by ascending process id. Processes that come or go meanwhile may be missing.
 /// @return 0; the errno that says why it cannot be told (the list is empty then): that this process has no
 ///     descriptor left, for instance, or ESRCH where /proc is missing, empty or another namespace's. That is
 ///     said on standard error, too, once until lists can be read again.
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
-/// Launch Services have started this process for the bundle: from now on, it is known by its id and its start
-/// time until it ends, whatever /proc lets this user read of it.
+/// Whether an application of the bundle runs, and which.
+/// @param bundle  absolute, links resolved
+/// @return as above. Where this process has started it, no list is needed.
+int findRunningApplicationOf(const std::string& bundle, bool& isRunning, RunningApplication& application);
+
+/// Launch Services have started this process for the bundle: from now on, it is running until its process
+/// ends, whatever /proc lets this user read of it.
 RunningApplication noteStartedApplication(pid_t pid, const std::string& bundle,
                                           const std::string& executable);
 

@@ -1,6 +1,7 @@
 #include "BundleTest.h"
 
 #include "CoreServices/RunningApplications.h"
+#include "CoreServices/StartedApplications.h"
 #include "OtherProcess.h"
 
 #include <atomic>
@@ -616,19 +617,22 @@ TEST_F(LaunchServices, SignalsToTheGroupNeitherReachTheCopiesNorTheApplication) 
     childSignals = 0;
 }
 
-TEST_F(LaunchServices, KeepsNoDescriptor) {
+TEST_F(LaunchServices, KeepsADescriptorOfAnApplicationWhileItRunsAndNoOther) {
     const auto countFiles = [] {
         int count = 0;
         for (int file = 0; file < 1024; ++file)
             count += fcntl(file, F_GETFD) != -1;
         return count;
     };
-    const int before = countFiles();
-    openedProcess(BUNDLE);
+    const pid_t pid = openedProcess(BUNDLE);
+    const int whileItRuns = countFiles();
     open(BUNDLE);
     open("/Missing.app");
     runningBundles();
-    EXPECT_EQ(before, countFiles());
+    EXPECT_EQ(whileItRuns, countFiles());
+    end(pid);
+    EXPECT_NE(pid, openedProcess(BUNDLE));
+    EXPECT_EQ(whileItRuns, countFiles());
 }
 
 // ---- results
@@ -754,21 +758,52 @@ TEST_F(LaunchServices, WhereNoProcessIsListedNothingIsStarted) {
 }
 
 TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain) {
+    addBundle("/Other.app", "Other");
     const pid_t pid = openedProcess(BUNDLE);
     for (const int left : {0, 1}) {
         EXPECT_TRUE(inAnotherProcess([&] {
             leaveDescriptors(left);
-            return open(BUNDLE) == tmfoErr;
+            return openedProcess(BUNDLE) == pid;
         })) << left;
         EXPECT_TRUE(inAnotherProcess([&] {
-            const bool isListed = runningProcesses() == std::vector<pid_t>{pid};
+            platform::StartedApplications::get().useDescriptors(false);
+            const pid_t other = openedProcess("/Other.app");
             leaveDescriptors(left);
             // One is enough to see that what was listed a moment ago still runs.
-            const OSStatus status = open(BUNDLE);
-            return isListed && (status == tmfoErr || (left == 1 && status == noErr));
+            const OSStatus status = open("/Other.app");
+            const bool isNotStarted = status == tmfoErr || (left == 1 && status == noErr);
+            kill(other, SIGKILL);
+            return isNotStarted;
         })) << left;
     }
     EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+}
+
+TEST_F(LaunchServices, OneThatRunsIsFoundWithoutTheListUntilItEnds) {
+    const pid_t pid = openedProcess(BUNDLE);
+    makeFolders(inRoot("/processes"));
+    platform::readProcessesFrom(inRoot("/processes"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    endWithoutALook(pid);
+    EXPECT_TRUE(comesTrue([] { return open(BUNDLE) == procNotFound; }));
+    platform::readProcessesFrom("/proc");
+    const pid_t next = openedProcess(BUNDLE);
+    EXPECT_NE(0, next);
+    EXPECT_NE(pid, next);
+}
+
+TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) {
+    platform::StartedApplications::get().useDescriptors(false);
+    const pid_t pid = openedProcess(BUNDLE);
+    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_THAT(runningProcesses(), ElementsAre(pid));
+    end(pid);
+    const pid_t next = openedProcess(BUNDLE);
+    EXPECT_NE(pid, next);
+    EXPECT_THAT(runningProcesses(), ElementsAre(next));
+    platform::StartedApplications::get().useDescriptors(true);
 }
 
 TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {

@@ -1,0 +1,128 @@
+#include "ProcessFolder.h"
+
+#include "../mach-o/ExecutableLink.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace platform {
+
+const char LAUNCHED_VARIABLE[] = "PLATFORM_LAUNCHED=";
+
+namespace {
+
+// An environment may have megabytes; ours is the first entry of it, or close to that in a shell's child.
+const std::size_t ENVIRONMENT_LIMIT = 256 * 1024;
+const std::size_t COMMAND_LINE_LIMIT = 16 * 1024;
+const std::size_t STATUS_LIMIT = 4096;
+const std::size_t FIRST_READ = 4096;
+
+std::string& folder() {
+    static std::string& path = *new std::string("/proc"); // never destroyed: lists are read to the very end
+    return path;
+}
+
+} // namespace
+
+const std::string& processesFolder() {
+    return folder();
+}
+
+void setProcessesFolder(const std::string& path) {
+    folder() = path;
+}
+
+bool isLackOfMeans(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content) {
+    content.clear();
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
+    if (file < 0)
+        return isLackOfMeans(errno) ? errno : 0;
+    char piece[FIRST_READ];
+    for (;;) {
+        const std::size_t wanted = std::min(sizeof piece, limit - content.size());
+        const ssize_t count = ::read(file, piece, wanted);
+        if (count > 0)
+            content.append(piece, static_cast<std::size_t>(count));
+        // Neither a file of /proc nor a script grows meanwhile: a short read is the end, and saves another
+        // call for each of some hundred processes.
+        if (count < static_cast<ssize_t>(wanted) || content.size() == limit)
+            break;
+    }
+    ::close(file);
+    return 0;
+}
+
+ProcessFolder::ProcessFolder(pid_t pid) : m_path(processesFolder() + "/" + std::to_string(pid) + "/") {}
+
+/// The name, in field 2, may hold blanks and parentheses; the start time is field 22.
+int ProcessFolder::readStatus(ProcessStatus& status) const {
+    status = ProcessStatus();
+    std::string line;
+    const int error = readBeginning(file("stat"), STATUS_LIMIT, 0, line);
+    const std::size_t nameBegin = line.find('(');
+    const std::size_t nameEnd = line.rfind(')');
+    if (nameBegin == std::string::npos || nameEnd == std::string::npos || nameEnd + 2 >= line.size())
+        return error;
+    status.name = line.substr(nameBegin + 1, nameEnd - nameBegin - 1);
+    status.state = line[nameEnd + 2];
+    std::size_t at = nameEnd;
+    for (int field = 2; field < 22 && at != std::string::npos; ++field)
+        at = line.find(' ', at + 1);
+    if (at != std::string::npos)
+        status.startTime = std::strtoull(line.c_str() + at, nullptr, 10);
+    return error;
+}
+
+int ProcessFolder::readLaunchNote(LaunchNote& note) const {
+    note = LaunchNote();
+    std::string environment;
+    const int error = readBeginning(file("environ"), ENVIRONMENT_LIMIT, 0, environment);
+    environment.insert(0, 1, '\0');
+    const std::string entry = std::string(1, '\0') + LAUNCHED_VARIABLE;
+    const std::size_t found = environment.find(entry);
+    if (found == std::string::npos)
+        return error;
+    const char* value = environment.c_str() + found + entry.size();
+    char* afterPid = nullptr;
+    note.pid = static_cast<pid_t>(std::strtol(value, &afterPid, 10));
+    if (*afterPid == ':')
+        note.bundle = afterPid + 1;
+    return error;
+}
+
+int ProcessFolder::readArguments(std::size_t most, std::vector<std::string>& arguments) const {
+    arguments.clear();
+    std::string line;
+    const int error = readBeginning(file("cmdline"), COMMAND_LINE_LIMIT, 0, line);
+    for (std::size_t begin = 0; begin < line.size() && arguments.size() < most;) {
+        const std::size_t end = std::min(line.find('\0', begin), line.size());
+        arguments.push_back(line.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return error;
+}
+
+int ProcessFolder::readUser(uid_t& user) const {
+    std::string status;
+    const int error = readBeginning(file("status"), STATUS_LIMIT, 0, status);
+    const char entry[] = "\nUid:";
+    const std::size_t found = status.find(entry);
+    user = found == std::string::npos
+               ? static_cast<uid_t>(-1)
+               : static_cast<uid_t>(std::strtoul(status.c_str() + found + sizeof entry - 1, nullptr, 10));
+    return error;
+}
+
+std::string ProcessFolder::executable() const {
+    return readExecutableLink(file("exe"));
+}
+
+} // namespace platform

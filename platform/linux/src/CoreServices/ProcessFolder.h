@@ -1,0 +1,70 @@
+#pragma once
+
+#include <MacTypes.h>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// What /proc tells of a process. Any thread.
+//
+// A function that returns an error returns 0, or what this process or the machine lacks: EMFILE, ENFILE or
+// ENOMEM. Such an error says nothing about the process that was asked for. A file that is not there, or not
+// for this user, is no error: its content is empty.
+
+namespace platform {
+
+/// What everybody may read of every process: its status line.
+struct ProcessStatus {
+    std::string name;     // of the file that it runs, cut to 15 bytes, unless it has given itself another one
+    char state = '\0';    // a letter
+    UInt64 startTime = 0; // in clock ticks since boot; 0: there is no such process, or it is hidden
+
+    bool hasEnded() const { return state == 'Z' || state == 'X'; }
+};
+
+/// The note that Launch Services leaves in the environment of what it starts. Children inherit it; the
+/// process id in it tells them apart.
+struct LaunchNote {
+    pid_t pid = 0;
+    std::string bundle;
+};
+
+/// The name and the value's form of the variable with that note. The process id has a fixed width, so that it
+/// can be filled in where no memory can be had.
+extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
+const int LAUNCHED_PID_WIDTH = 10;
+
+/// /proc, or the folder that tests read instead.
+const std::string& processesFolder();
+/// For tests. Thread: while no other one reads.
+void setProcessesFolder(const std::string& folder);
+
+class ProcessFolder {
+public:
+    explicit ProcessFolder(pid_t pid);
+
+    int readStatus(ProcessStatus& status) const;
+    int readLaunchNote(LaunchNote& note) const;
+    /// The first `most` words of the command line.
+    int readArguments(std::size_t most, std::vector<std::string>& arguments) const;
+    /// The user who started it: neither the owner of its folder nor the user that it acts as tells that of a
+    /// set-user-id program.
+    int readUser(uid_t& user) const;
+    /// The file that it runs. Without the right to look into it errno is EACCES, and `file` is empty; also
+    /// for a kernel thread and for one that has ended.
+    std::string executable() const;
+
+private:
+    std::string file(const char* name) const { return m_path + name; }
+
+    const std::string m_path; // with a separator at the end
+};
+
+/// Whether it is an error in the sense above.
+bool isLackOfMeans(int error);
+
+/// What a file begins with, at most `limit` bytes.
+/// @param flags  more flags for open(2)
+int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content);
+
+} // namespace platform

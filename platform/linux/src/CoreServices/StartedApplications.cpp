@@ -1,0 +1,96 @@
+#include "StartedApplications.h"
+
+#include "ProcessFolder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace platform {
+
+/// A descriptor that becomes readable when the process ends; closed by an exec. -1 when there is none to be had.
+static int openProcess(pid_t pid) {
+#if defined(SYS_pidfd_open)
+    return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
+#else
+    static_cast<void>(pid);
+    return -1;
+#endif
+}
+
+StartedApplications& StartedApplications::get() {
+    static StartedApplications& applications = *new StartedApplications;
+    return applications;
+}
+
+void StartedApplications::add(const RunningApplication& application) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    forgetEnded();
+    m_started.push_back({application, m_usesDescriptors ? openProcess(application.pid) : -1});
+}
+
+int StartedApplications::list(std::vector<RunningApplication>& applications) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    applications.clear();
+    const int error = forgetEnded();
+    for (const Started& started : m_started)
+        applications.push_back(started.application);
+    return error;
+}
+
+int StartedApplications::find(pid_t pid, RunningApplication& application, bool& isOne) {
+    isOne = false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto place = std::find_if(m_started.begin(), m_started.end(),
+                                    [pid](const Started& started) { return started.application.pid == pid; });
+    if (place == m_started.end())
+        return 0;
+    const int error = lookWhetherItRuns(*place, isOne);
+    if (error == 0 && isOne)
+        application = place->application;
+    return error;
+}
+
+void StartedApplications::useDescriptors(bool areUsed) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_usesDescriptors = areUsed;
+}
+
+int StartedApplications::lookWhetherItRuns(const Started& started, bool& runs) {
+    if (started.descriptor >= 0) {
+        struct pollfd end = {started.descriptor, POLLIN, 0};
+        runs = ::poll(&end, 1, 0) == 0;
+        return 0;
+    }
+    ProcessStatus status;
+    const pid_t pid = started.application.pid;
+    const int error = ProcessFolder(pid).readStatus(status);
+    if (status.startTime != 0)
+        runs = status.startTime == started.application.startTime && !status.hasEnded();
+    else // gone, or in a /proc that hides what this user may not look into
+        runs = ::kill(pid, 0) == 0 || errno == EPERM;
+    return error;
+}
+
+/// Keeps those of which it cannot be told.
+int StartedApplications::forgetEnded() {
+    int firstError = 0;
+    const auto hasEnded = [&firstError](const Started& started) {
+        bool runs = true;
+        const int error = lookWhetherItRuns(started, runs);
+        if (error != 0 && firstError == 0)
+            firstError = error;
+        if (error != 0 || runs)
+            return false;
+        if (started.descriptor >= 0)
+            ::close(started.descriptor);
+        return true;
+    };
+    m_started.erase(std::remove_if(m_started.begin(), m_started.end(), hasEnded), m_started.end());
+    return firstError;
+}
+
+} // namespace platform
