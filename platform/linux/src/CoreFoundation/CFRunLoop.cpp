@@ -20,8 +20,8 @@ namespace {
 const CFTimeInterval LONGEST_WAIT = 1.0e9;
 
 std::mutex& MembershipLock() {
-    static std::mutex* const lock = std::make_unique<std::mutex>().release();
-    return *lock;
+    static std::mutex& lock = *new std::mutex;
+    return lock;
 }
 
 bool IsCommonModes(const std::u16string& mode) {

@@ -27,8 +27,8 @@ CFStringRef Decoded(std::string_view bytes, CFStringEncoding encoding, bool exte
 class ConstantTexts {
 public:
     static ConstantTexts& Get() {
-        static ConstantTexts* const texts = std::make_unique<ConstantTexts>().release();
-        return *texts;
+        static ConstantTexts& texts = *new ConstantTexts;
+        return texts;
     }
 
     CFStringRef Text(const char* literal) {

@@ -18,8 +18,8 @@ class LiveObjectList {
 public:
     /// Outlives every static object, for these may release theirs at exit.
     static LiveObjectList& Get() {
-        static LiveObjectList* const list = std::make_unique<LiveObjectList>().release();
-        return *list;
+        static LiveObjectList& list = *new LiveObjectList;
+        return list;
     }
 
     void Add(const Object& object) {

@@ -1,7 +1,5 @@
 #include "Notifications.h"
 
-#include <algorithm>
-
 #include <IOKit/IOMessage.h>
 
 namespace LinuxPlatform {
@@ -11,49 +9,6 @@ namespace {
 const std::size_t KERNELS_ROOM = 1024;
 
 } // namespace
-
-Notification::~Notification() {
-    m_queue->Forget(*this);
-}
-
-void Notification::Post(std::uint32_t messageType) {
-    m_queue->Post(*this, messageType);
-}
-
-void NotificationQueue::Post(Notification& from, std::uint32_t messageType) {
-    if (m_isClosed)
-        return;
-    m_messages.push_back({&from, messageType});
-    if (m_messages.size() == 1)
-        m_wakeUp.Signal();
-}
-
-void NotificationQueue::Forget(const Notification& from) {
-    const auto isOfIt = [&from](const Message& message) { return message.from == &from; };
-    const auto last = std::remove_if(m_messages.begin(), m_messages.end(), isOfIt);
-    if (last == m_messages.end())
-        return;
-    m_messages.erase(last, m_messages.end());
-    if (m_messages.empty())
-        m_wakeUp.Clear();
-}
-
-bool NotificationQueue::Take(Delivery& delivery) {
-    if (m_messages.empty())
-        return false;
-    const Message message = m_messages.front();
-    m_messages.pop_front();
-    if (m_messages.empty())
-        m_wakeUp.Clear();
-    delivery = message.from->Prepare(message.type);
-    return true;
-}
-
-void NotificationQueue::Close() {
-    m_isClosed = true;
-    m_messages.clear();
-    m_wakeUp.Clear();
-}
 
 MatchingNotification::MatchingNotification(Registry& registry, std::shared_ptr<NotificationQueue> queue,
                                            About about, MatchingCriteria criteria,

@@ -4,10 +4,10 @@ namespace LinuxPlatform {
 
 RegistryServer::Access RegistryServer::Enter(Freshness freshness) {
     // Never destroyed: run loops of other threads may still use it while the process exits.
-    static RegistryServer* const server = std::make_unique<RegistryServer>().release();
-    Access access(*server);
+    static RegistryServer& server = *new RegistryServer;
+    Access access(server);
     if (freshness == Freshness::UpToDate)
-        server->BringUpToDate();
+        server.BringUpToDate();
     return access;
 }
 
