@@ -1,3 +1,5 @@
+// Compiled for both hosts: Linux has IOKit's calls, too.
+
 #include "RegistryReading.h"
 
 #include "CFOwned.h"

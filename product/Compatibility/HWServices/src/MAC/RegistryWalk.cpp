@@ -1,3 +1,5 @@
+// Compiled for both hosts: Linux has IOKit's calls, too.
+
 #include "RegistryWalk.h"
 
 #include "CallMarker.h"
