@@ -1,10 +1,11 @@
 #include "../CoreServices/Bundles.h"
 #include "../CoreServices/RunningApplications.h"
+#include "Object.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <algorithm>
-#include <memory>
 #include <mutex>
+#include <type_traits>
 
 using namespace platform;
 
@@ -22,36 +23,20 @@ Walk& walk() {
     return state;
 }
 
-struct Releaser {
-    void operator()(const void* object) const { CFRelease(object); }
-};
-
 template <typename Ref>
-using Owned = std::unique_ptr<std::remove_pointer_t<Ref>, Releaser>;
+using Owned = LinuxPlatform::Owned<std::remove_pointer_t<Ref>>;
 
-class Dictionary {
-public:
-    Dictionary()
-        : m_dictionary(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                 &kCFTypeDictionaryValueCallBacks)) {}
+void addText(CFMutableDictionaryRef dictionary, CFStringRef key, const std::string& text) {
+    const Owned<CFStringRef> value(
+        CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+    if (value)
+        CFDictionarySetValue(dictionary, key, value.Get());
+}
 
-    void addText(CFStringRef key, const std::string& text) {
-        const Owned<CFStringRef> value(
-            CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
-        if (value != nullptr)
-            CFDictionarySetValue(m_dictionary.get(), key, value.get());
-    }
-
-    void addNumber(CFStringRef key, CFNumberType type, const void* number) {
-        const Owned<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
-        CFDictionarySetValue(m_dictionary.get(), key, value.get());
-    }
-
-    CFDictionaryRef release() { return m_dictionary.release(); }
-
-private:
-    Owned<CFMutableDictionaryRef> m_dictionary;
-};
+void addNumber(CFMutableDictionaryRef dictionary, CFStringRef key, CFNumberType type, const void* number) {
+    const Owned<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
+    CFDictionarySetValue(dictionary, key, value.Get());
+}
 
 } // namespace
 
@@ -91,11 +76,12 @@ CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* psn,
     const long long number =
         static_cast<long long>(static_cast<UInt64>(now.highLongOfPSN) << 32 | now.lowLongOfPSN);
     const long pid = application.pid;
-    Dictionary information;
-    information.addNumber(CFSTR("PSN"), kCFNumberLongLongType, &number);
-    information.addNumber(CFSTR("pid"), kCFNumberLongType, &pid);
-    information.addText(CFSTR("BundlePath"), bundle);
-    information.addText(CFSTR("CFBundleName"), bundleName.substr(0, bundleName.size() - 4));
-    information.addText(CFSTR("CFBundleExecutable"), application.executable);
-    return information.release();
+    const CFMutableDictionaryRef information = CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    addNumber(information, CFSTR("PSN"), kCFNumberLongLongType, &number);
+    addNumber(information, CFSTR("pid"), kCFNumberLongType, &pid);
+    addText(information, CFSTR("BundlePath"), bundle);
+    addText(information, CFSTR("CFBundleName"), bundleName.substr(0, bundleName.size() - 4));
+    addText(information, CFSTR("CFBundleExecutable"), application.executable);
+    return information;
 }

@@ -1,6 +1,7 @@
 #include "KnownProcesses.h"
 
 #include "Diagnostics.h"
+#include "FileBeginning.h"
 #include "ProcessFolder.h"
 
 #include <algorithm>

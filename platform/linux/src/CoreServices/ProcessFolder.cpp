@@ -1,13 +1,10 @@
 #include "ProcessFolder.h"
 
 #include "../mach-o/ExecutableLink.h"
+#include "FileBeginning.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace platform {
 
@@ -19,7 +16,6 @@ namespace {
 const std::size_t ENVIRONMENT_LIMIT = 256 * 1024;
 const std::size_t COMMAND_LINE_LIMIT = 16 * 1024;
 const std::size_t STATUS_LIMIT = 4096;
-const std::size_t FIRST_READ = 4096;
 
 std::string& folder() {
     static std::string& path = *new std::string("/proc"); // never destroyed: lists are read to the very end
@@ -34,30 +30,6 @@ const std::string& processesFolder() {
 
 void setProcessesFolder(const std::string& path) {
     folder() = path;
-}
-
-bool isLackOfMeans(int error) {
-    return error == EMFILE || error == ENFILE || error == ENOMEM;
-}
-
-int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content) {
-    content.clear();
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
-    if (file < 0)
-        return isLackOfMeans(errno) ? errno : 0;
-    char piece[FIRST_READ];
-    for (;;) {
-        const std::size_t wanted = std::min(sizeof piece, limit - content.size());
-        const ssize_t count = ::read(file, piece, wanted);
-        if (count > 0)
-            content.append(piece, static_cast<std::size_t>(count));
-        // Neither a file of /proc nor a script grows meanwhile: a short read is the end, and saves another
-        // call for each of some hundred processes.
-        if (count < static_cast<ssize_t>(wanted) || content.size() == limit)
-            break;
-    }
-    ::close(file);
-    return 0;
 }
 
 ProcessFolder::ProcessFolder(pid_t pid) : m_path(processesFolder() + "/" + std::to_string(pid) + "/") {}

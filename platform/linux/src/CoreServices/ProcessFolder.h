@@ -7,9 +7,8 @@
 
 // What /proc tells of a process. Any thread.
 //
-// A function that returns an error returns 0, or what this process or the machine lacks: EMFILE, ENFILE or
-// ENOMEM. Such an error says nothing about the process that was asked for. A file that is not there, or not
-// for this user, is no error: its content is empty.
+// A function that returns an int returns an error as readBeginning() does (FileBeginning.h). Such an error says
+// nothing about the process that was asked for.
 
 namespace platform {
 
@@ -59,12 +58,5 @@ private:
 
     const std::string m_path; // with a separator at the end
 };
-
-/// Whether it is an error in the sense above.
-bool isLackOfMeans(int error);
-
-/// What a file begins with, at most `limit` bytes.
-/// @param flags  more flags for open(2)
-int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content);
 
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "../mach-o/ExecutableLink.h"
 #include "Bundles.h"
+#include "FileBeginning.h"
 #include "KnownProcesses.h"
 #include "ProcessFolder.h"
 #include "StartedApplications.h"

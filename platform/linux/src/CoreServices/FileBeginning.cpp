@@ -1,0 +1,36 @@
+#include "FileBeginning.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace platform {
+
+static const std::size_t PIECE = 4096;
+
+bool isLackOfMeans(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content) {
+    content.clear();
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | flags);
+    if (file < 0)
+        return isLackOfMeans(errno) ? errno : 0;
+    char piece[PIECE];
+    for (;;) {
+        const std::size_t wanted = std::min(sizeof piece, limit - content.size());
+        const ssize_t count = ::read(file, piece, wanted);
+        if (count > 0)
+            content.append(piece, static_cast<std::size_t>(count));
+        // Neither a file of /proc nor a script grows meanwhile: a short read is the end, and saves another
+        // call for each of some hundred processes.
+        if (count < static_cast<ssize_t>(wanted) || content.size() == limit)
+            break;
+    }
+    ::close(file);
+    return 0;
+}
+
+} // namespace platform
