@@ -15,7 +15,6 @@
 namespace Zevo {
 namespace {
 
-const char CARD_NAME[] = "ID.txt";
 const char UPGRADE_CODE[] = "UPGRADE_CODE";
 const char NO_START[] = "the launcher ends at once, without a word";
 
@@ -202,7 +201,7 @@ void CardCheck::checkWhatIsMissing() {
 } // namespace
 
 CardResult checkCard(const std::string& folder, Findings& findings) {
-    const SourceText card(folder + CARD_NAME, folder + CARD_NAME);
+    const SourceText card(folder + IDCardReader::FILE_NAME, folder + IDCardReader::FILE_NAME);
     if (!card.whyUnreadable().empty()) {
         findings.push_back({"card-missing", card.wholeFile(), card.whyUnreadable() + ": " + NO_START,
                             "the identity card, lines KEY=VALUE", ""});

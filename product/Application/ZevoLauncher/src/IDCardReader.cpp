@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <sstream>
 
-static const char CARD_NAME[] = "ID.txt";
-
 // isprint() of the "C" locale, whatever locale the process has set.
 static bool isPrinting(char c) {
     return c >= ' ' && c <= '~';
@@ -30,7 +28,7 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     TRACE_METHOD();
     std::string content;
     std::string refusal;
-    SmallFile::read(m_folder + CARD_NAME, SmallFile::CONFIGURATION_LIMIT, content, refusal);
+    SmallFile::read(m_folder + FILE_NAME, SmallFile::CONFIGURATION_LIMIT, content, refusal);
     std::istringstream card(content);
     bool stored = false;
     std::string line;

@@ -14,6 +14,8 @@ class IDCardObserver;
 // value. Lines with an empty key are skipped; a later line replaces an earlier one of the same key.
 class IDCardReader {
 public:
+    static constexpr char FILE_NAME[] = "ID.txt";
+
     /// `folder` is followed directly by the file's name: it ends with a separator. Reads nothing yet.
     explicit IDCardReader(std::string folder);
     virtual ~IDCardReader();

@@ -9,9 +9,8 @@
 
 #include <set>
 
-static std::string dataPath(const std::string& base, const std::string& scope) {
-    const char separator = FileSystemManagement::getFolderSeparator();
-    return base + separator + FOLDERNAME_FERROW + separator + scope;
+static std::string dataPath(t_PersistenceMode mode, const std::string& scope) {
+    return familyFolder(mode) + FileSystemManagement::getFolderSeparator() + scope;
 }
 
 static std::string domainFolder(const std::string& path, const std::string& domain) {
@@ -71,8 +70,8 @@ void AppDataManager::setGlobalScope(const std::string& scope) {
 void AppDataManager::getDataPath(std::string& userPath, std::string& allUsersPath,
                                  const std::string& scope) const {
     TRACE_METHOD();
-    userPath = dataPath(FileSystemManagement::getUserAppDataDirectory(), scope);
-    allUsersPath = dataPath(FileSystemManagement::getCommonAppDataDirectory(), scope);
+    userPath = dataPath(PERSISTENCE_CURRENT_USER, scope);
+    allUsersPath = dataPath(PERSISTENCE_ALL_USERS, scope);
 }
 
 std::string AppDataManager::getAllUsersDataPath() {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "FileSystemManagement.h"
+#include "PersistenceMode.h"
+
 #include <string>
 
 // Folders directly under an application-data base directory, and the maker's. One constant per unit that
@@ -11,3 +14,10 @@ static const std::string FOLDERNAME_FERROW = "Ferrow";
 static const std::string FOLDERNAME_BRISEL = "Brisel";
 /// The scope of the downloads that all products share.
 static const std::string FOLDERNAME_DOWNLOADS = "Downloads";
+
+/// The product family's folder, without a separator at the end. Creates nothing.
+inline std::string familyFolder(t_PersistenceMode mode) {
+    const std::string base = mode == PERSISTENCE_ALL_USERS ? FileSystemManagement::getCommonAppDataDirectory()
+                                                           : FileSystemManagement::getUserAppDataDirectory();
+    return base + FileSystemManagement::getFolderSeparator() + FOLDERNAME_FERROW;
+}

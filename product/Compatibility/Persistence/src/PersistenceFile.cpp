@@ -5,14 +5,13 @@
 #include "FileLock.h"
 #include "FileReplacement.h"
 #include "FileSystemManagement.h"
+#include "FolderNames.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fcntl.h>
 #include <new>
 #include <stdexcept>
-#include <sys/stat.h>
 
 namespace {
 
@@ -27,51 +26,12 @@ std::string withFolder(const std::string& path) {
     return path;
 }
 
-bool readAll(int descriptor, std::string& content) {
-    struct stat status;
-    if (fstat(descriptor, &status) != 0) {
-        return false;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        errno = EINVAL;
-        return false;
-    }
-    if (static_cast<unsigned long long>(status.st_size) > MAX_SIZE) {
-        errno = EFBIG;
-        return false;
-    }
-    size_t length = 0;
-    content.resize(static_cast<size_t>(status.st_size) + 1); // one more, so that the end is met in one read
-    for (;;) {
-        const ssize_t count = ::read(descriptor, &content[length], content.size() - length);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            content.resize(length);
-            return count == 0;
-        }
-        length += static_cast<size_t>(count);
-        if (length == static_cast<size_t>(status.st_size)) { // all, since there was room for more
-            content.resize(length);
-            return true;
-        }
-        if (length == content.size()) {
-            content.resize(2 * length); // written to in place meanwhile
-        }
-    }
-}
-
 } // namespace
 
 PersistenceFile::PersistenceFile(const std::string& scope, const std::string& domain, t_PersistenceMode mode,
                                  const std::string& suffix) {
     TRACE_CONSTRUCTOR("PersistenceFile");
-    const char separator = FileSystemManagement::getFolderSeparator();
-    const std::string base = mode == PERSISTENCE_ALL_USERS ? FileSystemManagement::getCommonAppDataDirectory()
-                                                           : FileSystemManagement::getUserAppDataDirectory();
-    const std::string family = withFolder(base + separator + "Ferrow");
-    m_path = withFolder(family + separator + scope + separator) + domain + suffix;
+    m_path = withFolder(withFolder(familyFolder(mode)) + "/" + scope + "/") + domain + suffix;
 }
 
 PersistenceFile::~PersistenceFile() {
@@ -81,13 +41,13 @@ PersistenceFile::~PersistenceFile() {
 bool PersistenceFile::read(std::string& content) const {
     TRACE_METHOD();
     content.clear();
-    // Not blocking: a pipe in the file's place must not hang the caller.
-    const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file = openRegularFile(m_path);
     if (!file.isOpen() && errno == ENOENT) {
         return true;
     }
     const bool isRead = whileMemoryLasts([&] {
-        if (file.isOpen() && FileReplacement::waitUntilWhole(file.get()) && readAll(file.get(), content)) {
+        if (file.isOpen() && FileReplacement::waitUntilWhole(file.get()) &&
+            readWhole(file.get(), MAX_SIZE, content)) {
             return true;
         }
         TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));

@@ -9,12 +9,12 @@
 #include "LogMessage.h"
 #include "Logger.h"
 #include "MessageType.h"
+#include "NeverDestroyed.h"
 #include "SmallFile.h"
 #include "Tracer.h"
 
 #include <cstdio>
 #include <fcntl.h>
-#include <memory>
 #include <unistd.h>
 
 // Support knows these failures by this file and these lines; they do not follow the code around.
@@ -37,7 +37,7 @@ static void readCard(IDCardReader& card) {
     if (card.readIDCard())
         return;
     // There is neither a trace nor a log to read this in.
-    const std::string path = FileSystemManagement::getCurrentExecutableDirectory() + "ID.txt";
+    const std::string path = FileSystemManagement::getCurrentExecutableDirectory() + IDCardReader::FILE_NAME;
     std::string refusal = "no line in it is right, or one holds \"&\"";
     SmallFile::open(path, SmallFile::CONFIGURATION_LIMIT, refusal);
     std::fprintf(stderr, "ZevoLauncher : the identity card %s is not read : %s\n", path.c_str(),
@@ -82,7 +82,8 @@ static void awaitEndOfOtherLauncher(const std::string& logFolder,
     static LauncherLock* lock = NULL;
     if (lock != NULL)
         return;
-    lock = std::make_unique<LauncherLock>(logFolder).release();
+    static NeverDestroyed<LauncherLock> theLock(logFolder);
+    lock = &theLock.get();
     if (!lock->isHeldByAnother())
         return;
     const long process = lock->otherProcess();
@@ -99,7 +100,8 @@ static void startTracer(const std::string& logFolder, const std::string& configu
     TRACE_FUNCTION("startTracer");
     if (Tracer::GetInstance() != NULL)
         return;
-    Tracer* tracer = std::make_unique<Tracer>().release();
+    static NeverDestroyed<Tracer> theTracer;
+    Tracer* const tracer = &theTracer.get();
     Tracer::SetInstance(tracer);
     tracer->SetFolderName(logFolder);
     tracer->ReadConfigFile(configurationFile.c_str());
@@ -113,7 +115,8 @@ static void startLogger(const std::string& logFolder, const std::string& configu
     TRACE_FUNCTION("startLogger");
     if (Logger::GetInstance() != NULL)
         return;
-    Logger* logger = std::make_unique<Logger>().release();
+    static NeverDestroyed<Logger> theLogger;
+    Logger* const logger = &theLogger.get();
     Logger::SetInstance(logger);
     logger->SetFolderName(logFolder);
     logger->ReadConfigFile(configurationFile.c_str());

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <initializer_list>
-#include <sys/stat.h>
 
 namespace {
 
@@ -24,11 +23,46 @@ FileDescriptor openWithSomeAccess(const std::string& path, int flags) {
     return file;
 }
 
+FileDescriptor openRegularFile(const std::string& path) {
+    FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status;
+    if (!file.isOpen() || fstat(file.get(), &status) != 0)
+        return FileDescriptor();
+    if (!S_ISREG(status.st_mode)) {
+        errno = EINVAL;
+        return FileDescriptor();
+    }
+    return file;
+}
+
+bool readWhole(int descriptor, std::size_t limit, std::string& content) {
+    content.clear();
+    struct stat status;
+    if (fstat(descriptor, &status) != 0)
+        return false;
+    if (static_cast<unsigned long long>(status.st_size) > limit) {
+        errno = EFBIG;
+        return false;
+    }
+    std::size_t length = 0;
+    std::size_t room = static_cast<std::size_t>(status.st_size) + 1; // one more, so that the end shows
+    for (;;) {
+        content.resize(room);
+        length += readFully(descriptor, &content[length], room - length);
+        if (length < room || length > limit)
+            break;
+        room = std::min(2 * room, limit + 1); // it has grown meanwhile
+    }
+    if (length > limit)
+        errno = EFBIG;
+    content.resize(errno == 0 ? length : 0);
+    return errno == 0;
+}
+
 bool isStillAt(const std::string& path, int descriptor) {
     struct stat opened;
     struct stat named;
-    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
-           opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 && isSameFile(opened, named);
 }
 
 void keepOwner(int descriptor, uid_t owner, gid_t group) {

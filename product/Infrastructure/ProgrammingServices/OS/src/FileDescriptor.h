@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <utility>
@@ -39,6 +40,19 @@ private:
 /// @param flags  more flags for open(2)
 FileDescriptor openWithSomeAccess(const std::string& path, int flags);
 
+/// Opens a file for reading; never waits, and opens nothing but a regular file: a pipe in its place would
+/// hang the caller, a device has no end. @return an empty owner, with errno EINVAL for what is no regular file
+FileDescriptor openRegularFile(const std::string& path);
+
+/// Reads an open regular file from its first byte to its end. @return false, with errno set and `content`
+/// empty, when that fails; EFBIG: it holds more than `limit` bytes
+bool readWhole(int descriptor, std::size_t limit, std::string& content);
+
+/// Whether both describe one file, whatever paths lead to it.
+inline bool isSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
+}
+
 /// Whether the open file is the one that stands at `path` now.
 bool isStillAt(const std::string& path, int descriptor);
 
@@ -56,6 +70,24 @@ bool isUnsupported(int error);
 /// make no such file or not rename it over another. Any other error (no descriptor or no room left) may be
 /// gone for the next user.
 bool forbidsNewFile(int error);
+
+/// Reads until `size` bytes are there or the file ends. Returns their number; where they are fewer, errno is 0
+/// at the end of the file, and otherwise tells what has failed. Fit for a signal handler.
+inline std::size_t readFully(int descriptor, char* to, std::size_t size) {
+    std::size_t length = 0;
+    errno = 0;
+    while (length < size) {
+        const ssize_t count = read(descriptor, to + length, size - length);
+        if (count < 0 && errno == EINTR) {
+            errno = 0;
+            continue;
+        }
+        if (count <= 0)
+            break;
+        length += static_cast<std::size_t>(count);
+    }
+    return length;
+}
 
 /// Writes all of the text, however many calls that takes. Returns the number of bytes that were written; errno
 /// tells why they are fewer than the text has. Fit for a signal handler.

@@ -133,8 +133,7 @@ bool FileLock::isOwnLockHeldOf(int descriptor) {
         struct stat locked;
         struct stat asked;
         if (lock->isHeld() && lock->m_isOwn && fstat(lock->m_file.get(), &locked) == 0 &&
-            fstat(descriptor, &asked) == 0 && locked.st_ino == asked.st_ino &&
-            locked.st_dev == asked.st_dev) {
+            fstat(descriptor, &asked) == 0 && isSameFile(locked, asked)) {
             return true;
         }
     }
