@@ -9,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const TemporaryFolder folder;
     writeFile(folder / "Info.plist", std::string(reinterpret_cast<const char*>(data), size));
-    const std::string name = platform::executableNameFromInfoPlist(folder / "Info.plist");
+    const std::string name = LinuxPlatform::executableNameFromInfoPlist(folder / "Info.plist");
     require(name.size() <= size);
     return 0;
 }

@@ -62,9 +62,9 @@ void checkScript(const SourceText& script, Findings& findings) {
              "a last line exec and the program", ""});
 }
 
-void checkExecutable(const char* path, const platform::ReferencedPath& bundle, Findings& findings) {
+void checkExecutable(const char* path, const LinuxPlatform::ReferencedPath& bundle, Findings& findings) {
     std::string file;
-    const OSStatus status = platform::findBundleExecutable(bundle, file);
+    const OSStatus status = LinuxPlatform::findBundleExecutable(bundle, file);
     if (status != noErr) {
         add(findings, "application-without-executable", file.empty() ? path : file,
             file.empty() ? fmt::format("names an executable outside of itself: {} {}", STATUS, status)
@@ -87,12 +87,12 @@ void checkExecutable(const char* path, const platform::ReferencedPath& bundle, F
 
 bool checkApplication(const char* path, Findings& findings) {
     FSRef reference;
-    platform::ReferencedPath bundle;
+    LinuxPlatform::ReferencedPath bundle;
     OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(path), &reference, nullptr);
     if (status == noErr)
-        status = platform::resolveReference(reference, bundle);
+        status = LinuxPlatform::resolveReference(reference, bundle);
     if (status == noErr)
-        status = platform::checkBundle(bundle);
+        status = LinuxPlatform::checkBundle(bundle);
     if (status == kLSNotAnApplicationErr) {
         add(findings, "application-no-bundle", path, fmt::format("is no folder: {} {}", STATUS, status),
             "an application bundle");
@@ -110,7 +110,7 @@ bool checkApplication(const char* path, Findings& findings) {
 void checkApplications(Findings& findings) {
     std::string missing; // what lies in it is missing, too
     for (const LauncherApplication& application : LAUNCHER_APPLICATIONS) {
-        if (!missing.empty() && platform::liesIn(application.path, missing))
+        if (!missing.empty() && LinuxPlatform::liesIn(application.path, missing))
             continue;
         if (!checkApplication(application.path, findings))
             missing = application.path;

@@ -59,8 +59,8 @@ bool canHearOfHotPlug() {
 // ---- applications
 
 std::vector<LiveApplication> applicationsNow(bool& isListReadable) {
-    std::vector<platform::RunningApplication> running;
-    isListReadable = platform::listRunningApplications(running) == 0;
+    std::vector<LinuxPlatform::RunningApplication> running;
+    isListReadable = LinuxPlatform::listRunningApplications(running) == 0;
     std::vector<LiveApplication> applications;
     for (const LauncherApplication& known : LAUNCHER_APPLICATIONS) {
         LiveApplication application;
@@ -68,8 +68,8 @@ std::vector<LiveApplication> applicationsNow(bool& isListReadable) {
         Findings obstacles;
         checkApplication(known.path, obstacles);
         application.canBeStarted = obstacles.empty();
-        for (const platform::RunningApplication& process : running) {
-            if (platform::outOfRoot(process.bundle) == application.path)
+        for (const LinuxPlatform::RunningApplication& process : running) {
+            if (LinuxPlatform::outOfRoot(process.bundle) == application.path)
                 application.processes.push_back(process.pid);
         }
         applications.push_back(application);
@@ -214,9 +214,9 @@ void checkLaunchers(const Live& live, const CheckOptions& options, CheckResult& 
     if (running->program.empty())
         return;
     checkAge(*running, result);
-    const std::string checked = platform::realPath(options.folder.empty() ? "." : options.folder) + "/";
+    const std::string checked = LinuxPlatform::realPath(options.folder.empty() ? "." : options.folder) + "/";
     const std::string used = folderOf(running->program);
-    if (platform::realPath(used) + "/" != checked)
+    if (LinuxPlatform::realPath(used) + "/" != checked)
         add(result, "live-other-folder", used,
             fmt::format(
                 "the launcher that runs (process {}) reads its files here, not those that were checked",

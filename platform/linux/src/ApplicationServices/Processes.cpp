@@ -7,7 +7,7 @@
 #include <mutex>
 #include <type_traits>
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 namespace {
 
@@ -24,17 +24,17 @@ Walk& walk() {
 }
 
 template <typename Ref>
-using Owned = LinuxPlatform::Owned<std::remove_pointer_t<Ref>>;
+using OwnedRef = Owned<std::remove_pointer_t<Ref>>;
 
 void addText(CFMutableDictionaryRef dictionary, CFStringRef key, const std::string& text) {
-    const Owned<CFStringRef> value(
+    const OwnedRef<CFStringRef> value(
         CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
     if (value)
         CFDictionarySetValue(dictionary, key, value.Get());
 }
 
 void addNumber(CFMutableDictionaryRef dictionary, CFStringRef key, CFNumberType type, const void* number) {
-    const Owned<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
+    const OwnedRef<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
     CFDictionarySetValue(dictionary, key, value.Get());
 }
 

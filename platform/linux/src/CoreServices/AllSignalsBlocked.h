@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// As long as one lives, no handler of this process runs on this thread, nor on a thread or in a process that it starts
 /// meanwhile.
@@ -21,4 +21,4 @@ private:
     sigset_t m_before;
 };
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <sys/stat.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// The bundle's name without ".app". A link to a bundle gives it its name, whatever the folder is called.
 static std::string ownName(const ReferencedPath& bundle) {
@@ -41,4 +41,4 @@ OSStatus findBundleExecutable(const ReferencedPath& bundle, std::string& file) {
     return noErr;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

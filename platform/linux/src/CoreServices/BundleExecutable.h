@@ -7,7 +7,7 @@
 
 // Which file an application bundle is started by. Looks, starts nothing; any thread.
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// Whether something is an application bundle.
 /// @return noErr, kLSNotAnApplicationErr, or what the system says of the path
@@ -18,4 +18,4 @@ OSStatus checkBundle(const ReferencedPath& bundle);
 ///     where one was); kLSNoLaunchPermissionErr: this user may not look
 OSStatus findBundleExecutable(const ReferencedPath& bundle, std::string& file);
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -5,7 +5,7 @@
 #include <memory>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 static const char BUNDLE_SUFFIX[] = ".app";
 
@@ -91,4 +91,4 @@ std::string lastComponent(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -5,7 +5,7 @@
 // Paths of application bundles, and the root they are seen from (PLATFORM_ROOT, told in CoreServices.h).
 // Nothing here keeps state; any thread.
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// The folder that stands in for "/", absolute, links resolved where it exists, without a trailing separator;
 /// empty when there is none.
@@ -33,4 +33,4 @@ std::string lastComponent(const std::string& path);
 /// The path with links resolved, or an empty text with errno set.
 std::string realPath(const std::string& path);
 
-} // namespace platform
+} // namespace LinuxPlatform

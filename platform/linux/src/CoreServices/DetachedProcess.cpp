@@ -43,7 +43,7 @@
 #define ZEVO_COPIES_MEMORY 0
 #endif
 
-namespace platform {
+namespace LinuxPlatform {
 
 namespace {
 
@@ -286,4 +286,4 @@ int startDetached(DetachedProcess plan, pid_t& pid) {
     return error;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -4,7 +4,7 @@
 #include <sys/types.h>
 #include <vector>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// What a detached process is to be. The texts are handed over as they are.
 struct DetachedProcess {
@@ -29,4 +29,4 @@ int startDetached(DetachedProcess plan, pid_t& pid);
 bool closeFilesByRange();
 void closeFilesByListing();
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -5,7 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 static const std::size_t PIECE = 4096;
 
@@ -33,4 +33,4 @@ int readBeginning(const std::string& path, std::size_t limit, int flags, std::st
     return 0;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

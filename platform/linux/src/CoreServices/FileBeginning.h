@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// What a file of /proc or another small file begins with.
 /// @param limit    in bytes
@@ -15,4 +15,4 @@ int readBeginning(const std::string& path, std::size_t limit, int flags, std::st
 /// Whether an errno is one of these three.
 bool isLackOfMeans(int error);
 
-} // namespace platform
+} // namespace LinuxPlatform

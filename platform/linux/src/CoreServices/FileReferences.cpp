@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-namespace platform {
+namespace LinuxPlatform {
 
 namespace {
 
@@ -125,9 +125,9 @@ OSStatus resolveReference(const FSRef& ref, ReferencedPath& path) {
     return noErr;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 static OSStatus makeReference(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
     const std::string inRoot = intoRoot(reinterpret_cast<const char*>(path));

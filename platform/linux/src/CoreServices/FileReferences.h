@@ -8,7 +8,7 @@
 // forgotten, and a path that has come to name something else is noticed. The table of paths grows with the
 // number of different paths referred to, and lives as long as the process.
 
-namespace platform {
+namespace LinuxPlatform {
 
 struct ReferencedPath {
     std::string real;  // links resolved
@@ -24,4 +24,4 @@ OSStatus resolveReference(const FSRef& ref, ReferencedPath& path);
 /// The File Manager's result for an errno.
 OSStatus statusOfErrno(int error);
 
-} // namespace platform
+} // namespace LinuxPlatform

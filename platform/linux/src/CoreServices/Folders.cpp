@@ -2,6 +2,8 @@
 #include "Diagnostics.h"
 #include "FileReferences.h"
 
+#include <LinuxHome.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <pwd.h>
@@ -9,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 // Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
 static const size_t LONGEST_PATH = 2047;
@@ -24,9 +26,8 @@ static std::string absoluteFolderFromEnvironment(const char* variable) {
     while (folder.size() > 1 && folder.back() == '/')
         folder.pop_back();
     if (folder.size() > LONGEST_PATH - sizeof DATA_FOLDER_IN_HOME) {
-        LinuxPlatform::Report(
-            "CoreServices: %s has %zu characters, which is too long for a folder; it does not count",
-            variable, folder.size());
+        Report("CoreServices: %s has %zu characters, which is too long for a folder; it does not count",
+               variable, folder.size());
         return std::string();
     }
     return folder;
@@ -41,25 +42,24 @@ static std::string homeFolderOfUserDatabase() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : std::string();
 }
 
-/// With a separator at the end; empty for a user without one.
-static std::string homeFolder() {
+std::string LinuxPlatform::HomeFolder() {
     std::string home = absoluteFolderFromEnvironment("HOME");
     if (home.empty())
         home = homeFolderOfUserDatabase();
-    return home.empty() || home == "/" ? home : home + "/";
+    return home.empty() || home.back() == '/' ? home : home + "/";
 }
 
 static std::string userDataFolder() {
     const std::string data = absoluteFolderFromEnvironment("XDG_DATA_HOME");
     if (!data.empty())
         return data;
-    const std::string home = homeFolder();
+    const std::string home = HomeFolder();
     return home.empty() ? home : home + DATA_FOLDER_IN_HOME;
 }
 
 /// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
 static size_t lengthOfHome(const std::string& data) {
-    const std::string home = homeFolder();
+    const std::string home = HomeFolder();
     return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
 }
 

@@ -6,7 +6,7 @@
 #include <system_error>
 #include <thread>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// Makes a call that may wait for a file system for ever. A thread that waits so hears no signal, and the launcher could
 /// not be told to stop: so another thread makes the call, and this one waits for it where signals reach it. Where there
@@ -27,4 +27,4 @@ auto makeHangingCall(Call call) -> decltype(call()) {
     return result.get();
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <type_traits>
 
-namespace platform {
+namespace LinuxPlatform {
 
 // Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
 // in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
@@ -26,8 +26,8 @@ static std::string readSmallRegularFile(const std::string& path) {
     if (S_ISREG(found.st_mode) && found.st_size <= static_cast<off_t>(INFO_PLIST_LIMIT))
         readBeginning(path, INFO_PLIST_LIMIT, O_NONBLOCK | O_NOCTTY, content);
     else
-        LinuxPlatform::Report("CoreServices: %s is not read: it is no regular file of at most %d bytes",
-                              path.c_str(), static_cast<int>(INFO_PLIST_LIMIT));
+        Report("CoreServices: %s is not read: it is no regular file of at most %d bytes", path.c_str(),
+               static_cast<int>(INFO_PLIST_LIMIT));
     return content;
 }
 
@@ -53,4 +53,4 @@ std::string executableNameFromInfoPlist(const std::string& infoPlist) {
     return text ? text.get() : std::string();
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

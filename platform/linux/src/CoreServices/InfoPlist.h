@@ -6,7 +6,7 @@
 // build without it (ZEVO_DEVICES=OFF) has WithoutInfoPlist.cpp, which knows no key, so that every bundle is
 // taken to name its executable after itself.
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// CFBundleExecutable of a bundle's Info.plist, text or binary form.
 /// @param infoPlist  path of the file; may be missing, unreadable, of any kind, size and content. Never waits
@@ -14,4 +14,4 @@ namespace platform {
 /// @return the text as it stands there; empty when there is none to be had
 std::string executableNameFromInfoPlist(const std::string& infoPlist);
 
-} // namespace platform
+} // namespace LinuxPlatform

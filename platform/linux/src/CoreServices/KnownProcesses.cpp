@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// How many processes there are, told by one call: a folder has two links, and one more for each folder in
 /// it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the kernel's
@@ -142,10 +142,10 @@ int KnownProcesses::visitOthers(const Look& look) {
 
 void KnownProcesses::noteWhetherThereIsAList(bool isThere) {
     if (!isThere && m_isThere)
-        LinuxPlatform::Report("CoreServices: %s does not show this process, so it tells of no other either; "
-                              "no application will be started",
-                              processesFolder().c_str());
+        Report("CoreServices: %s does not show this process, so it tells of no other either; "
+               "no application will be started",
+               processesFolder().c_str());
     m_isThere = isThere;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -8,7 +8,7 @@
 #include <time.h>
 #include <vector>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// The clock of the processor time that a process gets, which anybody may read with one call.
 class ProcessorClock {
@@ -82,4 +82,4 @@ private:
     bool m_isThere = true;
 };
 
-} // namespace platform
+} // namespace LinuxPlatform

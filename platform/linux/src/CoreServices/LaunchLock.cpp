@@ -13,7 +13,7 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// Whether a folder is this user's, and nobody else can put a file or a link there. If not, errno says why.
 static bool isPrivate(const std::string& folder) {
@@ -43,10 +43,9 @@ LaunchLock::LaunchLock(const std::string& file, std::chrono::milliseconds longes
         ::nanosleep(&pause, nullptr);
     }
     if (!isHeld())
-        LinuxPlatform::Report(
-            "CoreServices: no lock for starting applications (%s: %s); another launcher may "
-            "start the same one",
-            m_path.c_str(), std::strerror(errno));
+        Report("CoreServices: no lock for starting applications (%s: %s); another launcher may "
+               "start the same one",
+               m_path.c_str(), std::strerror(errno));
 }
 
 LaunchLock::~LaunchLock() {
@@ -97,4 +96,4 @@ std::string launchLockFile() {
     return (isPrivate(session) ? session : "/tmp/zevolauncher-" + user) + name;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// The lock that launchers of one user hold from their look at the running applications until what they start
 /// shows there: else two of them, which the same device wakes up, both find nothing running. Advisory;
@@ -38,4 +38,4 @@ private:
 /// the user's own, /tmp/zevolauncher-<id>.
 std::string launchLockFile();
 
-} // namespace platform
+} // namespace LinuxPlatform

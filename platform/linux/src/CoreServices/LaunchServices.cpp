@@ -14,7 +14,7 @@
 #include <mutex>
 #include <unistd.h>
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 static const std::chrono::seconds LONGEST_WAIT_FOR_ANOTHER(10);
 

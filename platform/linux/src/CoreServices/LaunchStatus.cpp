@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 OSStatus statusOfFailedStart(int error, const std::string& file) {
     switch (error) {
@@ -32,4 +32,4 @@ OSStatus statusOfFailedStart(int error, const std::string& file) {
     }
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-namespace platform {
+namespace LinuxPlatform {
 
 const char LAUNCHED_VARIABLE[] = "PLATFORM_LAUNCHED=";
 
@@ -97,4 +97,4 @@ std::string ProcessFolder::executable() const {
     return readExecutableLink(file("exe"));
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

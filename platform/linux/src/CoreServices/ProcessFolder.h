@@ -10,7 +10,7 @@
 // A function that returns an int returns an error as readBeginning() does (FileBeginning.h). Such an error says
 // nothing about the process that was asked for.
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// What everybody may read of every process: its status line.
 struct ProcessStatus {
@@ -59,4 +59,4 @@ private:
     const std::string m_path; // with a separator at the end
 };
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 namespace {
 
@@ -228,4 +228,4 @@ ProcessSerialNumber serialNumberOf(const RunningApplication& application) {
     return number;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -9,7 +9,7 @@
 // ApplicationServices.h. Shared by the process list and by Launch Services, so that both mean the same by
 // "running". Any thread.
 
-namespace platform {
+namespace LinuxPlatform {
 
 struct RunningApplication {
     pid_t pid;
@@ -50,4 +50,4 @@ void readProcessesFrom(const std::string& folder);
 /// Its serial number, as the process list gives it.
 ProcessSerialNumber serialNumberOf(const RunningApplication& application);
 
-} // namespace platform
+} // namespace LinuxPlatform

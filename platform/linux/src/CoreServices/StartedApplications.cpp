@@ -9,7 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// A descriptor that becomes readable when the process ends; closed by an exec. -1 when there is none to be had.
 static int openProcess(pid_t pid) {
@@ -93,4 +93,4 @@ int StartedApplications::forgetEnded() {
     return firstError;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

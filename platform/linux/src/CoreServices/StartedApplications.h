@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-namespace platform {
+namespace LinuxPlatform {
 
 /// The applications that this process has started. Each is running until its process ends, whatever /proc lets
 /// this user read of it. A descriptor of the process (pidfd, Linux 5.3) tells its end; where there is none to
@@ -41,4 +41,4 @@ private:
     bool m_usesDescriptors = true;
 };
 
-} // namespace platform
+} // namespace LinuxPlatform

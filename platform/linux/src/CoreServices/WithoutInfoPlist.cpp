@@ -1,9 +1,9 @@
 #include "InfoPlist.h"
 
-namespace platform {
+namespace LinuxPlatform {
 
 std::string executableNameFromInfoPlist(const std::string&) {
     return std::string();
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

@@ -3,7 +3,7 @@
 #include <climits>
 #include <unistd.h>
 
-namespace platform {
+namespace LinuxPlatform {
 
 std::string readExecutableLink(const std::string& link) {
     char target[PATH_MAX];
@@ -19,4 +19,4 @@ std::string readExecutableLink(const std::string& link) {
     return path;
 }
 
-} // namespace platform
+} // namespace LinuxPlatform

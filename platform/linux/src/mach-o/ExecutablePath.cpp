@@ -5,7 +5,7 @@
 #include <sys/auxv.h>
 
 static std::string executablePath() {
-    const std::string path = platform::readExecutableLink("/proc/self/exe");
+    const std::string path = LinuxPlatform::readExecutableLink("/proc/self/exe");
     if (!path.empty())
         return path;
     // Without /proc, what the program was started by; it may be relative to a folder that has been left

@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 TEST(Bundles, TheInnermostBundleCounts) {
     EXPECT_EQ(

@@ -10,7 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
-using namespace platform;
+using namespace LinuxPlatform;
 
 static std::vector<int> openFiles() {
     std::vector<int> open;

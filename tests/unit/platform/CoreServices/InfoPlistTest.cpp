@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using platform::executableNameFromInfoPlist;
+using LinuxPlatform::executableNameFromInfoPlist;
 
 class InfoPlist : public BundleTest {
 protected:

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <unistd.h>
 
-using platform::LaunchLock;
+using LinuxPlatform::LaunchLock;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -120,7 +120,7 @@ TEST_F(LaunchLocks, OnALinkAreRefused) {
 TEST_F(LaunchLocks, HaveAFileForEachRoot) {
     const auto fileFor = [](const std::string& root) {
         const ScopedVariable variable("PLATFORM_ROOT", root.c_str());
-        return platform::launchLockFile();
+        return LinuxPlatform::launchLockFile();
     };
     EXPECT_EQ(fileFor(m_folder.path()), fileFor(m_folder.path() + "//"));
     EXPECT_NE(fileFor(m_folder.path()), fileFor(m_folder / "other"));

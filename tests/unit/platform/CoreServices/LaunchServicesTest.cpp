@@ -238,13 +238,13 @@ TEST_F(LaunchServices, OneThatProcHidesIsNotStartedTwice) {
     const std::string self = std::to_string(getpid());
     makeFolders(processes + "/" + self);
     ASSERT_EQ(0, symlink(self.c_str(), (processes + "/self").c_str()));
-    platform::readProcessesFrom(processes);
+    LinuxPlatform::readProcessesFrom(processes);
     const pid_t pid = openedProcess(BUNDLE);
     EXPECT_EQ(pid, openedProcess(BUNDLE));
     EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
     end(pid);
     EXPECT_THAT(runningBundles(), IsEmpty());
-    platform::readProcessesFrom("/proc");
+    LinuxPlatform::readProcessesFrom("/proc");
 }
 
 TEST_F(LaunchServices, ALauncherInsideTheBundleIsNotTheApplication) {
@@ -262,9 +262,9 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
     const pid_t other = runDirectly({launcher, BUNDLE, reports() + "/lifeline"});
     // For a moment, the processes in between are launchers, too.
     const auto application = [this] {
-        std::vector<platform::RunningApplication> applications;
-        platform::listRunningApplications(applications);
-        for (const platform::RunningApplication& running : applications) {
+        std::vector<LinuxPlatform::RunningApplication> applications;
+        LinuxPlatform::listRunningApplications(applications);
+        for (const LinuxPlatform::RunningApplication& running : applications) {
             if (running.executable == executable())
                 return running.pid;
         }
@@ -747,13 +747,13 @@ TEST_F(LaunchServices, WithoutADescriptorTheListCannotBeReadAndNothingIsStarted)
 
 TEST_F(LaunchServices, WhereNoProcessIsListedNothingIsStarted) {
     makeFolders(inRoot("/processes"));
-    platform::readProcessesFrom(inRoot("/processes"));
+    LinuxPlatform::readProcessesFrom(inRoot("/processes"));
     testing::internal::CaptureStderr();
     EXPECT_EQ(procNotFound, open(BUNDLE));
     EXPECT_EQ(procNotFound, open(BUNDLE));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 testing::MatchesRegex("CoreServices: [^\n]* no application will be started\n"));
-    platform::readProcessesFrom("/proc");
+    LinuxPlatform::readProcessesFrom("/proc");
     EXPECT_THAT(runningBundles(), IsEmpty());
 }
 
@@ -766,7 +766,7 @@ TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain)
             return openedProcess(BUNDLE) == pid;
         })) << left;
         EXPECT_TRUE(inAnotherProcess([&] {
-            platform::StartedApplications::get().useDescriptors(false);
+            LinuxPlatform::StartedApplications::get().useDescriptors(false);
             const pid_t other = openedProcess("/Other.app");
             leaveDescriptors(left);
             // One is enough to see that what was listed a moment ago still runs.
@@ -782,20 +782,20 @@ TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain)
 TEST_F(LaunchServices, OneThatRunsIsFoundWithoutTheListUntilItEnds) {
     const pid_t pid = openedProcess(BUNDLE);
     makeFolders(inRoot("/processes"));
-    platform::readProcessesFrom(inRoot("/processes"));
+    LinuxPlatform::readProcessesFrom(inRoot("/processes"));
     testing::internal::CaptureStderr();
     EXPECT_EQ(pid, openedProcess(BUNDLE));
     EXPECT_EQ("", testing::internal::GetCapturedStderr());
     endWithoutALook(pid);
     EXPECT_TRUE(comesTrue([] { return open(BUNDLE) == procNotFound; }));
-    platform::readProcessesFrom("/proc");
+    LinuxPlatform::readProcessesFrom("/proc");
     const pid_t next = openedProcess(BUNDLE);
     EXPECT_NE(0, next);
     EXPECT_NE(pid, next);
 }
 
 TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) {
-    platform::StartedApplications::get().useDescriptors(false);
+    LinuxPlatform::StartedApplications::get().useDescriptors(false);
     const pid_t pid = openedProcess(BUNDLE);
     EXPECT_EQ(pid, openedProcess(BUNDLE));
     EXPECT_THAT(runningProcesses(), ElementsAre(pid));
@@ -803,7 +803,7 @@ TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) 
     const pid_t next = openedProcess(BUNDLE);
     EXPECT_NE(pid, next);
     EXPECT_THAT(runningProcesses(), ElementsAre(next));
-    platform::StartedApplications::get().useDescriptors(true);
+    LinuxPlatform::StartedApplications::get().useDescriptors(true);
 }
 
 TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
-using platform::statusOfFailedStart;
+using LinuxPlatform::statusOfFailedStart;
 
 TEST(LaunchStatus, WhatTheSystemCannotRunHasTheWrongFormat) {
     EXPECT_EQ(kLSExecutableIncorrectFormat, statusOfFailedStart(ENOEXEC, "/program"));

@@ -107,9 +107,9 @@ TEST_F(Processes, OneThatEndsInTheMiddleOfAWalkIsSteppedOver) {
     kill(pids[0], SIGKILL);
     kill(pids[1], SIGKILL);
     ASSERT_TRUE(comesTrue([&] {
-        platform::RunningApplication application;
-        return platform::findRunningApplication(pids[0], application) == ESRCH &&
-               platform::findRunningApplication(pids[1], application) == ESRCH;
+        LinuxPlatform::RunningApplication application;
+        return LinuxPlatform::findRunningApplication(pids[0], application) == ESRCH &&
+               LinuxPlatform::findRunningApplication(pids[1], application) == ESRCH;
     }));
     EXPECT_EQ(nullptr,
               ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask));
@@ -260,7 +260,7 @@ TEST_F(ClosedProcess, ThatClaimsToRunAnotherFileIsNotListed) {
 class NoProcessList : public Processes {
 protected:
     NoProcessList() { makeFolders(processes()); }
-    ~NoProcessList() override { platform::readProcessesFrom("/proc"); }
+    ~NoProcessList() override { LinuxPlatform::readProcessesFrom("/proc"); }
 
     std::string processes() const { return inRoot("/processes"); }
     void link(const std::string& name, pid_t pid) const {
@@ -269,10 +269,10 @@ protected:
 
     /// What a look at the processes says on standard error; it must fail, and a walk must come to its end.
     std::string saidOfALook() const {
-        platform::readProcessesFrom(processes());
+        LinuxPlatform::readProcessesFrom(processes());
         testing::internal::CaptureStderr();
-        std::vector<platform::RunningApplication> applications;
-        EXPECT_EQ(ESRCH, platform::listRunningApplications(applications));
+        std::vector<LinuxPlatform::RunningApplication> applications;
+        EXPECT_EQ(ESRCH, LinuxPlatform::listRunningApplications(applications));
         EXPECT_THAT(runningBundles(), IsEmpty());
         return testing::internal::GetCapturedStderr();
     }
@@ -308,7 +308,7 @@ TEST_F(NoProcessList, IsTheOneOfAnotherNamespace) {
 TEST_F(NoProcessList, IsToldAgainAfterOneThatCouldBeRead) {
     EXPECT_EQ(notShown(), saidOfALook());
     EXPECT_EQ("", saidOfALook());
-    platform::readProcessesFrom("/proc");
+    LinuxPlatform::readProcessesFrom("/proc");
     run("/A.app/a");
     EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
     EXPECT_EQ(notShown(), saidOfALook());

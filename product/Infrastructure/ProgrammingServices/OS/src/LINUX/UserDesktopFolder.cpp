@@ -1,9 +1,9 @@
 #include "FileSystemManagement.h"
 
+#include <LinuxHome.h>
+
 #include <cstdlib>
 #include <fstream>
-#include <pwd.h>
-#include <unistd.h>
 
 // The desktop folder is a setting of the user's session, kept in a file of shell assignments:
 //     XDG_DESKTOP_DIR="$HOME/Desktop"
@@ -16,16 +16,6 @@ constexpr char HOME_VARIABLE[] = "$HOME";
 std::string environmentPath(const char* variable) {
     const char* value = getenv(variable);
     return value != nullptr && value[0] == '/' ? value : std::string();
-}
-
-/// Without a separator at the end, so the root folder is an empty text, as is an unknown one.
-std::string homeFolder() {
-    std::string home = environmentPath("HOME");
-    if (home.empty()) {
-        const passwd* user = getpwuid(getuid());
-        home = user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
-    }
-    return home.erase(home.find_last_not_of('/') + 1);
 }
 
 size_t skipBlanks(const std::string& line, size_t at) {
@@ -79,7 +69,9 @@ bool readAssignment(const std::string& line, const std::string& home, std::strin
 } // namespace
 
 std::string FileSystemManagement::getUserDesktopFolder() {
-    const std::string home = homeFolder();
+    // Without a separator at the end: empty for the root folder, and for an unknown one.
+    std::string home = LinuxPlatform::HomeFolder();
+    home.erase(home.find_last_not_of('/') + 1);
     const std::string configuration = environmentPath("XDG_CONFIG_HOME");
     std::string folder = home + "/Desktop";
     std::ifstream settings((configuration.empty() ? home + "/.config" : configuration) + "/user-dirs.dirs");

@@ -1,0 +1,12 @@
+#include "FileDescriptor.h"
+
+#include <gtest/gtest.h>
+
+TEST(WholeFilesOfProc, ThatTellNoSizeAreReadUpToTheLimit) {
+    std::string content = "before";
+    EXPECT_TRUE(readWhole(openRegularFile("/proc/self/status").get(), 100000, content));
+    EXPECT_LT(100u, content.size());
+    EXPECT_FALSE(readWhole(openRegularFile("/proc/self/status").get(), 100, content));
+    EXPECT_EQ(EFBIG, errno);
+    EXPECT_EQ("", content);
+}
