@@ -1,8 +1,13 @@
 #include "RecordedProcess.h"
 
+#include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
+#include <thread>
+#include <unistd.h>
 
 // How this host's malloc finds out that something is wrong. The sanitizers' own memory allocators find it first.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -19,6 +24,95 @@ TEST(CrashRecordLinux, IsWholeWhenMallocFindsTheHeapDestroyed) {
         });
         process.expectWholeRecord("SIGNAL_ABORT|SIGNAL_SEGMENTATION_FAULT");
     });
+}
+
+// The C library's memory allocator, in front of which these stand: who asks may be kept there for ever, as by a
+// lock that the crash has left taken.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+}
+
+static std::atomic<bool> isMallocStuck{false};
+
+static void waitForEverIfStuck() {
+    while (isMallocStuck)
+        pause();
+}
+
+extern "C" void* malloc(std::size_t size) noexcept {
+    waitForEverIfStuck();
+    return __libc_malloc(size);
+}
+
+extern "C" void* calloc(std::size_t count, std::size_t size) noexcept {
+    waitForEverIfStuck();
+    return __libc_calloc(count, size);
+}
+
+extern "C" void* realloc(void* block, std::size_t size) noexcept {
+    waitForEverIfStuck();
+    return __libc_realloc(block, size);
+}
+
+extern "C" void* memalign(std::size_t alignment, std::size_t size) noexcept {
+    waitForEverIfStuck();
+    return __libc_memalign(alignment, size);
+}
+
+extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+    return memalign(alignment, size);
+}
+
+extern "C" int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
+    *block = memalign(alignment, size);
+    return *block != nullptr ? 0 : ENOMEM;
+}
+
+extern "C" void free(void* block) noexcept {
+    waitForEverIfStuck();
+    __libc_free(block);
+}
+
+static void crashWithoutMemory(int sig) {
+    isMallocStuck = true;
+    raise(sig);
+}
+
+// Every signal has a text of its own, and 30 is told by what was recorded of a broken contract.
+TEST(CrashRecordLinux, IsWholeWhenMemoryCanNeitherBeHadNorGivenBack) {
+    for (const int sig : {1, 7, 11, 15, 30}) {
+        RecordedProcess process([sig](const TemporaryFolder&) {
+            TRACE_FUNCTION("inner");
+            crashWithoutMemory(sig);
+        });
+        process.expectWholeRecord(sig == 30 ? " :  - In File :  - At Line : " : "SIGNAL_|UNKNOWN SIGNAL");
+    }
+}
+
+TEST(CrashRecordLinux, IsWholeWithoutMemoryOnAThreadThatHasNeverTraced) {
+    RecordedProcess process(
+        [](const TemporaryFolder&) { std::thread([] { crashWithoutMemory(11); }).join(); });
+    process.expectWholeRecord();
+}
+
+// Where the report goes on to other files, too.
+TEST(CrashRecordLinux, IsWholeWithoutMemoryHoweverSmallTheFilesAre) {
+    for (const int size : {2, 3, 5, 8, 13}) {
+        RecordedProcess process(
+            [](const TemporaryFolder&) {
+                TRACE_FUNCTION("inner");
+                for (int i = 0; i < 20; ++i)
+                    TRACE_MESSAGE(MSG_DEBUG, "before %d.", i);
+                crashWithoutMemory(11);
+            },
+            size);
+        process.expectWholeRecord();
+        EXPECT_THAT(process.trace(), testing::HasSubstr(">> [D] before 19.\n"));
+    }
 }
 
 #endif
