@@ -177,6 +177,17 @@ TEST_F(TracerConfiguration, SyntaxErrorBeforeTraceOnIsOneToo) {
     EXPECT_EQ(result.errors, "syntax error at line 1 of tracer config file\n");
 }
 
+// Else what an earlier run has left looks like this one's.
+TEST_F(TracerConfiguration, SyntaxErrorBelowTheFileNameLeavesAnEmptyTrace) {
+    for (const char* more : {"", "TRACE_MUST_FLUSH\n"}) {
+        writeFile(m_folder / "trace_0.txt", "of an earlier run\n");
+        const ChildResult result =
+            readInChild("TRACE_ON\nTRACE_SET_FILE_NAME trace\n" + std::string(more) + "TRACE_CLOCKS\n");
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_EQ(file(), "") << more;
+    }
+}
+
 TEST_F(TracerConfiguration, VeryLongLinesAndNulBytesAreReadFromFiles) {
     read("TRACE_ON\nTRACE_THE_CALL " + std::string(100000, 'c') + "\n" + std::string("#\0comment\n", 10) +
          "TRACE_CLOCK\n");

@@ -101,8 +101,17 @@ void Tracer::ReadConfigFile(const char* fileName) {
 
 void Tracer::FinishBeforeExit() {
     Tracer* const tracer = GetInstance();
-    if (tracer != nullptr && tracer->isEnabled() && tracer->hasFileName())
-        tracer->FinishTracing();
+    if (tracer == nullptr || !tracer->isEnabled() || !tracer->hasFileName())
+        return;
+    tracer->BeginFile();
+    tracer->FinishTracing();
+}
+
+/// Without a line of this run, the file is still an earlier run's.
+void Tracer::BeginFile() {
+    const Lock lock(*this);
+    if (m_ring.waiting() == 0 && m_ring.getLineCount() == 0)
+        WriteOnFile();
 }
 
 bool Tracer::hasFileName() {

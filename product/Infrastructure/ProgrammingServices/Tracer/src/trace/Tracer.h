@@ -148,7 +148,7 @@ public:
     /// that is printed later is written at once.
     void FinishTracing();
     /// For whoever is about to end the process: the registered tracer, if there is one and it writes to a
-    /// file, finishes.
+    /// file, finishes. The file is this run's then, also where nothing was traced.
     static void FinishBeforeExit();
     /// Writes the stacks of living calls of all traced threads.
     void PrintStacks();
@@ -203,6 +203,7 @@ private:
     std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
     bool hasFileName();
+    void BeginFile();
     bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
