@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
 #include <future>
 #include <gtest/gtest.h>
@@ -33,6 +34,15 @@ void waitForAWaiter() {
 mode_t modeOf(const std::string& path) {
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+int countFiles(const std::string& path) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
+    int count = 0;
+    while (const dirent* const entry = readdir(folder.get())) {
+        count += entry->d_name[0] != '.' ? 1 : 0;
+    }
+    return count;
 }
 
 class FileLockTest : public testing::Test {
@@ -214,6 +224,33 @@ TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
     chmod(m_file.c_str(), 0220);
     EXPECT_TRUE(FileLock(m_file).isHeld());
     EXPECT_EQ(0660u, modeOf(m_file + ".lock")) << "who may only write the file has to open its lock file";
+    umask(mask);
+}
+
+// Who came in between would be refused.
+TEST_F(FileLockTest, TheLockFileIsNotThereBeforeOthersCanOpenIt) {
+    writeFile(m_file, "content");
+    chmod(m_file.c_str(), 0666);
+    const mode_t mask = umask(077);
+    int changes = 0;
+    WrappedCalls::get().beforeModeChange = [&] {
+        ++changes;
+        EXPECT_NE(0, access((m_file + ".lock").c_str(), F_OK));
+    };
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(1, changes);
+    EXPECT_EQ(2, countFiles(m_folder.path())) << "the file and its lock file";
+    umask(mask);
+}
+
+TEST_F(FileLockTest, TheLockFileIsMadeAlsoWhereFilesHaveOneNameOnly) {
+    writeFile(m_file, "content");
+    chmod(m_file.c_str(), 0666);
+    const mode_t mask = umask(077);
+    WrappedCalls::get().linkError = EPERM;
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(0666u, modeOf(m_file + ".lock"));
+    EXPECT_EQ(2, countFiles(m_folder.path())) << "the file and its lock file";
     umask(mask);
 }
 

@@ -111,6 +111,18 @@ SUBSTITUTE(int, flock, (int descriptor, int operation)) {
     return ORIGINAL(flock)(descriptor, operation);
 }
 
+SUBSTITUTE(int, link, (const char* from, const char* to)) {
+    const int error = WrappedCalls::get().linkError;
+    return error != 0 ? failWith(error) : ORIGINAL(link)(from, to);
+}
+
+SUBSTITUTE(int, fchmod, (int descriptor, mode_t mode)) {
+    if (WrappedCalls::get().beforeModeChange) {
+        WrappedCalls::get().beforeModeChange();
+    }
+    return ORIGINAL(fchmod)(descriptor, mode);
+}
+
 SUBSTITUTE(int, rename, (const char* from, const char* to)) {
     record([&](Records& r) { r.flushesAndRenames.push_back(std::string("rename ") + from + " " + to); });
     const int error = WrappedCalls::get().renameError;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,9 @@ struct WrappedCalls {
     int renameError = 0;
     int lockError = 0;
     int accessListError = 0;
-    bool locksNeedWriting = false; // flock: EBADF for a descriptor that only reads, as on NFS
+    int linkError = 0;
+    std::function<void()> beforeModeChange; // what happens just before an fchmod
+    bool locksNeedWriting = false;          // flock: EBADF for a descriptor that only reads, as on NFS
 
     // _NSGetExecutablePath: the path to tell instead of the true one; empty means the true one.
     std::string executablePath;

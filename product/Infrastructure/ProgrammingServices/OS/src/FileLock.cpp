@@ -3,9 +3,11 @@
 #include "PathBeside.h"
 
 #include <atomic>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using std::chrono::duration_cast;
 using std::chrono::microseconds;
@@ -19,19 +21,63 @@ const int OPEN_FLAGS = O_NONBLOCK | O_NOFOLLOW;
 
 const int TRIES = 100; // others may make or remove it at the same moment, but not again and again
 
+/// Gives the lock file the mode and the group of the file, as far as this user may.
+void letOthersTakeIt(const std::string& path, int descriptor) {
+    struct stat file;
+    struct stat lock;
+    if (stat(path.c_str(), &file) != 0 || fstat(descriptor, &lock) != 0) {
+        return;
+    }
+    // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
+    if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0) {
+        return;
+    }
+    // Who may only write the file has to open the lock file all the same.
+    const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
+    if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0)) {
+        keepOwner(descriptor, file.st_uid, file.st_gid);
+    }
+    if ((lock.st_mode & 0777) != mode) {
+        fchmod(descriptor, mode);
+    }
+}
+
+/// Makes the lock file. It is given its name when others can open it, not before: who came in between would be
+/// refused, because of nothing but this process's file mode mask.
+FileDescriptor makeLockFile(const std::string& path, const std::string& lockPath) {
+    static std::atomic<unsigned> calls{0};
+    const int flags = O_RDWR | O_CREAT | O_EXCL | OPEN_FLAGS | O_CLOEXEC;
+    const std::string unready =
+        pathBeside(lockPath, "." + std::to_string(getpid()) + "-" + std::to_string(++calls));
+    FileDescriptor file(open(unready.c_str(), flags, 0666));
+    if (!file.isOpen()) {
+        return file;
+    }
+    letOthersTakeIt(path, file.get());
+    const int error = link(unready.c_str(), lockPath.c_str()) == 0 ? 0 : errno;
+    unlink(unready.c_str());
+    if (error == 0) {
+        return file;
+    }
+    file = FileDescriptor();
+    errno = error;
+    // Else there are no second names on this file system.
+    return error == EEXIST ? FileDescriptor() : FileDescriptor(open(lockPath.c_str(), flags, 0666));
+}
+
 /// Opens the lock file, and makes it where it is missing. Two steps, because a system may refuse to open
 /// another user's file in a shared folder when the call could have made it.
 /// @return an empty owner: errno says why, and `isClosedToUser` that it is there and not for this user
-FileDescriptor openLockFile(const std::string& path, bool& isClosedToUser) {
+FileDescriptor openLockFile(const std::string& path, const std::string& lockPath, bool& isClosedToUser) {
     FileDescriptor file;
     for (int i = 0; i < TRIES && !file.isOpen(); ++i) {
-        file = openWithSomeAccess(path, OPEN_FLAGS);
+        file = openWithSomeAccess(lockPath, OPEN_FLAGS);
         isClosedToUser = !file.isOpen() && (errno == EACCES || errno == EPERM);
         if (file.isOpen() || errno != ENOENT) {
             break;
         }
-        file = FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | OPEN_FLAGS | O_CLOEXEC, 0666));
-        if (errno != EEXIST) {
+        file = makeLockFile(path, lockPath);
+        if (!file.isOpen() && errno != EEXIST) {
             break;
         }
     }
@@ -81,9 +127,9 @@ LockResult FileLock::take(const std::string& path) {
     LockWait wait;
     for (;;) {
         bool isClosedToUser = false;
-        m_file = openLockFile(lockPath, isClosedToUser);
+        m_file = openLockFile(path, lockPath, isClosedToUser);
         if (m_file.isOpen()) {
-            letOthersTakeIt(path);
+            letOthersTakeIt(path, m_file.get());
             const LockResult result = wait.take(m_file.get(), LOCK_EX);
             return result == LockResult::HELD ? waitForOwnLock(path, wait) : result;
         }
@@ -104,27 +150,6 @@ LockResult FileLock::take(const std::string& path) {
         if (m_isOwn) {
             return result;
         }
-    }
-}
-
-/// Gives the lock file the mode and the group of the file, as far as this user may.
-void FileLock::letOthersTakeIt(const std::string& path) const {
-    struct stat file;
-    struct stat lock;
-    if (stat(path.c_str(), &file) != 0 || fstat(m_file.get(), &lock) != 0) {
-        return;
-    }
-    // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
-    if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0) {
-        return;
-    }
-    // Who may only write the file has to open the lock file all the same.
-    const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
-    if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0)) {
-        keepOwner(m_file.get(), file.st_uid, file.st_gid);
-    }
-    if ((lock.st_mode & 0777) != mode) {
-        fchmod(m_file.get(), mode);
     }
 }
 

@@ -37,7 +37,6 @@ public:
 
 private:
     LockResult take(const std::string& path);
-    void letOthersTakeIt(const std::string& path) const;
 
     FileDescriptor m_file;
     bool m_isOwn = false; // the lock of the file itself
