@@ -12,6 +12,7 @@
 #include "ModemFile.h"
 #include "OtherProcesses.h"
 #include "SampleMachine.h"
+#include "VirtualBusProcess.h"
 #include "VirtualUsbBus.h"
 #include "Works.h"
 
@@ -315,30 +316,20 @@ void addAll() {
         benchmark::AddCustomContext("left_out: pyudev", "the system's python3 has no pyudev");
 }
 
-/// A virtual bus is only there for programs started by umockdev-wrapper.
-void startUnderWrapper(char** arguments) {
-    if (VirtualUsbBus::isPossible())
-        return;
-    char program[PATH_MAX] = {};
-    if (std::getenv("ZEVO_BENCH_WRAPPED") != nullptr ||
-        readlink("/proc/self/exe", program, sizeof program - 1) < 0) {
-        std::fprintf(stderr, "no virtual USB bus is possible here\n");
+/// A machine on which no virtual bus is possible has nothing to measure here.
+void restartOrLeaveOut(char** arguments) {
+    try {
+        restartForVirtualBus(arguments);
+    } catch (const std::runtime_error& problem) {
+        std::fprintf(stderr, "%s\n", problem.what());
         std::exit(LEFT_OUT);
     }
-    setenv("ZEVO_BENCH_WRAPPED", "1", 1);
-    std::vector<const char*> command = {ZEVO_UMOCKDEV_WRAPPER, program};
-    while (*++arguments != nullptr)
-        command.push_back(*arguments);
-    command.push_back(nullptr);
-    execv(ZEVO_UMOCKDEV_WRAPPER, const_cast<char**>(command.data()));
-    std::perror("the virtual USB bus needs " ZEVO_UMOCKDEV_WRAPPER);
-    std::exit(LEFT_OUT);
 }
 
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    startUnderWrapper(arguments);
+    restartOrLeaveOut(arguments);
     benchmark::Initialize(&argumentCount, arguments);
     addAll();
     try {

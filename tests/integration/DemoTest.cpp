@@ -42,7 +42,7 @@ protected:
         dup2(output, 1);
         dup2(output, 2);
         setenv("TMPDIR", temporaryFolder().c_str(), 1);
-        execlp(ZEVO_DEMO_WRAPPER, ZEVO_DEMO_WRAPPER, ZEVO_DEMO_PROGRAM, option, static_cast<char*>(nullptr));
+        execl(ZEVO_DEMO_PROGRAM, ZEVO_DEMO_PROGRAM, option, static_cast<char*>(nullptr));
         _exit(127);
     }
 

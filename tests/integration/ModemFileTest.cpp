@@ -61,8 +61,33 @@ TEST(ModemFile, NamesTheLineThatIsWrong) {
                 HasSubstr("\"disk sda\" is no \"tty\""));
 }
 
-TEST(ModemFile, NeedsBothPersonalities) {
-    EXPECT_THAT(messageFor("[modem]\nvendor = 1\nproduct = 2\n"), HasSubstr("a personality is missing"));
+TEST(ModemFile, NeedsAPersonality) {
+    EXPECT_THAT(messageFor("name = x\n"), HasSubstr("a personality is missing"));
+    EXPECT_THAT(messageFor("[cdrom]\nproduct = 1\n[modem]\nvendor = 1\nproduct = 2\n"),
+                HasSubstr("a section without its vendor"));
+}
+
+TEST(ModemFile, MayLeaveOnePersonalityOut) {
+    const ThrowAwayFolder folder("modem-file");
+    const std::string path = folder.path() + "/a.modem";
+    std::ofstream(path) << "[modem]\nvendor = 1\nproduct = 2\n";
+    const Modem modem = readModemFile(path);
+    EXPECT_FALSE(modem.cdRom.isKnown());
+    EXPECT_EQ(shortIdentifier(modem.first()), "0001:0002");
+}
+
+TEST(ModemFile, WhatIsWrittenIsReadAgain) {
+    Modem modem = readModemFile(ZEVO_MODEMS "/composite.modem");
+    modem.modem.manufacturer = "Somebody & Sons";
+    modem.modem.serial = "serial-1";
+    modem.modem.release = "0102";
+    const ThrowAwayFolder folder("modem-file");
+    const std::string path = folder.path() + "/a.modem";
+    std::ofstream(path) << modemFileText(modem);
+    const Modem again = readModemFile(path);
+    EXPECT_EQ(again.name, modem.name);
+    EXPECT_TRUE(again.cdRom == modem.cdRom) << modemFileText(again);
+    EXPECT_TRUE(again.modem == modem.modem) << modemFileText(again);
 }
 
 TEST(ModemFile, MissingFileIsAnErrorThatNamesIt) {

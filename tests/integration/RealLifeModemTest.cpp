@@ -1,7 +1,9 @@
 #include "LauncherTest.h"
-#include "SwitchingData.h"
+#include "ModemDatabase.h"
 
+#include <algorithm>
 #include <cctype>
+#include <map>
 #include <ostream>
 #include <set>
 
@@ -19,8 +21,38 @@ namespace {
 
 const std::size_t MODEM_COUNT = 75; // every vendor of the data, and a second one of some
 
+unsigned idOf(int number) {
+    return static_cast<unsigned>(number);
+}
+
+/** Those that become something else, with the first of what they may become. */
+std::vector<Modem> switchedModems() {
+    std::vector<Modem> result;
+    for (const KnownModem& known : readModemDatabase(ZEVO_SWITCHING_DATA)) {
+        const UsbIds& next = known.modems.front();
+        if (next == known.cdRom)
+            continue;
+        Modem modem;
+        modem.name = known.names;
+        modem.cdRom = makeCdRom(idOf(known.cdRom.vendor), idOf(known.cdRom.product));
+        modem.modem = makeModem(idOf(next.vendor), idOf(next.product));
+        result.push_back(modem);
+    }
+    return result;
+}
+
+/** As many vendors as possible: the first modem of every vendor, then the second ones, until there are so many. */
 std::vector<Modem> chosenModems() {
-    return chooseAcrossVendors(readSwitchingData(ZEVO_SWITCHING_DATA), MODEM_COUNT);
+    const std::vector<Modem> modems = switchedModems();
+    std::map<unsigned, std::size_t> seen;
+    std::vector<std::pair<std::size_t, std::size_t>> order; // round, then place in the list
+    for (std::size_t index = 0; index < modems.size(); ++index)
+        order.emplace_back(seen[modems[index].cdRom.vendor]++, index);
+    std::sort(order.begin(), order.end());
+    std::vector<Modem> result;
+    for (std::size_t index = 0; index < std::min(MODEM_COUNT, order.size()); ++index)
+        result.push_back(modems[order[index].second]);
+    return result;
 }
 
 std::string identifiersOf(const Modem& modem) {

@@ -98,12 +98,39 @@ TEST(VirtualUsbBus, DeviceBehindAHubLiesBelowTheHub) {
     EXPECT_EQ(attribute(std::string(PORT_1_1) + "/1-1.4", "idVendor"), "12d1");
 }
 
+TEST(VirtualUsbBus, KnowsWhatIsPluggedInAndTheFirstFreePort) {
+    VirtualUsbBus bus;
+    EXPECT_EQ(bus.freePort(), "1-1");
+    bus.plug("1-1", makePlainDevice(1, 2));
+    bus.plug("1-3", makePlainDevice(3, 4));
+    EXPECT_EQ(bus.freePort(), "1-2");
+    ASSERT_EQ(bus.devices().size(), 2u);
+    EXPECT_EQ(shortIdentifier(bus.devices().at("1-3")), "0003:0004");
+    bus.unplug("1-1");
+    EXPECT_EQ(bus.freePort(), "1-1");
+    EXPECT_EQ(bus.devices().count("1-1"), 0u);
+}
+
+TEST(VirtualUsbBus, ShowsWhatADeviceTellsOfItself) {
+    VirtualUsbBus bus;
+    UsbDevice device = makePlainDevice(0x12d1, 0x0001);
+    device.manufacturer = "Somebody";
+    device.serial = "0123";
+    device.release = "0102";
+    bus.plug("1-1", device);
+    EXPECT_EQ(attribute(PORT_1_1, "manufacturer"), "Somebody");
+    EXPECT_EQ(attribute(PORT_1_1, "serial"), "0123");
+    EXPECT_EQ(attribute(PORT_1_1, "bcdDevice"), "0102");
+}
+
 TEST(VirtualUsbBus, RefusesATakenPortAnEmptyPortAndANameThatIsNoPort) {
     VirtualUsbBus bus;
     bus.plug("1-1", makePlainDevice(1, 2));
     EXPECT_THROW(bus.plug("1-1", makePlainDevice(1, 2)), std::runtime_error);
     EXPECT_THROW(bus.unplug("1-2"), std::runtime_error);
-    EXPECT_THROW(bus.plug("first", makePlainDevice(1, 2)), std::runtime_error);
+    for (const char* const name :
+         {"first", "1", "1-", "-1", "0-1", "1-0", "1-1.", "1-1..2", "1-1.x", "1 -1", "1000-1"})
+        EXPECT_THROW(bus.plug(name, makePlainDevice(1, 2)), std::runtime_error) << name;
 }
 
 TEST(VirtualUsbBus, CountsTheEventsThatItSends) {

@@ -2,7 +2,6 @@
 
 #include "SampleMachine.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -42,13 +41,6 @@ std::string fileNameIn(const SampleMachine& machine, const std::string& file, co
     throw std::runtime_error(file + " has no " + statement);
 }
 
-UsbInterface serialPort() {
-    UsbInterface result;
-    result.driver = "option";
-    result.functions = {{"tty", "ttyUSB"}};
-    return result;
-}
-
 } // namespace
 
 LauncherConfiguration::LauncherConfiguration(const SampleMachine& machine)
@@ -58,14 +50,7 @@ LauncherConfiguration::LauncherConfiguration(const SampleMachine& machine)
     cdRom = deviceOf(configuration, "MacCdRomHIdToDetect");
     cdRom = makeCdRom(cdRom.vendor, cdRom.product);
     modem = deviceOf(configuration, "MacHardwareIdToDetect");
-    modem.productText = "Mobile Modem";
-    modem.interfaces = {serialPort(), serialPort()};
-}
-
-std::string shortIdentifier(const UsbDevice& device) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%04x:%04x", device.vendor, device.product);
-    return text;
+    modem = makeModem(modem.vendor, modem.product);
 }
 
 } // namespace Zevo

@@ -19,7 +19,4 @@ struct LauncherConfiguration {
     std::string logFile;
 };
 
-/** For example 12d1:1001, as lsusb writes it. */
-std::string shortIdentifier(const UsbDevice& device);
-
 } // namespace Zevo

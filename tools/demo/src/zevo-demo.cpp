@@ -1,5 +1,6 @@
 #include "Demo.h"
 #include "Interruption.h"
+#include "VirtualBusProcess.h"
 #include "VirtualUsbBus.h"
 
 #include <cerrno>
@@ -11,8 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-const char WRAPPED[] = "ZEVO_DEMO_IS_WRAPPED";
 
 const char HELP[] = "zevo-demo: the launcher at work, told as it happens.\n"
                     "\n"
@@ -27,26 +26,8 @@ const char HELP[] = "zevo-demo: the launcher at work, told as it happens.\n"
                     "unless something that\n"
                     "should have happened did not.\n";
 
-/** A virtual bus is only there for programs started by umockdev-wrapper; so this program starts itself once
- * more. */
-void startUnderWrapper(char** arguments) {
-    if (Zevo::VirtualUsbBus::isPossible())
-        return;
-    if (std::getenv(WRAPPED))
-        throw std::runtime_error("umockdev-wrapper does not make a virtual USB bus possible here");
-    setenv(WRAPPED, "1", 1);
-    char wrapper[] = ZEVO_UMOCKDEV_WRAPPER;
-    char program[] = "/proc/self/exe";
-    char path[4096];
-    const ssize_t length = readlink(program, path, sizeof path - 1);
-    path[length < 0 ? 0 : length] = '\0';
-    char* command[] = {wrapper, path, arguments[1], nullptr};
-    execv(wrapper, command);
-    throw std::runtime_error(std::string("cannot run ") + wrapper + ": " + std::strerror(errno));
-}
-
 void runOnVirtualBus(char** arguments) {
-    startUnderWrapper(arguments);
+    Zevo::restartForVirtualBus(arguments);
     Zevo::VirtualUsbBus bus;
     Zevo::Demo().runOn(bus);
 }

@@ -1,11 +1,22 @@
 #include "ModemFile.h"
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 namespace Zevo {
 namespace {
+
+std::string hexadecimalText(unsigned value, int digits) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*x", digits, value);
+    return text;
+}
+
+std::string fourDigits(unsigned value) {
+    return hexadecimalText(value, 4);
+}
 
 std::string trimmed(const std::string& text) {
     const char BLANKS[] = " \t\r";
@@ -30,7 +41,10 @@ public:
             if (!text.empty() && text[0] != '#')
                 readLine(text);
         }
-        require(m_modem.cdRom.vendor != 0 && m_modem.modem.vendor != 0, "a personality is missing");
+        require(m_modem.cdRom.isKnown() || m_modem.modem.isKnown(),
+                "a personality is missing: [cdrom], [modem] or both");
+        for (const UsbDevice* const device : {&m_modem.cdRom, &m_modem.modem})
+            require(device->isKnown() || *device == UsbDevice(), "a section without its vendor");
         return m_modem;
     }
 
@@ -64,6 +78,12 @@ private:
             m_section->product = hexadecimal(value);
         else if (name == "text")
             m_section->productText = value;
+        else if (name == "manufacturer")
+            m_section->manufacturer = value;
+        else if (name == "serial")
+            m_section->serial = value;
+        else if (name == "release")
+            m_section->release = fourDigits(hexadecimal(value));
         else if (name == "interface")
             m_section->interfaces.push_back(interfaceOf(value));
         else
@@ -115,10 +135,38 @@ private:
     UsbDevice* m_section = nullptr;
 };
 
+std::string lineOf(const char* name, const std::string& value) {
+    return value.empty() ? std::string() : std::string(name) + " = " + value + "\n";
+}
+
+std::string sectionText(const char* title, const UsbDevice& device) {
+    if (!device.isKnown())
+        return std::string();
+    std::string text = std::string("\n[") + title + "]\n" + lineOf("vendor", fourDigits(device.vendor)) +
+                       lineOf("product", fourDigits(device.product)) + lineOf("text", device.productText) +
+                       lineOf("manufacturer", device.manufacturer) + lineOf("serial", device.serial);
+    if (device.release != UsbDevice().release)
+        text += lineOf("release", device.release);
+    for (const UsbInterface& interface : device.interfaces) {
+        std::string value;
+        for (const unsigned number : {interface.usbClass, interface.subClass, interface.protocol})
+            value += hexadecimalText(number, 2) + " ";
+        value += interface.driver;
+        for (const UsbFunction& function : interface.functions)
+            value += ", " + function.subsystem + " " + function.prefix;
+        text += lineOf("interface", trimmed(value));
+    }
+    return text;
+}
+
 } // namespace
 
 Modem readModemFile(const std::string& path) {
     return Reader(path).read();
+}
+
+std::string modemFileText(const Modem& modem) {
+    return lineOf("name", modem.name) + sectionText("cdrom", modem.cdRom) + sectionText("modem", modem.modem);
 }
 
 } // namespace Zevo

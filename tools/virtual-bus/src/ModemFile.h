@@ -6,11 +6,15 @@
 
 namespace Zevo {
 
-/** A modem as it is sold: what it shows when it is plugged in, and what it becomes once it is switched. */
+/** A modem as it is sold: what it shows when it is plugged in, and what it becomes once it is switched. One of them may be
+   unknown (UsbDevice::isKnown): a modem that needs no switching, or one that was recorded before it was switched. */
 struct Modem {
     std::string name;
     UsbDevice cdRom;
     UsbDevice modem;
+
+    /** What it shows when it is plugged in. */
+    const UsbDevice& first() const { return cdRom.isKnown() ? cdRom : modem; }
 };
 
 /** Reads one modem from a text file:
@@ -18,19 +22,25 @@ struct Modem {
         # A comment.
         name = Stick with a CD-ROM, two serial ports and a network interface
 
-        [cdrom]
+        [cdrom]                                         one of both sections may be missing
         vendor = 12d1                                   hexadecimal
         product = 1446
-        interface = 08 06 50 usb-storage                class, subclass, protocol, then the driver that takes
-   it
+        text = Mass Storage                             this line and the next three may be missing
+        manufacturer = Somebody
+        serial = 0123456789
+        release = 0102
+        interface = 08 06 50 usb-storage                class, subclass, protocol, then the driver that takes it
 
         [modem]
         vendor = 12d1
         product = 1001
-        interface = ff ff ff option, tty ttyUSB         what the driver makes of it: "tty" or "net" and a
-   name's interface = 02 06 00 cdc_ether, net usb         beginning; an interface may have several
+        interface = ff ff ff option, tty ttyUSB         what the driver makes of it: "tty" or "net" and the beginning of
+        interface = 02 06 00 cdc_ether, net usb         a name; an interface may have several
 
     Throws std::runtime_error, "<path>:<line>: <what is wrong>", for anything else. */
 Modem readModemFile(const std::string& path);
+
+/** The text that readModemFile() reads as this modem. */
+std::string modemFileText(const Modem& modem);
 
 } // namespace Zevo

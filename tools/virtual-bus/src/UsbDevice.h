@@ -10,6 +10,10 @@ namespace Zevo {
 struct UsbFunction {
     std::string subsystem; // "tty" or "net"
     std::string prefix;
+
+    bool operator==(const UsbFunction& other) const {
+        return subsystem == other.subsystem && prefix == other.prefix;
+    }
 };
 
 struct UsbInterface {
@@ -18,6 +22,8 @@ struct UsbInterface {
     unsigned protocol = 0xff;
     std::string driver; // empty: no driver takes it
     std::vector<UsbFunction> functions;
+
+    bool operator==(const UsbInterface& other) const;
 };
 
 /** One personality of a device, as it shows itself on the bus. */
@@ -26,13 +32,26 @@ struct UsbDevice {
     unsigned product = 0;
     std::string productText;
     std::vector<UsbInterface> interfaces;
+    std::string manufacturer;
+    std::string serial;
+    std::string release = "0000"; // its own version, four hexadecimal digits
+
+    /** A modem's file may leave a personality out. */
+    bool isKnown() const { return vendor != 0; }
+    bool operator==(const UsbDevice& other) const;
 };
 
 /** The text by which the launcher knows this device, for example USB#Vid_12d1&Pid_1001. */
 std::string hardwareIdentifier(const UsbDevice& device);
 
+/** For example 12d1:1001, as lsusb shows it. */
+std::string shortIdentifier(const UsbDevice& device);
+
 /** A device with one storage interface, as every modem shows itself before it is switched. */
 UsbDevice makeCdRom(unsigned vendor, unsigned product);
+
+/** A device with two serial ports, as the plainest modems are once they are switched. */
+UsbDevice makeModem(unsigned vendor, unsigned product);
 
 /** A device with one vendor-specific interface that no driver takes. */
 UsbDevice makePlainDevice(unsigned vendor, unsigned product);

@@ -30,14 +30,32 @@ std::string threeDigits(unsigned value) {
 
 /** The identifiers as the kernel writes them into PRODUCT; the last number is the device's own version. */
 std::string productTriple(const UsbDevice& device) {
-    return hexadecimal(device.vendor) + "/" + hexadecimal(device.product) + "/0";
+    const std::string::size_type digit = device.release.find_first_not_of('0');
+    return hexadecimal(device.vendor) + "/" + hexadecimal(device.product) + "/" +
+           (digit == std::string::npos ? "0" : device.release.substr(digit));
+}
+
+bool isNumber(const std::string& text) {
+    const std::string::size_type LONGEST = 3;
+    return !text.empty() && text.size() <= LONGEST && text[0] != '0' &&
+           text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 std::string busOf(const std::string& port) {
+    return port.substr(0, port.find('-'));
+}
+
+/** Ports are numbers from 1 on: that of the bus, a dash, and those on the way, set apart by dots. */
+void requirePort(const std::string& port) {
     const std::string::size_type dash = port.find('-');
-    if (dash == std::string::npos || dash == 0)
+    bool isPort = dash != std::string::npos && isNumber(port.substr(0, dash));
+    for (std::string::size_type begin = dash + 1; isPort && begin != 0;) {
+        const std::string::size_type dot = port.find('.', begin);
+        isPort = isNumber(port.substr(begin, dot == std::string::npos ? dot : dot - begin));
+        begin = dot + 1;
+    }
+    if (!isPort)
         throw std::runtime_error("\"" + port + "\" is no port; ports look like 1-2 or 1-2.3");
-    return port.substr(0, dash);
 }
 
 /** The three numbers of an interface as the kernel writes them into INTERFACE. */
@@ -52,15 +70,6 @@ void VirtualUsbBus::TestbedDeleter::operator()(UMockdevTestbed* testbed) const {
     g_object_unref(testbed);
 }
 
-bool VirtualUsbBus::isPossible() {
-    try {
-        const VirtualUsbBus bus;
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
-}
-
 VirtualUsbBus::VirtualUsbBus() : m_testbed(umockdev_testbed_new()) {
     if (!umockdev_in_mock_environment())
         throw std::runtime_error("a virtual USB bus needs a process started by umockdev-wrapper");
@@ -73,10 +82,12 @@ VirtualUsbBus::VirtualUsbBus() : m_testbed(umockdev_testbed_new()) {
 VirtualUsbBus::~VirtualUsbBus() = default;
 
 void VirtualUsbBus::plug(const std::string& port, const UsbDevice& device) {
+    requirePort(port);
     ensureRootHub(busOf(port));
     if (isPlugged(port))
         throw std::runtime_error("port " + port + " is taken");
     std::vector<Node>& nodes = m_ports[port];
+    m_devices[port] = device;
     Node node;
     addDevice(pathOf(port), device, port);
     node.sysPath = SYSTEM_FOLDER + pathOf(port);
@@ -153,8 +164,13 @@ void VirtualUsbBus::addDevice(const std::string& path, const UsbDevice& device, 
     attributes["devnum"] = std::to_string(number);
     attributes["devpath"] = port.substr(port.find('-') + 1);
     attributes["bNumInterfaces"] = std::to_string(device.interfaces.size());
+    attributes["bcdDevice"] = device.release;
     if (!device.productText.empty())
         attributes["product"] = device.productText;
+    if (!device.manufacturer.empty())
+        attributes["manufacturer"] = device.manufacturer;
+    if (!device.serial.empty())
+        attributes["serial"] = device.serial;
     addNode(path, properties, attributes);
 }
 
@@ -190,6 +206,7 @@ void VirtualUsbBus::unplug(const std::string& port) {
         throw std::runtime_error("nothing is plugged into port " + port);
     const std::vector<Node> nodes = m_ports.at(port);
     m_ports.erase(port);
+    m_devices.erase(port);
     for (auto node = nodes.rbegin(); node != nodes.rend(); ++node)
         removeNode(*node);
 }
@@ -205,6 +222,14 @@ void VirtualUsbBus::removeNode(const Node& node) {
 void VirtualUsbBus::unplugAll() {
     while (!m_ports.empty())
         unplug(m_ports.rbegin()->first);
+}
+
+std::string VirtualUsbBus::freePort() const {
+    for (unsigned number = 1;; ++number) {
+        const std::string port = "1-" + std::to_string(number);
+        if (!isPlugged(port))
+            return port;
+    }
 }
 
 void VirtualUsbBus::announce(const std::string& port, const char* action) {

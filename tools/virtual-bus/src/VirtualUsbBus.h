@@ -15,8 +15,8 @@ namespace Zevo {
 /** A USB bus of its own for the programs that this process starts: they see its devices, and nothing of the
     machine's, in /sys and through libudev.
 
-    The process that owns the bus must itself run under umockdev-wrapper (isPossible() tells), and so must the
-   programs that look at it; children started from it inherit what they need in their environment. One bus per
+    The process that owns the bus must itself run under umockdev-wrapper, as restartForVirtualBus() sees to, and so
+   must the programs that look at it; children started from it inherit what they need in their environment. One bus per
    process at a time, one thread at a time, and one udev monitor per bus: two would answer to one name.
 
     A port is named as in sysfs: "1-2" is port 2 of bus 1, "1-2.3" is port 3 of the hub at 1-2. The events of
@@ -27,9 +27,6 @@ namespace Zevo {
     Every operation throws std::runtime_error when the bus cannot do it. */
 class VirtualUsbBus {
 public:
-    /** Whether this process runs under umockdev-wrapper. */
-    static bool isPossible();
-
     VirtualUsbBus();
     ~VirtualUsbBus();
     VirtualUsbBus(const VirtualUsbBus&) = delete;
@@ -46,6 +43,12 @@ public:
     void announce(const std::string& port, const char* action);
 
     bool isPlugged(const std::string& port) const { return m_ports.count(port) != 0; }
+
+    /** What is plugged in, by its port. */
+    const std::map<std::string, UsbDevice>& devices() const { return m_devices; }
+
+    /** The first port of bus 1 that nothing is plugged into. */
+    std::string freePort() const;
 
     /** The folder in which the bus lies; gone when the bus is. */
     const std::string& folder() const { return m_folder; }
@@ -79,8 +82,9 @@ private:
     std::unique_ptr<UMockdevTestbed, TestbedDeleter> m_testbed;
     std::string m_folder;
     std::map<std::string, std::vector<Node>> m_ports; // nodes in the order in which they were added
-    std::map<std::string, std::string> m_rootHubs;    // bus number: sysfs path
-    std::set<std::string> m_names;                    // names of serial ports and network interfaces in use
+    std::map<std::string, UsbDevice> m_devices;
+    std::map<std::string, std::string> m_rootHubs; // bus number: sysfs path
+    std::set<std::string> m_names;                 // names of serial ports and network interfaces in use
     unsigned m_lastNumber = 0;
     unsigned long m_eventCount = 0;
 };
