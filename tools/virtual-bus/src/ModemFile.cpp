@@ -28,10 +28,7 @@ std::string trimmed(const std::string& text) {
 
 class Reader {
 public:
-    explicit Reader(const std::string& path) : m_path(path), m_stream(path) {
-        if (!m_stream)
-            throw std::runtime_error(path + ": cannot be opened");
-    }
+    Reader(std::istream& stream, const std::string& shown) : m_path(shown), m_stream(stream) {}
 
     Modem read() {
         std::string line;
@@ -129,7 +126,7 @@ private:
     }
 
     std::string m_path;
-    std::ifstream m_stream;
+    std::istream& m_stream;
     int m_line = 0;
     Modem m_modem;
     UsbDevice* m_section = nullptr;
@@ -162,7 +159,14 @@ std::string sectionText(const char* title, const UsbDevice& device) {
 } // namespace
 
 Modem readModemFile(const std::string& path) {
-    return Reader(path).read();
+    std::ifstream stream(path);
+    if (!stream)
+        throw std::runtime_error(path + ": cannot be opened");
+    return readModem(stream, path);
+}
+
+Modem readModem(std::istream& stream, const std::string& shown) {
+    return Reader(stream, shown).read();
 }
 
 std::string modemFileText(const Modem& modem) {

@@ -2,6 +2,7 @@
 
 #include "UsbDevice.h"
 
+#include <istream>
 #include <string>
 
 namespace Zevo {
@@ -39,6 +40,9 @@ struct Modem {
 
     Throws std::runtime_error, "<path>:<line>: <what is wrong>", for anything else. */
 Modem readModemFile(const std::string& path);
+
+/** The same from a stream. @param shown what stands for the path in what is thrown */
+Modem readModem(std::istream& stream, const std::string& shown);
 
 /** The text that readModemFile() reads as this modem. */
 std::string modemFileText(const Modem& modem);

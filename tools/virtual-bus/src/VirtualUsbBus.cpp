@@ -45,19 +45,6 @@ std::string busOf(const std::string& port) {
     return port.substr(0, port.find('-'));
 }
 
-/** Ports are numbers from 1 on: that of the bus, a dash, and those on the way, set apart by dots. */
-void requirePort(const std::string& port) {
-    const std::string::size_type dash = port.find('-');
-    bool isPort = dash != std::string::npos && isNumber(port.substr(0, dash));
-    for (std::string::size_type begin = dash + 1; isPort && begin != 0;) {
-        const std::string::size_type dot = port.find('.', begin);
-        isPort = isNumber(port.substr(begin, dot == std::string::npos ? dot : dot - begin));
-        begin = dot + 1;
-    }
-    if (!isPort)
-        throw std::runtime_error("\"" + port + "\" is no port; ports look like 1-2 or 1-2.3");
-}
-
 /** The three numbers of an interface as the kernel writes them into INTERFACE. */
 std::string decimalTriple(const UsbInterface& interface) {
     return std::to_string(interface.usbClass) + "/" + std::to_string(interface.subClass) + "/" +
@@ -68,6 +55,17 @@ std::string decimalTriple(const UsbInterface& interface) {
 
 void VirtualUsbBus::TestbedDeleter::operator()(UMockdevTestbed* testbed) const {
     g_object_unref(testbed);
+}
+
+bool VirtualUsbBus::isPort(const std::string& text) {
+    const std::string::size_type dash = text.find('-');
+    bool result = dash != std::string::npos && isNumber(text.substr(0, dash));
+    for (std::string::size_type begin = dash + 1; result && begin != 0;) {
+        const std::string::size_type dot = text.find('.', begin);
+        result = isNumber(text.substr(begin, dot == std::string::npos ? dot : dot - begin));
+        begin = dot + 1;
+    }
+    return result;
 }
 
 VirtualUsbBus::VirtualUsbBus() : m_testbed(umockdev_testbed_new()) {
@@ -82,7 +80,8 @@ VirtualUsbBus::VirtualUsbBus() : m_testbed(umockdev_testbed_new()) {
 VirtualUsbBus::~VirtualUsbBus() = default;
 
 void VirtualUsbBus::plug(const std::string& port, const UsbDevice& device) {
-    requirePort(port);
+    if (!isPort(port))
+        throw std::runtime_error("\"" + port + "\" is no port; ports look like 1-2 or 1-2.3");
     ensureRootHub(busOf(port));
     if (isPlugged(port))
         throw std::runtime_error("port " + port + " is taken");

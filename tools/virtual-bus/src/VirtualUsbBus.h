@@ -27,6 +27,9 @@ namespace Zevo {
     Every operation throws std::runtime_error when the bus cannot do it. */
 class VirtualUsbBus {
 public:
+    /** Whether a text looks like a port: numbers from 1 on, that of the bus, a dash, and those on the way with dots. */
+    static bool isPort(const std::string& text);
+
     VirtualUsbBus();
     ~VirtualUsbBus();
     VirtualUsbBus(const VirtualUsbBus&) = delete;

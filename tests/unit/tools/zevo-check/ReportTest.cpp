@@ -1,6 +1,7 @@
 #include "Report.h"
 
 #include "Installation.h"
+#include "JsonSchema.h"
 #include "LiveReport.h"
 #include "TextFile.h"
 
@@ -12,40 +13,8 @@ using testing::HasSubstr;
 
 namespace {
 
-bool isOfType(const json& value, const std::string& type) {
-    return type == "string"    ? value.is_string()
-           : type == "boolean" ? value.is_boolean()
-           : type == "integer" ? value.is_number_integer()
-           : type == "array"   ? value.is_array()
-                               : value.is_object();
-}
-
-const json& schema() {
-    static const json read = json::parse(readFile(DOCS_FOLDER "/schemas/zevo-check.json"));
-    return read;
-}
-
-// As much of a schema as docs/schemas/zevo-check.json uses.
-void expectValid(const json& value, const json& given, const std::string& where) {
-    const json& wanted = given.contains("$ref")
-                             ? schema().at(json::json_pointer(given.at("$ref").get<std::string>().substr(1)))
-                             : given;
-    ASSERT_TRUE(isOfType(value, wanted.at("type"))) << where;
-    if (wanted.contains("minimum")) {
-        EXPECT_GE(value.get<int>(), wanted.at("minimum").get<int>()) << where;
-    }
-    if (value.is_array()) {
-        for (const json& item : value)
-            expectValid(item, wanted.at("items"), where + "[]");
-    }
-    if (!value.is_object())
-        return;
-    for (const json& name : wanted.at("required"))
-        EXPECT_TRUE(value.contains(name.get<std::string>())) << where << " lacks " << name;
-    for (const auto& [name, member] : value.items()) {
-        ASSERT_TRUE(wanted.at("properties").contains(name)) << where << " has " << name;
-        expectValid(member, wanted.at("properties").at(name), where + "." + name);
-    }
+JsonSchema schema() {
+    return JsonSchema(json::parse(readFile(DOCS_FOLDER "/schemas/zevo-check.json")));
 }
 
 } // namespace
@@ -55,12 +24,12 @@ TEST(Report, JsonIsAsItsSchemaSays) {
         SCOPED_TRACE(mistake);
         const Installation installation(mistake);
         const json report = json::parse(asJson(installation.check(), installation.options()).dump());
-        expectValid(report, schema(), "report");
+        schema().expectValid(report);
         EXPECT_FALSE(report.at("findings").empty());
     }
     const Installation correct;
     const json report = json::parse(asJson(correct.check(), correct.options()).dump());
-    expectValid(report, schema(), "report");
+    schema().expectValid(report);
     EXPECT_TRUE(report.at("findings").empty());
     EXPECT_EQ(report.at("logFolder"), correct / "data/Ferrow/Quillmarsh-1/Logs/");
 }
@@ -93,7 +62,7 @@ TEST(LiveReport, JsonIsAsItsSchemaSays) {
     live.devices.push_back({0x12d1, 0x1001, "Mobile", "USB#Vid_12d1&Pid_1001", true, false, true});
     live.applications.push_back({"/Applications/A.app", true, {17}});
     live.launchers.push_back({18, 1000, "/usr/libexec/zevolauncher/ZevoLauncher", false});
-    expectValid(asJson(live), schema().at("properties").at("live"), "live");
+    schema().expectValid(asJson(live), "/properties/live");
 }
 
 TEST(LiveReport, ADeviceDoesNotWriteToTheTerminal) {

@@ -1,0 +1,28 @@
+# fish completion of zevo-sim
+set -l commands run plug switch-to unplug list storm play record
+set -l bus plug switch-to unplug list storm play
+set -l database run plug switch-to unplug storm play record
+complete -c zevo-sim -f -n "not __fish_seen_subcommand_from $commands"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a run -d "Run a program on a virtual bus of its own"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a plug -d "Plug a device in"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a switch-to -d "Let a device become another"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a unplug -d "Unplug a device"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a list -d "Tell what is plugged in"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a storm -d "Plug in and unplug again and again"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a play -d "Play a script of events and expectations"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -a record -d "Write a real modem as a file"
+complete -c zevo-sim -s h -l help -d "Print a help"
+complete -c zevo-sim -n "not __fish_seen_subcommand_from $commands" -l version -d "Print the version"
+complete -c zevo-sim -n "__fish_seen_subcommand_from $bus" -l bus -xa "(__fish_complete_directories)" -d "The folder of the bus"
+complete -c zevo-sim -n "__fish_seen_subcommand_from $database" -l database -xa "(__fish_complete_directories)" -d "Data of usb_modeswitch"
+complete -c zevo-sim -n "__fish_seen_subcommand_from list storm play" -l json -d "Write JSON"
+complete -c zevo-sim -n "__fish_seen_subcommand_from run" -l plug -rF -d "A device that is plugged in already"
+complete -c zevo-sim -n "__fish_seen_subcommand_from run" -s q -l quiet -d "Do not say where the bus is"
+complete -c zevo-sim -n "__fish_seen_subcommand_from plug switch-to" -l port -x -d "Where"
+complete -c zevo-sim -n "__fish_seen_subcommand_from plug" -l switch-to -rF -d "What it becomes"
+complete -c zevo-sim -n "__fish_seen_subcommand_from plug" -l after -x -d "When: 500ms, 2s, 1min"
+complete -c zevo-sim -n "__fish_seen_subcommand_from unplug" -l all -d "Unplug everything"
+complete -c zevo-sim -n "__fish_seen_subcommand_from storm" -l count -x -d "How often"
+complete -c zevo-sim -n "__fish_seen_subcommand_from play" -l let -x -d "Set a variable: NAME=VALUE"
+complete -c zevo-sim -n "__fish_seen_subcommand_from play" -l junit -rF -d "Write a report in XML"
+complete -c zevo-sim -n "__fish_seen_subcommand_from record" -l out -rF -d "The file to write"

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "ApplicationWatch.h"
+#include "Bus.h"
+#include "Script.h"
+#include "TextFollower.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Zevo {
+
+/** What came of a step. */
+struct Outcome {
+    Step step;
+    bool isMet = true;
+    bool isRefused = false; ///< the bus did not do it; isMet is false then
+    std::string told;       ///< what happened, or why it is not met
+    double seconds = 0;     ///< how long it took
+};
+
+/** Hears of a script's course. */
+class PlayListener {
+public:
+    virtual ~PlayListener() = default;
+    virtual void begins(const Step&) {}
+    virtual void ends(const Outcome&) {}
+    /** Called some hundred times a second while time passes. */
+    virtual void timePasses() {}
+};
+
+/** So often is the device plugged in and unplugged, as fast as the programs on the bus read. @param done is told after each
+ * round how many there were. */
+void storm(Bus& bus, const Modem& modem, unsigned count, const std::function<void(unsigned)>& done);
+
+/**
+ * Plays a script on a bus.
+ *
+ * The time of an expectation counts from the last statement that was none; "nothing started for" counts from its own
+ * beginning. A start is expected once: the next expectation of it wants another one. Texts in files are looked for from the
+ * file's beginning, and behind what was found before.
+ */
+class Player {
+public:
+    Player(Bus& bus, PlayListener& listener);
+
+    /** Plays all of it, whatever comes of its steps. @throw Interrupted */
+    std::vector<Outcome> play(const Script& script);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    Outcome playStep(const Step& step);
+    void act(const Step& step, Outcome& outcome);
+    void expectStep(const Step& step, Outcome& outcome);
+    void expectStarted(const Step& step, Outcome& outcome);
+    void expectRunning(const Step& step, Outcome& outcome);
+    void expectNothingStarted(const Step& step, Outcome& outcome);
+    void expectEnd(const Step& step, Outcome& outcome);
+    void expectText(const Step& step, Outcome& outcome);
+    bool waitFor(std::chrono::milliseconds longest, Clock::time_point from,
+                 const std::function<bool()>& holds);
+    std::string sinceEvent() const;
+
+    Bus& m_bus;
+    PlayListener& m_listener;
+    ApplicationWatch m_watch;
+    std::map<std::string, TextFollower> m_files;
+    Clock::time_point m_event = Clock::now();
+};
+
+} // namespace Zevo
