@@ -10,6 +10,7 @@
 #include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace Zevo;
 using testing::HasSubstr;
@@ -33,7 +34,7 @@ protected:
         }
     }
 
-    void start(const char* option = nullptr) {
+    void start(const std::vector<std::string>& options = {}) {
         m_pid = fork();
         ASSERT_GE(m_pid, 0);
         if (m_pid > 0)
@@ -42,7 +43,11 @@ protected:
         dup2(output, 1);
         dup2(output, 2);
         setenv("TMPDIR", temporaryFolder().c_str(), 1);
-        execl(ZEVO_DEMO_PROGRAM, ZEVO_DEMO_PROGRAM, option, static_cast<char*>(nullptr));
+        std::vector<char*> arguments = {const_cast<char*>(ZEVO_DEMO_PROGRAM)};
+        for (const std::string& option : options)
+            arguments.push_back(const_cast<char*>(option.c_str())); // execv only reads them
+        arguments.push_back(nullptr);
+        execv(ZEVO_DEMO_PROGRAM, arguments.data());
         _exit(127);
     }
 
@@ -87,6 +92,42 @@ TEST_F(Demo, TellsTheWholeJobAndLeavesNothing) {
     EXPECT_LT(m_output.text().find("Started: "), m_output.text().find("It runs already"));
 }
 
+TEST_F(Demo, ShowsAnotherModemWithAConfigurationForIt) {
+    start({"--modem", "12d1:1003"});
+    expectEnd(0);
+    for (const char* text : {"It waits for the modem 12d1:1003 and for its CD-ROM personality 12d1:1003.",
+                             "a CD-ROM, 12d1:1003, at port 1-1.",
+                             "Started: /Applications/Quillmarsh.app (process ", "The modem switches"})
+        EXPECT_THAT(m_output.text(), HasSubstr(text));
+}
+
+TEST_F(Demo, ShowsAnIntegratorsConfigurationAndSaysWhatIsWrongWithIt) {
+    const std::string folder = m_folder.path() + "/own";
+    createFolders(folder);
+    const SampleMachine machine;
+    for (const char* const name : {"ID.txt", "tracer_zevolauncher.cfg", "logger_launcher.cfg"})
+        writeTextFile(folder + "/" + name, machine.installedText(name));
+    std::string text = machine.installedText("Launcher.cfg");
+    text.replace(text.find("Pid_1446"), 8, "Pid_14fe");
+    text.replace(text.find("MacCdRomHIdToDetect"), 19, "MacCdRomHidToDetect");
+    writeTextFile(folder + "/Launcher.cfg", text);
+    start({"--config", folder, "--modem", "12d1:1446"});
+    expectEnd(1);
+    EXPECT_THAT(m_output.text(), HasSubstr("Launcher.cfg:4:7: a key that the launcher does not look for"));
+    EXPECT_THAT(m_output.text(), HasSubstr("Nothing will be started for 12d1:1446, which this modem shows"));
+    EXPECT_THAT(m_output.text(), HasSubstr("not met: /Applications/Quillmarsh.app was not started"));
+    EXPECT_THAT(m_output.text(), HasSubstr("zevo-demo: What should have happened did not"));
+}
+
+TEST_F(Demo, AConfigurationThatNamesNoModemIsToldAtOnce) {
+    const std::string folder = m_folder.path() + "/own";
+    createFolders(folder);
+    start({"--config", folder});
+    expectEnd(1);
+    EXPECT_THAT(m_output.text(), HasSubstr("Launcher.cfg: there is no such file"));
+    EXPECT_THAT(m_output.text(), HasSubstr("Launcher.cfg does not name the modem"));
+}
+
 TEST_F(Demo, EndsAtCtrlCAndLeavesNothing) {
     start();
     ASSERT_TRUE(m_output.waitFor("Started hidden: ")) << m_output.text();
@@ -96,7 +137,7 @@ TEST_F(Demo, EndsAtCtrlCAndLeavesNothing) {
 }
 
 TEST_F(Demo, OnTheMachinesOwnBusNamesTheModemAndWaitsForCtrlC) {
-    start("--real");
+    start({"--real"});
     ASSERT_TRUE(m_output.waitFor("Plug in ")) << m_output.text();
     ASSERT_TRUE(m_output.waitFor("(the modem) or ")) << m_output.text();
     kill(m_pid, SIGINT);
@@ -104,13 +145,14 @@ TEST_F(Demo, OnTheMachinesOwnBusNamesTheModemAndWaitsForCtrlC) {
 }
 
 TEST_F(Demo, HelpNamesEveryOption) {
-    start("--help");
+    start({"--help"});
     expectEnd(0);
-    EXPECT_THAT(m_output.text(), HasSubstr("--real"));
+    for (const char* const option : {"--real", "--modem", "--config"})
+        EXPECT_THAT(m_output.text(), HasSubstr(option));
 }
 
 TEST_F(Demo, UnknownOptionIsAnError) {
-    start("--unreal");
+    start({"--unreal"});
     expectEnd(2);
 }
 

@@ -1,10 +1,13 @@
 #include "Demo.h"
 
+#include "FindingText.h"
 #include "Interruption.h"
-#include "VirtualUsbBus.h"
+#include "PlayReport.h"
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <iostream>
 #include <stdexcept>
 
 namespace Zevo {
@@ -12,7 +15,6 @@ namespace {
 
 typedef SampleMachine::Bundle Bundle;
 
-const char PORT[] = "1-1";
 const std::chrono::milliseconds GLANCE(50);
 const std::chrono::milliseconds READING_TIME(3000);
 
@@ -22,41 +24,89 @@ std::string behind(const std::string& line, const std::string& text) {
     return at == std::string::npos ? std::string() : line.substr(at + text.size());
 }
 
+/** Thrown out of a script: no statement of it is to blame. */
+struct LauncherGone {
+    std::string what;
+};
+
+/** What the launcher's environment says is true here as well: where applications and logs are looked for. */
+const SampleMachine& entered(const SampleMachine& machine) {
+    for (const std::string& entry : machine.environment()) {
+        const std::string::size_type equals = entry.find('=');
+        setenv(entry.substr(0, equals).c_str(), entry.substr(equals + 1).c_str(), 1);
+    }
+    return machine;
+}
+
 } // namespace
 
-Demo::Demo()
-    : m_configuration(m_machine), m_trace(m_configuration.traceFile), m_complaints(m_machine.errorFile()) {
-    // Written at once, so that what happens is told when it happens.
-    const std::string tracing = "tracer_zevolauncher.cfg";
-    m_machine.install(tracing, m_machine.installedText(tracing) + "\nTRACE_MUST_FLUSH\n");
-}
+Demo::Demo(const DemoWishes& wishes)
+    : m_setup(entered(m_machine), wishes), m_trace(m_setup.traceFile), m_complaints(m_machine.errorFile()) {}
 
 Demo::~Demo() = default;
 
-void Demo::runOn(VirtualUsbBus& bus) {
-    startLauncher();
-    tellFor(READING_TIME / 2);
-    plugCdRom(bus);
-    tellFor(READING_TIME);
-    switchToModem(bus);
-    tellFor(READING_TIME);
-    showFiles();
-    tellFor(READING_TIME);
-    unplug(bus);
-    tellFor(READING_TIME / 2);
-    endLauncher();
+void Demo::runOn(Bus& bus) {
+    const Script script = chosenScript();
+    try {
+        startLauncher();
+        const std::vector<Outcome> outcomes = Player(bus, *this).play(script);
+        showFiles();
+        endLauncher();
+        if (std::any_of(outcomes.begin(), outcomes.end(),
+                        [](const Outcome& outcome) { return !outcome.isMet; }))
+            throw std::runtime_error("What should have happened did not; see above.");
+    } catch (const LauncherGone& gone) {
+        throw std::runtime_error(gone.what);
+    }
+}
+
+Script Demo::chosenScript() const {
+    const bool isSwitched = m_setup.modem.cdRom.isKnown() && m_setup.modem.modem.isKnown();
+    const UsbDevice& last = isSwitched ? m_setup.modem.modem : m_setup.modem.first();
+    const std::string stick = m_machine.folder() + "/stick.modem";
+    writeTextFile(stick, modemFileText(m_setup.modem));
+    // Nobody wants to wait long for what will not happen.
+    const bool isHopeless = !m_setup.isAwaited(m_setup.modem.first());
+    const Script script =
+        readScript(std::string(ZEVO_DEMO_SCRIPTS) + (isSwitched ? "/switched-modem.sim" : "/plain-modem.sim"),
+                   {{"cdrom", shortIdentifier(m_setup.modem.first())},
+                    {"modem", shortIdentifier(last)},
+                    {"stick", stick},
+                    {"trace", m_setup.traceFile},
+                    {"running", "Executable already running : " + SampleMachine::pathOf(Bundle::notifier)},
+                    {"removed", hardwareIdentifier(last)},
+                    {"patience", isHopeless ? "3s" : "20s"}},
+                   {});
+    if (!script.findings.empty())
+        throw std::runtime_error(sentence(script.findings.front(), Colours(false)));
+    return script;
+}
+
+void Demo::begins(const Step& step) {
+    if (step.kind != Step::Kind::say)
+        return;
+    m_narrator.beginStep();
+    m_narrator.say(step.words);
+}
+
+void Demo::ends(const Outcome& outcome) {
+    tellNews();
+    if (!outcome.isMet)
+        m_narrator.say(complaintText(outcome, Colours(takesColours(stdout))));
 }
 
 void Demo::runOnRealBus() {
-    startLauncher();
-    m_narrator.say("Plug in " + shortIdentifier(m_configuration.modem) + " (the modem) or " +
-                   shortIdentifier(m_configuration.cdRom) + " (its CD-ROM); Ctrl-C ends this.");
     try {
+        startLauncher();
+        m_narrator.say("Plug in " + m_setup.awaitedModem + " (the modem) or " + m_setup.awaitedCdRom +
+                       " (its CD-ROM); Ctrl-C ends this.");
         for (;;)
             tellFor(READING_TIME);
     } catch (const Interrupted&) {
         m_narrator.say("Ctrl-C.");
         endLauncher();
+    } catch (const LauncherGone& gone) {
+        throw std::runtime_error(gone.what);
     }
 }
 
@@ -66,41 +116,18 @@ void Demo::startLauncher() {
     m_narrator.say("The launcher starts (process " + std::to_string(m_launcher->pid()) + ").");
     tellUntil([this] { return m_trace.count("hardware id to be found : ") > 0; },
               "The launcher does not get ready.");
-    m_narrator.say("The launcher is ready. It waits for the modem " + shortIdentifier(m_configuration.modem) +
-                   " and for its CD-ROM personality " + shortIdentifier(m_configuration.cdRom) + ".");
-}
-
-void Demo::plugCdRom(VirtualUsbBus& bus) {
-    m_narrator.beginStep();
-    m_narrator.say("Plugging in a modem that shows itself as a CD-ROM, " +
-                   shortIdentifier(m_configuration.cdRom) + ", at port " + PORT + ".");
-    bus.plug(PORT, m_configuration.cdRom);
-    tellUntil([this] { return bothRun(); }, "The launcher does not start the applications.");
-}
-
-void Demo::switchToModem(VirtualUsbBus& bus) {
-    m_narrator.beginStep();
-    m_narrator.say("The modem switches: the CD-ROM leaves, " + shortIdentifier(m_configuration.modem) +
-                   " comes.");
-    bus.switchMode(PORT, m_configuration.modem);
-    const std::string running =
-        "Executable already running : " + SampleMachine::pathOf(Bundle::notifier) + "\n";
-    tellUntil([&] { return m_trace.count(running) > 0; }, "The launcher does not see the modem.");
-}
-
-void Demo::unplug(VirtualUsbBus& bus) {
-    m_narrator.beginStep();
-    m_narrator.say("Unplugging the modem.");
-    const std::string removal = ">> [D] HID = " + hardwareIdentifier(m_configuration.modem) + ".\n";
-    bus.unplug(PORT);
-    tellUntil([&] { return m_trace.count(removal) > 0; }, "The launcher does not see the removal.");
-    m_narrator.say("The applications stay: whoever opened them closes them.");
+    m_narrator.say("The launcher is ready. It waits for the modem " + m_setup.awaitedModem +
+                   " and for its CD-ROM personality " + m_setup.awaitedCdRom + ".");
+    for (const UsbDevice* const device : {&m_setup.modem.cdRom, &m_setup.modem.modem})
+        if (device->isKnown() && !m_setup.isAwaited(*device))
+            m_narrator.say("Nothing will be started for " + shortIdentifier(*device) +
+                           ", which this modem shows: Launcher.cfg does not name it.");
 }
 
 void Demo::showFiles() {
-    m_narrator.quoteTail("The end of the trace, " + m_configuration.traceFile + ":", m_trace.text(), 24);
-    m_narrator.quoteTail("The log, " + m_configuration.logFile + ":", readTextFile(m_configuration.logFile),
-                         12);
+    m_narrator.quoteTail("The end of the trace, " + m_setup.traceFile + ":", m_trace.text(), 24);
+    if (!m_setup.logFile.empty())
+        m_narrator.quoteTail("The log, " + m_setup.logFile + ":", readTextFile(m_setup.logFile), 12);
 }
 
 void Demo::endLauncher() {
@@ -138,9 +165,9 @@ void Demo::tellFor(std::chrono::milliseconds duration) {
 
 void Demo::requireRunningLauncher() {
     if (!m_launcher->isRunning())
-        throw std::runtime_error("The launcher has ended by itself, with status " +
-                                 std::to_string(m_launcher->exitStatus()) + ".\n" +
-                                 m_launcher->standardError() + m_trace.text());
+        throw LauncherGone{"The launcher has ended by itself, with status " +
+                           std::to_string(m_launcher->exitStatus()) + ".\n" + m_launcher->standardError() +
+                           m_trace.text()};
 }
 
 void Demo::tellNews() {
@@ -181,11 +208,6 @@ void Demo::tellStarts(Bundle bundle) {
     // The launcher may have found it running before it could tell of its start itself.
     if (!m_machine.startsOf(bundle).empty() && m_foundRunning.erase(SampleMachine::pathOf(bundle)) != 0)
         m_narrator.sayOnce("It runs already and is not started again: " + SampleMachine::pathOf(bundle));
-}
-
-bool Demo::bothRun() const {
-    return m_machine.startsOf(Bundle::mainApplication).size() == 1 &&
-           m_machine.startsOf(Bundle::notifier).size() == 1;
 }
 
 } // namespace Zevo

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "LauncherConfiguration.h"
+#include "DemoSetup.h"
 #include "LauncherProcess.h"
 #include "Narrator.h"
+#include "Player.h"
 #include "SampleMachine.h"
 #include "TextFollower.h"
 
@@ -13,18 +14,16 @@
 
 namespace Zevo {
 
-class VirtualUsbBus;
-
 /** The launcher at work on a sample machine, and what people are told about it. What should happen and does
    not is thrown as std::runtime_error; Ctrl-C as Interrupted. Either way the end of this object ends every
    process and removes every file. */
-class Demo {
+class Demo : private PlayListener {
 public:
-    Demo();
-    ~Demo();
+    explicit Demo(const DemoWishes& wishes);
+    ~Demo() override;
 
-    /** A modem's life on the virtual bus: plugged in, switched, unplugged. */
-    void runOn(VirtualUsbBus& bus);
+    /** A modem's life on a bus, as one of the scripts tells it. */
+    void runOn(Bus& bus);
 
     /** On the machine's own bus, until Ctrl-C. */
     void runOnRealBus();
@@ -32,9 +31,10 @@ public:
 private:
     void startLauncher();
     void endLauncher();
-    void plugCdRom(VirtualUsbBus& bus);
-    void switchToModem(VirtualUsbBus& bus);
-    void unplug(VirtualUsbBus& bus);
+    void begins(const Step& step) override;
+    void ends(const Outcome& outcome) override;
+    void timePasses() override { tellNews(); }
+    Script chosenScript() const;
     void showFiles();
 
     /** Tells what happens until the condition holds; throws with this complaint when it does not come to
@@ -45,11 +45,10 @@ private:
     void tellTraceLine(const std::string& line);
     void tellStarts(SampleMachine::Bundle bundle);
     void requireRunningLauncher();
-    bool bothRun() const;
 
     Narrator m_narrator;
     SampleMachine m_machine;
-    LauncherConfiguration m_configuration;
+    DemoSetup m_setup;
     TextFollower m_trace;
     TextFollower m_complaints; // its standard error
     std::set<pid_t> m_toldStarts;

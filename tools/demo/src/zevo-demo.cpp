@@ -1,61 +1,54 @@
 #include "Demo.h"
 #include "Interruption.h"
+#include "Session.h"
+#include "Tool.h"
 #include "VirtualBusProcess.h"
-#include "VirtualUsbBus.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <exception>
-#include <stdexcept>
-#include <unistd.h>
+#include <iostream>
 
 namespace {
 
-const char HELP[] = "zevo-demo: the launcher at work, told as it happens.\n"
-                    "\n"
-                    "    zevo-demo            on a virtual USB bus: a modem is plugged in, switched and "
-                    "unplugged; about 15 seconds\n"
-                    "    zevo-demo --real     on this machine's own USB bus, until Ctrl-C\n"
-                    "    zevo-demo --help     this text\n"
-                    "\n"
-                    "Everything else is made for the run and removed after it: the applications that the "
-                    "launcher starts, its\n"
-                    "installation folder, its trace and its log. Ctrl-C ends either run. The status is 0 "
-                    "unless something that\n"
-                    "should have happened did not.\n";
+using namespace Zevo;
 
-void runOnVirtualBus(char** arguments) {
-    Zevo::restartForVirtualBus(arguments);
-    Zevo::VirtualUsbBus bus;
-    Zevo::Demo().runOn(bus);
+const char FOOTER[] =
+    "Everything else is made for the run and removed after it: the applications that the launcher starts,\n"
+    "its installation folder, its trace and its log. Ctrl-C ends either run. The status is 0 unless\n"
+    "something that should have happened did not.";
+
+ExitStatus run(const DemoWishes& wishes) {
+    holdInterruptions();
+    try {
+        if (wishes.isOnRealBus) {
+            Demo(wishes).runOnRealBus();
+        } else {
+            Session bus;
+            Demo(wishes).runOn(bus);
+        }
+    } catch (const Interrupted&) {
+        std::cout << "Interrupted; everything is ended and removed.\n";
+    }
+    return FINE;
 }
 
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    const std::string option = argumentCount > 1 ? arguments[1] : "";
-    if (option == "--help") {
-        std::fputs(HELP, stdout);
-        return 0;
-    }
-    if (argumentCount > 2 || (!option.empty() && option != "--real")) {
-        std::fputs(HELP, stderr);
-        return 2;
-    }
-    Zevo::holdInterruptions();
-    try {
-        if (option == "--real")
-            Zevo::Demo().runOnRealBus();
-        else
-            runOnVirtualBus(arguments);
-        return 0;
-    } catch (const Zevo::Interrupted&) {
-        std::puts("Interrupted; everything is ended and removed.");
-        return 0;
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "zevo-demo: %s\n", problem.what());
-        return 1;
-    }
+    CLI::App app(
+        "The launcher at work, told as it happens: on a virtual USB bus a modem is plugged in, switched and\n"
+        "unplugged; about 15 seconds.",
+        "zevo-demo");
+    app.footer(FOOTER);
+    DemoWishes wishes;
+    CLI::Option& real =
+        *app.add_flag("--real", wishes.isOnRealBus, "On this machine's own USB bus, until Ctrl-C");
+    app.add_option("--modem", wishes.modem,
+                   "Another modem: its ids, its name or its file, as zevo-sim takes them; the\n"
+                   "launcher is configured for it, unless --config is given")
+        ->excludes(&real);
+    app.add_option("--config", wishes.configuration, "A folder with your own configuration; checked first");
+    return runTool(app, argumentCount, arguments, [&] {
+        if (!wishes.isOnRealBus)
+            restartForVirtualBus(arguments);
+        return run(wishes);
+    });
 }
