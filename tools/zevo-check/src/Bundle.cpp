@@ -1,6 +1,7 @@
 #include "Bundle.h"
 
 #include "LiveReport.h"
+#include "NewFile.h"
 #include "ProgressBar.h"
 #include "Pseudonyms.h"
 #include "Report.h"
@@ -13,10 +14,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <fstream>
 #include <memory>
 #include <pwd.h>
@@ -194,22 +192,13 @@ std::vector<BundleEntry> gatherBundle(const CheckOptions& options, const CheckRe
 }
 
 void writeBundle(const std::string& path, const std::vector<BundleEntry>& entries) {
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file < 0 && errno == EEXIST)
-        throw UsageError(path + " is there already; give another file");
-    if (file < 0)
-        throw std::runtime_error(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
+    NewFile file(path);
     try {
-        writeEntries(file, entries);
+        writeEntries(file.descriptor(), entries);
     } catch (const std::runtime_error& problem) {
-        close(file);
-        unlink(path.c_str());
         throw std::runtime_error(fmt::format("{} cannot be written: {}", path, problem.what()));
     }
-    if (close(file) != 0) {
-        unlink(path.c_str());
-        throw std::runtime_error(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
-    }
+    file.keep();
 }
 
 } // namespace Zevo

@@ -10,7 +10,7 @@ _zevo_trace() {
     --thread | --call | --hide | --within | --text | --from | --to | --run | --lines | --machine) return ;;
     esac
     if [ "$COMP_CWORD" = 1 ]; then
-        words="show why summary diff crash export --help --version"
+        words="show why summary diff crash export view --help --version"
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
         return
     fi
@@ -20,6 +20,7 @@ _zevo_trace() {
     summary) words="--run --all --json --help" ;;
     diff) words="--thread --json --help" ;;
     crash) words="--run --all --lines --json --help" ;;
+    view) words="--out --run --help" ;;
     export) words="--chrome --speedscope --json-lines --run --machine --help" ;;
     *) words="" ;;
     esac

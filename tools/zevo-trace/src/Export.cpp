@@ -133,10 +133,12 @@ public:
         for (std::uint32_t name = 0; name < m_tree.names().size(); ++name)
             m_sink(fmt::format("{}{{\"name\":{}}}", name == 0 ? "" : ",\n", jsonText(m_tree.names()[name])));
         m_sink("]},\"profiles\":[");
-        bool isFirst = true;
+        std::size_t count = 0, shown = 0;
         for (const auto& [index, profile] : m_profiles) {
-            m_sink(isFirst ? "\n" : ",\n");
-            isFirst = false;
+            m_sink(count == 0 ? "\n" : ",\n");
+            if (profile.thread == "MAIN")
+                shown = count;
+            ++count;
             std::string title = fmt::format("run {}, {}", profile.run, profile.thread);
             if (profile.open != 0)
                 title += fmt::format(" ({} call{} never returned, innermost: {})", profile.open,
@@ -147,7 +149,7 @@ public:
             copy(profile.events.get());
             m_sink("]}");
         }
-        m_sink("]}\n");
+        m_sink(fmt::format("],\"activeProfileIndex\":{}}}\n", shown));
     }
 
 private:

@@ -24,7 +24,7 @@ public:
  * run, a thread for each thread, messages as instants. */
 std::unique_ptr<Exporter> makeChromeExporter(Sink sink);
 
-/** The file format of speedscope: one evented profile for each thread of each run. */
+/** The file format of speedscope: one evented profile for each thread of each run; the last run's MAIN is shown first. */
 std::unique_ptr<Exporter> makeSpeedscopeExporter(Sink sink, std::string title);
 
 /** One JSON object a line, for each line of the journal; docs/zevo-trace.md describes it. */

@@ -5,6 +5,8 @@
 #include "Follower.h"
 #include "Journal.h"
 #include "LogFolders.h"
+#include "NewFile.h"
+#include "Page.h"
 #include "Painter.h"
 #include "ProgressBar.h"
 #include "Sink.h"
@@ -35,7 +37,7 @@ struct Options {
     std::string levels, from, to;
     std::string good, bad, thread = "MAIN";
     bool chrome = false, speedscope = false, jsonLines = false;
-    std::string machine;
+    std::string machine, page;
     std::size_t lines = 20;
 };
 
@@ -362,6 +364,26 @@ ExitStatus exportAs(const Options& options) {
     return FINE;
 }
 
+ExitStatus view(const Options& options) {
+    const Page page(Page::viewerBesideProgram());
+    NewFile file(options.page);
+    const Sink sink = [&](std::string_view text) { file.write(text); };
+    page.write(sink, [&](const Sink& profile) {
+        const std::unique_ptr<Exporter> exporter = makeSpeedscopeExporter(profile, "ZevoLauncher");
+        bool hasCall = false;
+        readAll(options, [&](const JournalLine& line) {
+            hasCall = hasCall || line.line.kind == LineKind::call;
+            exporter->add(line);
+        });
+        if (!hasCall)
+            throw std::runtime_error("there is no call to show: what was read is a log alone, or the "
+                                     "filters of the trace hide all calls");
+        exporter->finish();
+    });
+    file.keep();
+    return FINE;
+}
+
 void addPaths(CLI::App& command, Options& options) {
     command.add_option(
         "PATH", options.paths,
@@ -460,6 +482,14 @@ int main(int argumentCount, char** arguments) {
         ->add_option("--machine", options.machine, "The machine's name in JSON lines; else this machine's")
         ->type_name("NAME");
 
+    CLI::App* const viewCommand =
+        app.add_subcommand("view", "Write a page that shows the calls over time, for a browser");
+    addPaths(*viewCommand, options);
+    viewCommand->add_option("--out", options.page, "The page to write, a new .html")
+        ->type_name("FILE")
+        ->required();
+    addRun(*viewCommand, options, "One run, counted from 1; else all");
+
     return runTool(app, argumentCount, arguments, [&]() -> ExitStatus {
         if (*showCommand)
             return show(options);
@@ -471,6 +501,8 @@ int main(int argumentCount, char** arguments) {
             return showCrash(options);
         if (*exportCommand)
             return exportAs(options);
+        if (*viewCommand)
+            return view(options);
         return why(options);
     });
 }

@@ -96,6 +96,14 @@ TEST_F(ExportTest, AnEmptyTraceIsStillJson) {
     EXPECT_TRUE(speedscope()["profiles"].empty());
 }
 
+TEST_F(ExportTest, SpeedscopeBeginsWithTheLastRunOfMain) {
+    write(traceLine("10:00:00-000", "w", 6, "Worker") + traceLine("10:00:00-001", "a", 7) +
+          traceLine("10:00:00-002", "b", 9) + traceLine("10:00:00-003", "w", 8, "Worker"));
+    const json file = speedscope();
+    EXPECT_THAT(file["profiles"][file["activeProfileIndex"].get<std::size_t>()]["name"].get<std::string>(),
+                ::testing::StartsWith("run 2, MAIN"));
+}
+
 TEST_F(ExportTest, SpeedscopeHasAProfileForEachThread) {
     const json file = speedscope();
     EXPECT_EQ("https://www.speedscope.app/file-format-schema.json", file["$schema"]);

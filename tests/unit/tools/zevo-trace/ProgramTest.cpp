@@ -56,7 +56,7 @@ TEST_F(ProgramTest, TellsItsVersionAndItsHelp) {
     EXPECT_THAT(run("--version").output, HasSubstr("zevo-trace "));
     const Result help = run("--help");
     EXPECT_EQ(0, help.status);
-    for (const char* const command : {"show", "why", "summary", "diff", "crash", "export"}) {
+    for (const char* const command : {"show", "why", "summary", "diff", "crash", "export", "view"}) {
         EXPECT_THAT(help.output, HasSubstr(command));
         EXPECT_EQ(0, run(std::string(command) + " --help").status);
     }
@@ -66,7 +66,7 @@ TEST_F(ProgramTest, WrongUsageHasItsOwnStatus) {
     for (const char* const words :
          {"", "shows", "show --colour", "show --from noon .", "show --level errors .", "why --run 0 .",
           "why --run 9 .", "diff .", "diff - .", "export .", "export --chrome --speedscope .",
-          "summary --run 7 .", "diff --thread nobody . ."})
+          "summary --run 7 .", "diff --thread nobody . .", "view .", "view --run 7 --out page.html ."})
         EXPECT_EQ(2, run(words).status) << words;
 }
 
@@ -122,6 +122,27 @@ TEST_F(ProgramTest, JsonIsAllThatStandsOnStandardOutput) {
     EXPECT_TRUE(nlohmann::json::parse(run("export --speedscope .").output).contains("profiles"));
     EXPECT_THAT(run("export --json-lines --machine kiosk-7 .").output,
                 HasSubstr("{\"machine\":\"kiosk-7\",\"run\":1,"));
+}
+
+TEST_F(ProgramTest, ViewWritesAPageAndNoFileOver) {
+    const Result result = run("view . --out page.html");
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.complaints, Not(HasSubstr("page")));
+    EXPECT_EQ("", result.output);
+    const std::string page = textOf("page.html");
+    EXPECT_THAT(page, AllOf(HasSubstr("speedscope"), HasSubstr("</html>")));
+    const Result again = run("view . --out page.html");
+    EXPECT_EQ(2, again.status);
+    EXPECT_EQ("zevo-trace: page.html is there already; give another file\n", again.complaints);
+    EXPECT_EQ(page, textOf("page.html"));
+}
+
+TEST_F(ProgramTest, ViewLeavesNothingBehindWhereThereIsNothingToShow) {
+    m_files.write("log_0.txt", "[10:00:00-000][LEVEL_0] Starting\n", at(10, 0, 0));
+    const Result result = run("view log_0.txt --out page.html");
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.complaints, HasSubstr("there is no call to show"));
+    EXPECT_NE(0, access((m_files / "page.html").c_str(), F_OK));
 }
 
 TEST_F(ProgramTest, StatusesTellWhatWasFound) {
@@ -197,7 +218,7 @@ TEST_F(ProgramTest, EveryOptionIsInTheManualAndInTheCompletions) {
     const std::string zsh = contentOf(folder + "/completions/_zevo-trace");
     const std::string fish = contentOf(folder + "/completions/zevo-trace.fish");
     std::size_t options = 0;
-    for (const std::string command : {"show", "why", "summary", "diff", "crash", "export"}) {
+    for (const std::string command : {"show", "why", "summary", "diff", "crash", "export", "view"}) {
         const std::string help = run(command + " --help").output;
         for (std::string::size_type at = 0; (at = help.find("--", at)) != std::string::npos; at += 2) {
             const std::string::size_type end = help.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
