@@ -47,7 +47,7 @@ private:
         if (m_file == m_ring.files.size())
             return false;
         const RingFile& file = m_ring.files[m_file++];
-        m_reader.emplace(file.path);
+        m_reader.emplace(file.path, file.unpacked.get());
         m_wholeLines = 0;
         m_parser = LineParser();
         m_line.file = &file.path;

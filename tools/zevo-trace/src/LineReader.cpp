@@ -14,8 +14,10 @@ namespace {
                              ": cannot be read: " + std::strerror(errno));
 }
 
-int openFile(const std::string& path) {
-    const int file = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+int openFile(const std::string& path, std::FILE* opened) {
+    const int file = opened != nullptr ? dup(fileno(opened))
+                     : path == "-"     ? dup(STDIN_FILENO)
+                                       : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0)
         complain(path);
     return file;
@@ -23,8 +25,13 @@ int openFile(const std::string& path) {
 
 } // namespace
 
-LineReader::LineReader(const std::string& path)
-    : m_path(path), m_file(openFile(path)), m_buffer(2 * LONGEST_LINE) {}
+LineReader::LineReader(const std::string& path) : LineReader(path, nullptr) {}
+
+LineReader::LineReader(const std::string& path, std::FILE* open)
+    : m_path(path), m_file(openFile(path, open)), m_buffer(2 * LONGEST_LINE) {
+    if (open != nullptr && lseek(m_file, 0, SEEK_SET) < 0)
+        complain(path);
+}
 
 LineReader::LineReader(const std::string& path, std::uint64_t position) : LineReader(path) {
     if (lseek(m_file, static_cast<off_t>(position), SEEK_SET) < 0)
@@ -82,6 +89,8 @@ bool LineReader::readMore() {
     } while (length < 0 && errno == EINTR);
     if (length < 0)
         complain(m_path);
+    if (m_path == "-" && m_position == 0 && length > 1 && m_buffer[0] == '\x1f' && m_buffer[1] == '\x8b')
+        throw std::runtime_error("standard input is packed; give the bundle by its name");
     m_end += static_cast<std::size_t>(length);
     m_position += static_cast<std::uint64_t>(length);
     return length > 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@ public:
     /** Throws std::runtime_error, with the path and the reason, when the file cannot be read. "-" is standard
      * input. */
     explicit LineReader(const std::string& path);
+    /** Reads a file that is open, from its first byte on; `path` is what it is called. One reader at a time: all read at
+     * the same place of the file. Null: as above. */
+    LineReader(const std::string& path, std::FILE* open);
     /** The same, from this byte on. */
     LineReader(const std::string& path, std::uint64_t position);
     LineReader(const LineReader&) = delete;

@@ -1,5 +1,6 @@
 #include "Ring.h"
 
+#include "BundledFiles.h"
 #include "LineReader.h"
 #include "TraceLine.h"
 
@@ -68,9 +69,10 @@ Moment localMoment(const timespec& time) {
 
 /** Looks at every line, but only at what the order and the dates depend on. False when nothing of a trace or of a log
  * is in the file. */
-bool lookAt(const std::string& path, FileFacts& facts) {
+bool lookAt(RingFile& file) {
     constexpr std::string_view MAIN_COLUMN = "][MAIN ";
-    LineReader reader(path);
+    LineReader reader(file.path, file.unpacked.get());
+    FileFacts& facts = file.facts;
     LineParser parser;
     bool isKnown = false;
     std::string_view line;
@@ -98,6 +100,24 @@ bool lookAt(const std::string& path, FileFacts& facts) {
                 line[0] == '-' || line[0] == 'C' || (facts.endsWithReport && line[0] != '[');
     }
     return isKnown;
+}
+
+RingFile fileAt(const std::string& path) {
+    const struct stat status = statusOf(path);
+    RingFile file;
+    file.path = path;
+    file.size = static_cast<std::uint64_t>(status.st_size);
+    file.modified = localMoment(status.st_mtim);
+    return file;
+}
+
+RingFile fileIn(const std::string& bundle, const BundledFile& bundled) {
+    RingFile file;
+    file.path = bundle + "/" + bundled.name;
+    file.unpacked = bundled.content;
+    file.size = bundled.size;
+    file.modified = localMoment({bundled.modified, 0});
+    return file;
 }
 
 /** From a to b on a clock of 24 hours: -12 to 12 hours. */
@@ -201,7 +221,7 @@ void orderRing(Ring& ring, std::vector<std::string>& notes) {
 
 std::vector<Ring> findRings(const std::vector<std::string>& paths, std::vector<std::string>& notes) {
     std::map<std::string, Ring> rings;
-    std::vector<std::string> files;
+    std::vector<RingFile> files;
     for (const std::string& path : paths) {
         if (path == "-") {
             Ring& input = rings[path];
@@ -211,26 +231,26 @@ std::vector<Ring> findRings(const std::vector<std::string>& paths, std::vector<s
             input.files[0].path = path;
             input.files[0].beginsRun = true;
         } else if (S_ISDIR(statusOf(path).st_mode)) {
-            const std::vector<std::string> found = ringFilesIn(path);
-            files.insert(files.end(), found.begin(), found.end());
+            for (const std::string& found : ringFilesIn(path))
+                files.push_back(fileAt(found));
+        } else if (isBundle(path)) {
+            for (const BundledFile& found : unpackBundle(path, isRingFile, notes))
+                files.push_back(fileIn(path, found));
         } else {
-            files.push_back(path);
+            files.push_back(fileAt(path));
         }
     }
-    std::sort(files.begin(), files.end());
-    files.erase(std::unique(files.begin(), files.end()), files.end());
-    for (const std::string& path : files) {
-        RingFile file;
-        file.path = path;
-        const struct stat status = statusOf(path);
-        file.size = static_cast<std::uint64_t>(status.st_size);
-        file.modified = localMoment(status.st_mtim);
-        if (!lookAt(path, file.facts)) {
+    const auto isBefore = [](const RingFile& a, const RingFile& b) { return a.path < b.path; };
+    const auto isSame = [](const RingFile& a, const RingFile& b) { return a.path == b.path; };
+    std::stable_sort(files.begin(), files.end(), isBefore);
+    files.erase(std::unique(files.begin(), files.end(), isSame), files.end());
+    for (RingFile& file : files) {
+        if (!lookAt(file)) {
             if (file.size != 0)
-                notes.push_back(path + ": holds neither a trace nor a log");
+                notes.push_back(file.path + ": holds neither a trace nor a log");
             continue;
         }
-        Ring& ring = rings[baseNameOf(path, file.index)];
+        Ring& ring = rings[baseNameOf(file.path, file.index)];
         ring.isTrace = file.facts.isTrace;
         ring.files.push_back(std::move(file));
     }

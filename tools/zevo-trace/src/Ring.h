@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +24,8 @@ struct FileFacts {
 
 /** One file of a ring. */
 struct RingFile {
-    std::string path;
+    std::string path;                    ///< of a file in a bundle: the bundle's, and its name there
+    std::shared_ptr<std::FILE> unpacked; ///< the bytes of a file in a bundle; of others they are at the path
     long index = 0;
     std::uint64_t size = 0;
     Moment modified = 0; ///< by the clock of this machine
@@ -44,8 +47,8 @@ constexpr std::int32_t LARGEST_STEP_BACK = 90 * 60 * 1000;
 constexpr std::int32_t DAY = 24 * 60 * 60 * 1000;
 
 /**
- * The rings of these folders and files; a folder stands for every "<name>_<number>.txt" in it. Files that hold
- * neither a trace nor a log are left out, with a line in `notes`. "-" is standard input, which is not looked at
+ * The rings of these folders and files; a folder stands for every "<name>_<number>.txt" in it, and so does a
+ * bundle of `zevo-check`. Files that hold neither a trace nor a log are left out, with a line in `notes`. "-" is standard input, which is not looked at
  * before its lines are read.
  *
  * Throws std::runtime_error, with the path and the reason, for what cannot be read.

@@ -1,3 +1,4 @@
+#include "BundledFiles.h"
 #include "Crash.h"
 #include "Difference.h"
 #include "Export.h"
@@ -154,6 +155,8 @@ FilterRules rulesOf(const Options& options) {
 
 ExitStatus show(const Options& options) {
     const std::vector<std::string> paths = pathsOf(options);
+    if (options.follow && std::any_of(paths.begin(), paths.end(), isBundle))
+        throw UsageError("a bundle cannot be followed: nothing is written to it any more");
     Filter filter(rulesOf(options));
     const Colours colours(takesColours(stdout));
     Source source(paths);
@@ -385,9 +388,10 @@ ExitStatus view(const Options& options) {
 }
 
 void addPaths(CLI::App& command, Options& options) {
-    command.add_option(
-        "PATH", options.paths,
-        "Folders and files of traces and logs, or - for standard input; else this user's log folder");
+    command.add_option("PATH", options.paths,
+                       "Folders and files of traces and logs, bundles of zevo-check, or - for standard "
+                       "input; else this user's "
+                       "log folder");
 }
 
 void addRun(CLI::App& command, Options& options, const char* what) {

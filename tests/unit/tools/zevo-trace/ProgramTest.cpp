@@ -1,3 +1,4 @@
+#include "Bundle.h"
 #include "TraceFiles.h"
 
 #include <algorithm>
@@ -99,6 +100,27 @@ TEST_F(ProgramTest, ShowsFoldersFilesAndStandardInput) {
     EXPECT_EQ(text, run("show .").output);
     EXPECT_EQ(text, run("show trace_0.txt").output);
     EXPECT_EQ(text, run("show - <trace_0.txt").output);
+}
+
+TEST_F(ProgramTest, EveryCommandReadsBundles) {
+    struct stat status = {};
+    ASSERT_EQ(0, stat((m_files / "trace_0.txt").c_str(), &status));
+    Zevo::writeBundle(
+        m_files / "ticket.tar.gz",
+        {{"manifest.txt", "all\n", 0}, {"logs/trace_0.txt", textOf("trace_0.txt"), status.st_mtim.tv_sec}});
+    EXPECT_EQ(textOf("trace_0.txt"), run("show ticket.tar.gz").output);
+    EXPECT_EQ(0, run("diff trace_0.txt ticket.tar.gz").status);
+    for (const char* const command : {"why", "summary", "crash", "export --json-lines"})
+        EXPECT_EQ(run(std::string(command) + " trace_0.txt").output,
+                  run(std::string(command) + " ticket.tar.gz").output)
+            << command;
+    EXPECT_EQ(0, run("view ticket.tar.gz --out page.html").status);
+    const Result followed = run("show -f ticket.tar.gz");
+    EXPECT_EQ(2, followed.status);
+    EXPECT_THAT(followed.complaints, HasSubstr("a bundle cannot be followed"));
+    const Result piped = run("show - <ticket.tar.gz");
+    EXPECT_EQ(1, piped.status);
+    EXPECT_THAT(piped.complaints, HasSubstr("standard input is packed; give the bundle by its name"));
 }
 
 TEST_F(ProgramTest, TornLinesAreNotedOnStandardError) {
