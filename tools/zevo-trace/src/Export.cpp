@@ -1,6 +1,7 @@
 #include "Export.h"
 
 #include "Painter.h"
+#include "Story.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -221,7 +222,9 @@ public:
         : m_sink(std::move(sink)), m_machine(jsonText(machine)) {}
 
     void add(const JournalLine& line) override {
+        m_returned = -1;
         m_tree.add(line);
+        noteRun(line);
         const TraceLine& parsed = line.line;
         const bool isOfCall = parsed.kind == LineKind::call || parsed.kind == LineKind::exit;
         const std::vector<OpenCall>& calls = m_tree.openCalls();
@@ -229,18 +232,19 @@ public:
                                       : parsed.kind == LineKind::message && !calls.empty()
                                           ? m_tree.names()[calls.back().name]
                                           : std::string_view();
-        std::string text = fmt::format(R"({{"machine":{},"run":{},"time":)", m_machine, line.run);
-        text += parsed.timeOfDay < 0 ? "null"
-                : line.isDated       ? '"' + dateTextOf(line.time) + 'T' + timeTextOf(line.time) + '"'
-                                     : '"' + timeTextOf(line.time) + '"';
-        text += fmt::format(R"(,"thread":{},"depth":{},"call":{},"kind":"{}","level":{},"text":{}}})",
-                            parsed.hasThread ? jsonText(parsed.threadName) : "null", callDepth(parsed),
-                            call.empty() ? "null" : jsonText(call),
-                            line.isCut ? "cut" : Zevo::nameOf(parsed.kind),
-                            parsed.level == 0 ? "null" : std::string{'"', parsed.level, '"'},
-                            isOfCall ? "null" : jsonText(parsed.text.empty() ? parsed.whole : parsed.text));
-        text += '\n';
-        m_sink(text);
+        const bool hasTime = parsed.timeOfDay >= 0;
+        m_sink(m_run);
+        m_sink(fmt::format(R"("line":{},"time":{},"elapsed":{},"thread":{},"depth":{},"call":{},"kind":"{}",)"
+                           R"("duration":{},"level":{},"text":{}}})"
+                           "\n",
+                           ++m_lines, hasTime ? momentText(line) : NOTHING,
+                           hasTime ? std::to_string(line.time - m_begin) : NOTHING,
+                           parsed.hasThread ? jsonText(parsed.threadName) : NOTHING, callDepth(parsed),
+                           call.empty() ? NOTHING : jsonText(call),
+                           line.isCut ? "cut" : Zevo::nameOf(parsed.kind),
+                           m_returned < 0 ? NOTHING : std::to_string(m_returned),
+                           parsed.level == 0 ? NOTHING : std::string{'"', parsed.level, '"'},
+                           isOfCall ? NOTHING : jsonText(parsed.text.empty() ? parsed.whole : parsed.text)));
     }
 
     void finish() override { m_tree.finish(); }
@@ -252,9 +256,57 @@ private:
         return isDeeper && line.depth > 0 ? line.depth - 1 : line.depth;
     }
 
+    static std::string momentText(const JournalLine& line) {
+        return '"' + (line.isDated ? dateTextOf(line.time) + 'T' : "") + timeTextOf(line.time) + '"';
+    }
+
+    void callEnds(const TracedThread&, const OpenCall& call, Moment end, CallEnd how) override {
+        if (how == CallEnd::returned && call.begin >= 0 && end >= call.begin)
+            m_returned = end - call.begin;
+    }
+
+    // What is true of a run stands in each of its lines, so that a question about one line needs no other. A run tells
+    // its version and its modem only a few lines after its first.
+    void noteRun(const JournalLine& line) {
+        const bool isFirst = m_run.empty() || line.run != m_number;
+        if (isFirst) {
+            m_number = line.run;
+            m_begin = -1;
+            m_version = m_modem = m_started = NOTHING;
+        }
+        bool isNews = isFirst;
+        if (m_begin < 0 && line.line.timeOfDay >= 0) {
+            m_begin = line.time;
+            m_started = momentText(line);
+            isNews = true;
+        }
+        if (line.line.kind == LineKind::log) {
+            if (const auto entry = cardEntryOf(line.line.text); entry && entry->first == "Product version") {
+                m_version = jsonText(entry->second);
+                isNews = true;
+            }
+        } else if (line.line.kind == LineKind::message) {
+            if (const auto modem = expectedModemOf(line.line.text)) {
+                m_modem = jsonText(*modem);
+                isNews = true;
+            }
+        }
+        if (isNews)
+            m_run = fmt::format(R"({{"machine":{},"run":{},"started":{},"version":{},"modem":{},)", m_machine,
+                                m_number, m_started, m_version, m_modem);
+    }
+
+    const std::string NOTHING = "null";
+
     Sink m_sink;
     std::string m_machine;
     CallTree m_tree{*this};
+    std::uint64_t m_lines = 0;
+    Moment m_returned = -1; // milliseconds that the call took which the line ends
+    int m_number = 0;       // of the run
+    Moment m_begin = -1;    // of the run
+    std::string m_started, m_version, m_modem;
+    std::string m_run; // how its lines begin
 };
 
 } // namespace

@@ -83,6 +83,20 @@ std::string shortIdentifier(const std::string& identifier) {
     return text;
 }
 
+std::optional<std::string> expectedModemOf(std::string_view message) {
+    if (behind(message, "Configured : "))
+        return between(std::string(message), "modem = ", ", cdrom = ");
+    return behind(message, "expected modem hardware id : ");
+}
+
+std::optional<std::pair<std::string, std::string>> cardEntryOf(std::string_view logLine) {
+    const std::optional<std::string> entry = behind(logLine, " * ");
+    const std::string::size_type colon = entry ? entry->find(" : ") : std::string::npos;
+    if (colon == std::string::npos)
+        return std::nullopt;
+    return std::pair(entry->substr(0, colon), entry->substr(colon + 3));
+}
+
 RunStory& StoryTeller::story(int run) {
     if (m_stories.empty() || m_stories.back().run != run) {
         m_stories.emplace_back();
@@ -120,10 +134,8 @@ void StoryTeller::addLogLine(const JournalLine& line) {
     RunStory& run = story(line.run);
     if (line.line.level == 'E') {
         run.logErrors.emplace_back(line.line.text);
-    } else if (const std::optional<std::string> entry = behind(line.line.text, " * ")) {
-        const std::string::size_type colon = entry->find(" : ");
-        if (colon != std::string::npos)
-            run.card[entry->substr(0, colon)] = entry->substr(colon + 3);
+    } else if (const auto entry = cardEntryOf(line.line.text)) {
+        run.card[entry->first] = entry->second;
     }
 }
 
@@ -163,7 +175,7 @@ void StoryTeller::addMessage(RunStory& run, const JournalLine& line) {
         m_isInFilter = false;
     } else if (behind(text, "Configured : ")) {
         run.isConfigured = true;
-        run.modem = between(text, "modem = ", ", cdrom = ");
+        run.modem = *expectedModemOf(text);
         run.cdRom = between(text, ", cdrom = ", ", to be found = ");
         run.toFind = between(text, ", to be found = ", "");
     } else if (const auto wanted = behind(text, " hardware id to be found : ")) {
@@ -181,7 +193,7 @@ void StoryTeller::addMessage(RunStory& run, const JournalLine& line) {
         m_isListing = false;
     } else if (const auto arrived = behind(text, "Detected hardware id : ")) {
         addArrival(run, line, *arrived);
-    } else if (const auto modem = behind(text, "expected modem hardware id : ")) {
+    } else if (const auto modem = expectedModemOf(text)) {
         if (!run.isConfigured)
             run.modem = *modem;
     } else if (const auto cdRom = behind(text, "expected cdrom hardware id : ")) {

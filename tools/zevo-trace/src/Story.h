@@ -5,6 +5,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Zevo {
@@ -66,6 +68,11 @@ std::string shortIdentifier(const std::string& identifier);
 /** Whether arrivals are reported in this form, in any letter case. */
 bool isIdentifier(const std::string& identifier);
 bool isSameIdentifier(const std::string& a, const std::string& b);
+
+/** The modem that is waited for, as a trace message tells it; nothing when it tells of something else. */
+std::optional<std::string> expectedModemOf(std::string_view message);
+/** What the log says of the identity card: "Product version" and its value; nothing when it says something else. */
+std::optional<std::pair<std::string, std::string>> cardEntryOf(std::string_view logLine);
 
 /** Makes stories of a journal's lines. */
 class StoryTeller {

@@ -127,18 +127,50 @@ TEST_F(ExportTest, EveryLineOfTheJournalIsAJsonLine) {
     m_files.write("log_0.txt", "[10:00:00-001][ERROR  ] trouble\n", at(10, 0, 0.5));
     const std::vector<json> lines = jsonLines();
     ASSERT_EQ(7u, lines.size());
-    EXPECT_EQ(
-        json::parse(
-            R"({"machine":"m1","run":1,"time":"2026-01-15T10:00:00.000","thread":"MAIN","depth":0,"call":"a",
-                              "kind":"call","level":null,"text":null})"),
-        lines[0]);
-    EXPECT_EQ(
-        json::parse(
-            R"({"machine":"m1","run":1,"time":"2026-01-15T10:00:00.001","thread":null,"depth":0,"call":null,
-                              "kind":"log","level":"E","text":"trouble"})"),
-        lines[1]);
+    EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
+                              "modem":null,"line":1,"time":"2026-01-15T10:00:00.000","elapsed":0,
+                              "thread":"MAIN","depth":0,"call":"a","kind":"call","duration":null,
+                              "level":null,"text":null})"),
+              lines[0]);
+    EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
+                              "modem":null,"line":2,"time":"2026-01-15T10:00:00.001","elapsed":1,
+                              "thread":null,"depth":0,"call":null,"kind":"log","duration":null,
+                              "level":"E","text":"trouble"})"),
+              lines[1]);
     EXPECT_EQ("b", lines[3]["call"]) << "a message names its call";
     EXPECT_EQ(1, lines[3]["depth"]);
     EXPECT_EQ("exit", lines[5]["kind"]);
     EXPECT_EQ(1, lines[5]["depth"]) << "the call's own depth";
+    EXPECT_EQ(3, lines[5]["duration"]);
+    EXPECT_EQ(7, lines[6]["line"]);
+}
+
+TEST_F(ExportTest, AJsonLineNamesWhatItsRunHasToldSoFar) {
+    m_files.write("log_0.txt", "[10:00:00-002][LEVEL_0]  * Product version : 1.4.2\n", at(10, 0, 0.5));
+    write(traceLine("10:00:00-000", "a") +
+          traceLine("10:00:00-003", "| >> [D] Configured : modem = M, cdrom = C, to be found = F") +
+          traceLine("10:00:00-004", "| <- a"));
+    m_files.write("trace_1.txt",
+                  traceLine("11:00:00-000", "a", 8) +
+                      traceLine("11:00:00-250", "| >> [D] expected modem hardware id : N", 8),
+                  at(11, 0, 1));
+    std::vector<std::string> told;
+    for (const json& line : jsonLines())
+        told.push_back(line["started"].get<std::string>().substr(11) + " " + line["version"].dump() + " " +
+                       line["modem"].dump() + " " + line["elapsed"].dump());
+    EXPECT_THAT(told, ElementsAre("10:00:00.000 null null 0", "10:00:00.000 \"1.4.2\" null 2",
+                                  "10:00:00.000 \"1.4.2\" \"M\" 3", "10:00:00.000 \"1.4.2\" \"M\" 4",
+                                  "11:00:00.000 null null 0", "11:00:00.000 null \"N\" 250"));
+}
+
+TEST_F(ExportTest, AnExitWhoseCallIsNotInTheTraceHasNoDuration) {
+    write(traceLine("10:00:00-004", "| <- a"));
+    EXPECT_TRUE(jsonLines()[0]["duration"].is_null());
+}
+
+TEST_F(ExportTest, AJsonLineWithoutATimeHasNone) {
+    write("[th_7    ][MAIN           ]a\n[th_7    ][MAIN           ]| <- a\n");
+    for (const json& line : jsonLines())
+        for (const char* const field : {"started", "time", "elapsed", "duration"})
+            EXPECT_TRUE(line[field].is_null()) << field;
 }
