@@ -233,9 +233,10 @@ public:
                                           ? m_tree.names()[calls.back().name]
                                           : std::string_view();
         const bool hasTime = parsed.timeOfDay >= 0;
+        const bool isNumbered = parsed.kind == LineKind::stackCall || parsed.kind == LineKind::objectCount;
         m_sink(m_run);
         m_sink(fmt::format(R"("line":{},"time":{},"elapsed":{},"thread":{},"depth":{},"call":{},"kind":"{}",)"
-                           R"("duration":{},"level":{},"text":{}}})"
+                           R"("duration":{},"level":{},"number":{},"text":{}}})"
                            "\n",
                            ++m_lines, hasTime ? momentText(line) : NOTHING,
                            hasTime ? std::to_string(line.time - m_begin) : NOTHING,
@@ -244,6 +245,7 @@ public:
                            line.isCut ? "cut" : Zevo::nameOf(parsed.kind),
                            m_returned < 0 ? NOTHING : std::to_string(m_returned),
                            parsed.level == 0 ? NOTHING : std::string{'"', parsed.level, '"'},
+                           isNumbered ? std::to_string(parsed.number) : NOTHING,
                            isOfCall ? NOTHING : jsonText(parsed.text.empty() ? parsed.whole : parsed.text)));
     }
 

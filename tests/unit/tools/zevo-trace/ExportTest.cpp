@@ -130,12 +130,12 @@ TEST_F(ExportTest, EveryLineOfTheJournalIsAJsonLine) {
     EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
                               "modem":null,"line":1,"time":"2026-01-15T10:00:00.000","elapsed":0,
                               "thread":"MAIN","depth":0,"call":"a","kind":"call","duration":null,
-                              "level":null,"text":null})"),
+                              "level":null,"number":null,"text":null})"),
               lines[0]);
     EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
                               "modem":null,"line":2,"time":"2026-01-15T10:00:00.001","elapsed":1,
                               "thread":null,"depth":0,"call":null,"kind":"log","duration":null,
-                              "level":"E","text":"trouble"})"),
+                              "level":"E","number":null,"text":"trouble"})"),
               lines[1]);
     EXPECT_EQ("b", lines[3]["call"]) << "a message names its call";
     EXPECT_EQ(1, lines[3]["depth"]);
@@ -173,4 +173,17 @@ TEST_F(ExportTest, AJsonLineWithoutATimeHasNone) {
     for (const json& line : jsonLines())
         for (const char* const field : {"started", "time", "elapsed", "duration"})
             EXPECT_TRUE(line[field].is_null()) << field;
+}
+
+TEST_F(ExportTest, AJsonLineOfACrashReportHasItsNumber) {
+    write(traceLine("10:00:00-000", "a") +
+          "\n-------------- CALLSTACK --------------\n[th_7    ][MAIN           ]    [1] a\n"
+          "---------------------------------------\n\n-------------- OBJECT(S) COUNT --------------\n"
+          "Class = ZevoLauncher                  , count = 000012\n"
+          "---------------------------------------------\n");
+    std::vector<std::string> numbered;
+    for (const json& line : jsonLines())
+        if (!line["number"].is_null())
+            numbered.push_back(line["text"].get<std::string>() + " " + line["number"].dump());
+    EXPECT_THAT(numbered, ElementsAre("a 1", "ZevoLauncher 12"));
 }
