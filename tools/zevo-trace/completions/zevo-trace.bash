@@ -21,7 +21,7 @@ _zevo_trace() {
     diff) words="--thread --json --help" ;;
     crash) words="--run --all --lines --json --help" ;;
     view) words="--out --run --help" ;;
-    export) words="--chrome --speedscope --json-lines --run --machine --help" ;;
+    export) words="--chrome --speedscope --json-lines --parquet --run --machine --help" ;;
     *) words="" ;;
     esac
     case $word in

@@ -24,5 +24,6 @@ complete -c zevo-trace -n '__fish_seen_subcommand_from crash' -x -l lines -d 'So
 complete -c zevo-trace -n '__fish_seen_subcommand_from export' -l chrome -d 'Trace events'
 complete -c zevo-trace -n '__fish_seen_subcommand_from export' -l speedscope -d 'For speedscope'
 complete -c zevo-trace -n '__fish_seen_subcommand_from export' -l json-lines -d 'One JSON object a line'
-complete -c zevo-trace -n '__fish_seen_subcommand_from export' -x -l machine -d 'Name in JSON lines'
 complete -c zevo-trace -n '__fish_seen_subcommand_from view' -r -l out -d 'The page to write'
+complete -c zevo-trace -n '__fish_seen_subcommand_from export' -r -l parquet -d 'The same as a Parquet file'
+complete -c zevo-trace -n '__fish_seen_subcommand_from export' -x -l machine -d 'Name in JSON lines and Parquet'

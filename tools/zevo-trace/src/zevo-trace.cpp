@@ -9,6 +9,7 @@
 #include "NewFile.h"
 #include "Page.h"
 #include "Painter.h"
+#include "ParquetFile.h"
 #include "ProgressBar.h"
 #include "Sink.h"
 #include "StatusWords.h"
@@ -38,7 +39,7 @@ struct Options {
     std::string levels, from, to;
     std::string good, bad, thread = "MAIN";
     bool chrome = false, speedscope = false, jsonLines = false;
-    std::string machine, page;
+    std::string machine, page, parquet;
     std::size_t lines = 20;
 };
 
@@ -351,12 +352,30 @@ ExitStatus diff(const Options& options) {
     return parting ? PROBLEMS_FOUND : FINE;
 }
 
+std::string machineOf(const Options& options) {
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
+    return options.machine.empty() ? host : options.machine;
+}
+
 ExitStatus exportAs(const Options& options) {
+    // Many small writes to a pipe would take most of the time.
+    constexpr std::size_t PART = std::size_t{1} << 16U;
+    std::unique_ptr<ParquetFile> file;
+    std::string part;
     std::unique_ptr<Exporter> exporter;
-    if (options.jsonLines) {
-        char host[256] = {};
-        gethostname(host, sizeof host - 1);
-        exporter = makeJsonLinesExporter(toOutput, options.machine.empty() ? host : options.machine);
+    if (!options.parquet.empty()) {
+        file = std::make_unique<ParquetFile>(options.parquet);
+        const auto toFile = [&](std::string_view text) {
+            part += text;
+            if (part.size() < PART)
+                return;
+            file->write(part);
+            part.clear();
+        };
+        exporter = makeJsonLinesExporter(toFile, machineOf(options));
+    } else if (options.jsonLines) {
+        exporter = makeJsonLinesExporter(toOutput, machineOf(options));
     } else if (options.chrome) {
         exporter = makeChromeExporter(toOutput);
     } else {
@@ -364,6 +383,10 @@ ExitStatus exportAs(const Options& options) {
     }
     readAll(options, [&](const JournalLine& line) { exporter->add(line); });
     exporter->finish();
+    if (file) {
+        file->write(part);
+        file->finish();
+    }
     return FINE;
 }
 
@@ -472,18 +495,21 @@ int main(int argumentCount, char** arguments) {
         ->capture_default_str();
     crashCommand->add_flag("--json", options.json, "As JSON, for programs");
 
-    CLI::App* const exportCommand =
-        app.add_subcommand("export", "Write trace and log for other programs, to standard output");
+    CLI::App* const exportCommand = app.add_subcommand(
+        "export", "Write trace and log for other programs, to standard output or as Parquet");
     addPaths(*exportCommand, options);
     CLI::Option_group* const form = exportCommand->add_option_group("form", "Exactly one of these");
     form->add_flag("--chrome", options.chrome,
                    "Trace events, for the tracing pages of browsers and for Perfetto");
     form->add_flag("--speedscope", options.speedscope, "For speedscope");
     form->add_flag("--json-lines", options.jsonLines, "One JSON object a line, for data bases");
+    form->add_option("--parquet", options.parquet, "The same as a new Parquet file, which DuckDB writes")
+        ->type_name("FILE");
     form->require_option(1);
     addRun(*exportCommand, options, "One run, counted from 1; else all");
     exportCommand
-        ->add_option("--machine", options.machine, "The machine's name in JSON lines; else this machine's")
+        ->add_option("--machine", options.machine,
+                     "The machine's name in JSON lines and Parquet; else this machine's")
         ->type_name("NAME");
 
     CLI::App* const viewCommand =

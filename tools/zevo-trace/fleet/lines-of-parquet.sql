@@ -1,0 +1,3 @@
+-- The same from Parquet files.
+create view lines as
+select * from read_parquet('fleet/*.parquet');

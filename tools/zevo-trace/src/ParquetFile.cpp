@@ -1,0 +1,105 @@
+#include "ParquetFile.h"
+
+#include "FileSystemManagement.h"
+#include "Tool.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace Zevo {
+namespace {
+
+/** Beside this program, in an installation as in the build folder. */
+std::string writerScript() {
+    std::string script =
+        FileSystemManagement::getCurrentExecutableDirectory() + "/" ZEVO_FLEET_FROM_HERE "/fleet.mjs";
+    if (access(script.c_str(), R_OK) != 0)
+        throw std::runtime_error(
+            script + " is missing: it writes Parquet, and belongs to this program's installation");
+    return script;
+}
+
+} // namespace
+
+ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPath(path + ".part") {
+    if (access(path.c_str(), F_OK) == 0)
+        throw UsageError(path + " is there already; give another file");
+    std::string words[] = {"node", writerScript(), "parquet", m_unfinishedPath};
+    char* const arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
+    int ends[2];
+    if (pipe(ends) != 0)
+        throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
+    m_input = ends[1];
+    fcntl(m_input, F_SETFD, FD_CLOEXEC); // or the writer would wait for the end of its own input for ever
+    std::signal(SIGPIPE, SIG_IGN);       // a writer that ends early is told as an error
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+    posix_spawn_file_actions_addclose(&actions, ends[0]);
+    const int failure = posix_spawnp(&m_writer, words[0].c_str(), &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[0]);
+    if (failure == 0)
+        return;
+    close(m_input);
+    throw std::runtime_error(
+        std::string("node cannot be started (") + std::strerror(failure) +
+        "): Parquet is written by DuckDB, which needs Node.js; install nodejs and npm, then: "
+        "npm install --global @duckdb/node-api");
+}
+
+ParquetFile::~ParquetFile() {
+    if (m_input >= 0)
+        close(m_input);
+    if (m_writer < 0)
+        return;
+    kill(m_writer, SIGKILL);
+    waitForWriter();
+    unlink(m_unfinishedPath.c_str());
+}
+
+int ParquetFile::waitForWriter() {
+    int status = 0;
+    while (waitpid(m_writer, &status, 0) < 0 && errno == EINTR) {
+    }
+    m_writer = -1;
+    return status;
+}
+
+void ParquetFile::complain() {
+    throw std::runtime_error(m_path + " is not written");
+}
+
+void ParquetFile::write(std::string_view jsonLines) {
+    while (!jsonLines.empty()) {
+        const ssize_t written = ::write(m_input, jsonLines.data(), jsonLines.size());
+        if (written >= 0)
+            jsonLines.remove_prefix(static_cast<std::size_t>(written));
+        else if (errno != EINTR) {
+            waitForWriter(); // its own words come first
+            unlink(m_unfinishedPath.c_str());
+            complain();
+        }
+    }
+}
+
+void ParquetFile::finish() {
+    close(m_input);
+    m_input = -1;
+    const int status = waitForWriter();
+    if (status == 0 && std::rename(m_unfinishedPath.c_str(), m_path.c_str()) == 0)
+        return;
+    unlink(m_unfinishedPath.c_str());
+    complain();
+}
+
+} // namespace Zevo
