@@ -1,5 +1,5 @@
-# Debian packages: zevolauncher and libzevo-framework-dev, made by `cpack` in a tree of the preset "package";
-# `./zevo package` does both and checks the result.
+# Debian packages: zevolauncher, zevolauncher-tools, libzevo-framework-dev and zevolauncher-doc, made by `cpack` in a tree
+# of the preset "package"; `./zevo package` does both and checks the result.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zevolauncher)
 set(CPACK_PACKAGE_VENDOR "The ZevoLauncher developers")
@@ -10,8 +10,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_SET_DESTDIR ON)
 
 # Of the same length: the component's package has the same place.
-set(CPACK_COMPONENTS_ALL Runtime Development)
-set(CPACK_ZEVO_PACKAGES zevolauncher libzevo-framework-dev)
+set(CPACK_COMPONENTS_ALL Runtime Tools Development Documents)
+set(CPACK_ZEVO_PACKAGES zevolauncher zevolauncher-tools libzevo-framework-dev zevolauncher-doc)
 set(CPACK_ZEVO_PACKAGING ${CMAKE_CURRENT_SOURCE_DIR})
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/needs-tools.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/finish.cmake)
@@ -29,6 +29,20 @@ connection manager and its notifier when that modem is there.")
 # What an administrator edits survives an upgrade.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles)
 
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS zevolauncher-tools)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS zevolauncher-doc)
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zevolauncher-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+# The ids of modems, for `zevo-check new`.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS usb-modeswitch-data)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS zevolauncher-doc)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "tells what the launcher of a USB modem does, and what keeps it from it
+zevo-check tells what is wrong with an installation, mends it, makes one for
+a modem, and gathers what a support ticket needs. zevo-trace tells from traces
+and logs what happened. Neither needs the launcher itself.")
+
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzevo-framework-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libudev-dev, libplist-dev, pkgconf")
@@ -36,5 +50,13 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "framework of the launcher: tracing,
 Static libraries and headers for call tracing, levelled logging, threads,
 exceptions, property lists, parameter files and USB hot-plug, with a CMake
 package.")
+
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_NAME zevolauncher-doc)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
+set(CPACK_COMPONENT_DOCUMENTS_DESCRIPTION "documents of the launcher, its tools and its framework
+How to configure and to ship it, what to look at when nothing starts, what
+stands in traces and logs, a page for each tool, and one for each use of the
+framework.")
 
 include(CPack)
