@@ -91,17 +91,18 @@ std::string attemptText(const LaunchAttempt& attempt, const Colours& colours) {
 }
 
 std::string eventText(const RunStory& story, const DeviceEvent& event) {
-    const std::string connected =
-        story.connected.empty()
-            ? "no USB device"
-            : fmt::format("{} USB device{}: {}", story.connected.size(),
-                          story.connected.size() == 1 ? "" : "s", listOf(story, story.connected));
+    const bool several = story.connected.size() > 1;
+    const std::string wasConnected =
+        story.connected.empty() ? "was no USB device"
+                                : fmt::format("{} {} USB device{}: {}", several ? "were" : "was",
+                                              story.connected.size(), several ? "s" : "",
+                                              listOf(story, story.connected));
     switch (event.kind) {
     case Kind::absentAtStart:
         return story.toFind.empty()
-                   ? fmt::format("At the start there was {}; the launcher looks for none of them.", connected)
-                   : fmt::format("At the start {} was not connected. There was {}.",
-                                 shortIdentifier(story.toFind), connected);
+                   ? fmt::format("At the start there {}; the launcher looks for none of them.", wasConnected)
+                   : fmt::format("At the start {} was not connected. There {}.",
+                                 shortIdentifier(story.toFind), wasConnected);
     case Kind::presentAtStart:
         return fmt::format("At the start {} was connected already.", nameIn(story, story.toFind));
     case Kind::removal:

@@ -164,6 +164,16 @@ TEST_F(StoryTest, NoEventAtAll) {
                 HasSubstr("At the start 12d1:1001 was not connected. There was 1 USB device: 1d6b:0002."));
 }
 
+TEST_F(StoryTest, SeveralDevicesAtTheStartAreToldInThePlural) {
+    begin();
+    line("| ZevoLauncher::isDeviceFound");
+    message(" hardware id to be found : 4817|4097");
+    message("Connected device : 7531|2");
+    message("Connected device : 4817|4099");
+    line("| | <- ZevoLauncher::isDeviceFound");
+    EXPECT_THAT(told(), HasSubstr("There were 2 USB devices: 1d6b:0002, 12d1:1003."));
+}
+
 TEST_F(StoryTest, NoHotPlug) {
     begin();
     message("No device that arrives or leaves from now on will be noticed.", 'E');
