@@ -33,6 +33,9 @@ StatusWords wordsOfStatus(int status) {
     return found == WORDS.end() ? StatusWords{"", "", ""} : found->second;
 }
 
+// Linux's number. It comes together with a request to end, and may be the first to be heard.
+static const char TOLD_TO_CONTINUE[] = "UNKNOWN SIGNAL (18)";
+
 std::string wordsOfCause(const std::string& cause) {
     static const std::map<std::string, const char*> WORDS = {
         {"SIGNAL_HANG_UP", "its terminal or session was closed"},
@@ -51,7 +54,7 @@ std::string wordsOfCause(const std::string& cause) {
         {"SIGNAL_SOTWARE_TERMINATION", "it was told to terminate"},
         {"SIGNAL_SIGCHLD", "signal 20: the end of a child on a Mac; on Linux a stop from the terminal"},
         {"UNKNOWN SIGNAL (7)", "a bus error, on Linux"},
-        {"UNKNOWN SIGNAL (18)", "it was told to continue, on Linux"},
+        {TOLD_TO_CONTINUE, "it was told to continue, as service managers do behind the signal that ends it"},
         {"UNKNOWN SIGNAL (24)", "it used more processor time than it may"},
         {"UNKNOWN SIGNAL (25)", "it wrote a file larger than it may"},
     };
@@ -63,7 +66,8 @@ std::string wordsOfCause(const std::string& cause) {
 }
 
 bool isRequestToEnd(const std::string& cause) {
-    return cause == "SIGNAL_SOTWARE_TERMINATION" || cause == "SIGNAL_HANG_UP" || cause == "SIGNAL_INTERRUPT";
+    return cause == TOLD_TO_CONTINUE || cause == "SIGNAL_SOTWARE_TERMINATION" || cause == "SIGNAL_HANG_UP" ||
+           cause == "SIGNAL_INTERRUPT";
 }
 
 } // namespace Zevo

@@ -243,6 +243,18 @@ TEST_F(StoryTest, ARequestToEndIsNoCrash) {
                 HasSubstr("The launcher ended: it was told to terminate (SIGNAL_SOTWARE_TERMINATION)."));
 }
 
+TEST_F(StoryTest, NorIsTheSignalThatComesBehindARequestToEnd) {
+    begin();
+    look(true);
+    attempt();
+    line("| SIGNAL_FILTER");
+    message("UNKNOWN SIGNAL (18)", 'E');
+    EXPECT_TRUE(isGood());
+    EXPECT_THAT(told(),
+                HasSubstr("The launcher ended: it was told to continue, as service managers do behind the "
+                          "signal that ends it (UNKNOWN SIGNAL (18))."));
+}
+
 TEST_F(StoryTest, TheHarmlessErrorsOfEveryStartAreNotTold) {
     line("ZevoLauncher::Main");
     message("Cant install signal handler for 9 errno = 22.", 'E');
