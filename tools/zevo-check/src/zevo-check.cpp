@@ -10,7 +10,9 @@
 
 #include "FileSystemManagement.h"
 
+#include <cstdlib>
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -28,8 +30,12 @@ std::string withSeparator(std::string folder) {
 // The launcher that was installed together with this program.
 std::string installedFolder() {
     const std::string folder =
-        FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_LAUNCHER_FROM_HERE "/";
-    return FileSystemManagement::existFile(folder + "ZevoLauncher") ? folder : std::string();
+        FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_LAUNCHER_FROM_HERE;
+    if (!FileSystemManagement::existFile(folder + "/ZevoLauncher"))
+        return std::string();
+    // It is told to people: without the way from here to there.
+    const std::unique_ptr<char, decltype(&std::free)> shortest(realpath(folder.c_str(), nullptr), &std::free);
+    return withSeparator(shortest != nullptr ? shortest.get() : folder);
 }
 
 std::string chosenFolder(const std::string& given) {

@@ -93,10 +93,10 @@ std::string attemptText(const LaunchAttempt& attempt, const Colours& colours) {
 std::string eventText(const RunStory& story, const DeviceEvent& event) {
     const bool several = story.connected.size() > 1;
     const std::string wasConnected =
-        story.connected.empty() ? "was no USB device"
-                                : fmt::format("{} {} USB device{}: {}", several ? "were" : "was",
-                                              story.connected.size(), several ? "s" : "",
-                                              listOf(story, story.connected));
+        story.connected.empty()
+            ? "was no USB device"
+            : fmt::format("{} {} USB device{}: {}", several ? "were" : "was", story.connected.size(),
+                          several ? "s" : "", listOf(story, story.connected));
     switch (event.kind) {
     case Kind::absentAtStart:
         return story.toFind.empty()
