@@ -1,0 +1,101 @@
+#include "LineRingModel.h"
+
+#include <cctype>
+#include <cstdint>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace model {
+namespace {
+
+std::string lowerCase(std::string text) {
+    for (char& character : text)
+        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    return text;
+}
+
+} // namespace
+
+void LineRing::nameCurrent() {
+    if (index >= maximumFiles)
+        index = 0;
+    current = fileName(index);
+}
+
+void LineRing::put(const std::string& line) {
+    if (!isNowhere(current))
+        m_queue.push_back(line);
+}
+
+bool LineRing::drain() {
+    if (isNowhere(current))
+        return true; // what waits from before goes on waiting for a file
+    if (blocked.count(current) != 0)
+        return false;
+    if (m_truncates)
+        files[current].clear();
+    m_truncates = false;
+    files[current]; // an open file is there, also when nothing is written
+    while (!m_queue.empty()) {
+        files[current] += m_queue.front();
+        m_queue.pop_front();
+        if (++lineCount < maximumLines)
+            continue;
+        ++index;
+        nameCurrent();
+        // DELIBERATE: lines that this drain goes on to write are emptied away by the next one.
+        m_truncates = true;
+        lineCount = 0;
+        if (blocked.count(current) != 0)
+            break;
+        files[current]; // opened for appending
+    }
+    return true;
+}
+
+std::string messageText(const std::string& text) {
+    if (text.size() > 20000)
+        return text.substr(0, 19999) + " ...";
+    // The limits take one more than the text has room for, and the last character goes unmarked.
+    if (text.size() == 2048 || text.size() == 20000)
+        return text.substr(0, text.size() - 1);
+    return text;
+}
+
+std::vector<Statement> statementsOf(const std::string& text) {
+    std::vector<Statement> statements;
+    std::istringstream lines(text.substr(0, text.rfind('\n') + 1));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        Statement statement{std::istream_iterator<std::string>(words), {}};
+        if (line.empty() || line[0] == '#' || statement.empty())
+            continue;
+        statement[0] = lowerCase(statement[0]);
+        statements.push_back(statement);
+    }
+    return statements;
+}
+
+unsigned levelBit(const std::string& prefix, const std::string& word) {
+    const std::vector<std::string> words = {"debug",   "error",   "warning", "level_0", "level_1",
+                                            "level_2", "level_3", "level_4", "level_5"};
+    for (std::size_t bit = 0; bit < words.size(); ++bit) {
+        if (lowerCase(word) == prefix + words[bit])
+            return 1u << bit;
+    }
+    return 0;
+}
+
+int numberOf(const std::string& digits) {
+    std::int64_t number = 0;
+    for (const char digit : digits) {
+        number = number * 10 + (digit - '0');
+        if (number > INT32_MAX)
+            return INT32_MAX;
+    }
+    return static_cast<int>(number);
+}
+
+} // namespace model

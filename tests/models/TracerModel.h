@@ -1,0 +1,92 @@
+#pragma once
+
+#include "LineRingModel.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace model {
+
+/// A tracer without a flush thread, as its rules are written down; for threads that take turns. Times are written as
+/// "[time]".
+class Tracer {
+public:
+    /// @param keys  of the threads, whole
+    explicit Tracer(std::vector<std::uint64_t> keys) : ring(true), m_keys(std::move(keys)) {}
+
+    /// One call, from its begin to its end. Passed back to the operations by whoever has it.
+    struct Marker {
+        std::string className;
+        std::string method;
+        bool isConstructor = false;
+        std::uint64_t object = 0;
+        bool isPrinted = false;
+        std::uint64_t taker = 0; // number of the thread tracer that took it in; 0 is none
+    };
+
+    LineRing ring;
+
+    void configure(const std::string& text);
+    void setDirectWrite(bool directWrite) { m_directWrite = directWrite; }
+    void setFileName(const std::string& name);
+    void updateFileName();
+
+    // On a thread, given by its number.
+    void beginThread(int thread, const std::string& name);
+    void endThread(int thread);
+    void switchThread(int thread, bool on);
+    void beginCall(int thread, Marker& marker);
+    void endCall(int thread, const Marker& marker);
+    void message(int thread, const Marker& marker, unsigned level, const std::string& text);
+    void printStacks(int thread);
+
+    void printObjectCounts();
+    void printString(const std::string& line);
+    void writeOnFile() { ring.drain(); }
+    void finish();
+
+    static std::string methodName(const std::string& prettyName);
+
+private:
+    struct Element {
+        std::string method;
+        bool isPrinted;
+    };
+    struct ThreadTracer {
+        std::uint64_t number = 0;
+        std::string name;
+        bool isEnabled = true;
+        std::vector<Element> stack; // the innermost call last
+    };
+
+    ThreadTracer* tracerOf(int thread);
+    ThreadTracer* takerOf(int thread, const Marker& marker);
+    std::int32_t idOf(int thread) const {
+        return static_cast<std::int32_t>(m_keys[static_cast<std::size_t>(thread)]);
+    }
+    std::string lineBegin(int thread, const ThreadTracer& tracer, const std::string& objectColumn) const;
+    std::string threadColumn(int thread, const ThreadTracer& tracer) const;
+    std::string addressColumn(const Marker& marker) const;
+    int updateObjectCount(const Marker& marker);
+    bool isCallPrinted(const std::string& name) const;
+
+    bool m_isEnabled = false;
+    bool m_hasBars = false;
+    bool m_indentsHidden = false;
+    bool m_printsExits = false;
+    bool m_printsTime = false;
+    bool m_printsObjects = false;
+    bool m_directWrite = false;
+    unsigned m_levelMask = 0;
+    std::vector<std::string> m_permittedThreads;
+    std::vector<std::string> m_permittedCalls;
+    std::vector<std::string> m_forbiddenCalls;
+    std::map<std::string, int> m_objectCounts;
+    std::vector<std::uint64_t> m_keys;
+    std::map<std::uint64_t, ThreadTracer> m_threads; // by key
+    std::uint64_t m_lastNumber = 0;
+};
+
+} // namespace model
