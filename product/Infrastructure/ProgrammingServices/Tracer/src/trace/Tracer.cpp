@@ -110,7 +110,7 @@ void Tracer::FinishBeforeExit() {
 /// Without a line of this run, the file is still an earlier run's.
 void Tracer::BeginFile() {
     const Lock lock(*this);
-    if (m_ring.waiting() == 0 && m_ring.getLineCount() == 0)
+    if (m_ring->waiting() == 0 && m_ring->getLineCount() == 0)
         WriteOnFile();
 }
 
