@@ -1,8 +1,8 @@
 #include "ThreadTracer.h"
 
-#include "Tracer.h"
 #include "detail/MessageText.h"
 #include "detail/ThreadId.h"
+#include "detail/TracerLines.h"
 
 #include <algorithm>
 #include <atomic>
@@ -96,7 +96,7 @@ void ThreadTracer::adoptCurrentThread(std::string_view threadName) {
 void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     if (!m_enabled)
         return;
-    const int count = m_tracer.UpdateObjectCount(marker);
+    const int count = marker.getSite().hasClassName() ? m_tracer.UpdateObjectCount(marker) : 0;
     const bool isPrinted = m_tracer.isPrinted(marker.getSite());
     if (isPrinted) {
         const std::string_view name = marker.getMethodName();

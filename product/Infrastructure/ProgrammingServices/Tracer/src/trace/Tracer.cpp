@@ -6,11 +6,11 @@
 #include "ThreadTracer.h"
 #include "TracerConfigFileParser.h"
 #include "TracerFlushThread.h"
-#include "detail/FileRing.h"
 #include "detail/LineWriter.h"
 #include "detail/NamePattern.h"
 #include "detail/ThreadId.h"
 #include "detail/TimeStamp.h"
+#include "detail/TracerLines.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -349,16 +349,21 @@ void Tracer::BeginningOfCall(CallMarker& marker) {
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
     ThreadTracer* threadTracer = registeredThreadTracer();
-    if (threadTracer == nullptr) {
-        char name[32];
-        std::snprintf(name, sizeof name, "th_%d", static_cast<int>(currentThreadNumber()));
-        BeginningOfThread(name);
-        threadTracer = registeredThreadTracer();
-    }
+    if (threadTracer == nullptr)
+        threadTracer = registerUnnamedThread();
     if (threadTracer != nullptr)
         threadTracer->BeginningOfCall(marker);
-    else
+}
+
+/// Null when the filters do not permit it, which is cached.
+ThreadTracer* Tracer::registerUnnamedThread() {
+    char name[32];
+    std::snprintf(name, sizeof name, "th_%d", static_cast<int>(currentThreadNumber()));
+    BeginningOfThread(name);
+    ThreadTracer* const threadTracer = registeredThreadTracer();
+    if (threadTracer == nullptr)
         threadSlot.refusedGeneration = m_filterGeneration.load(std::memory_order_relaxed);
+    return threadTracer;
 }
 
 void Tracer::EndOfCall(CallMarker& marker) {
@@ -409,15 +414,16 @@ char reportLine[64 * 1024];
 
 } // namespace
 
-char* Tracer::beginLine(std::size_t room) {
-    return isReporting() && room <= sizeof reportLine ? reportLine : m_ring->beginLine(room);
+char* Tracer::beginReportLine(std::size_t room) {
+    return room <= sizeof reportLine ? reportLine : m_ring->beginLine(room);
 }
 
-void Tracer::endLine(const char* end) {
-    if (isReporting() && end >= reportLine && end <= reportLine + sizeof reportLine)
-        m_ring->writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
-    else if (m_ring->endLine(end) && writesAtOnce())
-        WriteOnFile();
+/// False when the line was too long for it, and stands in the queue.
+bool Tracer::endReportLine(const char* end) {
+    if (end < reportLine || end > reportLine + sizeof reportLine)
+        return false;
+    m_ring->writeNow({reportLine, static_cast<std::size_t>(end - reportLine)});
+    return true;
 }
 
 void Tracer::PrintString(std::string_view line) {

@@ -199,6 +199,8 @@ public:
 
 private:
     bool goesWithoutLock() const;
+    char* beginReportLine(std::size_t room) KF_REQUIRES(m_lock);
+    bool endReportLine(const char* end) KF_REQUIRES(m_lock);
     ThreadTracer* findThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
@@ -207,6 +209,7 @@ private:
     bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
+    ThreadTracer* registerUnnamedThread() KF_REQUIRES(m_lock);
     void storeEnabled(bool enabled);
     static void updateSwitch();
 
