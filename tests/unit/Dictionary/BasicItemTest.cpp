@@ -79,6 +79,14 @@ TEST(BasicItem, TracesTheResultOfAComparison) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] equals returns 0\n"));
 }
 
+TEST(BasicItem, TracesThatItIsRead) {
+    TraceCapture trace;
+    std::stringstream in("<string>x</string>\n");
+    BasicItem item("n");
+    item.unMarshall(in);
+    EXPECT_THAT(trace.text(), HasSubstr("BasicItem::unMarshall\n"));
+}
+
 TEST(BasicItem, MarshallsOneIndentedLineAndEscapesNothing) {
     EXPECT_EQ(BasicItem("a", "x<y").marshall("\t"), "\t<string>x<y</string>\n");
     EXPECT_EQ(BasicItem("a", "a&b\"'").marshall(""), "<string>a&b\"'</string>\n");

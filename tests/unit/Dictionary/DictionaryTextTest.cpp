@@ -1,6 +1,5 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
-#include "DictionaryReadingObserver.h"
 #include "FilesBeside.h"
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
@@ -11,6 +10,7 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "TraceCapture.h"
+#include "detail/DictionaryReadingObserver.h"
 
 #include <climits>
 #include <csignal>
@@ -20,6 +20,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+using kf::detail::DictionaryReadingObserver;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -210,6 +211,17 @@ TEST(DictionarySave, LeavesAFileThatItMayNotWrite) {
         return readFile("list") == "before";
     }));
     ASSERT_EQ(chmod((folder / "closed").c_str(), 0755), 0);
+}
+
+// The writer looks ahead of the child that it writes: none may be missed at either end.
+TEST(DictionaryMarshall, WritesEveryChildHoweverManyThereAre) {
+    Dictionary dictionary;
+    std::string body;
+    for (char key = 'a'; key <= 'z'; ++key) {
+        EXPECT_EQ(dictionary.marshall(""), "<dict>\n" + body + "</dict>\n");
+        dictionary.addValue(std::string(1, key), "x");
+        body += std::string("\t<key>") + key + "</key>\n\t<string>x</string>\n";
+    }
 }
 
 TEST(DictionaryMarshall, IndentsAllButIntegers) {

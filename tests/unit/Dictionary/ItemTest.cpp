@@ -5,8 +5,6 @@
 #include "TraceCapture.h"
 
 #include <gmock/gmock.h>
-#include <type_traits>
-#include <utility>
 
 using testing::HasSubstr;
 
@@ -130,45 +128,4 @@ TEST(Item, ConstructionCopyAndDestructionAreTracedAndCounted) {
     EXPECT_EQ(linesWith(text, "Class = Item                          , count = 000003\n"), 1);
     trace.tracer().PrintAllObjectsCount();
     EXPECT_EQ(linesWith(trace.text(), "Class = "), 3) << "all are uncounted again";
-}
-
-// What the reader makes is without a name until a dictionary takes it, and asking for that name would crash.
-// Only the reader can make it.
-
-template <typename, typename = void>
-struct IsMadeUnnamed : std::false_type {};
-template <typename Class>
-struct IsMadeUnnamed<Class, std::void_t<decltype(Class(typename Class::Unnamed()))>> : std::true_type {};
-
-template <typename, typename = void>
-struct IsReadFromALine : std::false_type {};
-template <typename Class>
-struct IsReadFromALine<Class, std::void_t<decltype(Class::read(std::string_view(), {}))>> : std::true_type {};
-
-template <typename, typename = void>
-struct TakesAPlaceInALine : std::false_type {};
-template <typename Class>
-struct TakesAPlaceInALine<Class,
-                          std::void_t<decltype(std::declval<Class&>().unMarshall(std::string_view(), {}))>>
-    : std::true_type {};
-
-template <typename, typename = void>
-struct IsMadeAtALevel : std::false_type {};
-template <typename Class>
-struct IsMadeAtALevel<Class, std::void_t<decltype(Class(std::declval<const Class&>(), {1}))>>
-    : std::true_type {};
-
-TEST(Item, NobodyElseMakesOneWithoutAName) {
-    EXPECT_FALSE(IsMadeUnnamed<BasicItem>::value);
-    EXPECT_FALSE(IsMadeUnnamed<IntBasicItem>::value);
-    EXPECT_FALSE(IsMadeUnnamed<Dictionary>::value);
-    EXPECT_FALSE(IsReadFromALine<BasicItem>::value);
-}
-
-TEST(Item, NobodyElseTellsWhereAValueStandsInALine) {
-    EXPECT_FALSE(TakesAPlaceInALine<IntBasicItem>::value);
-}
-
-TEST(Item, NobodyElseMakesADictionaryAtALevelOfItsOwn) {
-    EXPECT_FALSE(IsMadeAtALevel<Dictionary>::value);
 }

@@ -1,4 +1,4 @@
-#include "LineCursor.h"
+#include "detail/LineCursor.h"
 
 #include "TemporaryFolder.h"
 #include "TextFile.h"
@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
+
+using kf::detail::LineCursor;
 
 TEST(LineCursor, HandsOutLinesWithoutTheirLineFeeds) {
     LineCursor lines("a\n\nb\r\nc");
@@ -24,19 +26,6 @@ TEST(LineCursor, BehindTheEndThereAreOnlyEmptyLines) {
     EXPECT_EQ(lines.next(), "");
     EXPECT_EQ(lines.getPosition(), 2u);
     EXPECT_EQ(LineCursor("").next(), "");
-}
-
-TEST(LineCursor, KeepsAPartOfTheLineBefore) {
-    LineCursor lines("ab\ncd\nef");
-    std::string_view part = lines.next().substr(1);
-    std::string room;
-    EXPECT_EQ(lines.next(part, room), "cd");
-    EXPECT_EQ(part, "b");
-    EXPECT_EQ(lines.next(part, room), "ef");
-    EXPECT_EQ(part, "b");
-    EXPECT_EQ(lines.next(part, room), "");
-    EXPECT_EQ(part, "b");
-    EXPECT_EQ(lines.getPosition(), 8u);
 }
 
 TEST(LineCursor, HandsOutTheRestAsOneText) {
@@ -83,25 +72,6 @@ TEST_F(LineCursorInAFile, JoinsLinesThatItReadInPieces) {
         ASSERT_EQ(lines.next(), std::to_string(i));
     EXPECT_EQ(lines.next(), "");
     EXPECT_EQ(lines.getPosition(), bytes.size());
-}
-
-TEST_F(LineCursorInAFile, KeepsAPartOfTheLineBeforeWhereverItReadsOn) {
-    std::string bytes;
-    for (int i = 0; i < 50000; ++i)
-        bytes += "line " + std::to_string(i) + "\n";
-    LineCursor lines = linesOf(bytes + std::string(1000000, 'x'));
-    std::string_view line = lines.next();
-    for (int i = 1; i < 50000; ++i) {
-        std::string_view part = line.substr(5);
-        std::string room;
-        line = lines.next(part, room);
-        ASSERT_EQ(part, std::to_string(i - 1));
-        ASSERT_EQ(line, "line " + std::to_string(i));
-    }
-    std::string_view part = line.substr(5);
-    std::string room;
-    EXPECT_EQ(lines.next(part, room), std::string(1000000, 'x'));
-    EXPECT_EQ(part, "49999");
 }
 
 TEST_F(LineCursorInAFile, TakesALineOfAnyLength) {

@@ -1,7 +1,9 @@
-#include "TextBuffer.h"
+#include "detail/TextBuffer.h"
 
 #include <gtest/gtest.h>
 #include <string>
+
+using kf::detail::TextBuffer;
 
 TEST(TextBuffer, IsEmptyAtFirst) {
     EXPECT_EQ(TextBuffer().view(), "");

@@ -4,11 +4,11 @@
 #include "Suggestion.h"
 
 #include "Dictionary.h"
-#include "DictionaryReadingObserver.h"
 #include "HardwareId.h"
 #include "KFDictionaryException.h"
 #include "KFDictionaryFileException.h"
 #include "ZevoLauncherConfigReader.h"
+#include "detail/DictionaryReadingObserver.h"
 
 #include <fmt/format.h>
 
@@ -19,6 +19,8 @@
 
 namespace Zevo {
 namespace {
+
+using kf::detail::DictionaryReadingObserver;
 
 const char NOTHING_MATCHES[] = "the launcher runs, and no device matches";
 

@@ -1,9 +1,17 @@
 #include "BasicItem.h"
 
 #include "CallMarker.h"
-#include "TextBuffer.h"
+#include "detail/PropertyListReader.h"
+#include "detail/ShownAddress.h"
+#include "detail/TextBuffer.h"
 
 #include <memory>
+#include <utility>
+
+using kf::detail::addressText;
+using kf::detail::LeafText;
+using kf::detail::requireElementText;
+using kf::detail::TextBuffer;
 
 BasicItem::BasicItem() {
     TRACE_CONSTRUCTOR("BasicItem");
@@ -13,24 +21,18 @@ BasicItem::BasicItem(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
-BasicItem::BasicItem(Unnamed unnamed) : Item(unnamed) {
+BasicItem::BasicItem(std::string name, std::string_view value) : Item(std::move(name)), m_value(value) {
     TRACE_CONSTRUCTOR("BasicItem");
 }
 
-BasicItem::BasicItem(std::string name, std::string_view value) : Item(std::move(name)) {
-    TRACE_CONSTRUCTOR("BasicItem");
-    assign(value);
-}
-
-BasicItem::BasicItem(const BasicItem& other) : Item(other) {
+BasicItem::BasicItem(const BasicItem& other) : Item(other), m_value(other.m_value.view()) {
     TRACE_COPY_CONSTRUCTOR("BasicItem");
-    assign(other.value());
 }
 
 BasicItem& BasicItem::operator=(const BasicItem& other) {
     TRACE_METHOD();
     Item::operator=(other);
-    assign(other.value());
+    m_value.assign(other.m_value.view());
     return *this;
 }
 
@@ -41,7 +43,7 @@ BasicItem::~BasicItem() {
 bool BasicItem::equals(const Item& other) {
     TRACE_METHOD();
     const char* const theirs = other.getValue();
-    const bool result = theirs != nullptr && name() == nameOf(other) && value() == theirs;
+    const bool result = theirs != nullptr && nameOf(*this) == nameOf(other) && m_value.view() == theirs;
     TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
     return result;
 }
@@ -53,7 +55,7 @@ Item* BasicItem::clone() {
 
 const char* BasicItem::getValue() const {
     TRACE_METHOD();
-    return m_length > 0 ? value().data() : "";
+    return m_value.c_str();
 }
 
 Item* BasicItem::getItem(const std::string&) const {
@@ -74,46 +76,32 @@ std::string BasicItem::marshall(const std::string& indent) {
 
 void BasicItem::marshall(std::string_view indent, TextBuffer& text) const {
     TRACE_METHOD();
-    text.append(indent, "<string>", value(), "</string>\n");
+    text.append(indent, "<string>", m_value.view(), "</string>\n");
 }
 
 std::string BasicItem::toString(const std::string& indent) {
     TRACE_METHOD();
-    std::string text = indent + "BasicItem [" + addressText() + "] name : '" + name() + "' value : '";
-    return text.append(value()).append("'\n");
+    return indent + "BasicItem [" + addressText(this) + "] name : '" + nameOf(*this) + "' value : '" +
+           std::string(m_value.view()) + "'\n";
 }
 
 void BasicItem::unMarshall(std::stringstream& in) {
     TRACE_METHOD();
     std::string line;
     std::getline(in, line);
-    assign(requireXmlVal(line, findTag("<string>", line)));
+    m_value.assign(requireElementText("<string>", line));
 }
 
-std::unique_ptr<BasicItem> BasicItem::read(std::string_view line, Tag tag) {
+std::unique_ptr<BasicItem> BasicItem::read(const std::string& name, std::string_view line) {
     TRACE_FUNCTION("BasicItem::unMarshall");
-    std::string_view value;
-    findXmlVal(line, tag, value);
-    std::unique_ptr<BasicItem> item(new (Room{value.size() + 1}) BasicItem(Unnamed()));
-    char* const text = reinterpret_cast<char*>(item.get() + 1);
-    value.copy(text, value.size());
-    text[value.size()] = '\0';
-    item->m_length = value.size();
+    static_assert(sizeof(BasicItem) == sizeof(Item) + sizeof(LeafText), "the value is behind the item");
+    const std::string_view value = requireElementText("<string>", line);
+    std::unique_ptr<BasicItem> item(new (Room{LeafText::sizeBehind(value)}) BasicItem(name));
+    item->m_value.placeBehind(value);
     return item;
 }
 
 void BasicItem::setValue(const std::string& value) {
     TRACE_METHOD();
-    assign(value);
-}
-
-void BasicItem::assign(std::string_view value) {
-    std::unique_ptr<char[]> text; // first, because the value may be a part of the old text
-    if (!value.empty()) {
-        text.reset(new char[value.size() + 1]);
-        value.copy(text.get(), value.size());
-        text[value.size()] = '\0';
-    }
-    m_text = std::move(text);
-    m_length = value.size();
+    m_value.assign(value);
 }

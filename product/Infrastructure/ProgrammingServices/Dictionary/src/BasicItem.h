@@ -1,10 +1,11 @@
 #pragma once
 
 #include "Item.h"
+#include "detail/LeafText.h"
 
-class TextBuffer;
-
-/// A leaf that holds a string.
+/// A leaf that holds a string, of any bytes; only up to its first zero byte where it is asked for as a C text.
+///
+/// Errors, threads, and a warning about the global name: as Item.
 class BasicItem : public Item {
 public:
     BasicItem();
@@ -17,44 +18,37 @@ public:
     Item* clone() override;
     ~BasicItem() override;
     using Item::getValue;
+    /// Never null. Borrowed: valid until the value changes or the item goes.
     const char* getValue() const override;
     Item* getItem(const std::string& path) const override;
     Item* getItem(const char* path) const override;
     /// One line: indent, <string>, the value as it stands (nothing is escaped), </string>.
     std::string marshall(const std::string& indent) override;
     std::string toString(const std::string& indent) override;
+    /// The value stays as it was where this throws.
     void unMarshall(std::stringstream& in) override;
 
     void setValue(const std::string& value);
 
-    /// marshall without copies: appends to the text.
-    void marshall(std::string_view indent, TextBuffer& text) const;
-
+    // Of their own, because there may be a text behind an item (LeafText.h tells why): its block is not sizeof(BasicItem).
     static void* operator new(std::size_t size) { return ::operator new(size); }
-    /// Not the size of the class alone: there may be a text behind the item.
     static void operator delete(void* memory) { ::operator delete(memory); }
+
+protected:
+    /// marshall without copies: appends to the text. Not private, so that a subclass can write
+    /// `using BasicItem::marshall`.
+    void marshall(std::string_view indent, kf::detail::TextBuffer& text) const;
 
 private:
     friend class Dictionary;
 
-    explicit BasicItem(Unnamed unnamed);
-    /// A new item without a name, made of a line that holds the tag.
-    static std::unique_ptr<BasicItem> read(std::string_view line, Tag tag);
-
-    /// Bytes behind an item, in its block of memory.
     struct Room {
         std::size_t size;
     };
-    static void* operator new(std::size_t size, Room room) { return ::operator new(size + room.size); }
+    static void* operator new(std::size_t size, Room behind) { return ::operator new(size + behind.size); }
     static void operator delete(void* memory, Room) { ::operator delete(memory); }
+    /// unMarshall of a line that holds the tag, into a new item.
+    static std::unique_ptr<BasicItem> read(const std::string& name, std::string_view line);
 
-    /// Has a zero byte behind it, unless it is empty.
-    std::string_view value() const {
-        return {m_text != nullptr ? m_text.get() : reinterpret_cast<const char*>(this + 1), m_length};
-    }
-    void assign(std::string_view value);
-
-    // Most of a tree are leaves that were read: each is one block of memory, with the value behind the item.
-    std::unique_ptr<char[]> m_text; // null where the value stands there, or is empty
-    std::size_t m_length = 0;
+    kf::detail::LeafText m_value; // the last member
 };

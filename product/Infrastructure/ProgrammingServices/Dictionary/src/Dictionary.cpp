@@ -4,9 +4,12 @@
 #include "CallMarker.h"
 #include "ContractChecks.h"
 #include "IntBasicItem.h"
-#include "TraceAddress.h"
+#include "detail/ShownAddress.h"
 
 #include <utility>
+
+using kf::detail::addressText;
+using kf::detail::shownAddress;
 
 // The tree itself: copying, comparing, looking up and removing. DictionaryBuilding.cpp and DictionaryText.cpp
 // hold the rest.
@@ -21,13 +24,9 @@ Dictionary::Dictionary(std::string name) : Item(std::move(name)) {
     TRACE_CONSTRUCTOR("Dictionary");
 }
 
-Dictionary::Dictionary(Unnamed unnamed) : Item(unnamed) {
-    TRACE_CONSTRUCTOR("Dictionary");
-}
+Dictionary::Dictionary(const Dictionary& other) : Dictionary(other, 1) {}
 
-Dictionary::Dictionary(const Dictionary& other) : Dictionary(other, Level{1}) {}
-
-Dictionary::Dictionary(const Dictionary& other, Level level) : Item(other), m_level(level) {
+Dictionary::Dictionary(const Dictionary& other, int level) : Item(other), m_level(level) {
     TRACE_COPY_CONSTRUCTOR("Dictionary");
     m_children = copyChildren(other);
 }
@@ -52,15 +51,13 @@ Dictionary::~Dictionary() {
 Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
     TRACE_METHOD();
     Children copies;
-    if (isTooDeep() && !other.m_children.empty()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
+    if (!other.m_children.empty() && isTooDeep())
         return copies;
-    }
     for (const auto& [key, item] : other.m_children) {
         const Dictionary* const dictionary = item->getAsDictionary();
         std::unique_ptr<Item> copy;
         if (dictionary != nullptr)
-            copy.reset(new Dictionary(*dictionary, Level{m_level.value + 1}));
+            copy.reset(new Dictionary(*dictionary, m_level + 1));
         else
             copy.reset(item->clone());
         place(copies, key, std::move(copy));
@@ -68,16 +65,20 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
     return copies;
 }
 
-void Dictionary::setLevel(Level level) {
+bool Dictionary::tellTooDeep() const {
+    TRACE_METHOD();
+    TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", nameOf(*this).c_str());
+    return true;
+}
+
+void Dictionary::setLevel(int level) {
     TRACE_METHOD();
     m_level = level;
-    if (isTooDeep() && !m_children.empty()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
+    if (!m_children.empty() && isTooDeep())
         m_children.clear();
-    }
     for (const auto& entry : m_children) {
         if (Dictionary* const dictionary = entry.second->getAsDictionary())
-            dictionary->setLevel({level.value + 1});
+            dictionary->setLevel(level + 1);
     }
 }
 
@@ -118,14 +119,6 @@ Dictionary* Dictionary::getAsDictionary() {
     return this;
 }
 
-// Apart, so that the copies of a subclass's keys and paths cost nobody else an instruction.
-bool Dictionary::askForKey(std::string_view key) const {
-    return hasKey(std::string(key));
-}
-Item* Dictionary::askForItem(Path path) const {
-    return getItem(std::string(path.text));
-}
-
 bool Dictionary::hasKey(const std::string& key) const {
     TRACE_METHOD();
     return m_children.find(key) != m_children.end();
@@ -147,12 +140,12 @@ Item* Dictionary::getItem(const char* cpath) const {
     KF_REQUIRE(cpath != NULL, 317);
     if (cpath == nullptr)
         return nullptr;
-    return isPlain() ? getItem(Path{cpath}) : askForItem(Path{cpath});
+    return isPlain() ? getItem(Path{cpath}) : getItem(std::string(cpath));
 }
 
 Item* Dictionary::getItem(Path path) const {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", traceAddress(this), name().c_str(),
+    TRACE_MESSAGE(MSG_DEBUG, "getting on [%x] %s path %s", shownAddress(this), nameOf(*this).c_str(),
                   std::string(path.text).c_str());
     Item* const found = child(path.head());
     if (path.isKey()) {
@@ -169,7 +162,8 @@ Item* Dictionary::getItem(Path path) const {
         TRACE_MESSAGE(MSG_DEBUG, "Child with key %s is not a dictionary", std::string(path.head()).c_str());
         return nullptr;
     }
-    return dictionary->isPlain() ? dictionary->getItem(path.rest()) : dictionary->askForItem(path.rest());
+    return dictionary->isPlain() ? dictionary->getItem(path.rest())
+                                 : dictionary->getItem(std::string(path.rest().text));
 }
 
 const char* Dictionary::getValue(const std::string& path) const {
@@ -294,8 +288,8 @@ bool Dictionary::contains(Item& item) {
 
 std::string Dictionary::getItemPath(Item& item) {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "looking for item [%x] name %s in %x", traceAddress(&item), nameOf(item).c_str(),
-                  traceAddress(this));
+    TRACE_MESSAGE(MSG_DEBUG, "looking for item [%x] name %s in %x", shownAddress(&item), nameOf(item).c_str(),
+                  shownAddress(this));
     std::string path;
     if (Item* const namesake = child(nameOf(item))) {
         if (item.equals(*namesake))
@@ -384,7 +378,7 @@ std::string Dictionary::toString(const std::string& indent) {
 
 void Dictionary::toString(std::string& indent, std::string& text) const {
     TRACE_METHOD();
-    text.append(indent).append("Dictionary [").append(addressText()).append("] '").append(name());
+    text.append(indent).append("Dictionary [").append(addressText(this)).append("] '").append(nameOf(*this));
     text.append("' items :"); // no line break: traces are read by this form
     indent += '\t';
     for (const auto& entry : m_children) {

@@ -8,9 +8,11 @@
 #include <typeinfo>
 #include <vector>
 
+namespace kf::detail {
 class DictionaryReadingObserver;
-class LineCursor;
+class PropertyListReader;
 class TextBuffer;
+} // namespace kf::detail
 
 /// The inner node of a property-list tree: an item that owns named items, in byte-wise order of their keys.
 ///
@@ -25,7 +27,11 @@ class TextBuffer;
 /// A subclass's own operations are asked for wherever a tree asks one of its items or itself, and builders
 /// clone it. A copied or assigned tree deliberately holds ordinary dictionaries in its place.
 ///
+/// Errors: only what says so throws, apart from std::bad_alloc.
 /// Thread: a tree is used by one thread at a time.
+///
+/// Warning: this is a global name. A program that links the framework and defines a Dictionary of its own
+/// outside a namespace gets one of the two without a word from the linker.
 class Dictionary : public Item {
 public:
     static constexpr int MAXIMUM_DEPTH = 512;
@@ -125,19 +131,13 @@ public:
     }
     /// The same.
     /// @param observer borrowed; is told of the lines. Not of a subclass's: those are read out of a stream
-    void loadFromFile(const std::string& path, DictionaryReadingObserver* observer);
+    void loadFromFile(const std::string& path, kf::detail::DictionaryReadingObserver* observer);
 
 private:
     using Children = std::map<std::string, std::unique_ptr<Item>, std::less<>>;
-    class ChildrenPutAside;
-    /// The level of a dictionary in its tree: 1 where nobody owns it, else one more than its owner's.
-    struct Level {
-        int value;
-    };
 
-    explicit Dictionary(Unnamed unnamed);
-    /// A copy that will stand at that level.
-    Dictionary(const Dictionary& other, Level level);
+    /// A copy that will stand at this level.
+    Dictionary(const Dictionary& other, int level);
 
     /// A path, or the rest of one: a part of a text that is not copied. A type of its own, so that literals
     /// go to the public operations.
@@ -154,14 +154,14 @@ private:
     static constexpr char SEPARATOR = '.';
 
 protected:
-    // What the operations of the same name do here, over parts of a path and over one buffer, without copies.
+    // What the operations of the same name do here, over parts of a path and over one text, without copies.
     // Not private, so that a subclass can write `using Dictionary::getItem`.
     Item* getItem(Path path) const;
     bool contains(Path path) const;
     void setItem(Path path, Item& item);
-    void marshall(std::string& indent, TextBuffer& text) const;
+    void marshall(std::string& indent, kf::detail::TextBuffer& text) const;
     void toString(std::string& indent, std::string& text) const;
-    void unMarshall(std::string_view openingLine, LineCursor& lines);
+    void unMarshall(kf::detail::PropertyListReader& reader);
 
 private:
     /// The item, where it is a dictionary and none of a subclass: only then what stands above may go past the
@@ -173,16 +173,13 @@ private:
         return asPlain(*this) != nullptr;
     }
 
-    // A subclass is asked: its hasKey and its getItem.
-    bool askForKey(std::string_view key) const;
-    Item* askForItem(Path path) const;
     // An item's virtual operation, or the quick way to the same.
     static bool askWhetherContains(Item& item, Path path);
-    static void askToMarshall(Item& item, std::string& indent, TextBuffer& text);
+    static void askToMarshall(Item& item, std::string& indent, kf::detail::TextBuffer& text);
 
     /// The child under the key, or null where this dictionary says that it has no such key.
     Item* child(std::string_view key) const {
-        if (!isPlain() && !askForKey(key))
+        if (!isPlain() && !hasKey(std::string(key)))
             return nullptr;
         const auto found = m_children.find(key);
         return found != m_children.end() ? found->second.get() : nullptr;
@@ -201,19 +198,19 @@ private:
 
     template <typename Leaf, typename Value>
     void addLeaf(const std::string& path, const Value& value);
-    struct ValueLine;
-    void readChild(std::string_view key, LineCursor& lines);
-    void readLeaf(std::string_view key, const ValueLine& value);
-    static void skipBody(LineCursor& lines);
+    void readLeaf(const kf::detail::PropertyListReader& reader);
+    Dictionary& addChild(const std::string& key);
 
+    /// Too deep to hold children: true, and an error is traced.
     bool isTooDeep() const {
-        return m_level.value > MAXIMUM_DEPTH;
+        return m_level > MAXIMUM_DEPTH && tellTooDeep();
     }
-    void setLevel(Level level);
+    bool tellTooDeep() const;
+    void setLevel(int level);
     Children copyChildren(const Dictionary& other) const;
     void store(std::string_view key, std::unique_ptr<Item> item);
     static void place(Children& children, std::string_view key, std::unique_ptr<Item> item);
 
-    Level m_level{1};
+    int m_level = 1; // 1 where nobody owns this dictionary, else one more than its owner's
     Children m_children;
 };

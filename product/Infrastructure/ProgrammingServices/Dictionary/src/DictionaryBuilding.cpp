@@ -2,7 +2,7 @@
 #include "CallMarker.h"
 #include "Dictionary.h"
 #include "IntBasicItem.h"
-#include "TraceAddress.h"
+#include "detail/ShownAddress.h"
 
 #include <algorithm>
 #include <utility>
@@ -12,22 +12,16 @@
 /// Puts the item under the key, in place of what is there, and makes it a part of this tree.
 void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
     TRACE_METHOD();
-    if (isTooDeep()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
+    if (isTooDeep())
         return;
-    }
     if (Dictionary* const dictionary = item->getAsDictionary())
-        dictionary->setLevel({m_level.value + 1});
+        dictionary->setLevel(m_level + 1);
     place(m_children, key, std::move(item));
 }
 
 void Dictionary::place(Children& children, std::string_view key, std::unique_ptr<Item> item) {
-    const bool isNamedByKey = item->isUnnamed() || nameOf(*item) == key;
     // Files hold their keys in order: mostly the new one goes to the end.
-    const auto entry = children.emplace_hint(children.end(), key, nullptr);
-    entry->second = std::move(item);
-    if (isNamedByKey)
-        entry->second->lendName(entry->first);
+    children.emplace_hint(children.end(), key, nullptr)->second = std::move(item);
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {
@@ -36,9 +30,9 @@ void Dictionary::setItem(const std::string& path, Item& item) {
 
 void Dictionary::setItem(Path path, Item& item) {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", traceAddress(this), name().c_str(),
-                  std::string(path.text).c_str(), item.toString("").c_str());
-    if (std::count(path.text.begin(), path.text.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level.value) {
+    TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", kf::detail::shownAddress(this),
+                  nameOf(*this).c_str(), std::string(path.text).c_str(), item.toString("").c_str());
+    if (std::count(path.text.begin(), path.text.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level) {
         TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path.text).c_str());
         return;
     }
@@ -116,7 +110,7 @@ void Dictionary::mergeDictionary(Dictionary& other) {
 /// Collects what the other tree has to add to this one.
 void Dictionary::merge(const Dictionary& other, std::vector<Addition>& additions) {
     TRACE_METHOD();
-    TRACE_MESSAGE(MSG_DEBUG, "merging under %s", name().c_str());
+    TRACE_MESSAGE(MSG_DEBUG, "merging under %s", nameOf(*this).c_str());
     for (const auto& [key, theirs] : other.m_children) {
         TRACE_MESSAGE(MSG_DEBUG, "Looking for merge key %s", key.c_str());
         Item* const mine = child(key);

@@ -1,23 +1,28 @@
 #include "BasicItem.h"
 #include "CallMarker.h"
 #include "Dictionary.h"
-#include "DictionaryReadingObserver.h"
 #include "FileDescriptor.h"
 #include "FileReplacement.h"
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
-#include "LineCursor.h"
 #include "MessageType.h"
 #include "SmallFile.h"
-#include "TextBuffer.h"
+#include "detail/Lookahead.h"
+#include "detail/PropertyListReader.h"
+#include "detail/TextBuffer.h"
 
-#include <cstdint>
 #include <typeinfo>
 #include <unistd.h>
 #include <utility>
 
 // The text form: the line-oriented reader and writer, and the files.
+
+using kf::detail::DictionaryReadingObserver;
+using kf::detail::holds;
+using kf::detail::LineCursor;
+using kf::detail::PropertyListReader;
+using kf::detail::TextBuffer;
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
 static constexpr int BAD_VERSION_LINE = 870;
@@ -50,25 +55,13 @@ void Dictionary::askToMarshall(Item& item, std::string& indent, TextBuffer& text
         text.append(item.marshall(indent));
 }
 
-// A walk through a large tree waits for memory at every step: the processor cannot guess the next child. A
-// tree that was read from a file, though, stands in memory in the order of its keys, so what will be needed
-// is some way behind this child. To ask for it does no harm where that is wrong; with it, saving 100,000
-// leaves takes a third of the time.
-static void askForNextChildren(const void* child) {
-    static constexpr std::uintptr_t DISTANCE = 2048; // about ten children
-    static constexpr std::uintptr_t CHILD_SIZE = 192;
-    static constexpr std::uintptr_t CACHE_LINE = 64;
-    const std::uintptr_t next = reinterpret_cast<std::uintptr_t>(child) + DISTANCE;
-    for (std::uintptr_t line = next; line < next + CHILD_SIZE; line += CACHE_LINE)
-        __builtin_prefetch(reinterpret_cast<const void*>(line));
-}
-
 void Dictionary::marshall(std::string& indent, TextBuffer& text) const {
     TRACE_METHOD();
     text.append(indent, "<dict>\n");
     indent += '\t';
+    kf::detail::Lookahead ahead(m_children);
     for (const auto& [key, item] : m_children) {
-        askForNextChildren(&key);
+        ahead.advance();
         text.append(indent, "<key>", key, "</key>\n");
         askToMarshall(*item, indent, text);
     }
@@ -92,135 +85,55 @@ void Dictionary::saveToFile(const std::string& path) {
 
 // ---- Reading
 
-static bool holds(std::string_view line, std::string_view text) {
-    return line.find(text) != std::string_view::npos;
-}
-
-using ValueKind = DictionaryReadingObserver::Kind;
-
-/// What a value line holds, and its tag.
-struct Dictionary::ValueLine {
-    explicit ValueLine(std::string_view line) : text(line) {
-        if (has("<string>"))
-            kind = ValueKind::String;
-        else if (has("<int>"))
-            kind = ValueKind::Integer;
-        else if (has("<dict>"))
-            kind = ValueKind::Dictionary;
-    }
-    bool has(std::string_view name) {
-        tag = findPlainTag(name, text);
-        return tag.isThere();
-    }
-
-    const std::string_view text;
-    Tag tag;
-    ValueKind kind = ValueKind::Skipped;
-};
-
 void Dictionary::unMarshall(std::stringstream& in) {
     const std::stringstream::pos_type start = in.tellg();
     if (start == std::stringstream::pos_type(-1)) // the stream is at its end already, or broken
         return;
     const std::string text = in.str();
     LineCursor lines(std::string_view(text).substr(static_cast<std::size_t>(start)));
-    unMarshall(lines.next(), lines);
+    PropertyListReader reader(lines);
+    reader.readLine();
+    unMarshall(reader);
     in.seekg(start + static_cast<std::stringstream::off_type>(lines.getPosition()));
 }
 
-void Dictionary::unMarshall(std::string_view openingLine, LineCursor& lines) {
+// Recurses once a level, MAXIMUM_DEPTH times at most: what leaves and new children need of the stack is in
+// functions of their own.
+void Dictionary::unMarshall(PropertyListReader& reader) {
     TRACE_METHOD();
-    if (!holds(openingLine, "<dict>"))
+    if (!reader.isAtDictionary())
         return;
-    DictionaryReadingObserver* const observer = lines.getObserver();
     if (isTooDeep()) {
-        TRACE_MESSAGE(MSG_ERROR, "Dictionary %s is too deep, it stays empty", name().c_str());
-        if (observer != nullptr)
-            observer->onTooDeep(lines.getLinePosition());
-        skipBody(lines);
+        reader.skip();
         return;
     }
-    if (observer != nullptr)
-        observer->onBegin(lines.getLinePosition());
-    // Any line without a key ends the dictionary, deliberately; </dict> is just one of them.
-    for (;;) {
-        const std::string_view line = lines.next();
-        std::string_view key;
-        if (!findXmlVal(line, findPlainTag("<key>", line), key)) {
-            if (observer != nullptr)
-                observer->onEnd(lines.getLinePosition(), line);
-            break;
-        }
-        readChild(key, lines);
+    reader.begin();
+    while (reader.next()) {
+        if (reader.getKind() == PropertyListReader::Kind::Dictionary)
+            addChild(reader.getKey()).unMarshall(reader);
+        else
+            readLeaf(reader);
     }
 }
 
-// No part of those that call each other for each level: what it needs is not on the stack 512 times.
-void Dictionary::readLeaf(std::string_view key, const ValueLine& value) {
-    if (value.kind == ValueKind::String) {
-        place(m_children, key, BasicItem::read(value.text, value.tag));
-    } else if (value.kind == ValueKind::Integer) {
-        std::unique_ptr<IntBasicItem> leaf(new IntBasicItem(Unnamed()));
-        leaf->unMarshall(value.text, value.tag);
+void Dictionary::readLeaf(const PropertyListReader& reader) {
+    const std::string& key = reader.getKey();
+    if (reader.getKind() == PropertyListReader::Kind::String) {
+        place(m_children, key, BasicItem::read(key, reader.getValueLine()));
+    } else if (reader.getKind() == PropertyListReader::Kind::Integer) {
+        auto leaf = std::make_unique<IntBasicItem>(key);
+        leaf->unMarshall(reader.getValueLine());
         place(m_children, key, std::move(leaf));
     } // else the key is dropped with its value line
 }
 
-void Dictionary::readChild(std::string_view key, LineCursor& lines) {
-    TRACE_METHOD();
-    std::string room;
-    const std::size_t position = lines.getLinePosition();
-    const ValueLine value(lines.next(key, room));
-    if (DictionaryReadingObserver* const observer = lines.getObserver())
-        observer->onKey(position, key, lines.getLinePosition(), value.kind);
-    if (value.kind != ValueKind::Dictionary) {
-        readLeaf(key, value);
-        return;
-    }
-    std::unique_ptr<Dictionary> stored(new Dictionary(Unnamed()));
-    Dictionary& dictionary = *stored;
-    store(key, std::move(stored)); // first, so that it knows how deep it is
-    dictionary.unMarshall(value.text, lines);
+// Stored before it is filled, so that it knows how deep it is.
+Dictionary& Dictionary::addChild(const std::string& key) {
+    auto made = std::make_unique<Dictionary>(key);
+    Dictionary& child = *made;
+    store(key, std::move(made));
+    return child;
 }
-
-/// Passes over the rest of a dictionary's body as reading it would, without recursion.
-void Dictionary::skipBody(LineCursor& lines) {
-    TRACE_FUNCTION("Dictionary::skipBody");
-    for (std::size_t open = 1; open > 0;) {
-        if (!holds(lines.next(), "<key>"))
-            --open;
-        else if (ValueLine(lines.next()).kind == ValueKind::Dictionary)
-            ++open;
-    }
-}
-
-/// Takes a dictionary's children away. They come back in place of those that have come meanwhile, unless both are
-/// joined. (The oldest libc++ that this is built with has no map::merge, which could not fail.)
-class Dictionary::ChildrenPutAside {
-public:
-    explicit ChildrenPutAside(Children& children) : m_children(children) { m_former.swap(children); }
-    ~ChildrenPutAside() {
-        if (!m_areBack)
-            m_children.swap(m_former);
-    }
-    ChildrenPutAside(const ChildrenPutAside&) = delete;
-    ChildrenPutAside& operator=(const ChildrenPutAside&) = delete;
-
-    /// One that has come meanwhile replaces one with the same key.
-    void join() {
-        m_areBack = true;
-        if (m_former.empty())
-            return;
-        m_children.swap(m_former);
-        for (auto& [key, child] : m_former)
-            place(m_children, key, std::move(child));
-    }
-
-private:
-    Children& m_children;
-    Children m_former;
-    bool m_areBack = false;
-};
 
 void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver* observer) {
     TRACE_METHOD();
@@ -231,21 +144,31 @@ void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver
     if (file.isOpen() && !FileReplacement::waitUntilWhole(file.get()))
         file = FileDescriptor();
     LineCursor lines(std::move(file));
-    lines.setObserver(observer);
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
     std::string body; // of a subclass, which reads it out of a stream
-    {
-        ChildrenPutAside before(m_children); // the file can fail to the end
-        if (hasHeader && hasVersion && isPlain())
-            unMarshall(lines.next(), lines);
-        else if (hasHeader && hasVersion)
+    Children former;
+    former.swap(m_children);
+    try {
+        if (hasHeader && hasVersion && isPlain()) {
+            PropertyListReader reader(lines, observer);
+            reader.readLine();
+            unMarshall(reader);
+        } else if (hasHeader && hasVersion) {
             body = lines.takeRest();
+        }
         if (!lines.finish()) {
             TRACE_MESSAGE(MSG_ERROR, "Can't open file %s", path.c_str());
             throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
         }
-        before.join();
+    } catch (...) {
+        m_children.swap(former); // the file can fail to the end
+        throw;
+    }
+    if (!former.empty()) {
+        m_children.swap(former);
+        for (auto& [key, child] : former)
+            place(m_children, key, std::move(child));
     }
     if (!hasHeader) {
         TRACE_MESSAGE(MSG_ERROR, "No XML header found");

@@ -1,23 +1,26 @@
 #include "IntBasicItem.h"
 
 #include "CallMarker.h"
-#include "TextBuffer.h"
+#include "detail/PropertyListReader.h"
+#include "detail/ShownAddress.h"
+#include "detail/TextBuffer.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <utility>
+
+using kf::detail::addressText;
+using kf::detail::requireElementText;
+using kf::detail::TextBuffer;
 
 IntBasicItem::IntBasicItem() {
     TRACE_CONSTRUCTOR("IntBasicItem");
 }
 
 IntBasicItem::IntBasicItem(std::string name) : Item(std::move(name)) {
-    TRACE_CONSTRUCTOR("IntBasicItem");
-}
-
-IntBasicItem::IntBasicItem(Unnamed unnamed) : Item(unnamed) {
     TRACE_CONSTRUCTOR("IntBasicItem");
 }
 
@@ -43,7 +46,7 @@ IntBasicItem::~IntBasicItem() {
 bool IntBasicItem::equals(const Item& other) {
     TRACE_METHOD();
     int value = 0;
-    const bool result = other.getValueAs(value) && name() == nameOf(other) && m_value == value;
+    const bool result = other.getValueAs(value) && nameOf(*this) == nameOf(other) && m_value == value;
     TRACE_MESSAGE(MSG_DEBUG, "equals returns %d", result);
     return result;
 }
@@ -84,13 +87,14 @@ std::string IntBasicItem::toString(const std::string& indent) {
     TRACE_METHOD();
     char value[2 * sizeof m_value + 1];
     std::snprintf(value, sizeof value, "%x", static_cast<unsigned>(m_value));
-    return indent + "IntBasicItem [" + addressText() + "] name : '" + name() + "' value : '" + value + "'\n";
+    return indent + "IntBasicItem [" + addressText(this) + "] name : '" + nameOf(*this) + "' value : '" +
+           value + "'\n";
 }
 
 void IntBasicItem::unMarshall(std::stringstream& in) {
     std::string line;
     std::getline(in, line);
-    unMarshall(line, findTag("<int>", line));
+    unMarshall(line);
 }
 
 // atoi of a host where long has 32 bits: there a number out of range becomes the nearest end of the range.
@@ -101,9 +105,9 @@ static int toInteger(const std::string& text) {
     return static_cast<int>(std::clamp(value, SMALLEST, LARGEST));
 }
 
-void IntBasicItem::unMarshall(std::string_view line, Tag tag) {
+void IntBasicItem::unMarshall(std::string_view line) {
     TRACE_METHOD();
-    m_value = toInteger(std::string(requireXmlVal(line, tag)));
+    m_value = toInteger(std::string(requireElementText("<int>", line)));
 }
 
 void IntBasicItem::setValue(int value) {

@@ -2,9 +2,11 @@
 
 #include "Item.h"
 
-class TextBuffer;
+#include <string_view>
 
 /// A leaf that holds a signed 32-bit integer; 0 until it is set.
+///
+/// Errors, threads, and a warning about the global name: as Item.
 class IntBasicItem : public Item {
 public:
     IntBasicItem();
@@ -26,23 +28,20 @@ public:
     std::string marshall(const std::string& indent) override;
     /// The value is shown in hexadecimal, without a prefix; readers of traces rely on it.
     std::string toString(const std::string& indent) override;
-    /// Converts as atoi does; a number out of range becomes the nearest end of the range.
+    /// Converts as atoi does; a number out of range becomes the nearest end of the range. The value stays as
+    /// it was where this throws.
     void unMarshall(std::stringstream& in) override;
 
     void setValue(int value);
 
-    /// marshall without copies: appends to the text.
-    void marshall(std::string_view indent, TextBuffer& text) const;
-
 protected:
-    /// unMarshall without copies: takes the line itself, and its tag in it. Not private, so that a subclass
-    /// can write `using IntBasicItem::unMarshall`.
-    void unMarshall(std::string_view line, Tag tag);
+    // What the operations of the same name do, without copies. Not private, so that a subclass can write
+    // `using IntBasicItem::marshall`.
+    void marshall(std::string_view indent, kf::detail::TextBuffer& text) const;
+    void unMarshall(std::string_view line);
 
 private:
     friend class Dictionary;
-
-    explicit IntBasicItem(Unnamed unnamed);
 
     int m_value = 0;
 };

@@ -7,6 +7,9 @@
 #include <string_view>
 
 class Dictionary;
+namespace kf::detail {
+class TextBuffer;
+}
 
 /// A named node of a property-list tree: a leaf that holds a string (BasicItem) or an integer (IntBasicItem),
 /// or a Dictionary of further items.
@@ -14,7 +17,11 @@ class Dictionary;
 /// A leaf answers only for the type that it holds; nothing is converted. An item belongs to at most one
 /// dictionary, which deletes it. The order of the virtual operations is fixed: new ones go to the end.
 ///
+/// Errors: only what says so throws, apart from std::bad_alloc.
 /// Thread: a tree is used by one thread at a time.
+///
+/// Warning: this is a global name. A program that links the framework and defines an Item of its own outside
+/// a namespace gets one of the two without a word from the linker.
 class Item {
 public:
     /// Same class of value, same name, same value. Two dictionaries are compared without their own names.
@@ -42,6 +49,7 @@ public:
     virtual bool getValueAs(int& value) const;
     virtual bool getValueAs(const std::string& key, int& value) const;
     virtual bool contains(const std::string& path);
+    /// Borrowed: the dictionary keeps the item.
     virtual Item* getItem(const std::string& path) const = 0;
     virtual Item* getItem(const char* path) const = 0;
 
@@ -55,6 +63,7 @@ public:
     virtual void unMarshall(std::stringstream& in) = 0;
 
     const std::string& getName() const;
+    /// The key under which a dictionary holds the item stays.
     void setName(const std::string& name);
 
     /// The text without spaces, tabs and line feeds at both ends. A carriage return is not a blank here.
@@ -73,60 +82,11 @@ protected:
     Item(const Item& other);
     Item& operator=(const Item& other);
 
+    /// getName() without a call marker, for operations that have one.
     static const std::string& nameOf(const Item& item) {
-        return *item.m_name;
+        return item.m_name;
     }
-    const std::string& name() const {
-        return *m_name;
-    }
-    /// This object's address as trace texts show it: hexadecimal, with 0x.
-    std::string addressText() const;
-
-    // getXmlVal without a copy: the result is a part of the line. A reader that looks for tags anyway keeps
-    // the place of the one it found.
-    struct Tag {
-        bool isThere() const { return end != std::string_view::npos; }
-
-        std::size_t end = std::string_view::npos; // where the text behind it begins
-        std::size_t searched = 0;                 // no "</" begins in the line before this
-    };
-    static Tag findTag(std::string_view tag, std::string_view line) {
-        const std::size_t tagAt = line.find(tag);
-        return tagAt != std::string_view::npos ? Tag{tagAt + tag.size()} : Tag();
-    }
-    /// The same for a tag such as <key>, quicker where only tabs stand before it: so nearly all lines begin.
-    static Tag findPlainTag(std::string_view tag, std::string_view line) {
-        std::size_t tabs = 0;
-        while (tabs < line.size() && line[tabs] == '\t')
-            ++tabs;
-        const std::size_t end = tabs + tag.size();
-        return line.substr(tabs, tag.size()) == tag ? Tag{end, end} : findTag(tag, line);
-    }
-    /// False, and the value untouched, when there is no tag.
-    static bool findXmlVal(std::string_view line, Tag tag, std::string_view& value);
-    static std::string_view requireXmlVal(std::string_view line, Tag tag);
 
 private:
-    friend class BasicItem;
-    friend class Dictionary;
-    friend class IntBasicItem;
-
-    /// What an item is made with that gets its name from the dictionary that takes it. Nobody may ask for the
-    /// name before, so only the reader of property lists makes such items.
-    struct Unnamed {};
-    explicit Item(Unnamed);
-
-    bool isUnnamed() const {
-        return m_name == nullptr;
-    }
-    /// For the dictionary that owns the item under a key equal to its name: the item needs no copy of it. It
-    /// has a name of its own again as soon as that changes.
-    void lendName(const std::string& key) {
-        m_name = &key;
-        m_ownName.reset();
-    }
-    void rename(std::string name);
-
-    const std::string* m_name = nullptr; // m_ownName, or a dictionary's key
-    std::unique_ptr<const std::string> m_ownName;
+    std::string m_name;
 };

@@ -3,11 +3,16 @@
 #include <cstddef>
 #include <string_view>
 
-/// Is told what the reader of a property list makes of each line that it uses: for whoever checks a file, since
-/// the reader itself passes over what it does not understand. Reading is the same with and without one.
+namespace kf::detail {
+
+/// Is told what the reader of a property list makes of each line that it uses: for programs that check a file,
+/// since the reader itself passes over what it does not understand. Reading is the same with and without one.
 ///
-/// Positions are those of the lines' first bytes in the text. Lines and keys are there until the call returns.
-/// Nothing may be thrown.
+/// Positions are those of the lines' first bytes, counted from the start of the text. Lines and keys are
+/// borrowed until the call returns.
+///
+/// Errors: nothing may be thrown.
+/// Thread: the one that reads.
 class DictionaryReadingObserver {
 public:
     /// What a key's value is; Skipped: of a kind that is not read, so the key is dropped.
@@ -24,3 +29,5 @@ public:
     /// The dictionary of this line is too deep: its content is passed over. No onBegin().
     virtual void onTooDeep(std::size_t position) = 0;
 };
+
+} // namespace kf::detail

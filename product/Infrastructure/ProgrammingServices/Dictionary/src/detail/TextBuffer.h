@@ -4,19 +4,28 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
-/// A text that only grows at its end. Unlike a std::string's, its growth does not copy a long text (realloc
-/// moves its pages), and several parts are appended at the price of one.
+namespace kf::detail {
+
+/// A text that only grows at its end. What it needs is paid for by the row dictionary-save of the benchmarks: with a
+/// std::string in its place, saving takes twice the time and is behind the best rival. It appends several parts
+/// at the price of one, and its growth does not copy a long text (realloc moves its pages).
+///
+/// Errors: std::bad_alloc; the text stays as it was.
+/// Thread: one at a time.
 class TextBuffer {
 public:
     /// Texts of any kind: literals, strings, views.
     template <typename... Parts>
     void append(const Parts&... parts) {
-        reserve((std::string_view(parts).size() + ...));
+        const std::size_t more = (std::string_view(parts).size() + ...);
+        if (m_capacity - m_size < more)
+            grow(more);
         (copy(parts), ...);
     }
-    /// Valid until something is appended.
+    /// Borrowed: valid until something is appended.
     std::string_view view() const { return {m_data.get(), m_size}; }
 
 private:
@@ -24,10 +33,6 @@ private:
         void operator()(char* data) const { std::free(data); }
     };
 
-    void reserve(std::size_t more) {
-        if (m_capacity - m_size < more)
-            grow(more);
-    }
     void copy(std::string_view part) {
         // An empty view may have no address, which memcpy must not be given.
         if (!part.empty())
@@ -49,3 +54,5 @@ private:
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;
 };
+
+} // namespace kf::detail
