@@ -71,8 +71,8 @@ void addTo(ScriptedDevice& event, const std::string& line) {
 /// Every service that is there has a path of its own, below the root.
 void checkPaths(const Registry& registry) {
     std::set<std::string> paths;
-    for (const auto& [id, service] : registry.Services()) {
-        const std::optional<std::string> path = service->Path();
+    for (const auto& [id, service] : registry.services()) {
+        const std::optional<std::string> path = service->path();
         require(path.has_value() && path->rfind("IOService:/", 0) == 0);
         require(paths.insert(*path).second);
     }
@@ -84,19 +84,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzInput input(data, size);
     Registry registry;
     DeviceTree devices(registry);
-    const std::size_t atFirst = registry.Services().size();
+    const std::size_t atFirst = registry.services().size();
     UdevFeed feed;
-    feed.Start(devices);
-    while (!input.isEmpty()) {
+    feed.start(devices);
+    while (!input.IsEmpty()) {
         ScriptedDevice event;
         for (std::string line = input.line(); !line.empty(); line = input.line())
             addTo(event, line);
         ScriptedUdev::send(std::move(event));
-        feed.Pump(devices);
-        require(feed.Hears());
+        feed.pump(devices);
+        require(feed.hears());
     }
     checkPaths(registry);
-    devices.LeaveAll();
-    require(registry.Services().size() == atFirst);
+    devices.leaveAll();
+    require(registry.services().size() == atFirst);
     return 0;
 }

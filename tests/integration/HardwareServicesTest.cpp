@@ -48,7 +48,7 @@ protected:
           m_last(makePlainDevice(0xfeed, 1)), m_client(m_last) {
         LinuxPlatform::KernelHabits habits;
         habits.matching = matchesAsKernel();
-        LinuxPlatform::AdoptHabits(habits);
+        LinuxPlatform::adoptHabits(habits);
     }
 
     /** The modem comes and goes so many times while this thread's run loop delivers; then the last device
@@ -78,9 +78,9 @@ TEST_F(HardwareServices, AThousandArrivalsAndRemovalsLeaveTheLiveObjectsWhereThe
     HWServicePnP::getInstance()->registerClient(&m_client);
     HWServicePnP::getInstance()->registerService();
     plugAndUnplug(1);
-    const LinuxPlatform::LiveObjects before = LinuxPlatform::CountLiveObjects();
+    const LinuxPlatform::LiveObjects before = LinuxPlatform::countLiveObjects();
     plugAndUnplug(1000);
-    EXPECT_EQ(LinuxPlatform::CountLiveObjects(), before);
+    EXPECT_EQ(LinuxPlatform::countLiveObjects(), before);
     EXPECT_EQ(m_client.removalsOf(m_modem.modem), 1001);
     EXPECT_GE(m_client.arrivalsOf(m_modem.modem), 1001);
     HWServicePnP::getInstance()->unRegisterService();

@@ -23,7 +23,7 @@ struct LiveObjects {
 };
 
 /// Any thread.
-LiveObjects CountLiveObjects();
+LiveObjects countLiveObjects();
 
 bool operator==(const LiveObjects& left, const LiveObjects& right);
 bool operator!=(const LiveObjects& left, const LiveObjects& right);
@@ -58,22 +58,22 @@ struct Device {
 };
 
 /// From here on the devices come from the calls below alone, and the host's own are forgotten. Any thread.
-void UseDevicesByHand();
+void useDevicesByHand();
 
 /// The device is there. Known already with the same ids and incarnation: nothing happens; known with others:
 /// the old one leaves first. Services that match are queued to the notification ports at once and delivered
 /// by their run loops.
-void DeviceArrived(const Device& device);
+void deviceArrived(const Device& device);
 /// The device tells that something about it has changed. With other ids than before it leaves and arrives
 /// again, with what hangs on it; an unknown device arrives.
-void DeviceChanged(const Device& device);
+void deviceChanged(const Device& device);
 /// The device is gone, and what hangs on it with it; an unknown path is ignored.
-void DeviceLeft(const std::string& path);
+void deviceLeft(const std::string& path);
 /// Every device leaves.
-void AllDevicesLeft();
+void allDevicesLeft();
 /// The device has found a driver once more: notifications of published and of matched services yield it again,
 /// those of first ones do not. An unknown path is ignored.
-void DeviceMatchedAgain(const std::string& path);
+void deviceMatchedAgain(const std::string& path);
 
 /// Where a Mac's kernel promises less than this layer does. What stands above the layer has to be right with
 /// either; docs/platforms.md, "What differs on a Mac", has the reasons.
@@ -88,6 +88,6 @@ struct KernelHabits {
 };
 
 /// For tests; until it is called the layer has no such habit. Any thread.
-void AdoptHabits(const KernelHabits& habits);
+void adoptHabits(const KernelHabits& habits);
 
 } // namespace LinuxPlatform

@@ -10,16 +10,16 @@
 /// released too often.
 class LiveObjectsTest : public ::testing::Test {
 protected:
-    LiveObjectsTest() : m_before(LinuxPlatform::CountLiveObjects()) {}
+    LiveObjectsTest() : m_before(LinuxPlatform::countLiveObjects()) {}
 
-    void TearDown() override { EXPECT_EQ(LinuxPlatform::CountLiveObjects(), m_before); }
+    void TearDown() override { EXPECT_EQ(LinuxPlatform::countLiveObjects(), m_before); }
 
     /// Runs something that breaks a rule on purpose, and returns what was said about it.
     std::string ComplaintsOf(const std::function<void()>& work) {
-        const std::size_t complaints = LinuxPlatform::CountLiveObjects().complaints;
+        const std::size_t complaints = LinuxPlatform::countLiveObjects().complaints;
         ::testing::internal::CaptureStderr();
         work();
-        m_before.complaints += LinuxPlatform::CountLiveObjects().complaints - complaints;
+        m_before.complaints += LinuxPlatform::countLiveObjects().complaints - complaints;
         return ::testing::internal::GetCapturedStderr();
     }
 

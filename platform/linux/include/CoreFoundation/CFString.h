@@ -31,9 +31,9 @@ CF_EXPORT CFTypeID CFStringGetTypeID(void);
 
 /// A constant text; the same literal gives the same object for the life of the process. Never to be released,
 /// though an unneeded CFRelease does no harm. `literal` is ASCII or UTF-8.
-#define CFSTR(literal) LinuxPlatform::ConstantString("" literal "")
+#define CFSTR(literal) LinuxPlatform::constantString("" literal "")
 namespace LinuxPlatform {
-CFStringRef ConstantString(const char* literal);
+CFStringRef constantString(const char* literal);
 }
 
 /// NULL when the bytes are not valid in the encoding, or the encoding is not known. Bytes above 0x7F read as

@@ -30,12 +30,12 @@ void addText(CFMutableDictionaryRef dictionary, CFStringRef key, const std::stri
     const OwnedRef<CFStringRef> value(
         CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
     if (value)
-        CFDictionarySetValue(dictionary, key, value.Get());
+        CFDictionarySetValue(dictionary, key, value.get());
 }
 
 void addNumber(CFMutableDictionaryRef dictionary, CFStringRef key, CFNumberType type, const void* number) {
     const OwnedRef<CFNumberRef> value(CFNumberCreate(kCFAllocatorDefault, type, number));
-    CFDictionarySetValue(dictionary, key, value.Get());
+    CFDictionarySetValue(dictionary, key, value.get());
 }
 
 } // namespace

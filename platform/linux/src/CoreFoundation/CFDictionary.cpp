@@ -11,15 +11,15 @@
 namespace LinuxPlatform {
 namespace {
 
-const void* RetainObject(CFAllocatorRef, const void* value) {
+const void* retainObject(CFAllocatorRef, const void* value) {
     return CFRetain(value);
 }
 
-void ReleaseObject(CFAllocatorRef, const void* value) {
+void releaseObject(CFAllocatorRef, const void* value) {
     CFRelease(value);
 }
 
-const void* CopyText(CFAllocatorRef allocator, const void* value) {
+const void* copyText(CFAllocatorRef allocator, const void* value) {
     return CFStringCreateCopy(allocator, static_cast<CFStringRef>(value));
 }
 
@@ -47,14 +47,14 @@ public:
           m_keys(keys ? *keys : CFDictionaryKeyCallBacks()),
           m_values(values ? *values : CFDictionaryValueCallBacks()),
           m_entries(0, KeyHash{m_keys.hash}, KeyEqual{m_keys.equal}) {}
-    ~Dictionary() override { Clear(); }
+    ~Dictionary() override { clear(); }
 
-    const CFDictionaryKeyCallBacks& KeyCallBacks() const { return m_keys; }
-    const CFDictionaryValueCallBacks& ValueCallBacks() const { return m_values; }
+    const CFDictionaryKeyCallBacks& keyCallBacks() const { return m_keys; }
+    const CFDictionaryValueCallBacks& valueCallBacks() const { return m_values; }
 
-    CFIndex Count() const { return static_cast<CFIndex>(m_entries.size()); }
+    CFIndex count() const { return static_cast<CFIndex>(m_entries.size()); }
 
-    bool Find(const void* key, const void** value) const {
+    bool find(const void* key, const void** value) const {
         const auto entry = m_entries.find(key);
         if (entry == m_entries.end())
             return false;
@@ -64,76 +64,76 @@ public:
     }
 
     /// The copy: looking at it stays safe when an applier changes the dictionary.
-    std::vector<std::pair<const void*, const void*>> Entries() const {
+    std::vector<std::pair<const void*, const void*>> entries() const {
         return {m_entries.begin(), m_entries.end()};
     }
 
-    void Add(const void* key, const void* value) {
+    void add(const void* key, const void* value) {
         if (m_entries.count(key) == 0)
-            m_entries.emplace(RetainKey(key), RetainValue(value));
+            m_entries.emplace(retainKey(key), retainValue(value));
     }
 
-    void Set(const void* key, const void* value) {
+    void set(const void* key, const void* value) {
         const auto entry = m_entries.find(key);
         if (entry == m_entries.end()) {
-            Add(key, value);
+            add(key, value);
             return;
         }
         // Retained first: the new value may be the old one.
         const void* old = entry->second;
-        entry->second = RetainValue(value);
-        ReleaseValue(old);
+        entry->second = retainValue(value);
+        releaseValue(old);
     }
 
-    void Remove(const void* key) {
+    void remove(const void* key) {
         const auto entry = m_entries.find(key);
         if (entry == m_entries.end())
             return;
         const auto removed = *entry;
         m_entries.erase(entry);
-        ReleaseEntry(removed);
+        releaseEntry(removed);
     }
 
-    void Clear() {
-        const auto removed = Entries();
+    void clear() {
+        const auto removed = entries();
         m_entries.clear();
         for (const auto& entry : removed)
-            ReleaseEntry(entry);
+            releaseEntry(entry);
     }
 
-    bool MayChange(const char* function) const {
+    bool mayChange(const char* function) const {
         if (!m_isMutable)
-            Complain("CoreFoundation: %s on a dictionary that is not mutable", function);
+            complain("CoreFoundation: %s on a dictionary that is not mutable", function);
         return m_isMutable;
     }
 
-    bool IsEqualTo(const Object& other) const override {
+    bool isEqualTo(const Object& other) const override {
         const auto& right = static_cast<const Dictionary&>(other);
-        return Count() == right.Count() &&
+        return count() == right.count() &&
                std::all_of(m_entries.begin(), m_entries.end(), [&](const auto& entry) {
                    const void* value = nullptr;
-                   return right.Find(entry.first, &value) && ValuesEqual(entry.second, value);
+                   return right.find(entry.first, &value) && valuesEqual(entry.second, value);
                });
     }
 
-    CFHashCode Hash() const override { return static_cast<CFHashCode>(Count()); }
-    std::u16string Description() const override { return u"<dictionary>"; }
+    CFHashCode hash() const override { return static_cast<CFHashCode>(count()); }
+    std::u16string description() const override { return u"<dictionary>"; }
 
 private:
-    const void* RetainKey(const void* key) const { return m_keys.retain ? m_keys.retain(nullptr, key) : key; }
-    const void* RetainValue(const void* value) const {
+    const void* retainKey(const void* key) const { return m_keys.retain ? m_keys.retain(nullptr, key) : key; }
+    const void* retainValue(const void* value) const {
         return m_values.retain ? m_values.retain(nullptr, value) : value;
     }
-    void ReleaseValue(const void* value) const {
+    void releaseValue(const void* value) const {
         if (m_values.release)
             m_values.release(nullptr, value);
     }
-    void ReleaseEntry(const std::pair<const void*, const void*>& entry) const {
+    void releaseEntry(const std::pair<const void*, const void*>& entry) const {
         if (m_keys.release)
             m_keys.release(nullptr, entry.first);
-        ReleaseValue(entry.second);
+        releaseValue(entry.second);
     }
-    bool ValuesEqual(const void* left, const void* right) const {
+    bool valuesEqual(const void* left, const void* right) const {
         return left == right || (m_values.equal && m_values.equal(left, right));
     }
 
@@ -147,11 +147,11 @@ private:
 
 using namespace LinuxPlatform;
 
-const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0,       RetainObject, ReleaseObject,
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0,       retainObject, releaseObject,
                                                                 nullptr, CFEqual,      CFHash};
-const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {0,       CopyText, ReleaseObject,
+const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {0,       copyText, releaseObject,
                                                                       nullptr, CFEqual,  CFHash};
-const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject, nullptr,
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, retainObject, releaseObject, nullptr,
                                                                     CFEqual};
 
 CFTypeID CFDictionaryGetTypeID() {
@@ -163,45 +163,45 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
     auto dictionary = std::make_unique<Dictionary>(false, keyCallBacks, valueCallBacks);
     for (CFIndex index = 0; index < numValues; ++index)
-        dictionary->Add(keys[index], values[index]);
-    return HandOver(std::move(dictionary));
+        dictionary->add(keys[index], values[index]);
+    return handOver(std::move(dictionary));
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
-    return HandOver(std::make_unique<Dictionary>(true, keyCallBacks, valueCallBacks));
+    return handOver(std::make_unique<Dictionary>(true, keyCallBacks, valueCallBacks));
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex, CFDictionaryRef dictionary) {
     auto copy =
-        std::make_unique<Dictionary>(true, &dictionary->KeyCallBacks(), &dictionary->ValueCallBacks());
-    for (const auto& [key, value] : dictionary->Entries())
-        copy->Add(key, value);
-    return HandOver(std::move(copy));
+        std::make_unique<Dictionary>(true, &dictionary->keyCallBacks(), &dictionary->valueCallBacks());
+    for (const auto& [key, value] : dictionary->entries())
+        copy->add(key, value);
+    return handOver(std::move(copy));
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
-    return dictionary->Count();
+    return dictionary->count();
 }
 
 Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key) {
-    return dictionary->Find(key, nullptr);
+    return dictionary->find(key, nullptr);
 }
 
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
     const void* value = nullptr;
-    dictionary->Find(key, &value);
+    dictionary->find(key, &value);
     return value;
 }
 
 Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key, const void** value) {
-    return dictionary->Find(key, value);
+    return dictionary->find(key, value);
 }
 
 void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys, const void** values) {
     std::size_t index = 0;
-    for (const auto& [key, value] : dictionary->Entries()) {
+    for (const auto& [key, value] : dictionary->entries()) {
         if (keys)
             keys[index] = key;
         if (values)
@@ -212,26 +212,26 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
 
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
                                void* context) {
-    for (const auto& [key, value] : dictionary->Entries())
+    for (const auto& [key, value] : dictionary->entries())
         applier(key, value, context);
 }
 
 void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    if (dictionary->MayChange("CFDictionaryAddValue"))
-        dictionary->Add(key, value);
+    if (dictionary->mayChange("CFDictionaryAddValue"))
+        dictionary->add(key, value);
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    if (dictionary->MayChange("CFDictionarySetValue"))
-        dictionary->Set(key, value);
+    if (dictionary->mayChange("CFDictionarySetValue"))
+        dictionary->set(key, value);
 }
 
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
-    if (dictionary->MayChange("CFDictionaryRemoveValue"))
-        dictionary->Remove(key);
+    if (dictionary->mayChange("CFDictionaryRemoveValue"))
+        dictionary->remove(key);
 }
 
 void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary) {
-    if (dictionary->MayChange("CFDictionaryRemoveAllValues"))
-        dictionary->Clear();
+    if (dictionary->mayChange("CFDictionaryRemoveAllValues"))
+        dictionary->clear();
 }

@@ -13,7 +13,7 @@ namespace {
 const double INTEGERS_BEGIN = -9223372036854775808.0;
 const double INTEGERS_END = 9223372036854775808.0;
 
-CFNumberType FixedWidthInteger(std::size_t size) {
+CFNumberType fixedWidthInteger(std::size_t size) {
     switch (size) {
     case 1:
         return kCFNumberSInt8Type;
@@ -27,20 +27,20 @@ CFNumberType FixedWidthInteger(std::size_t size) {
 }
 
 /// One of the six fixed-width types for each of the named ones.
-CFNumberType Canonical(CFNumberType type) {
+CFNumberType canonical(CFNumberType type) {
     switch (type) {
     case kCFNumberCharType:
-        return FixedWidthInteger(sizeof(char));
+        return fixedWidthInteger(sizeof(char));
     case kCFNumberShortType:
-        return FixedWidthInteger(sizeof(short));
+        return fixedWidthInteger(sizeof(short));
     case kCFNumberIntType:
-        return FixedWidthInteger(sizeof(int));
+        return fixedWidthInteger(sizeof(int));
     case kCFNumberLongType:
     case kCFNumberCFIndexType:
     case kCFNumberNSIntegerType:
-        return FixedWidthInteger(sizeof(long));
+        return fixedWidthInteger(sizeof(long));
     case kCFNumberLongLongType:
-        return FixedWidthInteger(sizeof(long long));
+        return fixedWidthInteger(sizeof(long long));
     case kCFNumberFloatType:
         return kCFNumberFloat32Type;
     case kCFNumberDoubleType:
@@ -53,19 +53,19 @@ CFNumberType Canonical(CFNumberType type) {
 }
 
 template <class T>
-T Read(const void* from) {
+T read(const void* from) {
     T value;
     std::memcpy(&value, from, sizeof(value));
     return value;
 }
 
 template <class T>
-void Write(void* to, T value) {
+void write(void* to, T value) {
     std::memcpy(to, &value, sizeof(value));
 }
 
 /// Nearest 64-bit integer towards zero; false when that is not the value itself.
-bool ToInteger(double real, std::int64_t& integer) {
+bool toInteger(double real, std::int64_t& integer) {
     if (std::isnan(real)) {
         integer = 0;
         return false;
@@ -80,95 +80,95 @@ bool ToInteger(double real, std::int64_t& integer) {
 }
 
 template <class T>
-bool WriteInteger(std::int64_t integer, void* to) {
+bool writeInteger(std::int64_t integer, void* to) {
     const auto lowest = static_cast<std::int64_t>(std::numeric_limits<T>::min());
     const auto highest = static_cast<std::int64_t>(std::numeric_limits<T>::max());
     const std::int64_t nearest = std::min(std::max(integer, lowest), highest);
-    Write(to, static_cast<T>(nearest));
+    write(to, static_cast<T>(nearest));
     return nearest == integer;
 }
 
-bool WriteFloat32(double real, void* to) {
+bool writeFloat32(double real, void* to) {
     const double limit = std::numeric_limits<float>::max();
     const bool fits = !std::isfinite(real) || std::fabs(real) <= limit;
     const float nearest = static_cast<float>(fits ? real : std::copysign(limit, real));
-    Write(to, nearest);
+    write(to, nearest);
     return std::isnan(real) || static_cast<double>(nearest) == real;
 }
 
-bool IsExactDouble(std::int64_t integer) {
+bool isExactDouble(std::int64_t integer) {
     std::int64_t back = 0;
-    return ToInteger(static_cast<double>(integer), back) && back == integer;
+    return toInteger(static_cast<double>(integer), back) && back == integer;
 }
 
 } // namespace
 
-std::unique_ptr<Number> Number::Make(CFNumberType type, const void* value) {
-    const CFNumberType fixed = Canonical(type);
+std::unique_ptr<Number> Number::make(CFNumberType type, const void* value) {
+    const CFNumberType fixed = canonical(type);
     switch (fixed) {
     case kCFNumberSInt8Type:
-        return std::make_unique<Number>(fixed, std::int64_t{Read<std::int8_t>(value)});
+        return std::make_unique<Number>(fixed, std::int64_t{read<std::int8_t>(value)});
     case kCFNumberSInt16Type:
-        return std::make_unique<Number>(fixed, std::int64_t{Read<std::int16_t>(value)});
+        return std::make_unique<Number>(fixed, std::int64_t{read<std::int16_t>(value)});
     case kCFNumberSInt32Type:
-        return std::make_unique<Number>(fixed, std::int64_t{Read<std::int32_t>(value)});
+        return std::make_unique<Number>(fixed, std::int64_t{read<std::int32_t>(value)});
     case kCFNumberSInt64Type:
-        return std::make_unique<Number>(fixed, Read<std::int64_t>(value));
+        return std::make_unique<Number>(fixed, read<std::int64_t>(value));
     case kCFNumberFloat32Type:
-        return std::make_unique<Number>(fixed, double{Read<float>(value)});
+        return std::make_unique<Number>(fixed, double{read<float>(value)});
     case kCFNumberFloat64Type:
-        return std::make_unique<Number>(fixed, Read<double>(value));
+        return std::make_unique<Number>(fixed, read<double>(value));
     default:
         return nullptr;
     }
 }
 
-bool Number::IsReal() const {
+bool Number::isReal() const {
     return m_type == kCFNumberFloat32Type || m_type == kCFNumberFloat64Type;
 }
 
-bool Number::GetInteger(std::int64_t& value) const {
-    if (IsReal())
-        return ToInteger(m_real, value);
+bool Number::getInteger(std::int64_t& value) const {
+    if (isReal())
+        return toInteger(m_real, value);
     value = m_integer;
     return true;
 }
 
-bool Number::Get(CFNumberType type, void* value) const {
-    const CFNumberType fixed = Canonical(type);
+bool Number::get(CFNumberType type, void* value) const {
+    const CFNumberType fixed = canonical(type);
     if (fixed == kCFNumberFloat64Type) {
-        Write(value, IsReal() ? m_real : static_cast<double>(m_integer));
-        return IsReal() || IsExactDouble(m_integer);
+        write(value, isReal() ? m_real : static_cast<double>(m_integer));
+        return isReal() || isExactDouble(m_integer);
     }
     if (fixed == kCFNumberFloat32Type) {
-        const bool exact = IsReal() || IsExactDouble(m_integer);
-        return WriteFloat32(IsReal() ? m_real : static_cast<double>(m_integer), value) && exact;
+        const bool exact = isReal() || isExactDouble(m_integer);
+        return writeFloat32(isReal() ? m_real : static_cast<double>(m_integer), value) && exact;
     }
     std::int64_t integer = 0;
-    const bool exact = GetInteger(integer);
+    const bool exact = getInteger(integer);
     switch (fixed) {
     case kCFNumberSInt8Type:
-        return WriteInteger<std::int8_t>(integer, value) && exact;
+        return writeInteger<std::int8_t>(integer, value) && exact;
     case kCFNumberSInt16Type:
-        return WriteInteger<std::int16_t>(integer, value) && exact;
+        return writeInteger<std::int16_t>(integer, value) && exact;
     case kCFNumberSInt32Type:
-        return WriteInteger<std::int32_t>(integer, value) && exact;
+        return writeInteger<std::int32_t>(integer, value) && exact;
     case kCFNumberSInt64Type:
-        Write(value, integer);
+        write(value, integer);
         return exact;
     default:
         return false;
     }
 }
 
-CFComparisonResult Number::CompareTo(const Number& other) const {
-    if (!IsReal() && !other.IsReal()) {
+CFComparisonResult Number::compareTo(const Number& other) const {
+    if (!isReal() && !other.isReal()) {
         if (m_integer == other.m_integer)
             return kCFCompareEqualTo;
         return m_integer < other.m_integer ? kCFCompareLessThan : kCFCompareGreaterThan;
     }
-    const double left = IsReal() ? m_real : static_cast<double>(m_integer);
-    const double right = other.IsReal() ? other.m_real : static_cast<double>(other.m_integer);
+    const double left = isReal() ? m_real : static_cast<double>(m_integer);
+    const double right = other.isReal() ? other.m_real : static_cast<double>(other.m_integer);
     // Numbers that are none sort before all others, so that the order stays total.
     if (std::isnan(left) || std::isnan(right)) {
         if (std::isnan(left) && std::isnan(right))
@@ -180,14 +180,14 @@ CFComparisonResult Number::CompareTo(const Number& other) const {
     return left < right ? kCFCompareLessThan : kCFCompareGreaterThan;
 }
 
-CFHashCode Number::Hash() const {
+CFHashCode Number::hash() const {
     // Through double for every number: an integer and a real of the same value are equal.
-    return std::hash<double>()(IsReal() ? m_real : static_cast<double>(m_integer));
+    return std::hash<double>()(isReal() ? m_real : static_cast<double>(m_integer));
 }
 
-std::u16string Number::Description() const {
+std::u16string Number::description() const {
     char text[64];
-    if (!IsReal())
+    if (!isReal())
         std::snprintf(text, sizeof(text), "%lld", static_cast<long long>(m_integer));
     else
         std::snprintf(text, sizeof(text), "%.*g", m_type == kCFNumberFloat32Type ? 7 : 15, m_real);
@@ -199,8 +199,8 @@ class BooleanValue final : public Object {
 public:
     explicit BooleanValue(bool value) : Object(TypeID::Boolean, Life::Constant), m_value(value) {}
 
-    bool Value() const { return m_value; }
-    std::u16string Description() const override { return m_value ? u"true" : u"false"; }
+    bool value() const { return m_value; }
+    std::u16string description() const override { return m_value ? u"true" : u"false"; }
 
 private:
     const bool m_value;
@@ -220,7 +220,7 @@ CFTypeID CFBooleanGetTypeID() {
 }
 
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {
-    return boolean->Value();
+    return boolean->value();
 }
 
 CFTypeID CFNumberGetTypeID() {
@@ -228,21 +228,21 @@ CFTypeID CFNumberGetTypeID() {
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* valuePtr) {
-    return HandOver(Number::Make(theType, valuePtr));
+    return handOver(Number::make(theType, valuePtr));
 }
 
 CFNumberType CFNumberGetType(CFNumberRef number) {
-    return number->NumberType();
+    return number->numberType();
 }
 
 Boolean CFNumberIsFloatType(CFNumberRef number) {
-    return number->IsReal();
+    return number->isReal();
 }
 
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr) {
-    return number->Get(theType, valuePtr);
+    return number->get(theType, valuePtr);
 }
 
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void*) {
-    return number->CompareTo(*otherNumber);
+    return number->compareTo(*otherNumber);
 }

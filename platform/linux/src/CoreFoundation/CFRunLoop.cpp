@@ -19,50 +19,50 @@ namespace {
 /// Longer than this is for ever.
 const CFTimeInterval LONGEST_WAIT = 1.0e9;
 
-std::mutex& MembershipLock() {
+std::mutex& membershipLock() {
     static std::mutex& lock = *new std::mutex;
     return lock;
 }
 
-bool IsCommonModes(const std::u16string& mode) {
-    return mode == kCFRunLoopCommonModes->Units();
+bool isCommonModes(const std::u16string& mode) {
+    return mode == kCFRunLoopCommonModes->units();
 }
 
 /// Whether a source added under `added` is served by a run in `mode`.
-bool Serves(const std::u16string& added, const std::u16string& mode) {
-    return added == mode || (IsCommonModes(added) && mode == kCFRunLoopDefaultMode->Units());
+bool serves(const std::u16string& added, const std::u16string& mode) {
+    return added == mode || (isCommonModes(added) && mode == kCFRunLoopDefaultMode->units());
 }
 
 } // namespace
 
 WakeUp::WakeUp() : m_descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (!IsOpen())
-        Report("CoreFoundation: no descriptor to wake up a run loop by: %s", std::strerror(errno));
+    if (!isOpen())
+        report("CoreFoundation: no descriptor to wake up a run loop by: %s", std::strerror(errno));
 }
 
 WakeUp::~WakeUp() {
-    if (IsOpen())
+    if (isOpen())
         close(m_descriptor);
 }
 
-void WakeUp::Signal() const {
+void WakeUp::signal() const {
     const std::uint64_t one = 1;
     // The only failure left is a full counter, and then it is readable anyway.
     [[maybe_unused]] const ssize_t written = write(m_descriptor, &one, sizeof(one));
 }
 
-void WakeUp::Clear() const {
+void WakeUp::clear() const {
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t got = read(m_descriptor, &count, sizeof(count));
 }
 
-void RunLoopSource::Invalidate() {
-    const Owned<RunLoopSource> keepAlive = Owned<RunLoopSource>::Share(this);
+void RunLoopSource::invalidate() {
+    const Owned<RunLoopSource> keepAlive = Owned<RunLoopSource>::share(this);
     std::vector<Owned<RunLoopSource>> removed; // released after the lock is
-    const std::lock_guard<std::mutex> lock(MembershipLock());
+    const std::lock_guard<std::mutex> lock(membershipLock());
     m_isValid = false;
     for (RunLoop* loop : m_loops)
-        loop->TakeOut(*this, nullptr, removed);
+        loop->takeOut(*this, nullptr, removed);
     m_loops.clear();
 }
 
@@ -70,14 +70,14 @@ void RunLoopSource::Invalidate() {
 class RunLoop::ActivationScope {
 public:
     explicit ActivationScope(RunLoop& loop) : m_loop(loop) {
-        const std::lock_guard<std::mutex> lock(MembershipLock());
+        const std::lock_guard<std::mutex> lock(membershipLock());
         activation.outer = m_loop.m_innermost;
         m_loop.m_innermost = &activation;
     }
     ActivationScope(const ActivationScope&) = delete;
     ActivationScope& operator=(const ActivationScope&) = delete;
     ~ActivationScope() {
-        const std::lock_guard<std::mutex> lock(MembershipLock());
+        const std::lock_guard<std::mutex> lock(membershipLock());
         m_loop.m_innermost = activation.outer;
     }
 
@@ -91,7 +91,7 @@ RunLoop::RunLoop() : Object(TypeID::RunLoop, Life::OfThread) {}
 
 RunLoop::~RunLoop() {
     std::vector<Membership> released; // after the lock is
-    const std::lock_guard<std::mutex> lock(MembershipLock());
+    const std::lock_guard<std::mutex> lock(membershipLock());
     released.swap(m_memberships);
     for (const Membership& membership : released) {
         std::vector<RunLoop*>& loops = membership.source->m_loops;
@@ -102,7 +102,7 @@ RunLoop::~RunLoop() {
 /// The main thread's loop stays until the process is gone. A signal handler may end the process while this
 /// thread, or the one interrupted, holds the membership lock, which a loop's end has to take.
 struct RunLoop::OfThread {
-    RunLoop* const loop = HandOver(std::make_unique<RunLoop>());
+    RunLoop* const loop = handOver(std::make_unique<RunLoop>());
 
     ~OfThread() {
         const bool isMainThread = ::syscall(SYS_gettid) == ::getpid();
@@ -111,70 +111,70 @@ struct RunLoop::OfThread {
     }
 };
 
-RunLoop& RunLoop::Current() {
+RunLoop& RunLoop::current() {
     thread_local const OfThread current;
     return *current.loop;
 }
 
-void RunLoop::Add(RunLoopSource& source, const std::u16string& mode) {
+void RunLoop::add(RunLoopSource& source, const std::u16string& mode) {
     {
-        const std::lock_guard<std::mutex> lock(MembershipLock());
+        const std::lock_guard<std::mutex> lock(membershipLock());
         const auto isSame = [&](const Membership& other) {
-            return other.source.Get() == &source && other.mode == mode;
+            return other.source.get() == &source && other.mode == mode;
         };
-        if (!source.IsValid() || std::any_of(m_memberships.begin(), m_memberships.end(), isSame))
+        if (!source.isValid() || std::any_of(m_memberships.begin(), m_memberships.end(), isSame))
             return;
-        m_memberships.push_back({Owned<RunLoopSource>::Share(&source), mode});
+        m_memberships.push_back({Owned<RunLoopSource>::share(&source), mode});
         source.m_loops.push_back(this);
     }
-    Wake();
+    wake();
 }
 
-void RunLoop::Remove(RunLoopSource& source, const std::u16string& mode) {
+void RunLoop::remove(RunLoopSource& source, const std::u16string& mode) {
     std::vector<Owned<RunLoopSource>> removed; // released after the lock is
-    const std::lock_guard<std::mutex> lock(MembershipLock());
-    TakeOut(source, &mode, removed);
+    const std::lock_guard<std::mutex> lock(membershipLock());
+    takeOut(source, &mode, removed);
     for (std::size_t count = 0; count < removed.size(); ++count)
         source.m_loops.erase(std::find(source.m_loops.begin(), source.m_loops.end(), this));
 }
 
-void RunLoop::TakeOut(const RunLoopSource& source, const std::u16string* mode,
+void RunLoop::takeOut(const RunLoopSource& source, const std::u16string* mode,
                       std::vector<Owned<RunLoopSource>>& removed) {
     for (auto membership = m_memberships.begin(); membership != m_memberships.end();) {
-        if (membership->source.Get() != &source || (mode && membership->mode != *mode)) {
+        if (membership->source.get() != &source || (mode && membership->mode != *mode)) {
             ++membership;
             continue;
         }
         removed.push_back(std::move(membership->source));
         membership = m_memberships.erase(membership);
     }
-    Wake();
+    wake();
 }
 
-bool RunLoop::Contains(const RunLoopSource& source, const std::u16string& mode) const {
-    const std::lock_guard<std::mutex> lock(MembershipLock());
+bool RunLoop::contains(const RunLoopSource& source, const std::u16string& mode) const {
+    const std::lock_guard<std::mutex> lock(membershipLock());
     return std::any_of(m_memberships.begin(), m_memberships.end(), [&](const Membership& membership) {
-        return membership.source.Get() == &source && Serves(membership.mode, mode);
+        return membership.source.get() == &source && serves(membership.mode, mode);
     });
 }
 
-std::vector<Owned<RunLoopSource>> RunLoop::SourcesIn(const std::u16string& mode) const {
+std::vector<Owned<RunLoopSource>> RunLoop::sourcesIn(const std::u16string& mode) const {
     std::vector<Owned<RunLoopSource>> sources;
-    const std::lock_guard<std::mutex> lock(MembershipLock());
+    const std::lock_guard<std::mutex> lock(membershipLock());
     for (const Membership& membership : m_memberships) {
-        const auto isSame = [&](const auto& other) { return other.Get() == membership.source.Get(); };
-        if (Serves(membership.mode, mode) && std::none_of(sources.begin(), sources.end(), isSame))
+        const auto isSame = [&](const auto& other) { return other.get() == membership.source.get(); };
+        if (serves(membership.mode, mode) && std::none_of(sources.begin(), sources.end(), isSame))
             sources.push_back(membership.source);
     }
     return sources;
 }
 
-bool RunLoop::IsStopped(const Activation& activation) const {
-    const std::lock_guard<std::mutex> lock(MembershipLock());
+bool RunLoop::isStopped(const Activation& activation) const {
+    const std::lock_guard<std::mutex> lock(membershipLock());
     return activation.isStopped;
 }
 
-void RunLoop::Sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline) {
+void RunLoop::sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline) {
     timespec timeout{};
     if (deadline) {
         const auto left = std::max(*deadline - Clock::now(), Clock::duration::zero());
@@ -192,17 +192,17 @@ void RunLoop::Sleep(std::vector<pollfd>& descriptors, const Clock::time_point* d
         descriptor.revents = 0;
 }
 
-bool RunLoop::DeliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
+bool RunLoop::deliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
                            const Activation& activation, const Clock::time_point* deadline, bool onlyOne) {
-    std::vector<pollfd> descriptors{{m_wakeUp.Descriptor(), POLLIN, 0}};
+    std::vector<pollfd> descriptors{{m_wakeUp.descriptor(), POLLIN, 0}};
     std::vector<std::size_t> ends;
     for (const auto& source : sources) {
-        source->AppendDescriptors(descriptors);
+        source->appendDescriptors(descriptors);
         ends.push_back(descriptors.size());
     }
-    Sleep(descriptors, deadline);
+    sleep(descriptors, deadline);
     if (descriptors[0].revents != 0)
-        m_wakeUp.Clear();
+        m_wakeUp.clear();
     bool handled = false;
     std::size_t next = 1;
     for (std::size_t index = 0; index < sources.size(); ++index) {
@@ -210,45 +210,45 @@ bool RunLoop::DeliverReady(const std::vector<Owned<RunLoopSource>>& sources, con
         for (; next < ends[index]; ++next)
             isReady = isReady || descriptors[next].revents != 0;
         // A callback may have taken out the sources after its own.
-        if (!isReady || !Contains(*sources[index].Get(), mode))
+        if (!isReady || !contains(*sources[index].get(), mode))
             continue;
-        handled = sources[index]->Deliver() || handled;
-        if ((handled && onlyOne) || IsStopped(activation))
+        handled = sources[index]->deliver() || handled;
+        if ((handled && onlyOne) || isStopped(activation))
             break;
     }
     return handled;
 }
 
-CFRunLoopRunResult RunLoop::Run(const std::u16string& mode, CFTimeInterval seconds,
+CFRunLoopRunResult RunLoop::run(const std::u16string& mode, CFTimeInterval seconds,
                                 bool returnAfterSourceHandled) {
-    if (IsCommonModes(mode))
+    if (isCommonModes(mode))
         return kCFRunLoopRunFinished;
     const bool isLimited = seconds < LONGEST_WAIT;
     const auto wait = std::chrono::duration<double>(isLimited ? std::max(seconds, 0.0) : 0.0);
     const Clock::time_point deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(wait);
     ActivationScope scope(*this);
     for (;;) {
-        const auto sources = SourcesIn(mode);
+        const auto sources = sourcesIn(mode);
         if (sources.empty())
             return kCFRunLoopRunFinished;
-        const bool handled = DeliverReady(sources, mode, scope.activation, isLimited ? &deadline : nullptr,
+        const bool handled = deliverReady(sources, mode, scope.activation, isLimited ? &deadline : nullptr,
                                           returnAfterSourceHandled);
         if (handled && returnAfterSourceHandled)
             return kCFRunLoopRunHandledSource;
-        if (IsStopped(scope.activation))
+        if (isStopped(scope.activation))
             return kCFRunLoopRunStopped;
         if (isLimited && Clock::now() >= deadline)
             return kCFRunLoopRunTimedOut;
     }
 }
 
-void RunLoop::Stop() {
+void RunLoop::stop() {
     {
-        const std::lock_guard<std::mutex> lock(MembershipLock());
+        const std::lock_guard<std::mutex> lock(membershipLock());
         if (m_innermost)
             m_innermost->isStopped = true;
     }
-    Wake();
+    wake();
 }
 
 } // namespace LinuxPlatform
@@ -260,40 +260,40 @@ CFTypeID CFRunLoopGetTypeID() {
 }
 
 CFRunLoopRef CFRunLoopGetCurrent() {
-    return &RunLoop::Current();
+    return &RunLoop::current();
 }
 
 void CFRunLoopRun() {
-    RunLoop::Current().Run(kCFRunLoopDefaultMode->Units(), LONGEST_WAIT, false);
+    RunLoop::current().run(kCFRunLoopDefaultMode->units(), LONGEST_WAIT, false);
 }
 
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                       Boolean returnAfterSourceHandled) {
-    return RunLoop::Current().Run(mode->Units(), seconds, returnAfterSourceHandled);
+    return RunLoop::current().run(mode->units(), seconds, returnAfterSourceHandled);
 }
 
 Boolean CFRunLoopIsWaiting(CFRunLoopRef loop) {
-    return loop->IsWaiting();
+    return loop->isWaiting();
 }
 
 void CFRunLoopWakeUp(CFRunLoopRef loop) {
-    loop->Wake();
+    loop->wake();
 }
 
 void CFRunLoopStop(CFRunLoopRef loop) {
-    loop->Stop();
+    loop->stop();
 }
 
 Boolean CFRunLoopContainsSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-    return loop->Contains(*source, mode->Units());
+    return loop->contains(*source, mode->units());
 }
 
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-    loop->Add(*source, mode->Units());
+    loop->add(*source, mode->units());
 }
 
 void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-    loop->Remove(*source, mode->Units());
+    loop->remove(*source, mode->units());
 }
 
 CFTypeID CFRunLoopSourceGetTypeID() {
@@ -301,9 +301,9 @@ CFTypeID CFRunLoopSourceGetTypeID() {
 }
 
 void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
-    source->Invalidate();
+    source->invalidate();
 }
 
 Boolean CFRunLoopSourceIsValid(CFRunLoopSourceRef source) {
-    return source->IsValid();
+    return source->isValid();
 }

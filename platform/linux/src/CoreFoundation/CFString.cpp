@@ -14,29 +14,29 @@ namespace {
 
 const std::size_t NO_LIMIT = std::numeric_limits<std::size_t>::max();
 
-CFStringRef NewString(std::u16string units) {
-    return HandOver(std::make_unique<String>(std::move(units)));
+CFStringRef newString(std::u16string units) {
+    return handOver(std::make_unique<String>(std::move(units)));
 }
 
-CFStringRef Decoded(std::string_view bytes, CFStringEncoding encoding, bool external) {
-    std::optional<std::u16string> units = DecodeText(bytes, encoding, external);
-    return units ? NewString(std::move(*units)) : nullptr;
+CFStringRef decoded(std::string_view bytes, CFStringEncoding encoding, bool external) {
+    std::optional<std::u16string> units = decodeText(bytes, encoding, external);
+    return units ? newString(std::move(*units)) : nullptr;
 }
 
 /// Texts of CFSTR by their literals.
 class ConstantTexts {
 public:
-    static ConstantTexts& Get() {
+    static ConstantTexts& get() {
         static ConstantTexts& texts = *new ConstantTexts;
         return texts;
     }
 
-    CFStringRef Text(const char* literal) {
+    CFStringRef text(const char* literal) {
         const std::lock_guard<std::mutex> lock(m_lock);
         std::unique_ptr<const String>& text = m_texts[literal];
         if (!text)
             text = std::make_unique<const String>(
-                DecodeText(literal, kCFStringEncodingUTF8, false).value_or(std::u16string()),
+                decodeText(literal, kCFStringEncodingUTF8, false).value_or(std::u16string()),
                 Object::Life::Constant);
         return text.get();
     }
@@ -47,18 +47,18 @@ private:
 };
 
 /// Simple folding, enough for the keys and paths that are compared here.
-char16_t FoldCase(char16_t unit) {
+char16_t foldCase(char16_t unit) {
     const bool isUpperAscii = unit >= u'A' && unit <= u'Z';
     const bool isUpperLatin1 = unit >= 0xC0 && unit <= 0xDE && unit != 0xD7;
     return isUpperAscii || isUpperLatin1 ? static_cast<char16_t>(unit + 0x20) : unit;
 }
 
-std::u16string Folded(std::u16string units) {
-    std::transform(units.begin(), units.end(), units.begin(), FoldCase);
+std::u16string folded(std::u16string units) {
+    std::transform(units.begin(), units.end(), units.begin(), foldCase);
     return units;
 }
 
-bool IsInside(CFRange range, const std::u16string& units) {
+bool isInside(CFRange range, const std::u16string& units) {
     const auto size = static_cast<CFIndex>(units.size());
     return range.location >= 0 && range.length >= 0 && range.location <= size &&
            range.length <= size - range.location;
@@ -66,18 +66,18 @@ bool IsInside(CFRange range, const std::u16string& units) {
 
 } // namespace
 
-CFStringRef ConstantString(const char* literal) {
-    return ConstantTexts::Get().Text(literal);
+CFStringRef constantString(const char* literal) {
+    return ConstantTexts::get().text(literal);
 }
 
-CFStringRef MakeString(std::string_view text) {
-    if (CFStringRef decoded = Decoded(text, kCFStringEncodingUTF8, false))
-        return decoded;
-    return Decoded(text, kCFStringEncodingISOLatin1, false);
+CFStringRef makeString(std::string_view text) {
+    if (CFStringRef fromUtf8 = decoded(text, kCFStringEncodingUTF8, false))
+        return fromUtf8;
+    return decoded(text, kCFStringEncodingISOLatin1, false);
 }
 
-std::string TextOf(CFStringRef text) {
-    return ToUtf8(text->Units());
+std::string textOf(CFStringRef text) {
+    return toUtf8(text->units());
 }
 
 } // namespace LinuxPlatform
@@ -89,7 +89,7 @@ CFTypeID CFStringGetTypeID() {
 }
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* text, CFStringEncoding encoding) {
-    return text ? Decoded(text, encoding, false) : nullptr;
+    return text ? decoded(text, encoding, false) : nullptr;
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes,
@@ -97,11 +97,11 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
     if (numBytes < 0 || (!bytes && numBytes > 0))
         return nullptr;
     const std::string_view view(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(numBytes));
-    return Decoded(view, encoding, isExternalRepresentation);
+    return decoded(view, encoding, isExternalRepresentation);
 }
 
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* units, CFIndex count) {
-    return count < 0 ? nullptr : NewString(std::u16string(units, units + count));
+    return count < 0 ? nullptr : newString(std::u16string(units, units + count));
 }
 
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef text) {
@@ -120,20 +120,20 @@ CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, const Dictionary*
 
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, const Dictionary*, CFStringRef format,
                                                  va_list arguments) {
-    return NewString(FormatText(format->Units(), arguments));
+    return newString(formatText(format->units(), arguments));
 }
 
 CFIndex CFStringGetLength(CFStringRef text) {
-    return static_cast<CFIndex>(text->Units().size());
+    return static_cast<CFIndex>(text->units().size());
 }
 
 UniChar CFStringGetCharacterAtIndex(CFStringRef text, CFIndex index) {
-    if (!IsInside(CFRangeMake(index, 1), text->Units())) {
-        Complain("CoreFoundation: index %ld is outside of a text of %ld units", index,
+    if (!isInside(CFRangeMake(index, 1), text->units())) {
+        complain("CoreFoundation: index %ld is outside of a text of %ld units", index,
                  CFStringGetLength(text));
         return 0;
     }
-    return text->Units()[static_cast<std::size_t>(index)];
+    return text->units()[static_cast<std::size_t>(index)];
 }
 
 CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
@@ -141,16 +141,16 @@ CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encod
                          CFIndex* usedBufLen) {
     if (usedBufLen)
         *usedBufLen = 0;
-    if (!IsInside(range, text->Units())) {
-        Complain("CoreFoundation: range %ld+%ld is outside of a text of %ld units", range.location,
+    if (!isInside(range, text->units())) {
+        complain("CoreFoundation: range %ld+%ld is outside of a text of %ld units", range.location,
                  range.length, CFStringGetLength(text));
         return 0;
     }
     const std::u16string_view units =
-        std::u16string_view(text->Units())
+        std::u16string_view(text->units())
             .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length));
     const std::size_t limit = buffer ? static_cast<std::size_t>(std::max<CFIndex>(maxBufLen, 0)) : NO_LIMIT;
-    const EncodedText encoded = EncodeText(units, encoding, lossByte, isExternalRepresentation, limit);
+    const EncodedText encoded = encodeText(units, encoding, lossByte, isExternalRepresentation, limit);
     if (buffer && !encoded.bytes.empty())
         std::memcpy(buffer, encoded.bytes.data(), encoded.bytes.size());
     if (usedBufLen)
@@ -162,16 +162,16 @@ Boolean CFStringGetCString(CFStringRef text, char* buffer, CFIndex bufferSize, C
     if (!buffer || bufferSize <= 0)
         return FALSE;
     const auto limit = static_cast<std::size_t>(bufferSize) - 1;
-    const EncodedText encoded = EncodeText(text->Units(), encoding, 0, false, limit);
+    const EncodedText encoded = encodeText(text->units(), encoding, 0, false, limit);
     buffer[0] = '\0';
-    if (encoded.unitsRead < text->Units().size() || !FindEncoding(encoding))
+    if (encoded.unitsRead < text->units().size() || !findEncoding(encoding))
         return FALSE;
     std::memcpy(buffer, encoded.bytes.c_str(), encoded.bytes.size() + 1);
     return TRUE;
 }
 
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
-    const TextEncoding* known = FindEncoding(encoding);
+    const TextEncoding* known = findEncoding(encoding);
     if (!known || length < 0 || length > std::numeric_limits<CFIndex>::max() / known->bytesPerUnit)
         return kCFNotFound;
     return length * known->bytesPerUnit;
@@ -179,25 +179,25 @@ CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encod
 
 CFComparisonResult CFStringCompare(CFStringRef text1, CFStringRef text2, CFStringCompareFlags options) {
     const bool foldCase = options & kCFCompareCaseInsensitive;
-    const int order = foldCase ? Folded(text1->Units()).compare(Folded(text2->Units()))
-                               : text1->Units().compare(text2->Units());
+    const int order = foldCase ? folded(text1->units()).compare(folded(text2->units()))
+                               : text1->units().compare(text2->units());
     if (order == 0)
         return kCFCompareEqualTo;
     return order < 0 ? kCFCompareLessThan : kCFCompareGreaterThan;
 }
 
 CFStringEncoding CFStringConvertNSStringEncodingToEncoding(unsigned long encoding) {
-    const TextEncoding* known = FindFoundationEncoding(encoding);
+    const TextEncoding* known = findFoundationEncoding(encoding);
     return known ? known->number : kCFStringEncodingInvalidId;
 }
 
 unsigned long CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding) {
-    const TextEncoding* known = FindEncoding(encoding);
+    const TextEncoding* known = findEncoding(encoding);
     return known ? known->foundationNumber : kCFStringEncodingInvalidId;
 }
 
 Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding) {
-    return FindEncoding(encoding) != nullptr;
+    return findEncoding(encoding) != nullptr;
 }
 
 CFStringEncoding CFStringGetSystemEncoding() {

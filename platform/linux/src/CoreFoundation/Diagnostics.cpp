@@ -9,9 +9,9 @@
 namespace LinuxPlatform {
 namespace {
 
-std::atomic<std::size_t> complaintCount{0};
+std::atomic<std::size_t> complaints{0};
 
-__attribute__((format(printf, 1, 0))) void Print(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) void print(const char* format, va_list arguments) {
     char line[512];
     const int needed = std::vsnprintf(line, sizeof(line) - 1, format, arguments);
     if (needed < 0)
@@ -24,23 +24,23 @@ __attribute__((format(printf, 1, 0))) void Print(const char* format, va_list arg
 
 } // namespace
 
-void Report(const char* format, ...) {
+void report(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    Print(format, arguments);
+    print(format, arguments);
     va_end(arguments);
 }
 
-void Complain(const char* format, ...) {
-    complaintCount.fetch_add(1, std::memory_order_relaxed);
+void complain(const char* format, ...) {
+    complaints.fetch_add(1, std::memory_order_relaxed);
     va_list arguments;
     va_start(arguments, format);
-    Print(format, arguments);
+    print(format, arguments);
     va_end(arguments);
 }
 
-std::size_t ComplaintCount() {
-    return complaintCount.load(std::memory_order_relaxed);
+std::size_t complaintCount() {
+    return complaints.load(std::memory_order_relaxed);
 }
 
 } // namespace LinuxPlatform

@@ -8,11 +8,11 @@
 namespace LinuxPlatform {
 
 /// Says something that the user or support should know. Any thread.
-void Report(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void report(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Says that a caller has broken a rule of the interface, and counts it. Any thread.
-void Complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-std::size_t ComplaintCount();
+std::size_t complaintCount();
 
 } // namespace LinuxPlatform

@@ -15,21 +15,21 @@ public:
         : Object(TypeID::Number, Life::Counted), m_type(type), m_real(value) {}
 
     /// nullptr for a type that does not exist.
-    static std::unique_ptr<Number> Make(CFNumberType type, const void* value);
+    static std::unique_ptr<Number> make(CFNumberType type, const void* value);
 
-    CFNumberType NumberType() const { return m_type; }
-    bool IsReal() const;
+    CFNumberType numberType() const { return m_type; }
+    bool isReal() const;
 
     /// As CFNumberGetValue.
-    bool Get(CFNumberType type, void* value) const;
-    bool GetInteger(std::int64_t& value) const;
-    CFComparisonResult CompareTo(const Number& other) const;
+    bool get(CFNumberType type, void* value) const;
+    bool getInteger(std::int64_t& value) const;
+    CFComparisonResult compareTo(const Number& other) const;
 
-    bool IsEqualTo(const Object& other) const override {
-        return CompareTo(static_cast<const Number&>(other)) == kCFCompareEqualTo;
+    bool isEqualTo(const Object& other) const override {
+        return compareTo(static_cast<const Number&>(other)) == kCFCompareEqualTo;
     }
-    CFHashCode Hash() const override;
-    std::u16string Description() const override;
+    CFHashCode hash() const override;
+    std::u16string description() const override;
 
 private:
     const CFNumberType m_type;

@@ -17,48 +17,48 @@ namespace LinuxPlatform {
 class LiveObjectList {
 public:
     /// Outlives every static object, for these may release theirs at exit.
-    static LiveObjectList& Get() {
+    static LiveObjectList& get() {
         static LiveObjectList& list = *new LiveObjectList;
         return list;
     }
 
-    void Add(const Object& object) {
+    void add(const Object& object) {
         const std::lock_guard<std::mutex> lock(m_lock);
         m_objects.insert(&object);
         if (object.m_life == Object::Life::Counted)
             ++m_counted;
     }
 
-    void Remove(const Object& object) {
+    void remove(const Object& object) {
         const std::lock_guard<std::mutex> lock(m_lock);
-        Erase(object);
+        erase(object);
     }
 
-    bool Retain(CFTypeRef cf) {
+    bool retain(CFTypeRef cf) {
         const std::lock_guard<std::mutex> lock(m_lock);
-        const Object* object = Find(cf);
+        const Object* object = find(cf);
         if (object && object->m_life != Object::Life::Constant)
             ++object->m_owners;
         return object;
     }
 
     /// `last` receives the object when this was its last owner; it is off the list then.
-    bool Release(CFTypeRef cf, std::unique_ptr<const Object>& last) {
+    bool release(CFTypeRef cf, std::unique_ptr<const Object>& last) {
         const std::lock_guard<std::mutex> lock(m_lock);
-        const Object* object = Find(cf);
+        const Object* object = find(cf);
         if (!object)
             return false;
         if (object->m_life != Object::Life::Constant && --object->m_owners == 0) {
-            Erase(*object);
+            erase(*object);
             last.reset(object);
         }
         return true;
     }
 
     /// 0 for what is no object.
-    CFIndex Owners(CFTypeRef cf) {
+    CFIndex owners(CFTypeRef cf) {
         const std::lock_guard<std::mutex> lock(m_lock);
-        const Object* object = Find(cf);
+        const Object* object = find(cf);
         if (!object)
             return 0;
         return object->m_life == Object::Life::Constant ? std::numeric_limits<CFIndex>::max()
@@ -71,12 +71,12 @@ public:
     }
 
 private:
-    const Object* Find(CFTypeRef cf) const {
+    const Object* find(CFTypeRef cf) const {
         const auto object = m_objects.find(static_cast<const Object*>(cf));
         return object == m_objects.end() ? nullptr : *object;
     }
 
-    void Erase(const Object& object) {
+    void erase(const Object& object) {
         if (m_objects.erase(&object) != 0 && object.m_life == Object::Life::Counted)
             --m_counted;
     }
@@ -87,50 +87,50 @@ private:
 };
 
 Object::Object(TypeID type, Life life) : m_type(type), m_life(life) {
-    LiveObjectList::Get().Add(*this);
+    LiveObjectList::get().add(*this);
 }
 
 Object::~Object() {
-    LiveObjectList::Get().Remove(*this);
+    LiveObjectList::get().remove(*this);
 }
 
-CFHashCode Object::Hash() const {
+CFHashCode Object::hash() const {
     return std::hash<const Object*>()(this);
 }
 
-std::u16string Object::Description() const {
+std::u16string Object::description() const {
     return u"<object>";
 }
 
-std::size_t LiveObjectCount() {
-    return LiveObjectList::Get().Counted();
+std::size_t liveObjectCount() {
+    return LiveObjectList::get().Counted();
 }
 
 } // namespace LinuxPlatform
 
-using LinuxPlatform::Complain;
+using LinuxPlatform::complain;
 using LinuxPlatform::LiveObjectList;
 using LinuxPlatform::Object;
-using LinuxPlatform::ObjectOf;
+using LinuxPlatform::objectOf;
 
 CFTypeRef CFRetain(CFTypeRef cf) {
-    if (!LiveObjectList::Get().Retain(cf))
-        Complain("CoreFoundation: CFRetain of %p, which is no live object", cf);
+    if (!LiveObjectList::get().retain(cf))
+        complain("CoreFoundation: CFRetain of %p, which is no live object", cf);
     return cf;
 }
 
 void CFRelease(CFTypeRef cf) {
     std::unique_ptr<const Object> last;
-    if (!LiveObjectList::Get().Release(cf, last))
-        Complain("CoreFoundation: CFRelease of %p, which is no live object: released too often?", cf);
+    if (!LiveObjectList::get().release(cf, last))
+        complain("CoreFoundation: CFRelease of %p, which is no live object: released too often?", cf);
 }
 
 CFIndex CFGetRetainCount(CFTypeRef cf) {
-    return LiveObjectList::Get().Owners(cf);
+    return LiveObjectList::get().owners(cf);
 }
 
 CFTypeID CFGetTypeID(CFTypeRef cf) {
-    return static_cast<CFTypeID>(ObjectOf(cf).Type());
+    return static_cast<CFTypeID>(objectOf(cf).type());
 }
 
 Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2) {
@@ -138,11 +138,11 @@ Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2) {
         return TRUE;
     if (!cf1 || !cf2)
         return FALSE;
-    const Object& left = ObjectOf(cf1);
-    const Object& right = ObjectOf(cf2);
-    return left.Type() == right.Type() && left.IsEqualTo(right);
+    const Object& left = objectOf(cf1);
+    const Object& right = objectOf(cf2);
+    return left.type() == right.type() && left.isEqualTo(right);
 }
 
 CFHashCode CFHash(CFTypeRef cf) {
-    return ObjectOf(cf).Hash();
+    return objectOf(cf).hash();
 }

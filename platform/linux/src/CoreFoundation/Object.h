@@ -26,13 +26,13 @@ public:
     Object& operator=(const Object&) = delete;
     virtual ~Object();
 
-    TypeID Type() const { return m_type; }
+    TypeID type() const { return m_type; }
 
     /// `other` has the same type.
-    virtual bool IsEqualTo(const Object& other) const { return this == &other; }
-    virtual CFHashCode Hash() const;
+    virtual bool isEqualTo(const Object& other) const { return this == &other; }
+    virtual CFHashCode hash() const;
     /// What "%@" prints.
-    virtual std::u16string Description() const;
+    virtual std::u16string description() const;
 
 protected:
     /// The new object has one owner: whoever asked for it.
@@ -47,16 +47,16 @@ private:
 };
 
 /// Objects that clients still have to release.
-std::size_t LiveObjectCount();
+std::size_t liveObjectCount();
 
 /// The object behind a reference that a caller hands in.
-inline const Object& ObjectOf(CFTypeRef cf) {
+inline const Object& objectOf(CFTypeRef cf) {
     return *static_cast<const Object*>(cf);
 }
 
 /// Hands a new object over to a caller of the framework.
 template <class T>
-T* HandOver(std::unique_ptr<T> object) {
+T* handOver(std::unique_ptr<T> object) {
     return object.release();
 }
 
@@ -67,7 +67,7 @@ public:
     Owned() = default;
     /// Takes over a reference that the caller owns.
     explicit Owned(T* object) : m_object(object) {}
-    Owned(const Owned& other) : m_object(other.m_object) { Retain(); }
+    Owned(const Owned& other) : m_object(other.m_object) { retain(); }
     Owned(Owned&& other) noexcept : m_object(other.m_object) { other.m_object = nullptr; }
     Owned& operator=(Owned other) noexcept {
         std::swap(m_object, other.m_object);
@@ -79,18 +79,18 @@ public:
     }
 
     /// Shares an object that somebody else owns.
-    static Owned Share(T* object) {
+    static Owned share(T* object) {
         Owned shared(object);
-        shared.Retain();
+        shared.retain();
         return shared;
     }
 
-    T* Get() const { return m_object; }
+    T* get() const { return m_object; }
     T* operator->() const { return m_object; }
     explicit operator bool() const { return m_object != nullptr; }
 
 private:
-    void Retain() {
+    void retain() {
         if (m_object)
             CFRetain(m_object);
     }

@@ -27,10 +27,10 @@ public:
     ~WakeUp();
 
     /// False when the system had no descriptor left.
-    bool IsOpen() const { return m_descriptor >= 0; }
-    int Descriptor() const { return m_descriptor; }
-    void Signal() const;
-    void Clear() const;
+    bool isOpen() const { return m_descriptor >= 0; }
+    int descriptor() const { return m_descriptor; }
+    void signal() const;
+    void clear() const;
 
 private:
     const int m_descriptor;
@@ -41,14 +41,14 @@ class RunLoopSource : public Object {
 public:
     /// Adds the descriptors whose readability means that Deliver may have something to do. Asked before each
     /// sleep.
-    virtual void AppendDescriptors(std::vector<pollfd>& descriptors) const = 0;
+    virtual void appendDescriptors(std::vector<pollfd>& descriptors) const = 0;
 
     /// Calls at most one callback, on the thread of the loop; true when it has called one. What remains must
     /// keep a descriptor readable.
-    virtual bool Deliver() = 0;
+    virtual bool deliver() = 0;
 
-    void Invalidate();
-    bool IsValid() const { return m_isValid; }
+    void invalidate();
+    bool isValid() const { return m_isValid; }
 
 protected:
     RunLoopSource() : Object(TypeID::RunLoopSource, Life::Counted) {}
@@ -67,16 +67,16 @@ public:
     ~RunLoop() override;
 
     /// The calling thread's own.
-    static RunLoop& Current();
+    static RunLoop& current();
 
-    void Add(RunLoopSource& source, const std::u16string& mode);
-    void Remove(RunLoopSource& source, const std::u16string& mode);
-    bool Contains(const RunLoopSource& source, const std::u16string& mode) const;
+    void add(RunLoopSource& source, const std::u16string& mode);
+    void remove(RunLoopSource& source, const std::u16string& mode);
+    bool contains(const RunLoopSource& source, const std::u16string& mode) const;
 
-    CFRunLoopRunResult Run(const std::u16string& mode, CFTimeInterval seconds, bool returnAfterSourceHandled);
-    void Stop();
-    void Wake() { m_wakeUp.Signal(); }
-    bool IsWaiting() const { return m_isWaiting; }
+    CFRunLoopRunResult run(const std::u16string& mode, CFTimeInterval seconds, bool returnAfterSourceHandled);
+    void stop();
+    void wake() { m_wakeUp.signal(); }
+    bool isWaiting() const { return m_isWaiting; }
 
 private:
     friend class RunLoopSource;
@@ -95,13 +95,13 @@ private:
         std::u16string mode;
     };
 
-    std::vector<Owned<RunLoopSource>> SourcesIn(const std::u16string& mode) const;
-    bool IsStopped(const Activation& activation) const;
-    void Sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline);
-    bool DeliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
+    std::vector<Owned<RunLoopSource>> sourcesIn(const std::u16string& mode) const;
+    bool isStopped(const Activation& activation) const;
+    void sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline);
+    bool deliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
                       const Activation& activation, const Clock::time_point* deadline, bool onlyOne);
     /// Moves the memberships of a source, in one mode or in all, to `removed`. With the lock held.
-    void TakeOut(const RunLoopSource& source, const std::u16string* mode,
+    void takeOut(const RunLoopSource& source, const std::u16string* mode,
                  std::vector<Owned<RunLoopSource>>& removed);
 
     WakeUp m_wakeUp;

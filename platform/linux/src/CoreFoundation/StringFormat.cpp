@@ -9,10 +9,10 @@
 namespace LinuxPlatform {
 namespace {
 
-std::u16string FromNarrow(std::string_view text) {
-    std::optional<std::u16string> units = DecodeText(text, kCFStringEncodingUTF8, false);
+std::u16string fromNarrow(std::string_view text) {
+    std::optional<std::u16string> units = decodeText(text, kCFStringEncodingUTF8, false);
     if (!units)
-        units = DecodeText(text, kCFStringEncodingISOLatin1, false);
+        units = decodeText(text, kCFStringEncodingISOLatin1, false);
     return units.value_or(std::u16string());
 }
 
@@ -27,15 +27,15 @@ struct Conversion {
     std::string length;
     char16_t letter = 0;
 
-    std::string Printf() const { return "%" + flagsWidthPrecision + length + static_cast<char>(letter); }
-    std::string PrintfWithLength(const char* other) const {
+    std::string printf() const { return "%" + flagsWidthPrecision + length + static_cast<char>(letter); }
+    std::string printfWithLength(const char* other) const {
         return "%" + flagsWidthPrecision + other + static_cast<char>(letter);
     }
 };
 
 /// A negative width asks for left alignment, which its text does by itself; a negative precision counts as
 /// none.
-void AppendStar(int number, std::string& flagsWidthPrecision) {
+void appendStar(int number, std::string& flagsWidthPrecision) {
     const bool isPrecision = !flagsWidthPrecision.empty() && flagsWidthPrecision.back() == '.';
     if (isPrecision && number < 0)
         flagsWidthPrecision.pop_back();
@@ -43,12 +43,12 @@ void AppendStar(int number, std::string& flagsWidthPrecision) {
         flagsWidthPrecision += std::to_string(number);
 }
 
-Conversion ReadConversion(std::u16string_view format, std::size_t& position, Arguments& arguments) {
+Conversion readConversion(std::u16string_view format, std::size_t& position, Arguments& arguments) {
     Conversion conversion;
     const std::u16string_view flags = u"-+ #0.123456789*";
     for (; position < format.size() && flags.find(format[position]) != flags.npos; ++position) {
         if (format[position] == u'*')
-            AppendStar(va_arg(arguments.list, int), conversion.flagsWidthPrecision);
+            appendStar(va_arg(arguments.list, int), conversion.flagsWidthPrecision);
         else
             conversion.flagsWidthPrecision += static_cast<char>(format[position]);
     }
@@ -64,58 +64,58 @@ Conversion ReadConversion(std::u16string_view format, std::size_t& position, Arg
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 template <class T>
-std::u16string Print(const std::string& format, T argument) {
+std::u16string print(const std::string& format, T argument) {
     const int length = std::snprintf(nullptr, 0, format.c_str(), argument);
     if (length < 0)
         return {};
     std::vector<char> text(static_cast<std::size_t>(length) + 1);
     std::snprintf(text.data(), text.size(), format.c_str(), argument);
-    return FromNarrow(std::string_view(text.data(), static_cast<std::size_t>(length)));
+    return fromNarrow(std::string_view(text.data(), static_cast<std::size_t>(length)));
 }
 #pragma GCC diagnostic pop
 
-std::u16string PrintInteger(const Conversion& conversion, Arguments& arguments) {
+std::u16string printInteger(const Conversion& conversion, Arguments& arguments) {
     const std::string& length = conversion.length;
     if (length == "ll" || length == "q" || length == "L")
-        return Print(conversion.PrintfWithLength("ll"), va_arg(arguments.list, long long));
+        return print(conversion.printfWithLength("ll"), va_arg(arguments.list, long long));
     if (length == "l")
-        return Print(conversion.Printf(), va_arg(arguments.list, long));
+        return print(conversion.printf(), va_arg(arguments.list, long));
     if (length == "j")
-        return Print(conversion.Printf(), va_arg(arguments.list, intmax_t));
+        return print(conversion.printf(), va_arg(arguments.list, intmax_t));
     if (length == "z")
-        return Print(conversion.Printf(), va_arg(arguments.list, std::size_t));
+        return print(conversion.printf(), va_arg(arguments.list, std::size_t));
     if (length == "t")
-        return Print(conversion.Printf(), va_arg(arguments.list, std::ptrdiff_t));
-    return Print(conversion.Printf(), va_arg(arguments.list, int));
+        return print(conversion.printf(), va_arg(arguments.list, std::ptrdiff_t));
+    return print(conversion.printf(), va_arg(arguments.list, int));
 }
 
-std::u16string PrintReal(const Conversion& conversion, Arguments& arguments) {
+std::u16string printReal(const Conversion& conversion, Arguments& arguments) {
     if (conversion.length == "L")
-        return Print(conversion.Printf(), va_arg(arguments.list, long double));
-    return Print(conversion.PrintfWithLength(""), va_arg(arguments.list, double));
+        return print(conversion.printf(), va_arg(arguments.list, long double));
+    return print(conversion.printfWithLength(""), va_arg(arguments.list, double));
 }
 
-std::u16string PrintObject(Arguments& arguments) {
+std::u16string printObject(Arguments& arguments) {
     const CFTypeRef object = va_arg(arguments.list, CFTypeRef);
-    return object ? ObjectOf(object).Description() : std::u16string(u"(null)");
+    return object ? objectOf(object).description() : std::u16string(u"(null)");
 }
 
-std::u16string PrintText(const Conversion& conversion, Arguments& arguments) {
+std::u16string printText(const Conversion& conversion, Arguments& arguments) {
     const char* text = va_arg(arguments.list, const char*);
-    return Print(conversion.PrintfWithLength(""), text ? text : "(null)");
+    return print(conversion.printfWithLength(""), text ? text : "(null)");
 }
 
-std::u16string PrintConversion(const Conversion& conversion, Arguments& arguments) {
+std::u16string printConversion(const Conversion& conversion, Arguments& arguments) {
     switch (conversion.letter) {
     case u'@':
-        return PrintObject(arguments);
+        return printObject(arguments);
     case u'd':
     case u'i':
     case u'u':
     case u'o':
     case u'x':
     case u'X':
-        return PrintInteger(conversion, arguments);
+        return printInteger(conversion, arguments);
     case u'f':
     case u'F':
     case u'e':
@@ -124,15 +124,15 @@ std::u16string PrintConversion(const Conversion& conversion, Arguments& argument
     case u'G':
     case u'a':
     case u'A':
-        return PrintReal(conversion, arguments);
+        return printReal(conversion, arguments);
     case u'c':
         return std::u16string(1, static_cast<unsigned char>(va_arg(arguments.list, int)));
     case u'C':
         return std::u16string(1, static_cast<char16_t>(va_arg(arguments.list, int)));
     case u's':
-        return PrintText(conversion, arguments);
+        return printText(conversion, arguments);
     case u'p':
-        return Print(conversion.PrintfWithLength(""), va_arg(arguments.list, void*));
+        return print(conversion.printfWithLength(""), va_arg(arguments.list, void*));
     case u'n':
         static_cast<void>(va_arg(arguments.list, void*));
         return {};
@@ -145,7 +145,7 @@ std::u16string PrintConversion(const Conversion& conversion, Arguments& argument
 
 } // namespace
 
-std::u16string FormatText(std::u16string_view format, va_list arguments) {
+std::u16string formatText(std::u16string_view format, va_list arguments) {
     Arguments copy;
     va_copy(copy.list, arguments);
     std::u16string text;
@@ -155,8 +155,8 @@ std::u16string FormatText(std::u16string_view format, va_list arguments) {
             continue;
         }
         ++position;
-        const Conversion conversion = ReadConversion(format, position, copy);
-        text += PrintConversion(conversion, copy);
+        const Conversion conversion = readConversion(format, position, copy);
+        text += printConversion(conversion, copy);
     }
     va_end(copy.list);
     return text;

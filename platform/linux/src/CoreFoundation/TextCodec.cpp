@@ -47,14 +47,14 @@ public:
     Converter& operator=(const Converter&) = delete;
     ~Converter() {
         const std::lock_guard<std::mutex> lock(ms_openAndClose);
-        if (IsOpen())
+        if (isOpen())
             iconv_close(m_handle);
     }
 
-    bool IsOpen() const { return m_handle != Closed(); }
+    bool isOpen() const { return m_handle != Closed(); }
 
     /// Converts as much as it can; `input` shrinks to what is left, and the result is 0 or iconv's errno.
-    int Convert(std::string_view& input, char*& output, std::size_t& outputRoom) {
+    int convert(std::string_view& input, char*& output, std::size_t& outputRoom) {
         // iconv does not write to its input; only its C signature lacks the const.
         char* from = const_cast<char*>(input.data());
         std::size_t left = input.size();
@@ -76,12 +76,12 @@ private:
 
 std::mutex Converter::ms_openAndClose;
 
-bool IsAscii(std::string_view bytes) {
+bool isAscii(std::string_view bytes) {
     return std::all_of(bytes.begin(), bytes.end(),
                        [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-std::u16string Widen(std::string_view bytes) {
+std::u16string widen(std::string_view bytes) {
     std::u16string units;
     units.reserve(bytes.size());
     for (const char byte : bytes)
@@ -90,7 +90,7 @@ std::u16string Widen(std::string_view bytes) {
 }
 
 /// Obeys and removes a byte order mark; returns the iconv name to read the rest with.
-const char* TakeByteOrderMark(std::string_view& bytes, const TextEncoding& encoding) {
+const char* takeByteOrderMark(std::string_view& bytes, const TextEncoding& encoding) {
     struct Mark {
         CFStringEncoding encoding;
         std::string_view bytes;
@@ -112,52 +112,52 @@ const char* TakeByteOrderMark(std::string_view& bytes, const TextEncoding& encod
     return encoding.iconvName;
 }
 
-std::optional<std::u16string> Convert(std::string_view bytes, const char* iconvName) {
+std::optional<std::u16string> convert(std::string_view bytes, const char* iconvName) {
     Converter converter(HOST_UTF16, iconvName);
-    if (!converter.IsOpen())
+    if (!converter.isOpen())
         return std::nullopt;
     // No encoding here makes more than one unit of a byte.
     std::u16string units(bytes.size(), u'\0');
     char* output = reinterpret_cast<char*>(units.data());
     std::size_t room = units.size() * sizeof(char16_t);
-    if (converter.Convert(bytes, output, room) != 0)
+    if (converter.convert(bytes, output, room) != 0)
         return std::nullopt;
     units.resize(units.size() - room / sizeof(char16_t));
     return units;
 }
 
-bool IsHighSurrogate(char16_t unit) {
+bool isHighSurrogate(char16_t unit) {
     return unit >= 0xD800 && unit < 0xDC00;
 }
 
-bool IsLowSurrogate(char16_t unit) {
+bool isLowSurrogate(char16_t unit) {
     return unit >= 0xDC00 && unit < 0xE000;
 }
 
-std::size_t FirstCharacterLength(std::u16string_view units) {
-    return units.size() > 1 && IsHighSurrogate(units[0]) && IsLowSurrogate(units[1]) ? 2 : 1;
+std::size_t firstCharacterLength(std::u16string_view units) {
+    return units.size() > 1 && isHighSurrogate(units[0]) && isLowSurrogate(units[1]) ? 2 : 1;
 }
 
-bool IsPlain(CFStringEncoding encoding) {
+bool isPlain(CFStringEncoding encoding) {
     return encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1 ||
            encoding == kCFStringEncodingUTF8;
 }
 
-std::string_view BytesOf(std::u16string_view units) {
+std::string_view bytesOf(std::u16string_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
 }
 
 /// Copies leading ASCII characters, which look the same in the plain encodings.
-void EncodeAsciiPrefix(std::u16string_view units, std::size_t maxBytes, EncodedText& result) {
+void encodeAsciiPrefix(std::u16string_view units, std::size_t maxBytes, EncodedText& result) {
     while (result.unitsRead < units.size() && units[result.unitsRead] < 0x80 &&
            result.bytes.size() < maxBytes)
         result.bytes += static_cast<char>(units[result.unitsRead++]);
 }
 
-void EncodeByIconv(std::u16string_view units, const TextEncoding& encoding, UInt8 lossByte,
+void encodeByIconv(std::u16string_view units, const TextEncoding& encoding, UInt8 lossByte,
                    std::size_t maxBytes, EncodedText& result) {
     Converter converter(encoding.iconvName, HOST_UTF16);
-    if (!converter.IsOpen())
+    if (!converter.isOpen())
         return;
     while (result.unitsRead < units.size()) {
         const std::u16string_view rest = units.substr(result.unitsRead);
@@ -165,21 +165,21 @@ void EncodeByIconv(std::u16string_view units, const TextEncoding& encoding, UInt
         const auto bytesPerUnit = static_cast<std::size_t>(encoding.bytesPerUnit);
         const std::size_t room = std::min(maxBytes - start, rest.size() * bytesPerUnit);
         result.bytes.resize(start + room);
-        std::string_view input = BytesOf(rest);
+        std::string_view input = bytesOf(rest);
         char* output = result.bytes.data() + start;
         std::size_t roomLeft = room;
-        const int error = converter.Convert(input, output, roomLeft);
+        const int error = converter.convert(input, output, roomLeft);
         result.bytes.resize(start + room - roomLeft);
         result.unitsRead = units.size() - input.size() / sizeof(char16_t);
         // What is left begins with a character that the encoding lacks (or half of one), or no room remains.
         if (error == 0 || error == E2BIG || lossByte == 0 || result.bytes.size() >= maxBytes)
             return;
         result.bytes += static_cast<char>(lossByte);
-        result.unitsRead += FirstCharacterLength(units.substr(result.unitsRead));
+        result.unitsRead += firstCharacterLength(units.substr(result.unitsRead));
     }
 }
 
-void AppendByteOrderMark(CFStringEncoding encoding, std::size_t maxBytes, EncodedText& result) {
+void appendByteOrderMark(CFStringEncoding encoding, std::size_t maxBytes, EncodedText& result) {
     std::string mark;
     if (encoding == kCFStringEncodingUTF16)
         mark = LITTLE_ENDIAN_HOST ? "\xFF\xFE" : "\xFE\xFF";
@@ -191,50 +191,50 @@ void AppendByteOrderMark(CFStringEncoding encoding, std::size_t maxBytes, Encode
 
 } // namespace
 
-const TextEncoding* FindEncoding(CFStringEncoding number) {
+const TextEncoding* findEncoding(CFStringEncoding number) {
     const auto* found = std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS),
                                      [number](const TextEncoding& row) { return row.number == number; });
     return found == std::end(ENCODINGS) ? nullptr : found;
 }
 
-const TextEncoding* FindFoundationEncoding(unsigned long number) {
+const TextEncoding* findFoundationEncoding(unsigned long number) {
     const auto* found =
         std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS),
                      [number](const TextEncoding& row) { return row.foundationNumber == number; });
     return found == std::end(ENCODINGS) ? nullptr : found;
 }
 
-std::optional<std::u16string> DecodeText(std::string_view bytes, CFStringEncoding encoding, bool external) {
-    const TextEncoding* known = FindEncoding(encoding);
+std::optional<std::u16string> decodeText(std::string_view bytes, CFStringEncoding encoding, bool external) {
+    const TextEncoding* known = findEncoding(encoding);
     if (!known)
         return std::nullopt;
     // macOS reads an "ASCII" byte above 0x7F as the Unicode character of that number: that is ISO
     // Latin-1.
     if (encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1)
-        return Widen(bytes);
-    const char* iconvName = external ? TakeByteOrderMark(bytes, *known) : known->iconvName;
-    if (encoding == kCFStringEncodingUTF8 && IsAscii(bytes))
-        return Widen(bytes);
-    return Convert(bytes, iconvName);
+        return widen(bytes);
+    const char* iconvName = external ? takeByteOrderMark(bytes, *known) : known->iconvName;
+    if (encoding == kCFStringEncodingUTF8 && isAscii(bytes))
+        return widen(bytes);
+    return convert(bytes, iconvName);
 }
 
-EncodedText EncodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
+EncodedText encodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
                        std::size_t maxBytes) {
     EncodedText result;
-    const TextEncoding* known = FindEncoding(encoding);
+    const TextEncoding* known = findEncoding(encoding);
     if (!known)
         return result;
     if (external)
-        AppendByteOrderMark(encoding, maxBytes, result);
-    if (IsPlain(encoding))
-        EncodeAsciiPrefix(units, maxBytes, result);
+        appendByteOrderMark(encoding, maxBytes, result);
+    if (isPlain(encoding))
+        encodeAsciiPrefix(units, maxBytes, result);
     if (result.unitsRead < units.size() && result.bytes.size() < maxBytes)
-        EncodeByIconv(units, *known, lossByte, maxBytes, result);
+        encodeByIconv(units, *known, lossByte, maxBytes, result);
     return result;
 }
 
-std::string ToUtf8(std::u16string_view units) {
-    return EncodeText(units, kCFStringEncodingUTF8, '?', false, std::numeric_limits<std::size_t>::max())
+std::string toUtf8(std::u16string_view units) {
+    return encodeText(units, kCFStringEncodingUTF8, '?', false, std::numeric_limits<std::size_t>::max())
         .bytes;
 }
 

@@ -20,11 +20,11 @@ struct TextEncoding {
 };
 
 /// nullptr for an encoding that is not known.
-const TextEncoding* FindEncoding(CFStringEncoding number);
-const TextEncoding* FindFoundationEncoding(unsigned long number);
+const TextEncoding* findEncoding(CFStringEncoding number);
+const TextEncoding* findFoundationEncoding(unsigned long number);
 
 /// Nothing when the bytes are not valid, or the encoding is not known.
-std::optional<std::u16string> DecodeText(std::string_view bytes, CFStringEncoding encoding, bool external);
+std::optional<std::u16string> decodeText(std::string_view bytes, CFStringEncoding encoding, bool external);
 
 struct EncodedText {
     std::string bytes;
@@ -32,10 +32,10 @@ struct EncodedText {
 };
 
 /// Whole characters of `units`, in at most `maxBytes` bytes. `lossByte` as for CFStringGetBytes.
-EncodedText EncodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
+EncodedText encodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
                        std::size_t maxBytes);
 
 /// UTF-8 of a text; what has none (half a surrogate pair) becomes '?'.
-std::string ToUtf8(std::u16string_view units);
+std::string toUtf8(std::u16string_view units);
 
 } // namespace LinuxPlatform

@@ -26,7 +26,7 @@ static std::string absoluteFolderFromEnvironment(const char* variable) {
     while (folder.size() > 1 && folder.back() == '/')
         folder.pop_back();
     if (folder.size() > LONGEST_PATH - sizeof DATA_FOLDER_IN_HOME) {
-        Report("CoreServices: %s has %zu characters, which is too long for a folder; it does not count",
+        report("CoreServices: %s has %zu characters, which is too long for a folder; it does not count",
                variable, folder.size());
         return std::string();
     }
@@ -42,7 +42,7 @@ static std::string homeFolderOfUserDatabase() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : std::string();
 }
 
-std::string LinuxPlatform::HomeFolder() {
+std::string LinuxPlatform::homeFolder() {
     std::string home = absoluteFolderFromEnvironment("HOME");
     if (home.empty())
         home = homeFolderOfUserDatabase();
@@ -53,13 +53,13 @@ static std::string userDataFolder() {
     const std::string data = absoluteFolderFromEnvironment("XDG_DATA_HOME");
     if (!data.empty())
         return data;
-    const std::string home = HomeFolder();
+    const std::string home = homeFolder();
     return home.empty() ? home : home + DATA_FOLDER_IN_HOME;
 }
 
 /// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
 static size_t lengthOfHome(const std::string& data) {
-    const std::string home = HomeFolder();
+    const std::string home = homeFolder();
     return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
 }
 

@@ -26,7 +26,7 @@ static std::string readSmallRegularFile(const std::string& path) {
     if (S_ISREG(found.st_mode) && found.st_size <= static_cast<off_t>(INFO_PLIST_LIMIT))
         readBeginning(path, INFO_PLIST_LIMIT, O_NONBLOCK | O_NOCTTY, content);
     else
-        Report("CoreServices: %s is not read: it is no regular file of at most %d bytes", path.c_str(),
+        report("CoreServices: %s is not read: it is no regular file of at most %d bytes", path.c_str(),
                static_cast<int>(INFO_PLIST_LIMIT));
     return content;
 }

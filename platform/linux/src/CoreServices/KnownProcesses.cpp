@@ -142,7 +142,7 @@ int KnownProcesses::visitOthers(const Look& look) {
 
 void KnownProcesses::noteWhetherThereIsAList(bool isThere) {
     if (!isThere && m_isThere)
-        Report("CoreServices: %s does not show this process, so it tells of no other either; "
+        report("CoreServices: %s does not show this process, so it tells of no other either; "
                "no application will be started",
                processesFolder().c_str());
     m_isThere = isThere;

@@ -43,7 +43,7 @@ LaunchLock::LaunchLock(const std::string& file, std::chrono::milliseconds longes
         ::nanosleep(&pause, nullptr);
     }
     if (!isHeld())
-        Report("CoreServices: no lock for starting applications (%s: %s); another launcher may "
+        report("CoreServices: no lock for starting applications (%s: %s); another launcher may "
                "start the same one",
                m_path.c_str(), std::strerror(errno));
 }

@@ -28,7 +28,7 @@ const Derivation DERIVATIONS[] = {
     {ClassName::INTEREST_NOTIFICATION, "IOUserNotification"},
 };
 
-std::string_view BaseOf(std::string_view className) {
+std::string_view baseOf(std::string_view className) {
     const auto* found =
         std::find_if(std::begin(DERIVATIONS), std::end(DERIVATIONS),
                      [className](const Derivation& row) { return row.className == className; });
@@ -37,8 +37,8 @@ std::string_view BaseOf(std::string_view className) {
 
 } // namespace
 
-bool ClassConformsTo(std::string_view className, std::string_view ancestor) {
-    for (; !className.empty(); className = BaseOf(className)) {
+bool classConformsTo(std::string_view className, std::string_view ancestor) {
+    for (; !className.empty(); className = baseOf(className)) {
         if (className == ancestor)
             return true;
     }

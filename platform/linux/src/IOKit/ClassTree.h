@@ -21,6 +21,6 @@ inline constexpr char INTEREST_NOTIFICATION[] = "IOServiceMessageUserNotificatio
 } // namespace ClassName
 
 /// Whether `className` is `ancestor` or derives from it.
-bool ClassConformsTo(std::string_view className, std::string_view ancestor);
+bool classConformsTo(std::string_view className, std::string_view ancestor);
 
 } // namespace LinuxPlatform

@@ -8,26 +8,26 @@
 
 namespace LinuxPlatform {
 
-kern_return_t FindObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
+kern_return_t findObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
                          std::shared_ptr<RegistryObject>& object) {
-    object = server->Handles().Find(handle);
+    object = server->handles().find(handle);
     if (object)
         return KERN_SUCCESS;
     if (handle != IO_OBJECT_NULL)
-        Complain("IOKit: %s of %#x, which is no live reference: released too often?", function, handle);
+        complain("IOKit: %s of %#x, which is no live reference: released too often?", function, handle);
     return KERN_INVALID_NAME;
 }
 
-kern_return_t ReleaseReference(const RegistryServer::Access& server, io_object_t handle,
+kern_return_t releaseReference(const RegistryServer::Access& server, io_object_t handle,
                                const char* function) {
     std::shared_ptr<RegistryObject> last;
-    if (server->Handles().Release(handle, last))
+    if (server->handles().release(handle, last))
         return KERN_SUCCESS;
     std::shared_ptr<RegistryObject> none;
-    return FindObject(server, handle, function, none);
+    return findObject(server, handle, function, none);
 }
 
-bool CopyWhole(std::string_view text, char* to, std::size_t size) {
+bool copyWhole(std::string_view text, char* to, std::size_t size) {
     if (text.size() >= size) {
         to[0] = '\0';
         return false;
@@ -37,7 +37,7 @@ bool CopyWhole(std::string_view text, char* to, std::size_t size) {
     return true;
 }
 
-void CopyCut(std::string_view text, char* to, std::size_t size) {
+void copyCut(std::string_view text, char* to, std::size_t size) {
     std::size_t length = text.size();
     if (length >= size) {
         length = size - 1;
@@ -47,10 +47,10 @@ void CopyCut(std::string_view text, char* to, std::size_t size) {
         while (length > 0 && isInsideCharacter(length))
             --length;
     }
-    CopyWhole(text.substr(0, length), to, size);
+    copyWhole(text.substr(0, length), to, size);
 }
 
-bool IsServicePlane(const char* plane) {
+bool isServicePlane(const char* plane) {
     return plane && std::strcmp(plane, kIOServicePlane) == 0;
 }
 

@@ -11,15 +11,15 @@ namespace LinuxPlatform {
 
 /// KERN_SUCCESS and the object; or KERN_INVALID_NAME for what is no reference, which is reported when it is
 /// not 0.
-kern_return_t FindObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
+kern_return_t findObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
                          std::shared_ptr<RegistryObject>& object);
 
 /// As above; KERN_INVALID_ARGUMENT for a reference to something else than a T.
 template <class T>
-kern_return_t Find(const RegistryServer::Access& server, io_object_t handle, const char* function,
+kern_return_t find(const RegistryServer::Access& server, io_object_t handle, const char* function,
                    std::shared_ptr<T>& found) {
     std::shared_ptr<RegistryObject> object;
-    const kern_return_t result = FindObject(server, handle, function, object);
+    const kern_return_t result = findObject(server, handle, function, object);
     if (result != KERN_SUCCESS)
         return result;
     found = std::dynamic_pointer_cast<T>(object);
@@ -27,14 +27,14 @@ kern_return_t Find(const RegistryServer::Access& server, io_object_t handle, con
 }
 
 /// Gives up one reference. An object that dies of it is destroyed under the lock.
-kern_return_t ReleaseReference(const RegistryServer::Access& server, io_object_t handle,
+kern_return_t releaseReference(const RegistryServer::Access& server, io_object_t handle,
                                const char* function);
 
 /// Copies a text that must fit with its final zero byte; false, and an empty text, when it does not.
-bool CopyWhole(std::string_view text, char* to, std::size_t size);
+bool copyWhole(std::string_view text, char* to, std::size_t size);
 /// Copies as many whole UTF-8 characters as fit.
-void CopyCut(std::string_view text, char* to, std::size_t size);
+void copyCut(std::string_view text, char* to, std::size_t size);
 
-bool IsServicePlane(const char* plane);
+bool isServicePlane(const char* plane);
 
 } // namespace LinuxPlatform

@@ -15,20 +15,20 @@ public:
 
     /// Called once, first: begins to listen, then tells `devices` what is there already, so that nothing is
     /// missed in between. A feed that cannot do its work says so on standard error and stays silent.
-    virtual void Start(DeviceTree& devices) = 0;
+    virtual void start(DeviceTree& devices) = 0;
 
     /// False when Pump will never have anything to do, as far as the host tells.
-    virtual bool Hears() const = 0;
+    virtual bool hears() const = 0;
 
     /// Readable when Pump has something to do; -1 when that will never be.
-    virtual int Descriptor() const = 0;
+    virtual int descriptor() const = 0;
 
     /// Tells `devices` everything that has happened since.
-    virtual void Pump(DeviceTree& devices) = 0;
+    virtual void pump(DeviceTree& devices) = 0;
 };
 
 /// The feed of this host, or nullptr when it has none. Declared here, where it is used; defined by the folder
 /// of the feed that the build has chosen.
-std::unique_ptr<DeviceFeed> MakeHostFeed();
+std::unique_ptr<DeviceFeed> makeHostFeed();
 
 } // namespace LinuxPlatform

@@ -15,7 +15,7 @@ const char VENDOR_KEY[] = "idVendor";
 const char PRODUCT_KEY[] = "idProduct";
 const char PRODUCT_NAME_KEY[] = "USB Product Name";
 
-const char* ClassOf(DeviceKind kind) {
+const char* classOf(DeviceKind kind) {
     switch (kind) {
     case DeviceKind::UsbDevice:
         return ClassName::USB_DEVICE;
@@ -30,8 +30,8 @@ const char* ClassOf(DeviceKind kind) {
 }
 
 /// The device itself chooses its name, so it may hold anything; traces and paths are lines of UTF-8.
-std::string PrintableName(std::string name) {
-    const bool isUtf8 = DecodeText(name, kCFStringEncodingUTF8, false).has_value();
+std::string printableName(std::string name) {
+    const bool isUtf8 = decodeText(name, kCFStringEncodingUTF8, false).has_value();
     for (char& byte : name) {
         const auto value = static_cast<unsigned char>(byte);
         if (value < 0x20 || value == 0x7F || (value >= 0x80 && !isUtf8))
@@ -40,7 +40,7 @@ std::string PrintableName(std::string name) {
     return name;
 }
 
-bool IsSame(const Device& left, const Device& right) {
+bool isSame(const Device& left, const Device& right) {
     const bool sameIncarnation =
         left.incarnation == right.incarnation || left.incarnation.empty() || right.incarnation.empty();
     return left.kind == right.kind && left.parent == right.parent && left.vendor == right.vendor &&
@@ -49,98 +49,98 @@ bool IsSame(const Device& left, const Device& right) {
 
 } // namespace
 
-void DeviceTree::Arrive(const Device& device) {
+void DeviceTree::arrive(const Device& device) {
     const auto known = m_nodes.find(device.path);
     if (known != m_nodes.end()) {
-        if (IsSame(known->second.device, device))
+        if (isSame(known->second.device, device))
             return;
-        Leave(device.path);
+        leave(device.path);
     }
-    Insert(device);
+    insert(device);
 }
 
-void DeviceTree::Change(const Device& device) {
+void DeviceTree::change(const Device& device) {
     const auto known = m_nodes.find(device.path);
-    if (known != m_nodes.end() && IsSame(known->second.device, device))
+    if (known != m_nodes.end() && isSame(known->second.device, device))
         return;
     std::vector<Device> below;
-    for (const std::string& path : Subtree(device.path)) {
+    for (const std::string& path : subtree(device.path)) {
         if (path != device.path)
             below.push_back(m_nodes.at(path).device);
     }
-    Leave(device.path);
-    Insert(device);
+    leave(device.path);
+    insert(device);
     for (const Device& other : below)
-        Insert(other);
+        insert(other);
 }
 
-void DeviceTree::Leave(const std::string& path) {
+void DeviceTree::leave(const std::string& path) {
     const auto node = m_nodes.find(path);
     if (node == m_nodes.end())
         return;
     if (node->second.entry)
-        m_registry.Terminate(node->second.entry);
-    for (const std::string& gone : Subtree(path)) {
+        m_registry.terminate(node->second.entry);
+    for (const std::string& gone : subtree(path)) {
         const auto goneNode = m_nodes.find(gone);
         m_links.erase(Link(goneNode->second.device.parent, gone));
         m_nodes.erase(goneNode);
     }
 }
 
-void DeviceTree::LeaveAll() {
-    Reconcile({});
+void DeviceTree::leaveAll() {
+    reconcile({});
 }
 
-void DeviceTree::MatchAgain(const std::string& path) {
+void DeviceTree::matchAgain(const std::string& path) {
     const auto node = m_nodes.find(path);
     if (node != m_nodes.end() && node->second.entry)
-        m_registry.PublishAgain(node->second.entry);
+        m_registry.publishAgain(node->second.entry);
 }
 
-void DeviceTree::Reconcile(const std::vector<Device>& present) {
+void DeviceTree::reconcile(const std::vector<Device>& present) {
     std::map<std::string, const Device*> byPath;
     for (const Device& device : present)
         byPath.emplace(device.path, &device);
     std::vector<std::string> leaving;
     for (const auto& [path, node] : m_nodes) {
         const auto other = byPath.find(path);
-        if (other == byPath.end() || !IsSame(node.device, *other->second))
+        if (other == byPath.end() || !isSame(node.device, *other->second))
             leaving.push_back(path);
     }
     // All leave before any arrives: what hung on a device that was replaced is forgotten with it, and arrives
     // again.
     for (const std::string& path : leaving)
-        Leave(path);
+        leave(path);
     for (const Device& device : present)
-        Arrive(device);
+        arrive(device);
 }
 
-void DeviceTree::Insert(const Device& device) {
+void DeviceTree::insert(const Device& device) {
     Node& node = m_nodes[device.path];
     node.device = device;
     m_links.emplace(device.parent, device.path);
     if (device.parent.empty()) {
-        Attach(node, m_registry.Root());
+        attach(node, m_registry.root());
         return;
     }
     const auto parent = m_nodes.find(device.parent);
     if (parent != m_nodes.end() && parent->second.entry)
-        Attach(node, parent->second.entry);
+        attach(node, parent->second.entry);
 }
 
-void DeviceTree::Attach(Node& node, const EntryPointer& parent) {
+void DeviceTree::attach(Node& node, const EntryPointer& parent) {
     const Device& device = node.device;
-    const char* className = ClassOf(device.kind);
-    const std::string name = device.name.empty() ? className : PrintableName(device.name);
-    node.entry = m_registry.Publish(parent, className, name, device.location, PropertiesOf(device));
-    for (const std::string& child : ChildrenOf(device.path)) {
+    const char* className = classOf(device.kind);
+    const std::string name = device.name.empty() ? className : printableName(device.name);
+    node.entry = m_registry.publish(parent, className, name, device.location, propertiesOf(device));
+    for (const std::string& child : childrenOf(device.path)) {
         Node& waiting = m_nodes.at(child);
         if (!waiting.entry)
-            Attach(waiting, node.entry);
+            attach(waiting, node.entry);
     }
 }
 
-PropertyTable DeviceTree::PropertiesOf(const Device& device) const {
+PropertyTable DeviceTree::propertiesOf(const Device& device) const {
     PropertyTable properties;
     const auto addText = [&properties](const char* key, const std::string& text) {
         if (!text.empty())
@@ -156,7 +156,7 @@ PropertyTable DeviceTree::PropertiesOf(const Device& device) const {
         properties[PRODUCT_KEY] = *withIds.product;
     switch (device.kind) {
     case DeviceKind::UsbDevice:
-        addText(PRODUCT_NAME_KEY, PrintableName(device.name));
+        addText(PRODUCT_NAME_KEY, printableName(device.name));
         break;
     case DeviceKind::UsbInterface:
         break;
@@ -172,7 +172,7 @@ PropertyTable DeviceTree::PropertiesOf(const Device& device) const {
     return properties;
 }
 
-std::vector<std::string> DeviceTree::ChildrenOf(const std::string& path) const {
+std::vector<std::string> DeviceTree::childrenOf(const std::string& path) const {
     std::vector<std::string> children;
     for (auto link = m_links.lower_bound(Link(path, "")); link != m_links.end() && link->first == path;
          ++link)
@@ -180,14 +180,14 @@ std::vector<std::string> DeviceTree::ChildrenOf(const std::string& path) const {
     return children;
 }
 
-std::vector<std::string> DeviceTree::Subtree(const std::string& path) const {
+std::vector<std::string> DeviceTree::subtree(const std::string& path) const {
     std::vector<std::string> paths;
-    if (Knows(path))
+    if (knows(path))
         paths.push_back(path);
     std::set<std::string> seen(paths.begin(),
                                paths.end()); // a feed may tell of devices that hang on each other
     for (std::size_t index = 0; index < paths.size(); ++index) {
-        for (const std::string& child : ChildrenOf(paths[index])) {
+        for (const std::string& child : childrenOf(paths[index])) {
             if (seen.insert(child).second)
                 paths.push_back(child);
         }

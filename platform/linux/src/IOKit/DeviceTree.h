@@ -15,17 +15,17 @@ class DeviceTree {
 public:
     explicit DeviceTree(Registry& registry) : m_registry(registry) {}
 
-    /// As LinuxPlatform::DeviceArrived, DeviceChanged, DeviceLeft, AllDevicesLeft, DeviceMatchedAgain.
-    void Arrive(const Device& device);
-    void Change(const Device& device);
-    void Leave(const std::string& path);
-    void LeaveAll();
-    void MatchAgain(const std::string& path);
+    /// As LinuxPlatform::deviceArrived, deviceChanged, deviceLeft, allDevicesLeft, deviceMatchedAgain.
+    void arrive(const Device& device);
+    void change(const Device& device);
+    void leave(const std::string& path);
+    void leaveAll();
+    void matchAgain(const std::string& path);
 
     /// `present` are all devices there are: the others have left, and those that are new arrive.
-    void Reconcile(const std::vector<Device>& present);
+    void reconcile(const std::vector<Device>& present);
 
-    bool Knows(const std::string& path) const { return m_nodes.count(path) != 0; }
+    bool knows(const std::string& path) const { return m_nodes.count(path) != 0; }
 
 private:
     struct Node {
@@ -35,12 +35,12 @@ private:
     /// (parent's path, child's path)
     using Link = std::pair<std::string, std::string>;
 
-    void Insert(const Device& device);
-    void Attach(Node& node, const EntryPointer& parent);
-    PropertyTable PropertiesOf(const Device& device) const;
-    std::vector<std::string> ChildrenOf(const std::string& path) const;
+    void insert(const Device& device);
+    void attach(Node& node, const EntryPointer& parent);
+    PropertyTable propertiesOf(const Device& device) const;
+    std::vector<std::string> childrenOf(const std::string& path) const;
     /// The paths of a device and of what hangs on it, itself first.
-    std::vector<std::string> Subtree(const std::string& path) const;
+    std::vector<std::string> subtree(const std::string& path) const;
 
     Registry& m_registry;
     std::map<std::string, Node> m_nodes;

@@ -2,10 +2,10 @@
 
 namespace LinuxPlatform {
 
-io_object_t HandleTable::Add(std::shared_ptr<RegistryObject> object) {
+io_object_t HandleTable::add(std::shared_ptr<RegistryObject> object) {
     const auto [value, isNew] = m_values.try_emplace(object.get(), IO_OBJECT_NULL);
     if (isNew)
-        value->second = UnusedValue();
+        value->second = unusedValue();
     Slot& slot = m_slots[value->second];
     slot.object = std::move(object);
     ++slot.references;
@@ -13,19 +13,19 @@ io_object_t HandleTable::Add(std::shared_ptr<RegistryObject> object) {
     return value->second;
 }
 
-io_object_t HandleTable::UnusedValue() {
+io_object_t HandleTable::unusedValue() {
     do
         ++m_lastValue;
     while (m_lastValue == IO_OBJECT_NULL || m_slots.count(m_lastValue) != 0);
     return m_lastValue;
 }
 
-std::shared_ptr<RegistryObject> HandleTable::Find(io_object_t handle) const {
+std::shared_ptr<RegistryObject> HandleTable::find(io_object_t handle) const {
     const auto slot = m_slots.find(handle);
     return slot == m_slots.end() ? nullptr : slot->second.object;
 }
 
-bool HandleTable::Retain(io_object_t handle) {
+bool HandleTable::retain(io_object_t handle) {
     const auto slot = m_slots.find(handle);
     if (slot == m_slots.end())
         return false;
@@ -34,7 +34,7 @@ bool HandleTable::Retain(io_object_t handle) {
     return true;
 }
 
-bool HandleTable::Release(io_object_t handle, std::shared_ptr<RegistryObject>& last) {
+bool HandleTable::release(io_object_t handle, std::shared_ptr<RegistryObject>& last) {
     const auto slot = m_slots.find(handle);
     if (slot == m_slots.end())
         return false;
@@ -47,7 +47,7 @@ bool HandleTable::Release(io_object_t handle, std::shared_ptr<RegistryObject>& l
     return true;
 }
 
-std::uint32_t HandleTable::Count(io_object_t handle) const {
+std::uint32_t HandleTable::count(io_object_t handle) const {
     const auto slot = m_slots.find(handle);
     return slot == m_slots.end() ? 0 : slot->second.references;
 }

@@ -17,19 +17,19 @@ public:
     explicit HandleTable(io_object_t lastValue = 0x1000) : m_lastValue(lastValue) {}
 
     /// A new reference. While a client holds one to the same object already, it has the same value.
-    io_object_t Add(std::shared_ptr<RegistryObject> object);
+    io_object_t add(std::shared_ptr<RegistryObject> object);
 
     /// nullptr for what is no reference.
-    std::shared_ptr<RegistryObject> Find(io_object_t handle) const;
+    std::shared_ptr<RegistryObject> find(io_object_t handle) const;
 
-    bool Retain(io_object_t handle);
+    bool retain(io_object_t handle);
     /// Gives up one reference. Returns false for what is none; `last` receives the object when this was the
     /// last one.
-    bool Release(io_object_t handle, std::shared_ptr<RegistryObject>& last);
+    bool release(io_object_t handle, std::shared_ptr<RegistryObject>& last);
 
-    std::uint32_t Count(io_object_t handle) const;
+    std::uint32_t count(io_object_t handle) const;
     /// All references that are held, those to the same object counted each.
-    std::size_t Total() const { return m_total; }
+    std::size_t total() const { return m_total; }
 
 private:
     struct Slot {
@@ -37,7 +37,7 @@ private:
         std::uint32_t references = 0;
     };
 
-    io_object_t UnusedValue();
+    io_object_t unusedValue();
 
     io_object_t m_lastValue;
     std::size_t m_total = 0;

@@ -17,17 +17,17 @@ namespace {
 /// Owns the dictionary that a call consumes, whatever the call's result.
 using Consumed = Owned<const Dictionary>;
 
-CFMutableDictionaryRef OneKeyDictionary(CFStringRef key, const char* value) {
+CFMutableDictionaryRef oneKeyDictionary(CFStringRef key, const char* value) {
     if (!value)
         return nullptr;
     const CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
-    const Owned<const String> text(MakeString(value));
-    CFDictionarySetValue(dictionary, key, text.Get());
+    const Owned<const String> text(makeString(value));
+    CFDictionarySetValue(dictionary, key, text.get());
     return dictionary;
 }
 
-std::optional<MatchingNotification::About> SubjectOf(const char* notificationType) {
+std::optional<MatchingNotification::About> subjectOf(const char* notificationType) {
     const std::string_view type = notificationType;
     if (type == kIOTerminatedNotification)
         return MatchingNotification::About::Terminations;
@@ -54,39 +54,39 @@ kern_return_t IOMasterPort(mach_port_t, mach_port_t* masterPort) {
 }
 
 kern_return_t IOObjectRetain(io_object_t object) {
-    const auto server = RegistryServer::Enter();
-    if (server->Handles().Retain(object))
+    const auto server = RegistryServer::enter();
+    if (server->handles().retain(object))
         return KERN_SUCCESS;
     std::shared_ptr<RegistryObject> none;
-    return FindObject(server, object, "IOObjectRetain", none);
+    return findObject(server, object, "IOObjectRetain", none);
 }
 
 kern_return_t IOObjectRelease(io_object_t object) {
     // Nothing is nothing to release: callers need not test what a failed call left them with.
     if (object == IO_OBJECT_NULL)
         return KERN_SUCCESS;
-    return ReleaseReference(RegistryServer::Enter(), object, "IOObjectRelease");
+    return releaseReference(RegistryServer::enter(), object, "IOObjectRelease");
 }
 
 kern_return_t IOObjectGetClass(io_object_t object, io_name_t className) {
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     std::shared_ptr<RegistryObject> found;
-    const kern_return_t result = FindObject(server, object, "IOObjectGetClass", found);
+    const kern_return_t result = findObject(server, object, "IOObjectGetClass", found);
     if (result == KERN_SUCCESS)
-        CopyCut(found->ClassName(), className, sizeof(io_name_t));
+        copyCut(found->className(), className, sizeof(io_name_t));
     return result;
 }
 
 CFStringRef IOObjectCopyClass(io_object_t object) {
     io_name_t className;
-    return IOObjectGetClass(object, className) == KERN_SUCCESS ? MakeString(className) : nullptr;
+    return IOObjectGetClass(object, className) == KERN_SUCCESS ? makeString(className) : nullptr;
 }
 
 boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     std::shared_ptr<RegistryObject> found;
-    return FindObject(server, object, "IOObjectConformsTo", found) == KERN_SUCCESS &&
-           ClassConformsTo(found->ClassName(), className);
+    return findObject(server, object, "IOObjectConformsTo", found) == KERN_SUCCESS &&
+           classConformsTo(found->className(), className);
 }
 
 boolean_t IOObjectIsEqualTo(io_object_t object, io_object_t anObject) {
@@ -95,37 +95,37 @@ boolean_t IOObjectIsEqualTo(io_object_t object, io_object_t anObject) {
 }
 
 uint32_t IOObjectGetRetainCount(io_object_t object) {
-    return RegistryServer::Enter()->Handles().Count(object);
+    return RegistryServer::enter()->handles().count(object);
 }
 
 io_object_t IOIteratorNext(io_iterator_t iterator) {
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     std::shared_ptr<RegistryIterator> found;
-    if (Find(server, iterator, "IOIteratorNext", found) != KERN_SUCCESS)
+    if (find(server, iterator, "IOIteratorNext", found) != KERN_SUCCESS)
         return IO_OBJECT_NULL;
-    EntryPointer next = found->Next();
-    return next ? server->Handles().Add(std::move(next)) : IO_OBJECT_NULL;
+    EntryPointer next = found->next();
+    return next ? server->handles().add(std::move(next)) : IO_OBJECT_NULL;
 }
 
 void IOIteratorReset(io_iterator_t iterator) {
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     std::shared_ptr<RegistryIterator> found;
-    if (Find(server, iterator, "IOIteratorReset", found) == KERN_SUCCESS)
-        found->Reset();
+    if (find(server, iterator, "IOIteratorReset", found) == KERN_SUCCESS)
+        found->reset();
 }
 
 boolean_t IOIteratorIsValid(io_iterator_t iterator) {
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     std::shared_ptr<RegistryIterator> found;
-    return Find(server, iterator, "IOIteratorIsValid", found) == KERN_SUCCESS && found->IsValid();
+    return find(server, iterator, "IOIteratorIsValid", found) == KERN_SUCCESS && found->isValid();
 }
 
 CFMutableDictionaryRef IOServiceMatching(const char* name) {
-    return OneKeyDictionary(CFSTR(kIOProviderClassKey), name);
+    return oneKeyDictionary(CFSTR(kIOProviderClassKey), name);
 }
 
 CFMutableDictionaryRef IOServiceNameMatching(const char* name) {
-    return OneKeyDictionary(CFSTR(kIONameMatchKey), name);
+    return oneKeyDictionary(CFSTR(kIONameMatchKey), name);
 }
 
 io_service_t IOServiceGetMatchingService(mach_port_t, CFDictionaryRef matching) {
@@ -133,9 +133,9 @@ io_service_t IOServiceGetMatchingService(mach_port_t, CFDictionaryRef matching) 
     if (!matching)
         return IO_OBJECT_NULL;
     const MatchingCriteria criteria(matching);
-    const auto server = RegistryServer::Enter(Freshness::UpToDate);
-    const auto services = criteria.MatchesIn(server->Entries());
-    return services.empty() ? IO_OBJECT_NULL : server->Handles().Add(services.front());
+    const auto server = RegistryServer::enter(Freshness::UpToDate);
+    const auto services = criteria.matchesIn(server->entries());
+    return services.empty() ? IO_OBJECT_NULL : server->handles().add(services.front());
 }
 
 kern_return_t IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef matching, io_iterator_t* existing) {
@@ -145,8 +145,8 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef matching
     if (!matching || !existing)
         return kIOReturnBadArgument;
     const MatchingCriteria criteria(matching);
-    const auto server = RegistryServer::Enter(Freshness::UpToDate);
-    *existing = server->Handles().Add(std::make_shared<ListIterator>(criteria.MatchesIn(server->Entries())));
+    const auto server = RegistryServer::enter(Freshness::UpToDate);
+    *existing = server->handles().add(std::make_shared<ListIterator>(criteria.matchesIn(server->entries())));
     return KERN_SUCCESS;
 }
 
@@ -159,13 +159,13 @@ kern_return_t IOServiceAddMatchingNotification(IONotificationPortRef notifyPort,
         *notification = IO_OBJECT_NULL;
     if (!notifyPort || !notificationType || !matching || !callback || !notification)
         return kIOReturnBadArgument;
-    const auto about = SubjectOf(notificationType);
+    const auto about = subjectOf(notificationType);
     if (!about)
         return kIOReturnUnsupported;
     MatchingCriteria criteria(matching);
-    const auto server = RegistryServer::Enter(Freshness::UpToDate);
-    *notification = server->Handles().Add(std::make_shared<MatchingNotification>(
-        server->Entries(), notifyPort->queue, *about, std::move(criteria), callback, refCon));
+    const auto server = RegistryServer::enter(Freshness::UpToDate);
+    *notification = server->handles().add(std::make_shared<MatchingNotification>(
+        server->entries(), notifyPort->queue, *about, std::move(criteria), callback, refCon));
     return KERN_SUCCESS;
 }
 
@@ -179,14 +179,14 @@ kern_return_t IOServiceAddInterestNotification(IONotificationPortRef notifyPort,
         return kIOReturnBadArgument;
     if (std::strcmp(interestType, kIOGeneralInterest) != 0)
         return kIOReturnUnsupported;
-    const auto server = RegistryServer::Enter();
+    const auto server = RegistryServer::enter();
     EntryPointer entry;
-    const kern_return_t result = Find(server, service, "IOServiceAddInterestNotification", entry);
+    const kern_return_t result = find(server, service, "IOServiceAddInterestNotification", entry);
     if (result != KERN_SUCCESS)
         return result;
-    if (server->Entries().Habits().refusedInterest && !entry->IsAttached())
+    if (server->entries().habits().refusedInterest && !entry->isAttached())
         return kIOReturnNotAttached;
-    *notification = server->Handles().Add(
+    *notification = server->handles().add(
         std::make_shared<InterestNotification>(notifyPort->queue, std::move(entry), callback, refCon));
     return KERN_SUCCESS;
 }

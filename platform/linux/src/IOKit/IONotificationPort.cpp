@@ -9,34 +9,34 @@ using namespace LinuxPlatform;
 IONotificationPortRef IONotificationPortCreate(mach_port_t) {
     auto port = std::make_unique<IONotificationPort>();
     port->queue = std::make_shared<NotificationQueue>();
-    if (!port->queue->IsUsable())
+    if (!port->queue->isUsable())
         return nullptr;
-    port->source = Owned<PortSource>(HandOver(std::make_unique<PortSource>(port->queue)));
-    RegistryServer::Enter()->Ports().insert(port.get());
+    port->source = Owned<PortSource>(handOver(std::make_unique<PortSource>(port->queue)));
+    RegistryServer::enter()->ports().insert(port.get());
     return port.release();
 }
 
 void IONotificationPortDestroy(IONotificationPortRef notify) {
     {
-        const auto server = RegistryServer::Enter();
-        if (server->Ports().erase(notify) == 0) {
-            Complain("IOKit: IONotificationPortDestroy of %p, which is no live port",
+        const auto server = RegistryServer::enter();
+        if (server->ports().erase(notify) == 0) {
+            complain("IOKit: IONotificationPortDestroy of %p, which is no live port",
                      static_cast<void*>(notify));
             return;
         }
-        notify->queue->Close();
+        notify->queue->close();
     }
     const std::unique_ptr<IONotificationPort> destroyed(notify);
-    destroyed->source->Invalidate();
+    destroyed->source->invalidate();
 }
 
 mach_port_t IONotificationPortGetMachPort(IONotificationPortRef notify) {
     const mach_port_t thePort = 1; // nobody receives from it, so that all ports can have the same name
-    return notify && RegistryServer::Enter(RegistryServer::Freshness::UpToDate)->HearsOfDevices()
+    return notify && RegistryServer::enter(RegistryServer::Freshness::UpToDate)->hearsOfDevices()
                ? thePort
                : MACH_PORT_NULL;
 }
 
 CFRunLoopSourceRef IONotificationPortGetRunLoopSource(IONotificationPortRef notify) {
-    return notify ? notify->source.Get() : nullptr;
+    return notify ? notify->source.get() : nullptr;
 }

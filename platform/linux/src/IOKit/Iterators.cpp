@@ -10,24 +10,24 @@ class Walker {
 public:
     Walker(Direction direction, bool recursive) : m_direction(direction), m_isRecursive(recursive) {}
 
-    void VisitNeighbours(const RegistryEntry& entry) {
-        for (const EntryPointer& neighbour : Neighbours(entry)) {
+    void visitNeighbours(const RegistryEntry& entry) {
+        for (const EntryPointer& neighbour : neighbours(entry)) {
             if (!m_seen.insert(neighbour.get()).second)
                 continue;
             m_found.push_back(neighbour);
             if (m_isRecursive)
-                VisitNeighbours(*neighbour);
+                visitNeighbours(*neighbour);
         }
     }
 
-    std::vector<EntryPointer> Take() { return std::move(m_found); }
+    std::vector<EntryPointer> take() { return std::move(m_found); }
 
 private:
-    std::vector<EntryPointer> Neighbours(const RegistryEntry& entry) const {
+    std::vector<EntryPointer> neighbours(const RegistryEntry& entry) const {
         if (m_direction == Direction::Children)
-            return entry.Children();
+            return entry.children();
         std::vector<EntryPointer> parents;
-        for (RegistryEntry* parent : entry.Parents())
+        for (RegistryEntry* parent : entry.parents())
             parents.push_back(std::static_pointer_cast<RegistryEntry>(parent->shared_from_this()));
         return parents;
     }
@@ -40,25 +40,25 @@ private:
 
 } // namespace
 
-std::vector<EntryPointer> Walk(const RegistryEntry& start, Direction direction, bool recursive) {
+std::vector<EntryPointer> walk(const RegistryEntry& start, Direction direction, bool recursive) {
     Walker walker(direction, recursive);
-    walker.VisitNeighbours(start);
-    return walker.Take();
+    walker.visitNeighbours(start);
+    return walker.take();
 }
 
 WalkIterator::WalkIterator(const Registry& registry, EntryPointer start, Direction direction, bool recursive)
     : m_registry(registry), m_start(std::move(start)), m_direction(direction), m_isRecursive(recursive) {
-    Reset();
+    reset();
 }
 
-void WalkIterator::Reset() {
-    m_entries = Walk(*m_start, m_direction, m_isRecursive);
+void WalkIterator::reset() {
+    m_entries = walk(*m_start, m_direction, m_isRecursive);
     m_position = 0;
-    m_generation = m_registry.Generation();
+    m_generation = m_registry.generation();
 }
 
-EntryPointer WalkIterator::Next() {
-    return IsValid() && m_position < m_entries.size() ? m_entries[m_position++] : nullptr;
+EntryPointer WalkIterator::next() {
+    return isValid() && m_position < m_entries.size() ? m_entries[m_position++] : nullptr;
 }
 
 } // namespace LinuxPlatform

@@ -11,9 +11,9 @@ namespace LinuxPlatform {
 class RegistryIterator : public RegistryObject {
 public:
     /// nullptr at the end, and when the iterator is not valid.
-    virtual EntryPointer Next() = 0;
-    virtual void Reset() = 0;
-    virtual bool IsValid() const = 0;
+    virtual EntryPointer next() = 0;
+    virtual void reset() = 0;
+    virtual bool isValid() const = 0;
 };
 
 /// Over services that were found once; it stays valid whatever becomes of them.
@@ -21,10 +21,10 @@ class ListIterator final : public RegistryIterator {
 public:
     explicit ListIterator(std::vector<EntryPointer> entries) : m_entries(std::move(entries)) {}
 
-    std::string_view ClassName() const override { return ClassName::ITERATOR; }
-    EntryPointer Next() override { return m_position < m_entries.size() ? m_entries[m_position++] : nullptr; }
-    void Reset() override { m_position = 0; }
-    bool IsValid() const override { return true; }
+    std::string_view className() const override { return ClassName::ITERATOR; }
+    EntryPointer next() override { return m_position < m_entries.size() ? m_entries[m_position++] : nullptr; }
+    void reset() override { m_position = 0; }
+    bool isValid() const override { return true; }
 
 private:
     const std::vector<EntryPointer> m_entries;
@@ -38,10 +38,10 @@ class WalkIterator final : public RegistryIterator {
 public:
     WalkIterator(const Registry& registry, EntryPointer start, Direction direction, bool recursive);
 
-    std::string_view ClassName() const override { return ClassName::ITERATOR; }
-    EntryPointer Next() override;
-    void Reset() override;
-    bool IsValid() const override { return m_generation == m_registry.Generation(); }
+    std::string_view className() const override { return ClassName::ITERATOR; }
+    EntryPointer next() override;
+    void reset() override;
+    bool isValid() const override { return m_generation == m_registry.generation(); }
 
 private:
     const Registry& m_registry;
@@ -55,6 +55,6 @@ private:
 
 /// The neighbours of an entry in one direction; all the way, each once and nearer ones of a branch first, if
 /// asked.
-std::vector<EntryPointer> Walk(const RegistryEntry& start, Direction direction, bool recursive);
+std::vector<EntryPointer> walk(const RegistryEntry& start, Direction direction, bool recursive);
 
 } // namespace LinuxPlatform

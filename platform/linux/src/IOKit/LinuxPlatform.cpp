@@ -8,13 +8,13 @@
 
 namespace LinuxPlatform {
 
-LiveObjects CountLiveObjects() {
+LiveObjects countLiveObjects() {
     LiveObjects counts{};
-    counts.coreFoundationObjects = LiveObjectCount();
-    counts.complaints = ComplaintCount();
-    const auto server = RegistryServer::Enter();
-    counts.registryReferences = server->Handles().Total();
-    counts.notificationPorts = server->Ports().size();
+    counts.coreFoundationObjects = liveObjectCount();
+    counts.complaints = complaintCount();
+    const auto server = RegistryServer::enter();
+    counts.registryReferences = server->handles().total();
+    counts.notificationPorts = server->ports().size();
     return counts;
 }
 
@@ -34,32 +34,32 @@ std::ostream& operator<<(std::ostream& stream, const LiveObjects& counts) {
                   << counts.complaints << " complaints";
 }
 
-void UseDevicesByHand() {
-    RegistryServer::Enter()->DropFeed();
+void useDevicesByHand() {
+    RegistryServer::enter()->dropFeed();
 }
 
-void DeviceArrived(const Device& device) {
-    RegistryServer::Enter()->Devices().Arrive(device);
+void deviceArrived(const Device& device) {
+    RegistryServer::enter()->devices().arrive(device);
 }
 
-void DeviceChanged(const Device& device) {
-    RegistryServer::Enter()->Devices().Change(device);
+void deviceChanged(const Device& device) {
+    RegistryServer::enter()->devices().change(device);
 }
 
-void DeviceLeft(const std::string& path) {
-    RegistryServer::Enter()->Devices().Leave(path);
+void deviceLeft(const std::string& path) {
+    RegistryServer::enter()->devices().leave(path);
 }
 
-void AllDevicesLeft() {
-    RegistryServer::Enter()->Devices().LeaveAll();
+void allDevicesLeft() {
+    RegistryServer::enter()->devices().leaveAll();
 }
 
-void DeviceMatchedAgain(const std::string& path) {
-    RegistryServer::Enter()->Devices().MatchAgain(path);
+void deviceMatchedAgain(const std::string& path) {
+    RegistryServer::enter()->devices().matchAgain(path);
 }
 
-void AdoptHabits(const KernelHabits& habits) {
-    RegistryServer::Enter()->Entries().AdoptHabits(habits);
+void adoptHabits(const KernelHabits& habits) {
+    RegistryServer::enter()->entries().adoptHabits(habits);
 }
 
 } // namespace LinuxPlatform

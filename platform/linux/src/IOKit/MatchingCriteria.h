@@ -15,19 +15,19 @@ class MatchingCriteria {
 public:
     explicit MatchingCriteria(CFDictionaryRef dictionary);
 
-    bool Match(const RegistryEntry& service, const KernelHabits& habits) const;
+    bool match(const RegistryEntry& service, const KernelHabits& habits) const;
     /// All that match, parents before their children.
-    std::vector<EntryPointer> MatchesIn(const Registry& registry) const;
+    std::vector<EntryPointer> matchesIn(const Registry& registry) const;
 
 private:
     /// No value: one that no entry can have.
     using Pairs = std::vector<std::pair<std::string, std::optional<PropertyValue>>>;
 
-    void ReadPair(CFTypeRef key, CFTypeRef value);
-    void ReadNested(CFTypeRef dictionary);
-    bool MatchOther(const RegistryEntry& service, const KernelHabits& habits) const;
-    bool PassClass(const RegistryEntry& service) const;
-    bool AsksForIdsOf(const RegistryEntry& device) const;
+    void readPair(CFTypeRef key, CFTypeRef value);
+    void readNested(CFTypeRef dictionary);
+    bool matchOther(const RegistryEntry& service, const KernelHabits& habits) const;
+    bool passClass(const RegistryEntry& service) const;
+    bool asksForIdsOf(const RegistryEntry& device) const;
 
     std::string m_className;
     std::optional<std::string> m_name;

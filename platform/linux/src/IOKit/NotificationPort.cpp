@@ -4,25 +4,25 @@
 
 namespace LinuxPlatform {
 
-void PortSource::AppendDescriptors(std::vector<pollfd>& descriptors) const {
-    const int feed = RegistryServer::Enter()->FeedDescriptor();
+void PortSource::appendDescriptors(std::vector<pollfd>& descriptors) const {
+    const int feed = RegistryServer::enter()->feedDescriptor();
     // poll leaves a descriptor of -1 alone.
     descriptors.push_back({feed, POLLIN, 0});
-    descriptors.push_back({m_queue->Descriptor(), POLLIN, 0});
+    descriptors.push_back({m_queue->descriptor(), POLLIN, 0});
 }
 
-bool PortSource::Deliver() {
+bool PortSource::deliver() {
     Delivery delivery;
     io_object_t argument = IO_OBJECT_NULL;
     {
-        const auto server = RegistryServer::Enter(RegistryServer::Freshness::UpToDate);
-        if (!m_queue->Take(delivery))
+        const auto server = RegistryServer::enter(RegistryServer::Freshness::UpToDate);
+        if (!m_queue->take(delivery))
             return false;
-        argument = server->Handles().Add(delivery.argument);
+        argument = server->handles().add(delivery.argument);
     }
     delivery.call(argument);
     delivery.argument.reset();
-    ReleaseReference(RegistryServer::Enter(), argument, "delivery");
+    releaseReference(RegistryServer::enter(), argument, "delivery");
     return true;
 }
 

@@ -14,8 +14,8 @@ class PortSource final : public RunLoopSource {
 public:
     explicit PortSource(std::shared_ptr<NotificationQueue> queue) : m_queue(std::move(queue)) {}
 
-    void AppendDescriptors(std::vector<pollfd>& descriptors) const override;
-    bool Deliver() override;
+    void appendDescriptors(std::vector<pollfd>& descriptors) const override;
+    bool deliver() override;
 
 private:
     const std::shared_ptr<NotificationQueue> m_queue;

@@ -5,46 +5,46 @@
 namespace LinuxPlatform {
 
 Notification::~Notification() {
-    m_queue->Forget(*this);
+    m_queue->forget(*this);
 }
 
-void Notification::Post(std::uint32_t messageType) {
-    m_queue->Post(*this, messageType);
+void Notification::post(std::uint32_t messageType) {
+    m_queue->post(*this, messageType);
 }
 
-void NotificationQueue::Post(Notification& from, std::uint32_t messageType) {
+void NotificationQueue::post(Notification& from, std::uint32_t messageType) {
     if (m_isClosed)
         return;
     m_messages.push_back({&from, messageType});
     if (m_messages.size() == 1)
-        m_wakeUp.Signal();
+        m_wakeUp.signal();
 }
 
-void NotificationQueue::Forget(const Notification& from) {
+void NotificationQueue::forget(const Notification& from) {
     const auto isOfIt = [&from](const Message& message) { return message.from == &from; };
     const auto last = std::remove_if(m_messages.begin(), m_messages.end(), isOfIt);
     if (last == m_messages.end())
         return;
     m_messages.erase(last, m_messages.end());
     if (m_messages.empty())
-        m_wakeUp.Clear();
+        m_wakeUp.clear();
 }
 
-bool NotificationQueue::Take(Delivery& delivery) {
+bool NotificationQueue::take(Delivery& delivery) {
     if (m_messages.empty())
         return false;
     const Message message = m_messages.front();
     m_messages.pop_front();
     if (m_messages.empty())
-        m_wakeUp.Clear();
-    delivery = message.from->Prepare(message.type);
+        m_wakeUp.clear();
+    delivery = message.from->prepare(message.type);
     return true;
 }
 
-void NotificationQueue::Close() {
+void NotificationQueue::close() {
     m_isClosed = true;
     m_messages.clear();
-    m_wakeUp.Clear();
+    m_wakeUp.clear();
 }
 
 } // namespace LinuxPlatform

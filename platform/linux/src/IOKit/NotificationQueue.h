@@ -28,10 +28,10 @@ public:
     Notification& operator=(const Notification&) = delete;
     virtual ~Notification();
 
-    virtual Delivery Prepare(std::uint32_t messageType) = 0;
+    virtual Delivery prepare(std::uint32_t messageType) = 0;
 
 protected:
-    void Post(std::uint32_t messageType);
+    void post(std::uint32_t messageType);
 
 private:
     const std::shared_ptr<NotificationQueue> m_queue;
@@ -41,16 +41,16 @@ private:
 /// its notifications, for any of them may go first. Used with the server's lock held.
 class NotificationQueue {
 public:
-    bool IsUsable() const { return m_wakeUp.IsOpen(); }
+    bool isUsable() const { return m_wakeUp.isOpen(); }
     /// Readable while messages wait.
-    int Descriptor() const { return m_wakeUp.Descriptor(); }
+    int descriptor() const { return m_wakeUp.descriptor(); }
 
-    void Post(Notification& from, std::uint32_t messageType);
-    void Forget(const Notification& from);
+    void post(Notification& from, std::uint32_t messageType);
+    void forget(const Notification& from);
     /// False when nothing waits.
-    bool Take(Delivery& delivery);
+    bool take(Delivery& delivery);
     /// Drops everything, now and from now on.
-    void Close();
+    void close();
 
 private:
     struct Message {

@@ -15,24 +15,24 @@ MatchingNotification::MatchingNotification(Registry& registry, std::shared_ptr<N
                                            IOServiceMatchingCallback callback, void* refCon)
     : Notification(std::move(queue)), m_registry(registry), m_about(about), m_criteria(std::move(criteria)),
       m_callback(callback), m_refCon(refCon) {
-    m_registry.AddObserver(*this);
+    m_registry.addObserver(*this);
     if (m_about == About::Terminations)
         return;
-    for (const EntryPointer& present : m_criteria.MatchesIn(m_registry))
-        Append(present);
+    for (const EntryPointer& present : m_criteria.matchesIn(m_registry))
+        append(present);
 }
 
 MatchingNotification::~MatchingNotification() {
-    m_registry.RemoveObserver(*this);
+    m_registry.removeObserver(*this);
 }
 
-EntryPointer MatchingNotification::Next() {
+EntryPointer MatchingNotification::next() {
     if (m_services.empty()) {
         m_isArmed = true;
         return nullptr;
     }
     EntryPointer service;
-    if (m_registry.Habits().matching) {
+    if (m_registry.habits().matching) {
         service = std::move(m_services.back());
         m_services.pop_back();
     } else {
@@ -42,36 +42,36 @@ EntryPointer MatchingNotification::Next() {
     return service;
 }
 
-void MatchingNotification::ServicePublished(const EntryPointer& service) {
+void MatchingNotification::servicePublished(const EntryPointer& service) {
     if (m_about != About::Terminations)
-        Offer(service);
+        offer(service);
 }
 
-void MatchingNotification::ServicePublishedAgain(const EntryPointer& service) {
+void MatchingNotification::servicePublishedAgain(const EntryPointer& service) {
     if (m_about == About::Arrivals)
-        Offer(service);
+        offer(service);
 }
 
-void MatchingNotification::ServiceTerminated(const EntryPointer& service) {
+void MatchingNotification::serviceTerminated(const EntryPointer& service) {
     if (m_about == About::Terminations)
-        Offer(service);
+        offer(service);
 }
 
-void MatchingNotification::Offer(const EntryPointer& service) {
-    if (!m_criteria.Match(*service, m_registry.Habits()) || !Append(service) || !m_isArmed)
+void MatchingNotification::offer(const EntryPointer& service) {
+    if (!m_criteria.match(*service, m_registry.habits()) || !append(service) || !m_isArmed)
         return;
     m_isArmed = false;
-    Post(0);
+    post(0);
 }
 
-bool MatchingNotification::Append(const EntryPointer& service) {
-    if (m_registry.Habits().matching && m_services.size() >= KERNELS_ROOM)
+bool MatchingNotification::append(const EntryPointer& service) {
+    if (m_registry.habits().matching && m_services.size() >= KERNELS_ROOM)
         return false;
     m_services.push_back(service);
     return true;
 }
 
-Delivery MatchingNotification::Prepare(std::uint32_t) {
+Delivery MatchingNotification::prepare(std::uint32_t) {
     return {shared_from_this(),
             [callback = m_callback, refCon = m_refCon](io_object_t iterator) { callback(refCon, iterator); }};
 }
@@ -79,21 +79,21 @@ Delivery MatchingNotification::Prepare(std::uint32_t) {
 InterestNotification::InterestNotification(std::shared_ptr<NotificationQueue> queue, EntryPointer service,
                                            IOServiceInterestCallback callback, void* refCon)
     : Notification(std::move(queue)), m_service(std::move(service)), m_callback(callback), m_refCon(refCon) {
-    if (m_service->IsAttached())
-        m_service->AddObserver(*this);
+    if (m_service->isAttached())
+        m_service->addObserver(*this);
     else
-        Post(kIOMessageServiceIsTerminated);
+        post(kIOMessageServiceIsTerminated);
 }
 
 InterestNotification::~InterestNotification() {
-    m_service->RemoveObserver(*this);
+    m_service->removeObserver(*this);
 }
 
-void InterestNotification::EntryTerminated() {
-    Post(kIOMessageServiceIsTerminated);
+void InterestNotification::entryTerminated() {
+    post(kIOMessageServiceIsTerminated);
 }
 
-Delivery InterestNotification::Prepare(std::uint32_t messageType) {
+Delivery InterestNotification::prepare(std::uint32_t messageType) {
     return {m_service, [callback = m_callback, refCon = m_refCon, messageType](io_object_t service) {
                 callback(refCon, service, messageType, nullptr);
             }};

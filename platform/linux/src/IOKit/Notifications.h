@@ -24,19 +24,19 @@ public:
                          MatchingCriteria criteria, IOServiceMatchingCallback callback, void* refCon);
     ~MatchingNotification() override;
 
-    std::string_view ClassName() const override { return ClassName::MATCHING_NOTIFICATION; }
-    EntryPointer Next() override;
-    void Reset() override {}
-    bool IsValid() const override { return true; }
+    std::string_view className() const override { return ClassName::MATCHING_NOTIFICATION; }
+    EntryPointer next() override;
+    void reset() override {}
+    bool isValid() const override { return true; }
 
 private:
-    void ServicePublished(const EntryPointer& service) override;
-    void ServicePublishedAgain(const EntryPointer& service) override;
-    void ServiceTerminated(const EntryPointer& service) override;
-    Delivery Prepare(std::uint32_t messageType) override;
-    void Offer(const EntryPointer& service);
+    void servicePublished(const EntryPointer& service) override;
+    void servicePublishedAgain(const EntryPointer& service) override;
+    void serviceTerminated(const EntryPointer& service) override;
+    Delivery prepare(std::uint32_t messageType) override;
+    void offer(const EntryPointer& service);
     /// False when there is no room for it.
-    bool Append(const EntryPointer& service);
+    bool append(const EntryPointer& service);
 
     Registry& m_registry;
     const About m_about;
@@ -54,11 +54,11 @@ public:
                          IOServiceInterestCallback callback, void* refCon);
     ~InterestNotification() override;
 
-    std::string_view ClassName() const override { return ClassName::INTEREST_NOTIFICATION; }
+    std::string_view className() const override { return ClassName::INTEREST_NOTIFICATION; }
 
 private:
-    void EntryTerminated() override;
-    Delivery Prepare(std::uint32_t messageType) override;
+    void entryTerminated() override;
+    Delivery prepare(std::uint32_t messageType) override;
 
     const EntryPointer m_service;
     const IOServiceInterestCallback m_callback;

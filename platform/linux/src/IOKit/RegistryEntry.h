@@ -16,7 +16,7 @@ namespace LinuxPlatform {
 class EntryObserver {
 public:
     virtual ~EntryObserver() = default;
-    virtual void EntryTerminated() = 0;
+    virtual void entryTerminated() = 0;
 };
 
 using PropertyValue = std::variant<std::int32_t, std::string>;
@@ -28,31 +28,31 @@ class RegistryEntry final : public RegistryObject {
 public:
     RegistryEntry(std::uint64_t id, std::string className, std::string name, PropertyTable properties);
 
-    std::string_view ClassName() const override { return m_className; }
-    std::uint64_t ID() const { return m_id; }
-    const std::string& Name() const { return m_name; }
-    std::uint32_t Location() const { return m_location; }
-    const PropertyTable& Properties() const { return m_properties; }
-    const PropertyValue* FindProperty(std::string_view key) const;
+    std::string_view className() const override { return m_className; }
+    std::uint64_t id() const { return m_id; }
+    const std::string& name() const { return m_name; }
+    std::uint32_t location() const { return m_location; }
+    const PropertyTable& properties() const { return m_properties; }
+    const PropertyValue* findProperty(std::string_view key) const;
 
     /// Empty once the entry has left the registry, and for its root.
-    const std::vector<RegistryEntry*>& Parents() const { return m_parents; }
-    const std::vector<std::shared_ptr<RegistryEntry>>& Children() const { return m_children; }
-    bool IsAttached() const { return m_isAttached; }
+    const std::vector<RegistryEntry*>& parents() const { return m_parents; }
+    const std::vector<std::shared_ptr<RegistryEntry>>& children() const { return m_children; }
+    bool isAttached() const { return m_isAttached; }
 
-    void AddObserver(EntryObserver& observer) { m_observers.push_back(&observer); }
-    void RemoveObserver(EntryObserver& observer);
+    void addObserver(EntryObserver& observer) { m_observers.push_back(&observer); }
+    void removeObserver(EntryObserver& observer);
 
     /// "IOService:/..." by way of the first parents; nothing when the entry has left the registry.
     ///
     /// Each component ends in "@" and a location of eight digits that is unique among its siblings, and no
     /// name contains a slash. So one path is a prefix of another only if its entry lies above the other's.
-    std::optional<std::string> Path() const;
+    std::optional<std::string> path() const;
 
 private:
     friend class Registry;
 
-    std::string Component() const;
+    std::string component() const;
 
     const std::uint64_t m_id;
     const std::string m_className;

@@ -13,7 +13,7 @@ public:
     RegistryObject& operator=(const RegistryObject&) = delete;
     virtual ~RegistryObject() = default;
 
-    virtual std::string_view ClassName() const = 0;
+    virtual std::string_view className() const = 0;
 };
 
 } // namespace LinuxPlatform

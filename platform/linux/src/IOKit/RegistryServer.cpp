@@ -2,30 +2,30 @@
 
 namespace LinuxPlatform {
 
-RegistryServer::Access RegistryServer::Enter(Freshness freshness) {
+RegistryServer::Access RegistryServer::enter(Freshness freshness) {
     // Never destroyed: run loops of other threads may still use it while the process exits.
     static RegistryServer& server = *new RegistryServer;
     Access access(server);
     if (freshness == Freshness::UpToDate)
-        server.BringUpToDate();
+        server.bringUpToDate();
     return access;
 }
 
-void RegistryServer::BringUpToDate() {
+void RegistryServer::bringUpToDate() {
     if (!m_isFeedChosen) {
         m_isFeedChosen = true;
-        m_feed = MakeHostFeed();
+        m_feed = makeHostFeed();
         if (m_feed)
-            m_feed->Start(m_devices);
+            m_feed->start(m_devices);
     }
     if (m_feed)
-        m_feed->Pump(m_devices);
+        m_feed->pump(m_devices);
 }
 
-void RegistryServer::DropFeed() {
+void RegistryServer::dropFeed() {
     m_isFeedChosen = true;
     m_feed.reset();
-    m_devices.LeaveAll();
+    m_devices.leaveAll();
 }
 
 } // namespace LinuxPlatform

@@ -25,23 +25,23 @@ public:
     RegistryServer() : m_devices(m_registry) {}
 
     /// Locks the server for the life of the result.
-    static Access Enter(Freshness freshness = Freshness::AsIs);
+    static Access enter(Freshness freshness = Freshness::AsIs);
 
-    Registry& Entries() { return m_registry; }
-    DeviceTree& Devices() { return m_devices; }
-    HandleTable& Handles() { return m_handles; }
+    Registry& entries() { return m_registry; }
+    DeviceTree& devices() { return m_devices; }
+    HandleTable& handles() { return m_handles; }
     /// Ports that are not yet destroyed.
-    std::set<const void*>& Ports() { return m_ports; }
+    std::set<const void*>& ports() { return m_ports; }
 
     /// -1 when there is nothing to wait for.
-    int FeedDescriptor() const { return m_feed ? m_feed->Descriptor() : -1; }
+    int feedDescriptor() const { return m_feed ? m_feed->descriptor() : -1; }
     /// Whether anything will tell of devices that arrive or leave: the host's feed, or somebody by hand.
-    bool HearsOfDevices() const { return !m_feed || m_feed->Hears(); }
+    bool hearsOfDevices() const { return !m_feed || m_feed->hears(); }
     /// No feed of the host's from here on, and none of its devices.
-    void DropFeed();
+    void dropFeed();
 
 private:
-    void BringUpToDate();
+    void bringUpToDate();
 
     std::mutex m_lock;
     Registry m_registry;

@@ -14,6 +14,6 @@ using KnownPath = std::function<bool(const std::string& path)>;
 
 /// What the registry needs to know of a device; nothing for one that has no place there (a disk's endpoint, a
 /// console). Reads attributes from sysfs, and opens no device.
-std::optional<Device> DescribeDevice(udev_device& device, const KnownPath& isKnown);
+std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown);
 
 } // namespace LinuxPlatform

@@ -28,7 +28,7 @@ const int RESCANS_AT_ONCE = 3;
 
 /// The daemon sends what a monitor hears. Where /dev is the kernel's own, libudev listens without looking for
 /// it; elsewhere it looks, and makes a monitor of no multicast group without it. Neither hears anything.
-bool IsDeaf(udev_monitor& monitor) {
+bool isDeaf(udev_monitor& monitor) {
     sockaddr_nl address{};
     socklen_t size = sizeof(address);
     auto* plain = reinterpret_cast<sockaddr*>(&address);
@@ -39,25 +39,25 @@ bool IsDeaf(udev_monitor& monitor) {
 
 /// Whether a message waits in the monitor's socket; errno says why not. Asked before each receive, because libudev does
 /// not tell a socket that fails from a message that it cannot read.
-bool HasMessage(udev_monitor& monitor) {
+bool hasMessage(udev_monitor& monitor) {
     char first;
     return recv(udev_monitor_get_fd(&monitor), &first, sizeof(first), MSG_PEEK | MSG_DONTWAIT) >= 0;
 }
 
 } // namespace
 
-void UdevFeed::Start(DeviceTree& devices) {
+void UdevFeed::start(DeviceTree& devices) {
     m_context.reset(udev_new());
     if (!m_context) {
-        Report("IOKit: udev cannot be used (%s); no device will be seen", std::strerror(errno));
+        report("IOKit: udev cannot be used (%s); no device will be seen", std::strerror(errno));
         return;
     }
     // First the monitor, then the scan: a device that arrives in between is seen twice rather than never.
-    Listen();
+    listen();
     Scan(devices);
 }
 
-void UdevFeed::Listen() {
+void UdevFeed::listen() {
     m_monitor.reset(udev_monitor_new_from_netlink(m_context.get(), "udev"));
     int error = m_monitor ? 0 : errno;
     for (const char* subsystem : {"usb", "tty", "net"}) {
@@ -69,61 +69,61 @@ void UdevFeed::Listen() {
         error = -udev_monitor_enable_receiving(m_monitor.get());
     }
     if (error != 0) {
-        Report("IOKit: cannot listen to udev (%s); devices that arrive later will not be seen",
+        report("IOKit: cannot listen to udev (%s); devices that arrive later will not be seen",
                std::strerror(error));
         m_monitor.reset();
         return;
     }
-    m_isDeaf = IsDeaf(*m_monitor);
+    m_isDeaf = isDeaf(*m_monitor);
     if (m_isDeaf)
-        Report("IOKit: the udev daemon is not running; devices that arrive later will not be seen");
+        report("IOKit: the udev daemon is not running; devices that arrive later will not be seen");
 }
 
-void UdevFeed::ListenAnew(int error) {
+void UdevFeed::listenAnew(int error) {
     if (++m_brokenMonitors == TOLERATED_MONITORS) {
-        Report("IOKit: udev cannot be listened to any more (%s); devices that arrive from now on will not be "
+        report("IOKit: udev cannot be listened to any more (%s); devices that arrive from now on will not be "
                "seen",
                std::strerror(error));
         m_monitor.reset();
         return;
     }
-    Report("IOKit: the connection to udev is broken (%s); making a new one and looking at all devices again",
+    report("IOKit: the connection to udev is broken (%s); making a new one and looking at all devices again",
            std::strerror(error));
-    Listen();
+    listen();
 }
 
-int UdevFeed::Descriptor() const {
+int UdevFeed::descriptor() const {
     return m_monitor ? udev_monitor_get_fd(m_monitor.get()) : -1;
 }
 
 void UdevFeed::Scan(DeviceTree& devices) {
-    devices.Reconcile(ScanDevices(*m_context));
+    devices.reconcile(scanDevices(*m_context));
 }
 
-void UdevFeed::Pump(DeviceTree& devices) {
+void UdevFeed::pump(DeviceTree& devices) {
     for (int rescans = 0; rescans < RESCANS_AT_ONCE && m_monitor; ++rescans) {
-        switch (Drain(devices)) {
+        switch (drain(devices)) {
         case Drained::Complete:
             return;
         case Drained::EventsLost:
-            Report("IOKit: device events were lost; looking at all devices again");
+            report("IOKit: device events were lost; looking at all devices again");
             break;
         case Drained::MonitorBroken:
-            ListenAnew(errno);
+            listenAnew(errno);
             break;
         }
         Scan(devices);
     }
 }
 
-UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
+UdevFeed::Drained UdevFeed::drain(DeviceTree& devices) {
     Drained result = Drained::Complete;
     for (int failures = 0; failures < TOLERATED_FAILURES;) {
-        if (HasMessage(*m_monitor)) {
+        if (hasMessage(*m_monitor)) {
             errno = 0;
             const UdevPointer<udev_device> event(udev_monitor_receive_device(m_monitor.get()));
             if (event) {
-                Apply(*event, devices);
+                apply(*event, devices);
                 failures = 0;
                 m_brokenMonitors = 0;
                 continue;
@@ -149,33 +149,33 @@ UdevFeed::Drained UdevFeed::Drain(DeviceTree& devices) {
     return Drained::MonitorBroken;
 }
 
-void UdevFeed::Apply(udev_device& event, DeviceTree& devices) {
+void UdevFeed::apply(udev_device& event, DeviceTree& devices) {
     const char* const actionText = udev_device_get_action(&event);
     const std::string_view action = actionText ? actionText : "";
     if (action == "remove") {
-        devices.Leave(udev_device_get_syspath(&event));
+        devices.leave(udev_device_get_syspath(&event));
         return;
     }
     const bool isMove = action == "move";
     if (isMove) {
         if (const char* oldPath = udev_device_get_property_value(&event, "DEVPATH_OLD"))
-            devices.Leave(std::string("/sys") + oldPath);
+            devices.leave(std::string("/sys") + oldPath);
     }
     const bool isArrival = action == "add" || isMove;
     if (!isArrival && action != "change" && action != "bind")
         return;
-    const auto isKnown = [&devices](const std::string& path) { return devices.Knows(path); };
-    const std::optional<Device> device = DescribeDevice(event, isKnown);
+    const auto isKnown = [&devices](const std::string& path) { return devices.knows(path); };
+    const std::optional<Device> device = describeDevice(event, isKnown);
     if (!device)
         return;
     const bool isUnreadable = device->kind == DeviceKind::UsbDevice && !device->vendor && !device->product;
     if (isArrival)
-        devices.Arrive(*device);
-    else if (!isUnreadable || !devices.Knows(device->path)) // Gone already, and its removal is on the way.
-        devices.Change(*device);
+        devices.arrive(*device);
+    else if (!isUnreadable || !devices.knows(device->path)) // Gone already, and its removal is on the way.
+        devices.change(*device);
 }
 
-std::unique_ptr<DeviceFeed> MakeHostFeed() {
+std::unique_ptr<DeviceFeed> makeHostFeed() {
     return std::make_unique<UdevFeed>();
 }
 

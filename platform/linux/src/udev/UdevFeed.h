@@ -8,19 +8,19 @@ namespace LinuxPlatform {
 /// USB devices, their interfaces, serial ports and network interfaces, as udev announces them.
 class UdevFeed final : public DeviceFeed {
 public:
-    void Start(DeviceTree& devices) override;
-    bool Hears() const override { return m_monitor && !m_isDeaf; }
-    int Descriptor() const override;
-    void Pump(DeviceTree& devices) override;
+    void start(DeviceTree& devices) override;
+    bool hears() const override { return m_monitor && !m_isDeaf; }
+    int descriptor() const override;
+    void pump(DeviceTree& devices) override;
 
 private:
     enum class Drained { Complete, EventsLost, MonitorBroken };
 
-    void Listen();
-    void ListenAnew(int error);
+    void listen();
+    void listenAnew(int error);
     void Scan(DeviceTree& devices);
-    Drained Drain(DeviceTree& devices);
-    void Apply(udev_device& event, DeviceTree& devices);
+    Drained drain(DeviceTree& devices);
+    void apply(udev_device& event, DeviceTree& devices);
 
     UdevPointer<udev> m_context;
     UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to

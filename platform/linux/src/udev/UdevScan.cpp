@@ -25,7 +25,7 @@ struct CloseDirectory {
 };
 
 /// "/sys/class/tty/ttyUSB0" -> "../../devices/..." gives "/sys/devices/...".
-std::string Resolve(const std::string& link) {
+std::string resolve(const std::string& link) {
     char target[PATH_MAX];
     const ssize_t length = readlink(link.c_str(), target, sizeof(target));
     if (length <= 0)
@@ -40,13 +40,13 @@ std::string Resolve(const std::string& link) {
 }
 
 /// Paths of a list's devices; a parent's comes before its children's.
-std::vector<std::string> ListDevices(const char* list) {
+std::vector<std::string> listDevices(const char* list) {
     std::vector<std::string> paths;
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(list));
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
         if (entry->d_name[0] == '.')
             continue;
-        std::string path = Resolve(std::string(list) + "/" + entry->d_name);
+        std::string path = resolve(std::string(list) + "/" + entry->d_name);
         if (!path.empty())
             paths.push_back(std::move(path));
     }
@@ -58,34 +58,34 @@ class Scan {
 public:
     explicit Scan(udev& context) : m_context(context) {}
 
-    void AddUsbDevices() {
-        for (const std::string& path : ListDevices(USB_DEVICES))
-            Add(path);
+    void addUsbDevices() {
+        for (const std::string& path : listDevices(USB_DEVICES))
+            add(path);
     }
 
-    void AddDevicesBelowUsb(const char* list) {
-        for (const std::string& path : ListDevices(list)) {
-            if (IsBelowUsb(path))
-                Add(path);
+    void addDevicesBelowUsb(const char* list) {
+        for (const std::string& path : listDevices(list)) {
+            if (isBelowUsb(path))
+                add(path);
         }
     }
 
-    bool IsEmpty() const { return m_found.empty(); }
-    std::vector<Device> Take() { return std::move(m_found); }
+    bool isEmpty() const { return m_found.empty(); }
+    std::vector<Device> take() { return std::move(m_found); }
 
 private:
-    void Add(const std::string& path) {
+    void add(const std::string& path) {
         const UdevPointer<udev_device> device(udev_device_new_from_syspath(&m_context, path.c_str()));
         if (!device)
             return; // It has just gone; an event will say the same.
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
-        if (std::optional<Device> described = DescribeDevice(*device, isKnown)) {
+        if (std::optional<Device> described = describeDevice(*device, isKnown)) {
             m_paths.insert(described->path);
             m_found.push_back(std::move(*described));
         }
     }
 
-    bool IsBelowUsb(std::string path) const {
+    bool isBelowUsb(std::string path) const {
         while (!path.empty() && m_paths.count(path) == 0)
             path.resize(path.rfind('/'));
         return !path.empty();
@@ -98,14 +98,14 @@ private:
 
 } // namespace
 
-std::vector<Device> ScanDevices(udev& context) {
+std::vector<Device> scanDevices(udev& context) {
     Scan scan(context);
-    scan.AddUsbDevices();
-    if (!scan.IsEmpty()) {
-        scan.AddDevicesBelowUsb(TTY_DEVICES);
-        scan.AddDevicesBelowUsb(NET_DEVICES);
+    scan.addUsbDevices();
+    if (!scan.isEmpty()) {
+        scan.addDevicesBelowUsb(TTY_DEVICES);
+        scan.addDevicesBelowUsb(NET_DEVICES);
     }
-    return scan.Take();
+    return scan.take();
 }
 
 } // namespace LinuxPlatform

@@ -8,6 +8,6 @@
 namespace LinuxPlatform {
 
 /// Everything on the bus that the registry has a place for, as it is now.
-std::vector<Device> ScanDevices(udev& context);
+std::vector<Device> scanDevices(udev& context);
 
 } // namespace LinuxPlatform

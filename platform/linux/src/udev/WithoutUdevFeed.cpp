@@ -3,7 +3,7 @@
 namespace LinuxPlatform {
 
 /// A build without libudev: devices come by hand only.
-std::unique_ptr<DeviceFeed> MakeHostFeed() {
+std::unique_ptr<DeviceFeed> makeHostFeed() {
     return nullptr;
 }
 

@@ -16,9 +16,9 @@ namespace {
 /// Walks over devices that the test plugs by hand.
 class RegistryWalkTest : public LiveObjectsTest {
 protected:
-    RegistryWalkTest() { LinuxPlatform::UseDevicesByHand(); }
+    RegistryWalkTest() { LinuxPlatform::useDevicesByHand(); }
     void TearDown() override {
-        LinuxPlatform::AllDevicesLeft();
+        LinuxPlatform::allDevicesLeft();
         LiveObjectsTest::TearDown();
     }
 
@@ -26,7 +26,7 @@ protected:
         Device device;
         device.path = "/" + name;
         device.name = name;
-        LinuxPlatform::DeviceArrived(device);
+        LinuxPlatform::deviceArrived(device);
     }
     /// Over the children of the registry's root: the devices, and the network stack before them.
     static void makeIterator(IOObjectHandle& iterator) {
@@ -66,7 +66,7 @@ TEST_F(RegistryWalkTest, AChangeOnTheWayEndsItAndTheNextOneFindsWhatIsThere) {
     makeIterator(iterator);
     RegistryWalk walk(iterator.get());
     takeNext(walk);
-    LinuxPlatform::DeviceLeft("/first");
+    LinuxPlatform::deviceLeft("/first");
     plug("third");
     EXPECT_EQ("none", takeNext(walk));
     EXPECT_TRUE(walk.beginsAgain());

@@ -58,25 +58,25 @@ Device part(const Device& parent, DeviceKind kind, const std::string& name, std:
 class ServicesOverRegistryTest : public testing::Test {
 protected:
     ServicesOverRegistryTest() {
-        LinuxPlatform::UseDevicesByHand();
-        LinuxPlatform::AllDevicesLeft();
+        LinuxPlatform::useDevicesByHand();
+        LinuxPlatform::allDevicesLeft();
         m_habits.matching = matchesAsKernel();
-        LinuxPlatform::AdoptHabits(m_habits);
-        m_before = LinuxPlatform::CountLiveObjects();
+        LinuxPlatform::adoptHabits(m_habits);
+        m_before = LinuxPlatform::countLiveObjects();
         m_service.registerClient(&m_client);
     }
     void TearDown() override {
-        LinuxPlatform::AllDevicesLeft();
+        LinuxPlatform::allDevicesLeft();
         if (m_isRegistered) {
             deliver();
             m_service.unRegisterService();
         }
-        EXPECT_EQ(m_before, LinuxPlatform::CountLiveObjects());
-        LinuxPlatform::AdoptHabits(LinuxPlatform::KernelHabits());
+        EXPECT_EQ(m_before, LinuxPlatform::countLiveObjects());
+        LinuxPlatform::adoptHabits(LinuxPlatform::KernelHabits());
     }
     void refuseInterest() {
         m_habits.refusedInterest = true;
-        LinuxPlatform::AdoptHabits(m_habits);
+        LinuxPlatform::adoptHabits(m_habits);
     }
     /// Below a device or an interface, and found by the device's watch: an interface by its ids, or a port because the
     /// kernel does not compare any.
@@ -100,7 +100,7 @@ protected:
         return devices;
     }
     void arrive(const Device& device) {
-        LinuxPlatform::DeviceArrived(device);
+        LinuxPlatform::deviceArrived(device);
         deliver();
     }
 
@@ -113,9 +113,9 @@ protected:
 
 TEST_F(ServicesOverRegistryTest, ADeviceIsListedInDecimalWhileItIsThere) {
     EXPECT_THAT(connected(), IsEmpty());
-    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1401));
+    LinuxPlatform::deviceArrived(usbDevice("1-1", 0x12D1, 0x1401));
     EXPECT_THAT(connected(), ElementsAre("4817|5121"));
-    LinuxPlatform::AllDevicesLeft();
+    LinuxPlatform::allDevicesLeft();
     EXPECT_THAT(connected(), IsEmpty());
 }
 
@@ -137,19 +137,19 @@ TEST_F(ServicesOverRegistryTest, ARemovalIsToldOnce) {
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
     arrive(modem);
     arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
-    LinuxPlatform::DeviceLeft(modem.path);
+    LinuxPlatform::deviceLeft(modem.path);
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
 }
 
 TEST_F(ServicesOverRegistryTest, WhatIsPresentAtRegistrationGivesNoArrivalButItsRemovalIsTold) {
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
-    LinuxPlatform::DeviceArrived(modem);
-    LinuxPlatform::DeviceArrived(part(modem, DeviceKind::UsbInterface, "if0", 0));
+    LinuxPlatform::deviceArrived(modem);
+    LinuxPlatform::deviceArrived(part(modem, DeviceKind::UsbInterface, "if0", 0));
     registerService();
     deliver();
     EXPECT_THAT(m_client.arrivals, IsEmpty());
-    LinuxPlatform::DeviceLeft(modem.path);
+    LinuxPlatform::deviceLeft(modem.path);
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
 }
@@ -190,7 +190,7 @@ TEST_F(ServicesOverRegistryTest, TheCdRomPersonalityLeavesAndTheModemArrives) {
     registerService();
     arrive(usbDevice("1-1", 0x12D1, 0x1446));
     m_client.arrivals.clear();
-    LinuxPlatform::DeviceChanged(usbDevice("1-1", 0x12D1, 0x1001));
+    LinuxPlatform::deviceChanged(usbDevice("1-1", 0x12D1, 0x1001));
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre("USB#Vid_12d1&Pid_1446"));
     EXPECT_THAT(m_client.arrivals, Each(MODEM));
@@ -199,51 +199,51 @@ TEST_F(ServicesOverRegistryTest, TheCdRomPersonalityLeavesAndTheModemArrives) {
 
 TEST_F(ServicesOverRegistryTest, DevicesThatComeAndGoBeforeTheLoopRunsAreToldBothAndLeaveNothingBehind) {
     registerService();
-    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::countLiveObjects();
     for (int i = 0; i < 10; ++i) {
-        LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
-        LinuxPlatform::DeviceLeft("/bus/1-1");
+        LinuxPlatform::deviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+        LinuxPlatform::deviceLeft("/bus/1-1");
     }
     deliver();
     EXPECT_EQ(10u, m_client.arrivals.size());
     EXPECT_EQ(10u, m_client.removals.size());
-    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
 }
 
 TEST_F(ServicesOverRegistryTest, ADeviceThatHasLeftWhenItsEndIsAskedForIsToldOfAndLeavesNothingBehind) {
     registerService();
-    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::countLiveObjects();
     refuseInterest();
-    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
-    LinuxPlatform::DeviceLeft("/bus/1-1");
+    LinuxPlatform::deviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+    LinuxPlatform::deviceLeft("/bus/1-1");
     deliver();
     EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM));
     EXPECT_THAT(m_client.removals, IsEmpty()) << "nobody tells of it any more";
-    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
 }
 
 TEST_F(ServicesOverRegistryTest, ADeviceThatIsMatchedAgainIsToldAgainAndEndsTwice) {
     registerService();
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
-    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::countLiveObjects();
     arrive(modem);
     m_client.arrivals.clear();
-    LinuxPlatform::DeviceMatchedAgain(modem.path);
+    LinuxPlatform::deviceMatchedAgain(modem.path);
     deliver();
     EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM, MODEM, MODEM))
         << "for itself, by its first watch and by its new one";
-    LinuxPlatform::DeviceLeft(modem.path);
+    LinuxPlatform::deviceLeft(modem.path);
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM, MODEM));
-    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
 }
 
 TEST_F(ServicesOverRegistryTest, AModemIsToldOfAmongMoreServicesThanAnIteratorHolds) {
     const Device crowded = usbDevice("1-2", 1, 2);
-    LinuxPlatform::DeviceArrived(crowded);
+    LinuxPlatform::deviceArrived(crowded);
     for (std::uint32_t number = 0; number < 1100; ++number) {
         const std::string name = "tty" + std::to_string(number);
-        LinuxPlatform::DeviceArrived(part(crowded, DeviceKind::SerialPort, name, number));
+        LinuxPlatform::deviceArrived(part(crowded, DeviceKind::SerialPort, name, number));
     }
     registerService();
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
@@ -253,29 +253,29 @@ TEST_F(ServicesOverRegistryTest, AModemIsToldOfAmongMoreServicesThanAnIteratorHo
     EXPECT_THAT(m_client.arrivals, Each(MODEM));
     arrive(watchedPart(modem, "0"));
     EXPECT_THAT(m_client.arrivals, testing::SizeIs(matchesAsKernel() ? 2 : 3));
-    LinuxPlatform::DeviceLeft(modem.path);
+    LinuxPlatform::deviceLeft(modem.path);
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM));
 }
 
 TEST_F(ServicesOverRegistryTest, AThousandArrivalsAndRemovalsLeaveNoObjectBehind) {
     registerService();
-    const LinuxPlatform::LiveObjects idle = LinuxPlatform::CountLiveObjects();
+    const LinuxPlatform::LiveObjects idle = LinuxPlatform::countLiveObjects();
     for (int i = 0; i < 1000; ++i) {
         const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
         arrive(modem);
         arrive(part(modem, DeviceKind::UsbInterface, "if0", 0));
-        LinuxPlatform::DeviceLeft(modem.path);
+        LinuxPlatform::deviceLeft(modem.path);
         deliver();
     }
     EXPECT_EQ(1000u, m_client.removals.size());
-    EXPECT_EQ(idle, LinuxPlatform::CountLiveObjects());
+    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
 }
 
 TEST_F(ServicesOverRegistryTest, AServiceCanBeUnregisteredAndRegisteredAgain) {
     registerService();
     m_service.unRegisterService();
-    LinuxPlatform::DeviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
+    LinuxPlatform::deviceArrived(usbDevice("1-1", 0x12D1, 0x1001));
     deliver();
     EXPECT_THAT(m_client.arrivals, IsEmpty());
     registerService();
@@ -288,14 +288,14 @@ TEST_F(ServicesOverRegistryTest, TheModemsOwnPortsAndInterfaceAreFound) {
     const Device modem = usbDevice("1-1", 0x12D1, 0x1401);
     const Device interface = part(modem, DeviceKind::UsbInterface, "if0", 0);
     const Device other = usbDevice("1-2", 0x0001, 0x0002);
-    LinuxPlatform::DeviceArrived(modem);
-    LinuxPlatform::DeviceArrived(interface);
-    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB0", 0));
-    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB1", 1));
-    LinuxPlatform::DeviceArrived(part(interface, DeviceKind::NetworkInterface, "wwan0", 2));
-    LinuxPlatform::DeviceArrived(other);
-    LinuxPlatform::DeviceArrived(part(other, DeviceKind::SerialPort, "ttyUSB2", 0));
-    LinuxPlatform::DeviceArrived(part(other, DeviceKind::NetworkInterface, "usb0", 1));
+    LinuxPlatform::deviceArrived(modem);
+    LinuxPlatform::deviceArrived(interface);
+    LinuxPlatform::deviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB0", 0));
+    LinuxPlatform::deviceArrived(part(interface, DeviceKind::SerialPort, "ttyUSB1", 1));
+    LinuxPlatform::deviceArrived(part(interface, DeviceKind::NetworkInterface, "wwan0", 2));
+    LinuxPlatform::deviceArrived(other);
+    LinuxPlatform::deviceArrived(part(other, DeviceKind::SerialPort, "ttyUSB2", 0));
+    LinuxPlatform::deviceArrived(part(other, DeviceKind::NetworkInterface, "usb0", 1));
 
     Dictionary description, result;
     description.addValue("VendorID", std::string("4817"));

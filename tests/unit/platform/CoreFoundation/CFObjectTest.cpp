@@ -13,14 +13,14 @@ TEST_F(CFObject, BelongsToWhoeverCreatedIt) {
 }
 
 TEST_F(CFObject, LivesUntilItsLastOwnerReleasesIt) {
-    const auto before = LinuxPlatform::CountLiveObjects().coreFoundationObjects;
+    const auto before = LinuxPlatform::countLiveObjects().coreFoundationObjects;
     CFStringRef text = CFStringCreateWithCString(kCFAllocatorDefault, "modem", kCFStringEncodingUTF8);
     EXPECT_EQ(CFRetain(text), text);
     EXPECT_EQ(CFGetRetainCount(text), 2);
     CFRelease(text);
-    EXPECT_EQ(LinuxPlatform::CountLiveObjects().coreFoundationObjects, before + 1);
+    EXPECT_EQ(LinuxPlatform::countLiveObjects().coreFoundationObjects, before + 1);
     CFRelease(text);
-    EXPECT_EQ(LinuxPlatform::CountLiveObjects().coreFoundationObjects, before);
+    EXPECT_EQ(LinuxPlatform::countLiveObjects().coreFoundationObjects, before);
 }
 
 TEST_F(CFObject, ReleasedTooOftenIsReportedAndNothingElse) {

@@ -29,7 +29,7 @@ int __wrap_ppoll(pollfd* descriptors, nfds_t count, const timespec* timeout, con
 
 namespace {
 
-using LinuxPlatform::HandOver;
+using LinuxPlatform::handOver;
 using LinuxPlatform::Owned;
 using LinuxPlatform::RunLoopSource;
 using LinuxPlatform::WakeUp;
@@ -39,25 +39,25 @@ class SignalledSource final : public RunLoopSource {
 public:
     explicit SignalledSource(std::function<void()> callback) : m_callback(std::move(callback)) {}
 
-    void AppendDescriptors(std::vector<pollfd>& descriptors) const override {
-        descriptors.push_back({m_wakeUp.Descriptor(), POLLIN, 0});
+    void appendDescriptors(std::vector<pollfd>& descriptors) const override {
+        descriptors.push_back({m_wakeUp.descriptor(), POLLIN, 0});
     }
-    bool Deliver() override {
-        m_wakeUp.Clear();
+    bool deliver() override {
+        m_wakeUp.clear();
         if (m_due == 0)
             return false;
         if (--m_due > 0)
-            m_wakeUp.Signal();
+            m_wakeUp.signal();
         m_callback();
         return true;
     }
 
-    void Signal() {
+    void signal() {
         ++m_due;
-        m_wakeUp.Signal();
+        m_wakeUp.signal();
     }
     /// Wakes the loop up with nothing to deliver.
-    void Disturb() { m_wakeUp.Signal(); }
+    void Disturb() { m_wakeUp.signal(); }
 
 private:
     WakeUp m_wakeUp;
@@ -68,7 +68,7 @@ private:
 class CFRunLoop : public LiveObjectsTest {
 protected:
     static Owned<SignalledSource> MakeSource(std::function<void()> callback = [] {}) {
-        return Owned<SignalledSource>(HandOver(std::make_unique<SignalledSource>(std::move(callback))));
+        return Owned<SignalledSource>(handOver(std::make_unique<SignalledSource>(std::move(callback))));
     }
 
     static CFRunLoopRunResult RunFor(CFTimeInterval seconds, bool once = false) {
@@ -103,39 +103,39 @@ TEST_F(CFRunLoop, DeliversOnItsOwnThread) {
         deliveredOn = std::this_thread::get_id();
         CFRunLoopStop(m_loop);
     });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    std::thread([&] { source->Signal(); }).join();
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    std::thread([&] { source->signal(); }).join();
     CFRunLoopRun();
     EXPECT_EQ(deliveredOn, std::this_thread::get_id());
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, EndsWhenItsLastSourceIsRemoved) {
     Owned<SignalledSource> source =
-        MakeSource([&] { CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopCommonModes); });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
-    source->Signal();
+        MakeSource([&] { CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopCommonModes); });
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopCommonModes);
+    source->signal();
     CFRunLoopRun();
-    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopCommonModes));
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.get(), kCFRunLoopCommonModes));
 }
 
 TEST_F(CFRunLoop, EndsWhenItsLastSourceIsInvalidated) {
-    Owned<SignalledSource> source = MakeSource([&] { CFRunLoopSourceInvalidate(source.Get()); });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
-    source->Signal();
+    Owned<SignalledSource> source = MakeSource([&] { CFRunLoopSourceInvalidate(source.get()); });
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopCommonModes);
+    source->signal();
     CFRunLoopRun();
-    EXPECT_FALSE(CFRunLoopSourceIsValid(source.Get()));
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode)) << "invalid for good";
+    EXPECT_FALSE(CFRunLoopSourceIsValid(source.get()));
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.get(), kCFRunLoopDefaultMode)) << "invalid for good";
 }
 
 TEST_F(CFRunLoop, EndsWhenAnotherThreadTakesTheLastSourceWhileItSleeps) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     std::thread other([&] {
         AwaitWaiting(m_loop);
-        CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+        CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     });
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
     other.join();
@@ -143,22 +143,22 @@ TEST_F(CFRunLoop, EndsWhenAnotherThreadTakesTheLastSourceWhileItSleeps) {
 
 TEST_F(CFRunLoop, IsStoppedFromAnyThread) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     std::thread other([&] {
         AwaitWaiting(m_loop);
         CFRunLoopStop(m_loop);
     });
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     other.join();
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, AStopWithoutARunIsForgotten) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     CFRunLoopStop(m_loop);
     EXPECT_EQ(RunFor(0.001), kCFRunLoopRunTimedOut);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, AStopEndsTheInnermostRunOnly) {
@@ -168,16 +168,16 @@ TEST_F(CFRunLoop, AStopEndsTheInnermostRunOnly) {
             CFRunLoopStop(m_loop);
             return;
         }
-        source->Signal();
+        source->signal();
         EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
         EXPECT_EQ(calls, 2);
-        source->Signal();
+        source->signal();
     });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    source->Signal();
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    source->signal();
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     EXPECT_EQ(calls, 3) << "the outer run went on after the inner one was stopped";
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, WhatIsDueAfterAStopWaitsForTheNextRun) {
@@ -186,46 +186,46 @@ TEST_F(CFRunLoop, WhatIsDueAfterAStopWaitsForTheNextRun) {
         ++delivered;
         CFRunLoopStop(m_loop);
     });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    source->Signal();
-    source->Signal();
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    source->signal();
+    source->signal();
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     EXPECT_EQ(delivered, 1);
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     EXPECT_EQ(delivered, 2);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, ReturnsAfterOneSourceWhenAsked) {
     int delivered = 0;
     const auto source = MakeSource([&] { ++delivered; });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    source->Signal();
-    source->Signal();
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    source->signal();
+    source->signal();
     EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(delivered, 1);
     EXPECT_EQ(RunFor(0, true), kCFRunLoopRunHandledSource) << "one pass delivers what is due";
     EXPECT_EQ(RunFor(0, true), kCFRunLoopRunTimedOut);
     EXPECT_EQ(delivered, 2);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, AWakeUpThatDeliversNothingHandlesNothing) {
     const auto source = MakeSource([] { FAIL() << "nothing is due"; });
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     source->Disturb();
     EXPECT_EQ(RunFor(0.001, true), kCFRunLoopRunTimedOut);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, DoesNotWakeUpWhileNothingHappens) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     EXPECT_EQ(RunFor(0), kCFRunLoopRunTimedOut) << "the wake-up of the adding";
     sleeps = 0;
     EXPECT_EQ(RunFor(0.05), kCFRunLoopRunTimedOut);
     EXPECT_EQ(sleeps, 1);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, ASourceRemovedByAnothersCallbackIsNotCalled) {
@@ -234,15 +234,15 @@ TEST_F(CFRunLoop, ASourceRemovedByAnothersCallbackIsNotCalled) {
     Owned<SignalledSource> second;
     const auto removeBoth = [&] {
         ++called;
-        CFRunLoopRemoveSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
-        CFRunLoopRemoveSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
+        CFRunLoopRemoveSource(m_loop, first.get(), kCFRunLoopDefaultMode);
+        CFRunLoopRemoveSource(m_loop, second.get(), kCFRunLoopDefaultMode);
     };
     first = MakeSource(removeBoth);
     second = MakeSource(removeBoth);
-    CFRunLoopAddSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopAddSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
-    first->Signal();
-    second->Signal();
+    CFRunLoopAddSource(m_loop, first.get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, second.get(), kCFRunLoopDefaultMode);
+    first->signal();
+    second->signal();
     CFRunLoopRun();
     EXPECT_EQ(called, 1);
 }
@@ -257,65 +257,65 @@ TEST_F(CFRunLoop, AfterAStopOrTheOneCallbackAskedForNoOtherSourceIsCalled) {
     };
     const auto first = MakeSource(count);
     const auto second = MakeSource(count);
-    CFRunLoopAddSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopAddSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
-    first->Signal();
-    second->Signal();
+    CFRunLoopAddSource(m_loop, first.get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, second.get(), kCFRunLoopDefaultMode);
+    first->signal();
+    second->signal();
     EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(called, 1);
     stops = true;
-    first->Signal();
+    first->signal();
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     EXPECT_EQ(called, 2);
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunStopped);
     EXPECT_EQ(called, 3);
-    CFRunLoopRemoveSource(m_loop, first.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopRemoveSource(m_loop, second.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, first.get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, second.get(), kCFRunLoopDefaultMode);
 }
 
 TEST_F(CFRunLoop, CommonModesServeTheDefaultModeAndAreNoModeToRunIn) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopCommonModes);
-    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopCommonModes));
-    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode));
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopCommonModes);
+    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.get(), kCFRunLoopCommonModes));
+    EXPECT_TRUE(CFRunLoopContainsSource(m_loop, source.get(), kCFRunLoopDefaultMode));
     EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, LONG, FALSE), kCFRunLoopRunFinished);
-    source->Signal();
+    source->signal();
     EXPECT_EQ(RunFor(LONG, true), kCFRunLoopRunHandledSource);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopCommonModes);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopCommonModes);
 }
 
 TEST_F(CFRunLoop, AModeOfItsOwnServesOnlyItsSources) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), CFSTR("private"));
-    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.Get(), kCFRunLoopDefaultMode));
+    CFRunLoopAddSource(m_loop, source.get(), CFSTR("private"));
+    EXPECT_FALSE(CFRunLoopContainsSource(m_loop, source.get(), kCFRunLoopDefaultMode));
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
-    source->Signal();
+    source->signal();
     EXPECT_EQ(CFRunLoopRunInMode(CFSTR("private"), LONG, TRUE), kCFRunLoopRunHandledSource);
-    CFRunLoopRemoveSource(m_loop, source.Get(), CFSTR("private"));
+    CFRunLoopRemoveSource(m_loop, source.get(), CFSTR("private"));
 }
 
 TEST_F(CFRunLoop, AddingTwiceIsAddingOnce) {
     const auto source = MakeSource();
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopAddSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
-    CFRunLoopRemoveSource(m_loop, source.Get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    CFRunLoopAddSource(m_loop, source.get(), kCFRunLoopDefaultMode);
+    CFRunLoopRemoveSource(m_loop, source.get(), kCFRunLoopDefaultMode);
     EXPECT_EQ(RunFor(LONG), kCFRunLoopRunFinished);
 }
 
 TEST_F(CFRunLoop, AThreadsEndReleasesItsSources) {
     const auto source = MakeSource();
     std::thread([&] {
-        CFRunLoopAddSource(CFRunLoopGetCurrent(), source.Get(), kCFRunLoopDefaultMode);
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source.get(), kCFRunLoopDefaultMode);
     }).join();
-    EXPECT_EQ(CFGetRetainCount(source.Get()), 1);
-    CFRunLoopSourceInvalidate(source.Get());
+    EXPECT_EQ(CFGetRetainCount(source.get()), 1);
+    CFRunLoopSourceInvalidate(source.get());
 }
 
 // A signal handler that ends the process may have interrupted the very code that guards a loop's sources.
 TEST_F(CFRunLoop, OfTheMainThreadIsLeftAloneWhenTheProcessEnds) {
     const auto addSource = [] {
         const std::shared_ptr<void> owner(nullptr, [](void*) { std::fputs("released", stderr); });
-        CFRunLoopAddSource(CFRunLoopGetCurrent(), MakeSource([owner] {}).Get(), kCFRunLoopDefaultMode);
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), MakeSource([owner] {}).get(), kCFRunLoopDefaultMode);
     };
     const auto endWithASource = [&] {
         addSource();

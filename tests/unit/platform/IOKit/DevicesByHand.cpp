@@ -49,11 +49,11 @@ Device DevicesByHandTest::NetworkCard(const std::string& path, const std::string
 }
 
 void DevicesByHandTest::PlugInComposite(const std::string& path, std::int32_t vendor, std::int32_t product) {
-    DeviceArrived(UsbDevice(path, vendor, product));
-    DeviceArrived(Interface(path + "/0", 0));
-    DeviceArrived(Port(path + "/0/tty", "ttyUSB0"));
-    DeviceArrived(Interface(path + "/1", 1));
-    DeviceArrived(NetworkCard(path + "/1/net", "wwan0"));
+    deviceArrived(UsbDevice(path, vendor, product));
+    deviceArrived(Interface(path + "/0", 0));
+    deviceArrived(Port(path + "/0/tty", "ttyUSB0"));
+    deviceArrived(Interface(path + "/1", 1));
+    deviceArrived(NetworkCard(path + "/1/net", "wwan0"));
 }
 
 CFMutableDictionaryRef DevicesByHandTest::MatchingIds(std::int32_t vendor, std::int32_t product) {
@@ -96,7 +96,7 @@ std::string DevicesByHandTest::PathOf(io_registry_entry_t entry) {
     return IORegistryEntryGetPath(entry, kIOServicePlane, path) == KERN_SUCCESS ? path : "";
 }
 
-std::string DevicesByHandTest::Text(CFTypeRef text) {
+std::string DevicesByHandTest::text(CFTypeRef text) {
     if (!text)
         return "(none)";
     char buffer[512] = "(not a text)";

@@ -13,10 +13,10 @@
 /// A registry whose devices the test itself plugs in; empty again when the test is over.
 class DevicesByHandTest : public LiveObjectsTest {
 protected:
-    DevicesByHandTest() { LinuxPlatform::UseDevicesByHand(); }
+    DevicesByHandTest() { LinuxPlatform::useDevicesByHand(); }
 
     void TearDown() override {
-        LinuxPlatform::AllDevicesLeft();
+        LinuxPlatform::allDevicesLeft();
         LiveObjectsTest::TearDown();
     }
 
@@ -37,7 +37,7 @@ protected:
     static std::string NameOf(io_registry_entry_t entry);
     /// "" when there is none.
     static std::string PathOf(io_registry_entry_t entry);
-    static std::string Text(CFTypeRef text);
+    static std::string text(CFTypeRef text);
     /// The one service that the dictionary matches; to be released.
     static io_service_t TheService(CFDictionaryRef matching);
 

@@ -43,9 +43,9 @@ TEST_F(Iterators, RecursionGoesAllTheWayWithoutTheStart) {
 }
 
 TEST_F(Iterators, RecursionMeetsEachEntryOnce) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
-    DeviceArrived(NetworkCard("/1-1/a", "wwan0"));
-    DeviceArrived(NetworkCard("/1-1/b", "wwan1"));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(NetworkCard("/1-1/a", "wwan0"));
+    deviceArrived(NetworkCard("/1-1/b", "wwan1"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     EXPECT_THAT(NamesAround(device, BELOW), ElementsAre("wwan0", "IONetworkStack", "wwan1"));
     IOObjectRelease(device);
@@ -65,7 +65,7 @@ TEST_F(Iterators, OverTheRegistryEndWhenItChanges) {
     io_iterator_t children = IO_OBJECT_NULL;
     ASSERT_EQ(IORegistryEntryGetChildIterator(device, kIOServicePlane, &children), KERN_SUCCESS);
     EXPECT_TRUE(IOIteratorIsValid(children));
-    DeviceLeft("/1-1/0");
+    deviceLeft("/1-1/0");
     EXPECT_FALSE(IOIteratorIsValid(children));
     EXPECT_EQ(IOIteratorNext(children), IO_OBJECT_NULL);
     IOIteratorReset(children);
@@ -76,13 +76,13 @@ TEST_F(Iterators, OverTheRegistryEndWhenItChanges) {
 }
 
 TEST_F(Iterators, OverMatchingServicesSurviveAChange) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     io_iterator_t services = IO_OBJECT_NULL;
     ASSERT_EQ(IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOUSBDevice"), &services),
               KERN_SUCCESS);
-    DeviceLeft("/1-2");
-    DeviceArrived(UsbDevice("/1-3", 1, 3, "third", 3));
+    deviceLeft("/1-2");
+    deviceArrived(UsbDevice("/1-3", 1, 3, "third", 3));
     EXPECT_TRUE(IOIteratorIsValid(services));
     EXPECT_THAT(Names(services), ElementsAre("first", "second"));
     IOIteratorReset(services);
@@ -96,10 +96,10 @@ TEST_F(Iterators, KeepTheirStartAlive) {
     io_iterator_t children = IO_OBJECT_NULL;
     ASSERT_EQ(IORegistryEntryGetChildIterator(device, kIOServicePlane, &children), KERN_SUCCESS);
     IOObjectRelease(device);
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     IOIteratorReset(children);
     EXPECT_THAT(Names(children), ElementsAre());
-    EXPECT_EQ(Text(IOObjectCopyClass(children)), "IORegistryIterator");
+    EXPECT_EQ(text(IOObjectCopyClass(children)), "IORegistryIterator");
     EXPECT_TRUE(IOObjectConformsTo(children, "OSIterator"));
     IOObjectRelease(children);
 }

@@ -15,10 +15,10 @@ protected:
         KernelHabits habits;
         habits.matching = true;
         habits.refusedInterest = true;
-        AdoptHabits(habits);
+        adoptHabits(habits);
     }
     void TearDown() override {
-        AdoptHabits(KernelHabits());
+        adoptHabits(KernelHabits());
         IONotificationPortDestroy(m_port);
         DevicesByHandTest::TearDown();
     }
@@ -34,7 +34,7 @@ protected:
     static void PlugIn(int count) {
         for (int number = 1; number <= count; ++number) {
             const std::string text = std::to_string(number);
-            DeviceArrived(UsbDevice("/1-" + text, 1, number, text, static_cast<std::uint32_t>(number)));
+            deviceArrived(UsbDevice("/1-" + text, 1, number, text, static_cast<std::uint32_t>(number)));
         }
     }
     static CFMutableDictionaryRef With(CFMutableDictionaryRef matching, CFStringRef key, CFTypeRef value) {
@@ -49,7 +49,7 @@ protected:
 
 TEST_F(AKernelsHabits, IdsWithoutAClassMatchEveryServiceButOtherDevicesAndTheInterfaces) {
     PlugInComposite("/1-1", 0x12D1, 0x1001);
-    DeviceArrived(UsbDevice("/1-2", 0x12D1, 0x1446, "other", 2));
+    deviceArrived(UsbDevice("/1-2", 0x12D1, 0x1446, "other", 2));
     EXPECT_THAT(NamesOf(MatchingIds(0x12D1, 0x1001)),
                 ElementsAre("IONetworkStack", "Modem", "ttyUSB0", "wwan0"));
     EXPECT_THAT(NamesOf(MatchingIds(7, 7)), ElementsAre("IONetworkStack", "ttyUSB0", "wwan0"));
@@ -79,7 +79,7 @@ TEST_F(AKernelsHabits, OneIdAloneMatchesNoDevice) {
 TEST_F(AKernelsHabits, ADeviceWithoutItsIdsMatchesNoIds) {
     Device device = UsbDevice("/1-1", 0, 0, "nameless");
     device.product.reset();
-    DeviceArrived(device);
+    deviceArrived(device);
     EXPECT_THAT(NamesOf(MatchingIds(0, 0)), ElementsAre("IONetworkStack"));
 }
 
@@ -97,7 +97,7 @@ TEST_F(AKernelsHabits, TheLatestServiceComesFirst) {
     PlugIn(3);
     const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"));
     IOObjectRelease(IOIteratorNext(iterator));
-    DeviceArrived(UsbDevice("/2-1", 1, 1, "late", 9));
+    deviceArrived(UsbDevice("/2-1", 1, 1, "late", 9));
     EXPECT_THAT(Names(iterator), ElementsAre("late", "2", "1"));
     IOObjectRelease(iterator);
 }
@@ -105,18 +105,18 @@ TEST_F(AKernelsHabits, TheLatestServiceComesFirst) {
 TEST_F(AKernelsHabits, AnIteratorHolds1024ServicesAndLosesTheRest) {
     PlugIn(1030);
     const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"));
-    DeviceArrived(UsbDevice("/2-1", 1, 1, "late", 2000));
+    deviceArrived(UsbDevice("/2-1", 1, 1, "late", 2000));
     std::vector<std::string> names = Names(iterator);
     ASSERT_EQ(names.size(), 1024u);
     EXPECT_EQ(names.front(), "1024");
     EXPECT_EQ(names.back(), "1");
-    DeviceArrived(UsbDevice("/2-2", 1, 1, "later", 2001));
+    deviceArrived(UsbDevice("/2-2", 1, 1, "later", 2001));
     EXPECT_THAT(Names(iterator), ElementsAre("later")) << "there is room again";
     IOObjectRelease(iterator);
 }
 
 TEST_F(AKernelsHabits, AnInterestInAServiceThatHasLeftIsRefused) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1));
+    deviceArrived(UsbDevice("/1-1", 1, 1));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     const auto ignore = [](void*, io_service_t, std::uint32_t, void*) {};
     io_object_t interest = IO_OBJECT_NULL;
@@ -124,7 +124,7 @@ TEST_F(AKernelsHabits, AnInterestInAServiceThatHasLeftIsRefused) {
         IOServiceAddInterestNotification(m_port, device, kIOGeneralInterest, ignore, nullptr, &interest),
         KERN_SUCCESS);
     IOObjectRelease(interest);
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     EXPECT_EQ(
         IOServiceAddInterestNotification(m_port, device, kIOGeneralInterest, ignore, nullptr, &interest),
         kIOReturnNotAttached);
@@ -133,7 +133,7 @@ TEST_F(AKernelsHabits, AnInterestInAServiceThatHasLeftIsRefused) {
 }
 
 TEST_F(AKernelsHabits, WithoutThemTheRegistryIsItsOldSelf) {
-    AdoptHabits(KernelHabits());
+    adoptHabits(KernelHabits());
     PlugIn(1030);
     const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(Names(iterator).size(), 1030u);

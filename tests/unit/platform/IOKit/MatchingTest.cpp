@@ -64,7 +64,7 @@ TEST_F(Matching, AmongDevicesOfOneVendorTheProductTellsThemApartAlsoWhenOneHasLe
     EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1001)).size(), 3u);
     EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1446)).size(), 3u);
     EXPECT_THAT(NamesOf(MatchingIds(0x12D2, 0x1446)), IsEmpty());
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     EXPECT_THAT(NamesOf(MatchingIds(0x12D1, 0x1001)), IsEmpty());
     EXPECT_EQ(NamesOf(MatchingIds(0x12D1, 0x1446)).size(), 3u);
 }
@@ -77,7 +77,7 @@ TEST_F(Matching, AClassAndIdsMustBothFit) {
 }
 
 TEST_F(Matching, ANumberMatchesInAnyWidth) {
-    DeviceArrived(UsbDevice("/1-1", 0x12D1, 2));
+    deviceArrived(UsbDevice("/1-1", 0x12D1, 2));
     const SInt64 wide = 0x12D1;
     const short narrow = 0x12D1;
     const double real = 0x12D1;
@@ -93,7 +93,7 @@ TEST_F(Matching, ANumberMatchesInAnyWidth) {
 }
 
 TEST_F(Matching, APropertyOfAnotherTypeDoesNotMatch) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     EXPECT_THAT(NamesOf(WithValue(CFSTR("idVendor"), CFSTR("1"))), IsEmpty());
     EXPECT_THAT(NamesOf(WithValue(CFSTR("idVendor"), kCFBooleanTrue)), IsEmpty());
     EXPECT_THAT(NamesOf(WithValue(CFSTR("IOPropertyMatch"), CFSTR("text"))), IsEmpty());
@@ -145,8 +145,8 @@ TEST_F(Matching, WithoutADictionaryThereIsNoIterator) {
 }
 
 TEST_F(Matching, TheFirstServiceCanBeHadAlone) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     const io_service_t first =
         IOServiceGetMatchingService(kIOMasterPortDefault, IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(NameOf(first), "first");

@@ -14,8 +14,8 @@ class Sender final : public Notification {
 public:
     explicit Sender(std::shared_ptr<NotificationQueue> queue) : Notification(std::move(queue)) {}
 
-    using Notification::Post;
-    Delivery Prepare(std::uint32_t messageType) override {
+    using Notification::post;
+    Delivery prepare(std::uint32_t messageType) override {
         lastPrepared = messageType;
         return {};
     }
@@ -26,7 +26,7 @@ public:
 class NotificationQueues : public ::testing::Test {
 protected:
     bool IsReadable() const {
-        pollfd ready{m_queue->Descriptor(), POLLIN, 0};
+        pollfd ready{m_queue->descriptor(), POLLIN, 0};
         return poll(&ready, 1, 0) == 1;
     }
 
@@ -38,24 +38,24 @@ protected:
 
 TEST_F(NotificationQueues, FirstComeFirstServed) {
     Sender sender(m_queue);
-    sender.Post(1);
-    sender.Post(2);
-    EXPECT_TRUE(m_queue->Take(m_delivery));
+    sender.post(1);
+    sender.post(2);
+    EXPECT_TRUE(m_queue->take(m_delivery));
     EXPECT_EQ(sender.lastPrepared, 1U);
-    EXPECT_TRUE(m_queue->Take(m_delivery));
+    EXPECT_TRUE(m_queue->take(m_delivery));
     EXPECT_EQ(sender.lastPrepared, 2U);
-    EXPECT_FALSE(m_queue->Take(m_delivery));
+    EXPECT_FALSE(m_queue->take(m_delivery));
 }
 
 TEST_F(NotificationQueues, TheDescriptorIsReadableWhileMessagesWait) {
     Sender sender(m_queue);
     EXPECT_FALSE(IsReadable());
-    sender.Post(1);
-    sender.Post(2);
+    sender.post(1);
+    sender.post(2);
     EXPECT_TRUE(IsReadable());
-    m_queue->Take(m_delivery);
+    m_queue->take(m_delivery);
     EXPECT_TRUE(IsReadable());
-    m_queue->Take(m_delivery);
+    m_queue->take(m_delivery);
     EXPECT_FALSE(IsReadable());
 }
 
@@ -63,30 +63,30 @@ TEST_F(NotificationQueues, AMessageDiesWithItsSender) {
     Sender stays(m_queue);
     {
         Sender goes(m_queue);
-        goes.Post(1);
-        stays.Post(2);
+        goes.post(1);
+        stays.post(2);
     }
     EXPECT_TRUE(IsReadable());
-    EXPECT_TRUE(m_queue->Take(m_delivery));
+    EXPECT_TRUE(m_queue->take(m_delivery));
     EXPECT_EQ(stays.lastPrepared, 2U);
-    EXPECT_FALSE(m_queue->Take(m_delivery));
+    EXPECT_FALSE(m_queue->take(m_delivery));
 }
 
 TEST_F(NotificationQueues, TheLastMessageToDieLeavesNothingToWakeUpFor) {
     {
         Sender sender(m_queue);
-        sender.Post(1);
+        sender.post(1);
     }
     EXPECT_FALSE(IsReadable());
 }
 
 TEST_F(NotificationQueues, AClosedOneKeepsNothing) {
     Sender sender(m_queue);
-    sender.Post(1);
-    m_queue->Close();
+    sender.post(1);
+    m_queue->close();
     EXPECT_FALSE(IsReadable());
-    EXPECT_FALSE(m_queue->Take(m_delivery));
-    sender.Post(2);
+    EXPECT_FALSE(m_queue->take(m_delivery));
+    sender.post(2);
     EXPECT_FALSE(IsReadable());
-    EXPECT_FALSE(m_queue->Take(m_delivery));
+    EXPECT_FALSE(m_queue->take(m_delivery));
 }

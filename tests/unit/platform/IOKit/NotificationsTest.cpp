@@ -59,10 +59,10 @@ protected:
 
     IONotificationPortRef m_port = IONotificationPortCreate(kIOMasterPortDefault);
     std::vector<std::string> m_events;
-    std::function<void(io_iterator_t)> m_onServices = [this](io_iterator_t iterator) { Drain(iterator); };
+    std::function<void(io_iterator_t)> m_onServices = [this](io_iterator_t iterator) { drain(iterator); };
     std::function<void(io_service_t)> m_onMessage = [](io_service_t) {};
 
-    void Drain(io_iterator_t iterator) {
+    void drain(io_iterator_t iterator) {
         for (const std::string& name : Names(iterator))
             m_events.push_back(name);
     }
@@ -89,7 +89,7 @@ TEST_F(Notifications, WillComeToAPortWhereDevicesComeByHand) {
 }
 
 TEST_F(Notifications, TheFirstDrainYieldsWhatIsThere) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     const io_iterator_t iterator = WatchDevices();
     EXPECT_THAT(Names(iterator), ElementsAre("first"));
     RunAll();
@@ -99,7 +99,7 @@ TEST_F(Notifications, TheFirstDrainYieldsWhatIsThere) {
 
 TEST_F(Notifications, AreNotArmedBeforeTheFirstDrain) {
     const io_iterator_t iterator = WatchDevices();
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
     EXPECT_THAT(Names(iterator), ElementsAre("first")) << "the drain finds it all the same";
@@ -109,10 +109,10 @@ TEST_F(Notifications, AreNotArmedBeforeTheFirstDrain) {
 }
 
 TEST_F(Notifications, AHalfDrainedIteratorIsNotArmed) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     const io_iterator_t iterator = WatchDevices();
     IOObjectRelease(IOIteratorNext(iterator));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
     EXPECT_THAT(Names(iterator), ElementsAre("second"));
@@ -121,8 +121,8 @@ TEST_F(Notifications, AHalfDrainedIteratorIsNotArmed) {
 
 TEST_F(Notifications, AnArrivalIsDeliveredInsideTheRunLoopOnly) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     EXPECT_THAT(TakeEvents(), IsEmpty());
     RunOnce();
     EXPECT_THAT(TakeEvents(), ElementsAre("first"));
@@ -132,11 +132,11 @@ TEST_F(Notifications, AnArrivalIsDeliveredInsideTheRunLoopOnly) {
 TEST_F(Notifications, EachServiceComesOncePerNotification) {
     const io_iterator_t first = WatchDevices();
     const io_iterator_t second = WatchDevices();
-    Drain(first);
-    Drain(second);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
-    DeviceChanged(UsbDevice("/1-1", 1, 1, "modem"));
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    drain(first);
+    drain(second);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceChanged(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("modem", "modem")) << "once for each notification";
     IOObjectRelease(first);
@@ -145,13 +145,13 @@ TEST_F(Notifications, EachServiceComesOncePerNotification) {
 
 TEST_F(Notifications, ManyArrivalsAreOneCallback) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     int callbacks = 0;
     m_onServices = [&](io_iterator_t services) {
         ++callbacks;
-        Drain(services);
+        drain(services);
     };
     RunAll();
     EXPECT_EQ(callbacks, 1);
@@ -161,11 +161,11 @@ TEST_F(Notifications, ManyArrivalsAreOneCallback) {
 
 TEST_F(Notifications, AnArrivalWhileACallbackDrainsIsFoundByThatDrain) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     m_onServices = [&](io_iterator_t services) {
-        DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
-        Drain(services);
+        deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+        drain(services);
     };
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("first", "second"));
@@ -174,12 +174,12 @@ TEST_F(Notifications, AnArrivalWhileACallbackDrainsIsFoundByThatDrain) {
 
 TEST_F(Notifications, ACallbackThatDoesNotDrainIsNotCalledAgain) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
+    drain(iterator);
     int callbacks = 0;
     m_onServices = [&](io_iterator_t) { ++callbacks; };
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     RunAll();
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     RunAll();
     EXPECT_EQ(callbacks, 1);
     EXPECT_THAT(Names(iterator), ElementsAre("first", "second"));
@@ -188,7 +188,7 @@ TEST_F(Notifications, ACallbackThatDoesNotDrainIsNotCalledAgain) {
 
 TEST_F(Notifications, ChildrenOfADeviceAreWatchedByItsIds) {
     const io_iterator_t iterator = Watch(MatchingIds(0x12D1, 0x1001));
-    Drain(iterator);
+    drain(iterator);
     PlugInComposite("/1-1", 0x12D1, 0x1001);
     PlugInComposite("/1-2", 0x12D1, 0x1003);
     RunAll();
@@ -198,17 +198,17 @@ TEST_F(Notifications, ChildrenOfADeviceAreWatchedByItsIds) {
 
 TEST_F(Notifications, ReleasingTheIteratorDisarms) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
+    drain(iterator);
     IOObjectRelease(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
 }
 
 TEST_F(Notifications, ReleasingTheIteratorDropsWhatIsDueAlready) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     IOObjectRelease(iterator);
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
@@ -216,13 +216,13 @@ TEST_F(Notifications, ReleasingTheIteratorDropsWhatIsDueAlready) {
 
 TEST_F(Notifications, TheIteratorMayBeReleasedInItsOwnCallback) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
+    drain(iterator);
     m_onServices = [&](io_iterator_t services) {
-        Drain(services);
+        drain(services);
         IOObjectRelease(services);
-        DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+        deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     };
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("first"));
 }
@@ -231,17 +231,17 @@ TEST_F(Notifications, OfFirstMatchAndPublicationAreTheSame) {
     for (const char* type :
          {kIOPublishNotification, kIOFirstPublishNotification, kIOFirstMatchNotification}) {
         const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"), type);
-        Drain(iterator);
-        DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+        drain(iterator);
+        deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
         RunAll();
-        DeviceLeft("/1-1");
+        deviceLeft("/1-1");
         IOObjectRelease(iterator);
     }
     EXPECT_THAT(TakeEvents(), ElementsAre("modem", "modem", "modem"));
 }
 
 TEST_F(Notifications, AServiceThatIsMatchedAgainComesAgainUnlessTheFirstTimeWasAskedFor) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     const std::map<const char*, std::vector<std::string>> expected = {{kIOPublishNotification, {"modem"}},
                                                                       {kIOMatchedNotification, {"modem"}},
                                                                       {kIOFirstPublishNotification, {}},
@@ -249,9 +249,9 @@ TEST_F(Notifications, AServiceThatIsMatchedAgainComesAgainUnlessTheFirstTimeWasA
                                                                       {kIOTerminatedNotification, {}}};
     for (const auto& [type, names] : expected) {
         const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBDevice"), type);
-        Drain(iterator);
+        drain(iterator);
         TakeEvents();
-        DeviceMatchedAgain("/1-1");
+        deviceMatchedAgain("/1-1");
         RunAll();
         EXPECT_EQ(TakeEvents(), names) << type;
         IOObjectRelease(iterator);
@@ -259,10 +259,10 @@ TEST_F(Notifications, AServiceThatIsMatchedAgainComesAgainUnlessTheFirstTimeWasA
 }
 
 TEST_F(Notifications, AServiceThatIsMatchedAgainComesOnlyWhereItMatches) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     const io_iterator_t iterator = Watch(MatchingIds(1, 2));
-    Drain(iterator);
-    DeviceMatchedAgain("/1-1");
+    drain(iterator);
+    deviceMatchedAgain("/1-1");
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
     IOObjectRelease(iterator);
@@ -270,11 +270,11 @@ TEST_F(Notifications, AServiceThatIsMatchedAgainComesOnlyWhereItMatches) {
 
 TEST_F(Notifications, WhatIsUnknownOrWaitsForItsParentIsNotMatchedAgain) {
     const io_iterator_t iterator = Watch(IOServiceMatching("IOService"));
-    Drain(iterator);
+    drain(iterator);
     TakeEvents();
-    DeviceArrived(Interface("/1-1/0"));
-    DeviceMatchedAgain("/1-1/0");
-    DeviceMatchedAgain("/1-2");
+    deviceArrived(Interface("/1-1/0"));
+    deviceMatchedAgain("/1-1/0");
+    deviceMatchedAgain("/1-2");
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
     IOObjectRelease(iterator);
@@ -284,7 +284,7 @@ TEST_F(Notifications, OfTerminationYieldWhatHasLeft) {
     PlugInComposite("/1-1", 1, 2);
     const io_iterator_t iterator = Watch(IOServiceMatching("IOUSBNub"), kIOTerminatedNotification);
     EXPECT_THAT(Names(iterator), IsEmpty());
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("IOUSBInterface", "IOUSBInterface", "Modem"));
     IOObjectRelease(iterator);
@@ -317,11 +317,11 @@ TEST_F(Notifications, OfAnUnknownTypeAreRefusedAndTheDictionaryIsConsumed) {
 }
 
 TEST_F(Notifications, TheEndOfAServiceIsDeliveredInsideTheRunLoopOnly) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     const io_object_t interest = WatchEndOf(device);
     IOObjectRelease(device);
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     EXPECT_THAT(TakeEvents(), IsEmpty());
     RunOnce();
     EXPECT_THAT(TakeEvents(), ElementsAre("end of modem"));
@@ -338,7 +338,7 @@ TEST_F(Notifications, TheEndOfChildrenComesBeforeTheirParents) {
         interests.push_back(WatchEndOf(service));
         IOObjectRelease(service);
     }
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("end of ttyUSB0", "end of Modem"));
     for (const io_object_t interest : interests)
@@ -346,35 +346,35 @@ TEST_F(Notifications, TheEndOfChildrenComesBeforeTheirParents) {
 }
 
 TEST_F(Notifications, ReleasingAnInterestEndsIt) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "first"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "first"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "second", 2));
     const io_service_t first = TheService(MatchingIds(1, 1));
     const io_service_t second = TheService(MatchingIds(1, 2));
     IOObjectRelease(WatchEndOf(first));
     const io_object_t due = WatchEndOf(second);
     IOObjectRelease(first);
     IOObjectRelease(second);
-    AllDevicesLeft();
+    allDevicesLeft();
     IOObjectRelease(due);
     RunAll();
     EXPECT_THAT(TakeEvents(), IsEmpty());
 }
 
 TEST_F(Notifications, AnInterestMayBeReleasedInItsOwnCallback) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     const io_object_t interest = WatchEndOf(device);
     IOObjectRelease(device);
     m_onMessage = [&](io_service_t) { IOObjectRelease(interest); };
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("end of modem"));
 }
 
 TEST_F(Notifications, WhoeverComesTooLateIsToldOfTheEndAtOnce) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     const io_object_t interest = WatchEndOf(device);
     IOObjectRelease(device);
     RunAll();
@@ -384,7 +384,7 @@ TEST_F(Notifications, WhoeverComesTooLateIsToldOfTheEndAtOnce) {
 
 TEST_F(Notifications, AShortVisitIsSeenAsAnArrivalAndAnEnd) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
+    drain(iterator);
     io_object_t interest = IO_OBJECT_NULL;
     m_onServices = [&](io_iterator_t services) {
         while (const io_object_t service = IOIteratorNext(services)) {
@@ -393,8 +393,8 @@ TEST_F(Notifications, AShortVisitIsSeenAsAnArrivalAndAnEnd) {
             IOObjectRelease(service);
         }
     };
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
-    DeviceLeft("/1-1");
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceLeft("/1-1");
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("modem", "end of modem"));
     IOObjectRelease(interest);
@@ -403,14 +403,14 @@ TEST_F(Notifications, AShortVisitIsSeenAsAnArrivalAndAnEnd) {
 
 TEST_F(Notifications, ADevicePluggedInAgainIsRemovedAndArrives) {
     const io_iterator_t iterator = WatchDevices();
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
-    Drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    drain(iterator);
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     const io_object_t interest = WatchEndOf(device);
     IOObjectRelease(device);
     TakeEvents();
-    DeviceLeft("/1-1");
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceLeft("/1-1");
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     RunAll();
     EXPECT_THAT(TakeEvents(), ElementsAre("end of modem", "modem"));
     IOObjectRelease(interest);
@@ -418,7 +418,7 @@ TEST_F(Notifications, ADevicePluggedInAgainIsRemovedAndArrives) {
 }
 
 TEST_F(Notifications, InterestInSomethingUnknownIsRefused) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1));
+    deviceArrived(UsbDevice("/1-1", 1, 1));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     io_object_t notification = 1;
     const auto ignore = [](void*, io_service_t, std::uint32_t, void*) {};
@@ -437,11 +437,11 @@ TEST_F(Notifications, InterestInSomethingUnknownIsRefused) {
 
 TEST_F(Notifications, ADestroyedPortDeliversNothingAndEndsTheRunLoop) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "due"));
+    drain(iterator);
+    deviceArrived(UsbDevice("/1-1", 1, 1, "due"));
     IONotificationPortDestroy(m_port);
     CFRunLoopRun();
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "late", 2));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "late", 2));
     CFRunLoopRun();
     EXPECT_THAT(TakeEvents(), IsEmpty());
     EXPECT_NE(ComplaintsOf([this] { IONotificationPortDestroy(m_port); }), "");
@@ -451,13 +451,13 @@ TEST_F(Notifications, ADestroyedPortDeliversNothingAndEndsTheRunLoop) {
 
 TEST_F(Notifications, ThePortMayBeDestroyedInACallback) {
     const io_iterator_t iterator = WatchDevices();
-    Drain(iterator);
+    drain(iterator);
     m_onServices = [&](io_iterator_t services) {
-        Drain(services);
+        drain(services);
         IONotificationPortDestroy(m_port);
         m_port = nullptr;
     };
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     CFRunLoopRun();
     EXPECT_THAT(TakeEvents(), ElementsAre("modem"));
     IOObjectRelease(iterator);
@@ -475,7 +475,7 @@ TEST_F(Notifications, ThePortsSourceIsBorrowed) {
 
 TEST_F(Notifications, AreDeliveredOnTheThreadThatAddedTheSource) {
     const io_iterator_t here = WatchDevices();
-    Drain(here);
+    drain(here);
     std::thread::id calledOn;
     std::atomic<bool> isArmed{false};
     std::thread other([&] {
@@ -501,7 +501,7 @@ TEST_F(Notifications, AreDeliveredOnTheThreadThatAddedTheSource) {
     while (!isArmed)
         std::this_thread::yield();
     const std::thread::id otherThread = other.get_id();
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     other.join();
     RunOnce();
     EXPECT_EQ(calledOn, otherThread);
@@ -512,12 +512,12 @@ TEST_F(Notifications, AreDeliveredOnTheThreadThatAddedTheSource) {
 TEST_F(Notifications, StoppingTheLoopLeavesTheRestForTheNextRun) {
     std::vector<io_iterator_t> iterators{WatchDevices(), WatchDevices()};
     for (const io_iterator_t iterator : iterators)
-        Drain(iterator);
+        drain(iterator);
     m_onServices = [&](io_iterator_t services) {
-        Drain(services);
+        drain(services);
         CFRunLoopStop(CFRunLoopGetCurrent());
     };
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "modem"));
     CFRunLoopRun();
     EXPECT_THAT(TakeEvents(), ElementsAre("modem"));
     CFRunLoopRun();
@@ -527,12 +527,12 @@ TEST_F(Notifications, StoppingTheLoopLeavesTheRestForTheNextRun) {
 }
 
 TEST_F(Notifications, TellTheirClasses) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1));
+    deviceArrived(UsbDevice("/1-1", 1, 1));
     const io_iterator_t iterator = WatchDevices();
     const io_service_t device = IOIteratorNext(iterator);
     const io_object_t interest = WatchEndOf(device);
-    EXPECT_EQ(Text(IOObjectCopyClass(iterator)), "IOServiceUserNotification");
-    EXPECT_EQ(Text(IOObjectCopyClass(interest)), "IOServiceMessageUserNotification");
+    EXPECT_EQ(text(IOObjectCopyClass(iterator)), "IOServiceUserNotification");
+    EXPECT_EQ(text(IOObjectCopyClass(interest)), "IOServiceMessageUserNotification");
     EXPECT_TRUE(IOIteratorIsValid(iterator));
     IOIteratorReset(iterator);
     EXPECT_THAT(Names(iterator), IsEmpty()) << "what was handed out does not come again";

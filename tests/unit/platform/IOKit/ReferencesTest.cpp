@@ -8,7 +8,7 @@ using testing::HasSubstr;
 using References = DevicesByHandTest;
 
 TEST_F(References, ToTheSameServiceHaveTheSameValue) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     const io_service_t first = TheService(MatchingIds(1, 2));
     const io_service_t second = TheService(MatchingIds(1, 2));
     EXPECT_EQ(first, second);
@@ -20,18 +20,18 @@ TEST_F(References, ToTheSameServiceHaveTheSameValue) {
 }
 
 TEST_F(References, AreCountedOneByOne) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
-    const std::size_t before = CountLiveObjects().registryReferences;
+    deviceArrived(UsbDevice("/1-1", 1, 2));
+    const std::size_t before = countLiveObjects().registryReferences;
     const io_service_t device = TheService(MatchingIds(1, 2));
     EXPECT_EQ(IOObjectRetain(device), KERN_SUCCESS);
-    EXPECT_EQ(CountLiveObjects().registryReferences, before + 2);
+    EXPECT_EQ(countLiveObjects().registryReferences, before + 2);
     EXPECT_EQ(IOObjectRelease(device), KERN_SUCCESS);
     EXPECT_EQ(IOObjectRelease(device), KERN_SUCCESS);
-    EXPECT_EQ(CountLiveObjects().registryReferences, before);
+    EXPECT_EQ(countLiveObjects().registryReferences, before);
 }
 
 TEST_F(References, ReleasedTooOftenAreReportedAndNothingElse) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     const io_service_t device = TheService(MatchingIds(1, 2));
     IOObjectRelease(device);
     const std::string complaint =
@@ -41,7 +41,7 @@ TEST_F(References, ReleasedTooOftenAreReportedAndNothingElse) {
 }
 
 TEST_F(References, OneReleasedTooOftenNeverHitsANewObject) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     const io_service_t device = TheService(MatchingIds(1, 2));
     IOObjectRelease(device);
     const io_service_t again = TheService(MatchingIds(1, 2));
@@ -52,7 +52,7 @@ TEST_F(References, OneReleasedTooOftenNeverHitsANewObject) {
 }
 
 TEST_F(References, UsedAfterTheirReleaseAreReportedByEveryCall) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     const io_service_t gone = TheService(MatchingIds(1, 2));
     IOObjectRelease(gone);
     io_name_t name;
@@ -120,9 +120,9 @@ TEST_F(References, ToSomethingElseAreInvalidArguments) {
 }
 
 TEST_F(References, KnowTheClassesOfTheirObjects) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2));
+    deviceArrived(UsbDevice("/1-1", 1, 2));
     const io_service_t device = TheService(MatchingIds(1, 2));
-    EXPECT_EQ(Text(IOObjectCopyClass(device)), "IOUSBDevice");
+    EXPECT_EQ(text(IOObjectCopyClass(device)), "IOUSBDevice");
     EXPECT_TRUE(IOObjectConformsTo(device, "IOUSBDevice"));
     EXPECT_TRUE(IOObjectConformsTo(device, "IOUSBNub"));
     EXPECT_TRUE(IOObjectConformsTo(device, "IOService"));

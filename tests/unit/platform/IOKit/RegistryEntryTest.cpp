@@ -29,7 +29,7 @@ protected:
     static CFTypeRef Search(io_registry_entry_t entry, CFStringRef key, IOOptionBits options) {
         return IORegistryEntrySearchCFProperty(entry, kIOServicePlane, key, kCFAllocatorDefault, options);
     }
-    static std::string ClassOf(io_object_t object) {
+    static std::string classOf(io_object_t object) {
         io_name_t name = "";
         EXPECT_EQ(IOObjectGetClass(object, name), KERN_SUCCESS);
         return name;
@@ -49,14 +49,14 @@ TEST_F(RegistryEntries, TheRootStandsAlone) {
 }
 
 TEST_F(RegistryEntries, AUsbDeviceCarriesItsIdsAndName) {
-    DeviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001, "HUAWEI Mobile"));
+    deviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001, "HUAWEI Mobile"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
-    EXPECT_EQ(ClassOf(device), "IOUSBDevice");
+    EXPECT_EQ(classOf(device), "IOUSBDevice");
     EXPECT_EQ(NameOf(device), "HUAWEI Mobile");
     EXPECT_EQ(Number(Property(device, CFSTR("idVendor"))), 0x12D1);
     EXPECT_EQ(Number(Property(device, CFSTR("idProduct"))), 0x1001);
-    EXPECT_EQ(Text(Property(device, CFSTR("USB Product Name"))), "HUAWEI Mobile");
-    EXPECT_EQ(Text(Property(device, CFSTR("IOClass"))), "IOUSBDevice");
+    EXPECT_EQ(text(Property(device, CFSTR("USB Product Name"))), "HUAWEI Mobile");
+    EXPECT_EQ(text(Property(device, CFSTR("IOClass"))), "IOUSBDevice");
     EXPECT_EQ(Property(device, CFSTR("NoSuchProperty")), nullptr);
     IOObjectRelease(device);
 }
@@ -65,7 +65,7 @@ TEST_F(RegistryEntries, ADeviceWithoutIdsLacksTheProperties) {
     Device device = UsbDevice("/1-1", 0, 0);
     device.vendor.reset();
     device.product.reset();
-    DeviceArrived(device);
+    deviceArrived(device);
     const io_service_t service = TheService(IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(Property(service, CFSTR("idVendor")), nullptr);
     EXPECT_EQ(Property(service, CFSTR("idProduct")), nullptr);
@@ -73,7 +73,7 @@ TEST_F(RegistryEntries, ADeviceWithoutIdsLacksTheProperties) {
 }
 
 TEST_F(RegistryEntries, ADeviceWithoutANameIsNamedAfterItsClass) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2, ""));
+    deviceArrived(UsbDevice("/1-1", 1, 2, ""));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(NameOf(device), "IOUSBDevice");
     EXPECT_EQ(Property(device, CFSTR("USB Product Name")), nullptr);
@@ -81,14 +81,14 @@ TEST_F(RegistryEntries, ADeviceWithoutANameIsNamedAfterItsClass) {
 }
 
 TEST_F(RegistryEntries, AnInterfaceCarriesTheIdsOfItsDevice) {
-    DeviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001));
-    DeviceArrived(Interface("/1-1/0"));
+    deviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001));
+    deviceArrived(Interface("/1-1/0"));
     const io_service_t interface = TheService(IOServiceMatching("IOUSBInterface"));
     EXPECT_EQ(Number(Property(interface, CFSTR("idVendor"))), 0x12D1);
     EXPECT_EQ(Number(Property(interface, CFSTR("idProduct"))), 0x1001);
     io_registry_entry_t parent = IO_OBJECT_NULL;
     EXPECT_EQ(IORegistryEntryGetParentEntry(interface, kIOServicePlane, &parent), KERN_SUCCESS);
-    EXPECT_EQ(ClassOf(parent), "IOUSBDevice");
+    EXPECT_EQ(classOf(parent), "IOUSBDevice");
     io_registry_entry_t child = IO_OBJECT_NULL;
     EXPECT_EQ(IORegistryEntryGetChildEntry(parent, kIOServicePlane, &child), KERN_SUCCESS);
     EXPECT_TRUE(IOObjectIsEqualTo(child, interface));
@@ -100,9 +100,9 @@ TEST_F(RegistryEntries, AnInterfaceCarriesTheIdsOfItsDevice) {
 TEST_F(RegistryEntries, ASerialPortNamesItsDeviceFile) {
     PlugInComposite("/1-1", 1, 2);
     const io_service_t port = TheService(IOServiceMatching("IOSerialBSDClient"));
-    EXPECT_EQ(Text(Property(port, CFSTR(kIOClassKey))), "IOSerialBSDClient");
-    EXPECT_EQ(Text(Property(port, CFSTR(kIOTTYDeviceKey))), "ttyUSB0");
-    EXPECT_EQ(Text(Property(port, CFSTR(kIOCalloutDeviceKey))), "/dev/ttyUSB0");
+    EXPECT_EQ(text(Property(port, CFSTR(kIOClassKey))), "IOSerialBSDClient");
+    EXPECT_EQ(text(Property(port, CFSTR(kIOTTYDeviceKey))), "ttyUSB0");
+    EXPECT_EQ(text(Property(port, CFSTR(kIOCalloutDeviceKey))), "/dev/ttyUSB0");
     IOObjectRelease(port);
 }
 
@@ -110,14 +110,14 @@ TEST_F(RegistryEntries, ANetworkCardIsAParentOfTheOneNetworkStack) {
     PlugInComposite("/1-1", 1, 2);
     PlugInComposite("/1-2", 3, 4);
     const io_service_t stack = TheService(IOServiceMatching("IONetworkStack"));
-    EXPECT_EQ(Text(Property(stack, CFSTR("IOClass"))), "IONetworkStack");
+    EXPECT_EQ(text(Property(stack, CFSTR("IOClass"))), "IONetworkStack");
     io_iterator_t parents = IO_OBJECT_NULL;
     ASSERT_EQ(IORegistryEntryGetParentIterator(stack, kIOServicePlane, &parents), KERN_SUCCESS);
     std::vector<std::string> paths;
     std::vector<std::string> bsdNames;
     while (const io_object_t parent = IOIteratorNext(parents)) {
         paths.push_back(PathOf(parent));
-        bsdNames.push_back(Text(Property(parent, CFSTR(kIOBSDNameKey))));
+        bsdNames.push_back(text(Property(parent, CFSTR(kIOBSDNameKey))));
         IOObjectRelease(parent);
     }
     EXPECT_THAT(bsdNames, ElementsAre("(none)", "wwan0", "wwan0"));
@@ -129,7 +129,7 @@ TEST_F(RegistryEntries, ANetworkCardIsAParentOfTheOneNetworkStack) {
 
 TEST_F(RegistryEntries, TheNetworkStackStaysWhenItsCardsLeave) {
     PlugInComposite("/1-1", 1, 2);
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     const io_service_t stack = TheService(IOServiceMatching("IONetworkStack"));
     EXPECT_EQ(PathOf(stack), "IOService:/IONetworkStack@00000000");
     io_iterator_t parents = IO_OBJECT_NULL;
@@ -140,16 +140,16 @@ TEST_F(RegistryEntries, TheNetworkStackStaysWhenItsCardsLeave) {
 }
 
 TEST_F(RegistryEntries, PathsHaveLocationsOfOneWidth) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2, "Modem", 0x01000001));
+    deviceArrived(UsbDevice("/1-1", 1, 2, "Modem", 0x01000001));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(PathOf(device), "IOService:/Modem@01000001");
     IOObjectRelease(device);
 }
 
 TEST_F(RegistryEntries, NoPathIsAPrefixOfANeighbours) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "Modem", 1));
-    DeviceArrived(UsbDevice("/1-10", 1, 10, "Modem", 10));
-    DeviceArrived(UsbDevice("/1-a", 1, 16, "Modem", 0x10));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "Modem", 1));
+    deviceArrived(UsbDevice("/1-10", 1, 10, "Modem", 10));
+    deviceArrived(UsbDevice("/1-a", 1, 16, "Modem", 0x10));
     std::vector<std::string> paths;
     for (const std::int32_t product : {1, 10, 16}) {
         const io_service_t device = TheService(MatchingIds(1, product));
@@ -163,9 +163,9 @@ TEST_F(RegistryEntries, NoPathIsAPrefixOfANeighbours) {
 }
 
 TEST_F(RegistryEntries, SiblingsThatClaimTheSameLocationAreKeptApart) {
-    DeviceArrived(UsbDevice("/first", 1, 1, "Modem", 7));
-    DeviceArrived(UsbDevice("/second", 1, 2, "Modem", 7));
-    DeviceArrived(UsbDevice("/third", 1, 3, "Modem", 7));
+    deviceArrived(UsbDevice("/first", 1, 1, "Modem", 7));
+    deviceArrived(UsbDevice("/second", 1, 2, "Modem", 7));
+    deviceArrived(UsbDevice("/third", 1, 3, "Modem", 7));
     std::vector<std::string> paths;
     for (const std::int32_t product : {1, 2, 3}) {
         const io_service_t device = TheService(MatchingIds(1, product));
@@ -177,7 +177,7 @@ TEST_F(RegistryEntries, SiblingsThatClaimTheSameLocationAreKeptApart) {
 }
 
 TEST_F(RegistryEntries, ANameCannotForgeAPath) {
-    DeviceArrived(UsbDevice("/1-1", 1, 2, "A@00000001/B"));
+    deviceArrived(UsbDevice("/1-1", 1, 2, "A@00000001/B"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     EXPECT_EQ(NameOf(device), "A@00000001/B");
     EXPECT_EQ(PathOf(device), "IOService:/A@00000001_B@00000001");
@@ -185,20 +185,20 @@ TEST_F(RegistryEntries, ANameCannotForgeAPath) {
 }
 
 TEST_F(RegistryEntries, ANameIsPrintableUtf8) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, "gr\xFC\xDF\n"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, "gr\xC3\xBC\xC3\x9F\x7F"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, "gr\xFC\xDF\n"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, "gr\xC3\xBC\xC3\x9F\x7F"));
     const io_service_t latin1 = TheService(MatchingIds(1, 1));
     EXPECT_EQ(NameOf(latin1), "gr???");
     IOObjectRelease(latin1);
     const io_service_t utf8 = TheService(MatchingIds(1, 2));
     EXPECT_EQ(NameOf(utf8), "gr\xC3\xBC\xC3\x9F?");
-    EXPECT_EQ(Text(Property(utf8, CFSTR("USB Product Name"))), "gr\xC3\xBC\xC3\x9F?");
+    EXPECT_EQ(text(Property(utf8, CFSTR("USB Product Name"))), "gr\xC3\xBC\xC3\x9F?");
     IOObjectRelease(utf8);
 }
 
 TEST_F(RegistryEntries, ALongNameIsCutAtTheEndOfACharacter) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1, std::string(126, 'a') + "\xC3\xBC"));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, std::string(125, 'a') + "\xC3\xBC"));
+    deviceArrived(UsbDevice("/1-1", 1, 1, std::string(126, 'a') + "\xC3\xBC"));
+    deviceArrived(UsbDevice("/1-2", 1, 2, std::string(125, 'a') + "\xC3\xBC"));
     const io_service_t cut = TheService(MatchingIds(1, 1));
     EXPECT_EQ(NameOf(cut), std::string(126, 'a'));
     IOObjectRelease(cut);
@@ -210,8 +210,8 @@ TEST_F(RegistryEntries, ALongNameIsCutAtTheEndOfACharacter) {
 TEST_F(RegistryEntries, APathThatDoesNotFitIsAnErrorAndNotCut) {
     const std::size_t around = std::strlen("IOService:/@00000001");
     const std::size_t longest = sizeof(io_string_t) - 1 - around;
-    DeviceArrived(UsbDevice("/1-1", 1, 1, std::string(longest, 'a')));
-    DeviceArrived(UsbDevice("/1-2", 1, 2, std::string(longest + 1, 'a')));
+    deviceArrived(UsbDevice("/1-1", 1, 1, std::string(longest, 'a')));
+    deviceArrived(UsbDevice("/1-2", 1, 2, std::string(longest + 1, 'a')));
     io_string_t path = "untouched";
     const io_service_t fits = TheService(MatchingIds(1, 1));
     EXPECT_EQ(IORegistryEntryGetPath(fits, kIOServicePlane, path), KERN_SUCCESS);
@@ -236,7 +236,7 @@ TEST_F(RegistryEntries, OnlyTheServicePlaneExists) {
 }
 
 TEST_F(RegistryEntries, AllPropertiesComeInADictionaryOfTheCallers) {
-    DeviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001, "Modem"));
+    deviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001, "Modem"));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
     CFMutableDictionaryRef properties = nullptr;
     ASSERT_EQ(IORegistryEntryCreateCFProperties(device, &properties, kCFAllocatorDefault, 0), KERN_SUCCESS);
@@ -264,8 +264,8 @@ TEST_F(RegistryEntries, SearchingWithoutOptionsLooksAtTheEntryAlone) {
 TEST_F(RegistryEntries, SearchingRecursivelyLooksBelow) {
     PlugInComposite("/1-1", 0x12D1, 0x1001);
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
-    EXPECT_EQ(Text(Search(device, CFSTR("IOTTYDevice"), kIORegistryIterateRecursively)), "ttyUSB0");
-    EXPECT_EQ(Text(Search(device, CFSTR("IOClass"), kIORegistryIterateRecursively)), "IOUSBDevice")
+    EXPECT_EQ(text(Search(device, CFSTR("IOTTYDevice"), kIORegistryIterateRecursively)), "ttyUSB0");
+    EXPECT_EQ(text(Search(device, CFSTR("IOClass"), kIORegistryIterateRecursively)), "IOUSBDevice")
         << "the entry itself comes first";
     EXPECT_EQ(Search(device, CFSTR("NoSuchProperty"), kIORegistryIterateRecursively), nullptr);
     IOObjectRelease(device);
@@ -276,17 +276,17 @@ TEST_F(RegistryEntries, SearchingRecursivelyThroughParentsLooksAbove) {
     const io_service_t port = TheService(IOServiceMatching("IOSerialBSDClient"));
     const IOOptionBits upwards = kIORegistryIterateRecursively | kIORegistryIterateParents;
     EXPECT_EQ(Number(Search(port, CFSTR("idProduct"), upwards)), 0x1001);
-    EXPECT_EQ(Text(Search(port, CFSTR("USB Product Name"), upwards)), "Modem");
+    EXPECT_EQ(text(Search(port, CFSTR("USB Product Name"), upwards)), "Modem");
     EXPECT_EQ(Search(port, CFSTR("BSD Name"), upwards), nullptr) << "a neighbour's";
     IOObjectRelease(port);
 }
 
 TEST_F(RegistryEntries, OneThatHasLeftKeepsItsPropertiesAndHasNoPath) {
-    DeviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001));
+    deviceArrived(UsbDevice("/1-1", 0x12D1, 0x1001));
     const io_service_t device = TheService(IOServiceMatching("IOUSBDevice"));
-    DeviceLeft("/1-1");
+    deviceLeft("/1-1");
     EXPECT_EQ(NameOf(device), "Modem");
-    EXPECT_EQ(ClassOf(device), "IOUSBDevice");
+    EXPECT_EQ(classOf(device), "IOUSBDevice");
     EXPECT_EQ(Number(Property(device, CFSTR("idVendor"))), 0x12D1);
     io_string_t path;
     EXPECT_EQ(IORegistryEntryGetPath(device, kIOServicePlane, path), kIOReturnNotAttached);
@@ -296,12 +296,12 @@ TEST_F(RegistryEntries, OneThatHasLeftKeepsItsPropertiesAndHasNoPath) {
 }
 
 TEST_F(RegistryEntries, EachHasANumberOfItsOwn) {
-    DeviceArrived(UsbDevice("/1-1", 1, 1));
+    deviceArrived(UsbDevice("/1-1", 1, 1));
     const io_service_t first = TheService(MatchingIds(1, 1));
     std::uint64_t firstID = 0;
     EXPECT_EQ(IORegistryEntryGetRegistryEntryID(first, &firstID), KERN_SUCCESS);
-    DeviceLeft("/1-1");
-    DeviceArrived(UsbDevice("/1-1", 1, 1));
+    deviceLeft("/1-1");
+    deviceArrived(UsbDevice("/1-1", 1, 1));
     const io_service_t second = TheService(MatchingIds(1, 1));
     std::uint64_t secondID = 0;
     EXPECT_EQ(IORegistryEntryGetRegistryEntryID(second, &secondID), KERN_SUCCESS);

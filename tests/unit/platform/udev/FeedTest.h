@@ -14,28 +14,28 @@
 class FeedTest : public LiveObjectsTest, private LinuxPlatform::RegistryObserver {
 protected:
     FeedTest() {
-        MockedUdev::Get() = MockedUdev();
-        m_registry.AddObserver(*this);
+        MockedUdev::get() = MockedUdev();
+        m_registry.addObserver(*this);
     }
-    ~FeedTest() override { m_registry.RemoveObserver(*this); }
+    ~FeedTest() override { m_registry.removeObserver(*this); }
 
-    void Start() {
-        m_feed.Start(m_devices);
-        m_feed.Pump(m_devices);
+    void start() {
+        m_feed.start(m_devices);
+        m_feed.pump(m_devices);
     }
 
     std::vector<std::string> TakeEvents() { return std::exchange(m_events, {}); }
     /// What a Pump brings.
     std::vector<std::string> Pumped() {
         TakeEvents();
-        m_feed.Pump(m_devices);
+        m_feed.pump(m_devices);
         return TakeEvents();
     }
 
     /// "(vendor)/(product)" in hexadecimal of the services of that name, "-" for what one has not.
     std::vector<std::string> IdsOf(const std::string& name) const;
     LinuxPlatform::EntryPointer Service(const std::string& name) const;
-    static std::string TextOf(const LinuxPlatform::EntryPointer& entry, const char* key);
+    static std::string textOf(const LinuxPlatform::EntryPointer& entry, const char* key);
 
     TestBus m_bus;
     LinuxPlatform::Registry m_registry;
@@ -43,11 +43,11 @@ protected:
     LinuxPlatform::UdevFeed m_feed;
 
 private:
-    void ServicePublished(const LinuxPlatform::EntryPointer& service) override {
-        m_events.push_back("+" + service->Name());
+    void servicePublished(const LinuxPlatform::EntryPointer& service) override {
+        m_events.push_back("+" + service->name());
     }
-    void ServiceTerminated(const LinuxPlatform::EntryPointer& service) override {
-        m_events.push_back("-" + service->Name());
+    void serviceTerminated(const LinuxPlatform::EntryPointer& service) override {
+        m_events.push_back("-" + service->name());
     }
 
     std::vector<std::string> m_events;

@@ -21,7 +21,7 @@ bool Fails(std::deque<int>& failures) {
 
 } // namespace
 
-MockedUdev& MockedUdev::Get() {
+MockedUdev& MockedUdev::get() {
     static MockedUdev mocked;
     return mocked;
 }
@@ -40,28 +40,28 @@ int __real_access(const char* path, int mode);
 int __real_getsockname(int descriptor, sockaddr* address, socklen_t* size);
 
 udev* __wrap_udev_new() {
-    if (MockedUdev::Get().newFails == 0)
+    if (MockedUdev::get().newFails == 0)
         return __real_udev_new();
-    errno = MockedUdev::Get().newFails;
+    errno = MockedUdev::get().newFails;
     return nullptr;
 }
 
 udev_monitor* __wrap_udev_monitor_new_from_netlink(udev* context, const char* name) {
-    ++MockedUdev::Get().monitors;
-    if (MockedUdev::Get().monitorFails == 0)
+    ++MockedUdev::get().monitors;
+    if (MockedUdev::get().monitorFails == 0)
         return __real_udev_monitor_new_from_netlink(context, name);
-    errno = MockedUdev::Get().monitorFails;
+    errno = MockedUdev::get().monitorFails;
     return nullptr;
 }
 
 int __wrap_udev_monitor_enable_receiving(udev_monitor* monitor) {
-    if (MockedUdev::Get().enableFails != 0)
-        return -MockedUdev::Get().enableFails;
-    if (MockedUdev::Get().whenEnabling)
-        MockedUdev::Get().whenEnabling();
+    if (MockedUdev::get().enableFails != 0)
+        return -MockedUdev::get().enableFails;
+    if (MockedUdev::get().whenEnabling)
+        MockedUdev::get().whenEnabling();
     const int result = __real_udev_monitor_enable_receiving(monitor);
-    if (MockedUdev::Get().whenEnabled)
-        MockedUdev::Get().whenEnabled();
+    if (MockedUdev::get().whenEnabled)
+        MockedUdev::get().whenEnabled();
     return result;
 }
 
@@ -73,19 +73,19 @@ ssize_t __wrap_recv(int descriptor, void* buffer, size_t size, int flags) {
         errno = ENOBUFS;
         return -1;
     }
-    return Fails(MockedUdev::Get().receiveFails) ? -1 : __real_recv(descriptor, buffer, size, flags);
+    return Fails(MockedUdev::get().receiveFails) ? -1 : __real_recv(descriptor, buffer, size, flags);
 }
 
 udev_device* __wrap_udev_monitor_receive_device(udev_monitor* monitor) {
-    return Fails(MockedUdev::Get().refusals) ? nullptr : __real_udev_monitor_receive_device(monitor);
+    return Fails(MockedUdev::get().refusals) ? nullptr : __real_udev_monitor_receive_device(monitor);
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* size) {
-    if (MockedUdev::Get().groups < 0)
+    if (MockedUdev::get().groups < 0)
         return __real_getsockname(descriptor, address, size);
     sockaddr_nl kernels{};
     kernels.nl_family = AF_NETLINK;
-    kernels.nl_groups = static_cast<unsigned>(MockedUdev::Get().groups);
+    kernels.nl_groups = static_cast<unsigned>(MockedUdev::get().groups);
     std::memcpy(address, &kernels, sizeof(kernels));
     *size = sizeof(kernels);
     return 0;
@@ -95,6 +95,6 @@ int __wrap_access(const char* path, int mode) {
     if (std::strcmp(path, "/run/udev/control") != 0)
         return __real_access(path, mode);
     errno = ENOENT;
-    return MockedUdev::Get().isDaemonThere ? 0 : -1;
+    return MockedUdev::get().isDaemonThere ? 0 : -1;
 }
 }

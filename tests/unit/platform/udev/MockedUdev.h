@@ -24,7 +24,7 @@ struct MockedUdev {
     /// The daemon is there.
     bool isDaemonThere = true;
 
-    static MockedUdev& Get();
+    static MockedUdev& get();
 };
 
 /// Throws away whatever waits in the monitor of the feed that receives next, and then reports ENOBUFS once.

@@ -35,7 +35,7 @@ TestBus::TestBus() : m_testbed(umockdev_testbed_new()) {
 
 TestBus::~TestBus() = default;
 
-std::string TestBus::Add(const std::string& subsystem, const std::string& name, const std::string& parent,
+std::string TestBus::add(const std::string& subsystem, const std::string& name, const std::string& parent,
                          const Texts& attributes, const Texts& properties) {
     char* path = umockdev_testbed_add_devicev(m_testbed.get(), subsystem.c_str(), name.c_str(),
                                               parent.empty() ? nullptr : parent.c_str(),
@@ -55,19 +55,19 @@ std::string TestBus::AddUsbDevice(const std::string& name, const std::string& ve
         attributes[attribute] = value;
     Texts properties{{"DEVTYPE", "usb_device"}};
     properties.insert(moreProperties.begin(), moreProperties.end());
-    return Add("usb", name, "", attributes, properties);
+    return add("usb", name, "", attributes, properties);
 }
 
 std::string TestBus::AddInterface(const std::string& device, const std::string& name) {
-    return Add("usb", name, device, {}, {{"DEVTYPE", "usb_interface"}});
+    return add("usb", name, device, {}, {{"DEVTYPE", "usb_interface"}});
 }
 
 std::string TestBus::AddPort(const std::string& interface, const std::string& name) {
-    return Add("tty", name, interface, {{"dev", "188:0"}}, {{"DEVNAME", "/dev/" + name}});
+    return add("tty", name, interface, {{"dev", "188:0"}}, {{"DEVNAME", "/dev/" + name}});
 }
 
 std::string TestBus::AddNetworkCard(const std::string& interface, const std::string& name) {
-    return Add("net", name, interface, {}, {{"INTERFACE", name}});
+    return add("net", name, interface, {}, {{"INTERFACE", name}});
 }
 
 void TestBus::SetAttribute(const std::string& path, const std::string& name, const std::string& value) {
@@ -103,13 +103,13 @@ void TestBus::Send(const std::string& message) {
         throw std::runtime_error("no monitor took the message");
 }
 
-void TestBus::Forget(const std::string& path) {
+void TestBus::forget(const std::string& path) {
     umockdev_testbed_remove_device(m_testbed.get(), path.c_str());
 }
 
-void TestBus::Remove(const std::string& path) {
+void TestBus::remove(const std::string& path) {
     Announce(path, "remove");
-    Forget(path);
+    forget(path);
 }
 
 std::string TestBus::Folder() const {

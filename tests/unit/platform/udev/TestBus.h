@@ -18,7 +18,7 @@ public:
     TestBus& operator=(const TestBus&) = delete;
 
     /// Adds a device below `parent` (a path of sysfs; empty for none) and announces it. Returns its path.
-    std::string Add(const std::string& subsystem, const std::string& name, const std::string& parent,
+    std::string add(const std::string& subsystem, const std::string& name, const std::string& parent,
                     const Texts& attributes, const Texts& properties);
 
     std::string AddUsbDevice(const std::string& name, const std::string& vendor, const std::string& product,
@@ -33,9 +33,9 @@ public:
     /// Puts a message of these bytes into every monitor's socket.
     void Send(const std::string& message);
     /// Takes a device out of sysfs without a word.
-    void Forget(const std::string& path);
+    void forget(const std::string& path);
     /// As the kernel does: announced, then out of sysfs.
-    void Remove(const std::string& path);
+    void remove(const std::string& path);
 
     /// Where the bus lies; its device files are in "dev" below.
     std::string Folder() const;

@@ -16,12 +16,12 @@ protected:
     /// What a Start or a Pump says on standard error.
     std::string StartSays() {
         testing::internal::CaptureStderr();
-        Start();
+        start();
         return testing::internal::GetCapturedStderr();
     }
     std::string PumpSays() {
         testing::internal::CaptureStderr();
-        m_feed.Pump(m_devices);
+        m_feed.pump(m_devices);
         return testing::internal::GetCapturedStderr();
     }
 };
@@ -32,10 +32,10 @@ TEST_F(UdevFailures, LostEventsAreMadeUpForByLookingAgain) {
     const std::string leaves = m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"product", "leaves"}});
     const std::string interface = m_bus.AddInterface(leaves, "1-1:1.0");
     m_bus.AddUsbDevice("1-2", "12d1", "1002", {}, {{"product", "stays"}});
-    Start();
+    start();
     TakeEvents();
-    m_bus.Remove(interface);
-    m_bus.Remove(leaves);
+    m_bus.remove(interface);
+    m_bus.remove(leaves);
     m_bus.AddUsbDevice("1-3", "12d1", "1003", {}, {{"product", "arrives"}});
     LoseEvents();
     EXPECT_THAT(PumpSays(), HasSubstr("device events were lost; looking at all devices again"));
@@ -43,9 +43,9 @@ TEST_F(UdevFailures, LostEventsAreMadeUpForByLookingAgain) {
 }
 
 TEST_F(UdevFailures, EventsAfterALossAreNotLost) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails = {ENOBUFS};
+    MockedUdev::get().receiveFails = {ENOBUFS};
     EXPECT_THAT(PumpSays(), HasSubstr("lost"));
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem")) << "once, by the event or by the look";
     m_bus.AddUsbDevice("1-2", "12d1", "1002");
@@ -56,7 +56,7 @@ TEST_F(UdevFailures, ADevicePluggedInAgainInTheGapIsRemovedAndArrives) {
     const std::string device =
         m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"DEVNUM", "007"}}, {{"devnum", "7"}});
     m_bus.AddInterface(device, "1-1:1.0");
-    Start();
+    start();
     TakeEvents();
     m_bus.SetProperty(device, "DEVNUM", "008");
     m_bus.SetAttribute(device, "devnum", "8");
@@ -68,7 +68,7 @@ TEST_F(UdevFailures, ADevicePluggedInAgainInTheGapIsRemovedAndArrives) {
 // Its neighbours are read, however many there are of them.
 TEST_F(UdevFailures, MessagesThatCannotBeReadArePassedOver) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    Start();
+    start();
     TakeEvents();
     for (int round = 0; round < 10; ++round) {
         for (int message = 0; message < 8; ++message) // the socket has room for ten
@@ -81,31 +81,31 @@ TEST_F(UdevFailures, MessagesThatCannotBeReadArePassedOver) {
     m_bus.AddUsbDevice("1-2", "12d1", "1002");
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    EXPECT_EQ(MockedUdev::Get().monitors, 1);
+    EXPECT_EQ(MockedUdev::get().monitors, 1);
 }
 
 TEST_F(UdevFailures, AnyNumberOfMessagesThatCannotBeReadIsPassedOverAtOnce) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     for (const int error : {EBADMSG, EINVAL, ENOENT, EIO, 0}) // 0: not of interest
-        MockedUdev::Get().refusals.insert(MockedUdev::Get().refusals.end(), 50, error);
+        MockedUdev::get().refusals.insert(MockedUdev::get().refusals.end(), 50, error);
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().refusals = {ENOMEM};
+    MockedUdev::get().refusals = {ENOMEM};
     EXPECT_THAT(PumpSays(), HasSubstr("lost"));
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     for (int loss = 0; loss < 5; ++loss)
-        MockedUdev::Get().receiveFails.insert(MockedUdev::Get().receiveFails.end(), {ENOBUFS, EAGAIN});
+        MockedUdev::get().receiveFails.insert(MockedUdev::get().receiveFails.end(), {ENOBUFS, EAGAIN});
     const std::string lost = "IOKit: device events were lost; looking at all devices again\n";
     EXPECT_EQ(PumpSays(), lost + lost + lost);
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
@@ -114,42 +114,42 @@ TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
 }
 
 TEST_F(UdevFailures, AnInterruptedReadIsRepeated) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails.assign(1000, EINTR);
+    MockedUdev::get().receiveFails.assign(1000, EINTR);
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFailures, ABrokenMonitorIsReplacedByANewOne) {
     const std::string leaves = m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"product", "leaves"}});
-    Start();
+    start();
     TakeEvents();
-    m_bus.Forget(leaves);
-    MockedUdev::Get().receiveFails.assign(16, EIO);
+    m_bus.forget(leaves);
+    MockedUdev::get().receiveFails.assign(16, EIO);
     EXPECT_EQ(PumpSays(),
               "IOKit: the connection to udev is broken (Input/output error); making a new one and looking at "
               "all devices again\n");
     EXPECT_THAT(TakeEvents(), ElementsAre("-leaves")) << "what happened in the gap";
-    EXPECT_TRUE(m_feed.Hears());
+    EXPECT_TRUE(m_feed.hears());
     m_bus.AddUsbDevice("1-2", "12d1", "1002");
     EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
-    EXPECT_EQ(MockedUdev::Get().monitors, 2);
+    EXPECT_EQ(MockedUdev::get().monitors, 2);
 }
 
 TEST_F(UdevFailures, AMonitorThatDoesNothingButLoseEventsIsReplacedToo) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().receiveFails.assign(16, ENOBUFS);
+    MockedUdev::get().receiveFails.assign(16, ENOBUFS);
     EXPECT_THAT(PumpSays(), HasSubstr("the connection to udev is broken (No buffer space available)"));
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    EXPECT_TRUE(m_feed.Hears());
+    EXPECT_TRUE(m_feed.hears());
 }
 
 TEST_F(UdevFailures, AMonitorThatBreaksNowAndThenIsReplacedEachTime) {
-    Start();
+    start();
     for (int round = 0; round < 20; ++round) {
-        MockedUdev::Get().receiveFails.assign(16, EIO);
+        MockedUdev::get().receiveFails.assign(16, EIO);
         PumpSays();
         m_bus.AddUsbDevice("1-" + std::to_string(round + 1), "12d1", "1001");
         EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
@@ -158,68 +158,68 @@ TEST_F(UdevFailures, AMonitorThatBreaksNowAndThenIsReplacedEachTime) {
 
 TEST_F(UdevFailures, WhereEveryNewMonitorIsBrokenTooItIsGivenUpAndSaid) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    Start();
-    MockedUdev::Get().receiveFails.assign(1000, EIO);
+    start();
+    MockedUdev::get().receiveFails.assign(1000, EIO);
     PumpSays();
     EXPECT_THAT(PumpSays(), HasSubstr("udev cannot be listened to any more (Input/output error)"));
-    EXPECT_EQ(MockedUdev::Get().monitors, 4);
-    EXPECT_EQ(m_feed.Descriptor(), -1);
-    EXPECT_FALSE(m_feed.Hears());
-    EXPECT_TRUE(m_devices.Knows(device)) << "what is known stays known";
+    EXPECT_EQ(MockedUdev::get().monitors, 4);
+    EXPECT_EQ(m_feed.descriptor(), -1);
+    EXPECT_FALSE(m_feed.hears());
+    EXPECT_TRUE(m_devices.knows(device)) << "what is known stays known";
     EXPECT_EQ(PumpSays(), "");
 }
 
 TEST_F(UdevFailures, WhereNoNewMonitorCanBeMadeThatIsSaid) {
-    Start();
-    MockedUdev::Get().receiveFails.assign(16, EIO);
-    MockedUdev::Get().monitorFails = EMFILE;
+    start();
+    MockedUdev::get().receiveFails.assign(16, EIO);
+    MockedUdev::get().monitorFails = EMFILE;
     EXPECT_THAT(PumpSays(), HasSubstr("cannot listen to udev (Too many open files)"));
-    EXPECT_FALSE(m_feed.Hears());
-    EXPECT_EQ(m_feed.Descriptor(), -1);
+    EXPECT_FALSE(m_feed.hears());
+    EXPECT_EQ(m_feed.descriptor(), -1);
 }
 
 TEST_F(UdevFailures, WithoutUdevThereAreNoDevicesButAMessage) {
-    MockedUdev::Get().newFails = ENOMEM;
+    MockedUdev::get().newFails = ENOMEM;
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(StartSays(), HasSubstr("udev cannot be used (Cannot allocate memory)"));
     EXPECT_THAT(TakeEvents(), IsEmpty());
-    EXPECT_FALSE(m_feed.Hears());
-    EXPECT_EQ(m_feed.Descriptor(), -1);
+    EXPECT_FALSE(m_feed.hears());
+    EXPECT_EQ(m_feed.descriptor(), -1);
     EXPECT_EQ(PumpSays(), "");
 }
 
 TEST_F(UdevFailures, WithoutAMonitorTheDevicesThatAreThereAreSeen) {
-    MockedUdev::Get().monitorFails = EMFILE;
+    MockedUdev::get().monitorFails = EMFILE;
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(StartSays(), HasSubstr("cannot listen to udev (Too many open files)"));
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    EXPECT_EQ(m_feed.Descriptor(), -1);
+    EXPECT_EQ(m_feed.descriptor(), -1);
 }
 
 TEST_F(UdevFailures, AMonitorThatCannotBeEnabledIsReported) {
-    MockedUdev::Get().enableFails = EACCES;
+    MockedUdev::get().enableFails = EACCES;
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(StartSays(), HasSubstr("cannot listen to udev (Permission denied)"));
-    EXPECT_FALSE(m_feed.Hears());
+    EXPECT_FALSE(m_feed.hears());
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    EXPECT_EQ(m_feed.Descriptor(), -1);
+    EXPECT_EQ(m_feed.descriptor(), -1);
 }
 
 TEST_F(UdevFailures, WithoutTheDaemonTheLauncherIsTold) {
-    MockedUdev::Get().groups = 0;
+    MockedUdev::get().groups = 0;
     EXPECT_THAT(StartSays(), HasSubstr("the udev daemon is not running"));
-    EXPECT_FALSE(m_feed.Hears());
+    EXPECT_FALSE(m_feed.hears());
 }
 
 TEST_F(UdevFailures, WithoutTheDaemonTheLauncherIsToldAlsoWhereUdevListensAllTheSame) {
-    MockedUdev::Get().groups = 2;
-    MockedUdev::Get().isDaemonThere = false;
+    MockedUdev::get().groups = 2;
+    MockedUdev::get().isDaemonThere = false;
     EXPECT_THAT(StartSays(), HasSubstr("the udev daemon is not running"));
-    EXPECT_FALSE(m_feed.Hears());
+    EXPECT_FALSE(m_feed.hears());
 }
 
 TEST_F(UdevFailures, WithTheDaemonNothingIsSaid) {
-    MockedUdev::Get().groups = 2;
+    MockedUdev::get().groups = 2;
     EXPECT_EQ(StartSays(), "");
-    EXPECT_TRUE(m_feed.Hears());
+    EXPECT_TRUE(m_feed.hears());
 }

@@ -16,12 +16,12 @@ using testing::Not;
 
 std::vector<std::string> FeedTest::IdsOf(const std::string& name) const {
     std::vector<std::string> found;
-    for (const auto& [id, service] : m_registry.Services()) {
-        if (service->Name() != name)
+    for (const auto& [id, service] : m_registry.services()) {
+        if (service->name() != name)
             continue;
         std::string ids;
         for (const char* key : {"idVendor", "idProduct"}) {
-            const PropertyValue* value = service->FindProperty(key);
+            const PropertyValue* value = service->findProperty(key);
             char text[16] = "-";
             if (const std::int32_t* number = value ? std::get_if<std::int32_t>(value) : nullptr)
                 std::snprintf(text, sizeof(text), "%04x", static_cast<unsigned>(*number));
@@ -33,16 +33,16 @@ std::vector<std::string> FeedTest::IdsOf(const std::string& name) const {
 }
 
 EntryPointer FeedTest::Service(const std::string& name) const {
-    for (const auto& [id, service] : m_registry.Services()) {
-        if (service->Name() == name)
+    for (const auto& [id, service] : m_registry.services()) {
+        if (service->name() == name)
             return service;
     }
     ADD_FAILURE() << "no service " << name;
-    return m_registry.Root();
+    return m_registry.root();
 }
 
-std::string FeedTest::TextOf(const EntryPointer& entry, const char* key) {
-    const PropertyValue* value = entry->FindProperty(key);
+std::string FeedTest::textOf(const EntryPointer& entry, const char* key) {
+    const PropertyValue* value = entry->findProperty(key);
     const std::string* text = value ? std::get_if<std::string>(value) : nullptr;
     return text ? *text : "(none)";
 }
@@ -76,37 +76,37 @@ TEST_F(UdevFeedTest, SeesWhatIsThereAtTheStart) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     m_bus.AddPort(m_bus.AddInterface(device, "1-1:1.0"), "ttyUSB0");
     m_bus.AddNetworkCard(m_bus.AddInterface(device, "1-1:1.1"), "wwan0");
-    Start();
+    start();
     EXPECT_THAT(TakeEvents(),
                 ElementsAre("+Modem", "+IOUSBInterface", "+IOUSBInterface", "+ttyUSB0", "+wwan0"));
     EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001"));
     EXPECT_THAT(IdsOf("IOUSBInterface"), ElementsAre("12d1/1001", "12d1/1001"));
-    EXPECT_EQ(TextOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
-    EXPECT_EQ(TextOf(Service("wwan0"), "BSD Name"), "wwan0");
-    EXPECT_EQ(Service("wwan0")->Children().front(), m_registry.NetworkStack());
+    EXPECT_EQ(textOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
+    EXPECT_EQ(textOf(Service("wwan0"), "BSD Name"), "wwan0");
+    EXPECT_EQ(Service("wwan0")->children().front(), m_registry.networkStack());
 }
 
 TEST_F(UdevFeedTest, AnEmptyBusIsFine) {
-    Start();
+    start();
     EXPECT_THAT(TakeEvents(), IsEmpty());
-    EXPECT_GE(m_feed.Descriptor(), 0);
+    EXPECT_GE(m_feed.descriptor(), 0);
 }
 
 TEST_F(UdevFeedTest, PortsAndCardsThatAreNotOnUsbAreLeftAlone) {
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     m_bus.AddPort("", "ttyS0");
     m_bus.AddNetworkCard("", "eth0");
-    Start();
+    start();
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
     m_bus.AddPort("", "ttyS1");
-    m_bus.Add("block", "sda", "", {}, {});
+    m_bus.add("block", "sda", "", {}, {});
     EXPECT_THAT(Pumped(), IsEmpty());
 }
 
 TEST_F(UdevFeedTest, TellsOfAnArrival) {
-    Start();
+    start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    pollfd ready{m_feed.Descriptor(), POLLIN, 0};
+    pollfd ready{m_feed.descriptor(), POLLIN, 0};
     EXPECT_EQ(poll(&ready, 1, 60000), 1);
     EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
     EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001"));
@@ -114,7 +114,7 @@ TEST_F(UdevFeedTest, TellsOfAnArrival) {
 }
 
 TEST_F(UdevFeedTest, DrainsAllThatWaits) {
-    Start();
+    start();
     const std::string first = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     const std::string interface = m_bus.AddInterface(first, "1-1:1.0");
     m_bus.AddUsbDevice("1-2", "19d2", "0031");
@@ -124,34 +124,34 @@ TEST_F(UdevFeedTest, DrainsAllThatWaits) {
 
 TEST_F(UdevFeedTest, TellsOfARemoval) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    Start();
-    m_bus.Remove(device);
+    start();
+    m_bus.remove(device);
     EXPECT_THAT(Pumped(), ElementsAre("-Modem"));
 }
 
 TEST_F(UdevFeedTest, ADeviceThatArrivesWhileTheFeedStartsArrivesOnce) {
-    MockedUdev::Get().whenEnabled = [this] { m_bus.AddUsbDevice("1-1", "12d1", "1001"); };
-    Start();
+    MockedUdev::get().whenEnabled = [this] { m_bus.AddUsbDevice("1-1", "12d1", "1001"); };
+    start();
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
     EXPECT_THAT(Pumped(), IsEmpty());
 }
 
 TEST_F(UdevFeedTest, ADeviceThatArrivesBeforeTheFeedListensIsSeen) {
-    MockedUdev::Get().whenEnabling = [this] { m_bus.AddUsbDevice("1-1", "12d1", "1001"); };
-    Start();
+    MockedUdev::get().whenEnabling = [this] { m_bus.AddUsbDevice("1-1", "12d1", "1001"); };
+    start();
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
 TEST_F(UdevFeedTest, ADeviceThatLeavesWhileTheFeedStartsIsGone) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    MockedUdev::Get().whenEnabled = [&] { m_bus.Remove(device); };
-    Start();
-    EXPECT_FALSE(m_devices.Knows(device));
+    MockedUdev::get().whenEnabled = [&] { m_bus.remove(device); };
+    start();
+    EXPECT_FALSE(m_devices.knows(device));
 }
 
 TEST_F(UdevFeedTest, UnknownActionsAreIgnored) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    Start();
+    start();
     const std::string other = m_bus.AddUsbDevice("1-2", "12d1", "1003");
     EXPECT_THAT(Pumped(), ElementsAre("+Modem"));
     m_bus.SetAttribute(device, "idProduct", "1446");
@@ -161,14 +161,14 @@ TEST_F(UdevFeedTest, UnknownActionsAreIgnored) {
 }
 
 TEST_F(UdevFeedTest, ABoundOrChangedDeviceThatWasUnknownArrives) {
-    Start();
+    start();
     LoseEvents();
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     const std::string interface = m_bus.AddInterface(device, "1-1:1.0");
     testing::internal::CaptureStderr();
     Pumped();
     testing::internal::GetCapturedStderr();
-    m_devices.LeaveAll();
+    m_devices.leaveAll();
     m_bus.Announce(device, "bind");
     m_bus.Announce(interface, "change");
     EXPECT_THAT(Pumped(), ElementsAre("+Modem", "+IOUSBInterface"));
@@ -179,8 +179,8 @@ TEST_F(UdevFeedTest, ABoundOrChangedDeviceThatWasUnknownArrives) {
 
 TEST_F(UdevFeedTest, ADevicePluggedInAgainBetweenTwoLooksIsRemovedAndArrives) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    Start();
-    m_bus.Remove(device);
+    start();
+    m_bus.remove(device);
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     EXPECT_THAT(Pumped(), ElementsAre("-Modem", "+Modem"));
 }
@@ -188,10 +188,10 @@ TEST_F(UdevFeedTest, ADevicePluggedInAgainBetweenTwoLooksIsRemovedAndArrives) {
 TEST_F(UdevFeedTest, AModeSwitchIsARemovalAndAnArrivalAtTheSamePlace) {
     const std::string cdRom = m_bus.AddUsbDevice("1-1", "12d1", "1446", {}, {{"product", "Mass Storage"}});
     const std::string storage = m_bus.AddInterface(cdRom, "1-1:1.0");
-    Start();
+    start();
     TakeEvents();
-    m_bus.Remove(storage);
-    m_bus.Remove(cdRom);
+    m_bus.remove(storage);
+    m_bus.remove(cdRom);
     const std::string modem = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     m_bus.AddInterface(modem, "1-1:1.0");
     EXPECT_EQ(modem, cdRom);
@@ -202,7 +202,7 @@ TEST_F(UdevFeedTest, AModeSwitchIsARemovalAndAnArrivalAtTheSamePlace) {
 TEST_F(UdevFeedTest, AModeSwitchMayAlsoComeAsAChange) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1446", {}, {{"product", "Mass Storage"}});
     m_bus.AddInterface(device, "1-1:1.0");
-    Start();
+    start();
     TakeEvents();
     m_bus.SetAttribute(device, "idProduct", "1001");
     m_bus.SetAttribute(device, "product", "Modem");
@@ -212,19 +212,19 @@ TEST_F(UdevFeedTest, AModeSwitchMayAlsoComeAsAChange) {
 }
 
 TEST_F(UdevFeedTest, APortThatIsAnnouncedBeforeItsInterfaceWaitsForIt) {
-    Start();
+    start();
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     const std::string interface = m_bus.AddInterface(device, "1-1:1.0");
     const std::string port = m_bus.AddPort(interface, "ttyUSB0");
     Pumped();
-    m_devices.LeaveAll();
+    m_devices.leaveAll();
     m_bus.Announce(port, "add");
     EXPECT_THAT(Pumped(), IsEmpty());
     m_bus.Announce(interface, "add");
     EXPECT_THAT(Pumped(), IsEmpty());
     m_bus.Announce(device, "add");
     EXPECT_THAT(Pumped(), ElementsAre("+Modem", "+IOUSBInterface", "+ttyUSB0"));
-    EXPECT_EQ(Service("ttyUSB0")->Parents().front(), Service("IOUSBInterface").get());
+    EXPECT_EQ(Service("ttyUSB0")->parents().front(), Service("IOUSBInterface").get());
 }
 
 TEST_F(UdevFeedTest, MalformedIdsCountAsMissing) {
@@ -233,9 +233,9 @@ TEST_F(UdevFeedTest, MalformedIdsCountAsMissing) {
     m_bus.AddUsbDevice("1-3", "0x12d1", "-001", {}, {{"product", "signed"}});
     m_bus.AddUsbDevice("1-4", "012d1", "12D1", {}, {{"product", "long"}});
     m_bus.AddUsbDevice("1-5", "1", "ffff", {}, {{"product", "short"}});
-    m_bus.Add("usb", "1-6", "", {{"product", "none"}}, {{"DEVTYPE", "usb_device"}});
-    m_bus.Add("usb", "1-7", "", {{"product", "one"}, {"idVendor", "12d1"}}, {{"DEVTYPE", "usb_device"}});
-    Start();
+    m_bus.add("usb", "1-6", "", {{"product", "none"}}, {{"DEVTYPE", "usb_device"}});
+    m_bus.add("usb", "1-7", "", {{"product", "one"}, {"idVendor", "12d1"}}, {{"DEVTYPE", "usb_device"}});
+    start();
     EXPECT_THAT(IdsOf("trailing"), ElementsAre("-/1001"));
     EXPECT_THAT(IdsOf("empty"), ElementsAre("-/-"));
     EXPECT_THAT(IdsOf("signed"), ElementsAre("-/-"));
@@ -246,36 +246,36 @@ TEST_F(UdevFeedTest, MalformedIdsCountAsMissing) {
 }
 
 TEST_F(UdevFeedTest, AShortVisitKeepsItsIds) {
-    Start();
+    start();
     const std::string device =
         m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"PRODUCT", "12d1/1001/0"}, {"DEVNUM", "007"}});
     const std::string interface = m_bus.AddInterface(device, "1-1:1.0");
-    m_bus.Remove(interface);
-    m_bus.Remove(device);
+    m_bus.remove(interface);
+    m_bus.remove(device);
     EXPECT_THAT(Pumped(), ElementsAre("+IOUSBDevice", "+IOUSBInterface", "-IOUSBInterface", "-IOUSBDevice"))
         << "the product's name went with the device";
 }
 
 TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoneIsBelieved) {
-    Start();
+    start();
     const std::string device =
         m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"PRODUCT", "12d1/1001/0"}, {"DEVNUM", "007"}});
-    m_bus.Forget(device);
+    m_bus.forget(device);
     Pumped();
     EXPECT_THAT(IdsOf("IOUSBDevice"), ElementsAre("12d1/1001"));
 }
 
 TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoingIsBelieved) {
-    Start();
+    start();
     // Attributes go one by one.
-    m_bus.Add("usb", "1-1", "", {{"idVendor", "12d1"}},
+    m_bus.add("usb", "1-1", "", {{"idVendor", "12d1"}},
               {{"DEVTYPE", "usb_device"}, {"PRODUCT", "12d1/1001/0"}, {"DEVNUM", "007"}});
     Pumped();
     EXPECT_THAT(IdsOf("IOUSBDevice"), ElementsAre("12d1/1001"));
 }
 
 TEST_F(UdevFeedTest, AnEventOfADeviceThatWasReplacedIsBelieved) {
-    Start();
+    start();
     const std::string device = m_bus.AddUsbDevice(
         "1-1", "12d1", "1446", {{"PRODUCT", "12d1/1446/0"}, {"DEVNUM", "007"}}, {{"devnum", "7"}});
     m_bus.SetAttribute(device, "idProduct", "1001");
@@ -294,13 +294,13 @@ TEST_F(UdevFeedTest, AttributesAreBelievedWhereTheEventHasNoIds) {
     m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"PRODUCT", "12d1/14460"}});
     m_bus.AddUsbDevice("1-2", "12d1", "1002", {{"PRODUCT", "12d1/14460/0"}});
     m_bus.AddUsbDevice("1-3", "12d1", "1003");
-    Start();
+    start();
     EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001", "12d1/1002", "12d1/1003"));
 }
 
 TEST_F(UdevFeedTest, TheNumberOfTheBusIsAlsoReadFromTheDevice) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"devnum", "7"}});
-    Start();
+    start();
     m_bus.SetAttribute(device, "devnum", "8");
     m_bus.Announce(device, "add");
     EXPECT_THAT(Pumped(), ElementsAre("-Modem", "+Modem"));
@@ -309,7 +309,7 @@ TEST_F(UdevFeedTest, TheNumberOfTheBusIsAlsoReadFromTheDevice) {
 TEST_F(UdevFeedTest, AReplugThatOnlyItsNumberTellsIsRemovedAndArrives) {
     const std::string device =
         m_bus.AddUsbDevice("1-1", "12d1", "1001", {{"DEVNUM", "007"}}, {{"devnum", "7"}});
-    Start();
+    start();
     m_bus.SetProperty(device, "DEVNUM", "008");
     m_bus.SetAttribute(device, "devnum", "8");
     m_bus.Announce(device, "add");
@@ -320,22 +320,22 @@ TEST_F(UdevFeedTest, ARenamedNetworkCardKeepsItsPlaceUnderItsNewName) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     const std::string interface = m_bus.AddInterface(device, "1-1:1.0");
     const std::string oldPath = m_bus.AddNetworkCard(interface, "eth0");
-    Start();
+    start();
     const std::string newPath = m_bus.AddNetworkCard(interface, "wwan0");
     Pumped();
     m_bus.SetProperty(newPath, "DEVPATH_OLD", oldPath.substr(std::string("/sys").size()));
     m_bus.Announce(newPath, "move");
     EXPECT_THAT(Pumped(), ElementsAre("-eth0"));
-    EXPECT_TRUE(m_devices.Knows(newPath));
+    EXPECT_TRUE(m_devices.knows(newPath));
 }
 
 TEST_F(UdevFeedTest, DevicesBehindAHubHangOnTheHub) {
     const std::string hub = m_bus.AddUsbDevice("1-2", "05e3", "0608", {}, {{"product", "Hub"}});
-    m_bus.Add("usb", "1-2.4", hub, {{"idVendor", "12d1"}, {"idProduct", "1001"}, {"product", "Modem"}},
+    m_bus.add("usb", "1-2.4", hub, {{"idVendor", "12d1"}, {"idProduct", "1001"}, {"product", "Modem"}},
               {{"DEVTYPE", "usb_device"}});
-    Start();
-    EXPECT_EQ(Service("Modem")->Path(), "IOService:/Hub@01000002/Modem@01000004");
-    m_bus.Remove(hub);
+    start();
+    EXPECT_EQ(Service("Modem")->path(), "IOService:/Hub@01000002/Modem@01000004");
+    m_bus.remove(hub);
     TakeEvents();
     EXPECT_THAT(Pumped(), ElementsAre("-Modem", "-Hub"));
 }
@@ -345,11 +345,11 @@ TEST_F(UdevFeedTest, LocationsComeFromBusAndPort) {
     m_bus.AddUsbDevice("3-1", "12d1", "0001", {}, {{"product", "one"}});
     m_bus.AddUsbDevice("3-10", "12d1", "0010", {}, {{"product", "ten"}});
     m_bus.AddUsbDevice("mymodem", "12d1", "0011", {}, {{"product", "nameless"}});
-    Start();
-    EXPECT_EQ(Service("root")->Path(), "IOService:/root@03000000");
-    EXPECT_EQ(Service("one")->Path(), "IOService:/one@03000001");
-    EXPECT_EQ(Service("ten")->Path(), "IOService:/ten@0300000a");
-    EXPECT_THAT(Service("nameless")->Path().value_or(""), testing::StartsWith("IOService:/nameless@"));
+    start();
+    EXPECT_EQ(Service("root")->path(), "IOService:/root@03000000");
+    EXPECT_EQ(Service("one")->path(), "IOService:/one@03000001");
+    EXPECT_EQ(Service("ten")->path(), "IOService:/ten@0300000a");
+    EXPECT_THAT(Service("nameless")->path().value_or(""), testing::StartsWith("IOService:/nameless@"));
 }
 
 TEST_F(UdevFeedTest, OpensNoDevice) {
@@ -361,7 +361,7 @@ TEST_F(UdevFeedTest, OpensNoDevice) {
     for (const char* name : {"modem", "ttyUSB0"})
         std::ofstream(files + "/" + name) << "not to be read";
     const OpenWatch watch(files);
-    Start();
+    start();
     m_bus.Announce(device, "change");
     Pumped();
     EXPECT_THAT(IdsOf("Modem"), ElementsAre("12d1/1001"));

@@ -59,14 +59,14 @@ private:
         while (const io_service_t device = IOIteratorNext(devices)) {
             test.m_events.push_back("+" + NameOf(device));
             io_object_t interest = IO_OBJECT_NULL;
-            EXPECT_EQ(IOServiceAddInterestNotification(test.m_port, device, kIOGeneralInterest, DeviceLeft,
+            EXPECT_EQ(IOServiceAddInterestNotification(test.m_port, device, kIOGeneralInterest, deviceLeft,
                                                        self, &interest),
                       KERN_SUCCESS);
             test.m_interests.push_back(interest);
             IOObjectRelease(device);
         }
     }
-    static void DeviceLeft(void* self, io_service_t device, std::uint32_t, void*) {
+    static void deviceLeft(void* self, io_service_t device, std::uint32_t, void*) {
         static_cast<UdevNotifications*>(self)->m_events.push_back("-" + NameOf(device));
     }
 
@@ -92,7 +92,7 @@ TEST_F(UdevNotifications, AModemComesAndGoesWhileTheLoopSleeps) {
     EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
     user.join();
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    Bus().Remove(modem);
+    Bus().remove(modem);
     EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
     EXPECT_THAT(TakeEvents(), ElementsAre("-Modem"));
 }
@@ -112,7 +112,7 @@ TEST_F(UdevNotifications, AQueryKnowsWhatTheLoopHasNotYetDelivered) {
     EXPECT_THAT(TakeEvents(), IsEmpty()) << "a query calls nobody back";
     EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
-    Bus().Remove(modem);
+    Bus().remove(modem);
     EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
 }
 
@@ -121,8 +121,8 @@ TEST_F(UdevNotifications, AHundredVisitsLeaveNothingBehind) {
         const std::string modem = Bus().AddUsbDevice("1-1", "12d1", "1001");
         const std::string interface = Bus().AddInterface(modem, "1-1:1.0");
         EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
-        Bus().Remove(interface);
-        Bus().Remove(modem);
+        Bus().remove(interface);
+        Bus().remove(modem);
         EXPECT_EQ(RunOnce(), kCFRunLoopRunHandledSource);
         EXPECT_THAT(TakeEvents(), ElementsAre("+Modem", "-Modem"));
     }

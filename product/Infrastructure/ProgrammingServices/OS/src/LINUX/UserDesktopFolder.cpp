@@ -70,7 +70,7 @@ bool readAssignment(const std::string& line, const std::string& home, std::strin
 
 std::string FileSystemManagement::getUserDesktopFolder() {
     // Without a separator at the end: empty for the root folder, and for an unknown one.
-    std::string home = LinuxPlatform::HomeFolder();
+    std::string home = LinuxPlatform::homeFolder();
     home.erase(home.find_last_not_of('/') + 1);
     const std::string configuration = environmentPath("XDG_CONFIG_HOME");
     std::string folder = home + "/Desktop";
