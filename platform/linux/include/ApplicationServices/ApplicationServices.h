@@ -4,8 +4,9 @@
 //
 // An application is a process of this user's that runs an .app bundle. Its bundle is
 //   - the one that LSOpenApplication started it for, also when the bundle has been moved, replaced or deleted
-//     since, and when the process runs a script or a file elsewhere. This process remembers what it has
-//     started, by process id and start time; others are told by a note in the environment; else
+//     since, and when the process runs a script or a file elsewhere. This process knows what it has
+//     started by a descriptor of the process, or by process id and start time where there is none to be had;
+//     others are told by a note in the environment; else
 //   - the innermost folder named *.app that its executable lies in, by whole path components: an executable
 //     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app; else,
 //   - for an interpreter at work on a script that begins with "#!", the same for the script's path.

@@ -33,7 +33,10 @@ public:
     /// The one instance, created on demand.
     static HWServiceDetection* getInstance();
 
+    /// Prepares the service. The one over IOKit holds nothing between two scans: init(), registerService() and
+    /// unRegisterService() do nothing there, and need not be called.
     virtual void init() = 0;
+    /// Whether the service can be used here; true over IOKit.
     virtual bool isAvailable() = 0;
     virtual void registerService() = 0;
     virtual void unRegisterService() = 0;

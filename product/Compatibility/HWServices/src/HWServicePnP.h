@@ -22,7 +22,9 @@ public:
     /// take it back. A client registered twice is told twice. Not null.
     void registerClient(HWServicePnPClient* client);
 
+    /// Prepares the service, before registerService(). The one over IOKit needs no preparation.
     virtual void init() = 0;
+    /// Whether the service can be used here. The one over IOKit always says no: do not ask, register.
     virtual bool isAvailable() = 0;
     /// Notifies the clients from now on, in the run loop of the calling thread. To be called once, or again
     /// after unRegisterService(). Where the system tells nobody of devices, that is an error in the trace and
