@@ -71,15 +71,15 @@ std::string outOfRoot(const std::string& path) {
 }
 
 bool isBundleName(const std::string& name) {
-    const size_t length = std::strlen(BUNDLE_SUFFIX);
+    const std::size_t length = std::strlen(BUNDLE_SUFFIX);
     return name.size() > length && name.compare(name.size() - length, length, BUNDLE_SUFFIX) == 0;
 }
 
 std::string innermostBundle(const std::string& file) {
-    size_t end = file.rfind('/');
+    std::size_t end = file.rfind('/');
     while (end != std::string::npos && end > 0) {
-        const size_t separator = file.rfind('/', end - 1);
-        const size_t begin = separator == std::string::npos ? 0 : separator + 1;
+        const std::size_t separator = file.rfind('/', end - 1);
+        const std::size_t begin = separator == std::string::npos ? 0 : separator + 1;
         if (isBundleName(file.substr(begin, end - begin)))
             return file.substr(0, end);
         end = separator;

@@ -85,7 +85,7 @@ public:
     void* stackOfProgram() const { return m_content->stacks[1] + STACK_SIZE; }
 
 private:
-    static const size_t STACK_SIZE = 64 * 1024;
+    static const std::size_t STACK_SIZE = 64 * 1024;
     struct Content {
         alignas(64) char stacks[2][STACK_SIZE];
         alignas(64) Outcome outcome;
@@ -119,7 +119,7 @@ struct Preparation {
     char* const* arguments;
     char* const* environment;
     char* pidDigits;
-    size_t pidWidth;
+    std::size_t pidWidth;
     const SharedMemory* shared;
 };
 
@@ -186,8 +186,8 @@ bool putNullDeviceOnStandardFiles() {
     return true;
 }
 
-void writeDigits(char* place, size_t width, pid_t pid) {
-    for (size_t i = width; i > 0; --i, pid /= 10)
+void writeDigits(char* place, std::size_t width, pid_t pid) {
+    for (std::size_t i = width; i > 0; --i, pid /= 10)
         place[i - 1] = static_cast<char>('0' + pid % 10);
 }
 

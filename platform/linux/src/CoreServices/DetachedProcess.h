@@ -12,8 +12,8 @@ struct DetachedProcess {
     std::vector<std::string> environment; // "NAME=value"
     /// Where the process's own id is to be written before it begins, in decimal digits filled up with zeros:
     /// this many characters of the first entry of the environment from this place on. No characters: nowhere.
-    size_t pidPlace = 0;
-    size_t pidWidth = 0;
+    std::size_t pidPlace = 0;
+    std::size_t pidWidth = 0;
 };
 
 /// Starts a program that has nothing to do with this process any more: session, signals, files, folder, mask

@@ -41,7 +41,7 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         if (number >= m_paths.size())
             return false;
-        path = m_paths[static_cast<size_t>(number)];
+        path = m_paths[static_cast<std::size_t>(number)];
         return true;
     }
 
@@ -70,8 +70,8 @@ std::string tidyPath(const std::string& path, const std::string& real) {
     if (path[0] != '/')
         return real;
     std::string tidy;
-    for (size_t begin = 0; begin < path.size();) {
-        const size_t end = std::min(path.find('/', begin), path.size());
+    for (std::size_t begin = 0; begin < path.size();) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
         const std::string component = path.substr(begin, end - begin);
         if (component == "." || component == "..")
             return real;

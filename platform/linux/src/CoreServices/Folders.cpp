@@ -14,7 +14,7 @@
 using namespace LinuxPlatform;
 
 // Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
-static const size_t LONGEST_PATH = 2047;
+static const std::size_t LONGEST_PATH = 2047;
 
 static const char DATA_FOLDER_IN_HOME[] = ".local/share";
 
@@ -58,14 +58,14 @@ static std::string userDataFolder() {
 }
 
 /// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
-static size_t lengthOfHome(const std::string& data) {
+static std::size_t lengthOfHome(const std::string& data) {
     const std::string home = homeFolder();
     return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
 }
 
 /// @param given  the length of the part of the path that is not made: it is there, or nothing is made
-static OSStatus createFolders(const std::string& path, size_t given, mode_t mode) {
-    for (size_t end = path.find('/', given + 1);; end = path.find('/', end + 1)) {
+static OSStatus createFolders(const std::string& path, std::size_t given, mode_t mode) {
+    for (std::size_t end = path.find('/', given + 1);; end = path.find('/', end + 1)) {
         if (::mkdir(path.substr(0, end).c_str(), mode) != 0 && errno != EEXIST && errno != EISDIR)
             return statusOfErrno(errno);
         if (end == std::string::npos)

@@ -35,7 +35,7 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     for (int number = 1; std::getline(card, line); ++number) {
         // DELIBERATE: a card that holds "&" anywhere is refused, even where a comment would be meant.
         if (line.find('&') != std::string::npos) {
-            if (observer != NULL)
+            if (observer != nullptr)
                 observer->onRefused(number);
             return false;
         }
@@ -53,13 +53,13 @@ bool IDCardReader::storePair(const std::string& line, int number, IDCardObserver
     const std::string key = line.substr(0, equals);
     const std::string value = equals == std::string::npos ? line : line.substr(equals + 1);
     if (key.empty()) {
-        if (observer != NULL)
+        if (observer != nullptr)
             observer->onSkipped(number);
         return false;
     }
     std::string& stored = m_params[key];
     stored = cutAtFirstNonPrinting(value);
-    if (observer != NULL)
+    if (observer != nullptr)
         observer->onPair(number, key, stored);
     return true;
 }

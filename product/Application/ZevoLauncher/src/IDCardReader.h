@@ -22,7 +22,7 @@ public:
 
     /// Reads the card, adding to what earlier calls read. True when at least one pair was stored and no line
     /// held "&"; at such a line the reading ends, and the pairs before it stay.
-    bool readIDCard() { return readIDCard(NULL); }
+    bool readIDCard() { return readIDCard(nullptr); }
     /// The same.
     /// @param observer borrowed; is told of the lines
     bool readIDCard(IDCardObserver* observer);

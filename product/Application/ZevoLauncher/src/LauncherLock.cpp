@@ -25,7 +25,7 @@ long LauncherLock::otherProcess() const {
     TRACE_METHOD();
     char text[32] = {};
     const ssize_t length = pread(m_file.get(), text, sizeof text - 1, 0);
-    return length > 0 ? std::strtol(text, NULL, 10) : 0;
+    return length > 0 ? std::strtol(text, nullptr, 10) : 0;
 }
 
 void LauncherLock::waitForIt() {

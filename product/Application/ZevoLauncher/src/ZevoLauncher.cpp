@@ -27,7 +27,7 @@ static CFOwned<CFStringRef> makeString(const char* text) {
 // Whether the process information holds exactly this text under the key.
 static bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef text) {
     const CFTypeRef value = CFDictionaryGetValue(information, key);
-    return value != NULL && CFGetTypeID(value) == CFStringGetTypeID() &&
+    return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID() &&
            CFStringCompare(static_cast<CFStringRef>(value), text, 0) == kCFCompareEqualTo;
 }
 
@@ -114,7 +114,8 @@ void ZevoLauncher::processDevice() {
         }
         TRACE_MESSAGE(MSG_DEBUG, "Start executable : %s", application.path);
         FSRef reference;
-        OSStatus status = FSPathMakeRef(reinterpret_cast<const UInt8*>(application.path), &reference, NULL);
+        OSStatus status =
+            FSPathMakeRef(reinterpret_cast<const UInt8*>(application.path), &reference, nullptr);
         if (status != noErr) {
             TRACE_MESSAGE(MSG_DEBUG, "FSPathMakeRef failed : status = %d", static_cast<int>(status));
             continue;
@@ -122,7 +123,7 @@ void ZevoLauncher::processDevice() {
         LSApplicationParameters parameters = {};
         parameters.flags = application.flags;
         parameters.application = &reference;
-        status = LSOpenApplication(&parameters, NULL);
+        status = LSOpenApplication(&parameters, nullptr);
         if (status != noErr)
             TRACE_MESSAGE(MSG_ERROR, "LSOpenApplication failed : status = %d", static_cast<int>(status));
     }

@@ -9,7 +9,7 @@
 
 static const char KF_SOURCE[] = "product/Application/ZevoLauncher/src/ZevoLauncherConfigReader";
 
-ZevoLauncherConfigReader* ZevoLauncherConfigReader::ms_theUniqueInstance = NULL;
+ZevoLauncherConfigReader* ZevoLauncherConfigReader::ms_theUniqueInstance = nullptr;
 const std::string ZevoLauncherConfigReader::ms_configurationFile = "Launcher.cfg";
 const std::string ZevoLauncherConfigReader::ms_FileKeyHardwareIdToDetect = "MacHardwareIdToDetect";
 const std::string ZevoLauncherConfigReader::ms_FileKeyHardwareIdToFind = "MacHardwareIdToFind";
@@ -24,7 +24,7 @@ static void takeValue(const Dictionary& dictionary, const std::string& key, std:
 
 ZevoLauncherConfigReader* ZevoLauncherConfigReader::getInstance() {
     TRACE_FUNCTION("ZevoLauncherConfigReader::getInstance");
-    if (ms_theUniqueInstance == NULL)
+    if (ms_theUniqueInstance == nullptr)
         ms_theUniqueInstance = new ZevoLauncherConfigReader;
     return ms_theUniqueInstance;
 }

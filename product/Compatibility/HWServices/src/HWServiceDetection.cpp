@@ -2,14 +2,14 @@
 
 #include "CallMarker.h"
 
-HWServiceDetection* HWServiceDetection::m_activeProvider = NULL;
+HWServiceDetection* HWServiceDetection::m_activeProvider = nullptr;
 
 HWServiceDetection::HWServiceDetection() {
     TRACE_CONSTRUCTOR("HWServiceDetection");
-    m_activeProvider = NULL;
+    m_activeProvider = nullptr;
 }
 
 HWServiceDetection::~HWServiceDetection() {
     TRACE_DESTRUCTOR("HWServiceDetection");
-    m_activeProvider = NULL;
+    m_activeProvider = nullptr;
 }

@@ -2,7 +2,7 @@
 
 #include "CallMarker.h"
 
-HWServicePnP* HWServicePnP::m_activeProvider = NULL;
+HWServicePnP* HWServicePnP::m_activeProvider = nullptr;
 
 HWServicePnP::HWServicePnP() {
     TRACE_CONSTRUCTOR("HWServicePnP");

@@ -11,9 +11,9 @@ const char FILE_SUFFIX[] = ".dat";
 /// A parameter as it stands in the file's text.
 struct Line {
     const char* name;
-    size_t nameLength;
+    std::size_t nameLength;
     const char* value;
-    size_t valueLength;
+    std::size_t valueLength;
 
     bool isNamed(const std::string& text) const {
         return nameLength == text.size() && memcmp(name, text.data(), nameLength) == 0;
@@ -26,16 +26,16 @@ void forEachLine(const std::string& content, Visit visit) {
     const char* begin = content.data();
     const char* const end = begin + content.size();
     while (begin != end) {
-        const void* feed = memchr(begin, '\n', static_cast<size_t>(end - begin));
+        const void* feed = memchr(begin, '\n', static_cast<std::size_t>(end - begin));
         const char* const lineEnd = feed != nullptr ? static_cast<const char*>(feed) : end;
-        const size_t length = static_cast<size_t>(lineEnd - begin);
+        const std::size_t length = static_cast<std::size_t>(lineEnd - begin);
         const void* equals = memchr(begin, '=', length);
         // A line without "=" is deliberately both: the name and the value of a parameter that is just there.
         Line line = {begin, length, begin, length};
         if (equals != nullptr) {
             const char* const separator = static_cast<const char*>(equals);
-            line = {begin, static_cast<size_t>(separator - begin), separator + 1,
-                    static_cast<size_t>(lineEnd - separator - 1)};
+            line = {begin, static_cast<std::size_t>(separator - begin), separator + 1,
+                    static_cast<std::size_t>(lineEnd - separator - 1)};
         }
         if (line.nameLength != 0) {
             visit(line);

@@ -15,13 +15,13 @@
 namespace {
 
 const char FILE_SUFFIX[] = "_binary.dat";
-const size_t RECORD_OVERHEAD = 9; // two lengths and the name's zero byte
+const std::size_t RECORD_OVERHEAD = 9; // two lengths and the name's zero byte
 
 /// Calls visit(record) for each whole record, in the order of the file.
 /// @return the offset of the first byte that is not part of one: the content's length in a sound file
 template <typename Visit>
-size_t forEachRecord(const std::string& content, Visit visit) {
-    size_t offset = 0;
+std::size_t forEachRecord(const std::string& content, Visit visit) {
+    std::size_t offset = 0;
     t_Param::Record record;
     while (t_Param::unMarshall(content.data(), content.size(), offset, record)) {
         visit(record);
@@ -52,7 +52,7 @@ const char* findFault(const std::string& name, const char* data, int size) {
     if (data == nullptr && size > 0) {
         return "there is no data";
     }
-    const size_t room = static_cast<size_t>(INT_MAX - size);
+    const std::size_t room = static_cast<std::size_t>(INT_MAX - size);
     if (room < RECORD_OVERHEAD || name.size() > room - RECORD_OVERHEAD) {
         return "the block is too large";
     }
@@ -90,7 +90,7 @@ bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
 }
 
 /// Tells where the records end before the content does.
-void BinaryAppDataPersistence::traceDamage(const std::string& content, size_t end) const {
+void BinaryAppDataPersistence::traceDamage(const std::string& content, std::size_t end) const {
     TRACE_METHOD();
     if (end != content.size()) {
         TRACE_MESSAGE(MSG_ERROR, "Parameter file '%s' is damaged at byte %lu of %lu",
@@ -110,7 +110,7 @@ bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
         for (const auto& entry : params) {
             int length = 0;
             const std::unique_ptr<char[]> record(entry.second.marshall(length));
-            content.append(record.get(), static_cast<size_t>(length));
+            content.append(record.get(), static_cast<std::size_t>(length));
         }
         return m_file.write(content);
     });
@@ -186,8 +186,8 @@ char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, in
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
         return nullptr;
     }
-    char* const copy = new char[static_cast<size_t>(found.size)];
-    memcpy(copy, found.data, static_cast<size_t>(found.size));
+    char* const copy = new char[static_cast<std::size_t>(found.size)];
+    memcpy(copy, found.data, static_cast<std::size_t>(found.size));
     size = found.size;
     return copy;
 }

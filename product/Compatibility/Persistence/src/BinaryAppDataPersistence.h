@@ -43,7 +43,7 @@ public:
     virtual bool writePersistenceFile(const ParamMap& params);
 
 private:
-    void traceDamage(const std::string& content, size_t end) const;
+    void traceDamage(const std::string& content, std::size_t end) const;
     std::string getDamagedPath() const;
     bool keepDamagedFile() const;
     bool removeDamagedFile() const;

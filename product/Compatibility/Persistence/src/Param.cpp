@@ -8,24 +8,24 @@
 
 namespace {
 
-const size_t LENGTH_SIZE = sizeof(uint32_t);
+const std::size_t LENGTH_SIZE = sizeof(uint32_t);
 
 std::unique_ptr<char[]> copyOf(const char* data, int size) {
-    std::unique_ptr<char[]> copy(new char[static_cast<size_t>(size)]);
+    std::unique_ptr<char[]> copy(new char[static_cast<std::size_t>(size)]);
     if (size > 0) {
-        memcpy(copy.get(), data, static_cast<size_t>(size));
+        memcpy(copy.get(), data, static_cast<std::size_t>(size));
     }
     return copy;
 }
 
-char* putLength(char* at, size_t length) {
+char* putLength(char* at, std::size_t length) {
     const uint32_t value = static_cast<uint32_t>(length);
     memcpy(at, &value, LENGTH_SIZE);
     return at + LENGTH_SIZE;
 }
 
 /// Reads a length and makes sure that as many bytes follow it.
-bool getLength(const char* bytes, size_t end, size_t& offset, size_t& length) {
+bool getLength(const char* bytes, std::size_t end, std::size_t& offset, std::size_t& length) {
     uint32_t value = 0;
     if (end - offset < LENGTH_SIZE) {
         return false;
@@ -77,8 +77,8 @@ const char* t_Param::getInternalBuffer() const {
 
 char* t_Param::marshall(int& length) const {
     TRACE_METHOD();
-    const size_t dataSize = static_cast<size_t>(m_size);
-    const size_t recordSize = LENGTH_SIZE + m_name.size() + 1 + LENGTH_SIZE + dataSize;
+    const std::size_t dataSize = static_cast<std::size_t>(m_size);
+    const std::size_t recordSize = LENGTH_SIZE + m_name.size() + 1 + LENGTH_SIZE + dataSize;
     std::unique_ptr<char[]> record(new char[recordSize]());
     char* at = putLength(record.get(), m_name.size() + 1);
     memcpy(at, m_name.data(), m_name.size());
@@ -90,18 +90,18 @@ char* t_Param::marshall(int& length) const {
     return record.release();
 }
 
-bool t_Param::unMarshall(const char* bytes, size_t length, size_t& offset, Record& record) {
+bool t_Param::unMarshall(const char* bytes, std::size_t length, std::size_t& offset, Record& record) {
     TRACE_FUNCTION("t_Param::unMarshall");
-    size_t at = offset;
-    size_t nameSize = 0;
-    size_t dataSize = 0;
+    std::size_t at = offset;
+    std::size_t nameSize = 0;
+    std::size_t dataSize = 0;
     if (!getLength(bytes, length, at, nameSize) || nameSize == 0) {
         return false;
     }
     record.name = bytes + at;
     record.nameLength = nameSize - 1; // without the zero byte, or what stands in its place
     at += nameSize;
-    if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<size_t>(INT_MAX)) {
+    if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<std::size_t>(INT_MAX)) {
         return false;
     }
     record.data = bytes + at;

@@ -31,7 +31,7 @@ public:
     /// A record as it stands in a file: pointers into the file's bytes.
     struct Record {
         const char* name;
-        size_t nameLength;
+        std::size_t nameLength;
         const char* data;
         int size;
     };
@@ -40,7 +40,7 @@ public:
     /// the name's last byte is taken for its zero byte, deliberately.
     /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end or
     ///         leaves no room for the name's zero byte
-    static bool unMarshall(const char* bytes, size_t length, size_t& offset, Record& record);
+    static bool unMarshall(const char* bytes, std::size_t length, std::size_t& offset, Record& record);
 
 private:
     std::string m_name;

@@ -17,7 +17,7 @@ namespace {
 
 /// No store comes near it. A file that claims more (its length costs nothing while it is all holes) is not
 /// read into memory, and none is written.
-const size_t MAX_SIZE = INT_MAX - 1;
+const std::size_t MAX_SIZE = INT_MAX - 1;
 
 std::string withFolder(const std::string& path) {
     if (!FileSystemManagement::existFolder(path)) {

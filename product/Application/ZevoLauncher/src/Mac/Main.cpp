@@ -9,7 +9,7 @@
 static const char RULE[] = "-----------------------------------------------";
 
 static bool isLogging() {
-    return Logger::GetInstance() != NULL && Logger::GetInstance()->isEnabled();
+    return Logger::GetInstance() != nullptr && Logger::GetInstance()->isEnabled();
 }
 
 int main() {

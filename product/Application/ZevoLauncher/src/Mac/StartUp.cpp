@@ -79,8 +79,8 @@ static void awaitEndOfOtherLauncher(const std::string& logFolder,
                                     const std::string& loggerConfigurationFile) {
     TRACE_FUNCTION("awaitEndOfOtherLauncher");
     // Held to the end of the process, by its first start-up: a further one in it is no further launcher.
-    static LauncherLock* lock = NULL;
-    if (lock != NULL)
+    static LauncherLock* lock = nullptr;
+    if (lock != nullptr)
         return;
     static NeverDestroyed<LauncherLock> theLock(logFolder);
     lock = &theLock.get();
@@ -98,7 +98,7 @@ static void awaitEndOfOtherLauncher(const std::string& logFolder,
 // The tracer and the logger live to the end of the process: threads may trace and log until then.
 static void startTracer(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startTracer");
-    if (Tracer::GetInstance() != NULL)
+    if (Tracer::GetInstance() != nullptr)
         return;
     static NeverDestroyed<Tracer> theTracer;
     Tracer* const tracer = &theTracer.get();
@@ -113,7 +113,7 @@ static void startTracer(const std::string& logFolder, const std::string& configu
 
 static void startLogger(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startLogger");
-    if (Logger::GetInstance() != NULL)
+    if (Logger::GetInstance() != nullptr)
         return;
     static NeverDestroyed<Logger> theLogger;
     Logger* const logger = &theLogger.get();

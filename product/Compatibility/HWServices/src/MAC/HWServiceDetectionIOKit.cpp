@@ -33,13 +33,13 @@ using Findings = std::map<std::string, std::string>;
 } // namespace
 
 static std::string textOf(const Dictionary& dictionary, const char* key) {
-    const char* const text = dictionary.hasKey(key) ? dictionary.getValue(std::string(key)) : NULL;
-    return text == NULL ? std::string() : text;
+    const char* const text = dictionary.hasKey(key) ? dictionary.getValue(std::string(key)) : nullptr;
+    return text == nullptr ? std::string() : text;
 }
 
 // As atoi() on a 32-bit machine, on every machine: beyond the range of an int, the nearest end of it.
 static SInt32 toNumber(const std::string& text) {
-    const long long number = std::strtoll(text.c_str(), NULL, 10);
+    const long long number = std::strtoll(text.c_str(), nullptr, 10);
     if (number > INT_MAX)
         return INT_MAX;
     return static_cast<SInt32>(number < INT_MIN ? INT_MIN : number);
@@ -51,16 +51,16 @@ static bool matchesPattern(const std::string& name, const std::string& pattern) 
     regex_t compiled;
     if (pattern.empty() || regcomp(&compiled, pattern.c_str(), REG_ICASE | REG_NOSUB) != 0)
         return false;
-    const bool isMatch = regexec(&compiled, name.c_str(), 0, NULL, 0) == 0;
+    const bool isMatch = regexec(&compiled, name.c_str(), 0, nullptr, 0) == 0;
     regfree(&compiled);
     return isMatch;
 }
 
 // Null when the entry's properties cannot be read.
 static CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
-    CFMutableDictionaryRef properties = NULL;
+    CFMutableDictionaryRef properties = nullptr;
     if (IORegistryEntryCreateCFProperties(entry, &properties, kCFAllocatorDefault, 0) != KERN_SUCCESS)
-        properties = NULL;
+        properties = nullptr;
     return CFOwned<CFMutableDictionaryRef>(properties);
 }
 
@@ -189,10 +189,10 @@ static std::string readIdPair(io_service_t device) {
         return std::string();
     const CFTypeRef vendor = CFDictionaryGetValue(properties.get(), CFSTR("idVendor"));
     const CFTypeRef product = CFDictionaryGetValue(properties.get(), CFSTR("idProduct"));
-    if (vendor == NULL || product == NULL)
+    if (vendor == nullptr || product == nullptr)
         return std::string();
     const CFOwned<CFStringRef> pair(
-        CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@|%@"), vendor, product));
+        CFStringCreateWithFormat(kCFAllocatorDefault, nullptr, CFSTR("%@|%@"), vendor, product));
     char text[256] = {};
     if (!pair || !CFStringGetCString(pair.get(), text, sizeof text, kCFStringEncodingUTF8))
         return std::string();
@@ -281,8 +281,8 @@ void HWServiceDetectionIOKit::detectDeviceHID(Dictionary& device, Dictionary& re
         return;
     }
     Dictionary found;
-    DeviceAdded(NULL, iterator.get(), device, found);
-    if (found.getFirstItem() == NULL)
+    DeviceAdded(nullptr, iterator.get(), device, found);
+    if (found.getFirstItem() == nullptr)
         return;
     if (device.hasKey("ModemHID"))
         result.addValue("DetectedModemName", textOf(device, "ModemHID"));

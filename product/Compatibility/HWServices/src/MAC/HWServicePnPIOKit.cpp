@@ -57,7 +57,7 @@ struct DeviceRecord {
 
 // One service per process, one port, one top-level iterator. Plain values: nothing may release them at exit,
 // when their run loop no longer runs.
-static IONotificationPortRef notificationPort = NULL;
+static IONotificationPortRef notificationPort = nullptr;
 static io_iterator_t topLevelIterator = IO_OBJECT_NULL;
 
 static std::string formatHardwareId(SInt32 vendor, SInt32 product) {
@@ -148,7 +148,7 @@ static std::string watchDevice(Clients* clients, io_service_t service, bool init
     return hid;
 }
 
-HWServicePnPIOKit::HWServicePnPIOKit() : m_runLoopSource(NULL) {
+HWServicePnPIOKit::HWServicePnPIOKit() : m_runLoopSource(nullptr) {
     TRACE_CONSTRUCTOR("HWServicePnPIOKit");
 }
 
@@ -183,7 +183,7 @@ void HWServicePnPIOKit::registerService() {
         return;
     }
     notificationPort = IONotificationPortCreate(kIOMasterPortDefault);
-    if (notificationPort == NULL) {
+    if (notificationPort == nullptr) {
         TRACE_MESSAGE(MSG_ERROR, "IONotificationPortCreate returned NULL.");
         return;
     }
@@ -208,15 +208,15 @@ void HWServicePnPIOKit::registerService() {
 
 void HWServicePnPIOKit::unRegisterService() {
     TRACE_METHOD();
-    if (notificationPort == NULL)
+    if (notificationPort == nullptr)
         return;
     CFRunLoopRemoveSource(CFRunLoopGetCurrent(), m_runLoopSource, kCFRunLoopCommonModes);
-    m_runLoopSource = NULL;
+    m_runLoopSource = nullptr;
     if (topLevelIterator != IO_OBJECT_NULL)
         IOObjectRelease(topLevelIterator);
     topLevelIterator = IO_OBJECT_NULL;
     IONotificationPortDestroy(notificationPort);
-    notificationPort = NULL;
+    notificationPort = nullptr;
 }
 
 void DeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
@@ -245,7 +245,7 @@ void ChildDeviceAddedCallback(void* refCon, io_iterator_t it) noexcept {
 void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial) {
     TRACE_FUNCTION("ChildDeviceAdded");
     KF_ASSERT(refCon != NULL, 41);
-    if (refCon == NULL)
+    if (refCon == nullptr)
         return;
     const ChildWatchRecord& record = *static_cast<const ChildWatchRecord*>(refCon);
     RegistryWalk walk(it);

@@ -9,7 +9,7 @@
 
 bool readNumber(CFTypeRef object, SInt32& value) {
     TRACE_FUNCTION("readNumber");
-    if (object == NULL || CFGetTypeID(object) != CFNumberGetTypeID())
+    if (object == nullptr || CFGetTypeID(object) != CFNumberGetTypeID())
         return false;
     // The result only tells whether the number lost something; what was stored serves all the same.
     CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberSInt32Type, &value);
@@ -18,7 +18,7 @@ bool readNumber(CFTypeRef object, SInt32& value) {
 
 bool readText(CFTypeRef object, std::string& value) {
     TRACE_FUNCTION("readText");
-    if (object == NULL || CFGetTypeID(object) != CFStringGetTypeID())
+    if (object == nullptr || CFGetTypeID(object) != CFStringGetTypeID())
         return false;
     const CFStringRef text = static_cast<CFStringRef>(object);
     const CFRange whole = CFRangeMake(0, CFStringGetLength(text));

@@ -11,7 +11,7 @@
 HWServicePnP* HWServicePnP::getInstance() {
     TRACE_FUNCTION("HWServicePnP::getInstance");
     static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/HWServicePnP";
-    if (m_activeProvider == NULL) {
+    if (m_activeProvider == nullptr) {
         static NeverDestroyed<HWServicePnPIOKit> provider;
         m_activeProvider = &provider.get();
         KF_ENSURE(m_activeProvider != NULL, 80);
@@ -22,7 +22,7 @@ HWServicePnP* HWServicePnP::getInstance() {
 HWServiceDetection* HWServiceDetection::getInstance() {
     TRACE_FUNCTION("HWServiceDetection::getInstance");
     static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/HWServiceDetection";
-    if (m_activeProvider == NULL) {
+    if (m_activeProvider == nullptr) {
         m_activeProvider = std::make_unique<HWServiceDetectionIOKit>().release(); // callers may delete it
         KF_ENSURE(m_activeProvider != NULL, 72);
     }

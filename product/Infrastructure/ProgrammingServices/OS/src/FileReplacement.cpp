@@ -25,7 +25,7 @@ const int MAX_LINKS = 40; // as many as the kernel follows before it says ELOOP
 const int TRIES = 100;    // names that somebody else has, or that are taken for a leftover meanwhile
 
 const char DIGITS[] = "0123456789abcdef";
-const size_t SUFFIX_LENGTH = 16;
+const std::size_t SUFFIX_LENGTH = 16;
 
 /// With the separator at the end; empty for a bare name.
 std::string folderPrefix(const std::string& path) {
@@ -55,7 +55,7 @@ bool followLinks(std::string& path) {
         if (length < 0) {
             return errno == EINVAL || errno == ENOENT; // not a link, or nothing there yet
         }
-        const std::string text(target, static_cast<size_t>(length));
+        const std::string text(target, static_cast<std::size_t>(length));
         path = !text.empty() && text[0] == '/' ? text : folderPrefix(path) + text;
     }
     errno = ELOOP;

@@ -23,7 +23,7 @@ namespace {
 constexpr mode_t FOLDER_MODE = 0777;
 constexpr UInt32 FOLDER_PATH_SIZE = 2048;
 constexpr uint32_t EXECUTABLE_PATH_SIZE = 1024;
-constexpr size_t COPY_BUFFER_SIZE = 1024 * 1024;
+constexpr std::size_t COPY_BUFFER_SIZE = 1024 * 1024;
 
 /// What tells two folders apart, whatever path leads to them.
 struct FolderId {
@@ -77,10 +77,10 @@ bool makeFolder(const std::string& path) {
 
 /// Copies exactly `size` bytes, in pieces: a file may be larger than the memory that a 32-bit process has.
 bool copyBytes(FILE* from, FILE* to, off_t size) {
-    const size_t pieceSize = static_cast<size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
+    const std::size_t pieceSize = static_cast<std::size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
     std::vector<char> buffer(pieceSize);
     while (size > 0) {
-        const size_t piece = static_cast<size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
+        const std::size_t piece = static_cast<std::size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
         if (fread(buffer.data(), 1, piece, from) != piece || fwrite(buffer.data(), 1, piece, to) != piece) {
             return false;
         }
@@ -92,7 +92,7 @@ bool copyBytes(FILE* from, FILE* to, off_t size) {
 /// What is left of a wildcard pattern is looked for anywhere in a name: *.txt becomes txt.
 std::string reducedPattern(const std::string& pattern) {
     for (const char* wildcard : {"*.*", "*.", "*"}) {
-        const size_t position = pattern.find(wildcard);
+        const std::size_t position = pattern.find(wildcard);
         if (position != std::string::npos) {
             return std::string(pattern).erase(position, strlen(wildcard));
         }
@@ -197,7 +197,7 @@ bool createFolder(std::string path) {
     if (!makeSystemsFolder(path)) {
         return false;
     }
-    for (size_t i = path.find('/', 1); i != std::string::npos; i = path.find('/', i + 1)) {
+    for (std::size_t i = path.find('/', 1); i != std::string::npos; i = path.find('/', i + 1)) {
         if (!makeFolder(path.substr(0, i))) {
             return false;
         }
@@ -222,7 +222,7 @@ bool deleteFile(std::string path) {
 }
 
 bool deleteFolder(std::string path, bool removeItself) {
-    size_t held = 0;
+    std::size_t held = 0;
     for (const std::string& name : entriesOf(path)) {
         if (isSelfOrParent(name)) {
             continue;

@@ -16,7 +16,7 @@ static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/OS/s
 // The attributes are never destroyed: neither host keeps anything in them that would have to be given back.
 KFThread::KFThread(const char* name) {
     if (name != nullptr) {
-        const size_t size = strlen(name) + 1;
+        const std::size_t size = strlen(name) + 1;
         m_name.reset(new char[size]);
         memcpy(m_name.get(), name, size);
     }

@@ -21,7 +21,7 @@ CFStringEncoding platformEncoding(enEncoding e) {
     return CFStringConvertNSStringEncodingToEncoding(static_cast<unsigned>(encodingToCodePage(e)));
 }
 
-CFOwned<CFStringRef> decoded(const void* bytes, size_t count, CFStringEncoding encoding) {
+CFOwned<CFStringRef> decoded(const void* bytes, std::size_t count, CFStringEncoding encoding) {
     return CFOwned<CFStringRef>(CFStringCreateWithBytes(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
                                                         static_cast<CFIndex>(count), encoding, false));
 }
@@ -35,7 +35,7 @@ Text encoded(CFStringRef string, CFStringEncoding encoding) {
     if (CFStringGetBytes(string, all, encoding, 0, false, nullptr, 0, &size) != all.length) {
         return Text();
     }
-    Text text(static_cast<size_t>(size) / sizeof(Unit), Unit());
+    Text text(static_cast<std::size_t>(size) / sizeof(Unit), Unit());
     CFStringGetBytes(string, all, encoding, 0, false, reinterpret_cast<UInt8*>(&text[0]), size, nullptr);
     return text;
 }

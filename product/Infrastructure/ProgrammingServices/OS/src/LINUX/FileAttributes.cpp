@@ -21,10 +21,10 @@ bool readAttribute(std::string& value, Ask ask) {
         if (size < 0) {
             return false;
         }
-        value.resize(static_cast<size_t>(size));
+        value.resize(static_cast<std::size_t>(size));
         const ssize_t length = size > 0 ? ask(value.data(), value.size()) : 0;
         if (length >= 0) {
-            value.resize(static_cast<size_t>(length));
+            value.resize(static_cast<std::size_t>(length));
             return true;
         }
         if (errno != ERANGE) { // it has grown meanwhile
@@ -35,8 +35,8 @@ bool readAttribute(std::string& value, Ask ask) {
 
 bool copyAttribute(int from, int to, const char* name) {
     std::string value;
-    return readAttribute(value,
-                         [&](char* buffer, size_t size) { return fgetxattr(from, name, buffer, size); }) &&
+    return readAttribute(
+               value, [&](char* buffer, std::size_t size) { return fgetxattr(from, name, buffer, size); }) &&
            fsetxattr(to, name, value.data(), value.size(), 0) == 0;
 }
 
@@ -46,9 +46,9 @@ bool copyAttributes(int from, int to) {
     // A new file may have got the list that its folder has for new files.
     fremovexattr(to, ACCESS_LIST);
     std::string names; // each with its zero byte
-    readAttribute(names, [from](char* buffer, size_t size) { return flistxattr(from, buffer, size); });
+    readAttribute(names, [from](char* buffer, std::size_t size) { return flistxattr(from, buffer, size); });
     bool isListKept = true;
-    for (size_t begin = 0; begin < names.size(); begin += strlen(&names[begin]) + 1) {
+    for (std::size_t begin = 0; begin < names.size(); begin += strlen(&names[begin]) + 1) {
         const char* const name = &names[begin];
         if (strcmp(name, CAPABILITIES) != 0 && !copyAttribute(from, to, name) &&
             strcmp(name, ACCESS_LIST) == 0) {

@@ -16,10 +16,10 @@
 namespace {
 
 /// As many characters of a path as one open takes.
-constexpr size_t PATH_STEP = 2048;
+constexpr std::size_t PATH_STEP = 2048;
 
-size_t charLength(std::string_view text, size_t at) {
-    size_t end = at + 1;
+std::size_t charLength(std::string_view text, std::size_t at) {
+    std::size_t end = at + 1;
     while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
         ++end;
     }
@@ -30,8 +30,8 @@ size_t charLength(std::string_view text, size_t at) {
 /// for itself. Upon a mismatch only the last "*" has to take more, so the time is bounded by the product of
 /// both lengths.
 bool isLike(std::string_view text, std::string_view pattern) {
-    size_t t = 0, p = 0;
-    size_t star = std::string_view::npos, starText = 0;
+    std::size_t t = 0, p = 0;
+    std::size_t star = std::string_view::npos, starText = 0;
     while (t < text.size()) {
         if (p < pattern.size() && pattern[p] == '*') {
             star = p++;
@@ -107,7 +107,7 @@ void FolderSearch::readFolder(const std::string& path) {
         }
         return;
     }
-    const size_t first = m_ahead.size();
+    const std::size_t first = m_ahead.size();
     while (const dirent* entry = readdir(directory)) {
         if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
             m_ahead.push_back(
@@ -122,8 +122,8 @@ void FolderSearch::readFolder(const std::string& path) {
 int FolderSearch::openFolder(const std::string& path) const {
     constexpr int FLAGS = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     int folder = open(m_folder.c_str(), FLAGS);
-    for (size_t at = 0; folder >= 0 && at < path.size();) {
-        size_t end = path.size();
+    for (std::size_t at = 0; folder >= 0 && at < path.size();) {
+        std::size_t end = path.size();
         if (end - at > PATH_STEP) {
             end = path.rfind('/', at + PATH_STEP);
         }

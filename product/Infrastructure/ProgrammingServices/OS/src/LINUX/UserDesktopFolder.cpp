@@ -18,12 +18,12 @@ std::string environmentPath(const char* variable) {
     return value != nullptr && value[0] == '/' ? value : std::string();
 }
 
-size_t skipBlanks(const std::string& line, size_t at) {
-    const size_t next = line.find_first_not_of(" \t", at);
+std::size_t skipBlanks(const std::string& line, std::size_t at) {
+    const std::size_t next = line.find_first_not_of(" \t", at);
     return next == std::string::npos ? line.size() : next;
 }
 
-bool skipText(const std::string& line, const std::string& text, size_t& at) {
+bool skipText(const std::string& line, const std::string& text, std::size_t& at) {
     if (line.compare(at, text.size(), text) != 0) {
         return false;
     }
@@ -34,7 +34,7 @@ bool skipText(const std::string& line, const std::string& text, size_t& at) {
 /// The folder that a line assigns; false when the line is something else. Only "$HOME/..." and absolute paths
 /// count, as the format has it; a backslash takes the character behind it literally.
 bool readAssignment(const std::string& line, const std::string& home, std::string& folder) {
-    size_t at = skipBlanks(line, 0);
+    std::size_t at = skipBlanks(line, 0);
     if (!skipText(line, SETTING, at)) {
         return false;
     }
