@@ -36,7 +36,7 @@ const int LAUNCHED_PID_WIDTH = 10;
 /// /proc, or the folder that tests read instead.
 const std::string& processesFolder();
 /// For tests. Thread: while no other one reads.
-void setProcessesFolder(const std::string& folder);
+void setProcessesFolder(const std::string& path);
 
 class ProcessFolder {
 public:
