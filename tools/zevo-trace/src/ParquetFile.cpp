@@ -13,7 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
+extern char** environ; // NOLINT(readability-redundant-declaration): a Mac's headers leave it to the program
 
 namespace Zevo {
 namespace {
