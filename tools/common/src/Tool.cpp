@@ -8,9 +8,25 @@
 namespace Zevo {
 namespace {
 
+const char HELP[] = "Print this help and end";
+
 int complain(const CLI::App& app, const std::string& what, ExitStatus status) {
     std::cerr << app.get_name() << ": " << what << '\n';
     return status;
+}
+
+// "zevo-check fix", where that is what the caller has meant to use.
+std::string chosenCommand(const CLI::App& app) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    return app.get_name() + (chosen.empty() ? "" : " " + chosen.front()->get_name());
+}
+
+std::string problemText(const CLI::App& app, const CLI::ParseError& problem) {
+    // A word that is no subcommand would be told as a subcommand that lacks.
+    const std::vector<std::string> words = app.remaining();
+    if (app.get_require_subcommand_min() > 0 && app.get_subcommands().empty() && !words.empty())
+        return "there is no subcommand " + words.front();
+    return problem.what();
 }
 
 int parseAndWork(CLI::App& app, int argumentCount, const char* const* arguments,
@@ -21,8 +37,8 @@ int parseAndWork(CLI::App& app, int argumentCount, const char* const* arguments,
     } catch (const CLI::Success& helpOrVersion) {
         return app.exit(helpOrVersion, std::cout, std::cerr);
     } catch (const CLI::ParseError& problem) {
-        complain(app, problem.what(), WRONG_USAGE);
-        std::cerr << "Try: " << app.get_name() << " --help\n";
+        complain(app, problemText(app, problem), WRONG_USAGE);
+        std::cerr << "Try: " << chosenCommand(app) << " --help\n";
         return WRONG_USAGE;
     } catch (const UsageError& problem) {
         return complain(app, problem.what(), WRONG_USAGE);
@@ -40,7 +56,9 @@ std::string versionText(const std::string& toolName) {
 int runTool(CLI::App& app, int argumentCount, const char* const* arguments,
             const std::function<ExitStatus()>& work) {
     app.set_version_flag("--version", versionText(app.get_name()), "Print the version and end");
-    app.set_help_flag("-h,--help", "Print this help and end");
+    app.set_help_flag("-h,--help", HELP);
+    for (CLI::App* const subcommand : app.get_subcommands({}))
+        subcommand->set_help_flag("-h,--help", HELP);
     const int status = parseAndWork(app, argumentCount, arguments, work);
     // Whoever reads the result of a script must learn that half of it is missing.
     errno = 0;

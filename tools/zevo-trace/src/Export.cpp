@@ -43,7 +43,7 @@ private:
 
 class ChromeExporter : public Exporter, private CallObserver {
 public:
-    explicit ChromeExporter(Sink sink) : m_sink(std::move(sink)) { m_sink("{\"traceEvents\":[\n"); }
+    explicit ChromeExporter(Sink sink) : m_sink(std::move(sink)) {}
 
     void add(const JournalLine& line) override {
         m_tree.add(line);
@@ -65,6 +65,7 @@ public:
 
     void finish() override {
         m_tree.finish();
+        begin();
         m_sink("\n],\"displayTimeUnit\":\"ms\"}\n");
     }
 
@@ -103,9 +104,17 @@ private:
         return m_quotedNames[call.name];
     }
 
-    void put(const std::string& event) {
-        m_sink(m_isFirst ? "" : ",\n");
+    // Not before there is something to export: half a text is none.
+    void begin() {
+        if (m_isFirst)
+            m_sink("{\"traceEvents\":[\n");
         m_isFirst = false;
+    }
+
+    void put(const std::string& event) {
+        if (!m_isFirst)
+            m_sink(",\n");
+        begin();
         m_sink(event);
     }
 

@@ -426,6 +426,9 @@ void addRun(CLI::App& command, Options& options, const char* what) {
 int main(int argumentCount, char** arguments) {
     CLI::App app("What happened? Reads the traces and logs of the launcher.", "zevo-trace");
     app.require_subcommand(1);
+    app.footer("Exit status: 0 all is fine, 1 problems found, 2 wrong usage.\n"
+               "Begin with: zevo-trace why FOLDER. Without a folder: this user's log folder.\n"
+               "zevo-trace SUBCOMMAND --help tells the options of each.");
     Options options;
 
     CLI::App* const showCommand =

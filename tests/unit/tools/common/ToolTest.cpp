@@ -65,6 +65,36 @@ TEST(ToolTest, WrongUsageIsToldOnStandardErrorOnly) {
     EXPECT_EQ(2, runWith({"--lines", "many"}, succeed).status);
 }
 
+namespace {
+
+/// The same with a tool of two subcommands.
+Result runWithSubcommands(std::vector<const char*> arguments) {
+    CLI::App app("Counts lines.", "zevo-count");
+    app.require_subcommand(1);
+    app.add_subcommand("lines", "Count them");
+    app.add_subcommand("words", "Count those");
+    arguments.insert(arguments.begin(), "some/path/zevo-count");
+    CaptureStdout();
+    CaptureStderr();
+    const int status = Zevo::runTool(app, static_cast<int>(arguments.size()), arguments.data(), succeed);
+    return {status, GetCapturedStdout(), GetCapturedStderr()};
+}
+
+} // namespace
+
+TEST(ToolTest, AWordThatIsNoSubcommandIsNamed) {
+    EXPECT_EQ("zevo-count: there is no subcommand lies\nTry: zevo-count --help\n",
+              runWithSubcommands({"lies"}).complaints);
+    EXPECT_EQ("zevo-count: A subcommand is required\nTry: zevo-count --help\n",
+              runWithSubcommands({}).complaints);
+}
+
+TEST(ToolTest, WrongUsageOfASubcommandLeadsToItsHelp) {
+    EXPECT_THAT(runWithSubcommands({"lines", "--all"}).complaints,
+                HasSubstr("\nTry: zevo-count lines --help\n"));
+    EXPECT_THAT(runWithSubcommands({"lines", "--help"}).output, HasSubstr("Print this help and end"));
+}
+
 TEST(ToolTest, AnExceptionTellsItsReasonAndIsAProblem) {
     const Result result = runWith({}, []() -> ExitStatus { throw std::runtime_error("the disk is gone"); });
     EXPECT_EQ(1, result.status);

@@ -57,6 +57,7 @@ TEST_F(ProgramTest, TellsItsVersionAndItsHelp) {
     EXPECT_THAT(run("--version").output, HasSubstr("zevo-trace "));
     const Result help = run("--help");
     EXPECT_EQ(0, help.status);
+    EXPECT_THAT(help.output, HasSubstr("Exit status: 0 all is fine, 1 problems found, 2 wrong usage."));
     for (const char* const command : {"show", "why", "summary", "diff", "crash", "export", "view"}) {
         EXPECT_THAT(help.output, HasSubstr(command));
         EXPECT_EQ(0, run(std::string(command) + " --help").status);
@@ -75,6 +76,8 @@ TEST_F(ProgramTest, WhatCannotBeReadIsAProblem) {
     const Result result = run("show nowhere");
     EXPECT_EQ(1, result.status);
     EXPECT_EQ("zevo-trace: nowhere: cannot be read: No such file or directory\n", result.complaints);
+    for (const char* const form : {"--chrome", "--speedscope", "--json-lines"})
+        EXPECT_EQ("", run(std::string("export ") + form + " nowhere").output) << form;
 }
 
 TEST_F(ProgramTest, WithoutAPathTheUsersLogFolderIsRead) {
