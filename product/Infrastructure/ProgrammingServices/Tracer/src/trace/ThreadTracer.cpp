@@ -1,6 +1,7 @@
 #include "ThreadTracer.h"
 
 #include "detail/MessageText.h"
+#include "detail/ShownAddress.h"
 #include "detail/ThreadId.h"
 #include "detail/TracerLines.h"
 
@@ -43,11 +44,6 @@ void putThreadColumn(LineWriter& line, std::string_view threadName) {
 std::uint64_t newNumber() {
     static std::atomic<std::uint64_t> last{0};
     return ++last;
-}
-
-// The low 32 bits, so that the column keeps its width on every host.
-unsigned int shownAddress(const void* object) {
-    return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(object));
 }
 
 std::string_view tagOf(TraceMsgType type) {
