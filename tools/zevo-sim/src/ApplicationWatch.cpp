@@ -24,13 +24,13 @@ ApplicationWatch::ApplicationWatch() {
 }
 
 void ApplicationWatch::look() {
-    std::vector<platform::RunningApplication> running;
-    const int reason = platform::listRunningApplications(running);
+    std::vector<LinuxPlatform::RunningApplication> running;
+    const int reason = LinuxPlatform::listRunningApplications(running);
     if (reason != 0)
         throw std::runtime_error(std::string("it cannot be told what runs: ") + std::strerror(reason));
     m_running.clear();
-    for (const platform::RunningApplication& application : running) {
-        const Start seen = {platform::outOfRoot(application.bundle), application.pid};
+    for (const LinuxPlatform::RunningApplication& application : running) {
+        const Start seen = {LinuxPlatform::outOfRoot(application.bundle), application.pid};
         m_running.push_back(seen);
         if (m_known.emplace(application.pid, application.startTime).second)
             m_starts.push_back(seen);

@@ -27,7 +27,7 @@ public:
     virtual ~PlayListener() = default;
     virtual void begins(const Step&) {}
     virtual void ends(const Outcome&) {}
-    /** Called some hundred times a second while time passes. */
+    /** Called up to a hundred times a second while time passes. */
     virtual void timePasses() {}
 };
 
