@@ -219,8 +219,10 @@ void VirtualUsbBus::removeNode(const Node& node) {
 }
 
 void VirtualUsbBus::unplugAll() {
-    while (!m_ports.empty())
-        unplug(m_ports.rbegin()->first);
+    while (!m_ports.empty()) {
+        const std::string port = m_ports.rbegin()->first; // of its own: the key goes while it is unplugged
+        unplug(port);
+    }
 }
 
 std::string VirtualUsbBus::freePort() const {
