@@ -16,13 +16,21 @@ template <typename Call>
 auto makeHangingCall(Call call) -> decltype(call()) {
     std::packaged_task<decltype(call())()> task(call);
     auto result = task.get_future();
+    std::promise<void> isJoined;
     std::thread other;
     try {
         const AllSignalsBlocked onTheOtherThread;
-        other = std::thread([&task] { task(); });
+        other = std::thread([&task, &isJoined] {
+            task();
+            isJoined.get_future().wait();
+        });
     } catch (const std::system_error&) {
         return call();
     }
+    result.wait();
+    // A signal may end the program up to here, but not once the other thread ends: it would never be joined.
+    const AllSignalsBlocked whileItEnds;
+    isJoined.set_value();
     other.join();
     return result.get();
 }
