@@ -26,9 +26,23 @@ StartedApplications& StartedApplications::get() {
     return applications;
 }
 
+template <typename Condition>
+void StartedApplications::forget(const Condition& isForgotten) {
+    const auto closeForgotten = [&isForgotten](const Started& started) {
+        if (!isForgotten(started))
+            return false;
+        if (started.descriptor >= 0)
+            ::close(started.descriptor);
+        return true;
+    };
+    m_started.erase(std::remove_if(m_started.begin(), m_started.end(), closeForgotten), m_started.end());
+}
+
 void StartedApplications::add(const RunningApplication& application) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     forgetEnded();
+    // One whose end could not be seen may still bear the id, which is the new one's now.
+    forget([&application](const Started& started) { return started.application.pid == application.pid; });
     m_started.push_back({application, m_usesDescriptors ? openProcess(application.pid) : -1});
 }
 
@@ -62,7 +76,7 @@ void StartedApplications::useDescriptors(bool areUsed) {
 int StartedApplications::lookWhetherItRuns(const Started& started, bool& runs) {
     if (started.descriptor >= 0) {
         struct pollfd end = {started.descriptor, POLLIN, 0};
-        runs = ::poll(&end, 1, 0) == 0;
+        runs = ::poll(&end, 1, 0) <= 0; // an interrupted call says nothing of its end
         return 0;
     }
     ProcessStatus status;
@@ -83,13 +97,9 @@ int StartedApplications::forgetEnded() {
         const int error = lookWhetherItRuns(started, runs);
         if (error != 0 && firstError == 0)
             firstError = error;
-        if (error != 0 || runs)
-            return false;
-        if (started.descriptor >= 0)
-            ::close(started.descriptor);
-        return true;
+        return error == 0 && !runs;
     };
-    m_started.erase(std::remove_if(m_started.begin(), m_started.end(), hasEnded), m_started.end());
+    forget(hasEnded);
     return firstError;
 }
 

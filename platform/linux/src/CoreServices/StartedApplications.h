@@ -35,6 +35,8 @@ private:
 
     static int lookWhetherItRuns(const Started& started, bool& runs);
     int forgetEnded();
+    template <typename Condition>
+    void forget(const Condition& isForgotten);
 
     std::mutex m_mutex;
     std::vector<Started> m_started;

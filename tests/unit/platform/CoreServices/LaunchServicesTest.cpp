@@ -806,6 +806,19 @@ TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) 
     LinuxPlatform::StartedApplications::get().useDescriptors(true);
 }
 
+TEST_F(LaunchServices, AProcessIdBelongsToTheLatestApplicationThatBoreIt) {
+    LinuxPlatform::StartedApplications& applications = LinuxPlatform::StartedApplications::get();
+    LinuxPlatform::RunningApplication application;
+    application.pid = openedProcess(BUNDLE);
+    bool isOne = false;
+    ASSERT_EQ(0, applications.find(application.pid, application, isOne));
+    ASSERT_TRUE(isOne);
+    application.bundle = "/Later.app";
+    applications.add(application);
+    ASSERT_EQ(0, applications.find(application.pid, application, isOne));
+    EXPECT_EQ("/Later.app", application.bundle);
+}
+
 TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {
     FSRef reference;
     ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
