@@ -1,7 +1,6 @@
 #include "InfoPlist.h"
 
 #include "Diagnostics.h"
-#include "FileBeginning.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -9,25 +8,31 @@
 #include <plist/plist.h>
 #include <sys/stat.h>
 #include <type_traits>
+#include <unistd.h>
 
 namespace LinuxPlatform {
 
 // Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
 // in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
 // long.
-static const std::size_t INFO_PLIST_LIMIT = 64 * 1024;
+static const off_t INFO_PLIST_LIMIT = 64 * 1024;
 
 static std::string readSmallRegularFile(const std::string& path) {
-    struct stat found;
+    // Non-blocking, because what bears the name may be a pipe that nobody writes to.
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0)
+        return std::string();
     std::string content;
-    if (::stat(path.c_str(), &found) != 0)
-        return content;
-    // Non-blocking, because another file may have come to bear the name: a pipe that nobody writes to.
-    if (S_ISREG(found.st_mode) && found.st_size <= static_cast<off_t>(INFO_PLIST_LIMIT))
-        readBeginning(path, INFO_PLIST_LIMIT, O_NONBLOCK | O_NOCTTY, content);
-    else
+    struct stat found;
+    if (::fstat(file, &found) != 0 || !S_ISREG(found.st_mode) || found.st_size > INFO_PLIST_LIMIT) {
         report("CoreServices: %s is not read: it is no regular file of at most %d bytes", path.c_str(),
                static_cast<int>(INFO_PLIST_LIMIT));
+    } else {
+        content.resize(static_cast<std::size_t>(found.st_size));
+        const ssize_t length = ::read(file, content.data(), content.size());
+        content.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    }
+    ::close(file);
     return content;
 }
 
