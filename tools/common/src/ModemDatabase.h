@@ -19,6 +19,9 @@ struct KnownModem {
     std::string names;          ///< "Huawei E220, E230, E270, E870"; often several
 };
 
+/** Where the package usb-modeswitch-data has it. */
+inline constexpr char MODEM_DATABASE[] = "/usr/share/usb_modeswitch";
+
 /** Reads the data folder of usb_modeswitch: loose files, or packed as configPack.tar.gz. In the order of the ids. Empty
  * where there is no such folder.
  * @throw std::runtime_error the packed file is damaged */

@@ -5,7 +5,6 @@
 #include "SampleMachine.h"
 #include "Tool.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
@@ -13,7 +12,6 @@
 namespace Zevo {
 namespace {
 
-const char MODEM_DATABASE[] = "/usr/share/usb_modeswitch";
 const char TRACE_CONFIGURATION[] = "tracer_zevolauncher.cfg";
 
 /** "12d1:1001" of an identifier in any form that people write; empty where it holds none. */

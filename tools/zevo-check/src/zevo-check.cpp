@@ -102,8 +102,6 @@ ExitStatus mendFolder(const std::string& given, bool onlyShow) {
     return tellTheRest(folder, colours);
 }
 
-const char MODEM_DATABASE[] = "/usr/share/usb_modeswitch";
-
 struct NewInstallation {
     std::string modem;
     std::string folder;

@@ -43,8 +43,6 @@ public:
     /** Lets time pass; what is due on the bus happens meanwhile. Shorter when something has happened.
      * @throw Interrupted */
     virtual void idle(std::chrono::milliseconds duration) = 0;
-    /** Whether the program is this process's to start and to stop. */
-    virtual bool hasOwnProgram() const = 0;
 
 protected:
     virtual Json ask(const Json& request) = 0;

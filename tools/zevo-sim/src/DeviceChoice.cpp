@@ -10,7 +10,7 @@
 namespace Zevo {
 namespace {
 
-static constexpr std::size_t SHOWN_MODEMS = 15;
+constexpr std::size_t SHOWN_MODEMS = 15;
 
 UsbIds idsIn(const std::string& text) {
     return {std::stoi(text.substr(0, 4), nullptr, 16), std::stoi(text.substr(5), nullptr, 16)};
@@ -103,6 +103,15 @@ UsbDevice choosePersonality(const std::string& text, const std::vector<KnownMode
     const bool isItself =
         !areIds(text) || (modem.modem.isKnown() && idsIn(text) == idsIn(shortIdentifier(modem.modem)));
     return isItself && modem.modem.isKnown() ? modem.modem : modem.first();
+}
+
+std::vector<std::string> idsOf(const Modem& modem) {
+    std::vector<std::string> ids;
+    for (const UsbDevice* const device : {&modem.cdRom, &modem.modem}) {
+        if (device->isKnown())
+            ids.push_back(shortIdentifier(*device));
+    }
+    return ids;
 }
 
 } // namespace Zevo

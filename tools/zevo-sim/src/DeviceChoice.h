@@ -24,4 +24,7 @@ UsbDevice choosePersonality(const std::string& text, const std::vector<KnownMode
 /** Both personalities of a modem that the database knows. */
 Modem modemOf(const KnownModem& known);
 
+/** The ids of both personalities, as far as they are known. */
+std::vector<std::string> idsOf(const Modem& modem);
+
 } // namespace Zevo

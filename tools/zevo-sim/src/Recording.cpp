@@ -13,7 +13,6 @@
 #include <dirent.h>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <sys/utsname.h>
 
 namespace Zevo {
@@ -187,8 +186,7 @@ SeenDevice chooseSeen(const std::string& text, const std::vector<SeenDevice>& de
                       const std::vector<KnownModem>& database) {
     std::vector<std::string> ids;
     if (!text.empty() && !VirtualUsbBus::isPort(text)) {
-        const Modem meant = chooseDevice(text, database);
-        ids = {shortIdentifier(meant.cdRom), shortIdentifier(meant.modem)};
+        ids = idsOf(chooseDevice(text, database));
     }
     std::vector<SeenDevice> found;
     std::copy_if(devices.begin(), devices.end(), std::back_inserter(found), [&](const SeenDevice& seen) {

@@ -297,11 +297,7 @@ private:
         } else if (m_next < m_words.size() && VirtualUsbBus::isPort(m_words[m_next].text)) {
             m_step.port = takePort();
         } else if (m_next < m_words.size()) {
-            const Modem modem = chosen(take(A_DEVICE), &chooseDevice);
-            for (const UsbDevice* const device : {&modem.cdRom, &modem.modem}) {
-                if (device->isKnown())
-                    m_step.ids.push_back(shortIdentifier(*device));
-            }
+            m_step.ids = idsOf(chosen(take(A_DEVICE), &chooseDevice));
         }
     }
 

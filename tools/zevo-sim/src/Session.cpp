@@ -64,8 +64,8 @@ std::string endOfProgram(int status) {
 Session::Session(std::vector<std::string> command)
     : m_folder(SESSION_FOLDER_NAME), m_listener(listenIn(m_folder.path())), m_command(std::move(command)) {
     const sigset_t signals = heldSignals();
-    m_signals = OwnedDescriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (!m_signals)
+    m_signals = FileDescriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!m_signals.isOpen())
         throw std::runtime_error(std::string("cannot wait for signals: ") + std::strerror(errno));
 }
 
@@ -215,14 +215,14 @@ void Session::start() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
-    const OwnedDescriptor failures(ends[0]);
-    OwnedDescriptor write(ends[1]);
+    const FileDescriptor failures(ends[0]);
+    FileDescriptor write(ends[1]);
     const pid_t child = fork();
     if (child < 0)
         throw std::runtime_error(std::string("cannot start a process: ") + std::strerror(errno));
     if (child == 0)
         becomeProgram(m_command, m_folder.path(), write.get());
-    write = OwnedDescriptor();
+    write = FileDescriptor();
     int reason = 0;
     if (read(failures.get(), &reason, sizeof reason) > 0) {
         waitpid(child, nullptr, 0);
@@ -287,11 +287,11 @@ void Session::answerOne() {
     pollfd waited = {m_listener.get(), POLLIN, 0};
     if (poll(&waited, 1, 0) != 1)
         return;
-    const OwnedDescriptor connection(accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    const FileDescriptor connection(accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     // Whoever connects asks at once; one that does not may not hold everybody up.
     static constexpr timeval LONGEST = {1, 0};
     setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &LONGEST, sizeof LONGEST);
-    const std::string request = connection ? receiveMessage(connection.get()) : std::string();
+    const std::string request = connection.isOpen() ? receiveMessage(connection.get()) : std::string();
     if (request.empty())
         return;
     Json answer;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Bus.h"
-#include "OwnedDescriptor.h"
+#include "FileDescriptor.h"
 #include "ThrowAwayFolder.h"
 #include "VirtualUsbBus.h"
 
@@ -36,7 +36,6 @@ public:
     void idle(std::chrono::milliseconds duration) override;
     /** As idle(), until the program ends. */
     void serveUntilEnd();
-    bool hasOwnProgram() const override { return !m_command.empty(); }
 
 protected:
     Json ask(const Json& request) override;
@@ -65,8 +64,8 @@ private:
 
     ThrowAwayFolder m_folder;
     VirtualUsbBus m_bus;
-    OwnedDescriptor m_listener;
-    OwnedDescriptor m_signals;
+    FileDescriptor m_listener;
+    FileDescriptor m_signals;
     std::vector<std::string> m_command;
     std::map<std::string, Plugged> m_plugged; // by port
     pid_t m_program = 0;

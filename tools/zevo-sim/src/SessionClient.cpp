@@ -17,7 +17,7 @@ std::string onlySession() {
     std::vector<std::string> alive;
     std::string why;
     for (const std::string& folder : sessionFolders()) {
-        if (connectTo(folder, why))
+        if (connectTo(folder, why).isOpen())
             alive.push_back(folder);
     }
     if (alive.empty())
@@ -49,8 +49,8 @@ void SessionClient::idle(std::chrono::milliseconds duration) {
 
 Bus::Json SessionClient::ask(const Json& request) {
     std::string why;
-    const OwnedDescriptor connection = connectTo(m_folder, why);
-    if (!connection)
+    const FileDescriptor connection = connectTo(m_folder, why);
+    if (!connection.isOpen())
         throw std::runtime_error(fmt::format("{}: {}; {}", m_folder, why, HOW_TO_BEGIN));
     const std::string answer =
         sendMessage(connection.get(), request.dump()) ? receiveMessage(connection.get()) : std::string();

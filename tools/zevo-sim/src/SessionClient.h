@@ -13,7 +13,6 @@ public:
     explicit SessionClient(const std::string& folder);
 
     void idle(std::chrono::milliseconds duration) override;
-    bool hasOwnProgram() const override { return false; }
 
 protected:
     Json ask(const Json& request) override;

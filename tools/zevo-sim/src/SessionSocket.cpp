@@ -19,12 +19,12 @@ namespace {
 
 static constexpr std::size_t LONGEST_MESSAGE = 128 * 1024; // what every kernel's socket has room for
 
-OwnedDescriptor makeSocket() {
-    return OwnedDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+FileDescriptor makeSocket() {
+    return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
 }
 
 /** A socket's address has little room; a path through the open folder is short. */
-sockaddr_un addressIn(const OwnedDescriptor& folder) {
+sockaddr_un addressIn(const FileDescriptor& folder) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     const std::string path = fmt::format("/proc/self/fd/{}/socket", folder.get());
@@ -32,8 +32,8 @@ sockaddr_un addressIn(const OwnedDescriptor& folder) {
     return address;
 }
 
-OwnedDescriptor openFolder(const std::string& path) {
-    return OwnedDescriptor(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+FileDescriptor openFolder(const std::string& path) {
+    return FileDescriptor(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 } // namespace
@@ -41,32 +41,32 @@ OwnedDescriptor openFolder(const std::string& path) {
 const char SESSION_VARIABLE[] = "ZEVO_SIM_BUS";
 const char SESSION_FOLDER_NAME[] = "zevo-sim";
 
-OwnedDescriptor listenIn(const std::string& folderPath) {
-    const OwnedDescriptor folder = openFolder(folderPath);
-    OwnedDescriptor listener = makeSocket();
+FileDescriptor listenIn(const std::string& folderPath) {
+    const FileDescriptor folder = openFolder(folderPath);
+    FileDescriptor listener = makeSocket();
     const sockaddr_un address = addressIn(folder);
-    if (!folder || !listener ||
+    if (!folder.isOpen() || !listener.isOpen() ||
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         listen(listener.get(), SOMAXCONN) != 0)
         throw std::runtime_error(fmt::format("cannot listen in {}: {}", folderPath, std::strerror(errno)));
     return listener;
 }
 
-OwnedDescriptor connectTo(const std::string& folderPath, std::string& why) {
+FileDescriptor connectTo(const std::string& folderPath, std::string& why) {
     why.clear();
-    const OwnedDescriptor folder = openFolder(folderPath);
+    const FileDescriptor folder = openFolder(folderPath);
     struct stat status;
-    if (!folder || fstat(folder.get(), &status) != 0) {
+    if (!folder.isOpen() || fstat(folder.get(), &status) != 0) {
         why = errno == ENOENT ? "there is no such session (any more)" : std::strerror(errno);
-        return OwnedDescriptor();
+        return FileDescriptor();
     }
     if (status.st_uid != geteuid()) {
         why = "that session is another user's";
-        return OwnedDescriptor();
+        return FileDescriptor();
     }
-    OwnedDescriptor connection = makeSocket();
+    FileDescriptor connection = makeSocket();
     const sockaddr_un address = addressIn(folder);
-    if (connection &&
+    if (connection.isOpen() &&
         connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
         return connection;
     if (errno == ENOENT)
@@ -75,7 +75,7 @@ OwnedDescriptor connectTo(const std::string& folderPath, std::string& why) {
         why = "that session is dead: its \"zevo-sim run\" was killed; the folder may be removed";
     else
         why = std::strerror(errno);
-    return OwnedDescriptor();
+    return FileDescriptor();
 }
 
 bool sendMessage(int connection, const std::string& text) {

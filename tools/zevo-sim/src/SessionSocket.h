@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OwnedDescriptor.h"
+#include "FileDescriptor.h"
 
 #include <string>
 #include <vector>
@@ -16,10 +16,10 @@ extern const char SESSION_VARIABLE[]; // "ZEVO_SIM_BUS"
 extern const char SESSION_FOLDER_NAME[];
 
 /** Listens in the folder. @throw std::runtime_error */
-OwnedDescriptor listenIn(const std::string& folder);
+FileDescriptor listenIn(const std::string& folder);
 
 /** @param why what is in the way, for people, when the result is none. Nothing else in it means that a session is dead. */
-OwnedDescriptor connectTo(const std::string& folder, std::string& why);
+FileDescriptor connectTo(const std::string& folder, std::string& why);
 
 /** False when the other side is gone. */
 bool sendMessage(int connection, const std::string& text);

@@ -17,7 +17,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <memory>
+#include <map>
 
 namespace {
 
@@ -28,7 +28,6 @@ const char FOOTER[] =
     "A DEVICE is given by its ids (12d1:1446), by a modem's name (huawei-e220) or by its file.\n"
     "Exit status: 0 all is fine, 1 problems (an expectation was not met, the program failed, the bus\n"
     "refused), 2 wrong usage.";
-const char MODEM_DATABASE[] = "/usr/share/usb_modeswitch";
 const char STORM_DEVICE[] = "12d1:1446";
 
 struct Wanted {
@@ -68,6 +67,12 @@ milliseconds timeGiven(const char* option, const std::string& text) {
     return *time;
 }
 
+void writeReplacing(const std::string& path, const std::string& text) {
+    std::ofstream file(path);
+    if (!(file << text).flush())
+        throw std::runtime_error(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
+}
+
 // ---- run ----
 
 ExitStatus tellEnd(const Session& session, const std::string& program) {
@@ -81,9 +86,11 @@ ExitStatus tellEnd(const Session& session, const std::string& program) {
 ExitStatus run(const Wanted& wanted, char* const* arguments) {
     restartForVirtualBus(arguments);
     holdInterruptions();
+    const std::vector<KnownModem> known =
+        wanted.plugged.empty() ? std::vector<KnownModem>() : database(wanted);
     std::vector<Modem> modems;
     for (const std::string& device : wanted.plugged)
-        modems.push_back(chooseDevice(device, database(wanted)));
+        modems.push_back(chooseDevice(device, known));
     Session session(wanted.program);
     for (const Modem& modem : modems)
         session.plug(modem);
@@ -135,11 +142,7 @@ ExitStatus unplug(const Wanted& wanted) {
     if (VirtualUsbBus::isPort(wanted.device)) {
         which.port = wanted.device;
     } else if (!wanted.device.empty()) {
-        const Modem modem = chooseDevice(wanted.device, database(wanted));
-        for (const UsbDevice* const device : {&modem.cdRom, &modem.modem}) {
-            if (device->isKnown())
-                which.ids.push_back(shortIdentifier(*device));
-        }
+        which.ids = idsOf(chooseDevice(wanted.device, database(wanted)));
     }
     SessionClient bus(wanted.bus);
     if (wanted.all)
@@ -272,8 +275,8 @@ Played playOn(Bus& bus, const Script& script, const Wanted& wanted) {
     return played;
 }
 
-/** Where the script left the program running, that is ended now, and has to end well. */
-bool endsWell(Session& session) {
+/** Where the script left the program running, that is ended now, and has to end in time. */
+bool endsInTime(Session& session) {
     static constexpr milliseconds TIME_TO_END(10000);
     if (session.programRuns()) {
         session.stopProgram();
@@ -293,12 +296,8 @@ ExitStatus report(const Played& played, const Wanted& wanted, bool isFine) {
         print(asJson(played));
     else
         std::cout << summaryText(played, Colours(takesColours(stdout)));
-    if (!wanted.junit.empty()) {
-        std::ofstream file(wanted.junit);
-        if (!(file << junitText(played)).flush())
-            throw std::runtime_error(
-                fmt::format("{} cannot be written: {}", wanted.junit, std::strerror(errno)));
-    }
+    if (!wanted.junit.empty())
+        writeReplacing(wanted.junit, junitText(played));
     return played.isFine() && isFine ? FINE : PROBLEMS_FOUND;
 }
 
@@ -325,7 +324,7 @@ ExitStatus play(const Wanted& wanted, char* const* arguments) {
         Session session(wanted.program);
         session.startProgram();
         const Played played = playOn(session, script, wanted);
-        const bool isFine = endsWell(session);
+        const bool isFine = endsInTime(session);
         return report(played, wanted, isFine);
     } catch (const Interrupted&) {
         throw std::runtime_error(wanted.file + ": interrupted");
@@ -341,9 +340,7 @@ ExitStatus record(const Wanted& wanted) {
         std::cout << text;
         return FINE;
     }
-    std::ofstream file(wanted.file);
-    if (!(file << text).flush())
-        throw std::runtime_error(fmt::format("{} cannot be written: {}", wanted.file, std::strerror(errno)));
+    writeReplacing(wanted.file, text);
     std::cout << "written: " << wanted.file << '\n';
     return FINE;
 }

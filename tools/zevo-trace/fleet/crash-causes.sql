@@ -3,7 +3,7 @@ with causes as (
     select machine, started, run, coalesce(version, 'unknown') as version, text as cause
     from lines
     where call = 'SIGNAL_FILTER' and kind = 'message' and level = 'E'
-        and text not in ('SIGNAL_SOTWARE_TERMINATION', 'SIGNAL_HANG_UP', 'SIGNAL_INTERRUPT')
+        and text not in ('SIGNAL_SOTWARE_TERMINATION', 'SIGNAL_HANG_UP', 'SIGNAL_INTERRUPT', 'UNKNOWN SIGNAL (18)')
 ), stacks as (
     select machine, started, run, text as innermost,
         lag(text) over (partition by machine, started, run order by line) as above

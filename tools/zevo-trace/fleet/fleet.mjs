@@ -96,9 +96,16 @@ function printTable(names, rows) {
     cells.forEach(print);
 }
 
-/** Counts are far below what a number of JavaScript's holds exactly. */
-const plain = (value) =>
-    typeof value === 'bigint' ? Number(value) : value === null || typeof value !== 'object' ? value : Number(String(value));
+/** Counts are far below what a number of JavaScript's holds exactly. Objects are decimals, or days and the like: texts. */
+function plain(value) {
+    if (typeof value === 'bigint')
+        return Number(value);
+    if (value === null || typeof value !== 'object')
+        return value;
+    const text = String(value);
+    const number = Number(text);
+    return Number.isNaN(number) ? text : number;
+}
 
 async function ask(words) {
     const asJson = words[0] === '--json';

@@ -5,7 +5,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 
-#include <array>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>

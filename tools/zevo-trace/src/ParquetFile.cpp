@@ -1,5 +1,6 @@
 #include "ParquetFile.h"
 
+#include "FileDescriptor.h"
 #include "FileSystemManagement.h"
 #include "Tool.h"
 
@@ -21,7 +22,7 @@ namespace {
 /** Beside this program, in an installation as in the build folder. */
 std::string writerScript() {
     std::string script =
-        FileSystemManagement::getCurrentExecutableDirectory() + "/" ZEVO_FLEET_FROM_HERE "/fleet.mjs";
+        FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_FLEET_FROM_HERE "/fleet.mjs";
     if (access(script.c_str(), R_OK) != 0)
         throw std::runtime_error(
             script + " is missing: it writes Parquet, and belongs to this program's installation");
@@ -76,20 +77,15 @@ int ParquetFile::waitForWriter() {
 }
 
 void ParquetFile::complain() {
+    unlink(m_unfinishedPath.c_str());
     throw std::runtime_error(m_path + " is not written");
 }
 
 void ParquetFile::write(std::string_view jsonLines) {
-    while (!jsonLines.empty()) {
-        const ssize_t written = ::write(m_input, jsonLines.data(), jsonLines.size());
-        if (written >= 0)
-            jsonLines.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno != EINTR) {
-            waitForWriter(); // its own words come first
-            unlink(m_unfinishedPath.c_str());
-            complain();
-        }
-    }
+    if (writeFully(m_input, jsonLines) == jsonLines.size())
+        return;
+    waitForWriter(); // its own words come first
+    complain();
 }
 
 void ParquetFile::finish() {
@@ -98,7 +94,6 @@ void ParquetFile::finish() {
     const int status = waitForWriter();
     if (status == 0 && std::rename(m_unfinishedPath.c_str(), m_path.c_str()) == 0)
         return;
-    unlink(m_unfinishedPath.c_str());
     complain();
 }
 

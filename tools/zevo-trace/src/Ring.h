@@ -48,8 +48,8 @@ constexpr std::int32_t DAY = 24 * 60 * 60 * 1000;
 
 /**
  * The rings of these folders and files; a folder stands for every "<name>_<number>.txt" in it, and so does a
- * bundle of `zevo-check`. Files that hold neither a trace nor a log are left out, with a line in `notes`. "-" is standard input, which is not looked at
- * before its lines are read.
+ * bundle of `zevo-check`. Files that hold neither a trace nor a log are left out, with a line in `notes`. "-" is standard
+ * input, which is not looked at before its lines are read.
  *
  * Throws std::runtime_error, with the path and the reason, for what cannot be read.
  */
