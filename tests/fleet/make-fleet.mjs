@@ -68,7 +68,6 @@ class Pattern {
             row.elapsed = quiet;
         }
         this.modem = `USB#Vid_${modem.vendor}&Pid_${modem.modem}`;
-        this.attempts = 0; // at starting the main application
         this.failures = new Map();
         const crash = rows.find((row) => row.call === 'SIGNAL_FILTER' && row.kind === 'message')?.text ?? null;
         this.crash = crash === 'SIGNAL_SOTWARE_TERMINATION' ? null : crash;
