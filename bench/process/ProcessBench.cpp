@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>

@@ -9,12 +9,12 @@ class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : m_next(data), m_end(data + size) {}
 
-    bool IsEmpty() const { return m_next == m_end; }
-    std::uint8_t byte() { return IsEmpty() ? std::uint8_t{0} : *m_next++; }
+    bool isEmpty() const { return m_next == m_end; }
+    std::uint8_t byte() { return isEmpty() ? std::uint8_t{0} : *m_next++; }
     /// Up to the next line feed, which is taken too.
     std::string line() {
         std::string text;
-        while (!IsEmpty()) {
+        while (!isEmpty()) {
             const char next = static_cast<char>(byte());
             if (next == '\n')
                 break;

@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t atFirst = registry.services().size();
     UdevFeed feed;
     feed.start(devices);
-    while (!input.IsEmpty()) {
+    while (!input.isEmpty()) {
         ScriptedDevice event;
         for (std::string line = input.line(); !line.empty(); line = input.line())
             addTo(event, line);

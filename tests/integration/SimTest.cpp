@@ -1,6 +1,6 @@
+#include "JsonSchema.h"
 #include "LauncherTest.h"
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,7 +8,6 @@
 using namespace Zevo;
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -115,13 +114,16 @@ TEST_F(Sim, CommandsFromOutsideReachTheLaunchersBus) {
     EXPECT_EQ(sim("plug 12d1:1446 --switch-to 12d1:1001 --after 50ms").status, 0);
     EXPECT_TRUE(m_trace.waitFor("Detected hardware id : USB#Vid_12d1&Pid_1446\n"));
     EXPECT_TRUE(m_trace.waitFor("Detected hardware id : USB#Vid_12d1&Pid_1001\n"));
+    const JsonSchema schema(json::parse(readTextFile(DOCS_FOLDER "/schemas/zevo-sim.json")));
     const json listed = json::parse(sim("list --json").text);
+    schema.expectValid(listed, "/definitions/list");
     ASSERT_EQ(listed.at("devices").size(), 2u);
     EXPECT_EQ(listed.at("devices")[1].at("ids"), "12d1:1001");
     EXPECT_TRUE(listed.at("program").at("runs").get<bool>());
     EXPECT_EQ(sim("unplug huawei-e220").status, 0);
     EXPECT_TRUE(m_trace.waitFor("HID = USB#Vid_12d1&Pid_1003."));
     const json storm = json::parse(sim("storm feed:0001 --count 20 --json").text);
+    schema.expectValid(storm, "/definitions/storm");
     EXPECT_EQ(storm.at("count"), 20);
     EXPECT_TRUE(storm.at("programRuns").get<bool>());
     EXPECT_TRUE(waitUntil([this] { return m_trace.count("HID = USB#Vid_feed&Pid_0001.") >= 20; }));
@@ -139,7 +141,6 @@ TEST_F(Sim, CommandsFromOutsideReachTheLaunchersBus) {
 TEST_F(Sim, ADeviceThatIsThereAlreadyIsFound) {
     const Answer answer = sim("run --quiet --plug 12d1:1446 -- true");
     EXPECT_EQ(answer.status, 0) << answer.text;
-    writeTextFile(m_folder.path() + "/a.sim", "expect application started within 20s\n");
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0)

@@ -9,6 +9,7 @@
 #include "IntBasicItem.h"
 
 #include <algorithm>
+#include <climits>
 #include <memory>
 #include <regex>
 #include <string>

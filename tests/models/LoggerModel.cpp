@@ -1,11 +1,9 @@
 #include "LoggerModel.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 #include <string>
 #include <sys/stat.h>
-#include <vector>
 
 namespace model {
 namespace {

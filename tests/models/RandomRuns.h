@@ -10,7 +10,6 @@
 #include <rapidcheck/gtest.h>
 #pragma GCC diagnostic pop
 
-#include <climits>
 #include <string>
 #include <vector>
 

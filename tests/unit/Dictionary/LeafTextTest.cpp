@@ -1,7 +1,6 @@
 #include "detail/LeafText.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 #include <new>
 #include <string>
 

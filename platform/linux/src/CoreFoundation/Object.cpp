@@ -65,7 +65,7 @@ public:
                                                         : object->m_owners;
     }
 
-    std::size_t Counted() {
+    std::size_t counted() {
         const std::lock_guard<std::mutex> lock(m_lock);
         return m_counted;
     }
@@ -103,7 +103,7 @@ std::u16string Object::description() const {
 }
 
 std::size_t liveObjectCount() {
-    return LiveObjectList::get().Counted();
+    return LiveObjectList::get().counted();
 }
 
 } // namespace LinuxPlatform

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 
@@ -30,11 +29,11 @@ std::string complaintAbout(const std::string& folder) {
 
 TEST(SessionSocket, CarriesMessagesBothWays) {
     const TemporaryFolder folder;
-    const OwnedDescriptor listener = listenIn(folder.path());
+    const FileDescriptor listener = listenIn(folder.path());
     std::string why;
-    const OwnedDescriptor client = connectTo(folder.path(), why);
-    ASSERT_TRUE(client) << why;
-    const OwnedDescriptor server(accept(listener.get(), nullptr, nullptr));
+    const FileDescriptor client = connectTo(folder.path(), why);
+    ASSERT_TRUE(client.isOpen()) << why;
+    const FileDescriptor server(accept(listener.get(), nullptr, nullptr));
     EXPECT_TRUE(sendMessage(client.get(), "one"));
     EXPECT_TRUE(sendMessage(client.get(), std::string(100000, 'x')));
     EXPECT_EQ(receiveMessage(server.get()), "one");
@@ -46,14 +45,14 @@ TEST(SessionSocket, ALongPathIsNoObstacle) {
     const TemporaryFolder folder;
     const std::string path = folder / std::string(200, 'x');
     ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
-    const OwnedDescriptor listener = listenIn(path);
+    const FileDescriptor listener = listenIn(path);
     std::string why;
-    EXPECT_TRUE(connectTo(path, why)) << why;
+    EXPECT_TRUE(connectTo(path, why).isOpen()) << why;
 }
 
 TEST(SessionSocket, DeadAndMissingSessionsAreToldApart) {
     const TemporaryFolder folder;
-    { const OwnedDescriptor dead = listenIn(folder.path()); }
+    { const FileDescriptor dead = listenIn(folder.path()); }
     EXPECT_THAT(complaintAbout(folder.path()),
                 AllOf(HasSubstr(folder.path()), HasSubstr("that session is dead"),
                       HasSubstr("zevo-sim run -- PROGRAM")));
@@ -62,18 +61,20 @@ TEST(SessionSocket, DeadAndMissingSessionsAreToldApart) {
     EXPECT_THAT(complaintAbout(folder / "empty"), HasSubstr("that folder is no session's"));
 }
 
-TEST(SessionSocket, WithoutANameTheOnlyLivingSessionIsMeant) {
+TEST(SessionSocket, WithoutANameThereHasToBeOneLivingSessionAndNoMore) {
     const TemporaryFolder folder;
+    const char* const set = std::getenv("TMPDIR");
+    const std::string before = set != nullptr ? set : "/tmp";
     setenv("TMPDIR", folder.path().c_str(), 1);
     unsetenv(SESSION_VARIABLE);
     EXPECT_THAT(complaintAbout(""), HasSubstr("no virtual bus is there"));
     for (const char* const name : {"zevo-sim.a", "zevo-sim.b", "zevo-sim.dead"})
         ASSERT_EQ(mkdir((folder / name).c_str(), 0700), 0);
-    { const OwnedDescriptor dead = listenIn(folder / "zevo-sim.dead"); }
+    { const FileDescriptor dead = listenIn(folder / "zevo-sim.dead"); }
     EXPECT_EQ(sessionFolders().size(), 3u);
     EXPECT_THAT(complaintAbout(""), HasSubstr("no virtual bus is there"));
-    const OwnedDescriptor first = listenIn(folder / "zevo-sim.a");
-    const OwnedDescriptor second = listenIn(folder / "zevo-sim.b");
+    const FileDescriptor first = listenIn(folder / "zevo-sim.a");
+    const FileDescriptor second = listenIn(folder / "zevo-sim.b");
     EXPECT_THAT(complaintAbout(""), AllOf(HasSubstr("several virtual buses"), HasSubstr("zevo-sim.a\n"),
                                           HasSubstr("zevo-sim.b")));
     setenv(SESSION_VARIABLE, (folder / "zevo-sim.gone").c_str(), 1);

@@ -18,9 +18,6 @@ enum MessageType : std::uint32_t {
 using TraceMsgType = MessageType;
 using LoggerMsgType = MessageType;
 
-/// The format among a message's arguments; followed by one argument more than they are, so that there is one.
-#define KF_FORMAT_OF_(format, ...) format
-
 /// Marks a member function whose format stands at the given position (the object itself counts as the first);
 /// the compiler then checks the arguments against it. With a va_list the position of the arguments is 0.
 #define KF_PRINTF_LIKE(formatAt, argumentsAt) __attribute__((format(printf, formatAt, argumentsAt)))

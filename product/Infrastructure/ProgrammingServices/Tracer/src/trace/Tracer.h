@@ -47,7 +47,7 @@ public:
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->isEnabled();
     }
-    /// As isActive() without the lock; the caller locks and checks again.
+    /// As isActive() without the lock: for the crash handler, which must not wait for it.
     static bool mayBeActive() {
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->m_enabled.load(std::memory_order_relaxed);

@@ -9,7 +9,7 @@
 namespace kf::detail {
 
 /// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
-/// does, byte for byte, in a fraction of its time. The constructor parses the format; that of a literal is parsed at
+/// does, byte for byte, in a fraction of its time. The constructor parses the format; LOG_MESSAGE has it do so at
 /// compile time.
 ///
 /// It knows %%, %c, %s, %d, %i, %u, %x and %X, with the lengths l, ll and z, a width and the flags
