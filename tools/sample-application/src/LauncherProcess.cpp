@@ -21,6 +21,7 @@ void redirect(const char* path, int flags, int descriptor) {
     close(file);
 }
 
+/** They are the texts' own, and as good as long as those stay. */
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
     std::vector<const char*> result;
     for (const std::string& text : texts)
@@ -51,7 +52,8 @@ LauncherProcess::LauncherProcess(const SampleMachine& machine, const std::vector
     entries.insert(entries.end(), environment.begin(), environment.end());
     entries = mergedEnvironment(entries);
     const std::string program = machine.launcherProgram();
-    const std::vector<const char*> arguments = pointersTo({program});
+    const std::vector<std::string> words = {program};
+    const std::vector<const char*> arguments = pointersTo(words);
     const std::vector<const char*> variables = pointersTo(entries);
     m_pid = fork();
     if (m_pid < 0)
