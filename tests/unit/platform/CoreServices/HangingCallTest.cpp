@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <sys/syscall.h>
@@ -29,6 +30,15 @@ void endTheProgram(int) {
     while (!hasTheOtherThreadDoneItsCall())
         std::this_thread::yield();
     std::exit(3);
+}
+
+/// What the thread that makes the call blocks.
+sigset_t blockedInTheCall() {
+    return makeHangingCall([] {
+        sigset_t blocked;
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        return blocked;
+    });
 }
 
 } // namespace
@@ -58,4 +68,17 @@ TEST(HangingCall, ASignalMayEndTheProgramWhileItWaits) {
     ASSERT_EQ(child, waitpid(child, &status, 0));
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(3, WEXITSTATUS(status));
+}
+
+TEST(HangingCall, LeavesSignalsToTheThreadThatWaits) {
+    const sigset_t blocked = blockedInTheCall();
+    for (const int stop : {SIGTERM, SIGINT, SIGHUP, SIGCHLD})
+        EXPECT_EQ(sigismember(&blocked, stop), 1) << stop;
+}
+
+// A library that runs out of memory may touch what is not there; without this the launcher would end without a word.
+TEST(HangingCall, ThatCrashesReachesTheCrashHandler) {
+    const sigset_t blocked = blockedInTheCall();
+    for (const int fault : {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS})
+        EXPECT_EQ(sigismember(&blocked, fault), 0) << fault;
 }
