@@ -10,6 +10,7 @@
 #include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace LinuxPlatform {
 namespace {
@@ -97,10 +98,22 @@ int UdevFeed::descriptor() const {
 }
 
 void UdevFeed::Scan(DeviceTree& devices) {
-    devices.reconcile(scanDevices(*m_context));
+    ScannedDevices scanned;
+    for (int scans = 0; scans == 0 || (scanned.error != 0 && scans < RESCANS_AT_ONCE); ++scans)
+        scanned = scanDevices(*m_context);
+    const bool wasDue = std::exchange(m_isScanDue, scanned.error != 0);
+    if (m_isScanDue && !wasDue)
+        report("IOKit: cannot look at all devices (%s); trying again with the next event",
+               std::strerror(scanned.error));
+    // What could not be looked at has not left.
+    if (!m_isScanDue || !m_hasScanned)
+        devices.reconcile(std::move(scanned.devices));
+    m_hasScanned = true;
 }
 
 void UdevFeed::pump(DeviceTree& devices) {
+    if (m_isScanDue)
+        Scan(devices);
     for (int rescans = 0; rescans < RESCANS_AT_ONCE && m_monitor; ++rescans) {
         switch (drain(devices)) {
         case Drained::Complete:

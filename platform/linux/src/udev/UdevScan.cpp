@@ -4,6 +4,7 @@
 #include "UdevPointers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <dirent.h>
 #include <set>
@@ -39,10 +40,17 @@ std::string resolve(const std::string& link) {
     return text.front() == '/' ? std::string(text) : "/sys/" + std::string(text);
 }
 
+/// Whether something that is there could not be looked at, because this process lacks what it takes.
+bool isWant(int error) {
+    return error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
 /// Paths of a list's devices; a parent's comes before its children's.
-std::vector<std::string> listDevices(const char* list) {
+std::vector<std::string> listDevices(const char* list, int& want) {
     std::vector<std::string> paths;
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(list));
+    if (!directory && isWant(errno))
+        want = errno;
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
         if (entry->d_name[0] == '.')
             continue;
@@ -59,25 +67,28 @@ public:
     explicit Scan(udev& context) : m_context(context) {}
 
     void addUsbDevices() {
-        for (const std::string& path : listDevices(USB_DEVICES))
+        for (const std::string& path : listDevices(USB_DEVICES, m_error))
             add(path);
     }
 
     void addDevicesBelowUsb(const char* list) {
-        for (const std::string& path : listDevices(list)) {
+        for (const std::string& path : listDevices(list, m_error)) {
             if (isBelowUsb(path))
                 add(path);
         }
     }
 
     bool isEmpty() const { return m_found.empty(); }
-    std::vector<Device> take() { return std::move(m_found); }
+    ScannedDevices take() { return {std::move(m_found), m_error}; }
 
 private:
     void add(const std::string& path) {
         const UdevPointer<udev_device> device(udev_device_new_from_syspath(&m_context, path.c_str()));
-        if (!device)
-            return; // It has just gone; an event will say the same.
+        if (!device) {
+            if (isWant(errno))
+                m_error = errno;
+            return; // Else it has just gone; an event will say the same.
+        }
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
         if (std::optional<Device> described = describeDevice(*device, isKnown)) {
             m_paths.insert(described->path);
@@ -94,11 +105,12 @@ private:
     udev& m_context;
     std::vector<Device> m_found;
     std::set<std::string> m_paths;
+    int m_error = 0;
 };
 
 } // namespace
 
-std::vector<Device> scanDevices(udev& context) {
+ScannedDevices scanDevices(udev& context) {
     Scan scan(context);
     scan.addUsbDevices();
     if (!scan.isEmpty()) {

@@ -35,6 +35,7 @@ udev* __real_udev_new();
 udev_monitor* __real_udev_monitor_new_from_netlink(udev* context, const char* name);
 int __real_udev_monitor_enable_receiving(udev_monitor* monitor);
 udev_device* __real_udev_monitor_receive_device(udev_monitor* monitor);
+udev_device* __real_udev_device_new_from_syspath(udev* context, const char* path);
 ssize_t __real_recv(int descriptor, void* buffer, size_t size, int flags);
 int __real_access(const char* path, int mode);
 int __real_getsockname(int descriptor, sockaddr* address, socklen_t* size);
@@ -78,6 +79,10 @@ ssize_t __wrap_recv(int descriptor, void* buffer, size_t size, int flags) {
 
 udev_device* __wrap_udev_monitor_receive_device(udev_monitor* monitor) {
     return Fails(MockedUdev::get().refusals) ? nullptr : __real_udev_monitor_receive_device(monitor);
+}
+
+udev_device* __wrap_udev_device_new_from_syspath(udev* context, const char* path) {
+    return Fails(MockedUdev::get().looksFail) ? nullptr : __real_udev_device_new_from_syspath(context, path);
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* size) {

@@ -14,6 +14,8 @@ struct MockedUdev {
     std::deque<int> receiveFails;
     /// errno of libudev's next receives of a message that is there, each once; the message stays.
     std::deque<int> refusals;
+    /// errno of the next looks at a device that is there, each once.
+    std::deque<int> looksFail;
     /// How many monitors have been made.
     int monitors = 0;
     /// Called just before the monitor is enabled, and just after.

@@ -101,6 +101,42 @@ TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
+TEST_F(UdevFailures, ADeviceThatThereIsNoMemoryToLookAtIsLookedAtAgain) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().looksFail = {ENOMEM};
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
+TEST_F(UdevFailures, ADeviceThatCannotBeLookedAtIsSaidAndLookedAtWithTheNextEvent) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().looksFail = {EMFILE, EMFILE, EMFILE};
+    testing::internal::CaptureStderr();
+    m_feed.start(m_devices);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "IOKit: cannot look at all devices (Too many open files); trying again with the next event\n");
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+    EXPECT_EQ(PumpSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
+TEST_F(UdevFailures, WhatCannotBeLookedAtLaterHasNotLeft) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001", {}, {{"product", "stays"}});
+    start();
+    TakeEvents();
+    LoseEvents();
+    MockedUdev::get().looksFail = {ENOMEM, ENOMEM, ENOMEM};
+    EXPECT_THAT(PumpSays(), HasSubstr("cannot look at all devices (Cannot allocate memory)"));
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+}
+
+TEST_F(UdevFailures, ADeviceThatHasJustGoneIsNotLookedAtAgain) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().looksFail = {ENODEV};
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+}
+
 TEST_F(UdevFailures, WhereEventsAreLostAgainAndAgainTheLoopComesRoundBetween) {
     start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
