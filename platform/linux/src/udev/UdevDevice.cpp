@@ -1,5 +1,6 @@
 #include "UdevDevice.h"
 
+#include <cerrno>
 #include <charconv>
 #include <string_view>
 
@@ -159,6 +160,10 @@ std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKno
         described.incarnation = view(udev_device_get_property_value(&device, "IFINDEX"));
     }
     return described;
+}
+
+bool isWant(int error) {
+    return error == ENOMEM || error == EMFILE || error == ENFILE;
 }
 
 } // namespace LinuxPlatform

@@ -136,7 +136,8 @@ UdevFeed::Drained UdevFeed::drain(DeviceTree& devices) {
             errno = 0;
             const UdevPointer<udev_device> event(udev_monitor_receive_device(m_monitor.get()));
             if (event) {
-                apply(*event, devices);
+                if (!apply(*event, devices))
+                    result = Drained::EventsLost;
                 failures = 0;
                 m_brokenMonitors = 0;
                 continue;
@@ -162,12 +163,12 @@ UdevFeed::Drained UdevFeed::drain(DeviceTree& devices) {
     return Drained::MonitorBroken;
 }
 
-void UdevFeed::apply(udev_device& event, DeviceTree& devices) {
+bool UdevFeed::apply(udev_device& event, DeviceTree& devices) {
     const char* const actionText = udev_device_get_action(&event);
     const std::string_view action = actionText ? actionText : "";
     if (action == "remove") {
         devices.leave(udev_device_get_syspath(&event));
-        return;
+        return true;
     }
     const bool isMove = action == "move";
     if (isMove) {
@@ -176,16 +177,20 @@ void UdevFeed::apply(udev_device& event, DeviceTree& devices) {
     }
     const bool isArrival = action == "add" || isMove;
     if (!isArrival && action != "change" && action != "bind")
-        return;
+        return true;
     const auto isKnown = [&devices](const std::string& path) { return devices.knows(path); };
+    errno = 0;
     const std::optional<Device> device = describeDevice(event, isKnown);
+    if (isWant(errno))
+        return false;
     if (!device)
-        return;
+        return true;
     const bool isUnreadable = device->kind == DeviceKind::UsbDevice && !device->vendor && !device->product;
     if (isArrival)
         devices.arrive(*device);
     else if (!isUnreadable || !devices.knows(device->path)) // Gone already, and its removal is on the way.
         devices.change(*device);
+    return true;
 }
 
 std::unique_ptr<DeviceFeed> makeHostFeed() {

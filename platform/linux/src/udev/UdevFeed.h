@@ -20,7 +20,8 @@ private:
     void listenAnew(int error);
     void Scan(DeviceTree& devices);
     Drained drain(DeviceTree& devices);
-    void apply(udev_device& event, DeviceTree& devices);
+    /// False when what the event tells could not be read for want of memory or descriptors.
+    bool apply(udev_device& event, DeviceTree& devices);
 
     UdevPointer<udev> m_context;
     UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to

@@ -40,11 +40,6 @@ std::string resolve(const std::string& link) {
     return text.front() == '/' ? std::string(text) : "/sys/" + std::string(text);
 }
 
-/// Whether something that is there could not be looked at, because this process lacks what it takes.
-bool isWant(int error) {
-    return error == ENOMEM || error == EMFILE || error == ENFILE;
-}
-
 /// Paths of a list's devices; a parent's comes before its children's.
 std::vector<std::string> listDevices(const char* list, int& want) {
     std::vector<std::string> paths;
@@ -90,7 +85,11 @@ private:
             return; // Else it has just gone; an event will say the same.
         }
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
-        if (std::optional<Device> described = describeDevice(*device, isKnown)) {
+        errno = 0;
+        std::optional<Device> described = describeDevice(*device, isKnown);
+        if (isWant(errno))
+            m_error = errno;
+        if (described) {
             m_paths.insert(described->path);
             m_found.push_back(std::move(*described));
         }

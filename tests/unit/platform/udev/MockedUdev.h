@@ -16,6 +16,8 @@ struct MockedUdev {
     std::deque<int> refusals;
     /// errno of the next looks at a device that is there, each once.
     std::deque<int> looksFail;
+    /// errno of the next questions for a device's subsystem, each once.
+    std::deque<int> subsystemsFail;
     /// How many monitors have been made.
     int monitors = 0;
     /// Called just before the monitor is enabled, and just after.

@@ -108,6 +108,21 @@ TEST_F(UdevFailures, ADeviceThatThereIsNoMemoryToLookAtIsLookedAtAgain) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
+TEST_F(UdevFailures, ADeviceThatThereIsNoMemoryToDescribeIsLookedAtAgain) {
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().subsystemsFail = {ENOMEM};
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
+TEST_F(UdevFailures, AnEventThatThereIsNoMemoryToReadIsLost) {
+    start();
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().subsystemsFail = {ENOMEM};
+    EXPECT_THAT(PumpSays(), HasSubstr("lost"));
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
 TEST_F(UdevFailures, ADeviceThatCannotBeLookedAtIsSaidAndLookedAtWithTheNextEvent) {
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
     MockedUdev::get().looksFail = {EMFILE, EMFILE, EMFILE};
