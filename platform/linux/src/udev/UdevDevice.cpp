@@ -7,7 +7,18 @@
 namespace LinuxPlatform {
 namespace {
 
+/// The errno of an answer of this thread's description that could not be had; a later answer leaves another one.
+thread_local int wantMet = 0;
+
+template <typename Answer>
+Answer* noted(Answer* answer) {
+    if (!answer && isWant(errno))
+        wantMet = errno;
+    return answer;
+}
+
 std::string_view view(const char* text) {
+    noted(text);
     return text ? std::string_view(text) : std::string_view();
 }
 
@@ -93,7 +104,7 @@ std::uint32_t usbLocation(std::string_view name) {
 }
 
 std::string pathOfParent(udev_device& device, const char* type) {
-    udev_device* parent = udev_device_get_parent_with_subsystem_devtype(&device, "usb", type);
+    udev_device* parent = noted(udev_device_get_parent_with_subsystem_devtype(&device, "usb", type));
     return parent ? udev_device_get_syspath(parent) : "";
 }
 
@@ -130,9 +141,7 @@ std::string findUsbParent(udev_device& device, const std::string& path, const Kn
     return pathOfParent(device, "usb_device");
 }
 
-} // namespace
-
-std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown) {
+std::optional<Device> describe(udev_device& device, const KnownPath& isKnown) {
     const std::string_view subsystem = view(udev_device_get_subsystem(&device));
     const std::string_view type = view(udev_device_get_devtype(&device));
     Device described;
@@ -159,6 +168,16 @@ std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKno
         described.kind = DeviceKind::NetworkInterface;
         described.incarnation = view(udev_device_get_property_value(&device, "IFINDEX"));
     }
+    return described;
+}
+
+} // namespace
+
+std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown) {
+    wantMet = 0;
+    errno = 0;
+    std::optional<Device> described = describe(device, isKnown);
+    errno = wantMet;
     return described;
 }
 

@@ -179,7 +179,6 @@ bool UdevFeed::apply(udev_device& event, DeviceTree& devices) {
     if (!isArrival && action != "change" && action != "bind")
         return true;
     const auto isKnown = [&devices](const std::string& path) { return devices.knows(path); };
-    errno = 0;
     const std::optional<Device> device = describeDevice(event, isKnown);
     if (isWant(errno))
         return false;

@@ -85,7 +85,6 @@ private:
             return; // Else it has just gone; an event will say the same.
         }
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
-        errno = 0;
         std::optional<Device> described = describeDevice(*device, isKnown);
         if (isWant(errno))
             m_error = errno;
