@@ -178,4 +178,8 @@ int descriptorCountOf(pid_t pid) {
     return static_cast<int>(entriesOf("/proc/" + std::to_string(pid) + "/fd").size());
 }
 
+int threadCountOf(pid_t pid) {
+    return static_cast<int>(entriesOf("/proc/" + std::to_string(pid) + "/task").size());
+}
+
 } // namespace Zevo

@@ -73,5 +73,6 @@ char stateOf(pid_t pid);
 /** In KiB, what of the process is in memory. */
 long residentMemoryOf(pid_t pid);
 int descriptorCountOf(pid_t pid);
+int threadCountOf(pid_t pid);
 
 } // namespace Zevo

@@ -27,8 +27,8 @@ private:
     UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to
     bool m_isDeaf = false;               ///< nobody sends to the monitor
     bool m_hasScanned = false;
-    bool m_isScanDue = false;            ///< the last look at all devices has missed some that are there
-    int m_brokenMonitors = 0;            ///< one after the other, without an event in between
+    bool m_isScanDue = false; ///< the last look at all devices has missed some that are there
+    int m_brokenMonitors = 0; ///< one after the other, without an event in between
 };
 
 } // namespace LinuxPlatform

@@ -1,0 +1,141 @@
+#include "Attack.h"
+
+#include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Zevo;
+
+namespace {
+
+// ---- killed
+
+class Kill : public Attack {
+protected:
+    Kill() { expectStandardError(testing::_); }
+
+    void expectNextStartWorks() {
+        startLauncher();
+        EXPECT_TRUE(servesAModem()) << m_launcher->standardError() << m_trace.text();
+    }
+};
+
+// The moments lie close together: from the first instruction to a launcher that watches.
+TEST_F(Kill, AtAnyMomentOfTheStartTheNextStartWorks) {
+    const int moments = count(12, 400);
+    const std::chrono::microseconds longest(60000);
+    for (int moment = 0; moment < moments; ++moment) {
+        startLauncherWithoutWaiting();
+        std::this_thread::sleep_for(longest * moment / moments);
+        m_launcher->sendSignal(SIGKILL);
+        ASSERT_TRUE(m_launcher->waitForEnd());
+        if (moment % 4 == 3)
+            expectNextStartWorks();
+    }
+    expectNextStartWorks();
+    tellFigure(std::to_string(moments) + " moments of the start; every start behind them works");
+}
+
+TEST_F(Kill, AtAnyMomentOfTheEndTheNextStartWorks) {
+    const int moments = count(8, 200);
+    const std::chrono::microseconds longest(20000);
+    int early = 0;
+    for (int moment = 0; moment < moments; ++moment) {
+        expectNextStartWorks();
+        m_launcher->sendSignal(SIGTERM);
+        std::this_thread::sleep_for(longest * moment / moments);
+        m_launcher->sendSignal(SIGKILL);
+        ASSERT_TRUE(m_launcher->waitForEnd());
+        early += m_launcher->endingSignal() == SIGKILL ? 1 : 0;
+    }
+    expectNextStartWorks();
+    tellFigure(std::to_string(moments) + " moments of the end, " + std::to_string(early) +
+               " of them before it was over; every start behind them works");
+}
+
+// ---- what is started
+
+class Application : public Attack {
+protected:
+    /** In the place of the main application's program. */
+    void installScript(const std::string& text) {
+        const std::string program = m_machine.executableOf(Bundle::mainApplication);
+        unlink(program.c_str());
+        writeTextFile(program, "#!/bin/sh\nmkdir -p \"$(dirname \"$0\")/../started\"\n"
+                               "echo pid=$$ > \"$(dirname \"$0\")/../started/$$.txt\"\n" +
+                                   text + "\n");
+        ASSERT_EQ(chmod(program.c_str(), 0755), 0);
+    }
+
+    /** The script's processes are no process of the machine's own programs. */
+    void plugModem() {
+        m_bus.plug("1-1", makePlainDevice(m_modem.modem.vendor, m_modem.modem.product));
+        m_bus.unplug("1-1");
+        plugMarker();
+    }
+};
+
+TEST_F(Application, ThatCrashesAtOnceIsStartedWithTheNextArrivalAgain) {
+    installScript("kill -SEGV $$");
+    startLauncher();
+    const int rounds = count(5, 100);
+    for (int round = 1; round <= rounds; ++round) {
+        plugModem();
+        ASSERT_TRUE(waitUntil([&] { return startCount(Bundle::mainApplication) >= round; })) << round;
+    }
+    EXPECT_TRUE(waitUntil([this] { return childrenOf(m_launcher->pid()).empty(); })) << "no child is left";
+    EXPECT_TRUE(m_launcher->isRunning());
+    tellFigure(std::to_string(rounds) + " arrivals, " + std::to_string(startCount(Bundle::mainApplication)) +
+               " starts, no process left behind");
+}
+
+TEST_F(Application, ThatIsReplacedWhileItRunsIsNotStartedTwice) {
+    startLauncher();
+    m_bus.plug("1-1", m_modem.modem);
+    ASSERT_TRUE(waitUntil([this] { return startCount(Bundle::notifier) == 1; }));
+    plugMarker();
+    const std::string program = m_machine.executableOf(Bundle::mainApplication);
+    const std::string text = readTextFile(program);
+    const int rounds = count(3, 30);
+    for (int round = 0; round < rounds; ++round) {
+        writeTextFile(program + ".new", text);
+        ASSERT_EQ(chmod((program + ".new").c_str(), 0755), 0);
+        ASSERT_EQ(rename((program + ".new").c_str(), program.c_str()), 0);
+        m_bus.unplug("1-1");
+        m_bus.plug("1-1", m_modem.modem);
+        plugMarker();
+    }
+    EXPECT_EQ(startCount(Bundle::mainApplication), 1);
+    EXPECT_EQ(startCount(Bundle::notifier), 1);
+    for (const StartReport& start : m_machine.startsOf(Bundle::mainApplication))
+        kill(start.pid(), SIGTERM); // its program is no file any more
+    tellFigure(std::to_string(rounds) + " times replaced, started once");
+}
+
+// ---- two launchers
+
+class Together : public Attack {
+protected:
+    Together() { expectStandardError(testing::_); }
+};
+
+TEST_F(Together, OneWatchesAndTheOtherOneSaysThatItWaits) {
+    const int rounds = count(5, 100);
+    for (int round = 0; round < rounds; ++round) {
+        startLauncherWithoutWaiting();
+        LauncherProcess second(m_machine);
+        waitUntilWatching();
+        ASSERT_TRUE(servesAModem());
+        const std::string said = m_launcher->standardError() + second.standardError();
+        EXPECT_NE(said.find("another launcher runs"), std::string::npos) << said;
+        ASSERT_TRUE(m_launcher->isRunning() && second.isRunning());
+        second.sendSignal(SIGKILL);
+        ASSERT_TRUE(second.waitForEnd());
+        m_launcher->sendSignal(SIGKILL);
+        ASSERT_TRUE(m_launcher->waitForEnd());
+    }
+    m_launcher.reset();
+    tellFigure(std::to_string(rounds) + " pairs: one works, one waits and says so");
+}
+
+} // namespace
