@@ -113,12 +113,12 @@ TEST(DictionaryEquals, TellsInTheTraceWhy) {
     two.addValue("b", "x");
     {
         TraceCapture trace;
-        one.equals(two);
+        EXPECT_FALSE(one.equals(two));
         EXPECT_THAT(trace.text(), HasSubstr(">> [D] Key not found b\n"));
     }
     {
         TraceCapture trace;
-        one.equals(Dictionary());
+        EXPECT_FALSE(one.equals(Dictionary()));
         EXPECT_THAT(trace.text(), HasSubstr(">> [D] Dictionary have different sizes\n"));
     }
     {

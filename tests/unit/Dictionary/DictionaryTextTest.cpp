@@ -36,6 +36,19 @@ SUBSTITUTE(int, fsync, (int descriptor)) {
     return ORIGINAL(fsync)(descriptor);
 }
 
+static int readsBeforeError = -1; // so many reads succeed before one fails; -1: all do
+static int interruptions = 0;     // so many reads are interrupted by a signal first
+
+SUBSTITUTE(ssize_t, read, (int descriptor, void* to, size_t size)) {
+    if (interruptions > 0 || readsBeforeError == 0) {
+        errno = interruptions > 0 ? EINTR : EIO;
+        interruptions -= interruptions > 0 ? 1 : 0;
+        return -1;
+    }
+    readsBeforeError -= readsBeforeError > 0 ? 1 : 0;
+    return ORIGINAL(read)(descriptor, to, size);
+}
+
 static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
 static const char SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
 
@@ -609,6 +622,30 @@ TEST(DictionaryLoad, RefusesAFileThatCannotBeRead) {
     expectRefused<KFDictionaryFileException>(folder.path(), "Can't open file", 882,
                                              "Can't open file " + folder.path());
     expectRefused<KFDictionaryFileException>("", "Can't open file", 882, "Can't open file ");
+}
+
+TEST(DictionaryLoad, RefusesAFileThatFailsInTheMiddle) {
+    const TemporaryFolder folder;
+    Dictionary large;
+    for (int i = 0; i < 3000; ++i) // several pieces
+        large.addValue("key" + std::to_string(i), "value");
+    large.saveToFile(folder / "list");
+    for (const int reads : {0, 1, 2}) {
+        readsBeforeError = reads;
+        expectRefused<KFDictionaryFileException>(folder / "list", "Can't open file", 882,
+                                                 "Can't open file " + (folder / "list"));
+        readsBeforeError = -1;
+    }
+}
+
+TEST(DictionaryLoad, GoesOnAfterASignal) {
+    const TemporaryFolder folder;
+    example().saveToFile(folder / "list");
+    interruptions = 3;
+    Dictionary dictionary;
+    dictionary.loadFromFile(folder / "list");
+    EXPECT_EQ(interruptions, 0);
+    EXPECT_TRUE(dictionary.equals(example()));
 }
 
 TEST(DictionaryLoad, RefusesAFileThatItMayNotRead) {

@@ -74,6 +74,15 @@ TEST_F(LineCursorInAFile, JoinsLinesThatItReadInPieces) {
     EXPECT_EQ(lines.getPosition(), bytes.size());
 }
 
+TEST_F(LineCursorInAFile, TakesTheOneByteThatALaterPieceHolds) {
+    const std::string piece(32768, 'x'); // as much as is read at once
+    LineCursor line = linesOf(piece + "\n");
+    EXPECT_EQ(line.next(), piece);
+    EXPECT_EQ(line.getPosition(), piece.size() + 1);
+    EXPECT_EQ(linesOf(piece + "y").takeRest(), piece + "y");
+    EXPECT_EQ(linesOf("y").takeRest(), "y");
+}
+
 TEST_F(LineCursorInAFile, TakesALineOfAnyLength) {
     const std::string large(1000000, 'x');
     LineCursor lines = linesOf("a\n" + large + "\nb");

@@ -1,11 +1,13 @@
 #include "FileDescriptor.h"
 
 #include "TemporaryFolder.h"
+#include "WrappedCalls.h"
 
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 TEST(FileDescriptorErrors, TellWhereNoNewFileCanBeMade) {
     for (const int error : {EPERM, EACCES, EROFS, EBUSY, ELOOP, ENAMETOOLONG, EINVAL, ENOTSUP, EOPNOTSUPP,
@@ -46,6 +48,22 @@ TEST_F(WholeFiles, OfMoreThanTheLimitAreNotRead) {
     EXPECT_EQ("", m_content);
 }
 
+// A pipe tells no size either, like a file that grows between the question and the reading.
+TEST_F(WholeFiles, ThatGrowMeanwhileAreReadUpToTheLimit) {
+    for (const std::size_t size : {0u, 1u, 2u, 3u, 4u, 99u, 100u, 101u, 200u}) {
+        int ends[2];
+        ASSERT_EQ(0, pipe(ends));
+        const FileDescriptor reader(ends[0]);
+        const std::string text(size, 'x');
+        ASSERT_EQ(size, writeFully(ends[1], text));
+        close(ends[1]);
+        const bool fits = size <= 100;
+        EXPECT_EQ(fits, readWhole(reader.get(), 100, m_content)) << size;
+        EXPECT_EQ(fits ? 0 : EFBIG, errno) << size;
+        EXPECT_EQ(fits ? text : "", m_content) << size;
+    }
+}
+
 TEST_F(WholeFiles, ThatAreNoneAreRefusedWithoutAWait) {
     ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
     for (const std::string& other : {path("pipe"), m_folder.path(), std::string("/dev/zero")}) {
@@ -55,6 +73,56 @@ TEST_F(WholeFiles, ThatAreNoneAreRefusedWithoutAWait) {
     }
     EXPECT_FALSE(openRegularFile(path("missing")).isOpen());
     EXPECT_EQ(ENOENT, errno);
+}
+
+class TransfersTest : public WholeFiles {
+protected:
+    TransfersTest() { WrappedCalls::reset(); }
+    ~TransfersTest() override { WrappedCalls::reset(); }
+
+    FileDescriptor openFile(int flags) const {
+        return FileDescriptor(open(path("file").c_str(), flags | O_CREAT | O_CLOEXEC, 0600));
+    }
+};
+
+TEST_F(TransfersTest, GoOnAfterASignal) {
+    WrappedCalls::get().interruptions = 3;
+    EXPECT_EQ(6u, writeFully(openFile(O_WRONLY).get(), "abcdef"));
+    EXPECT_EQ(0, WrappedCalls::get().interruptions);
+    WrappedCalls::get().interruptions = 3;
+    char bytes[7] = "";
+    EXPECT_EQ(6u, readFully(openFile(O_RDONLY).get(), bytes, 6));
+    EXPECT_EQ(0, errno);
+    EXPECT_EQ(0, WrappedCalls::get().interruptions);
+    EXPECT_STREQ("abcdef", bytes);
+}
+
+TEST_F(TransfersTest, AreWholeInWhateverPiecesTheyCome) {
+    for (const std::size_t most : {1u, 2u, 5u}) {
+        WrappedCalls::get().mostBytes = most;
+        EXPECT_EQ(6u, writeFully(openFile(O_WRONLY | O_TRUNC).get(), "abcdef"));
+        char bytes[8] = "";
+        EXPECT_EQ(6u, readFully(openFile(O_RDONLY).get(), bytes, 7));
+        EXPECT_EQ(0, errno) << "the file has ended";
+        EXPECT_STREQ("abcdef", bytes);
+    }
+}
+
+TEST_F(TransfersTest, ThatFailInTheMiddleTellHowFarTheyCameAndWhy) {
+    WrappedCalls::get().mostBytes = 2;
+    WrappedCalls::get().transfersBeforeError = 2;
+    WrappedCalls::get().transferError = EIO;
+    EXPECT_EQ(4u, writeFully(openFile(O_WRONLY).get(), "abcdef"));
+    EXPECT_EQ(EIO, errno);
+    WrappedCalls::get().transfersBeforeError = 1;
+    char bytes[7] = "";
+    EXPECT_EQ(2u, readFully(openFile(O_RDONLY).get(), bytes, 6));
+    EXPECT_EQ(EIO, errno);
+    EXPECT_STREQ("ab", bytes);
+    WrappedCalls::get().transfersBeforeError = 1;
+    EXPECT_FALSE(readWhole(openFile(O_RDONLY).get(), 100, m_content));
+    EXPECT_EQ(EIO, errno);
+    EXPECT_EQ("", m_content);
 }
 
 TEST_F(WholeFiles, ThatCannotBeReadSaySo) {

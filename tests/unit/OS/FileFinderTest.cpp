@@ -107,6 +107,13 @@ TEST_F(FileFinderTest, APatternFileFinderUsesItsPatternExactlyAsGiven) {
     EXPECT_THAT(findExactly(""), IsEmpty());
 }
 
+TEST_F(FileFinderTest, WhatStandsBehindAStarIsNoneOfWhatStandsBeforeIt) {
+    for (const char* name : {"ab", "aab", "aaab", "aaxab", "aabab", "aaba"}) {
+        makeFile(name);
+    }
+    EXPECT_THAT(findExactly("aa*ab"), ElementsAre("aaab", "aabab", "aaxab"));
+}
+
 TEST_F(FileFinderTest, TheEnumerationDescendsIntoSubfolders) {
     makeFolder("Logs");
     makeFolder("Logs/old");

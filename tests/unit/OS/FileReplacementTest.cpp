@@ -303,6 +303,29 @@ TEST_F(FileReplacementTest, FailsForADescriptorThatIsNotOpen) {
 
 // ---- Disks and folders that do not let it
 
+TEST_F(FileReplacementTest, ADiskThatFailsAtTheLastByteLeavesTheOldContentWhole) {
+    writeFile(m_file, "old");
+    WrappedCalls::get().mostBytes = 1;
+    WrappedCalls::get().transfersBeforeError = 2;
+    WrappedCalls::get().transferError = EIO;
+    EXPECT_FALSE(FileReplacement::replace(m_file, "new"));
+    EXPECT_EQ(EIO, errno);
+    WrappedCalls::reset();
+    EXPECT_EQ("old", readFile(m_file));
+    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+}
+
+TEST_F(FileReplacementTest, SignalsDoNotDisturbIt) {
+    for (const std::string content : {"n", "new"}) {
+        WrappedCalls::get().interruptions = 2;
+        WrappedCalls::get().lockInterruptions = 2;
+        EXPECT_TRUE(FileReplacement::replace(m_file, content));
+        EXPECT_EQ(0, WrappedCalls::get().interruptions);
+        EXPECT_EQ(0, WrappedCalls::get().lockInterruptions);
+        EXPECT_EQ(content, readFile(m_file));
+    }
+}
+
 TEST_F(FileReplacementTest, AFullDiskLeavesTheOldContentWhole) {
     writeFile(m_file, "old");
     EXPECT_TRUE(inAnotherProcess([&] {

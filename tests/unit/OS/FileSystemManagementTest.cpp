@@ -156,10 +156,12 @@ TEST_F(FileSystemManagementTest, CreateFolderTakesPathsFromTheCurrentFolder) {
     const int before = open(".", O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(0, chdir(m_folder.path().c_str()));
     EXPECT_TRUE(createFolder("x"));
+    EXPECT_TRUE(createFolder("a/b"));
     EXPECT_TRUE(createFolder("./y/../z"));
     ASSERT_EQ(0, fchdir(before));
     close(before);
     EXPECT_TRUE(isFolder(m_folder / "x"));
+    EXPECT_TRUE(isFolder(m_folder / "a/b"));
     EXPECT_TRUE(isFolder(m_folder / "z"));
 }
 

@@ -130,12 +130,27 @@ TEST_F(KFThreadTest, ExecutesItsBodyOnAThreadOfItsOwn) {
 
 TEST_F(KFThreadTest, TheBodyKnowsItsOwnHandle) {
     bool same = false;
-    BodyThread thread([&same](BodyThread& self) {
+    Gate compared;
+    WrappedCalls::get().afterThreadCreated = [&compared] { compared.wait(); };
+    BodyThread thread([&](BodyThread& self) {
         same = pthread_equal(self.getHandle(), KFThread::getCurrentThreadId()) != 0;
+        compared.open();
     });
     ASSERT_TRUE(thread.start());
     thread.stop();
-    EXPECT_TRUE(same);
+    EXPECT_TRUE(same) << "also before its owner knows it";
+}
+
+TEST_F(KFThreadTest, TheOwnerKnowsTheHandleOfAThreadThatHasNotBegun) {
+    Gate begin;
+    pthread_t idInBody = pthread_self();
+    WrappedCalls::get().beforeThreadBody = [&begin] { begin.wait(); };
+    BodyThread thread([&idInBody](BodyThread&) { idInBody = KFThread::getCurrentThreadId(); });
+    ASSERT_TRUE(thread.start());
+    const pthread_t told = thread.getHandle();
+    begin.open();
+    thread.stop();
+    EXPECT_TRUE(pthread_equal(told, idInBody));
 }
 
 TEST_F(KFThreadTest, IsRunningFromStartUntilTheBodyHasReturned) {

@@ -6,9 +6,11 @@
 
 TEST(LargeBuffer, HoldsAsManyBytesAsWereAskedFor) {
     for (const std::size_t bytes :
-         {std::size_t{1}, std::size_t{65536}, LARGE_BUFFER_UNIT, 2 * LARGE_BUFFER_UNIT + 12345}) {
+         {std::size_t{1}, std::size_t{65536}, LARGE_BUFFER_UNIT - 1, LARGE_BUFFER_UNIT, LARGE_BUFFER_UNIT + 1,
+          2 * LARGE_BUFFER_UNIT + 12345}) {
         const LargeBuffer buffer = makeLargeBuffer(bytes);
         ASSERT_NE(buffer, nullptr);
+        ASSERT_GE(buffer.get_deleter().bytes, bytes);
         std::memset(buffer.get(), 'x', bytes);
         EXPECT_EQ(buffer[0], 'x');
         EXPECT_EQ(buffer[bytes - 1], 'x');

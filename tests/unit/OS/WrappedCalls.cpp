@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -102,6 +103,10 @@ SUBSTITUTE(int, fsync, (int descriptor)) {
 }
 
 SUBSTITUTE(int, flock, (int descriptor, int operation)) {
+    if (WrappedCalls::get().lockInterruptions > 0) {
+        --WrappedCalls::get().lockInterruptions;
+        return failWith(EINTR);
+    }
     if (WrappedCalls::get().lockError != 0) {
         return failWith(WrappedCalls::get().lockError);
     }
@@ -109,6 +114,32 @@ SUBSTITUTE(int, flock, (int descriptor, int operation)) {
         return failWith(EBADF);
     }
     return ORIGINAL(flock)(descriptor, operation);
+}
+
+/// How many bytes the next transfer takes of those that are asked for; -1, with errno set, where it fails.
+static ssize_t boundOfTransfer(std::size_t size) {
+    WrappedCalls& calls = WrappedCalls::get();
+    if (calls.interruptions > 0) {
+        --calls.interruptions;
+        return failWith(EINTR);
+    }
+    if (calls.transfersBeforeError == 0) {
+        return failWith(calls.transferError);
+    }
+    if (calls.transfersBeforeError > 0) {
+        --calls.transfersBeforeError;
+    }
+    return static_cast<ssize_t>(calls.mostBytes != 0 && calls.mostBytes < size ? calls.mostBytes : size);
+}
+
+SUBSTITUTE(ssize_t, read, (int descriptor, void* to, std::size_t size)) {
+    const ssize_t bound = boundOfTransfer(size);
+    return bound < 0 ? bound : ORIGINAL(read)(descriptor, to, static_cast<std::size_t>(bound));
+}
+
+SUBSTITUTE(ssize_t, write, (int descriptor, const void* from, std::size_t size)) {
+    const ssize_t bound = boundOfTransfer(size);
+    return bound < 0 ? bound : ORIGINAL(write)(descriptor, from, static_cast<std::size_t>(bound));
 }
 
 SUBSTITUTE(int, link, (const char* from, const char* to)) {
@@ -129,10 +160,39 @@ SUBSTITUTE(int, rename, (const char* from, const char* to)) {
     return error != 0 ? failWith(error) : ORIGINAL(rename)(from, to);
 }
 
+namespace {
+
+struct DelayedThread {
+    void* (*entry)(void*);
+    void* arg;
+    std::function<void()> before;
+};
+
+void* startDelayed(void* arg) {
+    const std::unique_ptr<DelayedThread> thread(static_cast<DelayedThread*>(arg));
+    thread->before();
+    return thread->entry(thread->arg);
+}
+
+} // namespace
+
 SUBSTITUTE(int, pthread_create,
            (pthread_t * handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg)) {
-    const int error = WrappedCalls::get().pthreadCreateError;
-    return error != 0 ? error : ORIGINAL(pthread_create)(handle, attr, entry, arg);
+    const WrappedCalls& calls = WrappedCalls::get();
+    if (calls.pthreadCreateError != 0) {
+        return calls.pthreadCreateError;
+    }
+    if (calls.beforeThreadBody) {
+        auto* const delayed = new DelayedThread{entry, arg, calls.beforeThreadBody};
+        return ORIGINAL(pthread_create)(handle, attr, startDelayed, delayed);
+    }
+    pthread_t created;
+    const int result = ORIGINAL(pthread_create)(&created, attr, entry, arg);
+    if (calls.afterThreadCreated) {
+        calls.afterThreadCreated();
+    }
+    *handle = created;
+    return result;
 }
 
 SUBSTITUTE(int, pthread_join, (pthread_t handle, void** result)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@
 struct WrappedCalls {
     // Requests: the result to return instead of calling the system.
     int pthreadCreateError = 0;
+    std::function<void()> beforeThreadBody;   // pthread_create: what the new thread does first
+    std::function<void()> afterThreadCreated; // and what the caller does before it learns of the new thread
     int attrInitError = 0;
     int setDetachStateError = 0;
     int mutexError = 0; // of locking, trying and unlocking any mutex
@@ -22,8 +25,15 @@ struct WrappedCalls {
     int folderFlushError = 0;
     int renameError = 0;
     int lockError = 0;
+    int lockInterruptions = 0; // so many locks are interrupted by a signal first
     int accessListError = 0;
     int linkError = 0;
+    // read and write, of anything: so many calls are interrupted by a signal first, no call takes more bytes than that
+    // (0: no bound), and so many succeed (-1: all) before one fails with the error.
+    int interruptions = 0;
+    std::size_t mostBytes = 0;
+    int transfersBeforeError = -1;
+    int transferError = 0;
     std::function<void()> beforeModeChange; // what happens just before an fchmod
     bool locksNeedWriting = false;          // flock: EBADF for a descriptor that only reads, as on NFS
 

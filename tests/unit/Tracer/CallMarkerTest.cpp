@@ -163,6 +163,24 @@ TEST_F(CallMarking, FieldsAreThoseOfTheConstructor) {
     EXPECT_FALSE(destructor.isConstructor());
 }
 
+TEST_F(CallMarking, EqualTextsHaveOneSiteWhereverTheyLie) {
+    const std::string text = "twice";
+    const std::string copy = text;
+    const CallMarker first(text.c_str());
+    const CallMarker second(copy.c_str());
+    EXPECT_EQ(&first.getSite(), &second.getSite());
+    const CallMarker method(text.c_str(), nullptr);
+    EXPECT_NE(&first.getSite(), &method.getSite()) << "a signature is another text than a name";
+    const CallMarker constructor("Some", text.c_str(), true, nullptr);
+    const CallMarker destructor("Some", text.c_str(), false, nullptr);
+    const CallMarker other("Other", text.c_str(), true, nullptr);
+    EXPECT_NE(&first.getSite(), &constructor.getSite());
+    EXPECT_NE(&constructor.getSite(), &destructor.getSite());
+    EXPECT_NE(&constructor.getSite(), &other.getSite());
+    const CallMarker again("Some", copy.c_str(), true, nullptr);
+    EXPECT_EQ(&constructor.getSite(), &again.getSite());
+}
+
 TEST_F(CallMarking, AMessageThatIsRefusedInTheMiddleIsFormattedFromItsBeginning) {
     traceEverything();
     {

@@ -28,6 +28,7 @@ TEST(NamePattern, LeadingStarCoversWhatEndsSo) {
     EXPECT_TRUE(isNameCovered("*Worker", "Worker"));
     EXPECT_FALSE(isNameCovered("*Worker", "WorkerMain"));
     EXPECT_FALSE(isNameCovered("*Worker", "Work"));
+    EXPECT_FALSE(isNameCovered("*Worker", "Forker"));
 }
 
 TEST(NamePattern, LeadingStarDeliberatelyLooksAtTheFirstOccurrenceOnly) {

@@ -73,6 +73,26 @@ TEST_F(ThreadTracing, BarsMarkTheUnits) {
     EXPECT_THAT(lines(), ElementsAre("a\n", "| b\n", "| | <- b\n", "| <- a\n"));
 }
 
+TEST_F(ThreadTracing, EveryDepthHasItsBars) {
+    constexpr std::size_t DEPTH = 100; // more than a few copies of what is kept ready
+    for (const bool bars : {true, false}) {
+        m_tracer.setBarIndentation(bars);
+        std::vector<std::string> expected;
+        std::string indentation;
+        std::vector<std::unique_ptr<CallMarker>> open;
+        for (std::size_t depth = 0; depth < DEPTH; ++depth) {
+            expected.push_back(indentation + "a\n");
+            indentation += bars ? "| " : "  ";
+            open.push_back(std::make_unique<CallMarker>("a"));
+        }
+        const std::vector<std::string> all = lines();
+        ASSERT_EQ(all.size(), bars ? DEPTH : 2 * DEPTH);
+        EXPECT_EQ(std::vector<std::string>(all.end() - DEPTH, all.end()), expected);
+        while (!open.empty())
+            open.pop_back();
+    }
+}
+
 TEST_F(ThreadTracing, ClockStandsBeforeTheThread) {
     m_tracer.setPrintTime(true);
     inner();

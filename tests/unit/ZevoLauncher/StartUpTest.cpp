@@ -15,14 +15,19 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sys/stat.h>
+#include <vector>
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -40,6 +45,16 @@ bool isFolder(const std::string& path) {
 bool exists(const std::string& path) {
     struct stat status;
     return stat(path.c_str(), &status) == 0;
+}
+
+std::vector<std::string> entriesOf(const std::string& folder) {
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(folder.c_str()), closedir);
+    while (const dirent* const entry = opened != nullptr ? readdir(opened.get()) : nullptr) {
+        if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
+            names.push_back(entry->d_name);
+    }
+    return names;
 }
 
 // The tracer, the logger and the crash handler are one per process: each start-up has a process of its own,
@@ -101,6 +116,14 @@ TEST_F(StartUpTest, TheLogFolderIsCreatedInTheUsersFolderUnderTheUpgradeCode) {
 
 TEST_F(StartUpTest, TheGlobalScopeIsTheUpgradeCode) {
     startUp([&] { EXPECT_EQ(m_data / "var/lib/Ferrow/Zevo/", AppData::getAllUsersDataPath()); });
+}
+
+TEST_F(StartUpTest, AllThatItMakesLiesInTheLogFolder) {
+    startUp();
+    EXPECT_THAT(entriesOf(m_data / "user"), ElementsAre("Ferrow"));
+    EXPECT_THAT(entriesOf(m_data / "user/Ferrow"), ElementsAre("Zevo"));
+    EXPECT_THAT(entriesOf(m_data / "user/Ferrow/Zevo"), ElementsAre("Logs"));
+    EXPECT_THAT(entriesOf(logFolder()), UnorderedElementsAre("launcher.lock", "log_0.txt", "trace_0.txt"));
 }
 
 TEST_F(StartUpTest, AnExistingLogFolderIsUsed) {

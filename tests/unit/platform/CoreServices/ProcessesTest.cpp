@@ -255,6 +255,18 @@ TEST_F(ClosedProcess, ThatClaimsToRunAnotherFileIsNotListed) {
     EXPECT_TRUE(areSeen({}));
 }
 
+// Nobody knows any more from which folder its path counted.
+TEST_F(ClosedProcess, StartedByARelativePathIsNotListed) {
+    makeFolders(inRoot("/A.app"));
+    copyExecutable(inRoot("/A.app/a"));
+    reportOf(runDirectly({"A.app/a"}, inRoot("/A.app/a")));
+    const int before = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(0, chdir(inRoot("").c_str()));
+    EXPECT_TRUE(areSeen({})) << "not even where the path happens to lead to the file";
+    ASSERT_EQ(0, fchdir(before));
+    close(before);
+}
+
 // ---- where the processes cannot be told
 
 class NoProcessList : public Processes {

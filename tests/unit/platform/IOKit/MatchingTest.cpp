@@ -22,6 +22,13 @@ protected:
         CFDictionarySetValue(matching, key, value);
         return matching;
     }
+    /// USB devices that have these properties. Consumes the dictionary.
+    static CFMutableDictionaryRef WithNested(CFMutableDictionaryRef nested) {
+        CFMutableDictionaryRef matching = IOServiceMatching("IOUSBDevice");
+        CFDictionarySetValue(matching, CFSTR("IOPropertyMatch"), nested);
+        CFRelease(nested);
+        return matching;
+    }
     static CFMutableDictionaryRef Empty() {
         return CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                          &kCFTypeDictionaryValueCallBacks);
@@ -108,11 +115,16 @@ TEST_F(Matching, TextsAndNamesMatch) {
 
 TEST_F(Matching, ANestedDictionaryNamesProperties) {
     PlugInComposite("/1-1", 1, 2);
-    CFMutableDictionaryRef nested = MatchingIds(1, 2);
-    CFMutableDictionaryRef matching = IOServiceMatching("IOUSBDevice");
-    CFDictionarySetValue(matching, CFSTR("IOPropertyMatch"), nested);
-    CFRelease(nested);
-    EXPECT_THAT(NamesOf(matching), ElementsAre("Modem"));
+    EXPECT_THAT(NamesOf(WithNested(MatchingIds(1, 2))), ElementsAre("Modem"));
+}
+
+TEST_F(Matching, ANestedDictionaryExcludesWhatLacksOneOfItsProperties) {
+    PlugInComposite("/1-1", 1, 2);
+    for (const auto& [vendor, product] : {std::pair(1, 3), std::pair(3, 2), std::pair(3, 3)})
+        EXPECT_THAT(NamesOf(WithNested(MatchingIds(vendor, product))), IsEmpty()) << vendor << "/" << product;
+    EXPECT_THAT(NamesOf(WithNested(WithValue(CFSTR("no such property"), CFSTR("1")))), IsEmpty());
+    EXPECT_THAT(NamesOf(WithNested(WithValue(CFSTR("idVendor"), kCFBooleanTrue))), IsEmpty());
+    EXPECT_THAT(NamesOf(WithNested(Empty())), ElementsAre("Modem"));
 }
 
 TEST_F(Matching, TheRootIsNoService) {
