@@ -4,6 +4,7 @@
 #include "CallMarker.h"
 #include "DataFolders.h"
 #include "ExecutableFolder.h"
+#include "FileSystemManagement.h"
 #include "KFExceptionHandler.h"
 #include "LogMessage.h"
 #include "Logger.h"
@@ -124,6 +125,19 @@ TEST_F(StartUpTest, AllThatItMakesLiesInTheLogFolder) {
     EXPECT_THAT(entriesOf(m_data / "user/Ferrow"), ElementsAre("Zevo"));
     EXPECT_THAT(entriesOf(m_data / "user/Ferrow/Zevo"), ElementsAre("Logs"));
     EXPECT_THAT(entriesOf(logFolder()), UnorderedElementsAre("launcher.lock", "log_0.txt", "trace_0.txt"));
+}
+
+// Whoever sets a machine up moves the logs of all its users that way.
+TEST_F(StartUpTest, TheMachinesLogFolderIsUsedWhereItHoldsAFileOfItsName) {
+    const std::string machines = m_data / "var/lib/Ferrow/Zevo/Logs";
+    EXPECT_TRUE(inAnotherProcess([&] { return FileSystemManagement::createFolder(machines); }));
+    writeFile(machines + "/logs", "");
+    startUp();
+    EXPECT_THAT(log(), HasSubstr("Starting Vurl"));
+    writeFile(machines + "/Logs", "");
+    startUp();
+    EXPECT_THAT(entriesOf(machines),
+                UnorderedElementsAre("Logs", "logs", "launcher.lock", "log_0.txt", "trace_0.txt"));
 }
 
 TEST_F(StartUpTest, AnExistingLogFolderIsUsed) {

@@ -6,6 +6,9 @@
 #include <functional>
 
 struct MockedUdev {
+    /// Instead of an errno: the call fails and leaves errno as it was.
+    static constexpr int SILENT = -1;
+
     /// errno of the next failure; 0 for none.
     int newFails = 0;
     int monitorFails = 0;

@@ -93,6 +93,16 @@ TEST_F(UdevFailures, AnyNumberOfMessagesThatCannotBeReadIsPassedOverAtOnce) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
+TEST_F(UdevFailures, AMessageThatIsNotOfInterestIsNotTakenForAnEarlierFailure) {
+    start();
+    m_bus.AddUsbDevice("1-1", "12d1", "1001");
+    MockedUdev::get().receiveFails = {ENOBUFS};
+    MockedUdev::get().refusals.assign(50, MockedUdev::SILENT);
+    EXPECT_EQ(PumpSays(), "IOKit: device events were lost; looking at all devices again\n");
+    EXPECT_EQ(MockedUdev::get().monitors, 1);
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
+}
+
 TEST_F(UdevFailures, AnEventThatThereIsNoMemoryForIsLost) {
     start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");

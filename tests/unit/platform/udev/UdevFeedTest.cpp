@@ -340,6 +340,21 @@ TEST_F(UdevFeedTest, DevicesBehindAHubHangOnTheHub) {
     EXPECT_THAT(Pumped(), ElementsAre("-Modem", "-Hub"));
 }
 
+TEST_F(UdevFeedTest, ADeviceThatIsAnnouncedBeforeItsHubWaitsForIt) {
+    start();
+    const std::string hub = m_bus.AddUsbDevice("1-2", "05e3", "0608", {}, {{"product", "Hub"}});
+    const std::string modem =
+        m_bus.add("usb", "1-2.4", hub, {{"idVendor", "12d1"}, {"idProduct", "1001"}, {"product", "Modem"}},
+                  {{"DEVTYPE", "usb_device"}});
+    EXPECT_THAT(Pumped(), ElementsAre("+Hub", "+Modem"));
+    m_devices.leaveAll();
+    m_bus.Announce(modem, "add");
+    EXPECT_THAT(Pumped(), IsEmpty());
+    m_bus.Announce(hub, "add");
+    EXPECT_THAT(Pumped(), ElementsAre("+Hub", "+Modem"));
+    EXPECT_EQ(Service("Modem")->path(), "IOService:/Hub@01000002/Modem@01000004");
+}
+
 TEST_F(UdevFeedTest, LocationsComeFromBusAndPort) {
     m_bus.AddUsbDevice("usb3", "1d6b", "0002", {}, {{"product", "root"}});
     m_bus.AddUsbDevice("3-1", "12d1", "0001", {}, {{"product", "one"}});
