@@ -1,5 +1,5 @@
-# Debian packages: zevolauncher, zevolauncher-tools, libzevo-framework-dev and zevolauncher-doc, made by `cpack` in a tree
-# of the preset "package"; `./zevo package` does both and checks the result.
+# Debian packages: zevolauncher, zevolauncher-tools, zevo-sim, libzevo-framework-dev and zevolauncher-doc, made by `cpack`
+# in a tree of the preset "package"; `./zevo package` does both and checks the result.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zevolauncher)
 set(CPACK_PACKAGE_VENDOR "The ZevoLauncher developers")
@@ -12,6 +12,10 @@ set(CPACK_SET_DESTDIR ON)
 # Of the same length: the component's package has the same place.
 set(CPACK_COMPONENTS_ALL Runtime Tools Development Documents)
 set(CPACK_ZEVO_PACKAGES zevolauncher zevolauncher-tools libzevo-framework-dev zevolauncher-doc)
+if(TARGET zevo-sim)
+  list(APPEND CPACK_COMPONENTS_ALL Simulator)
+  list(APPEND CPACK_ZEVO_PACKAGES zevo-sim)
+endif()
 set(CPACK_ZEVO_PACKAGING ${CMAKE_CURRENT_SOURCE_DIR})
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/needs-tools.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/finish.cmake)
@@ -30,7 +34,7 @@ connection manager and its notifier when that modem is there.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS zevolauncher-tools)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS zevolauncher-doc)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "zevolauncher-doc, zevo-sim")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zevolauncher-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
@@ -42,6 +46,19 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "tells what the launcher of a USB modem do
 zevo-check tells what is wrong with an installation, mends it, makes one for
 a modem, and gathers what a support ticket needs. zevo-trace tells from traces
 and logs what happened. Neither needs the launcher itself.")
+
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME zevo-sim)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SHLIBDEPS ON)
+# It has the library that is loaded into the programs on the bus, which no program names.
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS umockdev)
+# Modems by their names.
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_RECOMMENDS usb-modeswitch-data)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SUGGESTS "zevolauncher, zevolauncher-doc")
+set(CPACK_COMPONENT_SIMULATOR_DESCRIPTION "virtual USB bus for trying the launcher without hardware
+zevo-sim gives a program a USB bus of its own, onto which modems are plugged,
+switched and unplugged by commands or by a script with expectations. It needs
+no launcher: any program that reads udev can be run on the bus.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzevo-framework-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
