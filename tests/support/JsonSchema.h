@@ -3,16 +3,24 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <set>
+#include <stdexcept>
 #include <string>
 
-/// Whether a value is as a schema says; knows as much of the language as the schemas in docs/schemas use.
+/// Whether a value is as a schema says; knows as much of the language as the schemas in docs/schemas use, and refuses more.
 class JsonSchema {
 public:
     explicit JsonSchema(nlohmann::json schema) : m_schema(std::move(schema)) {}
 
     /// @param pointer to the part of the schema that is meant; empty: all of it
     void expectValid(const nlohmann::json& value, const std::string& pointer = {}) const {
-        check(value, m_schema.at(nlohmann::json::json_pointer(pointer)), "it");
+        EXPECT_EQ(violationIn(value, pointer), "");
+    }
+
+    /// What is wrong first, with its place in the value, which begins as "it"; empty when nothing is.
+    std::string violationIn(const nlohmann::json& value, const std::string& pointer = {}) const {
+        return violation(value, m_schema.at(nlohmann::json::json_pointer(pointer)), "it");
     }
 
 private:
@@ -25,40 +33,90 @@ private:
                : type == "number"  ? value.is_number()
                : type == "array"   ? value.is_array()
                : type == "null"    ? value.is_null()
-                                   : value.is_object();
+               : type == "object"  ? value.is_object()
+                                   : throw std::logic_error("the schema has an unknown type: " + type);
     }
 
     static bool isOfAny(const json& value, const json& types) {
         if (types.is_string())
             return isOfType(value, types);
-        for (const json& type : types) {
-            if (isOfType(value, type))
-                return true;
-        }
-        return false;
+        return std::any_of(types.begin(), types.end(),
+                           [&value](const json& type) { return isOfType(value, type); });
     }
 
-    void check(const json& value, const json& given, const std::string& where) const {
-        const json& wanted =
-            given.contains("$ref")
-                ? m_schema.at(json::json_pointer(given.at("$ref").get<std::string>().substr(1)))
-                : given;
-        ASSERT_TRUE(isOfAny(value, wanted.at("type"))) << where << ": " << value;
-        if (wanted.contains("minimum")) {
-            EXPECT_GE(value.get<long>(), wanted.at("minimum").get<long>()) << where;
+    static void requireKnownWords(const json& schema) {
+        static const std::set<std::string> KNOWN = {
+            "$defs", "$ref",  "$schema", "additionalProperties", "anyOf",    "definitions", "description",
+            "enum",  "items", "minimum", "properties",           "required", "title",       "type"};
+        for (const auto& [word, unused] : schema.items()) {
+            if (KNOWN.count(word) == 0)
+                throw std::logic_error("JsonSchema.h does not know the schema's word " + word);
         }
-        if (value.is_array()) {
-            for (const json& item : value)
-                check(item, wanted.at("items"), where + "[]");
+    }
+
+    std::string violation(const json& value, const json& schema, const std::string& where) const {
+        requireKnownWords(schema);
+        if (schema.contains("$ref"))
+            return violation(value,
+                             m_schema.at(json::json_pointer(schema.at("$ref").get<std::string>().substr(1))),
+                             where);
+        if (schema.contains("anyOf"))
+            return violationOfAll(value, schema.at("anyOf"), where);
+        if (schema.contains("enum")) {
+            const json& listed = schema.at("enum");
+            return std::find(listed.begin(), listed.end(), value) == listed.end()
+                       ? where + ": " + value.dump() + " is not one of " + listed.dump()
+                       : "";
         }
-        if (!value.is_object())
-            return;
-        for (const json& name : wanted.at("required"))
-            EXPECT_TRUE(value.contains(name.get<std::string>())) << where << " lacks " << name;
+        const json& types = schema.at("type");
+        if (!isOfAny(value, types))
+            return where + ": " + value.dump() + " is no " + types.dump();
+        if (value.is_number() && schema.contains("minimum") &&
+            value.get<double>() < schema.at("minimum").get<double>())
+            return where + ": " + value.dump() + " is less than " + schema.at("minimum").dump();
+        if (value.is_array())
+            return violationOfItems(value, schema.at("items"), where);
+        return value.is_object() ? violationOfMembers(value, schema, where) : "";
+    }
+
+    std::string violationOfAll(const json& value, const json& choices, const std::string& where) const {
+        std::string violations;
+        for (const json& choice : choices) {
+            const std::string found = violation(value, choice, where);
+            if (found.empty())
+                return "";
+            violations += (violations.empty() ? "" : "; ") + found;
+        }
+        return violations;
+    }
+
+    std::string violationOfItems(const json& value, const json& items, const std::string& where) const {
+        for (std::size_t i = 0; i < value.size(); ++i) {
+            const std::string found = violation(value[i], items, where + "[" + std::to_string(i) + "]");
+            if (!found.empty())
+                return found;
+        }
+        return "";
+    }
+
+    std::string violationOfMembers(const json& value, const json& schema, const std::string& where) const {
+        for (const json& name : schema.value("required", json::array())) {
+            if (!value.contains(name.get<std::string>()))
+                return where + " lacks " + name.dump();
+        }
+        // A schema that passes over what it does not describe would hide a member that was forgotten.
+        const json& others = schema.at("additionalProperties");
+        const json properties = schema.value("properties", json::object());
         for (const auto& [name, member] : value.items()) {
-            ASSERT_TRUE(wanted.at("properties").contains(name)) << where << " has " << name;
-            check(member, wanted.at("properties").at(name), where + "." + name);
+            const bool isDescribed = properties.contains(name);
+            if (!isDescribed && !others.is_object())
+                return where + " has " + name + ", which is not described";
+            const std::string found =
+                violation(member, isDescribed ? properties.at(name) : others, where + "." + name);
+            if (!found.empty())
+                return found;
         }
+        return "";
     }
 
     json m_schema;

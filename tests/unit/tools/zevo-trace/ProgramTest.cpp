@@ -1,4 +1,6 @@
 #include "Bundle.h"
+#include "JsonSchema.h"
+#include "TextFile.h"
 #include "TraceFiles.h"
 
 #include <algorithm>
@@ -258,64 +260,6 @@ TEST_F(ProgramTest, EveryOptionIsInTheManualAndInTheCompletions) {
     EXPECT_GT(options, 25u);
 }
 
-namespace {
-
-bool hasType(const nlohmann::json& value, const std::string& type) {
-    return type == "object"    ? value.is_object()
-           : type == "array"   ? value.is_array()
-           : type == "string"  ? value.is_string()
-           : type == "integer" ? value.is_number_integer()
-           : type == "number"  ? value.is_number()
-           : type == "boolean" ? value.is_boolean()
-                               : value.is_null();
-}
-
-/// As much of JSON Schema as the tools' schemas use; what is wrong, empty when nothing is.
-std::string violationOf(const nlohmann::json& value, const nlohmann::json& schema, const std::string& place) {
-    if (schema.contains("anyOf")) {
-        std::string violations;
-        for (const nlohmann::json& choice : schema["anyOf"]) {
-            const std::string violation = violationOf(value, choice, place);
-            if (violation.empty())
-                return "";
-            violations += violation;
-        }
-        return violations;
-    }
-    if (schema.contains("enum"))
-        return std::find(schema["enum"].begin(), schema["enum"].end(), value) == schema["enum"].end()
-                   ? place + ": " + value.dump() + " is not listed\n"
-                   : "";
-    const nlohmann::json types =
-        schema["type"].is_array() ? schema["type"] : nlohmann::json::array({schema["type"]});
-    if (std::none_of(types.begin(), types.end(),
-                     [&](const nlohmann::json& type) { return hasType(value, type); }))
-        return place + ": " + value.dump() + " is no " + types.dump() + "\n";
-    if (value.is_array())
-        for (const nlohmann::json& item : value)
-            if (const std::string violation = violationOf(item, schema["items"], place + "[]");
-                !violation.empty())
-                return violation;
-    if (!value.is_object())
-        return "";
-    for (const nlohmann::json& name : schema.value("required", nlohmann::json::array()))
-        if (!value.contains(name.get<std::string>()))
-            return place + ": lacks " + name.dump() + "\n";
-    for (const auto& [name, child] : value.items()) {
-        const bool isKnown = schema.contains("properties") && schema["properties"].contains(name);
-        if (!isKnown && !schema["additionalProperties"].is_object())
-            return place + ": " + name + " is not described\n";
-        const nlohmann::json& childSchema =
-            isKnown ? schema["properties"][name] : schema["additionalProperties"];
-        if (const std::string violation = violationOf(child, childSchema, place + "." + name);
-            !violation.empty())
-            return violation;
-    }
-    return "";
-}
-
-} // namespace
-
 TEST_F(ProgramTest, JsonIsAsItsSchemaDescribesIt) {
     m_files.write(
         "trace_0.txt",
@@ -341,15 +285,14 @@ TEST_F(ProgramTest, JsonIsAsItsSchemaDescribesIt) {
     m_files.write("log_0.txt",
                   "[10:00:00-001][LEVEL_0]  * Product Name : Quillmarsh\n[10:00:00-002][ERROR  ] trouble\n",
                   at(10, 0, 1));
-    std::ifstream file(ZEVO_TRACE_SCHEMA);
-    const nlohmann::json schemas = nlohmann::json::parse(file)["$defs"];
+    const JsonSchema schema(nlohmann::json::parse(readFile(ZEVO_TRACE_SCHEMA)));
     for (const auto& [name, words] :
          {std::pair("why", "why --json ."), std::pair("summary", "summary --json ."),
           std::pair("crash", "crash --json ."), std::pair("diff", "diff --json . other.txt")})
-        EXPECT_EQ("", violationOf(nlohmann::json::parse(run(words).output), schemas[name], name));
+        schema.expectValid(nlohmann::json::parse(run(words).output), std::string("/$defs/") + name);
     std::istringstream lines(run("export --json-lines .").output);
     std::size_t count = 0;
     for (std::string line; std::getline(lines, line); ++count)
-        EXPECT_EQ("", violationOf(nlohmann::json::parse(line), schemas["line"], "line"));
+        schema.expectValid(nlohmann::json::parse(line), "/$defs/line");
     EXPECT_GT(count, 15u);
 }
