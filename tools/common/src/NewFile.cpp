@@ -17,12 +17,14 @@ namespace {
 
 } // namespace
 
-NewFile::NewFile(std::string path)
-    : m_path(std::move(path)), m_file(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)) {
+NewFile::NewFile(std::string path) : m_path(std::move(path)) {
+    const HeldInterruptions held;
+    m_file = open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (m_file < 0 && errno == EEXIST)
         throw UsageError(m_path + " is there already; give another file");
     if (m_file < 0)
         complain(m_path);
+    m_unfinished.emplace(m_path);
 }
 
 NewFile::~NewFile() {
@@ -45,10 +47,13 @@ void NewFile::write(std::string_view text) {
 void NewFile::keep() {
     const int file = m_file;
     m_file = -1;
-    if (close(file) == 0)
-        return;
+    const bool isWhole = close(file) == 0;
     const int reason = errno;
-    unlink(m_path.c_str());
+    if (!isWhole)
+        unlink(m_path.c_str());
+    m_unfinished.reset();
+    if (isWhole)
+        return;
     errno = reason;
     complain(m_path);
 }

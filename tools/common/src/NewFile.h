@@ -1,5 +1,8 @@
 #pragma once
 
+#include "UnfinishedFile.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -7,7 +10,7 @@ namespace Zevo {
 
 /**
  * A result that goes to a file which was not there before: nobody's file is written over, and what did not become
- * whole is removed again. For its owner's eyes only, as traces and logs are.
+ * whole is removed again, also when Ctrl-C ends the program. For its owner's eyes only, as traces and logs are.
  */
 class NewFile {
 public:
@@ -28,7 +31,8 @@ public:
 
 private:
     std::string m_path;
-    int m_file;
+    int m_file = -1;
+    std::optional<UnfinishedFile> m_unfinished;
 };
 
 } // namespace Zevo

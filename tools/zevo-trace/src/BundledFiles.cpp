@@ -2,7 +2,9 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -16,6 +18,32 @@ constexpr std::size_t BLOCK = std::size_t{1} << 16U;
 [[noreturn]] void complainOfRoom(const std::string& path) {
     throw std::runtime_error(path + ": cannot be unpacked: " + std::strerror(errno));
 }
+
+/** What a bundle holds so far, by its own words, which nothing of it exceeds: also what nobody wants has to be gone through. */
+class Total {
+public:
+    Total(const std::string& path, const BundleLimits& limits) : m_path(path), m_limits(limits) {}
+
+    void add(archive_entry* entry) {
+        if (++m_files > m_limits.files)
+            complain(fmt::format("holds more than {} files", m_limits.files));
+        const auto size = static_cast<std::uint64_t>(std::max<la_int64_t>(0, archive_entry_size(entry)));
+        if (size > m_limits.bytes - m_bytes)
+            complain(fmt::format("holds more than {} MB", m_limits.bytes / 1'000'000));
+        m_bytes += size;
+    }
+
+private:
+    [[noreturn]] void complain(const std::string& what) const {
+        throw std::runtime_error(
+            fmt::format("{}: {}; unpack what is needed of it, and name the folder", m_path, what));
+    }
+
+    const std::string& m_path;
+    const BundleLimits& m_limits;
+    std::size_t m_files = 0;
+    std::uint64_t m_bytes = 0;
+};
 
 /** What is unpacked of the entry at hand; `isWhole` tells whether that is all of it. */
 BundledFile unpack(archive* packed, archive_entry* entry, const std::string& path, bool& isWhole) {
@@ -52,18 +80,20 @@ bool isBundle(const std::string& path) {
 
 std::vector<BundledFile> unpackBundle(const std::string& path,
                                       const std::function<bool(const std::string& name)>& isWanted,
-                                      std::vector<std::string>& notes) {
+                                      std::vector<std::string>& notes, const BundleLimits& limits) {
     const std::unique_ptr<archive, int (*)(archive*)> packed(archive_read_new(), &archive_read_free);
     archive_read_support_format_tar(packed.get());
     archive_read_support_filter_gzip(packed.get());
     std::vector<BundledFile> files;
     archive_entry* entry = nullptr;
     bool isKnown = false, isWhole = true;
+    Total total(path, limits);
     int result = archive_read_open_filename(packed.get(), path.c_str(), BLOCK);
     while (result >= ARCHIVE_WARN && isWhole &&
            (result = archive_read_next_header(packed.get(), &entry)) >= ARCHIVE_WARN &&
            result != ARCHIVE_EOF) {
         isKnown = true;
+        total.add(entry);
         const char* const name = archive_entry_pathname(entry);
         if (archive_entry_filetype(entry) == AE_IFREG && name != nullptr && isWanted(name))
             files.push_back(unpack(packed.get(), entry, path, isWhole));

@@ -31,7 +31,8 @@ std::string writerScript() {
 
 } // namespace
 
-ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPath(path + ".part") {
+ParquetFile::ParquetFile(const std::string& path)
+    : m_path(path), m_unfinishedPath(path + ".part"), m_unfinished(m_unfinishedPath) {
     if (access(path.c_str(), F_OK) == 0)
         throw UsageError(path + " is there already; give another file");
     std::string words[] = {"node", writerScript(), "parquet", m_unfinishedPath};
@@ -46,7 +47,7 @@ ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPa
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
     posix_spawn_file_actions_addclose(&actions, ends[0]);
-    const int failure = posix_spawnp(&m_writer, words[0].c_str(), &actions, nullptr, arguments, environ);
+    const int failure = start(words[0].c_str(), actions, arguments);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[0]);
     if (failure == 0)
@@ -56,6 +57,20 @@ ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPa
         std::string("node cannot be started (") + std::strerror(failure) +
         "): Parquet is written by DuckDB, which needs Node.js; install nodejs and npm, then: "
         "npm install --global @duckdb/node-api");
+}
+
+int ParquetFile::start(const char* program, const posix_spawn_file_actions_t& actions,
+                       char* const* arguments) {
+    const HeldInterruptions held;
+    posix_spawnattr_t attributes; // the writer does not hold them back
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &held.before());
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int failure = posix_spawnp(&m_writer, program, &actions, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    if (failure == 0)
+        m_unfinished.isWrittenBy(m_writer);
+    return failure;
 }
 
 ParquetFile::~ParquetFile() {
@@ -69,6 +84,11 @@ ParquetFile::~ParquetFile() {
 }
 
 int ParquetFile::waitForWriter() {
+    // Its number is nobody else's until the second wait.
+    siginfo_t end;
+    while (waitid(P_PID, static_cast<id_t>(m_writer), &end, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    m_unfinished.isWrittenBy(0);
     int status = 0;
     while (waitpid(m_writer, &status, 0) < 0 && errno == EINTR) {
     }

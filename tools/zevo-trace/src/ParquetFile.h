@@ -1,5 +1,8 @@
 #pragma once
 
+#include "UnfinishedFile.h"
+
+#include <spawn.h>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
@@ -8,7 +11,7 @@ namespace Zevo {
 
 /**
  * A Parquet file of a journal's JSON lines, written by DuckDB's own writer in a process beside this one. Under its name
- * stands a whole file or none.
+ * stands a whole file or none, and beside it nothing, also when Ctrl-C ends this program.
  */
 class ParquetFile {
 public:
@@ -28,10 +31,12 @@ public:
 
 private:
     [[noreturn]] void complain();
+    int start(const char* program, const posix_spawn_file_actions_t& actions, char* const* arguments);
     int waitForWriter();
 
     std::string m_path;
     std::string m_unfinishedPath;
+    UnfinishedFile m_unfinished;
     pid_t m_writer = -1;
     int m_input = -1; // of the writer
 };

@@ -105,7 +105,18 @@ std::vector<std::string> pathsOf(const Options& options) {
 [[noreturn]] void complainOfNothing(const std::vector<std::string>& paths) {
     throw std::runtime_error(
         "no trace and no log in " + fmt::format("{}", fmt::join(paths, ", ")) +
-        ": the launcher did not run with this folder, or its configuration switches both off");
+        ". The launcher did not run with this folder; or its configuration switches both off, or hides every "
+        "thread or call; or a syntax error in the trace's configuration ended it at its start (zevo-check "
+        "tells)");
+}
+
+[[noreturn]] void complainOfNoRun(const std::vector<std::string>& paths, int wanted, int last) {
+    if (last == 0)
+        throw std::runtime_error(
+            "no trace in " + fmt::format("{}", fmt::join(paths, ", ")) +
+            ", only a log, which does not tell: the trace's configuration switches it off, or lets no thread "
+            "(TRACE_THE_THREAD) or no call (TRACE_THE_CALL) through");
+    throw UsageError(fmt::format("there is no run {}; the last one is {}", wanted, last));
 }
 
 FilterRules rulesOf(const Options& options) {
@@ -207,7 +218,7 @@ ExitStatus why(const Options& options) {
     const int last = stories.empty() ? 0 : stories.back().run;
     stories.erase(std::remove_if(stories.begin(), stories.end(), isUnwanted), stories.end());
     if (stories.empty())
-        throw UsageError(fmt::format("there is no run {}; the last one is {}", options.run, last));
+        complainOfNoRun(paths, options.run, last);
     if (options.json) {
         nlohmann::ordered_json runs = nlohmann::ordered_json::array();
         for (const RunStory& story : stories)

@@ -3,11 +3,13 @@
 #include "TemporaryFolder.h"
 #include "Tool.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using ::testing::HasSubstr;
@@ -22,6 +24,25 @@ protected:
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
     bool isThere() const { return access(m_path.c_str(), F_OK) == 0; }
+    /// How a child ends that gets the signal with a file half written, or with one that it keeps.
+    int endOfChild(
+        int signal, void (*before)() = [] {}, bool isKept = false) const {
+        const pid_t child = fork();
+        if (child == 0) {
+            before();
+            NewFile file(m_path);
+            file.write("half");
+            if (isKept)
+                file.keep();
+            raise(signal);
+            file.write(", whole");
+            file.keep();
+            _exit(0);
+        }
+        int status = -1;
+        EXPECT_EQ(child, waitpid(child, &status, 0));
+        return status;
+    }
     TemporaryFolder m_folder;
     std::string m_path = m_folder / "result";
 };
@@ -46,6 +67,26 @@ TEST_F(NewFileTest, WhatDidNotBecomeWholeIsRemoved) {
         EXPECT_TRUE(isThere());
     }
     EXPECT_FALSE(isThere());
+}
+
+TEST_F(NewFileTest, AlsoWhenCtrlCEndsTheProgram) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const int status = endOfChild(signal);
+        EXPECT_TRUE(WIFSIGNALED(status)) << status;
+        EXPECT_EQ(signal, WTERMSIG(status));
+        EXPECT_FALSE(isThere());
+    }
+}
+
+TEST_F(NewFileTest, ASignalThatIsIgnoredChangesNothing) {
+    EXPECT_EQ(0, endOfChild(SIGHUP, [] { std::signal(SIGHUP, SIG_IGN); }));
+    EXPECT_EQ("half, whole", text());
+}
+
+TEST_F(NewFileTest, WhatWasKeptStays) {
+    EXPECT_EQ(SIGINT, WTERMSIG(endOfChild(
+                          SIGINT, [] {}, true)));
+    EXPECT_EQ("half", text());
 }
 
 TEST_F(NewFileTest, NobodysFileIsWrittenOver) {

@@ -115,3 +115,29 @@ TEST_F(BundledFilesTest, WhatIsPackedAndNoBundleIsRefused) {
     EXPECT_FALSE(Zevo::isBundle(m_files.path()));
     EXPECT_FALSE(Zevo::isBundle(m_files / "nowhere"));
 }
+
+TEST_F(BundledFilesTest, WhatUnpacksToMoreThanIsAllowedIsRefused) {
+    constexpr std::size_t MUCH = 50'000'000;
+    add("logs/trace_0.txt", FIRST, at(10, 0, 1));
+    add("unwanted", std::string(MUCH, '\0'), at(10, 0, 1));
+    const std::string path = write();
+    struct stat status = {};
+    ASSERT_EQ(0, stat(path.c_str(), &status));
+    EXPECT_LT(status.st_size, 100'000); // a bomb
+
+    const auto isRing = [](const std::string& name) { return name == "logs/trace_0.txt"; };
+    std::vector<std::string> notes;
+    const auto unpacked = [&](const Zevo::BundleLimits& limits) -> std::string {
+        try {
+            return std::to_string(Zevo::unpackBundle(path, isRing, notes, limits).size()) + " files";
+        } catch (const std::runtime_error& problem) {
+            return problem.what();
+        }
+    };
+    EXPECT_EQ(path + ": holds more than 40 MB; unpack what is needed of it, and name the folder",
+              unpacked({40'000'000, 10}));
+    EXPECT_EQ(path + ": holds more than 1 files; unpack what is needed of it, and name the folder",
+              unpacked({100'000'000, 1}));
+    EXPECT_EQ("1 files", unpacked({MUCH + FIRST.size(), 2}));
+    EXPECT_THAT(notes, IsEmpty());
+}

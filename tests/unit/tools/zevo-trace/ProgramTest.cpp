@@ -2,12 +2,16 @@
 #include "JsonSchema.h"
 #include "TextFile.h"
 #include "TraceFiles.h"
+#include "WaitUntil.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -230,6 +234,61 @@ TEST_F(ProgramTest, FollowsWhatIsWritten) {
     kill(program, SIGTERM);
     waitpid(program, nullptr, 0);
     std::fclose(output);
+}
+
+TEST_F(ProgramTest, AnEmptyTraceHasEveryReasonTold) {
+    m_files.write("trace_0.txt", "", at(10, 0, 1));
+    const Result result = run("why .");
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.complaints,
+                AllOf(HasSubstr("did not run with this folder"), HasSubstr("switches both off"),
+                      HasSubstr("hides every thread or call"),
+                      HasSubstr("a syntax error in the trace's configuration ended it")));
+}
+
+TEST_F(ProgramTest, ALogAloneDoesNotTellWhy) {
+    m_files.write("trace_0.txt", "", at(10, 0, 1));
+    m_files.write("log_0.txt", "[10:00:00-001][LEVEL_0]  * Product Name : Quillmarsh\n", at(10, 0, 1));
+    const Result result = run("why .");
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.complaints, HasSubstr("no trace in ., only a log, which does not tell: "));
+}
+
+TEST_F(ProgramTest, CtrlCLeavesNoPartOfAParquetFile) {
+    // In the place of what writes Parquet: it has begun, and goes on for ever.
+    m_files.write("node", "#!/bin/sh\ntrap '' INT\necho $$ > writer\necho half > \"$3\"\nexec sleep 1000\n",
+                  at(10, 0, 1));
+    chmod((m_files / "node").c_str(), 0700);
+    ASSERT_EQ(0, mkfifo((m_files / "input").c_str(), 0600));
+    const pid_t program = fork();
+    if (program == 0) {
+        const std::string path = m_files.path() + ":" + std::getenv("PATH");
+        const int input = open((m_files / "input").c_str(), O_RDWR); // no end of it
+        if (chdir(m_files.path().c_str()) == 0 && dup2(input, STDIN_FILENO) == 0 &&
+            setenv("PATH", path.c_str(), 1) == 0)
+            execl(ZEVO_TRACE_PROGRAM, "zevo-trace", "export", "--parquet", "events.parquet", "-", nullptr);
+        _exit(99);
+    }
+    EXPECT_TRUE(waitUntil([&] { return textOf("events.parquet.part") == "half\n"; }));
+    const pid_t writer = std::stoi(textOf("writer"));
+    kill(program, SIGINT);
+    int status = 0;
+    ASSERT_EQ(program, waitpid(program, &status, 0));
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    EXPECT_NE(0, access((m_files / "events.parquet.part").c_str(), F_OK));
+    EXPECT_NE(0, kill(writer, 0));
+}
+
+TEST_F(ProgramTest, ABombIsNoBundle) {
+    std::vector<Zevo::BundleEntry> entries;
+    for (int i = 0; i <= 1000; ++i)
+        entries.push_back({"logs/file_" + std::to_string(i) + ".txt", "", 0});
+    Zevo::writeBundle(m_files / "bomb.tar.gz", entries);
+    const Result result = run("why bomb.tar.gz");
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ("zevo-trace: bomb.tar.gz: holds more than 1000 files; unpack what is needed of it, and name "
+              "the folder\n",
+              result.complaints);
 }
 
 TEST_F(ProgramTest, EveryOptionIsInTheManualAndInTheCompletions) {
