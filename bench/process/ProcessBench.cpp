@@ -237,8 +237,8 @@ void idle(benchmark::State& state, Starter start) {
     Bench bench;
     (bench.*start)();
     const MeasuredProgram& program = bench.program();
-    // It has told that it waits a moment before it sleeps.
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    // It has told that it waits a moment before it sleeps, and what its start has traced is written a second later.
+    std::this_thread::sleep_for(std::chrono::milliseconds(works::isSmokeRun() ? 20 : 1500));
     for (auto _ : state) {
         const int64_t begin = program.cpuTime();
         const long sleeps = program.sleeps();

@@ -1,6 +1,7 @@
 #include "detail/FlushThread.h"
 #include "CallMarker.h"
 #include "ChildProcess.h"
+#include "CountingThread.h"
 #include "FaultyDisk.h"
 #include "LogMessage.h"
 #include "LoggerFlushThread.h"
@@ -31,15 +32,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-class CountingThread : public FlushThread {
-public:
-    ~CountingThread() override { stop(); }
-    std::atomic<int> m_flushes{0};
-
-protected:
-    void flush() override { ++m_flushes; }
-};
-
 /// Flushes when asked to.
 class HandFlushed : public TracerFlushThread {
 public:
@@ -55,12 +47,52 @@ bool isLockFree(KFMutex& lock) {
 
 } // namespace
 
-TEST(FlushingThread, FlushesOnceASecond) {
+TEST(FlushingThread, FlushesOnceASecondWhileThereIsWork) {
     const Clock::time_point begin = Clock::now();
     CountingThread thread;
     ASSERT_TRUE(thread.start());
     ASSERT_TRUE(waitUntil([&] { return thread.m_flushes == 2; }));
     EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(1900));
+}
+
+TEST(FlushingThread, SleepsWhileThereIsNoWork) {
+    CountingThread thread(false);
+    ASSERT_TRUE(thread.start());
+    ASSERT_TRUE(waitUntil([&] { return thread.m_looks == 1; }));
+    CountingThread clock;
+    ASSERT_TRUE(clock.start());
+    ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 3; }));
+    EXPECT_EQ(thread.m_looks, 1) << "it was awake";
+    EXPECT_EQ(thread.m_flushes, 1);
+}
+
+TEST(FlushingThread, FlushesWithinASecondOfWorkAndSleepsAgain) {
+    CountingThread thread(false);
+    ASSERT_TRUE(thread.start());
+    ASSERT_TRUE(waitUntil([&] { return thread.m_looks == 1; }));
+    const Clock::time_point begin = Clock::now();
+    thread.setWork(true);
+    ASSERT_TRUE(waitUntil([&] { return thread.m_looks == 2; }));
+    thread.setWork(false);
+    EXPECT_TRUE(waitUntil([&] { return thread.m_looks == 3; }));
+    EXPECT_EQ(thread.m_flushes, 2);
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(900)) << "what comes in a second goes together";
+}
+
+TEST(FlushingThread, EndsWhenItIsToWriteNothingAnyMore) {
+    CountingThread thread;
+    ASSERT_TRUE(thread.start());
+    thread.silence();
+    EXPECT_TRUE(waitUntil([&] { return !thread.isRunning(); }));
+}
+
+TEST(FlushingThread, StopsWhileItSleeps) {
+    CountingThread thread(false);
+    ASSERT_TRUE(thread.start());
+    ASSERT_TRUE(waitUntil([&] { return thread.m_looks == 1; }));
+    thread.stop();
+    EXPECT_FALSE(thread.isRunning());
+    EXPECT_EQ(thread.m_flushes, 1);
 }
 
 TEST(FlushingThread, StopsWithoutWaitingForTheSecondAndWithoutAFlush) {
@@ -96,6 +128,29 @@ TEST_F(Flushing, TraceReachesItsFileWithinAboutASecond) {
     { TRACE_FUNCTION("a"); }
     EXPECT_TRUE(waitUntil([this] { return file() != "(none)" && !lines().empty(); }));
     EXPECT_EQ(lines(), std::vector<std::string>{"a\n"});
+}
+
+// DELIBERATE: see FileRing::drain. The drain comes although no line does.
+TEST_F(Flushing, FileThatARotationBeganIsEmptiedASecondLater) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_SET_MAX_LINES 2\nTRACE_SET_FILE_NAME trace\n");
+    m_tracer.ReadConfigFile(path.c_str());
+    for (const char* line : {"1\n", "2\n", "3\n"})
+        m_tracer.PrintString(line);
+    EXPECT_TRUE(waitUntil([this] { return file(1) == "3\n"; }));
+    EXPECT_TRUE(waitUntil([this] { return file(1).empty(); }));
+    EXPECT_EQ(file(0), "1\n2\n");
+}
+
+TEST_F(Flushing, FileThatCannotBeOpenedIsTriedAgainEverySecond) {
+    const std::string path = m_folder / "tracer.cfg";
+    writeFile(path, "TRACE_ON\nTRACE_SET_FILE_NAME " + (m_folder / "missing/trace") + "\n");
+    testing::internal::CaptureStderr();
+    m_tracer.ReadConfigFile(path.c_str());
+    waitForAFlush();
+    ASSERT_EQ(mkdir((m_folder / "missing").c_str(), 0700), 0);
+    EXPECT_TRUE(waitUntil([this] { return access((m_folder / "missing/trace_0.txt").c_str(), F_OK) == 0; }));
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(Flushing, DirectlyWritingTracerHasNoFlushThread) {

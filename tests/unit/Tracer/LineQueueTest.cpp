@@ -237,6 +237,27 @@ TEST(LineQueue, MemoryOfABurstIsKeptForTheNextOneAndGivenBackWhenNoneCame) {
     EXPECT_LE(queue.bytes(), little);
 }
 
+TEST(LineQueue, HasSpareMemoryUntilTrimmingFreesNoMore) {
+    LineQueue queue;
+    EXPECT_FALSE(queue.hasSpareMemory());
+    std::string written;
+    queue.push("one\n");
+    writeAll(queue, written);
+    EXPECT_FALSE(queue.hasSpareMemory()) << "the first memory stays";
+    for (int i = 0; i < 200000; ++i)
+        queue.push(std::string(99, 'x'));
+    writeAll(queue, written);
+    int trims = 0;
+    for (; queue.hasSpareMemory(); ++trims) {
+        ASSERT_LT(trims, 20);
+        queue.trim();
+    }
+    EXPECT_GT(trims, 2);
+    const std::size_t least = queue.bytes();
+    queue.trim();
+    EXPECT_EQ(queue.bytes(), least);
+}
+
 TEST(LineQueue, AWaitingLineTakesItsBytesAndFewMore) {
     LineQueue queue;
     const std::string line(77, 'x');

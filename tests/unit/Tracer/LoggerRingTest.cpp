@@ -2,6 +2,7 @@
 #include "FileSystemManagement.h"
 #include "Logged.h"
 #include "WaitUntil.h"
+#include "detail/EventCount.h"
 #include "detail/FileRing.h"
 
 #include <atomic>
@@ -373,7 +374,8 @@ TEST_F(LoggerRing, FullDiskLosesNoLine) {
 }
 
 TEST_F(LoggerRing, FinishingWritesWhatWaitsAndDiscardsNoneOfItForALineThatComesMeanwhile) {
-    FileRing ring("Ring", true);
+    EventCount work;
+    FileRing ring("Ring", true, work);
     ring.setMaximumLinesPerFile(2);
     ring.setBaseName(m_folder / "log");
     ring.beginAnew();
@@ -388,7 +390,8 @@ TEST_F(LoggerRing, FinishingWritesWhatWaitsAndDiscardsNoneOfItForALineThatComesM
 }
 
 TEST_F(LoggerRing, PlacesThatAreForgottenDuringADrainDoNotHoldItUp) {
-    FileRing ring("Ring", true);
+    EventCount work;
+    FileRing ring("Ring", true, work);
     ring.setBaseName(m_folder / "log");
     ring.beginAnew();
     ring.put("first\n");

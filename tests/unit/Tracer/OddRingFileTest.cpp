@@ -45,7 +45,8 @@ protected:
     TemporaryFolder m_folder;
     std::string m_path = m_folder / "trace_0.txt";
     std::string m_valuable = m_folder / "valuable";
-    FileRing m_ring{"Ring", true};
+    EventCount m_work;
+    FileRing m_ring{"Ring", true, m_work};
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "LoggerConfigFileParser.h"
 #include "LoggerFlushThread.h"
 #include "Tracer.h"
+#include "detail/EventCount.h"
 #include "detail/FileRing.h"
 #include "detail/LatestMillisecond.h"
 #include "detail/LineWriter.h"
@@ -90,7 +91,9 @@ std::string_view tagOf(LoggerMsgType type) {
 std::atomic<Logger*> Logger::m_pInstance{nullptr};
 
 // An earlier run's file is continued, not emptied.
-Logger::Logger() : m_ring(std::make_unique<FileRing>("Logger", false)) {}
+Logger::Logger()
+    : m_flushWork(std::make_unique<EventCount>()),
+      m_ring(std::make_unique<FileRing>("Logger", false, *m_flushWork)) {}
 
 Logger::~Logger() {
     Logger* self = this;
@@ -234,6 +237,7 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     if (const LineQueue::Slot slot = reserveInOrder(printTime, reserve)) {
         put(slot.text());
         slot.finish();
+        m_flushWork->notify();
         return;
     }
     const KFLock lock(m_lock);
@@ -242,7 +246,7 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
         const LineQueue::Slot slot = reserveInOrder(printTime, make);
         put(slot.text());
         slot.finish();
-        WriteIfDirect();
+        lineIsQueued();
         return;
     }
     if (printTime)
@@ -261,12 +265,14 @@ void Logger::PrintString(const std::string& msg) {
     KF_REQUIRE(!(msg.empty()), 242);
     const KFLock lock(m_lock);
     if (m_ring->put(msg))
-        WriteIfDirect();
+        lineIsQueued();
 }
 
-void Logger::WriteIfDirect() {
+void Logger::lineIsQueued() {
     if (WritesAtOnce())
         WriteOnFile();
+    else
+        m_flushWork->notify();
 }
 
 void Logger::PrintMsgType(std::string_view tag, LineWriter& line) {

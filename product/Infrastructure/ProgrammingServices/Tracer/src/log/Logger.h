@@ -12,6 +12,7 @@
 
 class LoggerFlushThread;
 namespace kf::detail {
+class EventCount;
 class FileRing;
 class LineWriter;
 class MessageText;
@@ -117,6 +118,8 @@ public:
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// Where lines go. The caller holds the lock.
     const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
+    /// What the flush thread waits for.
+    kf::detail::EventCount& getFlushWork() const { return *m_flushWork; }
 
 private:
     void PrintText(LoggerMsgType type, const kf::detail::MessageText& text);
@@ -125,7 +128,7 @@ private:
     static void PrintTime(kf::detail::LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
     bool WritesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
-    void WriteIfDirect() KF_REQUIRES(m_lock);
+    void lineIsQueued() KF_REQUIRES(m_lock);
     void ReleaseLockLeftHeld() KF_NO_THREAD_SAFETY_ANALYSIS;
 
     static std::atomic<Logger*> m_pInstance;
@@ -141,6 +144,7 @@ private:
     KFMutex m_lock{true};
     bool m_directWrite KF_GUARDED_BY(m_lock) = false;
     bool m_isFlushThreadSilent KF_GUARDED_BY(m_lock) = false; // or was never started
+    const std::unique_ptr<kf::detail::EventCount> m_flushWork;
     const std::unique_ptr<kf::detail::FileRing> m_ring KF_PT_GUARDED_BY(m_lock);
     int m_timesLeftHeld KF_GUARDED_BY(m_lock) = 0; // how often WriteOnFile left the lock held
     bool m_isBeingDestroyed KF_GUARDED_BY(m_lock) = false;

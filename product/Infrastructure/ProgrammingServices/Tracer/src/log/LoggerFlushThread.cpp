@@ -2,6 +2,18 @@
 
 #include "KFLock.h"
 #include "Logger.h"
+#include "NeverDestroyed.h"
+#include "detail/EventCount.h"
+#include "detail/FileRing.h"
+
+using namespace kf::detail;
+
+static EventCount& workOf(const Logger* logger) {
+    static NeverDestroyed<EventCount> none;
+    return logger != nullptr ? logger->getFlushWork() : none.get();
+}
+
+LoggerFlushThread::LoggerFlushThread(Logger* logger) : FlushThread(workOf(logger)), m_logger(logger) {}
 
 LoggerFlushThread::~LoggerFlushThread() {
     stop();
@@ -13,4 +25,11 @@ void LoggerFlushThread::flush() {
     const KFLock lock(m_logger->getLock());
     if (!isSilent()) // it may have become so while this waited for the lock
         m_logger->WriteOnFile();
+}
+
+bool LoggerFlushThread::hasWork() {
+    if (m_logger == nullptr)
+        return false;
+    const KFLock lock(m_logger->getLock());
+    return m_logger->getFileRing().needsDrain();
 }

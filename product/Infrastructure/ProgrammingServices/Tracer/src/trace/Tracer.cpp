@@ -6,6 +6,7 @@
 #include "ThreadTracer.h"
 #include "TracerConfigFileParser.h"
 #include "TracerFlushThread.h"
+#include "detail/EventCount.h"
 #include "detail/LineWriter.h"
 #include "detail/NamePattern.h"
 #include "detail/ThreadId.h"
@@ -52,7 +53,7 @@ bool tookIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
 // The first file of a run is emptied, whatever an earlier run has left there.
 Tracer::Tracer()
     : m_filterGeneration(newFilterGeneration()), m_number(newTracerNumber()),
-      m_ring(std::make_unique<FileRing>("Tracer", true)),
+      m_ring(std::make_unique<FileRing>("Tracer", true, TracerFlushThread::getWork())),
       m_spareThreadTracer(std::make_unique<ThreadTracer>(*this, "")) {}
 
 Tracer::~Tracer() {
@@ -68,6 +69,7 @@ void Tracer::SetInstance(Tracer* pTheTracer) {
     KF_REQUIRE(pTheTracer != NULL, 106);
     m_Instance.store(pTheTracer);
     updateSwitch();
+    TracerFlushThread::getWork().notify();
     KF_ENSURE(m_Instance != NULL, 108);
 }
 
@@ -430,8 +432,8 @@ void Tracer::PrintString(std::string_view line) {
     const Lock lock(*this);
     if (isReporting())
         m_ring->writeNow(line);
-    else if (m_ring->put(line) && writesAtOnce())
-        WriteOnFile();
+    else if (m_ring->put(line))
+        lineIsQueued();
 }
 
 void Tracer::WriteOnFile() {

@@ -207,6 +207,7 @@ private:
     bool hasFileName();
     void BeginFile();
     bool writesAtOnce() const KF_REQUIRES(m_lock) { return m_directWrite || m_isFlushThreadSilent; }
+    void lineIsQueued() KF_REQUIRES(m_lock);
     void switchThread(bool on);
     ThreadTracer* registeredThreadTracer() KF_REQUIRES(m_lock);
     ThreadTracer* registerUnnamedThread() KF_REQUIRES(m_lock);

@@ -1,7 +1,19 @@
 #include "TracerFlushThread.h"
 
 #include "KFLock.h"
+#include "NeverDestroyed.h"
 #include "Tracer.h"
+#include "detail/EventCount.h"
+#include "detail/FileRing.h"
+
+using namespace kf::detail;
+
+EventCount& TracerFlushThread::getWork() {
+    static NeverDestroyed<EventCount> work;
+    return work.get();
+}
+
+TracerFlushThread::TracerFlushThread() : FlushThread(getWork()) {}
 
 TracerFlushThread::~TracerFlushThread() {
     stop();
@@ -14,4 +26,12 @@ void TracerFlushThread::flush() {
     const KFLock lock(tracer->getLock());
     if (!isSilent()) // it may have become so while this waited for the lock
         tracer->WriteOnFile();
+}
+
+bool TracerFlushThread::hasWork() {
+    Tracer* const tracer = Tracer::GetInstance();
+    if (tracer == nullptr)
+        return false;
+    const KFLock lock(tracer->getLock());
+    return tracer->getFileRing().needsDrain();
 }

@@ -87,6 +87,7 @@ bool FileRing::setBaseName(const std::string& name) {
     else
         m_baseFileName = FileSystemManagement::getCurrentOutputDirectory() + name;
     m_currentFileName.reserve(m_baseFileName.size() + LONGEST_SUFFIX);
+    m_work.notify();
     return true;
 }
 
@@ -203,7 +204,15 @@ FileRing::Drain FileRing::drain() {
     m_isDraining.store(true, std::memory_order_relaxed);
     const Drain outcome = drainToFile();
     m_isDraining.store(false, std::memory_order_release);
+    m_hasFailed = outcome != Drain::Done;
+    if (!m_isReporting && needsDrain())
+        m_work.notify();
     return outcome;
+}
+
+bool FileRing::needsDrain() const {
+    return m_output == Output::File &&
+           (!m_queue.empty() || m_truncateOnNextOpen || m_hasFailed || m_queue.hasSpareMemory());
 }
 
 FileRing::Drain FileRing::drainToFile() {

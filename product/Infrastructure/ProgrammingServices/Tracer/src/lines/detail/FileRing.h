@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileDescriptor.h"
+#include "detail/EventCount.h"
 #include "detail/LineQueue.h"
 
 #include <atomic>
@@ -27,8 +28,10 @@ namespace kf::detail {
 class FileRing {
 public:
     /// @param owner  "Tracer" or "Logger", named in diagnostics; a literal
-    FileRing(const char* owner, bool truncateOnNextOpen)
-        : m_owner(owner), m_truncateOnNextOpen(truncateOnNextOpen) {}
+    /// @param work   notified when a drain may have become needed, except for queued lines: their owner knows whether it
+    ///               drains at once. Borrowed
+    FileRing(const char* owner, bool truncateOnNextOpen, EventCount& work)
+        : m_owner(owner), m_truncateOnNextOpen(truncateOnNextOpen), m_work(work) {}
 
     /// The folder of bare names, with its own trailing separator: nothing is put between it and the name.
     void setFolderName(std::string folder) { m_folderName = std::move(folder); }
@@ -45,7 +48,10 @@ public:
     /// Begins with file 0, which the next drain empties.
     void beginAnew();
     /// The next open of the current file empties it.
-    void truncateOnNextOpen() { m_truncateOnNextOpen = true; }
+    void truncateOnNextOpen() {
+        m_truncateOnNextOpen = true;
+        m_work.notify();
+    }
     /// Goes on behind the last line of this file of the ring.
     void continueFile(std::int32_t index);
     /// The newest file of the ring: walks the indices upwards and stops at the first file that is absent or
@@ -70,8 +76,12 @@ public:
     LineQueue::Slot reserve(std::size_t length) { return m_queue.reserve(length); }
     /// See LineQueue::makeSlot. Never fails.
     LineQueue::Slot makeSlot(std::size_t length) { return m_queue.makeSlot(length); }
+    /// For an owner that has queued a line and does not drain at once.
+    void notifyFlushThread() { m_work.notify(); }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
+    /// The memory that is kept for queued lines, in bytes.
+    std::size_t queueMemory() const { return m_queue.bytes(); }
 
     enum class Drain {
         Done,        // every line that waited is in a file, or the output is none
@@ -88,6 +98,9 @@ public:
     /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
     /// what this one put there.
     Drain drain();
+    /// Whether another drain has something to do: lines wait, the current file is to be emptied, the last drain failed, or
+    /// memory of a burst is to be given back.
+    bool needsDrain() const;
     /// Whether some thread is in drain(). Any thread, without the lock.
     bool isDraining() const { return m_isDraining.load(std::memory_order_acquire); }
 
@@ -149,6 +162,8 @@ private:
     std::int32_t m_fileIndex = 0;
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
+    EventCount& m_work;
+    bool m_hasFailed = false; // the last drain
     bool m_isReporting = false;
     bool m_hasToldRefusal = false;
     std::atomic<bool> m_isDraining{false};

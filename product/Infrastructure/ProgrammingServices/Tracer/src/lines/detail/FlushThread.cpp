@@ -1,18 +1,28 @@
 #include "detail/FlushThread.h"
 
+#include "detail/EventCount.h"
+
 #include <chrono>
 
 namespace kf::detail {
 
 void FlushThread::onTerminate() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_stopped = true;
-    m_wakeUp.notify_all();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopped = true;
+        m_wakeUp.notify_all();
+    }
+    m_work.notify();
 }
 
+// The lines of a second are written together, so the second begins when the first of them waits.
 void FlushThread::run() {
-    while (isRunning() && sleepUnlessStopped())
+    while (isRunning() && sleepUnlessStopped()) {
         flush();
+        m_work.await([this] { return isSilent() || hasWork(); });
+        if (isSilent())
+            return;
+    }
 }
 
 // One second, which a stop cuts short. Returns false when stopped.

@@ -151,7 +151,7 @@ std::size_t LineQueue::linesOfFullChunk(const Chunk& chunk) const {
 std::size_t LineQueue::linesIn(const Chunk& chunk) const {
     if (&chunk != m_current.load(std::memory_order_relaxed))
         return chunk.lines;
-    const std::uint64_t used = chunk.used.load(std::memory_order_acquire);
+    const std::uint64_t used = chunk.used.load();
     return chunk.hasNoFailure(used) ? lineOf(used) : linesOfFullChunk(chunk);
 }
 
@@ -294,6 +294,10 @@ void LineQueue::trim() {
     }
     m_begun = 0;
     m_lastWasNeeded = false;
+}
+
+bool LineQueue::hasSpareMemory() const {
+    return !m_spare.empty() || (!m_chunks.empty() && m_chunks.back().bytes > FIRST_CHUNK);
 }
 
 void LineQueue::retire(std::list<Chunk>& from, std::list<Chunk>::iterator chunk) {

@@ -50,7 +50,7 @@ public:
     LineQueue& operator=(const LineQueue&) = delete;
 
     /// Reserves a slot, if there is memory for it. Any thread, without the lock. A reservation happens before all later
-    /// ones, in the memory model's sense.
+    /// ones, in the memory model's sense. It is sequentially consistent, as is empty(): see EventCount.
     /// @param length  in bytes; at most LONGEST_SLOT
     Slot reserve(std::size_t length) {
         Chunk* const chunk = m_current.load(std::memory_order_acquire);
@@ -103,6 +103,8 @@ public:
 
     /// Frees memory; to be called after a drain. Of the chunks that were not needed since the last call, half are freed.
     void trim();
+    /// Whether trim() would free memory in the end, if it was called again and again and no line came.
+    bool hasSpareMemory() const;
     /// The memory of all chunks.
     std::size_t bytes() const;
 
@@ -163,7 +165,7 @@ private:
     static Slot reserveIn(Chunk& chunk, std::size_t length) {
         if (length > chunk.bytes)
             return Slot();
-        const std::uint64_t before = chunk.used.fetch_add(ONE_LINE + length, std::memory_order_acq_rel);
+        const std::uint64_t before = chunk.used.fetch_add(ONE_LINE + length);
         if (!chunk.hasRoom(before, length)) {
             markLastLine(chunk, before);
             return Slot();

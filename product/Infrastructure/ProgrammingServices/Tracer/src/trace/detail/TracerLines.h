@@ -13,6 +13,13 @@ inline char* Tracer::beginLine(std::size_t room) {
 inline void Tracer::endLine(const char* end) {
     if (isReporting() && endReportLine(end))
         return;
-    if (m_ring->endLine(end) && writesAtOnce())
+    if (m_ring->endLine(end))
+        lineIsQueued();
+}
+
+inline void Tracer::lineIsQueued() {
+    if (writesAtOnce())
         WriteOnFile();
+    else
+        m_ring->notifyFlushThread();
 }

@@ -1,0 +1,26 @@
+#include "detail/EventCount.h"
+
+namespace kf::detail {
+
+std::uint32_t EventCount::events() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_events;
+}
+
+void EventCount::sleepUntilBehind(std::uint32_t seen) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_wakeUp.wait(lock, [this, seen] { return m_events != seen; });
+}
+
+void EventCount::wakeAll() {
+    // Of many threads that notify at once, one does the work.
+    if (!m_isAwaited.exchange(false))
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_events;
+    }
+    m_wakeUp.notify_all();
+}
+
+} // namespace kf::detail
