@@ -13,12 +13,12 @@
 
 #include "CountedAllocations.h"
 #include "Dictionary.h"
-#include "FileDescriptor.h"
-#include "FileReplacement.h"
 #include "PropertyListText.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Works.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileReplacement.h"
 
 #include <algorithm>
 #include <array>
@@ -40,6 +40,8 @@
 #include <tinyxml2.h>
 #include <unistd.h>
 #include <vector>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
-#include "FileDescriptor.h"
-#include "FileReplacement.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Works.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileReplacement.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>
@@ -25,6 +25,8 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -1,12 +1,14 @@
-#include "KFLock.h"
 #include "KeywordTokens.h"
 #include "Logger.h"
 #include "LoggerConfigFileScanner.h"
 #include "LoggerParser.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 
 #include <cstddef>
 #include <cstdint>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -1,13 +1,15 @@
 #include "CallMarker.h"
-#include "KFLock.h"
 #include "KeywordTokens.h"
 #include "Tracer.h"
 #include "TracerConfigFileScanner.h"
 #include "TracerParser.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 
 #include <cstddef>
 #include <cstdint>
+
+using namespace kf::detail;
 
 namespace {
 

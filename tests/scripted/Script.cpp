@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using namespace kf::detail;
+
 Script& Script::current() {
     static Script script;
     return script;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CFOwned.h"
+#include "detail/CFOwned.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -38,7 +38,7 @@ public:
 
 private:
     struct HandedOver {
-        CFOwned<CFTypeRef> object;
+        kf::detail::CFOwned<CFTypeRef> object;
         std::string name;
     };
 
@@ -47,8 +47,8 @@ private:
 };
 
 std::string toText(CFStringRef text);
-CFOwned<CFStringRef> makeText(const std::string& text);
-CFOwned<CFNumberRef> makeNumber(int number);
+kf::detail::CFOwned<CFStringRef> makeText(const std::string& text);
+kf::detail::CFOwned<CFNumberRef> makeNumber(int number);
 /// "IOProviderClass=IOUSBDevice idProduct=4097 idVendor=4817": the pairs in the order of their keys.
 std::string describe(CFDictionaryRef dictionary);
 

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+using namespace kf::detail;
+
 ScriptedApplications& ScriptedApplications::current() {
     static ScriptedApplications applications;
     return applications;

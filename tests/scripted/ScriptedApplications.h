@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CFOwned.h"
+#include "detail/CFOwned.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
@@ -19,7 +19,7 @@ public:
     /// One answer of GetNextProcess: a status, or a process with its information.
     struct Step {
         OSErr status;
-        CFOwned<CFDictionaryRef> information; // null: the process has gone
+        kf::detail::CFOwned<CFDictionaryRef> information; // null: the process has gone
     };
 
     void addProcess(const std::string& bundlePath);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace kf::detail;
+
 ScriptedEntry& ScriptedEntry::with(const std::string& key, int number) {
     properties[key].reset(makeNumber(number).release());
     return *this;

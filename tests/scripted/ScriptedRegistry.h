@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CFOwned.h"
 #include "KernelMatching.h"
+#include "detail/CFOwned.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <IOKit/IOKitLib.h>
@@ -18,7 +18,7 @@
 struct ScriptedEntry {
     std::string name;
     std::string path; // empty: asking for it fails
-    std::map<std::string, CFOwned<CFTypeRef>> properties = {};
+    std::map<std::string, kf::detail::CFOwned<CFTypeRef>> properties = {};
     bool hasReadableName = true;
     bool hasReadableProperties = true;
     std::vector<ScriptedEntry*> descendants = {};

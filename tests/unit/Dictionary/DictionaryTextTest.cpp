@@ -4,13 +4,13 @@
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
-#include "LockWait.h"
 #include "OtherProcess.h"
 #include "Substitute.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "TraceCapture.h"
 #include "detail/DictionaryReadingObserver.h"
+#include "detail/LockWait.h"
 
 #include <climits>
 #include <csignal>
@@ -20,7 +20,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-using kf::detail::DictionaryReadingObserver;
+using namespace kf::detail;
+
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;

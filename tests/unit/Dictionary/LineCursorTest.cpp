@@ -8,7 +8,7 @@
 #include <string>
 #include <unistd.h>
 
-using kf::detail::LineCursor;
+using namespace kf::detail;
 
 TEST(LineCursor, HandsOutLinesWithoutTheirLineFeeds) {
     LineCursor lines("a\n\nb\r\nc");

@@ -1,6 +1,5 @@
 #include "RecordedProcess.h"
 
-#include "KFLock.h"
 #include "WaitUntil.h"
 
 #include <atomic>

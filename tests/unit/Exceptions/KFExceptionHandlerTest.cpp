@@ -4,11 +4,11 @@
 #include "CrashingChild.h"
 #include "FaultyDisk.h"
 #include "KFCrashListener.h"
-#include "KFLock.h"
 #include "KFThread.h"
 #include "Logger.h"
 #include "OtherProcess.h"
 #include "Tracer.h"
+#include "detail/KFLock.h"
 
 #include <atomic>
 #include <climits>
@@ -19,6 +19,8 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <thread>
+
+using namespace kf::detail;
 
 using testing::ContainsRegex;
 using testing::HasSubstr;

@@ -1,9 +1,11 @@
-#include "MAC/RegistryReading.h"
+#include "detail/RegistryReading.h"
 
-#include "CFOwned.h"
 #include "LiveObjects.h"
+#include "detail/CFOwned.h"
 
 #include <gtest/gtest.h>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include "TemporaryFolder.h"
 #include "WrappedCalls.h"
@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 TEST(FileDescriptorErrors, TellWhereNoNewFileCanBeMade) {
     for (const int error : {EPERM, EACCES, EROFS, EBUSY, ELOOP, ENAMETOOLONG, EINVAL, ENOTSUP, EOPNOTSUPP,

@@ -1,11 +1,11 @@
-#include "FileLock.h"
+#include "detail/FileLock.h"
 
-#include "FileReplacement.h"
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "WithoutPrivileges.h"
 #include "WrappedCalls.h"
+#include "detail/FileReplacement.h"
 
 #include <csignal>
 #include <cstdio>
@@ -17,6 +17,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
+
+using namespace kf::detail;
 
 namespace {
 

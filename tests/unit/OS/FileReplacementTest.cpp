@@ -1,12 +1,12 @@
-#include "FileReplacement.h"
+#include "detail/FileReplacement.h"
 
-#include "FileDescriptor.h"
 #include "FilesBeside.h"
-#include "LockWait.h"
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "WrappedCalls.h"
+#include "detail/FileDescriptor.h"
+#include "detail/LockWait.h"
 
 #include <atomic>
 #include <csignal>
@@ -18,6 +18,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "KFMutex.h"
-#include "KFLock.h"
+#include "detail/KFLock.h"
 
 #include "WrappedCalls.h"
 
@@ -10,6 +10,8 @@
 #include <thread>
 #include <type_traits>
 #include <vector>
+
+using namespace kf::detail;
 
 namespace {
 

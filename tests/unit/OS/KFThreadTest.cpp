@@ -1,7 +1,7 @@
 #include "KFThread.h"
 
-#include "ThreadNotices.h"
 #include "WrappedCalls.h"
+#include "detail/ThreadNotices.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +15,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+using namespace kf::detail;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -100,10 +102,10 @@ const char SOURCE[] = "product/Infrastructure/ProgrammingServices/OS/src/KFThrea
 } // namespace
 
 // The upper floor's, which are not linked in then.
-void announceThreadBegin(const char* name) {
+void kf::detail::announceThreadBegin(const char* name) {
     note(std::string("begin of ") + name);
 }
-void announceThreadEnd() {
+void kf::detail::announceThreadEnd() {
     note("end");
     if (atEndNotice) {
         atEndNotice();

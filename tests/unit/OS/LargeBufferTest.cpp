@@ -1,8 +1,10 @@
-#include "LargeBuffer.h"
+#include "detail/LargeBuffer.h"
 
 #include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
+
+using namespace kf::detail;
 
 TEST(LargeBuffer, HoldsAsManyBytesAsWereAskedFor) {
     for (const std::size_t bytes :

@@ -1,9 +1,11 @@
-#include "PathBeside.h"
+#include "detail/PathBeside.h"
 
 #include "TemporaryFolder.h"
 
 #include <climits>
 #include <gmock/gmock.h>
+
+using namespace kf::detail;
 
 using testing::MatchesRegex;
 using testing::StartsWith;

@@ -1,9 +1,11 @@
-#include "SmallFile.h"
+#include "detail/SmallFile.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+using namespace kf::detail;
 
 class SmallFileTest : public testing::Test {
 protected:

@@ -287,7 +287,8 @@ SUBSTITUTE(OSStatus, FSRefMakePath, (const FSRef* folder, UInt8* path, UInt32 si
 }
 
 // The upper floor's, which is not linked in then.
-void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
+void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
+                                         int line) {
     const std::string violation =
         std::string(kind) + "|" + condition + "|" + file + "|" + std::to_string(line);
     record([&violation](Records& r) { r.violations.push_back(violation); });

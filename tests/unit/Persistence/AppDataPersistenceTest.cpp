@@ -1,11 +1,11 @@
 #include "AppDataPersistence.h"
 
 #include "LargestAllocation.h"
-#include "LockWait.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 #include "Substitute.h"
 #include "TraceCapture.h"
+#include "detail/LockWait.h"
 
 #include <climits>
 #include <csignal>
@@ -14,6 +14,8 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using namespace kf::detail;
 
 using testing::HasSubstr;
 using testing::Not;

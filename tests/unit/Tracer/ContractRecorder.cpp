@@ -11,7 +11,8 @@ std::vector<std::string> violations;
 } // namespace
 
 // Instead of the exception handler's, which would end the process.
-void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
+void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
+                                         int line) {
     const std::lock_guard<std::mutex> lock(mutex);
     violations.push_back(std::string(kind) + ": " + condition + " " + file + ":" + std::to_string(line));
 }

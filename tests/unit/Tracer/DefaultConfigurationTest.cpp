@@ -5,6 +5,8 @@
 #include "TracerConfigFileParser.h"
 #include "detail/FileRing.h"
 
+using namespace kf::detail;
+
 // The configuration files that are delivered.
 class DefaultConfiguration : public Traced {};
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "KFLock.h"
 #include "Logger.h"
 #include "Traced.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 
 /// A registered logger of the test's own, disabled to begin with; its files are in the test's folder.
 class Logged : public Traced {
@@ -19,7 +19,7 @@ protected:
         return access(path(index).c_str(), F_OK) == 0 ? readFile(path(index)) : "(none)";
     }
     const kf::detail::FileRing& logRing() {
-        const KFLock lock(m_logger.getLock());
+        const kf::detail::KFLock lock(m_logger.getLock());
         return m_logger.getFileRing();
     }
 

@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+using namespace kf::detail;
+
 using testing::ElementsAre;
 
 namespace {

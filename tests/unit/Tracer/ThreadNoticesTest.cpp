@@ -1,10 +1,12 @@
-#include "ThreadNotices.h"
+#include "detail/ThreadNotices.h"
 #include "CallMarker.h"
 #include "KFThread.h"
 #include "Traced.h"
 #include "Tracer.h"
 
 #include <gmock/gmock.h>
+
+using namespace kf::detail;
 
 class ThreadNotices : public Traced {};
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "ContractRecorder.h"
-#include "KFLock.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 #include "Tracer.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -59,7 +59,7 @@ protected:
     }
     std::vector<std::string> lines() const { return withoutThreadColumns(file()); }
     const kf::detail::FileRing& ring() {
-        const KFLock lock(m_tracer.getLock());
+        const kf::detail::KFLock lock(m_tracer.getLock());
         return m_tracer.getFileRing();
     }
 

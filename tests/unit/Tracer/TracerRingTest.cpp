@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <thread>
 
+using namespace kf::detail;
+
 class TracerRing : public Traced {
 protected:
     void print(int first, int last) {

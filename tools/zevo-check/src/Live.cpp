@@ -3,13 +3,13 @@
 #include "ApplicationCheck.h"
 
 #include "Bundles.h"
-#include "CFOwned.h"
 #include "HardwareId.h"
-#include "IOObjectHandle.h"
 #include "LauncherApplication.h"
-#include "RegistryReading.h"
 #include "RunningApplications.h"
 #include "StringManagement.h"
+#include "detail/CFOwned.h"
+#include "detail/IOObjectHandle.h"
+#include "detail/RegistryReading.h"
 
 #include <IOKit/IOKitLib.h>
 #include <fmt/format.h>
@@ -23,6 +23,8 @@
 #include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 namespace Zevo {
 namespace {

@@ -1,12 +1,12 @@
 #include "KeywordFileCheck.h"
 #include "TraceCheck.h"
 
-#include "KFLock.h"
 #include "Logger.h"
 #include "LoggerScanner.h"
 #include "MessageType.h"
 #include "TracerScanner.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 
 using namespace kf::detail;
 

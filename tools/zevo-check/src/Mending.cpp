@@ -3,7 +3,7 @@
 #include "Check.h"
 #include "SourceText.h"
 
-#include "FileReplacement.h"
+#include "detail/FileReplacement.h"
 
 #include <fmt/format.h>
 
@@ -19,6 +19,8 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 namespace Zevo {
 namespace {

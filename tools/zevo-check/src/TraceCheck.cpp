@@ -4,12 +4,12 @@
 #include "Suggestion.h"
 #include "TracedFunctions.h"
 
-#include "KFLock.h"
 #include "LoggerScanner.h"
 #include "MessageType.h"
 #include "Tracer.h"
 #include "TracerScanner.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 #include "detail/NamePattern.h"
 
 #include <fmt/format.h>

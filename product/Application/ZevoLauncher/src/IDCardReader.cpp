@@ -2,10 +2,12 @@
 
 #include "CallMarker.h"
 #include "IDCardObserver.h"
-#include "SmallFile.h"
+#include "detail/SmallFile.h"
 
 #include <algorithm>
 #include <sstream>
+
+using namespace kf::detail;
 
 // isprint() of the "C" locale, whatever locale the process has set.
 static bool isPrinting(char c) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <string>
 
@@ -27,6 +27,6 @@ public:
 private:
     void noteProcess();
 
-    FileDescriptor m_file;
+    kf::detail::FileDescriptor m_file;
     bool m_isHeldByAnother = false;
 };

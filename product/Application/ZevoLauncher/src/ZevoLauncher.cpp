@@ -1,6 +1,5 @@
 #include "ZevoLauncher.h"
 
-#include "CFOwned.h"
 #include "CallMarker.h"
 #include "HWServiceDetection.h"
 #include "HWServicePnP.h"
@@ -10,12 +9,15 @@
 #include "MessageType.h"
 #include "StringManagement.h"
 #include "ZevoLauncherConfigReader.h"
+#include "detail/CFOwned.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>
 
 #include <set>
+
+using namespace kf::detail;
 
 // All bits set: every key that the Process Manager knows.
 static const UInt32 ALL_INFORMATION = 0xFFFFFFFF;

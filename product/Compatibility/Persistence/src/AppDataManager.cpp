@@ -9,6 +9,8 @@
 
 #include <set>
 
+using namespace kf::detail;
+
 static std::string dataPath(t_PersistenceMode mode, const std::string& scope) {
     return familyFolder(mode) + FileSystemManagement::getFolderSeparator() + scope;
 }

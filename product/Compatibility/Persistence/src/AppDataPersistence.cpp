@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+using namespace kf::detail;
+
 namespace {
 
 const char FILE_SUFFIX[] = ".dat";

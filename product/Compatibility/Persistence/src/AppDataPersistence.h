@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PersistenceFile.h"
 #include "StringPersistence.h"
+#include "detail/PersistenceFile.h"
 
 #include <map>
 #include <string>
@@ -39,5 +39,5 @@ public:
 private:
     bool replaceFile(const t_paramMap& params) const;
 
-    PersistenceFile m_file;
+    kf::detail::PersistenceFile m_file;
 };

@@ -1,9 +1,9 @@
 #include "BinaryAppDataPersistence.h"
 
 #include "CallMarker.h"
-#include "FileReplacement.h"
 #include "FileSystemManagement.h"
-#include "PathBeside.h"
+#include "detail/FileReplacement.h"
+#include "detail/PathBeside.h"
 
 #include <cerrno>
 #include <climits>
@@ -11,6 +11,8 @@
 #include <memory>
 #include <sys/stat.h>
 #include <typeinfo>
+
+using namespace kf::detail;
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "BinaryPersistence.h"
 #include "Param.h"
-#include "PersistenceFile.h"
+#include "detail/PersistenceFile.h"
 
 #include <map>
 #include <string>
@@ -48,5 +48,5 @@ private:
     bool keepDamagedFile() const;
     bool removeDamagedFile() const;
 
-    PersistenceFile m_file;
+    kf::detail::PersistenceFile m_file;
 };

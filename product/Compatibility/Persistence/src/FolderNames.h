@@ -15,9 +15,13 @@ static const std::string FOLDERNAME_BRISEL = "Brisel";
 /// The scope of the downloads that all products share.
 static const std::string FOLDERNAME_DOWNLOADS = "Downloads";
 
+namespace kf::detail {
+
 /// The product family's folder, without a separator at the end. Creates nothing.
 inline std::string familyFolder(t_PersistenceMode mode) {
     const std::string base = mode == PERSISTENCE_ALL_USERS ? FileSystemManagement::getCommonAppDataDirectory()
                                                            : FileSystemManagement::getUserAppDataDirectory();
     return base + FileSystemManagement::getFolderSeparator() + FOLDERNAME_FERROW;
 }
+
+} // namespace kf::detail

@@ -1,12 +1,14 @@
-#include "MAC/RegistryWalk.h"
+#include "detail/RegistryWalk.h"
 
 #include "LiveObjects.h"
-#include "MAC/IOObjectHandle.h"
+#include "detail/IOObjectHandle.h"
 
 #include <IOKit/IOKitKeys.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+using namespace kf::detail;
 
 using LinuxPlatform::Device;
 using testing::ElementsAre;

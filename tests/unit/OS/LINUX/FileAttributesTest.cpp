@@ -1,4 +1,4 @@
-#include "FileReplacement.h"
+#include "detail/FileReplacement.h"
 
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+
+using namespace kf::detail;
 
 // What a file carries beside its content.
 

@@ -1,6 +1,8 @@
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <gtest/gtest.h>
+
+using namespace kf::detail;
 
 TEST(WholeFilesOfProc, ThatTellNoSizeAreReadUpToTheLimit) {
     std::string content = "before";

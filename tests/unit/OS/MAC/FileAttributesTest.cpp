@@ -1,10 +1,12 @@
-#include "FileReplacement.h"
+#include "detail/FileReplacement.h"
 
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/xattr.h>
+
+using namespace kf::detail;
 
 // What a file carries beside its content.
 

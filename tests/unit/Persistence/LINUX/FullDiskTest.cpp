@@ -4,16 +4,18 @@
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
 #include "Dictionary.h"
-#include "FileDescriptor.h"
-#include "FileReplacement.h"
 #include "FilesBeside.h"
 #include "OtherProcess.h"
 #include "StoreTest.h"
 #include "TraceCapture.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileReplacement.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+
+using namespace kf::detail;
 
 namespace {
 

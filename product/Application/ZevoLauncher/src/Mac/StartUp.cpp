@@ -9,13 +9,15 @@
 #include "LogMessage.h"
 #include "Logger.h"
 #include "MessageType.h"
-#include "NeverDestroyed.h"
-#include "SmallFile.h"
 #include "Tracer.h"
+#include "detail/NeverDestroyed.h"
+#include "detail/SmallFile.h"
 
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 // Support knows these failures by this file and these lines; they do not follow the code around.
 static const char KF_SOURCE[] = "product/Application/ZevoLauncher/src/Mac/Main";

@@ -2,14 +2,14 @@
 
 #include "HWServiceDetectionIOKit.h"
 
-#include "CFOwned.h"
 #include "CallMarker.h"
 #include "Dictionary.h"
-#include "IOObjectHandle.h"
 #include "MessageType.h"
-#include "RegistryReading.h"
-#include "RegistryWalk.h"
 #include "StringManagement.h"
+#include "detail/CFOwned.h"
+#include "detail/IOObjectHandle.h"
+#include "detail/RegistryReading.h"
+#include "detail/RegistryWalk.h"
 
 #include <IOKit/IOKitKeys.h>
 
@@ -17,6 +17,8 @@
 #include <cstdlib>
 #include <map>
 #include <regex.h>
+
+using namespace kf::detail;
 
 namespace {
 

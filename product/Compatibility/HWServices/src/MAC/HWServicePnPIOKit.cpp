@@ -2,15 +2,15 @@
 
 #include "HWServicePnPIOKit.h"
 
-#include "CFOwned.h"
 #include "CallMarker.h"
 #include "ContractChecks.h"
 #include "HWServicePnPClient.h"
-#include "IOObjectHandle.h"
 #include "LogMessage.h"
 #include "MessageType.h"
-#include "RegistryReading.h"
-#include "RegistryWalk.h"
+#include "detail/CFOwned.h"
+#include "detail/IOObjectHandle.h"
+#include "detail/RegistryReading.h"
+#include "detail/RegistryWalk.h"
 
 #include <IOKit/IOKitKeys.h>
 #include <IOKit/IOMessage.h>
@@ -19,6 +19,8 @@
 #include <exception>
 #include <memory>
 #include <string>
+
+using namespace kf::detail;
 
 static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit";
 

@@ -4,9 +4,11 @@
 #include "ContractChecks.h"
 #include "HWServiceDetectionIOKit.h"
 #include "HWServicePnPIOKit.h"
-#include "NeverDestroyed.h"
+#include "detail/NeverDestroyed.h"
 
 #include <memory>
+
+using namespace kf::detail;
 
 HWServicePnP* HWServicePnP::getInstance() {
     TRACE_FUNCTION("HWServicePnP::getInstance");

@@ -1,28 +1,24 @@
 #include "BasicItem.h"
 #include "CallMarker.h"
 #include "Dictionary.h"
-#include "FileDescriptor.h"
-#include "FileReplacement.h"
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
 #include "MessageType.h"
-#include "SmallFile.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileReplacement.h"
 #include "detail/Lookahead.h"
 #include "detail/PropertyListReader.h"
+#include "detail/SmallFile.h"
 #include "detail/TextBuffer.h"
 
 #include <typeinfo>
 #include <unistd.h>
 #include <utility>
 
-// The text form: the line-oriented reader and writer, and the files.
+using namespace kf::detail;
 
-using kf::detail::DictionaryReadingObserver;
-using kf::detail::holds;
-using kf::detail::LineCursor;
-using kf::detail::PropertyListReader;
-using kf::detail::TextBuffer;
+// The text form: the line-oriented reader and writer, and the files.
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
 static constexpr int BAD_VERSION_LINE = 870;

@@ -3,11 +3,11 @@
 #include "CallMarker.h"
 #include "ContractChecks.h"
 #include "KFCrashListener.h"
-#include "KFLock.h"
 #include "KFMutex.h"
 #include "Logger.h"
-#include "NeverDestroyed.h"
 #include "Tracer.h"
+#include "detail/KFLock.h"
+#include "detail/NeverDestroyed.h"
 #include "detail/ThreadId.h"
 
 #include <algorithm>
@@ -79,7 +79,8 @@ static KFMutex& recordLock() {
     return lock.get();
 }
 
-void reportContractViolation(const char* kind, const char* condition, const char* file, int line) {
+void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
+                                         int line) {
     KFExceptionHandler::GetInstance()->throwException(0, kind, condition, file, line);
 }
 

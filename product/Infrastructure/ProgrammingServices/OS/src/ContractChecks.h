@@ -19,6 +19,8 @@
 //
 // Thread: any. The condition is evaluated exactly once.
 
+namespace kf::detail {
+
 /// Reports a broken contract. Declared here, on the lowest floor, because every floor checks contracts;
 /// defined by the exception handler, which stands above the tracer that it writes to.
 /// @param kind         "REQUIRE VIOLATION", "ENSURE VIOLATION" or "ASSERT VIOLATION"
@@ -26,9 +28,11 @@
 /// number
 void reportContractViolation(const char* kind, const char* condition, const char* file, int line);
 
+} // namespace kf::detail
+
 // The text is taken in the outer macro, where the condition's own macros (NULL) are not yet expanded.
 #define KF_CHECK_CONTRACT_(kind, condition, text, line)                                                      \
-    ((condition) ? static_cast<void>(0) : ::reportContractViolation(kind, text, KF_SOURCE, line))
+    ((condition) ? static_cast<void>(0) : ::kf::detail::reportContractViolation(kind, text, KF_SOURCE, line))
 
 #define KF_REQUIRE(condition, line) KF_CHECK_CONTRACT_("REQUIRE VIOLATION", condition, #condition, line)
 #define KF_ENSURE(condition, line) KF_CHECK_CONTRACT_("ENSURE VIOLATION", condition, #condition, line)

@@ -1,8 +1,10 @@
 #include "FileFinder.h"
 
-#include "FileSearch.h"
+#include "detail/FileSearch.h"
 
 #include <utility>
+
+using namespace kf::detail;
 
 static std::string openAtTheFront(const std::string& pattern) {
     if (pattern == "*.*") {

@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+namespace kf::detail {
 class FileSearch;
+}
 
 // Finds the entries of a folder, and of all folders below it, whose path is like a pattern ("*": any run of
 // characters, "/" included; "?": one character; upper and lower case differ). What is matched and returned is
@@ -28,8 +30,8 @@ public:
     bool findNextFile(std::string& name);
 
 protected:
-    explicit FileFinder(std::unique_ptr<FileSearch> search);
+    explicit FileFinder(std::unique_ptr<kf::detail::FileSearch> search);
 
 private:
-    std::unique_ptr<FileSearch> m_search;
+    std::unique_ptr<kf::detail::FileSearch> m_search;
 };

@@ -1,6 +1,6 @@
 #include "KFMutex.h"
 
-#include "KFLock.h"
+#include "detail/KFLock.h"
 
 #include <ctime>
 
@@ -42,7 +42,7 @@ int KFMutex::acquireContended() {
     return pthread_mutex_lock(&m_mutex);
 }
 
-bool acquireWithin(KFMutex& mutex, int milliseconds) {
+bool kf::detail::acquireWithin(KFMutex& mutex, int milliseconds) {
     while (!mutex.tryacquire()) {
         if (milliseconds-- <= 0)
             return false;

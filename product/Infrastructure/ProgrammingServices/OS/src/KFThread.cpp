@@ -1,13 +1,15 @@
 #include "KFThread.h"
 
 #include "ContractChecks.h"
-#include "KFLock.h"
-#include "ThreadNotices.h"
+#include "detail/KFLock.h"
+#include "detail/ThreadNotices.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <unistd.h>
+
+using namespace kf::detail;
 
 // No operation here is traced: the tracer is built on this class. The begin and end notices are all it says.
 

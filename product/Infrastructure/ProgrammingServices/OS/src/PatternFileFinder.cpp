@@ -1,6 +1,8 @@
 #include "PatternFileFinder.h"
 
-#include "FileSearch.h"
+#include "detail/FileSearch.h"
+
+using namespace kf::detail;
 
 PatternFileFinder::PatternFileFinder(const std::string& folder, const std::string& pattern)
     : FileFinder(FileSearch::withSharedManager(folder, pattern)) {}

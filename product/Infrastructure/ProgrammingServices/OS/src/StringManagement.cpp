@@ -1,11 +1,13 @@
 #include "StringManagement.h"
 
-#include "CFOwned.h"
+#include "detail/CFOwned.h"
 
 #include <cctype>
 #include <cstring>
 #include <cwctype>
 #include <strings.h>
+
+using namespace kf::detail;
 
 namespace StringManagement {
 

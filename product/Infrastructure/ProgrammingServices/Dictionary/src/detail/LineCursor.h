@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <cstddef>
 #include <string>

@@ -1,10 +1,12 @@
-#include "FileAttributes.h"
+#include "detail/FileAttributes.h"
 
 #include <cerrno>
 #include <cstring>
 #include <string>
 #include <sys/types.h>
 #include <sys/xattr.h>
+
+namespace kf::detail {
 
 namespace {
 
@@ -57,3 +59,5 @@ bool copyAttributes(int from, int to) {
     }
     return isListKept;
 }
+
+} // namespace kf::detail

@@ -1,4 +1,4 @@
-#include "FileSearch.h"
+#include "detail/FileSearch.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
+
+namespace kf::detail {
 
 // The enumeration keeps no folder open between two calls and never uses more stack for a deeper tree: a
 // folder is read whole when it comes up, and what it holds is put aside as paths. A tree may be deeper than
@@ -146,3 +148,5 @@ std::unique_ptr<FileSearch> FileSearch::withSharedManager(const std::string& fol
                                                           const std::string& pattern) {
     return std::make_unique<FolderSearch>(folder, pattern);
 }
+
+} // namespace kf::detail

@@ -1,9 +1,11 @@
-#include "LargeBuffer.h"
+#include "detail/LargeBuffer.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <sys/mman.h>
+
+namespace kf::detail {
 
 namespace {
 
@@ -50,3 +52,5 @@ void FreeLargeBuffer::operator()(char* memory) const {
     else
         std::free(memory);
 }
+
+} // namespace kf::detail

@@ -1,6 +1,8 @@
-#include "FileSearch.h"
+#include "detail/FileSearch.h"
 
 #include "MAC/AutoreleaseScope.h"
+
+namespace kf::detail {
 
 namespace {
 
@@ -59,3 +61,5 @@ std::unique_ptr<FileSearch> FileSearch::withSharedManager(const std::string& fol
     const AutoreleaseScope pool;
     return std::make_unique<EnumeratorSearch>([NSFileManager defaultManager], folder, pattern);
 }
+
+} // namespace kf::detail

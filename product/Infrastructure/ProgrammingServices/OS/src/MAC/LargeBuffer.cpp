@@ -1,7 +1,9 @@
-#include "LargeBuffer.h"
+#include "detail/LargeBuffer.h"
 
 #include <cstdlib>
 #include <new>
+
+namespace kf::detail {
 
 LargeBuffer makeLargeBuffer(std::size_t bytes) {
     void* const memory = std::calloc(bytes, 1);
@@ -13,3 +15,5 @@ LargeBuffer makeLargeBuffer(std::size_t bytes) {
 void FreeLargeBuffer::operator()(char* memory) const {
     std::free(memory);
 }
+
+} // namespace kf::detail

@@ -1,12 +1,12 @@
 #include "Logger.h"
 
 #include "ContractChecks.h"
-#include "KFLock.h"
 #include "LoggerConfigFileParser.h"
 #include "LoggerFlushThread.h"
 #include "Tracer.h"
 #include "detail/EventCount.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
 #include "detail/LatestMillisecond.h"
 #include "detail/LineWriter.h"
 #include "detail/MessageText.h"

@@ -1,10 +1,10 @@
 #include "LoggerFlushThread.h"
 
-#include "KFLock.h"
 #include "Logger.h"
-#include "NeverDestroyed.h"
 #include "detail/EventCount.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
+#include "detail/NeverDestroyed.h"
 
 using namespace kf::detail;
 

@@ -1,6 +1,8 @@
-#include "ThreadNotices.h"
+#include "detail/ThreadNotices.h"
 
 #include "Tracer.h"
+
+namespace kf::detail {
 
 void announceThreadBegin(const char* name) {
     if (Tracer::isActive())
@@ -11,3 +13,5 @@ void announceThreadEnd() {
     if (Tracer::isActive())
         Tracer::GetInstance()->EndOfThread();
 }
+
+} // namespace kf::detail

@@ -2,11 +2,11 @@
 
 #include "CallMarker.h"
 #include "ContractChecks.h"
-#include "KFLock.h"
 #include "ThreadTracer.h"
 #include "TracerConfigFileParser.h"
 #include "TracerFlushThread.h"
 #include "detail/EventCount.h"
+#include "detail/KFLock.h"
 #include "detail/LineWriter.h"
 #include "detail/NamePattern.h"
 #include "detail/ThreadId.h"

@@ -1,10 +1,10 @@
 #include "TracerFlushThread.h"
 
-#include "KFLock.h"
-#include "NeverDestroyed.h"
 #include "Tracer.h"
 #include "detail/EventCount.h"
 #include "detail/FileRing.h"
+#include "detail/KFLock.h"
+#include "detail/NeverDestroyed.h"
 
 using namespace kf::detail;
 

@@ -1,6 +1,6 @@
 #include "detail/ConfigFileStream.h"
 
-#include "SmallFile.h"
+#include "detail/SmallFile.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FileDescriptor.h"
 #include "detail/EventCount.h"
+#include "detail/FileDescriptor.h"
 #include "detail/LineQueue.h"
 
 #include <atomic>

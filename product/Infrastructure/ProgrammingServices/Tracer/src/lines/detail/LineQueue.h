@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LargeBuffer.h"
+#include "detail/LargeBuffer.h"
 
 #include <atomic>
 #include <cstddef>

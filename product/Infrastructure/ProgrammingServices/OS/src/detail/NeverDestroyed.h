@@ -3,6 +3,8 @@
 #include <new>
 #include <utility>
 
+namespace kf::detail {
+
 /// A static object that lives to the very end of the process: threads, signal handlers and the destructors of
 /// other static objects may use it until then. As a static of a function it is made when it is first asked
 /// for, which may be before main():
@@ -26,3 +28,5 @@ public:
 private:
     alignas(T) unsigned char m_memory[sizeof(T)];
 };
+
+} // namespace kf::detail

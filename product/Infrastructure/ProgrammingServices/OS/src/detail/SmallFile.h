@@ -1,13 +1,13 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <cstdint>
 #include <string>
 
 /// Files that people write, and that are small for that reason. What is larger, or no regular file, is a mistake or an
 /// attack: to read /dev/zero or a gigabyte of anything would take the machine's memory, to open a pipe for ever.
-namespace SmallFile {
+namespace kf::detail::SmallFile {
 
 /// In bytes. (Not of off_t, which is another type in every second source of a 32-bit build.)
 constexpr std::int64_t CONFIGURATION_LIMIT = 1024 * 1024;
@@ -22,4 +22,4 @@ FileDescriptor open(const std::string& path, std::int64_t limit, std::string& re
 /// Reads such a file whole; false, with `content` empty, when there is none or reading fails.
 bool read(const std::string& path, std::int64_t limit, std::string& content, std::string& refusal);
 
-} // namespace SmallFile
+} // namespace kf::detail::SmallFile

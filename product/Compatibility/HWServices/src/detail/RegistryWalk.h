@@ -2,6 +2,8 @@
 
 #include <IOKit/IOKitLib.h>
 
+namespace kf::detail {
+
 /// One way through an iterator of the device registry, from begin to end. The end that IOIteratorNext() tells is
 /// none when the registry has changed meanwhile; then the walk begins again:
 ///
@@ -35,3 +37,5 @@ private:
     const io_iterator_t m_iterator;
     int m_attempts = 1;
 };
+
+} // namespace kf::detail

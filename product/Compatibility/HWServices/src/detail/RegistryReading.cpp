@@ -1,11 +1,13 @@
 // Compiled for both hosts: Linux has IOKit's calls, too.
 
-#include "RegistryReading.h"
+#include "detail/RegistryReading.h"
 
-#include "CFOwned.h"
 #include "CallMarker.h"
+#include "detail/CFOwned.h"
 
 #include <IOKit/IOKitKeys.h>
+
+namespace kf::detail {
 
 bool readNumber(CFTypeRef object, SInt32& value) {
     TRACE_FUNCTION("readNumber");
@@ -61,3 +63,5 @@ void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value) {
     const CFOwned<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt32Type, &value));
     CFDictionarySetValue(matching, key, number.get());
 }
+
+} // namespace kf::detail

@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+namespace kf::detail {
+
 /// What became of the attempt to take a lock; errno tells the reason of all but the first.
 enum class LockResult {
     HELD,
@@ -31,3 +33,5 @@ public:
 private:
     std::chrono::steady_clock::time_point m_end; // from the first lock on that is busy
 };
+
+} // namespace kf::detail

@@ -6,7 +6,7 @@
 
 // Writing a file that people cannot get back when it is lost: parameter stores and saved dictionaries.
 
-namespace FileReplacement {
+namespace kf::detail::FileReplacement {
 
 /// What the file system could not do for a write, which went on without it. Bits of one number.
 enum Lack : unsigned {
@@ -54,4 +54,4 @@ bool waitUntilWhole(int descriptor);
 /// Thread: any.
 std::vector<const char*> takeUntold(unsigned lacks);
 
-} // namespace FileReplacement
+} // namespace kf::detail::FileReplacement

@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace kf::detail {
+
 /// Owner of one file descriptor: closes it when it goes. Not shared between threads.
 class FileDescriptor {
 public:
@@ -103,3 +105,5 @@ inline std::size_t writeFully(int descriptor, std::string_view text) {
     }
     return written;
 }
+
+} // namespace kf::detail

@@ -5,6 +5,8 @@
 #include <memory>
 #include <type_traits>
 
+namespace kf::detail {
+
 struct CFReleaser {
     void operator()(CFTypeRef object) const { CFRelease(object); }
 };
@@ -12,3 +14,5 @@ struct CFReleaser {
 /// A CoreFoundation reference that the holder owns (from a Create or Copy call) and releases; may be null.
 template <class Ref>
 using CFOwned = std::unique_ptr<std::remove_pointer_t<Ref>, CFReleaser>;
+
+} // namespace kf::detail

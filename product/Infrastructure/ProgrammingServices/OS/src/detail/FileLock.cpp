@@ -1,6 +1,6 @@
-#include "FileLock.h"
+#include "detail/FileLock.h"
 
-#include "PathBeside.h"
+#include "detail/PathBeside.h"
 
 #include <atomic>
 #include <cerrno>
@@ -8,6 +8,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace kf::detail {
 
 using std::chrono::duration_cast;
 using std::chrono::microseconds;
@@ -164,3 +166,5 @@ bool FileLock::isOwnLockHeldOf(int descriptor) {
     }
     return false;
 }
+
+} // namespace kf::detail

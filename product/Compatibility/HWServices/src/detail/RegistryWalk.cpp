@@ -1,9 +1,11 @@
 // Compiled for both hosts: Linux has IOKit's calls, too.
 
-#include "RegistryWalk.h"
+#include "detail/RegistryWalk.h"
 
 #include "CallMarker.h"
 #include "MessageType.h"
+
+namespace kf::detail {
 
 static const int MOST_ATTEMPTS = 10;
 
@@ -18,3 +20,5 @@ bool RegistryWalk::reset() {
     IOIteratorReset(m_iterator);
     return true;
 }
+
+} // namespace kf::detail

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <memory>
 
+namespace kf::detail {
+
 /// Gives back what makeLargeBuffer made.
 struct FreeLargeBuffer {
     void operator()(char* memory) const;
@@ -17,3 +19,5 @@ constexpr std::size_t LARGE_BUFFER_UNIT = std::size_t{2} * 1024 * 1024;
 /// host's large pages where it has them to give, since each first touch of a page costs more than writing a
 /// dozen lines into it. Throws std::bad_alloc.
 LargeBuffer makeLargeBuffer(std::size_t bytes);
+
+} // namespace kf::detail

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "FileDescriptor.h"
-#include "LockWait.h"
+#include "detail/FileDescriptor.h"
+#include "detail/LockWait.h"
 
 #include <chrono>
 #include <string>
+
+namespace kf::detail {
 
 /// Holds the lock of a file that several processes read, change and write back. Advisory: it binds those who
 /// take it. Released when the object goes or, by the system, when the process dies; never inherited by a
@@ -44,3 +46,5 @@ private:
     const FileLock* m_outer; // the one that this thread has held before
     std::chrono::steady_clock::time_point m_since;
 };
+
+} // namespace kf::detail

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+namespace kf::detail {
+
 /// The file behind one parameter store, text or binary: where it lies, and how it is read, changed and
 /// replaced so that neither a kill, a full disk nor a second process loses a parameter.
 ///
@@ -52,3 +54,5 @@ private:
 
     std::string m_path;
 };
+
+} // namespace kf::detail

@@ -1,10 +1,10 @@
-#include "FileReplacement.h"
+#include "detail/FileReplacement.h"
 
-#include "FileAttributes.h"
-#include "FileDescriptor.h"
-#include "FileLock.h"
-#include "LockWait.h"
-#include "PathBeside.h"
+#include "detail/FileAttributes.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileLock.h"
+#include "detail/LockWait.h"
+#include "detail/PathBeside.h"
 
 #include <atomic>
 #include <cerrno>
@@ -18,6 +18,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace kf::detail {
 
 namespace {
 
@@ -357,3 +359,5 @@ std::vector<const char*> FileReplacement::takeUntold(unsigned lacks) {
     }
     return texts;
 }
+
+} // namespace kf::detail

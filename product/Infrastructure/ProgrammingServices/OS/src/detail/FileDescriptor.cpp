@@ -1,8 +1,10 @@
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <algorithm>
 #include <fcntl.h>
 #include <initializer_list>
+
+namespace kf::detail {
 
 namespace {
 
@@ -78,3 +80,5 @@ bool isUnsupported(int error) {
 bool forbidsNewFile(int error) {
     return isUnsupported(error) || isOneOf(error, {EPERM, EACCES, EROFS, EBUSY, ELOOP, ENAMETOOLONG, EEXIST});
 }
+
+} // namespace kf::detail

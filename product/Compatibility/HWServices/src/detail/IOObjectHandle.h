@@ -2,6 +2,8 @@
 
 #include <IOKit/IOKitLib.h>
 
+namespace kf::detail {
+
 /// Owns one reference to an object of the device registry (a service, an iterator, a notification) and
 /// releases it; may be empty.
 class IOObjectHandle {
@@ -31,3 +33,5 @@ public:
 private:
     io_object_t m_object;
 };
+
+} // namespace kf::detail

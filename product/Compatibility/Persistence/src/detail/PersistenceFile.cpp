@@ -1,17 +1,19 @@
-#include "PersistenceFile.h"
+#include "detail/PersistenceFile.h"
 
 #include "CallMarker.h"
-#include "FileDescriptor.h"
-#include "FileLock.h"
-#include "FileReplacement.h"
 #include "FileSystemManagement.h"
 #include "FolderNames.h"
+#include "detail/FileDescriptor.h"
+#include "detail/FileLock.h"
+#include "detail/FileReplacement.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <new>
 #include <stdexcept>
+
+namespace kf::detail {
 
 namespace {
 
@@ -114,3 +116,5 @@ bool PersistenceFile::exists() const {
     TRACE_METHOD();
     return FileSystemManagement::existFile(m_path);
 }
+
+} // namespace kf::detail

@@ -1,8 +1,8 @@
-#include "SmallFile.h"
+#include "detail/SmallFile.h"
 
 #include <cstring>
 
-namespace SmallFile {
+namespace kf::detail::SmallFile {
 
 FileDescriptor open(const std::string& path, std::int64_t limit, std::string& refusal) {
     FileDescriptor file = openRegularFile(path);
@@ -30,4 +30,4 @@ bool read(const std::string& path, std::int64_t limit, std::string& content, std
     return false;
 }
 
-} // namespace SmallFile
+} // namespace kf::detail::SmallFile

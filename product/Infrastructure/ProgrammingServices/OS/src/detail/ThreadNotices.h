@@ -1,5 +1,7 @@
 #pragma once
 
+namespace kf::detail {
+
 // What a named thread announces when it begins and ends. Declared on the lowest floor, where KFThread stands;
 // defined by the tracer, two floors up, so that no include runs upwards.
 
@@ -9,3 +11,5 @@ void announceThreadBegin(const char* name);
 
 /// Called on the thread after its body. Does nothing unless a tracer exists and is enabled.
 void announceThreadEnd();
+
+} // namespace kf::detail

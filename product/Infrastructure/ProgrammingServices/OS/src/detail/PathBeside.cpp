@@ -1,8 +1,10 @@
-#include "PathBeside.h"
+#include "detail/PathBeside.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <unistd.h>
+
+namespace kf::detail {
 
 namespace {
 
@@ -28,3 +30,5 @@ std::string pathBeside(const std::string& path, const std::string& suffix) {
     }
     return folder + "." + hashOf(name) + suffix;
 }
+
+} // namespace kf::detail

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace kf::detail {
+
 // Reading the device registry. Absent is told from zero and from empty, and a value's type is checked first:
 // what a driver publishes under a key is not ours to trust.
 
@@ -26,3 +28,5 @@ bool isBelow(const std::string& path, const std::string& devicePath);
 
 /// Adds a 32-bit number to a matching dictionary.
 void setNumber(CFMutableDictionaryRef matching, CFStringRef key, SInt32 value);
+
+} // namespace kf::detail

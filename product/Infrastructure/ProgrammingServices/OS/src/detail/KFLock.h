@@ -2,6 +2,8 @@
 
 #include "KFMutex.h"
 
+namespace kf::detail {
+
 // Holds a KFMutex for the length of a scope.
 class KF_SCOPED_CAPABILITY KFLock {
 public:
@@ -19,3 +21,5 @@ private:
 /// Takes the mutex, and gives up after so many milliseconds: false. Fit for a signal handler, which may have
 /// interrupted the holder, or a thread that was just about to become it.
 bool acquireWithin(KFMutex& mutex, int milliseconds) KF_TRY_ACQUIRE(true, mutex);
+
+} // namespace kf::detail

@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 
+namespace kf::detail {
+
 // What the file finders stand on: one deep enumeration of a folder, with a pattern. Each host has its own.
 class FileSearch {
 public:
@@ -25,3 +27,5 @@ public:
 protected:
     FileSearch() = default;
 };
+
+} // namespace kf::detail

@@ -1,11 +1,13 @@
-#include "LockWait.h"
+#include "detail/LockWait.h"
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <atomic>
 #include <cerrno>
 #include <sys/file.h>
 #include <unistd.h>
+
+namespace kf::detail {
 
 namespace {
 
@@ -62,3 +64,5 @@ LockResult LockWait::take(int descriptor, int operation) {
         usleep(PAUSE_MICROSECONDS);
     }
 }
+
+} // namespace kf::detail
