@@ -13,15 +13,7 @@ namespace {
 /// its own below ZEVO_FLEET_RECORDINGS.
 class FleetRecorder : public LauncherTest {
 protected:
-    FleetRecorder() {
-        const SampleMachine product;
-        m_machine.install("tracer_zevolauncher.cfg",
-                          product.installedText("tracer_zevolauncher.cfg") + "TRACE_MUST_FLUSH\n");
-        m_machine.install("logger_launcher.cfg",
-                          product.installedText("logger_launcher.cfg") + "LOG_MUST_FLUSH\n");
-        m_trace.restart(m_machine.logFolder() + "/tracer_zevolauncher_0.txt");
-        m_log.restart(m_machine.logFolder() + "/logger_launcher_0.txt");
-    }
+    FleetRecorder() { useInstalledTraceAndLog(); }
 
     void plugModemThatSwitches() {
         m_bus.plug("1-1", m_modem.cdRom);

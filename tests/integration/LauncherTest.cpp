@@ -52,6 +52,16 @@ LauncherTest::LauncherTest()
     configureFor(m_modem.modem, m_modem.cdRom);
 }
 
+void LauncherTest::useInstalledTraceAndLog() {
+    const SampleMachine product;
+    m_machine.install("tracer_zevolauncher.cfg",
+                      product.installedText("tracer_zevolauncher.cfg") + "TRACE_MUST_FLUSH\n");
+    m_machine.install("logger_launcher.cfg",
+                      product.installedText("logger_launcher.cfg") + "LOG_MUST_FLUSH\n");
+    m_trace.restart(m_machine.logFolder() + "/tracer_zevolauncher_0.txt");
+    m_log.restart(m_machine.logFolder() + "/logger_launcher_0.txt");
+}
+
 Modem LauncherTest::modemNamed(const std::string& fileName) {
     return readModemFile(std::string(ZEVO_MODEMS) + "/" + fileName + ".modem");
 }

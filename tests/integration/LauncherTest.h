@@ -49,6 +49,9 @@ protected:
     void configureFor(const UsbDevice& modem, const UsbDevice& cdRom);
     void configure(const std::string& toDetect, const std::string& toFind, const std::string& cdRomToDetect);
 
+    /** Trace and log as an installation has them, in place of the test's own, but every line is written at once. */
+    void useInstalledTraceAndLog();
+
     static Modem modemNamed(const std::string& fileName);
 
     const Modem m_modem; // two serial ports; configured already

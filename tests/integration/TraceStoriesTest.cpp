@@ -17,15 +17,7 @@ namespace {
 /// What zevo-trace makes of the traces that the launcher really writes, with the product's own configuration.
 class TraceStories : public LauncherTest {
 protected:
-    TraceStories() {
-        const SampleMachine product;
-        m_machine.install("tracer_zevolauncher.cfg",
-                          product.installedText("tracer_zevolauncher.cfg") + "TRACE_MUST_FLUSH\n");
-        m_machine.install("logger_launcher.cfg",
-                          product.installedText("logger_launcher.cfg") + "LOG_MUST_FLUSH\n");
-        m_trace.restart(m_machine.logFolder() + "/tracer_zevolauncher_0.txt");
-        m_log.restart(m_machine.logFolder() + "/logger_launcher_0.txt");
-    }
+    TraceStories() { useInstalledTraceAndLog(); }
 
     RunStory story() {
         std::vector<std::string> notes;

@@ -189,19 +189,21 @@ void appendByteOrderMark(CFStringEncoding encoding, std::size_t maxBytes, Encode
         result.bytes += mark;
 }
 
-} // namespace
-
-const TextEncoding* findEncoding(CFStringEncoding number) {
-    const auto* found = std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS),
-                                     [number](const TextEncoding& row) { return row.number == number; });
+/// Null where no row of the table matches.
+template <typename Matches>
+const TextEncoding* findRow(Matches matches) {
+    const auto* found = std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS), matches);
     return found == std::end(ENCODINGS) ? nullptr : found;
 }
 
+} // namespace
+
+const TextEncoding* findEncoding(CFStringEncoding number) {
+    return findRow([number](const TextEncoding& row) { return row.number == number; });
+}
+
 const TextEncoding* findFoundationEncoding(unsigned long number) {
-    const auto* found =
-        std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS),
-                     [number](const TextEncoding& row) { return row.foundationNumber == number; });
-    return found == std::end(ENCODINGS) ? nullptr : found;
+    return findRow([number](const TextEncoding& row) { return row.foundationNumber == number; });
 }
 
 std::optional<std::u16string> decodeText(std::string_view bytes, CFStringEncoding encoding, bool external) {

@@ -97,31 +97,30 @@ static void awaitEndOfOtherLauncher(const std::string& logFolder,
     lock->waitForIt();
 }
 
-// The tracer and the logger live to the end of the process: threads may trace and log until then.
+// The tracer or the logger, which live to the end of the process: threads may trace and log until then.
+template <typename Facility>
+static void make(const std::string& logFolder, const std::string& configurationFile) {
+    static NeverDestroyed<Facility> facility;
+    Facility::SetInstance(&facility.get());
+    facility.get().SetFolderName(logFolder);
+    facility.get().ReadConfigFile(configurationFile.c_str());
+}
+
 static void startTracer(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startTracer");
     if (Tracer::GetInstance() != nullptr)
         return;
-    static NeverDestroyed<Tracer> theTracer;
-    Tracer* const tracer = &theTracer.get();
-    Tracer::SetInstance(tracer);
-    tracer->SetFolderName(logFolder);
-    tracer->ReadConfigFile(configurationFile.c_str());
+    make<Tracer>(logFolder, configurationFile);
     // Already here: the first traced call, even one of this file, would register the thread under its number,
     // and a name that comes later has no effect.
     if (Tracer::isActive())
-        tracer->BeginningOfThread("MAIN");
+        Tracer::GetInstance()->BeginningOfThread("MAIN");
 }
 
 static void startLogger(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startLogger");
-    if (Logger::GetInstance() != nullptr)
-        return;
-    static NeverDestroyed<Logger> theLogger;
-    Logger* const logger = &theLogger.get();
-    Logger::SetInstance(logger);
-    logger->SetFolderName(logFolder);
-    logger->ReadConfigFile(configurationFile.c_str());
+    if (Logger::GetInstance() == nullptr)
+        make<Logger>(logFolder, configurationFile);
 }
 
 static void logBanner(const std::string& executable, IDCardReader& card) {

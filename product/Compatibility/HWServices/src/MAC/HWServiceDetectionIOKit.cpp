@@ -8,15 +8,17 @@
 #include "StringManagement.h"
 #include "detail/CFOwned.h"
 #include "detail/IOObjectHandle.h"
+#include "detail/IntegerText.h"
 #include "detail/RegistryReading.h"
 #include "detail/RegistryWalk.h"
 
 #include <IOKit/IOKitKeys.h>
 
-#include <climits>
-#include <cstdlib>
+#include <cstdio>
+#include <initializer_list>
 #include <map>
 #include <regex.h>
+#include <utility>
 
 using namespace kf::detail;
 
@@ -37,14 +39,6 @@ using Findings = std::map<std::string, std::string>;
 static std::string textOf(const Dictionary& dictionary, const char* key) {
     const char* const text = dictionary.hasKey(key) ? dictionary.getValue(std::string(key)) : nullptr;
     return text == nullptr ? std::string() : text;
-}
-
-// As atoi() on a 32-bit machine, on every machine: beyond the range of an int, the nearest end of it.
-static SInt32 toNumber(const std::string& text) {
-    const long long number = std::strtoll(text.c_str(), nullptr, 10);
-    if (number > INT_MAX)
-        return INT_MAX;
-    return static_cast<SInt32>(number < INT_MIN ? INT_MIN : number);
 }
 
 // POSIX basic syntax, any letter case, anywhere in the name. An empty pattern matches nothing, nor does one
@@ -230,19 +224,30 @@ void HWServiceDetectionIOKit::unRegisterService() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
+// The USB devices that have these numbers. @return what failed; empty when nothing did
+static std::string findDevices(std::initializer_list<std::pair<CFStringRef, SInt32>> numbers,
+                               IOObjectHandle& devices) {
+    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
+    if (!matching)
+        return "IOServiceMatching returned NULL.";
+    for (const auto& [key, number] : numbers)
+        setNumber(matching.get(), key, number);
+    const kern_return_t result =
+        IOServiceGetMatchingServices(kIOMasterPortDefault, matching.release(), devices.receive());
+    if (result == KERN_SUCCESS)
+        return std::string();
+    char failure[64];
+    std::snprintf(failure, sizeof failure, "IOServiceGetMatchingServices returned 0x%08x.",
+                  static_cast<unsigned>(result));
+    return failure;
+}
+
 void HWServiceDetectionIOKit::getConnectedDevices(std::string, std::set<std::string>& devices) {
     TRACE_METHOD();
-    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
-    if (!matching) {
-        TRACE_MESSAGE(MSG_ERROR, "IOServiceMatching returned NULL.");
-        return;
-    }
     IOObjectHandle iterator;
-    const kern_return_t result =
-        IOServiceGetMatchingServices(kIOMasterPortDefault, matching.release(), iterator.receive());
-    if (result != KERN_SUCCESS) {
-        TRACE_MESSAGE(MSG_ERROR, "IOServiceGetMatchingServices returned 0x%08x.",
-                      static_cast<unsigned>(result));
+    const std::string failure = findDevices({}, iterator);
+    if (!failure.empty()) {
+        TRACE_MESSAGE(MSG_ERROR, "%s", failure.c_str());
         return;
     }
     std::set<std::string> pairs;
@@ -263,23 +268,15 @@ void HWServiceDetectionIOKit::getConnectedDevices(std::string, std::set<std::str
 
 void HWServiceDetectionIOKit::detectDeviceHID(Dictionary& device, Dictionary& result) {
     TRACE_METHOD();
-    const SInt32 vendor = toNumber(textOf(device, "VendorID"));
-    const SInt32 product = toNumber(textOf(device, "ProductID"));
+    const SInt32 vendor = integerOf(textOf(device, "VendorID"));
+    const SInt32 product = integerOf(textOf(device, "ProductID"));
     TRACE_MESSAGE(MSG_DEBUG, "Looking for devices matching vendor ID=%ld and product ID=%ld.",
                   static_cast<long>(vendor), static_cast<long>(product));
-    CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
-    if (!matching) {
-        TRACE_MESSAGE(MSG_ERROR, "IOServiceMatching returned NULL.");
-        return;
-    }
-    setNumber(matching.get(), CFSTR("idVendor"), vendor);
-    setNumber(matching.get(), CFSTR("idProduct"), product);
     IOObjectHandle iterator;
-    const kern_return_t status =
-        IOServiceGetMatchingServices(kIOMasterPortDefault, matching.release(), iterator.receive());
-    if (status != KERN_SUCCESS) {
-        TRACE_MESSAGE(MSG_ERROR, "IOServiceGetMatchingServices returned 0x%08x.",
-                      static_cast<unsigned>(status));
+    const std::string failure =
+        findDevices({{CFSTR("idVendor"), vendor}, {CFSTR("idProduct"), product}}, iterator);
+    if (!failure.empty()) {
+        TRACE_MESSAGE(MSG_ERROR, "%s", failure.c_str());
         return;
     }
     Dictionary found;

@@ -290,28 +290,23 @@ std::string Dictionary::getItemPath(Item& item) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for item [%x] name %s in %x", shownAddress(&item), nameOf(item).c_str(),
                   shownAddress(this));
-    std::string path;
-    if (Item* const namesake = child(nameOf(item))) {
-        if (item.equals(*namesake))
-            path = nameOf(item);
-    } else {
-        for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry) {
-            if (const Dictionary* const dictionary = entry->second->getAsDictionary())
-                path = dictionary->doGetItemPath(item, entry->first);
-        }
-    }
+    const std::string path = findPath(item, std::string());
     TRACE_MESSAGE(MSG_DEBUG, "item path is %s", path.c_str());
     return path;
 }
 
 std::string Dictionary::doGetItemPath(Item& item, const std::string& prefix) const {
     TRACE_METHOD();
+    return findPath(item, prefix);
+}
+
+std::string Dictionary::findPath(Item& item, const std::string& prefix) const {
     if (Item* const namesake = child(nameOf(item)))
-        return item.equals(*namesake) ? prefix + SEPARATOR + nameOf(item) : std::string();
+        return item.equals(*namesake) ? prefix + nameOf(item) : std::string();
     std::string path;
     for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry) {
         if (const Dictionary* const dictionary = entry->second->getAsDictionary())
-            path = dictionary->doGetItemPath(item, prefix + SEPARATOR + entry->first);
+            path = dictionary->doGetItemPath(item, prefix + entry->first + SEPARATOR);
     }
     return path;
 }

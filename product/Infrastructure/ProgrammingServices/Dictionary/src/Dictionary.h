@@ -187,6 +187,7 @@ private:
     void doFindValues(const std::string& key, std::list<const char*>& values) const;
     void doFindItems(const std::string& key, std::list<Item*>& items);
     std::string doGetItemPath(Item& item, const std::string& prefix) const;
+    std::string findPath(Item& item, const std::string& prefix) const;
     void doRemoveItem(Path path);
     void removeEverywhere(Item& item);
     struct Addition {

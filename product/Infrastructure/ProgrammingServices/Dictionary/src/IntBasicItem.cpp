@@ -1,18 +1,17 @@
 #include "IntBasicItem.h"
 
 #include "CallMarker.h"
+#include "detail/IntegerText.h"
 #include "detail/PropertyListReader.h"
 #include "detail/ShownAddress.h"
 #include "detail/TextBuffer.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <limits>
 #include <memory>
 #include <utility>
 
 using kf::detail::addressText;
+using kf::detail::integerOf;
 using kf::detail::requireElementText;
 using kf::detail::TextBuffer;
 
@@ -97,17 +96,9 @@ void IntBasicItem::unMarshall(std::stringstream& in) {
     unMarshall(line);
 }
 
-// atoi of a host where long has 32 bits: there a number out of range becomes the nearest end of the range.
-static int toInteger(const std::string& text) {
-    const long value = std::strtol(text.c_str(), nullptr, 10);
-    constexpr long SMALLEST = std::numeric_limits<int>::min();
-    constexpr long LARGEST = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp(value, SMALLEST, LARGEST));
-}
-
 void IntBasicItem::unMarshall(std::string_view line) {
     TRACE_METHOD();
-    m_value = toInteger(std::string(requireElementText("<int>", line)));
+    m_value = integerOf(std::string(requireElementText("<int>", line)));
 }
 
 void IntBasicItem::setValue(int value) {

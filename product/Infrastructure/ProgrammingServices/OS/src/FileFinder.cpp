@@ -14,7 +14,7 @@ static std::string openAtTheFront(const std::string& pattern) {
 }
 
 FileFinder::FileFinder(const std::string& folder, const std::string& pattern)
-    : FileFinder(FileSearch::withOwnManager(folder, openAtTheFront(pattern))) {}
+    : FileFinder(FileSearch::begin(folder, openAtTheFront(pattern), FileSearch::Manager::Own)) {}
 
 FileFinder::FileFinder(std::unique_ptr<FileSearch> search) : m_search(std::move(search)) {}
 

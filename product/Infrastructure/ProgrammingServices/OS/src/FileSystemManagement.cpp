@@ -1,5 +1,7 @@
 #include "FileSystemManagement.h"
 
+#include "detail/FileDescriptor.h"
+
 #include <CoreServices/CoreServices.h>
 #include <mach-o/dyld.h>
 
@@ -16,6 +18,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace kf::detail;
+
 namespace FileSystemManagement {
 
 namespace {
@@ -24,22 +28,6 @@ constexpr mode_t FOLDER_MODE = 0777;
 constexpr UInt32 FOLDER_PATH_SIZE = 2048;
 constexpr uint32_t EXECUTABLE_PATH_SIZE = 1024;
 constexpr std::size_t COPY_BUFFER_SIZE = 1024 * 1024;
-
-/// What tells two folders apart, whatever path leads to them.
-struct FolderId {
-    dev_t device;
-    ino_t inode;
-    bool operator==(const FolderId& other) const { return device == other.device && inode == other.inode; }
-};
-
-bool folderId(const std::string& path, FolderId& id) {
-    struct stat info;
-    if (stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        return false;
-    }
-    id = {info.st_dev, info.st_ino};
-    return true;
-}
 
 struct FileCloser {
     void operator()(FILE* file) const { fclose(file); }
@@ -100,21 +88,17 @@ std::string reducedPattern(const std::string& pattern) {
     return pattern;
 }
 
-bool contains(const std::vector<FolderId>& folders, const FolderId& folder) {
-    return std::find(folders.begin(), folders.end(), folder) != folders.end();
-}
-
 /// `underWay` holds the source and the destination of this level and of all above it. A link back to one of
 /// them, or a destination that lies inside the source, would otherwise be copied into itself without end.
 bool copyTree(const std::string& source, const std::string& destination, const std::string& pattern,
-              std::vector<FolderId> underWay) {
+              std::vector<struct stat> underWay) {
     const std::string reduced = reducedPattern(pattern);
     for (const std::string& folder : {source, destination}) {
-        FolderId id;
-        if (!folderId(folder, id)) {
+        struct stat info;
+        if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
             return false;
         }
-        underWay.push_back(id);
+        underWay.push_back(info);
     }
     for (const std::string& name : entriesOf(source)) {
         if (isSelfOrParent(name)) {
@@ -131,7 +115,8 @@ bool copyTree(const std::string& source, const std::string& destination, const s
             if (mkdir(to.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
                 return false;
             }
-            if (!contains(underWay, {info.st_dev, info.st_ino})) {
+            if (std::none_of(underWay.begin(), underWay.end(),
+                             [&](const struct stat& folder) { return isSameFile(folder, info); })) {
                 copyTree(from, to, reduced, underWay);
             }
         } else if (S_ISREG(info.st_mode) && name.find(reduced) != std::string::npos) {

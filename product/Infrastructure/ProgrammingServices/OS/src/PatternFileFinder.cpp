@@ -5,4 +5,4 @@
 using namespace kf::detail;
 
 PatternFileFinder::PatternFileFinder(const std::string& folder, const std::string& pattern)
-    : FileFinder(FileSearch::withSharedManager(folder, pattern)) {}
+    : FileFinder(FileSearch::begin(folder, pattern, FileSearch::Manager::Shared)) {}

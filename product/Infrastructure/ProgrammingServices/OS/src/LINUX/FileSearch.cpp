@@ -139,13 +139,8 @@ int FolderSearch::openFolder(const std::string& path) const {
 
 } // namespace
 
-std::unique_ptr<FileSearch> FileSearch::withOwnManager(const std::string& folder,
-                                                       const std::string& pattern) {
-    return std::make_unique<FolderSearch>(folder, pattern);
-}
-
-std::unique_ptr<FileSearch> FileSearch::withSharedManager(const std::string& folder,
-                                                          const std::string& pattern) {
+std::unique_ptr<FileSearch> FileSearch::begin(const std::string& folder, const std::string& pattern,
+                                              Manager) {
     return std::make_unique<FolderSearch>(folder, pattern);
 }
 

@@ -49,17 +49,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<FileSearch> FileSearch::withOwnManager(const std::string& folder,
-                                                       const std::string& pattern) {
+std::unique_ptr<FileSearch> FileSearch::begin(const std::string& folder, const std::string& pattern,
+                                              Manager manager) {
     const AutoreleaseScope pool;
-    NSFileManager* manager = [[[NSFileManager alloc] init] autorelease];
-    return std::make_unique<EnumeratorSearch>(manager, folder, pattern);
-}
-
-std::unique_ptr<FileSearch> FileSearch::withSharedManager(const std::string& folder,
-                                                          const std::string& pattern) {
-    const AutoreleaseScope pool;
-    return std::make_unique<EnumeratorSearch>([NSFileManager defaultManager], folder, pattern);
+    NSFileManager* asked =
+        manager == Manager::Own ? [[[NSFileManager alloc] init] autorelease] : [NSFileManager defaultManager];
+    return std::make_unique<EnumeratorSearch>(asked, folder, pattern);
 }
 
 } // namespace kf::detail

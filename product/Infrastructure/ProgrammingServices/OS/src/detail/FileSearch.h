@@ -17,12 +17,11 @@ public:
     /// end. Does not throw.
     virtual bool next(std::string& name) = 0;
 
-    /// A search through a file manager of its own, or through the one that the whole process shares; where
-    /// the host has no such object both are the same. Never null: a folder that cannot be read has no
-    /// entries.
-    static std::unique_ptr<FileSearch> withOwnManager(const std::string& folder, const std::string& pattern);
-    static std::unique_ptr<FileSearch> withSharedManager(const std::string& folder,
-                                                         const std::string& pattern);
+    /// Which of the host's file managers a search asks; they are the same where the host has no such object.
+    enum class Manager { Own, Shared };
+    /// Never null: a folder that cannot be read has no entries.
+    static std::unique_ptr<FileSearch> begin(const std::string& folder, const std::string& pattern,
+                                             Manager manager);
 
 protected:
     FileSearch() = default;

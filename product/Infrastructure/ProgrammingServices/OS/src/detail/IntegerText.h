@@ -1,0 +1,18 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+namespace kf::detail {
+
+/// The number that a text begins with, 0 where it begins with none: as atoi() of a host where long has 32 bits, where
+/// a number out of range becomes the nearest end of the range.
+inline int integerOf(const std::string& text) {
+    constexpr long long SMALLEST = std::numeric_limits<int>::min();
+    constexpr long long LARGEST = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::strtoll(text.c_str(), nullptr, 10), SMALLEST, LARGEST));
+}
+
+} // namespace kf::detail
