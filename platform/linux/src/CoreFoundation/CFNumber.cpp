@@ -210,8 +210,8 @@ private:
 
 using namespace LinuxPlatform;
 
-// Never destroyed: a signal handler may end the process while the thread that it interrupted holds the lock
-// that an object's end takes.
+/// Never destroyed: a signal handler may end the process while the thread that it interrupted holds the lock
+/// that an object's end takes.
 const CFBooleanRef kCFBooleanTrue = std::make_unique<const BooleanValue>(true).release();
 const CFBooleanRef kCFBooleanFalse = std::make_unique<const BooleanValue>(false).release();
 

@@ -8,13 +8,17 @@
 
 namespace LinuxPlatform {
 
+namespace {
+
 /// The bundle's name without ".app". A link to a bundle gives it its name, whatever the folder is called.
-static std::string ownName(const ReferencedPath& bundle) {
+std::string ownName(const ReferencedPath& bundle) {
     std::string name = lastComponent(bundle.named);
     if (!isBundleName(name))
         name = lastComponent(bundle.real);
     return isBundleName(name) ? name.substr(0, name.rfind('.')) : std::string();
 }
+
+} // namespace
 
 OSStatus checkBundle(const ReferencedPath& bundle) {
     struct stat found;

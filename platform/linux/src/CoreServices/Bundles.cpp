@@ -9,12 +9,14 @@ namespace LinuxPlatform {
 
 static const char BUNDLE_SUFFIX[] = ".app";
 
-static void dropTrailingSeparators(std::string& path) {
+namespace {
+
+void dropTrailingSeparators(std::string& path) {
     while (!path.empty() && path.back() == '/')
         path.pop_back();
 }
 
-static std::string absolutePath(const std::string& path) {
+std::string absolutePath(const std::string& path) {
     if (path[0] == '/')
         return path;
     std::unique_ptr<char, decltype(&std::free)> here(::getcwd(nullptr, 0), &std::free);
@@ -23,13 +25,17 @@ static std::string absolutePath(const std::string& path) {
     return std::string(here ? here.get() : "") + "/" + path;
 }
 
+} // namespace
+
 std::string realPath(const std::string& path) {
     std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
     return real ? real.get() : std::string();
 }
 
+namespace {
+
 /// PLATFORM_ROOT as it was given, made absolute.
-static std::string givenRootFolder() {
+std::string givenRootFolder() {
     const char* given = std::getenv("PLATFORM_ROOT");
     if (given == nullptr || *given == '\0')
         return std::string();
@@ -37,6 +43,8 @@ static std::string givenRootFolder() {
     dropTrailingSeparators(root);
     return root;
 }
+
+} // namespace
 
 std::string rootFolder() {
     const std::string given = givenRootFolder();

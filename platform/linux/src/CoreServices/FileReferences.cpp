@@ -129,7 +129,9 @@ OSStatus resolveReference(const FSRef& ref, ReferencedPath& path) {
 
 using namespace LinuxPlatform;
 
-static OSStatus makeReference(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
+namespace {
+
+OSStatus makeReference(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
     const std::string inRoot = intoRoot(reinterpret_cast<const char*>(path));
     const std::string real = realPath(inRoot);
     struct stat found;
@@ -141,6 +143,8 @@ static OSStatus makeReference(const UInt8* path, FSRef* ref, Boolean* isDirector
         *isDirectory = S_ISDIR(found.st_mode);
     return noErr;
 }
+
+} // namespace
 
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
     if (path == nullptr || ref == nullptr)

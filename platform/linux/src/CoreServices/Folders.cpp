@@ -13,12 +13,14 @@
 
 using namespace LinuxPlatform;
 
-// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
+/// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
 static const std::size_t LONGEST_PATH = 2047;
 
 static const char DATA_FOLDER_IN_HOME[] = ".local/share";
 
-static std::string absoluteFolderFromEnvironment(const char* variable) {
+namespace {
+
+std::string absoluteFolderFromEnvironment(const char* variable) {
     const char* value = std::getenv(variable);
     if (value == nullptr || value[0] != '/')
         return std::string();
@@ -33,7 +35,7 @@ static std::string absoluteFolderFromEnvironment(const char* variable) {
     return folder;
 }
 
-static std::string homeFolderOfUserDatabase() {
+std::string homeFolderOfUserDatabase() {
     std::vector<char> buffer(1024);
     struct passwd user;
     struct passwd* found = nullptr;
@@ -42,6 +44,8 @@ static std::string homeFolderOfUserDatabase() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : std::string();
 }
 
+} // namespace
+
 std::string LinuxPlatform::homeFolder() {
     std::string home = absoluteFolderFromEnvironment("HOME");
     if (home.empty())
@@ -49,7 +53,9 @@ std::string LinuxPlatform::homeFolder() {
     return home.empty() || home.back() == '/' ? home : home + "/";
 }
 
-static std::string userDataFolder() {
+namespace {
+
+std::string userDataFolder() {
     const std::string data = absoluteFolderFromEnvironment("XDG_DATA_HOME");
     if (!data.empty())
         return data;
@@ -58,13 +64,13 @@ static std::string userDataFolder() {
 }
 
 /// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
-static std::size_t lengthOfHome(const std::string& data) {
+std::size_t lengthOfHome(const std::string& data) {
     const std::string home = homeFolder();
     return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
 }
 
 /// @param given  the length of the part of the path that is not made: it is there, or nothing is made
-static OSStatus createFolders(const std::string& path, std::size_t given, mode_t mode) {
+OSStatus createFolders(const std::string& path, std::size_t given, mode_t mode) {
     for (std::size_t end = path.find('/', given + 1);; end = path.find('/', end + 1)) {
         if (::mkdir(path.substr(0, end).c_str(), mode) != 0 && errno != EEXIST && errno != EISDIR)
             return statusOfErrno(errno);
@@ -78,6 +84,8 @@ static OSStatus createFolders(const std::string& path, std::size_t given, mode_t
         return fnfErr;
     return noErr;
 }
+
+} // namespace
 
 OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFolder, FSRef* foundRef) {
     if (foundRef == nullptr)

@@ -12,12 +12,14 @@
 
 namespace LinuxPlatform {
 
-// Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
-// in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
-// long.
+/// Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
+/// in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
+/// long.
 static const off_t INFO_PLIST_LIMIT = 64 * 1024;
 
-static std::string readSmallRegularFile(const std::string& path) {
+namespace {
+
+std::string readSmallRegularFile(const std::string& path) {
     // Non-blocking, because what bears the name may be a pipe that nobody writes to.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
@@ -35,6 +37,8 @@ static std::string readSmallRegularFile(const std::string& path) {
     ::close(file);
     return content;
 }
+
+} // namespace
 
 std::string executableNameFromInfoPlist(const std::string& infoPlist) {
     const std::string content = readSmallRegularFile(infoPlist);

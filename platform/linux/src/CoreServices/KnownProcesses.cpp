@@ -14,10 +14,12 @@
 
 namespace LinuxPlatform {
 
+namespace {
+
 /// How many processes there are, told by one call: a folder has two links, and one more for each folder in
 /// it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the kernel's
 /// fs/proc/root.c). -1 when it cannot be told.
-static long countProcesses(long otherFolders) {
+long countProcesses(long otherFolders) {
     struct stat folder;
     return ::stat(processesFolder().c_str(), &folder) == 0
                ? static_cast<long>(folder.st_nlink) - 2 - otherFolders
@@ -25,11 +27,13 @@ static long countProcesses(long otherFolders) {
 }
 
 /// In the /proc of another namespace the ids are those of other processes.
-static bool isListOfThisProcess() {
+bool isListOfThisProcess() {
     char target[32];
     const ssize_t length = ::readlink((processesFolder() + "/self").c_str(), target, sizeof target);
     return length > 0 && std::string(target, static_cast<std::size_t>(length)) == std::to_string(::getpid());
 }
+
+} // namespace
 
 SInt64 ProcessorClock::now() const {
     struct timespec time;

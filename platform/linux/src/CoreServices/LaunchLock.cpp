@@ -15,8 +15,10 @@
 
 namespace LinuxPlatform {
 
+namespace {
+
 /// Whether a folder is this user's, and nobody else can put a file or a link there. If not, errno says why.
-static bool isPrivate(const std::string& folder) {
+bool isPrivate(const std::string& folder) {
     struct stat found;
     if (::lstat(folder.c_str(), &found) != 0)
         return false;
@@ -28,6 +30,8 @@ static bool isPrivate(const std::string& folder) {
         return true;
     return false;
 }
+
+} // namespace
 
 LaunchLock::LaunchLock(const std::string& file, std::chrono::milliseconds longest) : m_path(file) {
     const auto deadline = std::chrono::steady_clock::now() + longest;

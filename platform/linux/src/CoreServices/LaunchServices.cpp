@@ -16,27 +16,33 @@
 
 using namespace LinuxPlatform;
 
-static const std::chrono::seconds LONGEST_WAIT_FOR_ANOTHER(10);
+namespace {
+
+const std::chrono::seconds LONGEST_WAIT_FOR_ANOTHER(10);
+
+} // namespace
 
 static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
 
-static bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
+namespace {
+
+bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
     return parameters.version == 0 && parameters.environment == nullptr && parameters.argv == nullptr &&
            parameters.initialEvent == nullptr;
 }
 
-static OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
+OSStatus findRunning(const ReferencedPath& bundle, bool& isRunning, RunningApplication& running) {
     const int error = findRunningApplicationOf(bundle.real, isRunning, running);
     if (error == ESRCH)
         return procNotFound;
     return error == 0 ? static_cast<OSStatus>(noErr) : statusOfErrno(error);
 }
 
-static bool beginsWith(const std::string& text, const char* beginning) {
+bool beginsWith(const std::string& text, const char* beginning) {
     return text.rfind(beginning, 0) == 0;
 }
 
-static DetachedProcess planOf(const std::string& file, const ReferencedPath& bundle, LSLaunchFlags flags) {
+DetachedProcess planOf(const std::string& file, const ReferencedPath& bundle, LSLaunchFlags flags) {
     DetachedProcess plan;
     plan.file = file;
     plan.pidPlace = std::string(LAUNCHED_VARIABLE).size();
@@ -54,14 +60,14 @@ static DetachedProcess planOf(const std::string& file, const ReferencedPath& bun
 /// A process has its executable a moment before it has its environment. Until then another process's list of
 /// running applications would miss a script's bundle, and somebody might start it again. Where it never gets
 /// one (it may have cleared it itself), a while must do.
-static void awaitEnvironment(pid_t pid) {
+void awaitEnvironment(pid_t pid) {
     for (int tries = 0; tries < 200 && !isComplete(pid); ++tries) {
         const struct timespec pause = {0, 100 * 1000};
         ::nanosleep(&pause, nullptr);
     }
 }
 
-static OSStatus openApplication(const LSApplicationParameters& parameters, ProcessSerialNumber* number) {
+OSStatus openApplication(const LSApplicationParameters& parameters, ProcessSerialNumber* number) {
     ReferencedPath bundle;
     OSStatus status = resolveReference(*parameters.application, bundle);
     if (status == noErr)
@@ -93,6 +99,8 @@ static OSStatus openApplication(const LSApplicationParameters& parameters, Proce
         *number = serialNumberOf(application);
     return status;
 }
+
+} // namespace
 
 OSStatus LSOpenApplication(const LSApplicationParameters* appParams, ProcessSerialNumber* outPSN) {
     if (appParams == nullptr || appParams->application == nullptr || !isWithoutUnsupportedFields(*appParams))

@@ -12,7 +12,7 @@ const char LAUNCHED_VARIABLE[] = "PLATFORM_LAUNCHED=";
 
 namespace {
 
-// An environment may have megabytes; ours is the first entry of it, or close to that in a shell's child.
+/// An environment may have megabytes; ours is the first entry of it, or close to that in a shell's child.
 const std::size_t ENVIRONMENT_LIMIT = 256 * 1024;
 const std::size_t COMMAND_LINE_LIMIT = 16 * 1024;
 const std::size_t STATUS_LIMIT = 4096;

@@ -19,9 +19,9 @@ namespace LinuxPlatform {
 namespace {
 
 const std::size_t FIRST_LINE_LIMIT = 256;
-// "interpreter", one option, "script" is what the kernel makes of a script; env and its like add little.
+/// "interpreter", one option, "script" is what the kernel makes of a script; env and its like add little.
 const std::size_t SCRIPT_ARGUMENT_LIMIT = 4;
-// What the kernel keeps of the name of the file that a process runs.
+/// What the kernel keeps of the name of the file that a process runs.
 const std::size_t KEPT_NAME_LENGTH = 15;
 
 /// Whether the file is a script for the interpreter of that name. An editor that has the script open is not.

@@ -11,8 +11,10 @@
 
 namespace LinuxPlatform {
 
+namespace {
+
 /// A descriptor that becomes readable when the process ends; closed by an exec. -1 when there is none to be had.
-static int openProcess(pid_t pid) {
+int openProcess(pid_t pid) {
 #if defined(SYS_pidfd_open)
     return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
 #else
@@ -20,6 +22,8 @@ static int openProcess(pid_t pid) {
     return -1;
 #endif
 }
+
+} // namespace
 
 StartedApplications& StartedApplications::get() {
     static StartedApplications& applications = *new StartedApplications;

@@ -86,8 +86,8 @@ bool MatchingCriteria::matchOther(const RegistryEntry& service, const KernelHabi
     return habits.matching ? passClass(service) : hasAll(service, m_other);
 }
 
-// A USB device wants both of its ids to be asked for, a USB interface its number as well, which this registry
-// does not publish. Other classes know none of these keys.
+/// A USB device wants both of its ids to be asked for, a USB interface its number as well, which this registry
+/// does not publish. Other classes know none of these keys.
 bool MatchingCriteria::passClass(const RegistryEntry& service) const {
     if (classConformsTo(service.className(), ClassName::USB_DEVICE))
         return asksForIdsOf(service);

@@ -4,7 +4,9 @@
 #include <mach-o/dyld.h>
 #include <sys/auxv.h>
 
-static std::string executablePath() {
+namespace {
+
+std::string executablePath() {
     const std::string path = LinuxPlatform::readExecutableLink("/proc/self/exe");
     if (!path.empty())
         return path;
@@ -13,6 +15,8 @@ static std::string executablePath() {
     const auto* started = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     return started != nullptr ? started : std::string();
 }
+
+} // namespace
 
 int _NSGetExecutablePath(char* buf, uint32_t* bufsize) {
     const std::string path = executablePath();

@@ -14,9 +14,9 @@
 namespace LinuxPlatform {
 namespace {
 
-// The lists are sysfs's own, links to the devices. libudev's enumeration would open several files for each of
-// the sixty-odd virtual consoles before it could be told that they are not wanted, which takes longer than
-// all the rest of the start; here a look at where the link leads is enough.
+/// The lists are sysfs's own, links to the devices. libudev's enumeration would open several files for each of
+/// the sixty-odd virtual consoles before it could be told that they are not wanted, which takes longer than
+/// all the rest of the start; here a look at where the link leads is enough.
 const char USB_DEVICES[] = "/sys/bus/usb/devices";
 const char TTY_DEVICES[] = "/sys/class/tty";
 const char NET_DEVICES[] = "/sys/class/net";

@@ -9,14 +9,18 @@
 
 using namespace kf::detail;
 
-// isprint() of the "C" locale, whatever locale the process has set.
-static bool isPrinting(char c) {
+namespace {
+
+/// isprint() of the "C" locale, whatever locale the process has set.
+bool isPrinting(char c) {
     return c >= ' ' && c <= '~';
 }
 
-static std::string cutAtFirstNonPrinting(const std::string& text) {
+std::string cutAtFirstNonPrinting(const std::string& text) {
     return std::string(text.begin(), std::find_if_not(text.begin(), text.end(), isPrinting));
 }
+
+} // namespace
 
 IDCardReader::IDCardReader(std::string folder) : m_folder(folder) {
     TRACE_CONSTRUCTOR("IDCardReader");
@@ -47,7 +51,7 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     return stored;
 }
 
-// False when the line has an empty key.
+/// False when the line has an empty key.
 bool IDCardReader::storePair(const std::string& line, int number, IDCardObserver* observer) {
     TRACE_METHOD();
     const std::string::size_type equals = line.find('=');

@@ -6,12 +6,12 @@
 
 class IDCardObserver;
 
-// Reads the identity card, the file "ID.txt" of "KEY=VALUE" lines that says which build and which customer
-// configuration this installation is. An ordinary object; one thread at a time.
-//
-// A key is everything before the first "=", blanks and letter case included; a value ends at its first
-// non-printing character, so carriage returns never become part of it. A line without "=" is its own key and
-// value. Lines with an empty key are skipped; a later line replaces an earlier one of the same key.
+/// Reads the identity card, the file "ID.txt" of "KEY=VALUE" lines that says which build and which customer
+/// configuration this installation is. An ordinary object; one thread at a time.
+///
+/// A key is everything before the first "=", blanks and letter case included; a value ends at its first
+/// non-printing character, so carriage returns never become part of it. A line without "=" is its own key and
+/// value. Lines with an empty key are skipped; a later line replaces an earlier one of the same key.
 class IDCardReader {
 public:
     static constexpr char FILE_NAME[] = "ID.txt";

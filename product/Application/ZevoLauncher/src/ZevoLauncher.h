@@ -4,12 +4,12 @@
 
 #include <string>
 
-// The launcher itself: whenever the configured modem, or the CD-ROM that it first presents itself as, is
-// present at start or arrives, it starts the main application and, hidden, the notifier, each unless it runs
-// already. No launch is remembered: every trigger looks at the running processes afresh.
-//
-// Construct, init(), run(). Everything happens on the main thread. The object must outlive the
-// notifications: nothing takes it off the plug-and-play service's list.
+/// The launcher itself: whenever the configured modem, or the CD-ROM that it first presents itself as, is
+/// present at start or arrives, it starts the main application and, hidden, the notifier, each unless it runs
+/// already. No launch is remembered: every trigger looks at the running processes afresh.
+///
+/// Construct, init(), run(). Everything happens on the main thread. The object must outlive the
+/// notifications: nothing takes it off the plug-and-play service's list.
 class ZevoLauncher : public HWServicePnPClient {
 public:
     ZevoLauncher();

@@ -11,19 +11,23 @@ using namespace kf::detail;
 
 // What the launcher asks of the system about the applications: which of them run, and to start one.
 
-// All bits set: every key that the Process Manager knows.
+/// All bits set: every key that the Process Manager knows.
 static const UInt32 ALL_INFORMATION = 0xFFFFFFFF;
 
-static CFOwned<CFStringRef> makeString(const char* text) {
+namespace {
+
+CFOwned<CFStringRef> makeString(const char* text) {
     return CFOwned<CFStringRef>(CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingASCII));
 }
 
-// Whether the process information holds exactly this text under the key.
-static bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef text) {
+/// Whether the process information holds exactly this text under the key.
+bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef text) {
     const CFTypeRef value = CFDictionaryGetValue(information, key);
     return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID() &&
            CFStringCompare(static_cast<CFStringRef>(value), text, 0) == kCFCompareEqualTo;
 }
+
+} // namespace
 
 // The Process Manager, the File Manager and this call of Launch Services are deprecated since macOS 10.8 to
 // 10.10. They are what 32-bit macOS has, and later systems still carry them.

@@ -2,11 +2,11 @@
 
 #include <string>
 
-// The launcher's own configuration: "Launcher.cfg" beside the executable, a property list that names the
-// hardware to react to. Each identifier has the form "USB#Vid_%04x&Pid_%04x"; the form is not checked. A key
-// that the file lacks gives an empty text.
-//
-// The file is read by the first getter that succeeds in reading it and never again. Main thread only.
+/// The launcher's own configuration: "Launcher.cfg" beside the executable, a property list that names the
+/// hardware to react to. Each identifier has the form "USB#Vid_%04x&Pid_%04x"; the form is not checked. A key
+/// that the file lacks gives an empty text.
+///
+/// The file is read by the first getter that succeeds in reading it and never again. Main thread only.
 class ZevoLauncherConfigReader {
 public:
     static const std::string ms_configurationFile; // its name

@@ -3,11 +3,11 @@
 #include <list>
 #include <string>
 
-// A component's handle for its own data domain: a folder of files, and parameters, of the user and of the
-// machine. It holds the domain's name only; the AppDataManager keeps everything else, and its header tells where
-// the folders lie. So handles are cheap to copy, and two of one domain are the same.
-//
-// Nothing here throws; what fails is traced as an error. Main thread only.
+/// A component's handle for its own data domain: a folder of files, and parameters, of the user and of the
+/// machine. It holds the domain's name only; the AppDataManager keeps everything else, and its header tells where
+/// the folders lie. So handles are cheap to copy, and two of one domain are the same.
+///
+/// Nothing here throws; what fails is traced as an error. Main thread only.
 class AppData {
 public:
     /// The name of the domain, which becomes the name of a folder. Creates nothing.

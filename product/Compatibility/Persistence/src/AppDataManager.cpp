@@ -11,16 +11,18 @@
 
 using namespace kf::detail;
 
-static std::string dataPath(t_PersistenceMode mode, const std::string& scope) {
+namespace {
+
+std::string dataPath(t_PersistenceMode mode, const std::string& scope) {
     return familyFolder(mode) + FileSystemManagement::getFolderSeparator() + scope;
 }
 
-static std::string domainFolder(const std::string& path, const std::string& domain) {
+std::string domainFolder(const std::string& path, const std::string& domain) {
     const char separator = FileSystemManagement::getFolderSeparator();
     return path + separator + domain + separator;
 }
 
-static void collectNames(const std::string& folder, std::set<std::string>& names) {
+void collectNames(const std::string& folder, std::set<std::string>& names) {
     TRACE_FUNCTION("collectNames");
     PatternFileFinder finder(folder, "*.*");
     std::string path; // below the folder
@@ -30,7 +32,7 @@ static void collectNames(const std::string& folder, std::set<std::string>& names
     }
 }
 
-static void removeFolder(const std::string& path) {
+void removeFolder(const std::string& path) {
     TRACE_FUNCTION("removeFolder");
     if (FileSystemManagement::existFolder(path))
         FileSystemManagement::deleteFolder(path, true);
@@ -38,7 +40,7 @@ static void removeFolder(const std::string& path) {
 
 /// The domain's pair of stores, made with this scope when there is none yet.
 template <typename Store>
-static std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>&
+std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>&
 storesOf(std::map<std::string, std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>>& stores,
          const std::string& scope, const std::string& domain) {
     TRACE_FUNCTION("storesOf");
@@ -49,6 +51,8 @@ storesOf(std::map<std::string, std::pair<std::unique_ptr<Store>, std::unique_ptr
     }
     return pair;
 }
+
+} // namespace
 
 AppDataManager* AppDataManager::getInstance() {
     TRACE_FUNCTION("AppDataManager::getInstance");

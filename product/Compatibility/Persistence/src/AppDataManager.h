@@ -9,11 +9,11 @@
 class BinaryPersistenceManager;
 class PersistenceManager;
 
-// The process-wide knowledge of where application data lies, as "<base>/Ferrow/<scope>/<domain>/": the base
-// is the user's or the machine's application-support folder, the global scope names the product, and a domain
-// is what one component keeps for itself. Components use an AppData handle instead of this class.
-//
-// Computing a path creates nothing. Main thread only; nothing is locked.
+/// The process-wide knowledge of where application data lies, as "<base>/Ferrow/<scope>/<domain>/": the base
+/// is the user's or the machine's application-support folder, the global scope names the product, and a domain
+/// is what one component keeps for itself. Components use an AppData handle instead of this class.
+///
+/// Computing a path creates nothing. Main thread only; nothing is locked.
 class AppDataManager {
 public:
     /// The one instance, created by the first call; lives to the end of the process.

@@ -32,7 +32,7 @@ void forEachLine(const std::string& content, Visit visit) {
         const char* const lineEnd = feed != nullptr ? static_cast<const char*>(feed) : end;
         const std::size_t length = static_cast<std::size_t>(lineEnd - begin);
         const void* equals = memchr(begin, '=', length);
-        // A line without "=" is deliberately both: the name and the value of a parameter that is just there.
+        // DELIBERATE: a line without "=" is both, the name and the value of a parameter that is just there.
         Line line = {begin, length, begin, length};
         if (equals != nullptr) {
             const char* const separator = static_cast<const char*>(equals);

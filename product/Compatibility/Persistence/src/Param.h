@@ -36,8 +36,8 @@ public:
         int size;
     };
 
-    /// Reads the record that begins at `offset` and moves `offset` behind it. Lengths are trusted as written:
-    /// the name's last byte is taken for its zero byte, deliberately.
+    /// Reads the record that begins at `offset` and moves `offset` behind it. DELIBERATE: lengths are
+    /// trusted as written, the name's last byte is taken for its zero byte.
     /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end or
     ///         leaves no room for the name's zero byte
     static bool unMarshall(const char* bytes, std::size_t length, std::size_t& offset, Record& record);

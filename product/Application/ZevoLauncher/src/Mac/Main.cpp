@@ -1,3 +1,5 @@
+// Compiled for both hosts: the program is the same on both.
+
 #include "CallMarker.h"
 #include "KFExceptionHandler.h"
 #include "Logger.h"
@@ -8,9 +10,13 @@
 
 static const char RULE[] = "-----------------------------------------------";
 
-static bool isLogging() {
+namespace {
+
+bool isLogging() {
     return Logger::GetInstance() != nullptr && Logger::GetInstance()->isEnabled();
 }
+
+} // namespace
 
 int main() {
     openStandardFiles();

@@ -1,3 +1,5 @@
+// Compiled for both hosts: the start is the same on both.
+
 #include "StartUp.h"
 
 #include "AppData.h"
@@ -26,15 +28,17 @@ static const int NO_LOG_FOLDER_LINE = 54;
 
 static const char DOMAIN_NAME[] = "Logs";
 
-// Ends the process through the crash handler; returns only where that is not in force.
-static void reportFailure(const char* message, int line) {
+namespace {
+
+/// Ends the process through the crash handler; returns only where that is not in force.
+void reportFailure(const char* message, int line) {
     TRACE_FUNCTION("reportFailure");
     KFExceptionHandler::GetInstance()->throwException(0, "INTERNAL ERROR", message, KF_SOURCE, line);
 }
 
-// The two messages carry quotation marks of their own and differ in the blank before the colon; both is
-// deliberate, support searches for them as they are.
-static void readCard(IDCardReader& card) {
+/// DELIBERATE: the two messages carry quotation marks of their own and differ in the blank before the colon;
+/// support searches for them as they are.
+void readCard(IDCardReader& card) {
     TRACE_FUNCTION("readCard");
     if (card.readIDCard())
         return;
@@ -47,7 +51,7 @@ static void readCard(IDCardReader& card) {
     reportFailure("\"cannot start ZevoLauncher: no ID card\"", NO_CARD_LINE);
 }
 
-static void makeLogFolder(const std::string& folder) {
+void makeLogFolder(const std::string& folder) {
     TRACE_FUNCTION("makeLogFolder");
     if (FileSystemManagement::existFile(folder))
         return;
@@ -61,9 +65,8 @@ static void makeLogFolder(const std::string& folder) {
     reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
 }
 
-// Into the running launcher's log: a logger of its own, which comes and goes with the line.
-static void logOnce(const std::string& line, const std::string& logFolder,
-                    const std::string& configurationFile) {
+/// Into the running launcher's log: a logger of its own, which comes and goes with the line.
+void logOnce(const std::string& line, const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("logOnce");
     if (!FileSystemManagement::existFile(configurationFile))
         return; // the start that follows warns of that
@@ -75,10 +78,9 @@ static void logOnce(const std::string& line, const std::string& logFolder,
     logger.FinishLogging();
 }
 
-// Two launchers of one log folder would empty each other's trace, and each would do what the other one does.
-// The second waits and follows the first, whose session may just be ending.
-static void awaitEndOfOtherLauncher(const std::string& logFolder,
-                                    const std::string& loggerConfigurationFile) {
+/// Two launchers of one log folder would empty each other's trace, and each would do what the other one does.
+/// The second waits and follows the first, whose session may just be ending.
+void awaitEndOfOtherLauncher(const std::string& logFolder, const std::string& loggerConfigurationFile) {
     TRACE_FUNCTION("awaitEndOfOtherLauncher");
     // Held to the end of the process, by its first start-up: a further one in it is no further launcher.
     static LauncherLock* lock = nullptr;
@@ -97,16 +99,16 @@ static void awaitEndOfOtherLauncher(const std::string& logFolder,
     lock->waitForIt();
 }
 
-// The tracer or the logger, which live to the end of the process: threads may trace and log until then.
+/// The tracer or the logger, which live to the end of the process: threads may trace and log until then.
 template <typename Facility>
-static void make(const std::string& logFolder, const std::string& configurationFile) {
+void make(const std::string& logFolder, const std::string& configurationFile) {
     static NeverDestroyed<Facility> facility;
     Facility::SetInstance(&facility.get());
     facility.get().SetFolderName(logFolder);
     facility.get().ReadConfigFile(configurationFile.c_str());
 }
 
-static void startTracer(const std::string& logFolder, const std::string& configurationFile) {
+void startTracer(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startTracer");
     if (Tracer::GetInstance() != nullptr)
         return;
@@ -117,13 +119,13 @@ static void startTracer(const std::string& logFolder, const std::string& configu
         Tracer::GetInstance()->BeginningOfThread("MAIN");
 }
 
-static void startLogger(const std::string& logFolder, const std::string& configurationFile) {
+void startLogger(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startLogger");
     if (Logger::GetInstance() == nullptr)
         make<Logger>(logFolder, configurationFile);
 }
 
-static void logBanner(const std::string& executable, IDCardReader& card) {
+void logBanner(const std::string& executable, IDCardReader& card) {
     TRACE_FUNCTION("logBanner");
     LOG_MESSAGE(MSG_LEVEL_0, "Starting Vurl %s with ID card :", executable.c_str());
     LOG_MESSAGE(MSG_LEVEL_0, " * Commercial version : %s", card.getCommercialVersion().c_str());
@@ -134,6 +136,8 @@ static void logBanner(const std::string& executable, IDCardReader& card) {
     LOG_MESSAGE(MSG_LEVEL_0, " * Product version : %s", card.getProductVersion().c_str());
     LOG_MESSAGE(MSG_LEVEL_0, " * Upgrade Code : %s", card.getUpgradeCode().c_str());
 }
+
+} // namespace
 
 void openStandardFiles() {
     TRACE_FUNCTION("openStandardFiles");

@@ -34,16 +34,14 @@ struct Wanted {
 /// What was found, by the keys of a result; what is found later takes the place of what was found before.
 using Findings = std::map<std::string, std::string>;
 
-} // namespace
-
-static std::string textOf(const Dictionary& dictionary, const char* key) {
+std::string textOf(const Dictionary& dictionary, const char* key) {
     const char* const text = dictionary.hasKey(key) ? dictionary.getValue(std::string(key)) : nullptr;
     return text == nullptr ? std::string() : text;
 }
 
-// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern matches nothing, nor does one
-// that does not compile.
-static bool matchesPattern(const std::string& name, const std::string& pattern) {
+/// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern matches nothing, nor does one
+/// that does not compile.
+bool matchesPattern(const std::string& name, const std::string& pattern) {
     regex_t compiled;
     if (pattern.empty() || regcomp(&compiled, pattern.c_str(), REG_ICASE | REG_NOSUB) != 0)
         return false;
@@ -52,16 +50,16 @@ static bool matchesPattern(const std::string& name, const std::string& pattern) 
     return isMatch;
 }
 
-// Null when the entry's properties cannot be read.
-static CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
+/// Null when the entry's properties cannot be read.
+CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
     CFMutableDictionaryRef properties = nullptr;
     if (IORegistryEntryCreateCFProperties(entry, &properties, kCFAllocatorDefault, 0) != KERN_SUCCESS)
         properties = nullptr;
     return CFOwned<CFMutableDictionaryRef>(properties);
 }
 
-// A text property of the entry or of something below it; empty when there is none.
-static std::string searchText(io_registry_entry_t entry, CFStringRef key) {
+/// A text property of the entry or of something below it; empty when there is none.
+std::string searchText(io_registry_entry_t entry, CFStringRef key) {
     const CFOwned<CFTypeRef> property(IORegistryEntrySearchCFProperty(
         entry, kIOServicePlane, key, kCFAllocatorDefault, kIORegistryIterateRecursively));
     std::string text;
@@ -69,19 +67,18 @@ static std::string searchText(io_registry_entry_t entry, CFStringRef key) {
     return text;
 }
 
-static bool isWantedPort(const std::string& name, const Wanted& wanted) {
+bool isWantedPort(const std::string& name, const Wanted& wanted) {
     return StringManagement::compareNoCase(name, wanted.port) ||
            StringManagement::compareNoCase(name, wanted.modemPort) || matchesPattern(name, wanted.port) ||
            matchesPattern(name, wanted.modemPort);
 }
 
-static void addTo(Findings& findings, const Findings& later) {
+void addTo(Findings& findings, const Findings& later) {
     for (const auto& [key, value] : later)
         findings[key] = value;
 }
 
-static void storePort(const std::string& name, const std::string& path, const Wanted& wanted,
-                      Findings& found) {
+void storePort(const std::string& name, const std::string& path, const Wanted& wanted, Findings& found) {
     TRACE_FUNCTION("storePort");
     if (StringManagement::compareNoCase(name, wanted.port)) {
         found["DetectedPortName"] = path;
@@ -96,7 +93,7 @@ static void storePort(const std::string& name, const std::string& path, const Wa
     }
 }
 
-static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Findings& found) {
+void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Findings& found) {
     TRACE_FUNCTION("examineSerialPort");
     const std::string name = searchText(entry, CFSTR("IOTTYDevice"));
     TRACE_MESSAGE(MSG_DEBUG, "Port Name : %s ", name.c_str());
@@ -107,9 +104,9 @@ static void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, F
     storePort(name, path, wanted, found);
 }
 
-// The network stack is one entry that all interfaces share: the device's own are those of its parents that
-// lie below the device.
-static Findings examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath) {
+/// The network stack is one entry that all interfaces share: the device's own are those of its parents that
+/// lie below the device.
+Findings examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath) {
     TRACE_FUNCTION("examineNetworkStack");
     Findings found;
     IOObjectHandle parents;
@@ -134,8 +131,8 @@ static Findings examineNetworkStack(io_registry_entry_t stack, const std::string
     return found;
 }
 
-static void examineDescendant(io_registry_entry_t entry, const std::string& devicePath, const Wanted& wanted,
-                              Findings& found) {
+void examineDescendant(io_registry_entry_t entry, const std::string& devicePath, const Wanted& wanted,
+                       Findings& found) {
     TRACE_FUNCTION("examineDescendant");
     const CFOwned<CFMutableDictionaryRef> properties = readProperties(entry);
     if (!properties)
@@ -148,7 +145,7 @@ static void examineDescendant(io_registry_entry_t entry, const std::string& devi
         addTo(found, examineNetworkStack(entry, devicePath));
 }
 
-static Findings examineDevice(io_service_t device, const Wanted& wanted) {
+Findings examineDevice(io_service_t device, const Wanted& wanted) {
     TRACE_FUNCTION("examineDevice");
     const std::string name = readName(device);
     TRACE_MESSAGE(MSG_DEBUG, "deviceName: %s", name.c_str());
@@ -177,8 +174,8 @@ static Findings examineDevice(io_service_t device, const Wanted& wanted) {
     return found;
 }
 
-// The pair of a device's ids that a list of devices holds; empty when it lacks one.
-static std::string readIdPair(io_service_t device) {
+/// The pair of a device's ids that a list of devices holds; empty when it lacks one.
+std::string readIdPair(io_service_t device) {
     TRACE_FUNCTION("readIdPair");
     const CFOwned<CFMutableDictionaryRef> properties = readProperties(device);
     if (!properties)
@@ -194,6 +191,8 @@ static std::string readIdPair(io_service_t device) {
         return std::string();
     return text;
 }
+
+} // namespace
 
 HWServiceDetectionIOKit::HWServiceDetectionIOKit() {
     TRACE_CONSTRUCTOR("HWServiceDetectionIOKit");
@@ -224,9 +223,11 @@ void HWServiceDetectionIOKit::unRegisterService() {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-// The USB devices that have these numbers. @return what failed; empty when nothing did
-static std::string findDevices(std::initializer_list<std::pair<CFStringRef, SInt32>> numbers,
-                               IOObjectHandle& devices) {
+namespace {
+
+/// The USB devices that have these numbers. @return what failed; empty when nothing did
+std::string findDevices(std::initializer_list<std::pair<CFStringRef, SInt32>> numbers,
+                        IOObjectHandle& devices) {
     CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));
     if (!matching)
         return "IOServiceMatching returned NULL.";
@@ -241,6 +242,8 @@ static std::string findDevices(std::initializer_list<std::pair<CFStringRef, SInt
                   static_cast<unsigned>(result));
     return failure;
 }
+
+} // namespace
 
 void HWServiceDetectionIOKit::getConnectedDevices(std::string, std::set<std::string>& devices) {
     TRACE_METHOD();

@@ -24,7 +24,7 @@ using namespace kf::detail;
 
 static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit";
 
-// For the log as well: a launcher that never does anything gives no other sign of the reason.
+/// For the log as well: a launcher that never does anything gives no other sign of the reason.
 static const char DEAF[] = "No device that arrives or leaves from now on will be noticed.";
 
 namespace {
@@ -57,28 +57,30 @@ struct DeviceRecord {
 
 } // namespace
 
-// One service per process, one port, one top-level iterator. Plain values: nothing may release them at exit,
-// when their run loop no longer runs.
+/// One service per process, one port, one top-level iterator. Plain values: nothing may release them at exit,
+/// when their run loop no longer runs.
 static IONotificationPortRef notificationPort = nullptr;
 static io_iterator_t topLevelIterator = IO_OBJECT_NULL;
 
-static std::string formatHardwareId(SInt32 vendor, SInt32 product) {
+namespace {
+
+std::string formatHardwareId(SInt32 vendor, SInt32 product) {
     char buffer[128] = {};
     std::snprintf(buffer, sizeof buffer, "USB#Vid_%04x&Pid_%04x", static_cast<unsigned>(vendor),
                   static_cast<unsigned>(product));
     return buffer;
 }
 
-// A device that lacks the property keeps the id that it has.
-static void readId(io_service_t device, CFStringRef key, SInt32& id) {
+/// A device that lacks the property keeps the id that it has.
+void readId(io_service_t device, CFStringRef key, SInt32& id) {
     const CFOwned<CFTypeRef> property(
         IORegistryEntrySearchCFProperty(device, kIOServicePlane, key, kCFAllocatorDefault, 0));
     readNumber(property.get(), id);
 }
 
-// Both ids and no class: matches the device itself and the services below it that carry or ignore them. It may
-// match any other service of the machine as well, where that one's class lets unknown keys pass.
-static CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
+/// Both ids and no class: matches the device itself and the services below it that carry or ignore them. It may
+/// match any other service of the machine as well, where that one's class lets unknown keys pass.
+CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
     CFOwned<CFMutableDictionaryRef> matching(CFDictionaryCreateMutable(
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     setNumber(matching.get(), CFSTR("idVendor"), vendor);
@@ -86,10 +88,9 @@ static CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 produc
     return matching;
 }
 
-// Tells every client, in the order of their registration. No exception may pass through IOKit, which has
-// called us, and what goes wrong in one client must not keep the others from being told.
-static void tellClients(const Clients& clients, void (HWServicePnPClient::*event)(std::string&),
-                        std::string hid) {
+/// Tells every client, in the order of their registration. No exception may pass through IOKit, which has
+/// called us, and what goes wrong in one client must not keep the others from being told.
+void tellClients(const Clients& clients, void (HWServicePnPClient::*event)(std::string&), std::string hid) {
     TRACE_FUNCTION("tellClients");
     for (HWServicePnPClient* client : clients) {
         try {
@@ -100,8 +101,8 @@ static void tellClients(const Clients& clients, void (HWServicePnPClient::*event
     }
 }
 
-// Registers the watch of the services below a device and arms it.
-static void watchChildren(DeviceRecord& record, const std::string& devicePath, bool initial) {
+/// Registers the watch of the services below a device and arms it.
+void watchChildren(DeviceRecord& record, const std::string& devicePath, bool initial) {
     TRACE_FUNCTION("watchChildren");
     CFOwned<CFMutableDictionaryRef> matching = makeMatching(record.vendor, record.product);
     record.child = std::make_unique<ChildWatchRecord>();
@@ -120,9 +121,9 @@ static void watchChildren(DeviceRecord& record, const std::string& devicePath, b
                       static_cast<unsigned>(result));
 }
 
-// Makes a device's record, with everything that watches it. Takes over the device and releases it; returns
-// its hardware identifier.
-static std::string watchDevice(Clients* clients, io_service_t service, bool initial) {
+/// Makes a device's record, with everything that watches it. Takes over the device and releases it; returns
+/// its hardware identifier.
+std::string watchDevice(Clients* clients, io_service_t service, bool initial) {
     TRACE_FUNCTION("watchDevice");
     const IOObjectHandle device(service);
     auto record = std::make_unique<DeviceRecord>();
@@ -149,6 +150,8 @@ static std::string watchDevice(Clients* clients, io_service_t service, bool init
     static_cast<void>(record.release());
     return hid;
 }
+
+} // namespace
 
 HWServicePnPIOKit::HWServicePnPIOKit() : m_runLoopSource(nullptr) {
     TRACE_CONSTRUCTOR("HWServicePnPIOKit");

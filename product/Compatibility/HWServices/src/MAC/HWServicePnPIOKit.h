@@ -5,10 +5,10 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <IOKit/IOKitLib.h>
 
-// Plug-and-play notifications from the IOKit registry.
-//
-// Devices that are present when registerService() runs are watched, but no client is told that they arrived:
-// HWServiceDetection finds those. Their removal is told like any other.
+/// Plug-and-play notifications from the IOKit registry.
+///
+/// Devices that are present when registerService() runs are watched, but no client is told that they arrived:
+/// HWServiceDetection finds those. Their removal is told like any other.
 class HWServicePnPIOKit : public HWServicePnP {
 public:
     HWServicePnPIOKit();

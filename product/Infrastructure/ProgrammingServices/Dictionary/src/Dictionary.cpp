@@ -188,7 +188,7 @@ bool Dictionary::contains(Path path) const {
         return false;
     if (path.isKey())
         return true;
-    // Deliberately every child, not only the one under the head: callers rely on the looser answer.
+    // DELIBERATE: every child, not only the one under the head; callers rely on the looser answer.
     for (const auto& entry : m_children) {
         if (askWhetherContains(*entry.second, path.rest()))
             return true;

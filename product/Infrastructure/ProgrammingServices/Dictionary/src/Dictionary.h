@@ -25,7 +25,7 @@ class TextBuffer;
 /// stack, whatever a file holds. A dictionary below that stays empty, and an error is traced.
 ///
 /// A subclass's own operations are asked for wherever a tree asks one of its items or itself, and builders
-/// clone it. A copied or assigned tree deliberately holds ordinary dictionaries in its place.
+/// clone it. DELIBERATE: a copied or assigned tree holds ordinary dictionaries in its place.
 ///
 /// Errors: only what says so throws, apart from std::bad_alloc.
 /// Thread: a tree is used by one thread at a time.
@@ -40,8 +40,8 @@ public:
     Dictionary();
     explicit Dictionary(std::string name);
     Dictionary(const Dictionary& other);
-    /// Takes over the other's name and a copy of its content. A dictionary assigned to itself is left empty:
-    /// there is deliberately no guard.
+    /// Takes over the other's name and a copy of its content. DELIBERATE: a dictionary assigned to
+    /// itself is left empty, there is no guard.
     Dictionary& operator=(const Dictionary& other);
 
     // ---- Item
@@ -57,8 +57,8 @@ public:
     const char* getValue(const std::string& path) const override;
     using Item::getValueAs;
     bool getValueAs(const std::string& path, int& value) const override;
-    /// Looser than getItem, deliberately: "a.b" is true when there is a key a and any child dictionary, not
-    /// only a, says true for b.
+    /// DELIBERATE: looser than getItem. "a.b" is true when there is a key a and any child dictionary, not only
+    /// a, says true for b.
     bool contains(const std::string& path) override;
     Item* getItem(const std::string& path) const override;
     /// @param cpath not null (a broken contract; null is returned where that does not end the process)
@@ -67,8 +67,8 @@ public:
     std::string marshall(const std::string& indent) override;
     std::string toString(const std::string& indent) override;
     /// Reads a body, one element per line, into this dictionary; keys that it already has are replaced,
-    /// others stay. Returns at once when the first line lacks <dict>; any later line that lacks <key> where a
-    /// key is due closes the dictionary, deliberately. The stream is left behind the last line that was used.
+    /// others stay. Returns at once when the first line lacks <dict>. DELIBERATE: any later line that lacks <key>
+    /// where a key is due closes the dictionary. The stream is left behind the last line that was used.
     void unMarshall(std::stringstream& in) override;
 
     // ---- Look-ups over the whole tree
@@ -114,13 +114,13 @@ public:
     /// Copies the children of source, one setItem each, into the dictionary at the path; does nothing when
     /// there is none.
     void addDictionary(const std::string& path, Dictionary& source);
-    /// Copies from the other tree what this one lacks, dictionary by dictionary. On any conflict this tree
-    /// deliberately wins: who merges defaults into settings must not lose a setting.
+    /// Copies from the other tree what this one lacks, dictionary by dictionary. DELIBERATE: on any
+    /// conflict this tree wins, since who merges defaults into settings must not lose a setting.
     void mergeDictionary(Dictionary& other);
 
     // ---- Files
 
-    /// Writes the property list, in place of an existing file. Says nothing when it cannot, deliberately.
+    /// Writes the property list, in place of an existing file. DELIBERATE: says nothing when it cannot.
     void saveToFile(const std::string& path);
     /// Reads a property list into this dictionary; keys that it already has are replaced, others stay. The
     /// text ends at the first zero byte. A malformed body is no error: what came before is kept.

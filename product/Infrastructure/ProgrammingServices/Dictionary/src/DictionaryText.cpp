@@ -73,7 +73,7 @@ void Dictionary::saveToFile(const std::string& path) {
     askToMarshall(*this, indent, text);
     text.append(PLIST_END);
     unsigned lacks = 0;
-    // Silent in failure, deliberately: the caller learns nothing, and an existing file stays as it is.
+    // DELIBERATE: silent in failure. The caller learns nothing, and an existing file stays as it is.
     static_cast<void>(FileReplacement::replace(path, text.view(), &lacks));
     for (const char* const lack : FileReplacement::takeUntold(lacks))
         TRACE_MESSAGE(MSG_WARNING, "File %s : %s", path.c_str(), lack);
@@ -93,8 +93,8 @@ void Dictionary::unMarshall(std::stringstream& in) {
     in.seekg(start + static_cast<std::stringstream::off_type>(lines.getPosition()));
 }
 
-// Recurses once a level, MAXIMUM_DEPTH times at most: what leaves and new children need of the stack is in
-// functions of their own.
+/// Recurses once a level, MAXIMUM_DEPTH times at most: what leaves and new children need of the stack is in
+/// functions of their own.
 void Dictionary::unMarshall(PropertyListReader& reader) {
     TRACE_METHOD();
     if (!reader.isAtDictionary())
@@ -123,7 +123,7 @@ void Dictionary::readLeaf(const PropertyListReader& reader) {
     } // else the key is dropped with its value line
 }
 
-// Stored before it is filled, so that it knows how deep it is.
+/// Stored before it is filled, so that it knows how deep it is.
 Dictionary& Dictionary::addChild(const std::string& key) {
     auto made = std::make_unique<Dictionary>(key);
     Dictionary& child = *made;

@@ -22,9 +22,9 @@ public:
     bool getValueAs(int& value) const override;
     Item* getItem(const std::string& path) const override;
     Item* getItem(const char* path) const override;
-    /// One line: <int>, the value in decimal, </int>. The element's name is deliberately not the <integer> of
-    /// property lists elsewhere, and the indent is deliberately not written: integer lines stand at the start
-    /// of the line in every saved file.
+    /// One line: <int>, the value in decimal, </int>. DELIBERATE: the element's name is not the <integer>
+    /// of property lists elsewhere, and the indent is not written; integer lines stand at the start of the line
+    /// in every saved file.
     std::string marshall(const std::string& indent) override;
     /// The value is shown in hexadecimal, without a prefix; readers of traces rely on it.
     std::string toString(const std::string& indent) override;

@@ -72,8 +72,8 @@ public:
     /// The trimmed text between a tag and the first "</" of a line (the line's end where there is none, or
     /// where it stands before the tag). Nothing is decoded.
     /// @param tag the opening tag with its brackets, e.g. "<string>"
-    /// @throw KFDictionaryParsingException "Can't find <key> in stream" when the line lacks the tag. The text
-    ///        names <key> for every tag, deliberately.
+    /// @throw KFDictionaryParsingException "Can't find <key> in stream" when the line lacks the tag. DELIBERATE:
+    ///        the text names <key> for every tag.
     static std::string getXmlVal(const char* tag, const std::string& line);
 
 protected:

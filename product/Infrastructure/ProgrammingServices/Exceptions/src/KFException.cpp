@@ -1,8 +1,12 @@
 #include "KFException.h"
 
-static std::string textOrEmpty(const char* text) {
+namespace {
+
+std::string textOrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
+
+} // namespace
 
 KFException::KFException(const char* message, const char* fileName, int line)
     : m_message(textOrEmpty(message)), m_fileName(textOrEmpty(fileName)), m_line(line) {}

@@ -21,15 +21,15 @@
 
 using namespace kf::detail;
 
-// The numbers are those of macOS and mean the same on every host, so the names of the host's <signal.h> are
-// of no use here.
+/// The numbers are those of macOS and mean the same on every host, so the names of the host's <signal.h> are
+/// of no use here.
 static constexpr int FIRST_SIGNAL = 1;
 static constexpr int LAST_SIGNAL = 30;
 static constexpr int ALARM_SIGNAL = 14;
 static constexpr int CONTRACT_SIGNAL = 30;
 static constexpr int WINDOW_SIZE_SIGNAL = 28;
 
-// The signals of a thread that cannot go on, as this host numbers them.
+/// The signals of a thread that cannot go on, as this host numbers them.
 static constexpr int FAULT_SIGNALS[] = {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS};
 
 static constexpr struct {
@@ -49,7 +49,7 @@ static constexpr struct {
     {12, "SIGNAL_BAD_ARGUMENT_SYSTEM_CALL"},
     {13, "SIGNAL_WRITE_PIPE_WITH_NO_READER"},
     {ALARM_SIGNAL, "SIGNAL_ALARM_CLOCK"},
-    {15, "SIGNAL_SOTWARE_TERMINATION"}, // spelled so, deliberately: support searches traces for it
+    {15, "SIGNAL_SOTWARE_TERMINATION"}, // DELIBERATE: spelled so, support searches traces for it
     {16, "SIGNAL_URG_ON_IO_CHANNEL"},
     {17, "SIGNAL_STOP"},
     {19, "SIGNAL_CONTINUE"},
@@ -65,19 +65,24 @@ std::atomic<KFExceptionHandler*> KFExceptionHandler::m_globalHandler{nullptr};
 int KFExceptionHandler::ms_reportLimit = 10000;
 int KFExceptionHandler::ms_endLimit = 2000;
 
-// Both serve contracts that constructors and destructors of static objects break, before main and behind it.
-static std::map<std::string, std::string>& exceptParams() {
+namespace {
+
+/// Both serve contracts that constructors and destructors of static objects break, before main and behind it.
+std::map<std::string, std::string>& exceptParams() {
     static NeverDestroyed<std::map<std::string, std::string>> record;
     return record.get();
 }
-std::map<std::string, std::string>& KFExceptionHandler::m_ExceptParams = exceptParams();
 
-// Guards the record. Recursive, because the thread that recorded a broken contract keeps it while it raises
-// the signal, and then reads the record as the handler. The process ends while it is held.
-static KFMutex& recordLock() {
+/// Guards the record. Recursive, because the thread that recorded a broken contract keeps it while it raises
+/// the signal, and then reads the record as the handler. The process ends while it is held.
+KFMutex& recordLock() {
     static NeverDestroyed<KFMutex> lock(true);
     return lock.get();
 }
+
+} // namespace
+
+std::map<std::string, std::string>& KFExceptionHandler::m_ExceptParams = exceptParams();
 
 void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
                                          int line) {
@@ -121,16 +126,20 @@ KFExceptionHandler::~KFExceptionHandler() {
     TRACE_DESTRUCTOR("KFExceptionHandler");
 }
 
-static std::string textOrEmpty(const char* text) {
+namespace {
+
+std::string textOrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
-// The record keeps a number in a field of 10 characters, its zero included; a longer text is cut.
-static std::string numberField(int number) {
+/// The record keeps a number in a field of 10 characters, its zero included; a longer text is cut.
+std::string numberField(int number) {
     char field[10] = {};
     std::snprintf(field, sizeof field, "%d", number);
     return field;
 }
+
+} // namespace
 
 void KFExceptionHandler::throwException(int code, const char* name, const char* description,
                                         const char* fileName, int line) {
@@ -147,10 +156,12 @@ void KFExceptionHandler::throwException(int code, const char* name, const char* 
     raise(code != 0 ? code : CONTRACT_SIGNAL);
 }
 
-// Everything but what has to end a report that cannot go on: the alarm, and a fault in the report itself,
-// which blocked would end the process by that signal. The signal being handled is blocked here, and others
-// may have been by the thread.
-static void blockOtherSignals() {
+namespace {
+
+/// Everything but what has to end a report that cannot go on: the alarm, and a fault in the report itself,
+/// which blocked would end the process by that signal. The signal being handled is blocked here, and others
+/// may have been by the thread.
+void blockOtherSignals() {
     sigset_t blocked;
     sigfillset(&blocked);
     sigdelset(&blocked, ALARM_SIGNAL);
@@ -159,17 +170,17 @@ static void blockOtherSignals() {
     pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-// What hangs ends: the alarm comes back as a second signal.
-static void limitTime(int milliseconds) {
+/// What hangs ends: the alarm comes back as a second signal.
+void limitTime(int milliseconds) {
     struct itimerval limit = {};
     limit.it_value.tv_sec = milliseconds / 1000;
     limit.it_value.tv_usec = milliseconds % 1000 * 1000;
     setitimer(ITIMER_REAL, &limit, nullptr);
 }
 
-// Returns on the one thread that is to report. A second signal ends the process only where the report cannot
-// go on: it has taken too long, or has met a fault itself. Other threads wait here for the end.
-static void becomeTheReporter(int sig) {
+/// Returns on the one thread that is to report. A second signal ends the process only where the report cannot
+/// go on: it has taken too long, or has met a fault itself. Other threads wait here for the end.
+void becomeTheReporter(int sig) {
     static std::atomic<std::uint64_t> reporter{0};
     std::uint64_t nobody = 0;
     if (reporter.compare_exchange_strong(nobody, currentThreadKey()))
@@ -180,7 +191,7 @@ static void becomeTheReporter(int sig) {
         pause();
 }
 
-static const char* textOfSignal(int sig) {
+const char* textOfSignal(int sig) {
     for (const auto& entry : SIGNAL_TEXTS) {
         if (entry.number == sig)
             return entry.text;
@@ -188,8 +199,8 @@ static const char* textOfSignal(int sig) {
     return nullptr;
 }
 
-// Walks the record, since looking a key up makes a text of it, which may take memory.
-static const char* textOf(const std::map<std::string, std::string>& record, const char* key) {
+/// Walks the record, since looking a key up makes a text of it, which may take memory.
+const char* textOf(const std::map<std::string, std::string>& record, const char* key) {
     for (const auto& [name, text] : record) {
         if (name == key)
             return text.c_str();
@@ -197,11 +208,12 @@ static const char* textOf(const std::map<std::string, std::string>& record, cons
     return "";
 }
 
-static void describeViolation(const std::map<std::string, std::string>& record, char* text,
-                              std::size_t size) {
+void describeViolation(const std::map<std::string, std::string>& record, char* text, std::size_t size) {
     std::snprintf(text, size, "%s : %s - In File : %s - At Line : %s", textOf(record, "Name"),
                   textOf(record, "Description"), textOf(record, "InFile"), textOf(record, "AtLine"));
 }
+
+} // namespace
 
 void KFExceptionHandler::describeContractViolation(char* text, std::size_t size) {
     if (recordLock().tryacquire()) {

@@ -10,8 +10,8 @@
 class KFCrashListener;
 
 /// Catches almost every signal, writes what happened to the trace (the cause, the call stacks of all traced
-/// threads, the object counts) and ends the process with status 0. The trace is the only record of a crash:
-/// the status says nothing, deliberately.
+/// threads, the object counts) and ends the process with status 0. The trace is the only record of a crash.
+/// DELIBERATE: the status says nothing.
 ///
 /// Signals are numbers of macOS on every host: 30 is the one that broken contracts raise, 28 (a window
 /// changed its size) is left alone. Harmless signals (a child's end, continue, terminal input and output) end

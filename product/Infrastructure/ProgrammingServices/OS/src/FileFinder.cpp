@@ -6,12 +6,16 @@
 
 using namespace kf::detail;
 
-static std::string openAtTheFront(const std::string& pattern) {
+namespace {
+
+std::string openAtTheFront(const std::string& pattern) {
     if (pattern == "*.*") {
         return "*";
     }
     return !pattern.empty() && pattern[0] == '*' ? pattern : "*" + pattern;
 }
+
+} // namespace
 
 FileFinder::FileFinder(const std::string& folder, const std::string& pattern)
     : FileFinder(FileSearch::begin(folder, openAtTheFront(pattern), FileSearch::Manager::Own)) {}

@@ -7,13 +7,13 @@ namespace kf::detail {
 class FileSearch;
 }
 
-// Finds the entries of a folder, and of all folders below it, whose path is like a pattern ("*": any run of
-// characters, "/" included; "?": one character; upper and lower case differ). What is matched and returned is
-// the path relative to the folder, so names may contain "/". Folders and links are entries like any other;
-// links are not followed, except when the folder itself is one. "." and ".." never appear. The order is the
-// file system's own, each folder before what it holds. A missing or unreadable folder has no entries.
-//
-// Nothing here throws. Thread: any, one at a time per object.
+/// Finds the entries of a folder, and of all folders below it, whose path is like a pattern ("*": any run of
+/// characters, "/" included; "?": one character; upper and lower case differ). What is matched and returned is
+/// the path relative to the folder, so names may contain "/". Folders and links are entries like any other;
+/// links are not followed, except when the folder itself is one. "." and ".." never appear. The order is the
+/// file system's own, each folder before what it holds. A missing or unreadable folder has no entries.
+///
+/// Nothing here throws. Thread: any, one at a time per object.
 class FileFinder {
 public:
     /// Matches the end of the path: a "*" is put in front of a pattern that does not begin with one, so txt

@@ -6,14 +6,18 @@
 
 static const int LONGEST_WAIT = 64; // pauses of the processor, some 20 nanoseconds each
 
-// Tells the processor that this thread only waits.
-static inline void relax() {
+namespace {
+
+/// Tells the processor that this thread only waits.
+inline void relax() {
 #if defined(__i386__) || defined(__x86_64__)
     __builtin_ia32_pause();
 #elif defined(__aarch64__) || defined(__arm64__)
     __asm__ __volatile__("yield");
 #endif
 }
+
+} // namespace
 
 // The attribute object stays initialised as long as the mutex lives and is never destroyed: neither host
 // keeps anything in it that would have to be given back.

@@ -15,7 +15,7 @@ using namespace kf::detail;
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/OS/src/KFThread";
 
-// The attributes are never destroyed: neither host keeps anything in them that would have to be given back.
+/// The attributes are never destroyed: neither host keeps anything in them that would have to be given back.
 KFThread::KFThread(const char* name) {
     if (name != nullptr) {
         const std::size_t size = strlen(name) + 1;
@@ -60,7 +60,7 @@ int KFThread::waitForThreadTermination(KFThread* thread) {
     return thread->join();
 }
 
-// The lock makes every waiter stay until the body has ended, not only the one that joins.
+/// The lock makes every waiter stay until the body has ended, not only the one that joins.
 int KFThread::join() {
     if (m_joinable && pthread_equal(m_handle, pthread_self())) {
         return EDEADLK;

@@ -6,17 +6,17 @@
 #include <memory>
 #include <pthread.h>
 
-// An abstract thread. A subclass supplies the body in run(), and overrides onTerminate() to ask that body to
-// finish:
-//
-//     constructed -> start() -> run() executes -> run() has returned -> (stop(), start() again) -> destroyed
-//
-// A subclass must call stop(), or see that run() has returned, before its own destructor ends: the destructor
-// of this class waits for the body, but it can no longer call the subclass's onTerminate().
-//
-// Thread: run() executes on the new thread, everything else on its caller's. start(), stop(),
-// waitForThreadTermination() and the destructor belong to the owner of the object; stop() and
-// waitForThreadTermination() may meet on several threads, each of which returns when the body has ended.
+/// An abstract thread. A subclass supplies the body in run(), and overrides onTerminate() to ask that body to
+/// finish:
+///
+///     constructed -> start() -> run() executes -> run() has returned -> (stop(), start() again) -> destroyed
+///
+/// A subclass must call stop(), or see that run() has returned, before its own destructor ends: the destructor
+/// of this class waits for the body, but it can no longer call the subclass's onTerminate().
+///
+/// Thread: run() executes on the new thread, everything else on its caller's. start(), stop(),
+/// waitForThreadTermination() and the destructor belong to the owner of the object; stop() and
+/// waitForThreadTermination() may meet on several threads, each of which returns when the body has ended.
 class KFThread {
 public:
     /// Does not start the thread. The name is copied; with a name the thread announces its begin and its end

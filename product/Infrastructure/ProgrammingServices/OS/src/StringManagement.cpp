@@ -13,7 +13,7 @@ namespace StringManagement {
 
 namespace {
 
-// A wide text's units are handed to the platform as UTF-32 bytes without any rearrangement.
+/// A wide text's units are handed to the platform as UTF-32 bytes without any rearrangement.
 static_assert(sizeof(wchar_t) == 4, "wide text holds UTF-32");
 
 constexpr CFStringEncoding WIDE_ENCODING = kCFStringEncodingUTF32LE;

@@ -10,9 +10,13 @@ namespace kf::detail {
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Item";
 static constexpr int NO_TAG_LINE = 180;
 
-static bool isBlank(char character) {
+namespace {
+
+bool isBlank(char character) {
     return character == ' ' || character == '\t' || character == '\n';
 }
+
+} // namespace
 
 std::string_view trimmed(std::string_view text) {
     TRACE_FUNCTION("Item::trim");
@@ -29,7 +33,7 @@ bool findElementText(std::string_view tag, std::string_view line, std::string_vi
     if (tagAt == std::string_view::npos)
         return false;
     const std::size_t start = tagAt + tag.size();
-    // Deliberately the line's first "</", not the first one behind the tag. Where it stands before the value
+    // DELIBERATE: the line's first "</", not the first one behind the tag. Where it stands before the value
     // there is nothing to cut at, as if the line had none.
     const std::size_t end = line.find("</");
     const bool isCut = end != std::string_view::npos && end >= start;
@@ -40,7 +44,7 @@ bool findElementText(std::string_view tag, std::string_view line, std::string_vi
 
 std::string_view requireElementText(std::string_view tag, std::string_view line) {
     std::string_view text;
-    // Whatever the tag is, the message names <key>, deliberately: support knows it by that text.
+    // DELIBERATE: whatever the tag is, the message names <key>; support knows it by that text.
     if (!findElementText(tag, line, text))
         throw KFDictionaryParsingException("Can't find <key> in stream", KF_SOURCE, NO_TAG_LINE);
     return text;

@@ -48,7 +48,7 @@ public:
             m_observer->onBegin(m_lines.getLinePosition());
     }
     /// The next key of the dictionary, and the line of its value. False: a line without a key has ended the
-    /// dictionary, whatever it is; </dict> is just one of them, deliberately.
+    /// dictionary. DELIBERATE: whatever that line is, </dict> is just one of them.
     bool next();
     /// Instead of begin() and next(): passes over a dictionary that is too deep as reading it would, without
     /// recursion.

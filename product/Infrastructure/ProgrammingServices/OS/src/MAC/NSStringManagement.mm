@@ -6,7 +6,7 @@ namespace StringManagement {
 
 static_assert(sizeof(wchar_t) == 4, "wide text holds UTF-32");
 
-// UTF-32, little endian, by its number: the oldest macOS headers have no name for it.
+/// UTF-32, little endian, by its number: the oldest macOS headers have no name for it.
 static const NSStringEncoding WIDE_ENCODING = static_cast<NSStringEncoding>(0x9C000100);
 
 std::wstring NSStringToWString(NSString* s) {

@@ -5,7 +5,7 @@
 
 namespace kf::detail {
 
-// What the file finders stand on: one deep enumeration of a folder, with a pattern. Each host has its own.
+/// What the file finders stand on: one deep enumeration of a folder, with a pattern. Each host has its own.
 class FileSearch {
 public:
     virtual ~FileSearch() = default;

@@ -4,7 +4,7 @@
 
 namespace kf::detail {
 
-// Holds a KFMutex for the length of a scope.
+/// Holds a KFMutex for the length of a scope.
 class KF_SCOPED_CAPABILITY KFLock {
 public:
     /// Blocks until the mutex is taken; the mutex must outlive the lock.

@@ -11,7 +11,7 @@ namespace kf::detail {
 
 namespace {
 
-// Short, because a writer that writes again and again leaves its lock for a few microseconds only.
+/// Short, because a writer that writes again and again leaves its lock for a few microseconds only.
 const useconds_t PAUSE_MICROSECONDS = 100;
 
 std::atomic<int> longestWait{5000}; // milliseconds
