@@ -4,10 +4,12 @@
 
 class HWServicePnPClient;
 
-// Tells registered clients when a USB device arrives or goes away. One per process, over the device registry.
-//
-// Call registerClient() for every client first, then registerService(), then run the run loop. All of it,
-// and every notification, happens on one thread; nothing is locked.
+/// Tells registered clients when a USB device arrives or goes away. One per process, over the device registry.
+///
+/// Call registerClient() for every client first, then registerService(), then run the run loop.
+///
+/// Errors: none is thrown but std::bad_alloc. What the system refuses is traced as an error, and the clients are
+/// told of nothing. Thread: one for all of it, and for every notification; nothing is locked.
 class HWServicePnP {
 public:
     virtual ~HWServicePnP();
@@ -22,9 +24,11 @@ public:
     /// take it back. A client registered twice is told twice. Not null.
     void registerClient(HWServicePnPClient* client);
 
-    /// Prepares the service, before registerService(). The one over IOKit needs no preparation.
+    /// For an implementation that has something to prepare before registerService(); may be called again. The one
+    /// over IOKit does nothing, and need not be called.
     virtual void init() = 0;
-    /// Whether the service can be used here. The one over IOKit always says no: do not ask, register.
+    /// Whether the service can be used here. DELIBERATE: the one over IOKit always says no, also while it notifies.
+    /// Do not ask, register.
     virtual bool isAvailable() = 0;
     /// Notifies the clients from now on, in the run loop of the calling thread. To be called once, or again
     /// after unRegisterService(). Where the system tells nobody of devices, that is an error in the trace and

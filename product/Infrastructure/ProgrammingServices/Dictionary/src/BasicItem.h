@@ -8,6 +8,7 @@
 /// Errors, threads, and a warning about the global name: as Item.
 class BasicItem : public Item {
 public:
+    /// Without a name, or without a value, that is the empty text. Copies what it is given.
     BasicItem();
     explicit BasicItem(std::string name);
     BasicItem(std::string name, std::string_view value);
@@ -28,6 +29,7 @@ public:
     /// The value stays as it was where this throws.
     void unMarshall(std::stringstream& in) override;
 
+    /// Stores a copy; the text may be a part of the value. What getValue() returned before is no longer valid.
     void setValue(const std::string& value);
 
     // Of their own, because there may be a text behind an item (LeafText.h tells why): its block is not sizeof(BasicItem).
