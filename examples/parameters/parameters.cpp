@@ -64,9 +64,8 @@ WindowPlace readPlace(const AppData& settings) {
     WindowPlace place = {40, 40};
     int size = 0;
     const std::unique_ptr<char[]> bytes(settings.readUnformattedParam("window", size));
-    if (bytes != nullptr && size == sizeof(place)) {
+    if (bytes != nullptr && size == sizeof(place))
         memcpy(&place, bytes.get(), sizeof(place));
-    }
     return place;
 }
 

@@ -7,31 +7,31 @@
 
 namespace Zevo {
 
-/** Faults of the machine that the launcher runs on, which come and go while it runs. One at a time; everything works
-   until a wish is made. Belongs to one launcher at a time. */
+/// Faults of the machine that the launcher runs on, which come and go while it runs. One at a time; everything works
+/// until a wish is made. Belongs to one launcher at a time.
 class Faults {
 public:
-    /** @param folder where the file that the launcher shares is put; throws std::runtime_error when it cannot be */
+    /// @param folder where the file that the launcher shares is put; throws std::runtime_error when it cannot be
     explicit Faults(const std::string& folder);
     ~Faults();
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
 
-    /** What the launcher's environment needs. */
+    /// What the launcher's environment needs.
     std::vector<std::string> environment() const;
-    /** Everything works again, and the counts are 0. */
+    /// Everything works again, and the counts are 0.
     void reset();
 
     unsigned long allocations() const { return read(m_page->allocations); }
-    /** The allocation with this number, counted from the launcher's start, fails, and the next ones up to so many. */
+    /// The allocation with this number, counted from the launcher's start, fails, and the next ones up to so many.
     void failAllocation(unsigned long number, unsigned long howMany = 1);
     unsigned long failedAllocations() const { return read(m_page->failed_allocations); }
 
-    /** Nothing can be written below the folder, with this errno; 0: it can again. */
+    /// Nothing can be written below the folder, with this errno; 0: it can again.
     void refuseWriting(const std::string& folder, int error);
     unsigned long refusedWrites() const { return read(m_page->refused_writes); }
 
-    /** /proc, or /sys, cannot be looked at, with this errno; 0: it can again. */
+    /// /proc, or /sys, cannot be looked at, with this errno; 0: it can again.
     void refuseProc(int error) { write(m_page->proc_error, error); }
     void refuseSys(int error) { write(m_page->sys_error, error); }
     unsigned long refusedLooks() const { return read(m_page->refused_looks); }

@@ -57,7 +57,7 @@ TEST_F(Kill, AtAnyMomentOfTheEndTheNextStartWorks) {
 
 class Application : public Attack {
 protected:
-    /** In the place of the main application's program. */
+    /// In the place of the main application's program.
     void installScript(const std::string& text) {
         const std::string program = m_machine.executableOf(Bundle::mainApplication);
         unlink(program.c_str());
@@ -67,7 +67,7 @@ protected:
         ASSERT_EQ(chmod(program.c_str(), 0755), 0);
     }
 
-    /** The script's processes are no process of the machine's own programs. */
+    /// The script's processes are no process of the machine's own programs.
     void plugModem() {
         m_bus.plug("1-1", makePlainDevice(m_modem.modem.vendor, m_modem.modem.product));
         m_bus.unplug("1-1");

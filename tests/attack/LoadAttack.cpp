@@ -27,7 +27,7 @@ protected:
             "TRACE_SET_MAX_LINES 20000\nTRACE_SET_MAX_FILES 3\nTRACE_SET_FILE_NAME trace\n");
     }
 
-    /** A device is one that nobody waits for, a modem, or a modem as a CD-ROM, in turn. */
+    /// A device is one that nobody waits for, a modem, or a modem as a CD-ROM, in turn.
     void plugAndUnplug(int cycle) {
         const UsbDevice device = cycle % 3 == 0   ? makePlainDevice(0x1234, 0x5678)
                                  : cycle % 3 == 1 ? m_modem.modem
@@ -36,7 +36,7 @@ protected:
         m_bus.unplug("1-1");
     }
 
-    /** Of the trace, whichever file is the latest. */
+    /// Of the trace, whichever file is the latest.
     std::string lastLines() {
         std::string result;
         for (const char* file : {"/trace_0.txt", "/trace_1.txt", "/trace_2.txt"}) {
@@ -52,7 +52,7 @@ protected:
         return {cycles, residentMemoryOf(pid), descriptorCountOf(pid), threadCountOf(pid)};
     }
 
-    /** The counts of live objects that its end leaves in the trace, by class. */
+    /// The counts of live objects that its end leaves in the trace, by class.
     std::map<std::string, std::string> objectsAtEnd() {
         terminateLauncher();
         std::map<std::string, std::string> result;
@@ -67,7 +67,7 @@ protected:
         return result;
     }
 
-    /** For a picture of the whole run. */
+    /// For a picture of the whole run.
     static void keep(const Sample& sample) {
         const char* const path = std::getenv("ZEVO_ATTACK_SAMPLES");
         if (path != nullptr)

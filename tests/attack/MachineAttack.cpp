@@ -17,7 +17,7 @@ class Limits : public Attack {
 protected:
     Limits() { expectStandardError(testing::_); }
 
-    /** While the launcher runs. */
+    /// While the launcher runs.
     void limit(__rlimit_resource resource, rlim_t to) {
         rlimit both{};
         ASSERT_EQ(prlimit(m_launcher->pid(), resource, nullptr, &both), 0);
@@ -85,7 +85,7 @@ TEST_F(Limits, AFileThatMayNotGrowEndsItWithItsReportInTheNextFile) {
     tellFigure(std::to_string(rounds) + " of " + std::to_string(rounds) + " reports in the next file");
 }
 
-/** Processes that only wait, and end with this object. */
+/// Processes that only wait, and end with this object.
 class Crowd {
 public:
     explicit Crowd(int size) {

@@ -6,7 +6,7 @@ using namespace Zevo;
 
 namespace {
 
-/** What became of launchers that were refused memory. */
+/// What became of launchers that were refused memory.
 struct Outcomes {
     int wentOn = 0;
     int toldDeaf = 0; // goes on, and has told that it will not see a device come
@@ -27,7 +27,7 @@ class Memory : public Attack {
 protected:
     Memory() { expectStandardError(testing::_); }
 
-    /** Whether the start-up is done, one way or the other; false when it hangs. */
+    /// Whether the start-up is done, one way or the other; false when it hangs.
     bool waitForStartUp() {
         return waitUntil([this] {
             return !m_launcher->isRunning() ||
@@ -35,7 +35,7 @@ protected:
         });
     }
 
-    /** The launcher has ended: as it should, with its reason told? */
+    /// The launcher has ended: as it should, with its reason told?
     bool countEnd(Outcomes& outcomes) {
         if (m_launcher->exitStatus() == 0 && hasReport())
             ++outcomes.endedWithReport;
@@ -52,7 +52,7 @@ protected:
                m_trace.text();
     }
 
-    /** Takes the points from 1 to the last one, so many of them. */
+    /// Takes the points from 1 to the last one, so many of them.
     static int stepThrough(int last, int points) { return std::max(1, last / points); }
 
     void refuseEachAtStart(unsigned long more) {

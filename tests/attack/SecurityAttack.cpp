@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/** What somebody else may try: a device, a file, another user, another process. */
+/// What somebody else may try: a device, a file, another user, another process.
 class Security : public Attack {
 protected:
     mode_t modeOf(const std::string& path) const {

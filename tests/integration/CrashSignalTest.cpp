@@ -36,7 +36,7 @@ std::string textOf(int signal) {
 
 class CrashSignal : public LauncherTest {
 protected:
-    /** The signal ends the launcher with status 0 and a report: the cause, the stacks, the object counts. */
+    /// The signal ends the launcher with status 0 and a report: the cause, the stacks, the object counts.
     void expectEndWithReport(int signal) {
         ASSERT_TRUE(endLauncherBySignal(signal));
         EXPECT_EQ(m_launcher->exitStatus(), 0);

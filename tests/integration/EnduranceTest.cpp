@@ -20,7 +20,7 @@ std::string sanitizerKeepingLittle() {
 
 class Endurance : public LauncherTest {
 protected:
-    /** One line per arrival and removal is enough here; the file is opened anew for each. */
+    /// One line per arrival and removal is enough here; the file is opened anew for each.
     void traceOnlyWhatIsCounted() {
         m_machine.install(
             "tracer_zevolauncher.cfg",

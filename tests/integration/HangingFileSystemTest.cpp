@@ -8,7 +8,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/** The application lies on a file system that does not answer any more. */
+/// The application lies on a file system that does not answer any more.
 class HangingFileSystem : public LauncherTest, public testing::WithParamInterface<const char*> {};
 
 // A thread that waits for a file system hears no signal.

@@ -19,7 +19,7 @@ using namespace Zevo;
 
 namespace {
 
-/** Counts, and ends the run loop when the device that it waits for has gone. */
+/// Counts, and ends the run loop when the device that it waits for has gone.
 class CountingClient : public HWServicePnPClient {
 public:
     explicit CountingClient(const UsbDevice& last) : m_last(hardwareIdentifier(last)) {}
@@ -51,8 +51,8 @@ protected:
         LinuxPlatform::adoptHabits(habits);
     }
 
-    /** The modem comes and goes so many times while this thread's run loop delivers; then the last device
-     * does. */
+    /// The modem comes and goes so many times while this thread's run loop delivers; then the last device
+    /// does.
     void plugAndUnplug(int rounds) {
         std::thread user([this, rounds] {
             for (int round = 0; round < rounds; ++round) {

@@ -26,7 +26,7 @@ protected:
     }
 };
 
-/** A descriptor that programs started from here inherit. */
+/// A descriptor that programs started from here inherit.
 class InheritedDescriptor {
 public:
     explicit InheritedDescriptor(int descriptor) : m_descriptor(descriptor) { fcntl(descriptor, F_SETFD, 0); }

@@ -35,7 +35,7 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return result;
 }
 
-/** The fields of /proc/<pid>/stat from the state on; the name before them may hold anything. */
+/// The fields of /proc/<pid>/stat from the state on; the name before them may hold anything.
 std::string statusFields(const std::string& pid) {
     const std::string text = readTextFile("/proc/" + pid + "/stat");
     const std::string::size_type end = text.rfind(')');

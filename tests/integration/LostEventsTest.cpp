@@ -25,7 +25,7 @@ protected:
         m_sentBefore = m_bus.eventCount();
     }
 
-    /** Until now every event was lost; from here on they come, and the first reading tells of the loss. */
+    /// Until now every event was lost; from here on they come, and the first reading tells of the loss.
     void endLosing() {
         const std::size_t sent = m_bus.eventCount() - m_sentBefore;
         // Or more: the marker's interface may have come behind its device, and so have been lost as well.

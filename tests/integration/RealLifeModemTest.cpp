@@ -25,7 +25,7 @@ unsigned idOf(int number) {
     return static_cast<unsigned>(number);
 }
 
-/** Those that become something else, with the first of what they may become. */
+/// Those that become something else, with the first of what they may become.
 std::vector<Modem> switchedModems() {
     std::vector<Modem> result;
     for (const KnownModem& known : readModemDatabase(ZEVO_SWITCHING_DATA)) {
@@ -41,7 +41,7 @@ std::vector<Modem> switchedModems() {
     return result;
 }
 
-/** As many vendors as possible: the first modem of every vendor, then the second ones, until there are so many. */
+/// As many vendors as possible: the first modem of every vendor, then the second ones, until there are so many.
 std::vector<Modem> chosenModems() {
     const std::vector<Modem> modems = switchedModems();
     std::map<unsigned, std::size_t> seen;
@@ -59,7 +59,7 @@ std::string identifiersOf(const Modem& modem) {
     return hardwareIdentifier(modem.cdRom) + " " + hardwareIdentifier(modem.modem);
 }
 
-/** Configured, plugged in as what it shows first, switched: as its owner would. */
+/// Configured, plugged in as what it shows first, switched: as its owner would.
 class RealLifeModem : public LauncherTest, public testing::WithParamInterface<Modem> {};
 
 TEST_P(RealLifeModem, StartsEachApplicationOnceWhilePluggedInAndSwitched) {

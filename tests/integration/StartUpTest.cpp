@@ -26,7 +26,7 @@ protected:
         return lstat(path.c_str(), &status) == 0;
     }
 
-    /** Without a trace, that the launcher works is seen from what it starts. */
+    /// Without a trace, that the launcher works is seen from what it starts.
     void expectItWorks() {
         m_bus.plug("1-1", m_modem.modem);
         expectStarts(1, 1);

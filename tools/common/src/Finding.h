@@ -5,7 +5,7 @@
 
 namespace Zevo {
 
-/** Where something stands. Lines and columns count from 1, columns in bytes. */
+/// Where something stands. Lines and columns count from 1, columns in bytes.
 struct Place {
     std::string file; ///< as it is shown to people
     int line = 0;     ///< 0: the file as a whole
@@ -14,7 +14,7 @@ struct Place {
     std::string text; ///< the line
 };
 
-/** One thing that is wrong with an installation. */
+/// One thing that is wrong with an installation.
 struct Finding {
     std::string id; ///< names the kind of mistake, the same for ever: "trace-statement-misspelt"
     Place place;

@@ -9,26 +9,26 @@
 
 namespace Zevo {
 
-/** A file as its bytes, and the places in it. What the bytes mean is the product's readers' business. */
+/// A file as its bytes, and the places in it. What the bytes mean is the product's readers' business.
 class SourceText {
 public:
-    /** Reads the file. @param shown how people are told its name */
+    /// Reads the file. @param shown how people are told its name
     SourceText(const std::string& path, std::string shown);
 
-    /** Empty when the file could be read; else what is in the way, for people. */
+    /// Empty when the file could be read; else what is in the way, for people.
     const std::string& whyUnreadable() const { return m_whyUnreadable; }
     const std::string& bytes() const { return m_bytes; }
     const std::string& shownName() const { return m_shown; }
 
     int lineCount() const { return static_cast<int>(m_lineStarts.size()); }
-    /** Without its line feed and the carriage return before it; empty behind the last line. */
+    /// Without its line feed and the carriage return before it; empty behind the last line.
     std::string_view line(int number) const;
-    /** The file as a whole. */
+    /// The file as a whole.
     Place wholeFile() const;
     Place at(int number, int column, int length = 1) const;
-    /** The line, from its first to its last character that is no blank. */
+    /// The line, from its first to its last character that is no blank.
     Place atLine(int number) const;
-    /** The first place of this text in the line, or the whole line where it is not in it. */
+    /// The first place of this text in the line, or the whole line where it is not in it.
     Place atText(int number, std::string_view text) const;
     int lineOf(std::size_t offset) const;
     Place atOffset(std::size_t offset, int length = 1) const;
@@ -43,7 +43,7 @@ private:
     std::vector<std::size_t> m_lineStarts;
 };
 
-/** A character as people can read it: x, or "byte 0xff". */
+/// A character as people can read it: x, or "byte 0xff".
 std::string shownCharacter(char character);
 
 } // namespace Zevo

@@ -6,28 +6,26 @@
 
 namespace Zevo {
 
-/**
- * A file that is being written. Where Ctrl-C or a request to terminate ends the program meanwhile, it is removed first, as
- * nobody could tell it from a whole one. A program has one at a time.
- */
+/// A file that is being written. Where Ctrl-C or a request to terminate ends the program meanwhile, it is removed first, as
+/// nobody could tell it from a whole one. A program has one at a time.
 class UnfinishedFile {
 public:
-    /** From here on; the file need not be there yet. */
+    /// From here on; the file need not be there yet.
     explicit UnfinishedFile(std::string path);
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-    /** It is whole, or was removed. */
+    /// It is whole, or was removed.
     ~UnfinishedFile();
 
-    /** A child that writes it, and is ended before it is removed; 0 when there is none any more, said before anybody waits
-     * for its end. */
+    /// A child that writes it, and is ended before it is removed; 0 when there is none any more, said before anybody waits
+    /// for its end.
     void isWrittenBy(pid_t writer);
 
 private:
     std::string m_path;
 };
 
-/** Holds Ctrl-C and requests to terminate back, for the moment between making a file and knowing of it. */
+/// Holds Ctrl-C and requests to terminate back, for the moment between making a file and knowing of it.
 class HeldInterruptions {
 public:
     HeldInterruptions();
@@ -35,7 +33,7 @@ public:
     HeldInterruptions& operator=(const HeldInterruptions&) = delete;
     ~HeldInterruptions();
 
-    /** What was held back before, for children. */
+    /// What was held back before, for children.
     const sigset_t& before() const { return m_before; }
 
 private:

@@ -17,18 +17,18 @@ typedef SampleMachine::Bundle Bundle;
 const std::chrono::milliseconds GLANCE(50);
 const std::chrono::milliseconds READING_TIME(3000);
 
-/** What stands behind this text in the line; empty when the line does not hold it. */
+/// What stands behind this text in the line; empty when the line does not hold it.
 std::string behind(const std::string& line, const std::string& text) {
     const std::string::size_type at = line.find(text);
     return at == std::string::npos ? std::string() : line.substr(at + text.size());
 }
 
-/** Thrown out of a script: no statement of it is to blame. */
+/// Thrown out of a script: no statement of it is to blame.
 struct LauncherGone {
     std::string what;
 };
 
-/** What the launcher's environment says is true here as well: where applications and logs are looked for. */
+/// What the launcher's environment says is true here as well: where applications and logs are looked for.
 const SampleMachine& entered(const SampleMachine& machine) {
     for (const std::string& entry : machine.environment()) {
         const std::string::size_type equals = entry.find('=');

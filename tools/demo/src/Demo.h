@@ -14,18 +14,18 @@
 
 namespace Zevo {
 
-/** The launcher at work on a sample machine, and what people are told about it. What should happen and does
-   not is thrown as std::runtime_error; Ctrl-C as Interrupted. Either way the end of this object ends every
-   process and removes every file. */
+/// The launcher at work on a sample machine, and what people are told about it. What should happen and does
+/// not is thrown as std::runtime_error; Ctrl-C as Interrupted. Either way the end of this object ends every
+/// process and removes every file.
 class Demo : private PlayListener {
 public:
     explicit Demo(const DemoWishes& wishes);
     ~Demo() override;
 
-    /** A modem's life on a bus, as one of the scripts tells it. */
+    /// A modem's life on a bus, as one of the scripts tells it.
     void runOn(Bus& bus);
 
-    /** On the machine's own bus, until Ctrl-C. */
+    /// On the machine's own bus, until Ctrl-C.
     void runOnRealBus();
 
 private:
@@ -37,8 +37,8 @@ private:
     Script chosenScript() const;
     void showFiles();
 
-    /** Tells what happens until the condition holds; throws with this complaint when it does not come to
-     * hold. */
+    /// Tells what happens until the condition holds; throws with this complaint when it does not come to
+    /// hold.
     void tellUntil(const std::function<bool()>& condition, const std::string& complaint);
     void tellFor(std::chrono::milliseconds duration);
     void tellNews();

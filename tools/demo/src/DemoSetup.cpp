@@ -14,7 +14,7 @@ namespace {
 
 const char TRACE_CONFIGURATION[] = "tracer_zevolauncher.cfg";
 
-/** "12d1:1001" of an identifier in any form that people write; empty where it holds none. */
+/// "12d1:1001" of an identifier in any form that people write; empty where it holds none.
 std::string shortFormOf(const std::string& hardwareId) {
     const std::string form = hardwareIdMeantBy(hardwareId);
     return form.empty() ? form : form.substr(8, 4) + ":" + form.substr(17, 4);
@@ -26,7 +26,7 @@ CheckResult checked(const std::string& folder, CheckOptions& options) {
     return checkInstallation(options);
 }
 
-/** What is missing there is missing on the machine, too. The trace is another matter: what is told comes from it. */
+/// What is missing there is missing on the machine, too. The trace is another matter: what is told comes from it.
 void installFrom(const std::string& given, const SampleMachine& machine) {
     const std::string folder = given.back() == '/' ? given : given + "/";
     if (!std::filesystem::is_directory(folder))

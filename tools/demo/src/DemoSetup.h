@@ -8,21 +8,21 @@ namespace Zevo {
 
 class SampleMachine;
 
-/** What somebody wants to see at work. */
+/// What somebody wants to see at work.
 struct DemoWishes {
     std::string modem;         ///< as zevo-sim takes devices; empty: the one that the configuration names
     std::string configuration; ///< a folder with the launcher's four files; empty: those of this tree
     bool isOnRealBus = false;
 };
 
-/** The machine's configuration, what it tells the launcher, and the modem to play with. */
+/// The machine's configuration, what it tells the launcher, and the modem to play with.
 struct DemoSetup {
-    /** Installs the configuration. What zevo-check says of somebody's own goes to standard output.
-     * @throw std::runtime_error there is no modem to play with
-     * @throw UsageError the wish is not understood */
+    /// Installs the configuration. What zevo-check says of somebody's own goes to standard output.
+    /// @throw std::runtime_error there is no modem to play with
+    /// @throw UsageError the wish is not understood
     DemoSetup(const SampleMachine& machine, const DemoWishes& wishes);
 
-    /** Whether the launcher waits for a device with these ids. */
+    /// Whether the launcher waits for a device with these ids.
     bool isAwaited(const UsbDevice& device) const;
 
     Modem modem;

@@ -14,7 +14,7 @@ namespace {
 const char PRELOADED_LIBRARY[] = "libumockdev-preload.so.0";
 const char RESTARTED[] = "ZEVO_VIRTUAL_BUS_RESTARTED";
 
-/** The path of a library of this process whose file name begins so; empty when there is none. */
+/// The path of a library of this process whose file name begins so; empty when there is none.
 std::string loadedLibrary(const std::string& beginning) {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);)
@@ -23,7 +23,7 @@ std::string loadedLibrary(const std::string& beginning) {
     return std::string();
 }
 
-/** The runtime of a sanitizer that this program was built with has to be loaded before any other library. */
+/// The runtime of a sanitizer that this program was built with has to be loaded before any other library.
 std::string sanitizerRuntime() {
     const std::string runtime = loadedLibrary("libasan.so");
     return runtime.empty() ? loadedLibrary("libtsan.so") : runtime;

@@ -15,7 +15,7 @@ const unsigned ROOT_HUB_VENDOR = 0x1d6b;
 const unsigned ROOT_HUB_PRODUCT = 0x0002;
 const unsigned USB_MAJOR = 189;
 
-/** At least so many digits, with zeros in front. */
+/// At least so many digits, with zeros in front.
 std::string hexadecimal(unsigned value, int digits = 1) {
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "%0*x", digits, value);
@@ -28,7 +28,7 @@ std::string threeDigits(unsigned value) {
     return buffer;
 }
 
-/** The identifiers as the kernel writes them into PRODUCT; the last number is the device's own version. */
+/// The identifiers as the kernel writes them into PRODUCT; the last number is the device's own version.
 std::string productTriple(const UsbDevice& device) {
     const std::string::size_type digit = device.release.find_first_not_of('0');
     return hexadecimal(device.vendor) + "/" + hexadecimal(device.product) + "/" +
@@ -45,7 +45,7 @@ std::string busOf(const std::string& port) {
     return port.substr(0, port.find('-'));
 }
 
-/** The three numbers of an interface as the kernel writes them into INTERFACE. */
+/// The three numbers of an interface as the kernel writes them into INTERFACE.
 std::string decimalTriple(const UsbInterface& interface) {
     return std::to_string(interface.usbClass) + "/" + std::to_string(interface.subClass) + "/" +
            std::to_string(interface.protocol);

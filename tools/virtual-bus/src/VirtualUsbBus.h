@@ -12,22 +12,22 @@ typedef struct _UMockdevTestbed UMockdevTestbed;
 
 namespace Zevo {
 
-/** A USB bus of its own for the programs that this process starts: they see its devices, and nothing of the
-    machine's, in /sys and through libudev.
-
-    The process that owns the bus must itself run under umockdev-wrapper, as restartForVirtualBus() sees to, and so
-   must the programs that look at it; children started from it inherit what they need in their environment. One bus per
-   process at a time, one thread at a time, and one udev monitor per bus: two would answer to one name.
-
-    A port is named as in sysfs: "1-2" is port 2 of bus 1, "1-2.3" is port 3 of the hub at 1-2. The events of
-   a plug and of an unplug come in the kernel's order: a device before its interfaces, children gone before
-   their parents. An event waits until there is room in the monitor's queue; so a stopped program stops the
-   bus too.
-
-    Every operation throws std::runtime_error when the bus cannot do it. */
+/// A USB bus of its own for the programs that this process starts: they see its devices, and nothing of the
+///  machine's, in /sys and through libudev.
+///
+///  The process that owns the bus must itself run under umockdev-wrapper, as restartForVirtualBus() sees to, and so
+/// must the programs that look at it; children started from it inherit what they need in their environment. One bus per
+/// process at a time, one thread at a time, and one udev monitor per bus: two would answer to one name.
+///
+///  A port is named as in sysfs: "1-2" is port 2 of bus 1, "1-2.3" is port 3 of the hub at 1-2. The events of
+/// a plug and of an unplug come in the kernel's order: a device before its interfaces, children gone before
+/// their parents. An event waits until there is room in the monitor's queue; so a stopped program stops the
+/// bus too.
+///
+///  Every operation throws std::runtime_error when the bus cannot do it.
 class VirtualUsbBus {
 public:
-    /** Whether a text looks like a port: numbers from 1 on, that of the bus, a dash, and those on the way with dots. */
+    /// Whether a text looks like a port: numbers from 1 on, that of the bus, a dash, and those on the way with dots.
     static bool isPort(const std::string& text);
 
     VirtualUsbBus();
@@ -39,24 +39,24 @@ public:
     void unplug(const std::string& port);
     void unplugAll();
 
-    /** What a modem does when it is switched: it leaves its port and comes back there as something else. */
+    /// What a modem does when it is switched: it leaves its port and comes back there as something else.
     void switchMode(const std::string& port, const UsbDevice& next);
 
-    /** Sends one more event for the device at this port, which stays as it is. */
+    /// Sends one more event for the device at this port, which stays as it is.
     void announce(const std::string& port, const char* action);
 
     bool isPlugged(const std::string& port) const { return m_ports.count(port) != 0; }
 
-    /** What is plugged in, by its port. */
+    /// What is plugged in, by its port.
     const std::map<std::string, UsbDevice>& devices() const { return m_devices; }
 
-    /** The first port of bus 1 that nothing is plugged into. */
+    /// The first port of bus 1 that nothing is plugged into.
     std::string freePort() const;
 
-    /** The folder in which the bus lies; gone when the bus is. */
+    /// The folder in which the bus lies; gone when the bus is.
     const std::string& folder() const { return m_folder; }
 
-    /** Events sent since the bus exists. */
+    /// Events sent since the bus exists.
     unsigned long eventCount() const { return m_eventCount; }
 
 private:

@@ -13,7 +13,7 @@ namespace Zevo {
 struct CheckOptions {
     std::string folder; ///< of the launcher; empty: the current one. Else with its separator at the end
     bool withApplications = true;
-    /** How many bytes a folder has room for; for tests. */
+    /// How many bytes a folder has room for; for tests.
     std::function<std::uint64_t(const std::string&)> freeBytes;
 };
 
@@ -25,7 +25,7 @@ struct CheckResult {
     RingResult log;
 };
 
-/** Reads everything that the launcher reads at its start, and looks where it will look. Changes nothing. */
+/// Reads everything that the launcher reads at its start, and looks where it will look. Changes nothing.
 CheckResult checkInstallation(const CheckOptions& options);
 
 } // namespace Zevo

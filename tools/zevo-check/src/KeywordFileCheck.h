@@ -9,10 +9,10 @@
 
 namespace Zevo {
 
-/** What the trace's and the log's configuration file have in common when they are checked. */
+/// What the trace's and the log's configuration file have in common when they are checked.
 class KeywordFileCheck {
 public:
-    /** Which of the two: its languages, and what people are told. */
+    /// Which of the two: its languages, and what people are told.
     struct Dialect {
         const char* id;     ///< begins a finding's id: "trace"
         const char* done;   ///< "traced"
@@ -28,7 +28,7 @@ public:
         int bytesOfALine; ///< about
     };
 
-    /** Where lines would go, as far as the product's reader got. */
+    /// Where lines would go, as far as the product's reader got.
     struct Ring {
         std::string baseName; ///< with its folder; empty when none was given
         int files;
@@ -41,17 +41,17 @@ public:
                      Findings& findings)
         : m_dialect(dialect), m_file(file), m_lines(lines), m_findings(findings) {}
 
-    /** The byte order mark, words without a place, a last line that is lost. */
+    /// The byte order mark, words without a place, a last line that is lost.
     void checkForm();
-    /** Numbers and repetitions. */
+    /// Numbers and repetitions.
     void checkArguments();
-    /** Whether anything can be on at the end. A file that only switches off is meant so.
-        @param isOn  what the product's reader has come to */
+    /// Whether anything can be on at the end. A file that only switches off is meant so.
+    ///  @param isOn  what the product's reader has come to
     bool checkSwitch(bool isOn);
     void checkRing(const Ring& ring);
 
     bool isWithoutErrors() const { return m_isWithoutErrors; }
-    /** The last complete line with this statement that has an effect, or null. */
+    /// The last complete line with this statement that has an effect, or null.
     const ReadLine* last(int statement) const;
     const ReadLine* lastOfAll() const;
     bool has(int statement) const;

@@ -12,7 +12,7 @@ using namespace kf::detail;
 namespace Zevo {
 namespace {
 
-/** The product's parser and scanner, watched. Switched is what the statements are executed on. */
+/// The product's parser and scanner, watched. Switched is what the statements are executed on.
 template <typename Parser, typename Scanner, typename Switched, bool IGNORES_WHILE_OFF>
 class Watched : public Parser {
 public:

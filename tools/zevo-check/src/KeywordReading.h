@@ -10,7 +10,7 @@ class Tracer;
 
 namespace Zevo {
 
-/** A line of a trace or log configuration as the product's parser took it. */
+/// A line of a trace or log configuration as the product's parser took it.
 struct ReadLine {
     int statement = -1;                          ///< its index in the language; -1: none
     std::vector<kf::detail::KeywordToken> words; ///< all that were read, without the line's end
@@ -22,10 +22,10 @@ struct ReadLine {
 
 using ReadLines = std::vector<ReadLine>;
 
-/** Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where that would end
- * the process, it goes on with the next line. */
+/// Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where that would end
+/// the process, it goes on with the next line.
 ReadLines readTraceConfiguration(const std::string& path, Tracer& tracer);
-/** The same for the log. */
+/// The same for the log.
 ReadLines readLogConfiguration(const std::string& path, Logger& logger);
 
 } // namespace Zevo

@@ -24,7 +24,7 @@ using kf::detail::DictionaryReadingObserver;
 
 const char NOTHING_MATCHES[] = "the launcher runs, and no device matches";
 
-/** What the reader made of one dictionary's lines. */
+/// What the reader made of one dictionary's lines.
 struct ReadKey {
     std::string key;
     int line;

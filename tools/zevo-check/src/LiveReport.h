@@ -9,10 +9,10 @@
 
 namespace Zevo {
 
-/** A few lines about each: devices, hot-plug, applications, files, launchers. */
+/// A few lines about each: devices, hot-plug, applications, files, launchers.
 std::string asText(const Live& live, const Colours& colours);
 
-/** The member "live" of docs/schemas/zevo-check.json. */
+/// The member "live" of docs/schemas/zevo-check.json.
 nlohmann::ordered_json asJson(const Live& live);
 
 } // namespace Zevo

@@ -27,7 +27,7 @@ namespace {
 
 const char* const NAMES[] = {"ID.txt", "Launcher.cfg", "tracer_zevolauncher.cfg", "logger_launcher.cfg"};
 
-/** A folder that goes with the object. */
+/// A folder that goes with the object.
 class PassingFolder {
 public:
     PassingFolder() : m_path((std::filesystem::temp_directory_path() / "zevo-check-XXXXXX").string()) {
@@ -65,7 +65,7 @@ std::size_t offsetOf(const std::string& text, const Place& place) {
     return start + static_cast<std::size_t>(place.column) - 1;
 }
 
-/** Does what the finding asks for; false when that has no one right answer. */
+/// Does what the finding asks for; false when that has no one right answer.
 bool mend(const Finding& finding, std::string& text) {
     if (endsIn(finding.id, "-byte-order-mark")) {
         text.erase(0, 3);

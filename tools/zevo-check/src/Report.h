@@ -9,11 +9,11 @@
 
 namespace Zevo {
 
-/** Each finding as file:line:column: what is wrong; expected: ...; did you mean ...? and the line with marks below it; then
- * a last line. One line when nothing is wrong. */
+/// Each finding as file:line:column: what is wrong; expected: ...; did you mean ...? and the line with marks below it; then
+/// a last line. One line when nothing is wrong.
 std::string asText(const CheckResult& result, const CheckOptions& options, const Colours& colours);
 
-/** As docs/schemas/zevo-check.json describes it. */
+/// As docs/schemas/zevo-check.json describes it.
 nlohmann::ordered_json asJson(const CheckResult& result, const CheckOptions& options);
 
 } // namespace Zevo

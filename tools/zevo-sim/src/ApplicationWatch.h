@@ -9,11 +9,11 @@
 
 namespace Zevo {
 
-/** The path of a bundle that "application" or "notifier" names; empty for other words. */
+/// The path of a bundle that "application" or "notifier" names; empty for other words.
 std::string applicationCalled(const std::string& word);
 
-/** Sees applications start, as often as it looks; one that starts and ends between two looks is missed. What runs when
- * the watch begins has not started. Paths are those that the launcher knows, below PLATFORM_ROOT where that is set. */
+/// Sees applications start, as often as it looks; one that starts and ends between two looks is missed. What runs when
+/// the watch begins has not started. Paths are those that the launcher knows, below PLATFORM_ROOT where that is set.
 class ApplicationWatch {
 public:
     struct Start {
@@ -23,14 +23,14 @@ public:
 
     ApplicationWatch();
 
-    /** @throw std::runtime_error the system does not tell what runs */
+    /// @throw std::runtime_error the system does not tell what runs
     void look();
 
-    /** A start that was not taken yet. */
+    /// A start that was not taken yet.
     std::optional<Start> take(const std::string& bundle);
-    /** Any start that was not taken yet. */
+    /// Any start that was not taken yet.
     std::optional<Start> takeAny();
-    /** A process that runs the bundle at the last look; 0: none. */
+    /// A process that runs the bundle at the last look; 0: none.
     pid_t processOf(const std::string& bundle) const;
 
 private:

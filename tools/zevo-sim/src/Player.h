@@ -12,7 +12,7 @@
 
 namespace Zevo {
 
-/** What came of a step. */
+/// What came of a step.
 struct Outcome {
     Step step;
     bool isMet = true;
@@ -21,32 +21,30 @@ struct Outcome {
     double seconds = 0;     ///< how long it took
 };
 
-/** Hears of a script's course. */
+/// Hears of a script's course.
 class PlayListener {
 public:
     virtual ~PlayListener() = default;
     virtual void begins(const Step&) {}
     virtual void ends(const Outcome&) {}
-    /** Called up to a hundred times a second while time passes. */
+    /// Called up to a hundred times a second while time passes.
     virtual void timePasses() {}
 };
 
-/** So often is the device plugged in and unplugged, as fast as the programs on the bus read. @param done is told after each
- * round how many there were. */
+/// So often is the device plugged in and unplugged, as fast as the programs on the bus read. @param done is told after each
+/// round how many there were.
 void storm(Bus& bus, const Modem& modem, unsigned count, const std::function<void(unsigned)>& done);
 
-/**
- * Plays a script on a bus.
- *
- * The time of an expectation counts from the last statement that was none; "nothing started for" counts from its own
- * beginning. A start is expected once: the next expectation of it wants another one. Texts in files are looked for from the
- * file's beginning, and behind what was found before.
- */
+/// Plays a script on a bus.
+///
+/// The time of an expectation counts from the last statement that was none; "nothing started for" counts from its own
+/// beginning. A start is expected once: the next expectation of it wants another one. Texts in files are looked for from the
+/// file's beginning, and behind what was found before.
 class Player {
 public:
     Player(Bus& bus, PlayListener& listener);
 
-    /** Plays all of it, whatever comes of its steps. @throw Interrupted */
+    /// Plays all of it, whatever comes of its steps. @throw Interrupted
     std::vector<Outcome> play(const Script& script);
 
 private:

@@ -30,7 +30,7 @@ struct Word {
     bool isQuoted = false;
 };
 
-/** Ends the reading of a statement. */
+/// Ends the reading of a statement.
 struct Mistake {
     Finding finding;
 };
@@ -146,7 +146,7 @@ private:
                        meantBy(word.text, candidates)}};
     }
 
-    /** The place behind the last word. */
+    /// The place behind the last word.
     Word endOfLine() const {
         const Word& last = m_words.back();
         return {"", last.column + last.length, 1, false};
@@ -165,7 +165,7 @@ private:
         return true;
     }
 
-    /** One of these words; where it is missing, `expected` says what for people. */
+    /// One of these words; where it is missing, `expected` says what for people.
     std::string takeOneOf(const std::vector<std::string_view>& words, const std::string& expected) {
         const Word& word = take(expected);
         for (const std::string_view each : words) {

@@ -12,7 +12,7 @@
 
 namespace Zevo {
 
-/** One statement of a script. */
+/// One statement of a script.
 struct Step {
     enum class Kind {
         plug,
@@ -57,16 +57,16 @@ struct Script {
     Findings findings; ///< what is wrong with it; it may not be played then
 };
 
-/** Reads a script of events and expectations; docs/zevo-sim.md describes the language. Everything that is wrong is found, not
- * only the first.
- * @param variables set from outside; they win over the script's own */
+/// Reads a script of events and expectations; docs/zevo-sim.md describes the language. Everything that is wrong is found, not
+/// only the first.
+/// @param variables set from outside; they win over the script's own
 Script readScript(const std::string& path, const std::map<std::string, std::string>& variables,
                   const std::vector<KnownModem>& database);
 
-/** "2s", "500 ms", "1.5s", "1 min". Nothing: it is none, or longer than a day. */
+/// "2s", "500 ms", "1.5s", "1 min". Nothing: it is none, or longer than a day.
 std::optional<std::chrono::milliseconds> durationIn(const std::string& text);
 
-/** As people write it: "500 ms", "1.5 s". */
+/// As people write it: "500 ms", "1.5 s".
 std::string shownDuration(std::chrono::milliseconds duration);
 
 } // namespace Zevo

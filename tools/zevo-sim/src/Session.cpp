@@ -35,7 +35,7 @@ Json asJson(const UsbDevice& device) {
     return json;
 }
 
-/** Never returns. The reason of a failure goes to the pipe, which closes by itself otherwise. */
+/// Never returns. The reason of a failure goes to the pipe, which closes by itself otherwise.
 [[noreturn]] void becomeProgram(const std::vector<std::string>& command, const std::string& folder,
                                 int failures) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);

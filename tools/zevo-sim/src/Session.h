@@ -10,17 +10,15 @@
 
 namespace Zevo {
 
-/**
- * A virtual bus, the program that was started for it, and the socket through which other processes plug and unplug.
- *
- * Everything happens in idle(), on one thread. Before one is made, restartForVirtualBus() and holdInterruptions() were
- * called.
- */
+/// A virtual bus, the program that was started for it, and the socket through which other processes plug and unplug.
+///
+/// Everything happens in idle(), on one thread. Before one is made, restartForVirtualBus() and holdInterruptions() were
+/// called.
 class Session : public Bus {
 public:
-    /** @param command the program and its arguments, not started yet; may be empty */
+    /// @param command the program and its arguments, not started yet; may be empty
     explicit Session(std::vector<std::string> command = {});
-    /** Ends the program. */
+    /// Ends the program.
     ~Session() override;
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -28,13 +26,13 @@ public:
     const std::string& folder() const { return m_folder.path(); }
     pid_t program() const { return m_program; }
     bool programRuns() const { return m_program > 0 && !m_hasEnded; }
-    /** As waitpid() gives it, once the program has ended. */
+    /// As waitpid() gives it, once the program has ended.
     int programStatus() const { return m_status; }
 
-    /** Answers other processes, lets devices switch that are due, until the time is over, the program ends, or somebody
-     * interrupts. A first interruption is passed on to the program, the second ends it. */
+    /// Answers other processes, lets devices switch that are due, until the time is over, the program ends, or somebody
+    /// interrupts. A first interruption is passed on to the program, the second ends it.
     void idle(std::chrono::milliseconds duration) override;
-    /** As idle(), until the program ends. */
+    /// As idle(), until the program ends.
     void serveUntilEnd();
 
 protected:
@@ -74,7 +72,7 @@ private:
     int m_interruptions = 0;
 };
 
-/** "ended with status 1", "was ended by signal 9 (Killed)". */
+/// "ended with status 1", "was ended by signal 9 (Killed)".
 std::string endOfProgram(int status);
 
 } // namespace Zevo

@@ -23,7 +23,7 @@ FileDescriptor makeSocket() {
     return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
 }
 
-/** A socket's address has little room; a path through the open folder is short. */
+/// A socket's address has little room; a path through the open folder is short.
 sockaddr_un addressIn(const FileDescriptor& folder) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;

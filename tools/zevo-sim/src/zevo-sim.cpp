@@ -275,7 +275,7 @@ Played playOn(Bus& bus, const Script& script, const Wanted& wanted) {
     return played;
 }
 
-/** Where the script left the program running, that is ended now, and has to end in time. */
+/// Where the script left the program running, that is ended now, and has to end in time.
 bool endsInTime(Session& session) {
     static constexpr milliseconds TIME_TO_END(10000);
     if (session.programRuns()) {

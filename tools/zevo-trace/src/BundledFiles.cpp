@@ -19,7 +19,7 @@ constexpr std::size_t BLOCK = std::size_t{1} << 16U;
     throw std::runtime_error(path + ": cannot be unpacked: " + std::strerror(errno));
 }
 
-/** What a bundle holds so far, by its own words, which nothing of it exceeds: also what nobody wants has to be gone through. */
+/// What a bundle holds so far, by its own words, which nothing of it exceeds: also what nobody wants has to be gone through.
 class Total {
 public:
     Total(const std::string& path, const BundleLimits& limits) : m_path(path), m_limits(limits) {}
@@ -45,7 +45,7 @@ private:
     std::uint64_t m_bytes = 0;
 };
 
-/** What is unpacked of the entry at hand; `isWhole` tells whether that is all of it. */
+/// What is unpacked of the entry at hand; `isWhole` tells whether that is all of it.
 BundledFile unpack(archive* packed, archive_entry* entry, const std::string& path, bool& isWhole) {
     BundledFile file;
     file.name = archive_entry_pathname(entry);

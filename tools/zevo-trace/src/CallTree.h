@@ -11,7 +11,7 @@
 
 namespace Zevo {
 
-/** Numbers texts, so that each is kept and compared once. */
+/// Numbers texts, so that each is kept and compared once.
 class NameTable {
 public:
     std::uint32_t numberOf(std::string_view name);
@@ -23,7 +23,7 @@ private:
     std::unordered_map<std::string_view, std::uint32_t> m_numbers;
 };
 
-/** A thread of one run. */
+/// A thread of one run.
 struct TracedThread {
     int run = 0;
     std::int32_t number = 0;
@@ -31,7 +31,7 @@ struct TracedThread {
     std::uint32_t index = 0; ///< counts the threads of the journal, from 0
 };
 
-/** How the end of a call was found. */
+/// How the end of a call was found.
 enum class CallEnd {
     returned, ///< its exit is there
     implied,  ///< a line that cannot stand inside it follows
@@ -45,28 +45,26 @@ struct OpenCall {
     Moment inside = 0; ///< milliseconds in the calls that it made
 };
 
-/** Gets what CallTree finds, in the order of the lines. */
+/// Gets what CallTree finds, in the order of the lines.
 class CallObserver {
 public:
     virtual ~CallObserver() = default;
     virtual void callBegins(const TracedThread&, const OpenCall&) {}
-    /** @param end when, -1: not known */
+    /// @param end when, -1: not known
     virtual void callEnds(const TracedThread&, const OpenCall&, Moment /*end*/, CallEnd) {}
 };
 
-/**
- * Makes calls of lines: one stack for each thread. What begins always ends, innermost first, whatever is missing from the
- * trace: exits that are not written, lines lost at a rotation, a program that was killed.
- */
+/// Makes calls of lines: one stack for each thread. What begins always ends, innermost first, whatever is missing from the
+/// trace: exits that are not written, lines lost at a rotation, a program that was killed.
 class CallTree {
 public:
     explicit CallTree(CallObserver& observer) : m_observer(observer) {}
 
     void add(const JournalLine& line);
-    /** Ends what is still open. */
+    /// Ends what is still open.
     void finish();
 
-    /** The thread of the line that was added last, nullptr when it has none, and its open calls, outermost first. */
+    /// The thread of the line that was added last, nullptr when it has none, and its open calls, outermost first.
     const TracedThread* thread() const { return m_current == nullptr ? nullptr : &m_current->thread; }
     const std::vector<OpenCall>& openCalls() const {
         return m_current == nullptr ? m_none : m_current->calls;

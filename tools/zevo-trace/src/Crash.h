@@ -14,7 +14,7 @@
 
 namespace Zevo {
 
-/** A crash report of one run. */
+/// A crash report of one run.
 struct CrashReport {
     struct Stack {
         std::string thread;
@@ -32,10 +32,10 @@ struct CrashReport {
     bool isWhole = false;                             ///< the report has its last line
 };
 
-/** Finds the crash reports of a journal. */
+/// Finds the crash reports of a journal.
 class CrashReader {
 public:
-    /** @param lines so many of the thread's last lines are kept */
+    /// @param lines so many of the thread's last lines are kept
     explicit CrashReader(std::size_t lines) : m_lines(lines) {}
 
     void add(const JournalLine& line);

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t MOST_MESSAGES = 5;
 
-/** The next call; messages on the way go to `messages`. */
+/// The next call; messages on the way go to `messages`.
 std::optional<Step> nextCall(const Steps& steps, std::vector<Step>& messages) {
     messages.clear();
     for (;;) {

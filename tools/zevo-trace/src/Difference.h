@@ -15,7 +15,7 @@
 
 namespace Zevo {
 
-/** A line of a call tree without what differs between any two machines: times, thread numbers, addresses. */
+/// A line of a call tree without what differs between any two machines: times, thread numbers, addresses.
 struct Step {
     std::uint32_t depth = 0;
     bool isMessage = false;
@@ -25,7 +25,7 @@ struct Step {
     std::string place;
 };
 
-/** Where two call trees of one thread part. */
+/// Where two call trees of one thread part.
 struct Parting {
     std::vector<Step> common; ///< the calls that are open there in both, outermost first
     std::uint64_t steps = 0;  ///< so many calls before it are the same
@@ -35,16 +35,16 @@ struct Parting {
     std::uint64_t differentMessages = 0;         ///< in all; `messages` holds the first few
 };
 
-/** The calls and messages of one thread of one run, one after the other; nothing at the end. */
+/// The calls and messages of one thread of one run, one after the other; nothing at the end.
 using Steps = std::function<std::optional<Step>()>;
 
-/** Compares until the calls part; nothing when they never do and no message differs. */
+/// Compares until the calls part; nothing when they never do and no message differs.
 std::optional<Parting> findParting(const Steps& good, const Steps& bad);
 
 void tell(const std::optional<Parting>& parting, const Colours& colours, const Sink& sink);
 nlohmann::ordered_json jsonOf(const std::optional<Parting>& parting);
 
-/** What takes longer in the bad one, by the mean time of a call: the largest differences first. */
+/// What takes longer in the bad one, by the mean time of a call: the largest differences first.
 struct Slower {
     std::string call;
     double goodMean = 0; ///< milliseconds

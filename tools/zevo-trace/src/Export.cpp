@@ -11,13 +11,13 @@
 namespace Zevo {
 namespace {
 
-/** A JSON text; what is no UTF-8 becomes the replacement character. */
+/// A JSON text; what is no UTF-8 becomes the replacement character.
 std::string jsonText(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/** Microseconds since the first line, which never go back on a thread: a viewer takes nesting from them. Lines without
- * times get one microsecond each, so that their order shows. */
+/// Microseconds since the first line, which never go back on a thread: a viewer takes nesting from them. Lines without
+/// times get one microsecond each, so that their order shows.
 class Timeline {
 public:
     std::int64_t at(const TracedThread& thread, Moment time) {

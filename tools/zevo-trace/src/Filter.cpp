@@ -27,7 +27,7 @@ bool isCovered(const std::vector<std::string>& patterns, std::string_view name) 
                        [&](const std::string& pattern) { return isNameCovered(pattern, name); });
 }
 
-/** A pattern of TRACE_THE_CALL that begins with "-" hides what the rest covers. */
+/// A pattern of TRACE_THE_CALL that begins with "-" hides what the rest covers.
 bool isHiding(const std::string& pattern) {
     return pattern.size() >= 2 && pattern[0] == '-';
 }

@@ -8,16 +8,16 @@
 
 namespace Zevo {
 
-/** A moment as somebody writes it: a time of day, with or without a date. */
+/// A moment as somebody writes it: a time of day, with or without a date.
 class TimeBound {
 public:
     TimeBound() = default;
-    /** "10:40", "10:40:21", "10:40:21-912" or "10:40:21.912", behind a date, "2026-01-31 ", or not. Throws UsageError
-     * for any other text. */
+    /// "10:40", "10:40:21", "10:40:21-912" or "10:40:21.912", behind a date, "2026-01-31 ", or not. Throws UsageError
+    /// for any other text.
     explicit TimeBound(const std::string& text);
 
     bool isSet() const { return m_timeOfDay >= 0; }
-    /** -1, 0, 1: the line stands before this moment, at it, behind it. Without a date only the times of day count. */
+    /// -1, 0, 1: the line stands before this moment, at it, behind it. Without a date only the times of day count.
     int compare(const JournalLine& line) const;
 
 private:
@@ -26,7 +26,7 @@ private:
     std::int32_t m_precision = 1; // a bound without seconds is the whole minute
 };
 
-/** What of a journal is wanted. */
+/// What of a journal is wanted.
 struct FilterRules {
     std::vector<std::string> threads; ///< patterns of names; empty: all
     std::vector<std::string>
@@ -39,12 +39,12 @@ struct FilterRules {
     int run = 0; ///< 0: all
 };
 
-/** Chooses lines. Patterns mean what they mean in the tracer's own configuration: the product's matching is asked. */
+/// Chooses lines. Patterns mean what they mean in the tracer's own configuration: the product's matching is asked.
 class Filter : private CallObserver {
 public:
     explicit Filter(FilterRules rules);
 
-    /** To be asked for every line of the journal, in order. */
+    /// To be asked for every line of the journal, in order.
     bool wants(const JournalLine& line);
 
 private:
@@ -62,7 +62,7 @@ private:
     bool m_readsCalls = false;
 };
 
-/** "error,warning" or "E,W": the letters of levels. Throws UsageError for a name that is none. */
+/// "error,warning" or "E,W": the letters of levels. Throws UsageError for a name that is none.
 std::string levelsOf(const std::string& names);
 
 } // namespace Zevo

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t BEGINNING = 256;
 
-/** The first characters of a file, no more than were asked for. */
+/// The first characters of a file, no more than were asked for.
 std::string beginningOf(const std::string& path, std::size_t length) {
     std::string result(length, '\0');
     std::ifstream file(path, std::ios::binary);

@@ -10,18 +10,16 @@
 
 namespace Zevo {
 
-/** Follows a ring that is being written, from file to file: a rotation, a file that is emptied and begun again, and a
- * program that starts anew with file 0. Used on one thread. */
+/// Follows a ring that is being written, from file to file: a rotation, a file that is emptied and begun again, and a
+/// program that starts anew with file 0. Used on one thread.
 class Follower {
 public:
-    /**
-     * @param baseName as in Ring
-     * @param path     the file of the ring to begin with; empty: there is none yet
-     * @param position so many bytes of it are known
-     */
+    /// @param baseName as in Ring
+    /// @param path     the file of the ring to begin with; empty: there is none yet
+    /// @param position so many bytes of it are known
     explicit Follower(std::string baseName, const std::string& path = "", std::uint64_t position = 0);
 
-    /** Hands over every whole line that has been written since; does not wait for any. */
+    /// Hands over every whole line that has been written since; does not wait for any.
     void poll(const std::function<void(std::string_view line)>& take);
 
 private:

@@ -11,7 +11,7 @@ std::string placeOf(const JournalLine& line) {
     return (*line.file == "-" ? "standard input" : *line.file) + ":" + std::to_string(line.number);
 }
 
-/** One ring, with the line that comes next. */
+/// One ring, with the line that comes next.
 class Journal::Stream {
 public:
     explicit Stream(Ring ring) : m_ring(std::move(ring)) { advance(); }
@@ -81,7 +81,7 @@ private:
         m_beginsRun = false;
     }
 
-    /** Files that were put together into one: only the new number of the thread MAIN tells of a new start. */
+    /// Files that were put together into one: only the new number of the thread MAIN tells of a new start.
     bool isOtherMain() {
         const TraceLine& line = m_line.line;
         if (!line.hasThread || line.kind == LineKind::stackCall || line.threadName != "MAIN")

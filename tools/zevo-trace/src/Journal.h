@@ -10,7 +10,7 @@
 
 namespace Zevo {
 
-/** A line with its place among all others. */
+/// A line with its place among all others.
 struct JournalLine {
     TraceLine line;
     Moment time = -1;     ///< of the line, or of the last one before it that has one; -1: none has
@@ -24,7 +24,7 @@ struct JournalLine {
     std::uint64_t number = 0; ///< in its file, from 1
 };
 
-/** Where the reading of a ring has ended. */
+/// Where the reading of a ring has ended.
 struct RingEnd {
     std::string baseName;
     bool isTrace = false;
@@ -32,29 +32,27 @@ struct RingEnd {
     std::uint64_t position = 0; ///< behind its last whole line
 };
 
-/** "path:number", as other tools quote a place. */
+/// "path:number", as other tools quote a place.
 std::string placeOf(const JournalLine& line);
 
-/**
- * The lines of all rings, merged on time, one at a time: a journal of any length takes the same memory. Lines of one
- * ring stay in their order; of two rings' lines with the same time the trace's comes first.
- */
+/// The lines of all rings, merged on time, one at a time: a journal of any length takes the same memory. Lines of one
+/// ring stay in their order; of two rings' lines with the same time the trace's comes first.
 class Journal {
 public:
-    /** Lines of rings without times come first, the log's before the trace's; `notes` tells of that. */
+    /// Lines of rings without times come first, the log's before the trace's; `notes` tells of that.
     Journal(std::vector<Ring> rings, std::vector<std::string>& notes);
     ~Journal();
 
-    /** False behind the last line. The texts are valid until the next call. Throws as LineReader does. */
+    /// False behind the last line. The texts are valid until the next call. Throws as LineReader does.
     bool next(JournalLine& line);
 
-    /** Behind the last line: where whoever follows the rings has to go on. */
+    /// Behind the last line: where whoever follows the rings has to go on.
     std::vector<RingEnd> ends() const;
 
     std::uint64_t size() const { return m_size; }                 ///< bytes in all files
     std::uint64_t position() const;                               ///< bytes read so far
     std::uint64_t damagedLines() const { return m_damagedLines; } ///< torn or cut, so far
-    /** The first few of them, as "path:number: what". */
+    /// The first few of them, as "path:number: what".
     const std::vector<std::string>& damages() const { return m_damages; }
 
 private:

@@ -19,7 +19,7 @@ std::string escaped(const std::string& path) {
     return result;
 }
 
-/** When the newest file of the folder was written. */
+/// When the newest file of the folder was written.
 timespec newestIn(const std::string& folder) {
     timespec newest = {};
     glob_t found = {};

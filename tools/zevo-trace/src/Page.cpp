@@ -45,7 +45,7 @@ std::string base64(std::string_view bytes) {
     return text;
 }
 
-/** Hands on what it gets in base64, packed with gzip. */
+/// Hands on what it gets in base64, packed with gzip.
 class Packer {
 public:
     explicit Packer(const Sink& sink) : m_sink(sink), m_archive(archive_write_new()) {
@@ -105,7 +105,7 @@ private:
     std::unique_ptr<archive, Free> m_archive;
 };
 
-/** The files of the viewer, each with its folder in what is told of it. */
+/// The files of the viewer, each with its folder in what is told of it.
 class Viewer {
 public:
     explicit Viewer(const std::string& folder) : m_folder(folder) {}
@@ -122,7 +122,7 @@ public:
         return text;
     }
 
-    /** Cuts "BEGIN name END" out of the text; its place goes to `place`, its name is returned. */
+    /// Cuts "BEGIN name END" out of the text; its place goes to `place`, its name is returned.
     std::string cut(std::string& text, std::string_view begin, std::string_view end,
                     std::size_t& place) const {
         place = text.find(begin);
@@ -146,7 +146,7 @@ void replaceAll(std::string& text, std::string_view what, std::string_view by) {
         text.replace(at, what.size(), by);
 }
 
-/** The style sheet with its font in it. */
+/// The style sheet with its font in it.
 std::string styleOf(const Viewer& viewer, const std::string& name) {
     constexpr std::string_view BEGIN = "url(\"./", END = "\")";
     std::string style = viewer.read(name);

@@ -7,16 +7,16 @@
 
 namespace Zevo {
 
-/** A line as it stands, with colours: errors and warnings, calls, what is less important. */
+/// A line as it stands, with colours: errors and warnings, calls, what is less important.
 std::string painted(const TraceLine& line, const Colours& colours);
 
-/** "2026-01-31 10:40:21.912", or the time alone where the day is not known; "" without a time. */
+/// "2026-01-31 10:40:21.912", or the time alone where the day is not known; "" without a time.
 std::string textOf(Moment time, bool isDated);
-/** "10:40:21.912" */
+/// "10:40:21.912"
 std::string timeTextOf(Moment time);
-/** "2026-01-31" */
+/// "2026-01-31"
 std::string dateTextOf(Moment time);
-/** "15 ms", "2.3 s", "4 min 10 s" */
+/// "15 ms", "2.3 s", "4 min 10 s"
 std::string durationText(Moment milliseconds);
 
 } // namespace Zevo

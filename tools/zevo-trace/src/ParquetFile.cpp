@@ -19,7 +19,7 @@ extern char** environ; // NOLINT(readability-redundant-declaration): a Mac's hea
 namespace Zevo {
 namespace {
 
-/** Beside this program, in an installation as in the build folder. */
+/// Beside this program, in an installation as in the build folder.
 std::string writerScript() {
     std::string script =
         FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_FLEET_FROM_HERE "/fleet.mjs";

@@ -21,7 +21,7 @@ namespace {
 constexpr std::string_view ENDING = ".txt";
 constexpr int QUARTER_HOUR = 15 * 60 * 1000;
 
-/** "/x/trace_12.txt" is file 12 of "/x/trace"; what has another form is file 0 of itself. */
+/// "/x/trace_12.txt" is file 12 of "/x/trace"; what has another form is file 0 of itself.
 std::string baseNameOf(const std::string& path, long& index) {
     index = 0;
     if (path.size() <= ENDING.size() || path.compare(path.size() - ENDING.size(), ENDING.size(), ENDING) != 0)
@@ -67,8 +67,8 @@ Moment localMoment(const timespec& time) {
     return (static_cast<Moment>(time.tv_sec) + parts.tm_gmtoff) * 1000 + time.tv_nsec / 1000000;
 }
 
-/** Looks at every line, but only at what the order and the dates depend on. False when nothing of a trace or of a log
- * is in the file. */
+/// Looks at every line, but only at what the order and the dates depend on. False when nothing of a trace or of a log
+/// is in the file.
 bool lookAt(RingFile& file) {
     constexpr std::string_view MAIN_COLUMN = "][MAIN ";
     LineReader reader(file.path, file.unpacked.get());
@@ -120,14 +120,14 @@ RingFile fileIn(const std::string& bundle, const BundledFile& bundled) {
     return file;
 }
 
-/** From a to b on a clock of 24 hours: -12 to 12 hours. */
+/// From a to b on a clock of 24 hours: -12 to 12 hours.
 std::int32_t clockDistance(Moment a, Moment b) {
     const Moment half = DAY / 2;
     return static_cast<std::int32_t>((((b - a + half) % DAY) + DAY) % DAY - half);
 }
 
-/** The files were last written when their last lines were, give or take a second and another machine's time zone: then
- * their times tell the order and the days. The zone's distance goes to `shift`. */
+/// The files were last written when their last lines were, give or take a second and another machine's time zone: then
+/// their times tell the order and the days. The zone's distance goes to `shift`.
 bool areTimesTrue(const Ring& ring, Moment& shift) {
     constexpr int LATE = 10 * 1000, EARLY = 2 * 1000;
     std::optional<Moment> common;
@@ -146,8 +146,8 @@ bool areTimesTrue(const Ring& ring, Moment& shift) {
     return common.has_value();
 }
 
-/** Without the files' times: the ring is cut where the time of day steps back from one file to the next, if that happens
- * once; then what stands behind the cut is older. */
+/// Without the files' times: the ring is cut where the time of day steps back from one file to the next, if that happens
+/// once; then what stands behind the cut is older.
 void orderByContent(Ring& ring, std::vector<std::string>& notes) {
     std::vector<RingFile>& files = ring.files;
     std::size_t cuts = 0, cut = 0;

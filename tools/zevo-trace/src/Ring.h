@@ -9,10 +9,10 @@
 
 namespace Zevo {
 
-/** A moment in milliseconds: local time, counted as if every day had 24 hours, from 1970 on. */
+/// A moment in milliseconds: local time, counted as if every day had 24 hours, from 1970 on.
 using Moment = std::int64_t;
 
-/** What a first look at a file tells: it is read once for this, and for its lines later. */
+/// What a first look at a file tells: it is read once for this, and for its lines later.
 struct FileFacts {
     bool isTrace = false;        ///< else a log
     std::int32_t firstTime = -1; ///< of the day, in milliseconds; -1: no line has one
@@ -22,7 +22,7 @@ struct FileFacts {
     bool endsWithReport = false;            ///< its last lines are those of a crash report
 };
 
-/** One file of a ring. */
+/// One file of a ring.
 struct RingFile {
     std::string path;                    ///< of a file in a bundle: the bundle's, and its name there
     std::shared_ptr<std::FILE> unpacked; ///< the bytes of a file in a bundle; of others they are at the path
@@ -34,7 +34,7 @@ struct RingFile {
     bool beginsRun = false; ///< the program was started anew
 };
 
-/** The files of one trace or of one log, in the order in which they were written. */
+/// The files of one trace or of one log, in the order in which they were written.
 struct Ring {
     std::string baseName; ///< with the folder; "-" for standard input
     bool isTrace = false;
@@ -42,20 +42,18 @@ struct Ring {
     std::vector<RingFile> files;
 };
 
-/** How far the time of day may go back without a midnight between: clocks are set, and summer ends. */
+/// How far the time of day may go back without a midnight between: clocks are set, and summer ends.
 constexpr std::int32_t LARGEST_STEP_BACK = 90 * 60 * 1000;
 constexpr std::int32_t DAY = 24 * 60 * 60 * 1000;
 
-/**
- * The rings of these folders and files; a folder stands for every "<name>_<number>.txt" in it, and so does a
- * bundle of `zevo-check`. Files that hold neither a trace nor a log are left out, with a line in `notes`. "-" is standard
- * input, which is not looked at before its lines are read.
- *
- * Throws std::runtime_error, with the path and the reason, for what cannot be read.
- */
+/// The rings of these folders and files; a folder stands for every "<name>_<number>.txt" in it, and so does a
+/// bundle of `zevo-check`. Files that hold neither a trace nor a log are left out, with a line in `notes`. "-" is standard
+/// input, which is not looked at before its lines are read.
+///
+/// Throws std::runtime_error, with the path and the reason, for what cannot be read.
 std::vector<Ring> findRings(const std::vector<std::string>& paths, std::vector<std::string>& notes);
 
-/** Puts files of one ring, whose facts are known, in the order in which they were written, and dates them. */
+/// Puts files of one ring, whose facts are known, in the order in which they were written, and dates them.
 void orderRing(Ring& ring, std::vector<std::string>& notes);
 
 } // namespace Zevo

@@ -11,7 +11,7 @@ namespace {
 
 constexpr Moment ONE_PLUGGING = 2000; // what a device and its parts announce within so long is one arrival
 
-/** What stands behind the beginning; nothing when the text does not begin so. */
+/// What stands behind the beginning; nothing when the text does not begin so.
 std::optional<std::string> behind(std::string_view text, std::string_view beginning) {
     if (text.substr(0, beginning.size()) != beginning)
         return std::nullopt;
@@ -33,7 +33,7 @@ std::string withoutDot(std::string text) {
     return text;
 }
 
-/** The last attempt ended as an earlier one of the same event did: they become one. */
+/// The last attempt ended as an earlier one of the same event did: they become one.
 void joinWithLike(std::vector<LaunchAttempt>& attempts) {
     const LaunchAttempt last = attempts.back();
     for (std::size_t i = 0; i + 1 < attempts.size(); ++i) {

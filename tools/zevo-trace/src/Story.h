@@ -11,7 +11,7 @@
 
 namespace Zevo {
 
-/** What came of one application at one trigger. */
+/// What came of one application at one trigger.
 struct LaunchAttempt {
     enum class Outcome { started, alreadyRunning, failed, unknown };
 
@@ -23,7 +23,7 @@ struct LaunchAttempt {
     Moment end = -1;
 };
 
-/** Something that made the launcher look, or could have. */
+/// Something that made the launcher look, or could have.
 struct DeviceEvent {
     enum class Kind { absentAtStart, presentAtStart, arrival, removal };
 
@@ -34,7 +34,7 @@ struct DeviceEvent {
     std::vector<LaunchAttempt> attempts;
 };
 
-/** One run of the launcher, as its trace and its log tell it. */
+/// One run of the launcher, as its trace and its log tell it.
 struct RunStory {
     Moment begin = -1;
     Moment end = -1;
@@ -63,22 +63,22 @@ struct RunStory {
     bool hasDebugMessages = false;
 };
 
-/** "USB#Vid_12d1&Pid_1001" and "4817|4097" are "12d1:1001"; any other text stays. */
+/// "USB#Vid_12d1&Pid_1001" and "4817|4097" are "12d1:1001"; any other text stays.
 std::string shortIdentifier(const std::string& identifier);
-/** Whether arrivals are reported in this form, in any letter case. */
+/// Whether arrivals are reported in this form, in any letter case.
 bool isIdentifier(const std::string& identifier);
 bool isSameIdentifier(const std::string& a, const std::string& b);
 
-/** The modem that is waited for, as a trace message tells it; nothing when it tells of something else. */
+/// The modem that is waited for, as a trace message tells it; nothing when it tells of something else.
 std::optional<std::string> expectedModemOf(std::string_view message);
-/** What the log says of the identity card: "Product version" and its value; nothing when it says something else. */
+/// What the log says of the identity card: "Product version" and its value; nothing when it says something else.
 std::optional<std::pair<std::string, std::string>> cardEntryOf(std::string_view logLine);
 
-/** Makes stories of a journal's lines. */
+/// Makes stories of a journal's lines.
 class StoryTeller {
 public:
     void add(const JournalLine& line);
-    /** All runs, in their order; to be called once, behind the last line. */
+    /// All runs, in their order; to be called once, behind the last line.
     std::vector<RunStory> takeStories();
 
 private:

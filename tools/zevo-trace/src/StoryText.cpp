@@ -47,7 +47,7 @@ bool isExpected(const RunStory& story, const DeviceEvent& event) {
     return isSameIdentifier(event.identifier, story.modem) || isSameIdentifier(event.identifier, story.cdRom);
 }
 
-/** What an identifier that arrived is to those that are waited for. */
+/// What an identifier that arrived is to those that are waited for.
 std::string relationOf(const RunStory& story, const std::string& identifier) {
     if (!story.isConfigured)
         return story.hasFailedConfiguration
@@ -116,7 +116,7 @@ std::string eventText(const RunStory& story, const DeviceEvent& event) {
                        relationOf(story, event.identifier));
 }
 
-/** The sentences about identifiers that can never match. */
+/// The sentences about identifiers that can never match.
 std::vector<std::string> mistakesIn(const RunStory& story) {
     std::vector<std::string> result;
     if (!story.isConfigured)
@@ -149,7 +149,7 @@ std::string atTime(Moment time) {
     return time < 0 ? "" : " at " + timeTextOf(time);
 }
 
-/** Why nothing was started, when no attempt was made. */
+/// Why nothing was started, when no attempt was made.
 std::string reasonForNone(const RunStory& story) {
     if (story.hasFailedConfiguration)
         return "its configuration could not be read: " + (story.configurationErrors.empty()

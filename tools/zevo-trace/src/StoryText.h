@@ -10,17 +10,17 @@
 
 namespace Zevo {
 
-/** What came of a run, for who asks whether the application was started. */
+/// What came of a run, for who asks whether the application was started.
 struct Answer {
     bool isGood = false; ///< it was started, or ran already, and nothing else failed
     std::string text;    ///< a sentence or more
 };
 Answer answerOf(const RunStory& story);
 
-/** A run in sentences. */
+/// A run in sentences.
 void tell(const RunStory& story, const Colours& colours, const Sink& sink);
 
-/** A run as docs/zevo-trace.md describes it. */
+/// A run as docs/zevo-trace.md describes it.
 nlohmann::ordered_json jsonOf(const RunStory& story);
 
 } // namespace Zevo

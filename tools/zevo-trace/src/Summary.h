@@ -10,7 +10,7 @@
 
 namespace Zevo {
 
-/** How often a call was made, and how long it took, all threads together. */
+/// How often a call was made, and how long it took, all threads together.
 struct CallTotals {
     std::uint64_t count = 0;
     std::uint64_t open = 0;  ///< of them, never returned
@@ -21,19 +21,19 @@ struct CallTotals {
     Moment slowestBegin = -1;
 };
 
-/** Adds the calls of a journal up. */
+/// Adds the calls of a journal up.
 class Summary : private CallObserver {
 public:
     void add(const JournalLine& line) { m_tree.add(line); }
-    /** Behind the last line. */
+    /// Behind the last line.
     void finish() { m_tree.finish(); }
 
-    /** The totals of a call of this name; none was made: zeros. */
+    /// The totals of a call of this name; none was made: zeros.
     CallTotals totalsOf(const std::string& name) const;
-    /** Names, those with the most own time first. */
+    /// Names, those with the most own time first.
     std::vector<std::string> names() const;
 
-    /** @param most so many calls; 0: all */
+    /// @param most so many calls; 0: all
     void tell(std::size_t most, const Colours& colours, const Sink& sink) const;
     nlohmann::ordered_json json() const;
 

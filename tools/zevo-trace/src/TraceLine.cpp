@@ -27,13 +27,13 @@ std::string_view withoutBlanksBehind(std::string_view text) {
     return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
-/** A whole text that is a number. */
+/// A whole text that is a number.
 bool readNumber(std::string_view text, std::int32_t& number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
 }
 
-/** Takes "[content]" off the front. */
+/// Takes "[content]" off the front.
 bool takeBracket(std::string_view& rest, std::string_view& content) {
     if (rest.empty() || rest[0] != '[')
         return false;
@@ -56,7 +56,7 @@ bool takeThread(std::string_view& rest, TraceLine& line) {
     return true;
 }
 
-/** The two columns of TRACE_OBJECT_COUNT, where they are. */
+/// The two columns of TRACE_OBJECT_COUNT, where they are.
 void takeObject(std::string_view& rest, TraceLine& line) {
     std::string_view tail = rest, count, address;
     if (!takeBracket(tail, count) || !takeBracket(tail, address) || count.size() < 5)
@@ -112,7 +112,7 @@ void takeBody(std::string_view rest, TraceLine& line) {
     line.text = rest;
 }
 
-/** The level of a log line's tag, which is taken off the front. */
+/// The level of a log line's tag, which is taken off the front.
 char takeLogLevel(std::string_view& rest) {
     constexpr std::size_t TAG_SIZE = 10;
     constexpr struct {

@@ -5,7 +5,7 @@
 
 namespace Zevo {
 
-/** What one line of a trace or a log is. */
+/// What one line of a trace or a log is.
 enum class LineKind {
     call,        ///< a call begins
     exit,        ///< a call ends
@@ -20,10 +20,10 @@ enum class LineKind {
     torn,        ///< does not have the form of any of these
 };
 
-/** "call", "exit", "message", ... */
+/// "call", "exit", "message", ...
 const char* nameOf(LineKind kind);
 
-/** One line, taken apart. The texts are parts of the line that was parsed. */
+/// One line, taken apart. The texts are parts of the line that was parsed.
 struct TraceLine {
     LineKind kind = LineKind::torn;
     std::string_view whole;      ///< without its line feed
@@ -39,10 +39,10 @@ struct TraceLine {
     std::string_view text;     ///< the call, the class, the message
 };
 
-/** Milliseconds since midnight of a line that begins with "[hh:mm:ss-mmm]"; -1 for any other. */
+/// Milliseconds since midnight of a line that begins with "[hh:mm:ss-mmm]"; -1 for any other.
 std::int32_t timeOfDayOf(std::string_view line);
 
-/** Takes the lines of one file apart, one after the other: what some are is told by those before. */
+/// Takes the lines of one file apart, one after the other: what some are is told by those before.
 class LineParser {
 public:
     TraceLine parse(std::string_view whole);

@@ -28,7 +28,7 @@ using namespace Zevo;
 
 namespace {
 
-/** What the commands have in common, as the command line gives it. */
+/// What the commands have in common, as the command line gives it.
 struct Options {
     std::vector<std::string> paths;
     bool json = false;
@@ -51,7 +51,7 @@ void printJson(const nlohmann::ordered_json& json) {
     toOutput(json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
-/** The journal of a command, with its progress bar; says at its end what was wrong with the files. */
+/// The journal of a command, with its progress bar; says at its end what was wrong with the files.
 class Source {
 public:
     explicit Source(const std::vector<std::string>& paths)
@@ -235,7 +235,7 @@ ExitStatus why(const Options& options) {
     return answerOf(stories.back()).isGood ? FINE : PROBLEMS_FOUND;
 }
 
-/** Every line of the wanted runs, in order. */
+/// Every line of the wanted runs, in order.
 void readAll(const Options& options, const std::function<void(const JournalLine&)>& take) {
     const std::vector<std::string> paths = pathsOf(options);
     Source source(paths);
@@ -286,7 +286,7 @@ ExitStatus showCrash(const Options& options) {
                : FINE;
 }
 
-/** The last run of a place, once for its totals and once for its steps. */
+/// The last run of a place, once for its totals and once for its steps.
 class ComparedRun {
 public:
     ComparedRun(const std::string& path, std::string thread) : m_thread(std::move(thread)) {

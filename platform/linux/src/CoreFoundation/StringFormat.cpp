@@ -46,12 +46,11 @@ void appendStar(int number, std::string& flagsWidthPrecision) {
 Conversion readConversion(std::u16string_view format, std::size_t& position, Arguments& arguments) {
     Conversion conversion;
     const std::u16string_view flags = u"-+ #0.123456789*";
-    for (; position < format.size() && flags.find(format[position]) != flags.npos; ++position) {
+    for (; position < format.size() && flags.find(format[position]) != flags.npos; ++position)
         if (format[position] == u'*')
             appendStar(va_arg(arguments.list, int), conversion.flagsWidthPrecision);
         else
             conversion.flagsWidthPrecision += static_cast<char>(format[position]);
-    }
     const std::u16string_view lengths = u"hlqLjzt";
     for (; position < format.size() && lengths.find(format[position]) != lengths.npos; ++position)
         conversion.length += static_cast<char>(format[position]);

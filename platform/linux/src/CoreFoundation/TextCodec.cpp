@@ -77,8 +77,8 @@ private:
 std::mutex Converter::ms_openAndClose;
 
 bool isAscii(std::string_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+    return std::all_of(
+        bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
 std::u16string widen(std::string_view bytes) {

@@ -74,8 +74,8 @@ void KnownProcesses::forget() {
 }
 
 std::vector<KnownProcesses::Known>::iterator KnownProcesses::placeOf(pid_t pid) {
-    return std::lower_bound(m_known.begin(), m_known.end(), pid,
-                            [](const Known& known, pid_t id) { return known.pid < id; });
+    return std::lower_bound(
+        m_known.begin(), m_known.end(), pid, [](const Known& known, pid_t id) { return known.pid < id; });
 }
 
 bool KnownProcesses::isKnown(pid_t pid) {

@@ -50,10 +50,9 @@ DetachedProcess planOf(const std::string& file, const ReferencedPath& bundle, LS
     plan.environment.push_back(LAUNCHED_VARIABLE + std::string(LAUNCHED_PID_WIDTH, '0') + ":" + bundle.named);
     if ((flags & kLSLaunchAndHide) != 0)
         plan.environment.push_back(HIDDEN_VARIABLE + std::string("1"));
-    for (char** entry = ::environ; entry != nullptr && *entry != nullptr; ++entry) {
+    for (char** entry = ::environ; entry != nullptr && *entry != nullptr; ++entry)
         if (!beginsWith(*entry, LAUNCHED_VARIABLE) && !beginsWith(*entry, HIDDEN_VARIABLE))
             plan.environment.push_back(*entry);
-    }
     return plan;
 }
 

@@ -38,10 +38,9 @@ std::string_view baseOf(std::string_view className) {
 } // namespace
 
 bool classConformsTo(std::string_view className, std::string_view ancestor) {
-    for (; !className.empty(); className = baseOf(className)) {
+    for (; !className.empty(); className = baseOf(className))
         if (className == ancestor)
             return true;
-    }
     return false;
 }
 

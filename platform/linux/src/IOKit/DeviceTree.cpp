@@ -64,10 +64,9 @@ void DeviceTree::change(const Device& device) {
     if (known != m_nodes.end() && isSame(known->second.device, device))
         return;
     std::vector<Device> below;
-    for (const std::string& path : subtree(device.path)) {
+    for (const std::string& path : subtree(device.path))
         if (path != device.path)
             below.push_back(m_nodes.at(path).device);
-    }
     leave(device.path);
     insert(device);
     for (const Device& other : below)
@@ -187,10 +186,9 @@ std::vector<std::string> DeviceTree::subtree(const std::string& path) const {
     std::set<std::string> seen(paths.begin(),
                                paths.end()); // a feed may tell of devices that hang on each other
     for (std::size_t index = 0; index < paths.size(); ++index) {
-        for (const std::string& child : childrenOf(paths[index])) {
+        for (const std::string& child : childrenOf(paths[index]))
             if (seen.insert(child).second)
                 paths.push_back(child);
-        }
     }
     return paths;
 }

@@ -30,10 +30,9 @@ std::optional<PropertyValue> searchProperty(const RegistryEntry& entry, const st
         return value;
     const Direction direction =
         options & kIORegistryIterateParents ? Direction::Parents : Direction::Children;
-    for (const EntryPointer& other : walk(entry, direction, true)) {
+    for (const EntryPointer& other : walk(entry, direction, true))
         if ((value = copyProperty(*other, key)))
             return value;
-    }
     return std::nullopt;
 }
 

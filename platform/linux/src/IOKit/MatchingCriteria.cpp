@@ -40,16 +40,19 @@ void forEachPair(CFDictionaryRef dictionary, Use use) {
 
 template <class Pairs>
 bool hasAll(const RegistryEntry& service, const Pairs& wanted) {
-    return std::all_of(wanted.begin(), wanted.end(), [&](const auto& pair) {
-        const PropertyValue* const actual = service.findProperty(pair.first);
-        return actual && pair.second && *actual == *pair.second;
-    });
+    return std::all_of(
+        wanted.begin(), wanted.end(),
+        [&](const auto& pair) {
+            const PropertyValue* const actual = service.findProperty(pair.first);
+            return actual && pair.second && *actual == *pair.second;
+        });
 }
 
 } // namespace
 
 MatchingCriteria::MatchingCriteria(CFDictionaryRef dictionary) : m_className(ClassName::SERVICE) {
-    forEachPair(dictionary, [this](CFTypeRef key, CFTypeRef value) { readPair(key, value); });
+    forEachPair(
+        dictionary, [this](CFTypeRef key, CFTypeRef value) { readPair(key, value); });
 }
 
 void MatchingCriteria::readPair(CFTypeRef key, CFTypeRef value) {
@@ -117,10 +120,9 @@ std::vector<EntryPointer> MatchingCriteria::matchesIn(const Registry& registry) 
             candidates = with;
     }
     std::vector<EntryPointer> matches;
-    for (const auto& [id, service] : *candidates) {
+    for (const auto& [id, service] : *candidates)
         if (match(*service, registry.habits()))
             matches.push_back(service);
-    }
     return matches;
 }
 

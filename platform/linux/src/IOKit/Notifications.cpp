@@ -94,9 +94,8 @@ void InterestNotification::entryTerminated() {
 }
 
 Delivery InterestNotification::prepare(std::uint32_t messageType) {
-    return {m_service, [callback = m_callback, refCon = m_refCon, messageType](io_object_t service) {
-                callback(refCon, service, messageType, nullptr);
-            }};
+    return {m_service, [callback = m_callback, refCon = m_refCon, messageType](
+                           io_object_t service) { callback(refCon, service, messageType, nullptr); }};
 }
 
 } // namespace LinuxPlatform

@@ -73,10 +73,9 @@ std::uint32_t Registry::freeLocation(const RegistryEntry& parent, std::uint32_t 
 
 void Registry::terminate(const EntryPointer& entry) {
     const std::vector<EntryPointer> children = entry->m_children;
-    for (const EntryPointer& child : children) {
+    for (const EntryPointer& child : children)
         if (child->m_parents.size() == 1)
             terminate(child);
-    }
     detach(entry);
     removeService(entry);
     tellTerminated(entry);
@@ -102,10 +101,9 @@ void Registry::tellTerminated(const EntryPointer& entry) {
 
 void Registry::addService(const EntryPointer& entry) {
     m_services.emplace(entry->id(), entry);
-    for (const auto& [key, value] : entry->properties()) {
+    for (const auto& [key, value] : entry->properties())
         if (const std::int32_t* number = std::get_if<std::int32_t>(&value))
             m_servicesByNumber[key][*number].emplace(entry->id(), entry);
-    }
 }
 
 void Registry::removeService(const EntryPointer& entry) {

@@ -134,10 +134,9 @@ std::string findUsbParent(udev_device& device, const std::string& path, const Kn
     if (!parent.empty())
         return parent;
     // It may be gone from sysfs while its event waits to be read.
-    for (std::string above = parentPath(path); !above.empty(); above = parentPath(above)) {
+    for (std::string above = parentPath(path); !above.empty(); above = parentPath(above))
         if (isKnown(above))
             return above;
-    }
     return pathOfParent(device, "usb_device");
 }
 

@@ -61,10 +61,9 @@ void UdevFeed::start(DeviceTree& devices) {
 void UdevFeed::listen() {
     m_monitor.reset(udev_monitor_new_from_netlink(m_context.get(), "udev"));
     int error = m_monitor ? 0 : errno;
-    for (const char* subsystem : {"usb", "tty", "net"}) {
+    for (const char* subsystem : {"usb", "tty", "net"})
         if (error == 0)
             error = -udev_monitor_filter_add_match_subsystem_devtype(m_monitor.get(), subsystem, nullptr);
-    }
     if (error == 0) {
         udev_monitor_set_receive_buffer_size(m_monitor.get(), RECEIVE_BUFFER_BYTES);
         error = -udev_monitor_enable_receiving(m_monitor.get());

@@ -67,10 +67,9 @@ public:
     }
 
     void addDevicesBelowUsb(const char* list) {
-        for (const std::string& path : listDevices(list, m_error)) {
+        for (const std::string& path : listDevices(list, m_error))
             if (isBelowUsb(path))
                 add(path);
-        }
     }
 
     bool isEmpty() const { return m_found.empty(); }

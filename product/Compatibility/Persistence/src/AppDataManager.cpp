@@ -26,10 +26,9 @@ void collectNames(const std::string& folder, std::set<std::string>& names) {
     TRACE_FUNCTION("collectNames");
     PatternFileFinder finder(folder, "*.*");
     std::string path; // below the folder
-    for (bool found = finder.findFirstFile(path); found; found = finder.findNextFile(path)) {
+    for (bool found = finder.findFirstFile(path); found; found = finder.findNextFile(path))
         if (!FileSystemManagement::existFolder(folder + path))
             names.insert(path.substr(path.rfind(FileSystemManagement::getFolderSeparator()) + 1));
-    }
 }
 
 void removeFolder(const std::string& path) {

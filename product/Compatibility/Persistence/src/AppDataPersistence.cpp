@@ -39,27 +39,22 @@ void forEachLine(const std::string& content, Visit visit) {
             line = {begin, static_cast<std::size_t>(separator - begin), separator + 1,
                     static_cast<std::size_t>(lineEnd - separator - 1)};
         }
-        if (line.nameLength != 0) {
+        if (line.nameLength != 0)
             visit(line);
-        }
         begin = feed != nullptr ? lineEnd + 1 : end;
     }
 }
 
 /// What keeps a parameter from being read back, or null when nothing does.
 const char* findFault(const std::string& name, const std::string& value) {
-    if (name.empty()) {
+    if (name.empty())
         return "the name is empty";
-    }
-    if (name.find('=') != std::string::npos) {
+    if (name.find('=') != std::string::npos)
         return "the name holds \"=\"";
-    }
-    if (name.find('\n') != std::string::npos) {
+    if (name.find('\n') != std::string::npos)
         return "the name holds a line feed";
-    }
-    if (value.find('\n') != std::string::npos) {
+    if (value.find('\n') != std::string::npos)
         return "the value holds a line feed";
-    }
     return nullptr;
 }
 
@@ -91,9 +86,8 @@ std::string AppDataPersistence::getPersistenceFilePath(const std::string& scope,
 bool AppDataPersistence::readPersistenceFile(t_paramMap& params) const {
     TRACE_METHOD();
     std::string content;
-    if (!m_file.read(content)) {
+    if (!m_file.read(content))
         return false;
-    }
     // A saved file is in order, so each parameter belongs at the end.
     forEachLine(content, [&params](const Line& line) {
         params.insert_or_assign(params.end(), std::string(line.name, line.nameLength),
@@ -104,11 +98,9 @@ bool AppDataPersistence::readPersistenceFile(t_paramMap& params) const {
 
 bool AppDataPersistence::writePersistenceFile(const t_paramMap& params) const {
     TRACE_METHOD();
-    for (const auto& [name, value] : params) {
-        if (const char* const fault = findFault(name, value)) {
+    for (const auto& [name, value] : params)
+        if (const char* const fault = findFault(name, value))
             return refuse(name, fault);
-        }
-    }
     return replaceFile(params);
 }
 
@@ -116,23 +108,20 @@ bool AppDataPersistence::replaceFile(const t_paramMap& params) const {
     TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
         std::string content;
-        for (const auto& [name, value] : params) {
+        for (const auto& [name, value] : params)
             content.append(name).append(1, '=').append(value).append(1, '\n');
-        }
         return m_file.write(content);
     });
 }
 
 bool AppDataPersistence::writeParam(const std::string& name, const std::string& value) {
     TRACE_METHOD();
-    if (const char* const fault = findFault(name, value)) {
+    if (const char* const fault = findFault(name, value))
         return refuse(name, fault);
-    }
     return m_file.whileLocked([&] {
         t_paramMap params;
-        if (!readPersistenceFile(params)) {
+        if (!readPersistenceFile(params))
             return false;
-        }
         params[name] = value;
         return replaceFile(params);
     });
@@ -143,11 +132,11 @@ bool AppDataPersistence::readParam(const std::string& name, std::string& value) 
     std::string content;
     Line found = {nullptr, 0, nullptr, 0};
     if (m_file.read(content)) {
-        forEachLine(content, [&](const Line& line) { // to the end: a later line replaces an earlier one
-            if (line.isNamed(name)) {
-                found = line;
-            }
-        });
+        forEachLine(
+            content, [&](const Line& line) { // to the end: a later line replaces an earlier one
+                if (line.isNamed(name))
+                    found = line;
+            });
     }
     if (found.name == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
@@ -159,7 +148,6 @@ bool AppDataPersistence::readParam(const std::string& name, std::string& value) 
 
 void AppDataPersistence::eraseAllParams() {
     TRACE_METHOD();
-    if (m_file.exists()) {
+    if (m_file.exists())
         m_file.whileLocked([this] { return writePersistenceFile(t_paramMap()); });
-    }
 }

@@ -25,9 +25,8 @@ template <typename Visit>
 std::size_t forEachRecord(const std::string& content, Visit visit) {
     std::size_t offset = 0;
     t_Param::Record record;
-    while (t_Param::unMarshall(content.data(), content.size(), offset, record)) {
+    while (t_Param::unMarshall(content.data(), content.size(), offset, record))
         visit(record);
-    }
     return offset;
 }
 
@@ -45,19 +44,15 @@ bool isRegularFile(const std::string& path) {
 
 /// What keeps a block from being read back, or null when nothing does.
 const char* findFault(const std::string& name, const char* data, int size) {
-    if (name.empty()) {
+    if (name.empty())
         return "the name is empty";
-    }
-    if (size < 0) {
+    if (size < 0)
         return "the size is negative";
-    }
-    if (data == nullptr && size > 0) {
+    if (data == nullptr && size > 0)
         return "there is no data";
-    }
     const std::size_t room = static_cast<std::size_t>(INT_MAX - size);
-    if (room < RECORD_OVERHEAD || name.size() > room - RECORD_OVERHEAD) {
+    if (room < RECORD_OVERHEAD || name.size() > room - RECORD_OVERHEAD)
         return "the block is too large";
-    }
     return nullptr;
 }
 
@@ -83,9 +78,8 @@ std::string BinaryAppDataPersistence::getPersistenceFilePath(const std::string& 
 bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
     TRACE_METHOD();
     std::string content;
-    if (!m_file.read(content)) {
+    if (!m_file.read(content))
         return false;
-    }
     traceDamage(content,
                 forEachRecord(content, [&](const t_Param::Record& record) { addToMap(record, params); }));
     return true;
@@ -105,9 +99,8 @@ bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
         // Writing drops what lies behind a damage. Who writes nothing means to.
-        if (!params.empty() && !keepDamagedFile()) {
+        if (!params.empty() && !keepDamagedFile())
             return false;
-        }
         std::string content;
         for (const auto& entry : params) {
             int length = 0;
@@ -126,12 +119,10 @@ std::string BinaryAppDataPersistence::getDamagedPath() const {
 bool BinaryAppDataPersistence::keepDamagedFile() const {
     TRACE_METHOD();
     std::string content;
-    if (!m_file.read(content)) {
+    if (!m_file.read(content))
         return false;
-    }
-    if (forEachRecord(content, [](const t_Param::Record&) {}) == content.size()) {
+    if (forEachRecord(content, [](const t_Param::Record&) {}) == content.size())
         return true;
-    }
     const std::string path = getDamagedPath();
     if (isRegularFile(path)) {
         TRACE_MESSAGE(MSG_WARNING, "'%s' of an earlier damage stays", path.c_str());
@@ -154,9 +145,8 @@ bool BinaryAppDataPersistence::writeUnformattedParam(const std::string& name, co
     }
     return m_file.whileLocked([&] {
         ParamMap params;
-        if (!readPersistenceFile(params)) {
+        if (!readPersistenceFile(params))
             return false;
-        }
         params[name] = t_Param(name, data, size);
         return writePersistenceFile(params);
     });
@@ -176,13 +166,14 @@ char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, in
             }
         }
     } else if (m_file.read(content)) { // the same without a map of all blocks, which takes many times as long
-        traceDamage(content, forEachRecord(content, [&](const t_Param::Record& record) {
-                        // To the end: a later record replaces an earlier one.
-                        if (record.nameLength == name.size() &&
-                            memcmp(record.name, name.data(), name.size()) == 0) {
-                            found = record;
-                        }
-                    }));
+        traceDamage(content, forEachRecord(
+                                 content,
+                                 [&](const t_Param::Record& record) {
+                                     // To the end: a later record replaces an earlier one.
+                                     if (record.nameLength == name.size() &&
+                                         memcmp(record.name, name.data(), name.size()) == 0)
+                                         found = record;
+                                 }));
     }
     if (found.name == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());

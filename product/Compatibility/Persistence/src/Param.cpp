@@ -12,9 +12,8 @@ const std::size_t LENGTH_SIZE = sizeof(uint32_t);
 
 std::unique_ptr<char[]> copyOf(const char* data, int size) {
     std::unique_ptr<char[]> copy(new char[static_cast<std::size_t>(size)]);
-    if (size > 0) {
+    if (size > 0)
         memcpy(copy.get(), data, static_cast<std::size_t>(size));
-    }
     return copy;
 }
 
@@ -27,9 +26,8 @@ char* putLength(char* at, std::size_t length) {
 /// Reads a length and makes sure that as many bytes follow it.
 bool getLength(const char* bytes, std::size_t end, std::size_t& offset, std::size_t& length) {
     uint32_t value = 0;
-    if (end - offset < LENGTH_SIZE) {
+    if (end - offset < LENGTH_SIZE)
         return false;
-    }
     memcpy(&value, bytes + offset, LENGTH_SIZE);
     offset += LENGTH_SIZE;
     length = value;
@@ -83,9 +81,8 @@ char* t_Param::marshall(int& length) const {
     char* at = putLength(record.get(), m_name.size() + 1);
     memcpy(at, m_name.data(), m_name.size());
     at = putLength(at + m_name.size() + 1, dataSize);
-    if (dataSize > 0) {
+    if (dataSize > 0)
         memcpy(at, m_data.get(), dataSize);
-    }
     length = static_cast<int>(recordSize);
     return record.release();
 }
@@ -95,15 +92,13 @@ bool t_Param::unMarshall(const char* bytes, std::size_t length, std::size_t& off
     std::size_t at = offset;
     std::size_t nameSize = 0;
     std::size_t dataSize = 0;
-    if (!getLength(bytes, length, at, nameSize) || nameSize == 0) {
+    if (!getLength(bytes, length, at, nameSize) || nameSize == 0)
         return false;
-    }
     record.name = bytes + at;
     record.nameLength = nameSize - 1; // without the zero byte, or what stands in its place
     at += nameSize;
-    if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<std::size_t>(INT_MAX)) {
+    if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<std::size_t>(INT_MAX))
         return false;
-    }
     record.data = bytes + at;
     record.size = static_cast<int>(dataSize);
     offset = at + dataSize;

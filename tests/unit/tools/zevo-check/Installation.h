@@ -5,8 +5,8 @@
 
 #include <string>
 
-/** A launcher's folder and a machine around it, laid out for one test: a copy of correct/, with what a folder of mistakes/
- * brings put over it and what its file `without` names taken away. While it lives, the environment leads there. */
+/// A launcher's folder and a machine around it, laid out for one test: a copy of correct/, with what a folder of mistakes/
+/// brings put over it and what its file `without` names taken away. While it lives, the environment leads there.
 class Installation {
 public:
     explicit Installation(const std::string& mistake = {});
@@ -14,12 +14,12 @@ public:
     Installation(const Installation&) = delete;
     Installation& operator=(const Installation&) = delete;
 
-    /** With a separator at the end. */
+    /// With a separator at the end.
     std::string folder() const { return m_path + "/"; }
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
     Zevo::CheckResult check() const;
     Zevo::CheckOptions options() const;
-    /** The report, the folder's name left out. */
+    /// The report, the folder's name left out.
     std::string report() const;
 
 private:
@@ -27,5 +27,5 @@ private:
     std::string m_path; // free of links
 };
 
-/** The names of all folders of mistakes/, in order. */
+/// The names of all folders of mistakes/, in order.
 std::vector<std::string> allMistakes();

@@ -288,10 +288,9 @@ void HWServiceDetectionIOKit::detectDeviceHID(Dictionary& device, Dictionary& re
         return;
     if (device.hasKey("ModemHID"))
         result.addValue("DetectedModemName", textOf(device, "ModemHID"));
-    for (const char* key : {"DetectedPortName", "DetectedModemPortName", "DetectedNetworkAdapterName"}) {
+    for (const char* key : {"DetectedPortName", "DetectedModemPortName", "DetectedNetworkAdapterName"})
         if (found.hasKey(key))
             result.addValue(key, textOf(found, key));
-    }
 }
 
 #pragma GCC diagnostic pop

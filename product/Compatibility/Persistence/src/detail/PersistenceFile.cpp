@@ -22,9 +22,8 @@ namespace {
 const std::size_t MAX_SIZE = INT_MAX - 1;
 
 std::string withFolder(const std::string& path) {
-    if (!FileSystemManagement::existFolder(path)) {
+    if (!FileSystemManagement::existFolder(path))
         FileSystemManagement::createFolder(path);
-    }
     return path;
 }
 
@@ -44,20 +43,17 @@ bool PersistenceFile::read(std::string& content) const {
     TRACE_METHOD();
     content.clear();
     const FileDescriptor file = openRegularFile(m_path);
-    if (!file.isOpen() && errno == ENOENT) {
+    if (!file.isOpen() && errno == ENOENT)
         return true;
-    }
     const bool isRead = whileMemoryLasts([&] {
         if (file.isOpen() && FileReplacement::waitUntilWhole(file.get()) &&
-            readWhole(file.get(), MAX_SIZE, content)) {
+            readWhole(file.get(), MAX_SIZE, content))
             return true;
-        }
         TRACE_MESSAGE(MSG_ERROR, "Cannot read parameter file '%s' : %s", m_path.c_str(), strerror(errno));
         return false;
     });
-    if (!isRead) {
+    if (!isRead)
         content.clear();
-    }
     return isRead;
 }
 
@@ -107,9 +103,8 @@ bool PersistenceFile::whileMemoryLasts(const std::function<bool()>& action) cons
 
 void PersistenceFile::traceLacks(unsigned lacks) const {
     TRACE_METHOD();
-    for (const char* const text : FileReplacement::takeUntold(lacks)) {
+    for (const char* const text : FileReplacement::takeUntold(lacks))
         TRACE_MESSAGE(MSG_WARNING, "Parameter file '%s' : %s", m_path.c_str(), text);
-    }
 }
 
 bool PersistenceFile::exists() const {

@@ -76,10 +76,9 @@ void Dictionary::setLevel(int level) {
     m_level = level;
     if (!m_children.empty() && isTooDeep())
         m_children.clear();
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (Dictionary* const dictionary = entry.second->getAsDictionary())
             dictionary->setLevel(level + 1);
-    }
 }
 
 Item* Dictionary::clone() {
@@ -189,10 +188,9 @@ bool Dictionary::contains(Path path) const {
     if (path.isKey())
         return true;
     // DELIBERATE: every child, not only the one under the head; callers rely on the looser answer.
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (askWhetherContains(*entry.second, path.rest()))
             return true;
-    }
     return false;
 }
 
@@ -255,10 +253,9 @@ void Dictionary::doFindItems(const std::string& key, std::list<Item*>& items) {
         items.push_back(item);
         return;
     }
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (Dictionary* const dictionary = entry.second->getAsDictionary())
             dictionary->doFindItems(key, items);
-    }
 }
 
 std::list<const char*> Dictionary::findValues(const std::string& key) const {
@@ -275,10 +272,9 @@ void Dictionary::doFindValues(const std::string& key, std::list<const char*>& va
             values.push_back(value);
         return;
     }
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (const Dictionary* const dictionary = entry.second->getAsDictionary())
             dictionary->doFindValues(key, values);
-    }
 }
 
 bool Dictionary::contains(Item& item) {
@@ -304,10 +300,9 @@ std::string Dictionary::findPath(Item& item, const std::string& prefix) const {
     if (Item* const namesake = child(nameOf(item)))
         return item.equals(*namesake) ? prefix + nameOf(item) : std::string();
     std::string path;
-    for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry) {
+    for (auto entry = m_children.begin(); entry != m_children.end() && path.empty(); ++entry)
         if (const Dictionary* const dictionary = entry->second->getAsDictionary())
             path = dictionary->doGetItemPath(item, prefix + entry->first + SEPARATOR);
-    }
     return path;
 }
 
@@ -356,10 +351,9 @@ void Dictionary::removeAllItems(Item& item) {
 void Dictionary::removeEverywhere(Item& item) {
     TRACE_METHOD();
     removeItem(item);
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (Dictionary* const dictionary = entry.second->getAsDictionary())
             dictionary->removeEverywhere(item);
-    }
 }
 
 // ---- Trace text
@@ -376,11 +370,10 @@ void Dictionary::toString(std::string& indent, std::string& text) const {
     text.append(indent).append("Dictionary [").append(addressText(this)).append("] '").append(nameOf(*this));
     text.append("' items :"); // no line break: traces are read by this form
     indent += '\t';
-    for (const auto& entry : m_children) {
+    for (const auto& entry : m_children)
         if (const Dictionary* const dictionary = asPlain(*entry.second))
             dictionary->toString(indent, text);
         else
             text += entry.second->toString(indent);
-    }
     indent.pop_back();
 }

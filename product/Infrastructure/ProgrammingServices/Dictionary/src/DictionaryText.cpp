@@ -104,12 +104,11 @@ void Dictionary::unMarshall(PropertyListReader& reader) {
         return;
     }
     reader.begin();
-    while (reader.next()) {
+    while (reader.next())
         if (reader.getKind() == PropertyListReader::Kind::Dictionary)
             addChild(reader.getKey()).unMarshall(reader);
         else
             readLeaf(reader);
-    }
 }
 
 void Dictionary::readLeaf(const PropertyListReader& reader) {

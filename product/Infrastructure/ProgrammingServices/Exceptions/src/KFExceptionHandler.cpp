@@ -192,19 +192,17 @@ void becomeTheReporter(int sig) {
 }
 
 const char* textOfSignal(int sig) {
-    for (const auto& entry : SIGNAL_TEXTS) {
+    for (const auto& entry : SIGNAL_TEXTS)
         if (entry.number == sig)
             return entry.text;
-    }
     return nullptr;
 }
 
 /// Walks the record, since looking a key up makes a text of it, which may take memory.
 const char* textOf(const std::map<std::string, std::string>& record, const char* key) {
-    for (const auto& [name, text] : record) {
+    for (const auto& [name, text] : record)
         if (name == key)
             return text.c_str();
-    }
     return "";
 }
 
@@ -260,10 +258,9 @@ void KFExceptionHandler::crashHandlerSignalFilter(int sig) {
     // The first function that frees memory may hang, after a crash in malloc.
     limitTime(std::min(ms_reportLimit, ms_endLimit));
     if (const KFExceptionHandler* const handler = m_globalHandler.load()) {
-        for (KFCrashListener* const listener : handler->m_crashListeners) {
+        for (KFCrashListener* const listener : handler->m_crashListeners)
             if (listener != nullptr)
                 listener->onCrash(text);
-        }
     }
     exit(0);
 }

@@ -9,9 +9,8 @@ using namespace kf::detail;
 namespace {
 
 std::string openAtTheFront(const std::string& pattern) {
-    if (pattern == "*.*") {
+    if (pattern == "*.*")
         return "*";
-    }
     return !pattern.empty() && pattern[0] == '*' ? pattern : "*" + pattern;
 }
 

@@ -44,9 +44,8 @@ std::vector<std::string> entriesOf(const std::string& folder) {
         names.push_back(entries[i]->d_name);
         free(entries[i]);
     }
-    if (count >= 0) {
+    if (count >= 0)
         free(entries);
-    }
     return names;
 }
 
@@ -69,9 +68,8 @@ bool copyBytes(FILE* from, FILE* to, off_t size) {
     std::vector<char> buffer(pieceSize);
     while (size > 0) {
         const std::size_t piece = static_cast<std::size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
-        if (fread(buffer.data(), 1, piece, from) != piece || fwrite(buffer.data(), 1, piece, to) != piece) {
+        if (fread(buffer.data(), 1, piece, from) != piece || fwrite(buffer.data(), 1, piece, to) != piece)
             return false;
-        }
         size -= static_cast<off_t>(piece);
     }
     return true;
@@ -81,9 +79,8 @@ bool copyBytes(FILE* from, FILE* to, off_t size) {
 std::string reducedPattern(const std::string& pattern) {
     for (const char* wildcard : {"*.*", "*.", "*"}) {
         const std::size_t position = pattern.find(wildcard);
-        if (position != std::string::npos) {
+        if (position != std::string::npos)
             return std::string(pattern).erase(position, strlen(wildcard));
-        }
     }
     return pattern;
 }
@@ -95,30 +92,25 @@ bool copyTree(const std::string& source, const std::string& destination, const s
     const std::string reduced = reducedPattern(pattern);
     for (const std::string& folder : {source, destination}) {
         struct stat info;
-        if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+        if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
             return false;
-        }
         underWay.push_back(info);
     }
     for (const std::string& name : entriesOf(source)) {
-        if (isSelfOrParent(name)) {
+        if (isSelfOrParent(name))
             continue;
-        }
         const std::string from = pathOf(source, name);
         const std::string to = pathOf(destination, name);
         struct stat info;
-        if (stat(from.c_str(), &info) != 0) {
+        if (stat(from.c_str(), &info) != 0)
             return false;
-        }
         // What goes wrong below an entry is ignored on purpose: the entries beside it are still copied.
         if (S_ISDIR(info.st_mode)) {
-            if (mkdir(to.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
+            if (mkdir(to.c_str(), FOLDER_MODE) != 0 && errno != EEXIST)
                 return false;
-            }
             if (std::none_of(underWay.begin(), underWay.end(),
-                             [&](const struct stat& folder) { return isSameFile(folder, info); })) {
+                             [&](const struct stat& folder) { return isSameFile(folder, info); }))
                 copyTree(from, to, reduced, underWay);
-            }
         } else if (S_ISREG(info.st_mode) && name.find(reduced) != std::string::npos) {
             Copy(from, to);
         }
@@ -137,9 +129,8 @@ std::string applicationSupportFolder(FSVolumeRefNum domain, Boolean create = kDo
     FSRef folder;
     UInt8 path[FOLDER_PATH_SIZE];
     if (FSFindFolder(domain, kApplicationSupportFolderType, create, &folder) != noErr ||
-        FSRefMakePath(&folder, path, FOLDER_PATH_SIZE) != noErr) {
+        FSRefMakePath(&folder, path, FOLDER_PATH_SIZE) != noErr)
         return std::string();
-    }
     return reinterpret_cast<const char*>(path);
 }
 
@@ -148,10 +139,8 @@ std::string applicationSupportFolder(FSVolumeRefNum domain, Boolean create = kDo
 bool makeSystemsFolder(const std::string& path) {
     for (const FSVolumeRefNum domain : {USER_DOMAIN, COMMON_DOMAIN}) {
         const std::string base = applicationSupportFolder(domain);
-        if (!base.empty() && (path + "/").compare(0, base.size() + 1, base + "/") == 0 &&
-            !existFolder(base)) {
+        if (!base.empty() && (path + "/").compare(0, base.size() + 1, base + "/") == 0 && !existFolder(base))
             return !applicationSupportFolder(domain, kCreateFolder).empty();
-        }
     }
     return true;
 }
@@ -174,31 +163,25 @@ bool existFolder(std::string path) {
 }
 
 bool createFolder(std::string path) {
-    if (path.empty()) {
+    if (path.empty())
         return false;
-    }
     // Stays 0 for the whole process, on purpose: folders that all users share get mode 0777 exactly.
     umask(0);
-    if (!makeSystemsFolder(path)) {
+    if (!makeSystemsFolder(path))
         return false;
-    }
-    for (std::size_t i = path.find('/', 1); i != std::string::npos; i = path.find('/', i + 1)) {
-        if (!makeFolder(path.substr(0, i))) {
+    for (std::size_t i = path.find('/', 1); i != std::string::npos; i = path.find('/', i + 1))
+        if (!makeFolder(path.substr(0, i)))
             return false;
-        }
-    }
     return makeFolder(path);
 }
 
 bool createFile(const std::string& folder, const std::string& name) {
-    if (!createFolder(folder)) {
+    if (!createFolder(folder))
         return false;
-    }
     std::string path = folder;
     // A backslash counts as a separator here although it is none: "dir\" and "name" give the file "dir\name".
-    if (!path.empty() && path.back() != '/' && path.back() != '\\') {
+    if (!path.empty() && path.back() != '/' && path.back() != '\\')
         path += '/';
-    }
     return OpenFile(fopen((path + name).c_str(), "a")) != nullptr;
 }
 
@@ -209,16 +192,14 @@ bool deleteFile(std::string path) {
 bool deleteFolder(std::string path, bool removeItself) {
     std::size_t held = 0;
     for (const std::string& name : entriesOf(path)) {
-        if (isSelfOrParent(name)) {
+        if (isSelfOrParent(name))
             continue;
-        }
         const std::string full = pathOf(path, name);
         struct stat info;
-        if (lstat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        if (lstat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
             deleteFolder(full, true);
-        } else {
+        else
             remove(full.c_str());
-        }
         ++held;
     }
     return removeItself ? rmdir(path.c_str()) == 0 : held > 0;
@@ -229,20 +210,17 @@ bool DeleteEmptyFolder(std::string path) {
 }
 
 bool Copy(std::string source, std::string destination) {
-    if (source.empty()) {
+    if (source.empty())
         return false;
-    }
     // The destination first: so a missing source leaves an empty destination, and a file copied onto itself
     // is emptied. Callers know both.
     OpenFile to(fopen(destination.c_str(), "wb"));
     OpenFile from(fopen(source.c_str(), "rb"));
-    if (!to || !from || fseeko(from.get(), 0, SEEK_END) != 0) {
+    if (!to || !from || fseeko(from.get(), 0, SEEK_END) != 0)
         return false;
-    }
     const off_t size = ftello(from.get());
-    if (size < 0 || fseeko(from.get(), 0, SEEK_SET) != 0 || !copyBytes(from.get(), to.get(), size)) {
+    if (size < 0 || fseeko(from.get(), 0, SEEK_SET) != 0 || !copyBytes(from.get(), to.get(), size))
         return false;
-    }
     return fclose(to.release()) == 0; // a full disk may show only now
 }
 
@@ -276,9 +254,8 @@ std::string getCurrentExecutableFullPath() {
     std::vector<char> path(size);
     if (_NSGetExecutablePath(path.data(), &size) != 0) {
         path.resize(size);
-        if (_NSGetExecutablePath(path.data(), &size) != 0) {
+        if (_NSGetExecutablePath(path.data(), &size) != 0)
             return std::string();
-        }
     }
     const std::unique_ptr<char, decltype(&free)> resolved(realpath(path.data(), nullptr), &free);
     return resolved ? resolved.get() : std::string();

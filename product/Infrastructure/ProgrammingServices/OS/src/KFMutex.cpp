@@ -23,9 +23,8 @@ inline void relax() {
 // keeps anything in it that would have to be given back.
 KFMutex::KFMutex(bool recursive) {
     pthread_mutexattr_init(&m_mutexAttr);
-    if (recursive) {
+    if (recursive)
         pthread_mutexattr_settype(&m_mutexAttr, PTHREAD_MUTEX_RECURSIVE);
-    }
     pthread_mutex_init(&m_mutex, &m_mutexAttr);
 }
 

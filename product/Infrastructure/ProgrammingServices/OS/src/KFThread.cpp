@@ -27,17 +27,15 @@ KFThread::KFThread(const char* name) {
 }
 
 KFThread::~KFThread() {
-    if (m_running) {
+    if (m_running)
         KFThread::onTerminate(); // the subclass and its onTerminate() are gone already
-    }
     join(); // also when run() has returned: a thread that nobody joins keeps its stack for good
 }
 
 bool KFThread::start() {
     if (m_joinable) {
-        if (m_running) {
+        if (m_running)
             return false;
-        }
         join();
     }
     m_running = true; // before the thread exists, which clears it; stays set when creation fails
@@ -62,13 +60,11 @@ int KFThread::waitForThreadTermination(KFThread* thread) {
 
 /// The lock makes every waiter stay until the body has ended, not only the one that joins.
 int KFThread::join() {
-    if (m_joinable && pthread_equal(m_handle, pthread_self())) {
+    if (m_joinable && pthread_equal(m_handle, pthread_self()))
         return EDEADLK;
-    }
     KFLock lock(m_joinLock);
-    if (!m_joinable) {
+    if (!m_joinable)
         return ESRCH;
-    }
     const int result = pthread_join(m_handle, nullptr);
     m_joinable = false;
     return result;
@@ -76,19 +72,16 @@ int KFThread::join() {
 
 void* KFThread::threadStart(void* arg) {
     KF_REQUIRE(arg != NULL, 156);
-    if (arg == nullptr) {
+    if (arg == nullptr)
         return nullptr;
-    }
     KFThread* thread = static_cast<KFThread*>(arg);
     // Both this and start() store the same handle, so that it is there for the body as well as for the owner.
     thread->m_handle = pthread_self();
-    if (thread->m_name) {
+    if (thread->m_name)
         announceThreadBegin(thread->m_name.get());
-    }
     thread->run();
-    if (thread->m_name) {
+    if (thread->m_name)
         announceThreadEnd();
-    }
     thread->m_running = false;
     return nullptr;
 }

@@ -34,9 +34,8 @@ Text encoded(CFStringRef string, CFStringEncoding encoding) {
     using Unit = typename Text::value_type;
     const CFRange all = CFRangeMake(0, CFStringGetLength(string));
     CFIndex size = 0;
-    if (CFStringGetBytes(string, all, encoding, 0, false, nullptr, 0, &size) != all.length) {
+    if (CFStringGetBytes(string, all, encoding, 0, false, nullptr, 0, &size) != all.length)
         return Text();
-    }
     Text text(static_cast<std::size_t>(size) / sizeof(Unit), Unit());
     CFStringGetBytes(string, all, encoding, 0, false, reinterpret_cast<UInt8*>(&text[0]), size, nullptr);
     return text;
@@ -50,25 +49,22 @@ bool compareNoCase(const std::string& a, const std::string& b) {
 
 std::string toLower(const std::string& s) {
     std::string lower(s);
-    for (char& c : lower) {
+    for (char& c : lower)
         c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    }
     return lower;
 }
 
 std::wstring toWLower(const std::wstring& s) {
     std::wstring lower(s);
-    for (wchar_t& c : lower) {
+    for (wchar_t& c : lower)
         c = static_cast<wchar_t>(towlower(static_cast<wint_t>(c)));
-    }
     return lower;
 }
 
 std::vector<std::string> split(char* s, const char* delimiters) {
     std::vector<std::string> tokens;
-    for (char* token = strtok(s, delimiters); token != nullptr; token = strtok(nullptr, delimiters)) {
+    for (char* token = strtok(s, delimiters); token != nullptr; token = strtok(nullptr, delimiters))
         tokens.push_back(token);
-    }
     return tokens;
 }
 
@@ -90,9 +86,8 @@ std::wstring stringToWString(const std::string& s, enEncoding e) {
 
 std::string wStringToString(const std::wstring& w, enEncoding e) {
     const CFOwned<CFStringRef> string = decoded(w.data(), w.size() * sizeof(wchar_t), WIDE_ENCODING);
-    if (!string) {
+    if (!string)
         return std::string();
-    }
     const std::string text = encoded<std::string>(string.get(), platformEncoding(e));
     return text.substr(0, text.find('\0')); // a C string is what is asked for
 }

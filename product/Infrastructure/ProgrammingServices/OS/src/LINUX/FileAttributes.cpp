@@ -20,18 +20,16 @@ template <typename Ask>
 bool readAttribute(std::string& value, Ask ask) {
     for (;;) {
         const ssize_t size = ask(nullptr, 0);
-        if (size < 0) {
+        if (size < 0)
             return false;
-        }
         value.resize(static_cast<std::size_t>(size));
         const ssize_t length = size > 0 ? ask(value.data(), value.size()) : 0;
         if (length >= 0) {
             value.resize(static_cast<std::size_t>(length));
             return true;
         }
-        if (errno != ERANGE) { // it has grown meanwhile
+        if (errno != ERANGE) // it has grown meanwhile
             return false;
-        }
     }
 }
 
@@ -53,9 +51,8 @@ bool copyAttributes(int from, int to) {
     for (std::size_t begin = 0; begin < names.size(); begin += strlen(&names[begin]) + 1) {
         const char* const name = &names[begin];
         if (strcmp(name, CAPABILITIES) != 0 && !copyAttribute(from, to, name) &&
-            strcmp(name, ACCESS_LIST) == 0) {
+            strcmp(name, ACCESS_LIST) == 0)
             isListKept = false;
-        }
     }
     return isListKept;
 }

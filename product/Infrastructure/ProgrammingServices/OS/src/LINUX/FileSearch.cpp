@@ -22,9 +22,8 @@ constexpr std::size_t PATH_STEP = 2048;
 
 std::size_t charLength(std::string_view text, std::size_t at) {
     std::size_t end = at + 1;
-    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
         ++end;
-    }
     return end - at;
 }
 
@@ -66,9 +65,8 @@ public:
         while (!m_ahead.empty()) {
             const Entry entry = m_ahead.back();
             m_ahead.pop_back();
-            if (entry.isFolder) {
+            if (entry.isFolder)
                 readFolder(entry.path);
-            }
             if (isLike(entry.path, m_pattern)) {
                 name = entry.path;
                 return true;
@@ -93,9 +91,8 @@ private:
 };
 
 bool isFolder(DIR* directory, const dirent& entry) {
-    if (entry.d_type != DT_UNKNOWN) {
+    if (entry.d_type != DT_UNKNOWN)
         return entry.d_type == DT_DIR;
-    }
     struct stat info;
     return fstatat(dirfd(directory), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
 }
@@ -104,9 +101,8 @@ void FolderSearch::readFolder(const std::string& path) {
     const int descriptor = openFolder(path);
     DIR* directory = descriptor < 0 ? nullptr : fdopendir(descriptor);
     if (directory == nullptr) {
-        if (descriptor >= 0) {
+        if (descriptor >= 0)
             close(descriptor);
-        }
         return;
     }
     const std::size_t first = m_ahead.size();
@@ -126,9 +122,8 @@ int FolderSearch::openFolder(const std::string& path) const {
     int folder = open(m_folder.c_str(), FLAGS);
     for (std::size_t at = 0; folder >= 0 && at < path.size();) {
         std::size_t end = path.size();
-        if (end - at > PATH_STEP) {
+        if (end - at > PATH_STEP)
             end = path.rfind('/', at + PATH_STEP);
-        }
         const int below = openat(folder, path.substr(at, end - at).c_str(), FLAGS | O_NOFOLLOW);
         close(folder);
         folder = below;

@@ -24,9 +24,8 @@ std::size_t skipBlanks(const std::string& line, std::size_t at) {
 }
 
 bool skipText(const std::string& line, const std::string& text, std::size_t& at) {
-    if (line.compare(at, text.size(), text) != 0) {
+    if (line.compare(at, text.size(), text) != 0)
         return false;
-    }
     at += text.size();
     return true;
 }
@@ -35,30 +34,25 @@ bool skipText(const std::string& line, const std::string& text, std::size_t& at)
 /// count, as the format has it; a backslash takes the character behind it literally.
 bool readAssignment(const std::string& line, const std::string& home, std::string& folder) {
     std::size_t at = skipBlanks(line, 0);
-    if (!skipText(line, SETTING, at)) {
+    if (!skipText(line, SETTING, at))
         return false;
-    }
     at = skipBlanks(line, at);
-    if (!skipText(line, "=", at)) {
+    if (!skipText(line, "=", at))
         return false;
-    }
     at = skipBlanks(line, at);
-    if (!skipText(line, "\"", at)) {
+    if (!skipText(line, "\"", at))
         return false;
-    }
     std::string path;
     if (skipText(line, HOME_VARIABLE, at)) {
         path = home;
-        if (at < line.size() && line[at] != '/' && line[at] != '"') {
+        if (at < line.size() && line[at] != '/' && line[at] != '"')
             return false;
-        }
     } else if (line.compare(at, 1, "/") != 0) {
         return false;
     }
     for (; at < line.size() && line[at] != '"'; ++at) {
-        if (line[at] == '\\' && at + 1 < line.size()) {
+        if (line[at] == '\\' && at + 1 < line.size())
             ++at;
-        }
         path += line[at];
     }
     path.erase(path.find_last_not_of('/') + 1);
@@ -75,8 +69,7 @@ std::string FileSystemManagement::getUserDesktopFolder() {
     const std::string configuration = environmentPath("XDG_CONFIG_HOME");
     std::string folder = home + "/Desktop";
     std::ifstream settings((configuration.empty() ? home + "/.config" : configuration) + "/user-dirs.dirs");
-    for (std::string line; std::getline(settings, line);) {
+    for (std::string line; std::getline(settings, line);)
         readAssignment(line, home, folder); // the last one counts, as in a shell
-    }
     return folder;
 }

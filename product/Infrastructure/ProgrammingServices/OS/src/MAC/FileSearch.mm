@@ -15,9 +15,8 @@ public:
                                                                         encoding:NSUTF8StringEncoding]) {
         const AutoreleaseScope pool;
         NSString* path = [NSString stringWithUTF8String:folder.c_str()];
-        if (path != nil && m_pattern != nil) {
+        if (path != nil && m_pattern != nil)
             m_enumerator = [[m_manager enumeratorAtPath:path] retain];
-        }
     }
 
     ~EnumeratorSearch() override {
@@ -30,9 +29,8 @@ public:
         for (;;) {
             const AutoreleaseScope pool; // one per entry: a large folder must not pile them up
             NSString* entry = [m_enumerator nextObject];
-            if (entry == nil) {
+            if (entry == nil)
                 return false;
-            }
             const char* path = [entry UTF8String];
             if (path != nullptr && [entry isLike:m_pattern]) {
                 name = path;

@@ -18,9 +18,8 @@ FileDescriptor openWithSomeAccess(const std::string& path, int flags) {
     FileDescriptor file;
     for (const int access : {O_RDWR, O_RDONLY, O_WRONLY}) {
         file = FileDescriptor(open(path.c_str(), access | flags | O_CLOEXEC));
-        if (file.isOpen() || !isOneOf(errno, {EACCES, EPERM, EROFS})) {
+        if (file.isOpen() || !isOneOf(errno, {EACCES, EPERM, EROFS}))
             break;
-        }
     }
     return file;
 }
@@ -68,9 +67,8 @@ bool isStillAt(const std::string& path, int descriptor) {
 }
 
 void keepOwner(int descriptor, uid_t owner, gid_t group) {
-    if (fchown(descriptor, owner, group) != 0 && fchown(descriptor, static_cast<uid_t>(-1), group) != 0) {
+    if (fchown(descriptor, owner, group) != 0 && fchown(descriptor, static_cast<uid_t>(-1), group) != 0)
         errno = 0; // the writer owns it from now on
-    }
 }
 
 bool isUnsupported(int error) {

@@ -27,21 +27,17 @@ const int TRIES = 100; // others may make or remove it at the same moment, but n
 void letOthersTakeIt(const std::string& path, int descriptor) {
     struct stat file;
     struct stat lock;
-    if (stat(path.c_str(), &file) != 0 || fstat(descriptor, &lock) != 0) {
+    if (stat(path.c_str(), &file) != 0 || fstat(descriptor, &lock) != 0)
         return;
-    }
     // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
-    if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0) {
+    if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0)
         return;
-    }
     // Who may only write the file has to open the lock file all the same.
     const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
-    if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0)) {
+    if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0))
         keepOwner(descriptor, file.st_uid, file.st_gid);
-    }
-    if ((lock.st_mode & 0777) != mode) {
+    if ((lock.st_mode & 0777) != mode)
         fchmod(descriptor, mode);
-    }
 }
 
 /// Makes the lock file. It is given its name when others can open it, not before: who came in between would be
@@ -52,15 +48,13 @@ FileDescriptor makeLockFile(const std::string& path, const std::string& lockPath
     const std::string unready =
         pathBeside(lockPath, "." + std::to_string(getpid()) + "-" + std::to_string(++calls));
     FileDescriptor file(open(unready.c_str(), flags, 0666));
-    if (!file.isOpen()) {
+    if (!file.isOpen())
         return file;
-    }
     letOthersTakeIt(path, file.get());
     const int error = link(unready.c_str(), lockPath.c_str()) == 0 ? 0 : errno;
     unlink(unready.c_str());
-    if (error == 0) {
+    if (error == 0)
         return file;
-    }
     file = FileDescriptor();
     errno = error;
     // Else there are no second names on this file system.
@@ -75,13 +69,11 @@ FileDescriptor openLockFile(const std::string& path, const std::string& lockPath
     for (int i = 0; i < TRIES && !file.isOpen(); ++i) {
         file = openWithSomeAccess(lockPath, OPEN_FLAGS);
         isClosedToUser = !file.isOpen() && (errno == EACCES || errno == EPERM);
-        if (file.isOpen() || errno != ENOENT) {
+        if (file.isOpen() || errno != ENOENT)
             break;
-        }
         file = makeLockFile(path, lockPath);
-        if (!file.isOpen() && errno != EEXIST) {
+        if (!file.isOpen() && errno != EEXIST)
             break;
-        }
     }
     return file;
 }
@@ -112,9 +104,8 @@ LockResult waitForOwnLock(const std::string& path, LockWait& wait) {
 
 FileLock::FileLock(const std::string& path)
     : m_result(take(path)), m_outer(innermost), m_since(steady_clock::now()) {
-    if (!isHeld()) {
+    if (!isHeld())
         m_file = FileDescriptor();
-    }
     innermost = this;
 }
 
@@ -136,22 +127,18 @@ LockResult FileLock::take(const std::string& path) {
             return result == LockResult::HELD ? waitForOwnLock(path, wait) : result;
         }
         // Else the next user might make the lock file, or take its lock, and this one would hold another.
-        if (isClosedToUser || !forbidsNewFile(errno)) {
+        if (isClosedToUser || !forbidsNewFile(errno))
             return LockResult::FAILED;
-        }
         m_file = openWithSomeAccess(path, O_NONBLOCK);
-        if (!m_file.isOpen()) {
+        if (!m_file.isOpen())
             return LockResult::FAILED;
-        }
         const LockResult result = wait.take(m_file.get(), LOCK_EX);
-        if (result != LockResult::HELD) {
+        if (result != LockResult::HELD)
             return result;
-        }
         // Meanwhile the file may have been replaced, or the lock file made by somebody who can.
         m_isOwn = isStillAt(path, m_file.get()) && !openWithSomeAccess(lockPath, OPEN_FLAGS).isOpen();
-        if (m_isOwn) {
+        if (m_isOwn)
             return result;
-        }
     }
 }
 
@@ -160,9 +147,8 @@ bool FileLock::isOwnLockHeldOf(int descriptor) {
         struct stat locked;
         struct stat asked;
         if (lock->isHeld() && lock->m_isOwn && fstat(lock->m_file.get(), &locked) == 0 &&
-            fstat(descriptor, &asked) == 0 && isSameFile(locked, asked)) {
+            fstat(descriptor, &asked) == 0 && isSameFile(locked, asked))
             return true;
-        }
     }
     return false;
 }

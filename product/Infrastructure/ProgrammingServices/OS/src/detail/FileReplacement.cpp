@@ -49,14 +49,12 @@ bool isOpenDescriptor(const std::string& path) {
 /// too. realpath cannot be used: it fails for a link whose target is still to be created.
 bool followLinks(std::string& path) {
     for (int followed = 0; followed < MAX_LINKS; ++followed) {
-        if (isOpenDescriptor(path)) {
+        if (isOpenDescriptor(path))
             return true;
-        }
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof(target));
-        if (length < 0) {
+        if (length < 0)
             return errno == EINVAL || errno == ENOENT; // not a link, or nothing there yet
-        }
         const std::string text(target, static_cast<std::size_t>(length));
         path = !text.empty() && text[0] == '/' ? text : folderPrefix(path) + text;
     }
@@ -71,16 +69,13 @@ bool writeAll(int descriptor, std::string_view content) {
 bool flush(int descriptor, unsigned& lacks) {
 #ifdef F_FULLFSYNC
     // Where it exists, fsync alone leaves the data in the drive's own cache.
-    if (fcntl(descriptor, F_FULLFSYNC) == 0) {
+    if (fcntl(descriptor, F_FULLFSYNC) == 0)
         return true;
-    }
 #endif
-    if (fsync(descriptor) == 0) {
+    if (fsync(descriptor) == 0)
         return true;
-    }
-    if (!isUnsupported(errno)) {
+    if (!isUnsupported(errno))
         return false;
-    }
     lacks |= FileReplacement::NO_FLUSH;
     return true;
 }
@@ -90,9 +85,8 @@ void flushFolder(const std::string& folder) {
     // back.
     const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_CLOEXEC));
     unsigned ignored = 0;
-    if (descriptor.isOpen()) {
+    if (descriptor.isOpen())
         flush(descriptor.get(), ignored);
-    }
 }
 
 // ---- The file beside
@@ -132,9 +126,8 @@ void removeIfLeft(const std::string& path) {
     // The lock says last that no living writer has it; one that has only just made it then makes another.
     if (file.isOpen() && fstat(file.get(), &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
         found.st_uid == geteuid() && LockWait::tryToTake(file.get(), LOCK_EX) == LockResult::HELD &&
-        isStillAt(path, file.get())) {
+        isStillAt(path, file.get()))
         unlink(path.c_str());
-    }
 }
 
 struct FolderCloser {
@@ -145,11 +138,9 @@ void removeLeftFiles(const std::string& path) {
     const std::string prefix = folderPrefix(path);
     const std::string stem = stemOf(path).substr(prefix.size());
     const std::unique_ptr<DIR, FolderCloser> folder(opendir(folderOf(path).c_str()));
-    while (const dirent* const entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
-        if (isNameOfFileBeside(entry->d_name, stem)) {
+    while (const dirent* const entry = folder != nullptr ? readdir(folder.get()) : nullptr)
+        if (isNameOfFileBeside(entry->d_name, stem))
             removeIfLeft(prefix + entry->d_name);
-        }
-    }
 }
 
 /// The file that is to become the new content, locked as long as it is open: a living writer's. Goes with the
@@ -162,14 +153,12 @@ public:
             m_path = stem + uniqueSuffix();
             m_file = FileDescriptor(
                 open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-            if (!m_file.isOpen() && errno != EEXIST) {
+            if (!m_file.isOpen() && errno != EEXIST)
                 return;
-            }
             // Between these two calls it looks like a leftover, and another writer may have removed it.
             if (m_file.isOpen() && LockWait::tryToTake(m_file.get(), LOCK_EX) != LockResult::BUSY &&
-                isStillAt(m_path, m_file.get())) {
+                isStillAt(m_path, m_file.get()))
                 return;
-            }
             m_file = FileDescriptor();
         }
     }
@@ -186,9 +175,8 @@ public:
     bool isOpen() const { return m_file.isOpen(); }
     int get() const { return m_file.get(); }
     bool renameTo(const std::string& path) {
-        if (rename(m_path.c_str(), path.c_str()) != 0) {
+        if (rename(m_path.c_str(), path.c_str()) != 0)
             return false;
-        }
         m_file = FileDescriptor();
         return true;
     }
@@ -204,24 +192,20 @@ void keepAttributes(const std::string& path, const struct stat& old, int descrip
     const FileDescriptor oldFile = openWithSomeAccess(path, O_NONBLOCK);
     mode_t mode = old.st_mode & 07777;
     // The group's bits of a file with an access list are the most that the list gives to anybody.
-    if (oldFile.isOpen() && !copyAttributes(oldFile.get(), descriptor)) {
+    if (oldFile.isOpen() && !copyAttributes(oldFile.get(), descriptor))
         mode &= ~static_cast<mode_t>(S_IRWXG);
-    }
     fchmod(descriptor, mode);
 }
 
 bool writeBeside(const std::string& path, const struct stat* old, std::string_view content, unsigned& lacks) {
     removeLeftFiles(path);
     FileBeside beside(path, old != nullptr ? 0600 : 0666);
-    if (!beside.isOpen() || !writeAll(beside.get(), content)) {
+    if (!beside.isOpen() || !writeAll(beside.get(), content))
         return false;
-    }
-    if (old != nullptr) {
+    if (old != nullptr)
         keepAttributes(path, *old, beside.get());
-    }
-    if (!flush(beside.get(), lacks) || !beside.renameTo(path)) {
+    if (!flush(beside.get(), lacks) || !beside.renameTo(path))
         return false;
-    }
     flushFolder(folderOf(path));
     return true;
 }
@@ -234,9 +218,8 @@ bool reserve(int descriptor, off_t size) {
 #ifdef F_PREALLOCATE
     struct stat old;
     fstore_t store = {F_ALLOCATEALL, F_PEOFPOSMODE, 0, 0, 0};
-    if (fstat(descriptor, &old) != 0 || size <= old.st_size) {
+    if (fstat(descriptor, &old) != 0 || size <= old.st_size)
         return true;
-    }
     store.fst_length = size - old.st_size;
     return fcntl(descriptor, F_PREALLOCATE, &store) == 0 || errno == ENOTSUP || errno == EINVAL;
 #else
@@ -254,12 +237,10 @@ FileDescriptor openInPlace(const std::string& path, unsigned& lacks) {
     for (;;) {
         FileDescriptor file(
             open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)); // reserving space may read
-        if (!file.isOpen() && errno == EACCES) {
+        if (!file.isOpen() && errno == EACCES)
             file = FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-        }
-        if (!file.isOpen() || FileLock::isOwnLockHeldOf(file.get())) {
+        if (!file.isOpen() || FileLock::isOwnLockHeldOf(file.get()))
             return file;
-        }
         switch (wait.take(file.get(), LOCK_EX)) {
         case LockResult::HELD:
             break;
@@ -270,23 +251,20 @@ FileDescriptor openInPlace(const std::string& path, unsigned& lacks) {
         case LockResult::FAILED:
             return FileDescriptor();
         }
-        if (isStillAt(path, file.get())) { // else replaced, while this one waited
+        if (isStillAt(path, file.get())) // else replaced, while this one waited
             return file;
-        }
     }
 }
 
 bool writeInPlace(const std::string& path, std::string_view content, unsigned& lacks) {
     const FileDescriptor file = openInPlace(path, lacks);
     struct stat old;
-    if (!file.isOpen() || fstat(file.get(), &old) != 0) {
+    if (!file.isOpen() || fstat(file.get(), &old) != 0)
         return false;
-    }
     if (!reserve(file.get(), static_cast<off_t>(content.size()))) {
         const int error = errno;
-        if (ftruncate(file.get(), old.st_size) != 0) {
+        if (ftruncate(file.get(), old.st_size) != 0)
             errno = 0;
-        }
         errno = error;
         return false;
     }
@@ -302,30 +280,23 @@ bool writeToStream(const std::string& path, std::string_view content) {
 
 bool replaceOrWriteInPlace(const std::string& givenPath, std::string_view content, unsigned& lacks) {
     std::string path = givenPath;
-    if (!followLinks(path)) {
+    if (!followLinks(path))
         return false;
-    }
     struct stat old;
     const bool exists = stat(path.c_str(), &old) == 0;
-    if (exists && !S_ISREG(old.st_mode)) {
+    if (exists && !S_ISREG(old.st_mode))
         return writeToStream(path, content);
-    }
-    if (isOpenDescriptor(path)) {
+    if (isOpenDescriptor(path))
         return writeInPlace(path, content, lacks);
-    }
     // A file that may not be written stays as it is, although its folder would allow to rename over it.
-    if (exists && access(path.c_str(), W_OK) != 0) {
+    if (exists && access(path.c_str(), W_OK) != 0)
         return false;
-    }
-    if (writeBeside(path, exists ? &old : nullptr, content, lacks)) {
+    if (writeBeside(path, exists ? &old : nullptr, content, lacks))
         return true;
-    }
-    if (!forbidsNewFile(errno)) {
+    if (!forbidsNewFile(errno))
         return false;
-    }
-    if (isUnsupported(errno) || errno == EEXIST) {
+    if (isUnsupported(errno) || errno == EEXIST)
         lacks |= FileReplacement::NO_NEW_FILE;
-    }
     return writeInPlace(path, content, lacks);
 }
 
@@ -334,9 +305,8 @@ bool replaceOrWriteInPlace(const std::string& givenPath, std::string_view conten
 bool FileReplacement::replace(const std::string& path, std::string_view content, unsigned* lacks) {
     unsigned met = 0;
     const bool isReplaced = replaceOrWriteInPlace(path, content, met);
-    if (lacks != nullptr) {
+    if (lacks != nullptr)
         *lacks = met;
-    }
     return isReplaced;
 }
 
@@ -352,11 +322,9 @@ std::vector<const char*> FileReplacement::takeUntold(unsigned lacks) {
              std::pair(NO_LOCK, "no locks here, who writes at the same time may lose a change"),
              std::pair(NO_FLUSH, "no flush here, a power cut may lose what was written"),
              std::pair(NO_NEW_FILE, "no replacement here, a kill during a write may leave a mixture"),
-         }) {
-        if ((untold & lack) != 0) {
+         })
+        if ((untold & lack) != 0)
             texts.push_back(text);
-        }
-    }
     return texts;
 }
 

@@ -35,12 +35,10 @@ LockResult LockWait::tryToTake(int descriptor, int operation) {
     do {
         result = flock(descriptor, operation | LOCK_NB);
     } while (result != 0 && errno == EINTR);
-    if (result == 0) {
+    if (result == 0)
         return LockResult::HELD;
-    }
-    if (errno == EWOULDBLOCK) {
+    if (errno == EWOULDBLOCK)
         return LockResult::BUSY;
-    }
     // EBADF of an open file: this file system locks only what may be written, and this user may only read it.
     return isUnsupported(errno) || errno == EBADF ? LockResult::UNSUPPORTED : LockResult::FAILED;
 }
@@ -48,13 +46,11 @@ LockResult LockWait::tryToTake(int descriptor, int operation) {
 LockResult LockWait::take(int descriptor, int operation) {
     for (;;) {
         const LockResult result = tryToTake(descriptor, operation);
-        if (result != LockResult::BUSY) {
+        if (result != LockResult::BUSY)
             return result;
-        }
         const auto now = std::chrono::steady_clock::now();
-        if (m_end == std::chrono::steady_clock::time_point()) {
+        if (m_end == std::chrono::steady_clock::time_point())
             m_end = now + getLongest();
-        }
         if (now >= m_end) {
             errno = EWOULDBLOCK;
             return result;

@@ -195,8 +195,9 @@ void appendPattern(std::vector<std::string>& list, const std::string& pattern) {
 }
 
 bool isCoveredByAny(const std::vector<std::string>& patterns, std::string_view name) {
-    return std::any_of(patterns.begin(), patterns.end(),
-                       [name](const std::string& pattern) { return isNameCovered(pattern, name); });
+    return std::any_of(
+        patterns.begin(), patterns.end(),
+        [name](const std::string& pattern) { return isNameCovered(pattern, name); });
 }
 
 std::string textOf(const char* text) {

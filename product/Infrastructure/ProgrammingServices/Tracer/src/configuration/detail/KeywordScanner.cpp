@@ -24,8 +24,9 @@ bool isNameCharacter(char c) {
 }
 
 bool beginsWithWord(std::string_view text, std::string_view word) {
-    return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(),
-                                                    [](char a, char b) { return lower(a) == lower(b); });
+    return text.size() >= word.size() &&
+           std::equal(
+               word.begin(), word.end(), text.begin(), [](char a, char b) { return lower(a) == lower(b); });
 }
 
 std::size_t lengthOfRun(std::string_view text, bool (*belongs)(char)) {

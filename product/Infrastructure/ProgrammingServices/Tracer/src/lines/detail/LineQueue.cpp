@@ -139,10 +139,9 @@ bool LineQueue::keepWaiting(int waits) const {
 std::size_t LineQueue::linesOfFullChunk(const Chunk& chunk) const {
     for (std::size_t line = chunk.front;; ++line) {
         int waits = 0;
-        while (chunk.end(line).load(std::memory_order_acquire) == 0) {
+        while (chunk.end(line).load(std::memory_order_acquire) == 0)
             if (!keepWaiting(++waits))
                 return line;
-        }
         if (chunk.end(line).load(std::memory_order_acquire) == VOID_LINE)
             return line;
     }
@@ -170,8 +169,8 @@ std::size_t LineQueue::size() const {
 /// The first chunk, except in a signal handler that interrupted the begin or the reuse of a chunk: then that one is first,
 /// and has no lines.
 std::list<LineQueue::Chunk>::iterator LineQueue::firstChunkWithLines() {
-    return std::find_if(m_chunks.begin(), m_chunks.end(),
-                        [this](const Chunk& chunk) { return waitingIn(chunk) != 0; });
+    return std::find_if(
+        m_chunks.begin(), m_chunks.end(), [this](const Chunk& chunk) { return waitingIn(chunk) != 0; });
 }
 
 void LineQueue::await(const Chunk& chunk, std::size_t line) const {
@@ -180,10 +179,9 @@ void LineQueue::await(const Chunk& chunk, std::size_t line) const {
         const std::uint32_t value = end.load(std::memory_order_acquire);
         return value != 0 && (value & UNFINISHED) == 0;
     };
-    for (int waits = 1; !isFinished(); ++waits) {
+    for (int waits = 1; !isFinished(); ++waits)
         if (!keepWaiting(waits))
             replaceUnfinished(chunk, line);
-    }
 }
 
 void LineQueue::replaceUnfinished(const Chunk& chunk, std::size_t line) {
