@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Bus.h"
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 #include "ThrowAwayFolder.h"
 #include "VirtualUsbBus.h"
 
@@ -62,8 +62,8 @@ private:
 
     ThrowAwayFolder m_folder;
     VirtualUsbBus m_bus;
-    FileDescriptor m_listener;
-    FileDescriptor m_signals;
+    kf::detail::FileDescriptor m_listener;
+    kf::detail::FileDescriptor m_signals;
     std::vector<std::string> m_command;
     std::map<std::string, Plugged> m_plugged; // by port
     pid_t m_program = 0;

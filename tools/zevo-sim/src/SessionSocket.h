@@ -1,11 +1,13 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 
 #include <string>
 #include <vector>
 
 namespace Zevo {
+
+using kf::detail::FileDescriptor;
 
 // How the commands reach a running session: a socket in the session's folder, which only its owner can enter. A message is
 // a JSON text; each request gets one answer.

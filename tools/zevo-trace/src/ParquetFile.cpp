@@ -1,6 +1,6 @@
 #include "ParquetFile.h"
 
-#include "FileDescriptor.h"
+#include "detail/FileDescriptor.h"
 #include "FileSystemManagement.h"
 #include "Tool.h"
 
@@ -102,7 +102,7 @@ void ParquetFile::complain() {
 }
 
 void ParquetFile::write(std::string_view jsonLines) {
-    if (writeFully(m_input, jsonLines) == jsonLines.size())
+    if (kf::detail::writeFully(m_input, jsonLines) == jsonLines.size())
         return;
     waitForWriter(); // its own words come first
     complain();

@@ -8,10 +8,14 @@
 
 using namespace kf::detail;
 
-static EventCount& workOf(const Logger* logger) {
+namespace {
+
+EventCount& workOf(const Logger* logger) {
     static NeverDestroyed<EventCount> none;
     return logger != nullptr ? logger->getFlushWork() : none.get();
 }
+
+} // namespace
 
 LoggerFlushThread::LoggerFlushThread(Logger* logger) : FlushThread(workOf(logger)), m_logger(logger) {}
 
