@@ -106,7 +106,7 @@ void UdevFeed::Scan(DeviceTree& devices) {
                std::strerror(scanned.error));
     // What could not be looked at has not left.
     if (!m_isScanDue || !m_hasScanned)
-        devices.reconcile(std::move(scanned.devices));
+        devices.reconcile(scanned.devices);
     m_hasScanned = true;
 }
 
