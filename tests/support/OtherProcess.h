@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ChildEnd.h"
 #include "WithoutPrivileges.h"
 
 #include <string>
@@ -15,7 +16,7 @@ template <typename Action>
 int statusOfAnotherProcess(Action action) {
     const pid_t child = fork();
     if (child == 0) {
-        _exit(action() ? WENT_WELL : 1);
+        endChild(action() ? WENT_WELL : 1);
     }
     int status = 0;
     return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
