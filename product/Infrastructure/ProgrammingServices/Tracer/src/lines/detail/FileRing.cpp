@@ -123,15 +123,13 @@ void FileRing::continueFile(std::int32_t index) {
     std::array<char, 65536> buffer;
     std::int64_t lines = 0;
     bool atLineBegin = true;
-    for (;;) {
-        const ssize_t count = read(file.get(), buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        lines += std::count(buffer.begin(), buffer.begin() + count, '\n');
-        atLineBegin = buffer[static_cast<std::size_t>(count) - 1] == '\n';
-    }
+    std::string_view text;
+    do {
+        text = {buffer.data(), readFully(file.get(), buffer.data(), buffer.size())};
+        lines += std::count(text.begin(), text.end(), '\n');
+        if (!text.empty())
+            atLineBegin = text.back() == '\n';
+    } while (text.size() == buffer.size());
     if (!atLineBegin)
         ++lines;
     m_lineCount = static_cast<std::int32_t>(std::min<std::int64_t>(lines, INT32_MAX));

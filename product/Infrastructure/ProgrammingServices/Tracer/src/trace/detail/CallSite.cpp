@@ -1,5 +1,7 @@
 #include "detail/CallSite.h"
 
+#include "NeverDestroyed.h"
+
 #include <list>
 #include <mutex>
 #include <string>
@@ -41,9 +43,10 @@ struct FoundSite {
 } // namespace
 
 CallSite& CallSite::find(const char* className, const char* text, bool signature, bool isConstructor) {
-    static std::mutex& lock = *new std::mutex;
-    static std::list<FoundSite>& sites = *new std::list<FoundSite>; // its elements never move
-    const std::lock_guard<std::mutex> guard(lock);
+    static NeverDestroyed<std::mutex> lock;
+    static NeverDestroyed<std::list<FoundSite>> list; // its elements never move
+    const std::lock_guard<std::mutex> guard(lock.get());
+    std::list<FoundSite>& sites = list.get();
     for (FoundSite& found : sites)
         if (found.text == text && found.className == className && found.isSignature == signature &&
             found.site.isConstructor() == isConstructor)
