@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Bus.h"
-#include "detail/FileDescriptor.h"
 #include "ThrowAwayFolder.h"
 #include "VirtualUsbBus.h"
+#include "detail/FileDescriptor.h"
 
 #include <map>
 #include <sys/types.h>

@@ -1,8 +1,8 @@
 #include "ParquetFile.h"
 
-#include "detail/FileDescriptor.h"
 #include "FileSystemManagement.h"
 #include "Tool.h"
+#include "detail/FileDescriptor.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,7 @@
 #include "KFMutex.h"
 
 #include "detail/KFLock.h"
-
-#include <ctime>
+#include "detail/LimitedWait.h"
 
 static const int LONGEST_WAIT = 64; // pauses of the processor, some 20 nanoseconds each
 
@@ -46,11 +45,9 @@ int KFMutex::acquireContended() {
 }
 
 bool kf::detail::acquireWithin(KFMutex& mutex, int milliseconds) {
-    while (!mutex.tryacquire()) {
-        if (milliseconds-- <= 0)
+    LimitedWait wait(milliseconds);
+    while (!mutex.tryacquire())
+        if (!wait.sleep())
             return false;
-        const timespec millisecond = {0, 1000000};
-        nanosleep(&millisecond, nullptr);
-    }
     return true;
 }
