@@ -64,7 +64,10 @@ int runTool(CLI::App& app, int argumentCount, const char* const* arguments,
     errno = 0;
     std::cout.flush();
     if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout))
-        return complain(app, std::string("cannot write to standard output: ") + std::strerror(errno),
+        // What was lost earlier has left no reason behind.
+        return complain(app,
+                        "cannot write to standard output" +
+                            (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()),
                         PROBLEMS_FOUND);
     return status;
 }

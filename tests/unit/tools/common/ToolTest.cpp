@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <iostream>
 #include <unistd.h>
 #include <vector>
 
@@ -124,4 +125,17 @@ TEST(ToolTest, AResultThatCannotBeWrittenIsAProblem) {
     std::clearerr(stdout);
     EXPECT_EQ(1, status);
     EXPECT_EQ("zevo-count: cannot write to standard output: No space left on device\n", GetCapturedStderr());
+}
+
+TEST(ToolTest, WhereTheReasonIsNotKnownNoneIsTold) {
+    CLI::App app("", "zevo-count");
+    const char* const arguments[] = {"zevo-count"};
+    CaptureStderr();
+    const int status = Zevo::runTool(app, 1, arguments, [] {
+        std::cout.setstate(std::ios::badbit); // as after a write, long ago, to a pipe that nobody reads
+        return Zevo::FINE;
+    });
+    std::cout.clear();
+    EXPECT_EQ(1, status);
+    EXPECT_EQ("zevo-count: cannot write to standard output\n", GetCapturedStderr());
 }
