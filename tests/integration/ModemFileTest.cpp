@@ -61,6 +61,44 @@ TEST(ModemFile, NamesTheLineThatIsWrong) {
                 HasSubstr("\"disk sda\" is no \"tty\""));
 }
 
+TEST(ModemFile, NothingIsLostWithoutAWord) {
+    EXPECT_THAT(messageFor("name = x\nname = y\n"),
+                HasSubstr("a.modem:2: name stands here for the second time"));
+    EXPECT_THAT(messageFor("[modem]\nvendor = 1\n[cdrom]\nvendor = 1\nvendor = 2\n"),
+                HasSubstr("a.modem:5: \"vendor\" of [cdrom] stands here for the second time"));
+    EXPECT_THAT(messageFor("[modem]\nvendor = 1\n[modem]\n"),
+                HasSubstr("a.modem:3: [modem] stands here for the second time"));
+    EXPECT_THAT(messageFor("[modem]\ninterface = 08 06 50 usb-storage option\n"),
+                HasSubstr("a.modem:2: \"option\" follows where a comma or the end of the line is expected"));
+    EXPECT_THAT(messageFor("[modem]\ninterface = ff ff ff option, tty ttyUSB 0\n"),
+                HasSubstr("a.modem:2: \"0\" follows"));
+}
+
+TEST(ModemFile, RefusesWhatNoDeviceCanBe) {
+    EXPECT_THAT(messageFor("[modem]\ninterface = 108 06 50\n"),
+                HasSubstr("a.modem:2: \"108\" is not a hexadecimal number of up to two digits"));
+    EXPECT_THAT(messageFor("[modem]\ninterface = ff ff ff ../option\n"),
+                HasSubstr("\"../option\" is no name"));
+    EXPECT_THAT(messageFor("[modem]\ninterface = ff ff ff option, tty ../ttyUSB\n"),
+                HasSubstr("\"../ttyUSB\" is no name"));
+    EXPECT_THAT(messageFor(std::string("[modem]\ntext = a\0b\n", 19)),
+                HasSubstr("a.modem:2: a control character"));
+}
+
+TEST(ModemFile, WhatIsNoSmallFileIsNotRead) {
+    EXPECT_THAT(messageFor(std::string(65537, '\n')), HasSubstr("a.modem: is larger than any modem's file"));
+    const auto messageOf = [](const char* path) -> std::string {
+        try {
+            readModemFile(path);
+        } catch (const std::runtime_error& problem) {
+            return problem.what();
+        }
+        return "accepted";
+    };
+    EXPECT_EQ(messageOf("/dev/zero"), "/dev/zero: is no ordinary file");
+    EXPECT_EQ(messageOf("/proc"), "/proc: is a folder, not a file");
+}
+
 TEST(ModemFile, NeedsAPersonality) {
     EXPECT_THAT(messageFor("name = x\n"), HasSubstr("a personality is missing"));
     EXPECT_THAT(messageFor("[cdrom]\nproduct = 1\n[modem]\nvendor = 1\nproduct = 2\n"),

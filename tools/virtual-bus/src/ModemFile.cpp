@@ -1,12 +1,17 @@
 #include "ModemFile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace Zevo {
 namespace {
+
+constexpr off_t LARGEST_FILE = 64 * 1024; // real ones have some hundred bytes
 
 std::string hexadecimalText(unsigned value, int digits) {
     char text[16];
@@ -52,10 +57,12 @@ private:
     }
 
     void readLine(const std::string& text) {
-        if (text == "[cdrom]") {
-            m_section = &m_modem.cdRom;
-        } else if (text == "[modem]") {
-            m_section = &m_modem.modem;
+        require(std::none_of(text.begin(), text.end(),
+                             [](char c) { return static_cast<unsigned char>(c) < ' ' && c != '\t'; }),
+                "a control character; expected: a text file");
+        if (text == "[cdrom]" || text == "[modem]") {
+            requireFirst(text);
+            m_section = text == "[cdrom]" ? &m_modem.cdRom : &m_modem.modem;
         } else {
             const std::string::size_type equals = text.find('=');
             require(equals != std::string::npos, "neither a section nor \"name = value\"");
@@ -63,12 +70,21 @@ private:
         }
     }
 
+    /** What would be lost without a word is refused. */
+    void requireFirst(const std::string& what) {
+        require(m_seen.insert(what).second, what + " stands here for the second time");
+    }
+
     void readPair(const std::string& name, const std::string& value) {
         if (name == "name") {
+            requireFirst(name);
             m_modem.name = value;
             return;
         }
         require(m_section != nullptr, "\"" + name + "\" stands before a section");
+        if (name != "interface")
+            requireFirst(std::string("\"") + name + "\" of " +
+                         (m_section == &m_modem.cdRom ? "[cdrom]" : "[modem]"));
         if (name == "vendor")
             m_section->vendor = hexadecimal(value);
         else if (name == "product")
@@ -87,10 +103,11 @@ private:
             require(false, "unknown name \"" + name + "\"");
     }
 
-    unsigned hexadecimal(const std::string& text) const {
-        const bool isNumber = !text.empty() && text.size() <= 4 &&
+    unsigned hexadecimal(const std::string& text, std::size_t digits = 4) const {
+        const bool isNumber = !text.empty() && text.size() <= digits &&
                               text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-        require(isNumber, "\"" + text + "\" is not a hexadecimal number of up to four digits");
+        require(isNumber, "\"" + text + "\" is not a hexadecimal number of up to " +
+                              (digits == 4 ? "four" : "two") + " digits");
         return static_cast<unsigned>(std::stoul(text, nullptr, 16));
     }
 
@@ -110,19 +127,36 @@ private:
         std::istringstream words(head);
         std::string usbClass, subClass, protocol;
         words >> usbClass >> subClass >> protocol >> result.driver;
-        result.usbClass = hexadecimal(usbClass);
-        result.subClass = hexadecimal(subClass);
-        result.protocol = hexadecimal(protocol);
+        result.usbClass = hexadecimal(usbClass, 2);
+        result.subClass = hexadecimal(subClass, 2);
+        result.protocol = hexadecimal(protocol, 2);
+        requireName(result.driver);
+        requireEnd(words);
         return result;
     }
 
     UsbFunction functionOf(const std::string& text) const {
         UsbFunction result;
-        std::istringstream(text) >> result.subsystem >> result.prefix;
+        std::istringstream words(text);
+        words >> result.subsystem >> result.prefix;
         const bool isKnown = result.subsystem == "tty" || result.subsystem == "net";
         require(isKnown && !result.prefix.empty(),
                 "\"" + trimmed(text) + "\" is no \"tty\" or \"net\" with a name");
+        requireName(result.prefix);
+        requireEnd(words);
         return result;
+    }
+
+    /** It becomes the name of a folder on the bus. */
+    void requireName(const std::string& name) const {
+        require(name.find('/') == std::string::npos,
+                "\"" + name + "\" is no name; expected: one without a slash");
+    }
+
+    void requireEnd(std::istream& words) const {
+        std::string more;
+        words >> more;
+        require(more.empty(), "\"" + more + "\" follows where a comma or the end of the line is expected");
     }
 
     std::string m_path;
@@ -130,7 +164,20 @@ private:
     int m_line = 0;
     Modem m_modem;
     UsbDevice* m_section = nullptr;
+    std::set<std::string> m_seen;
 };
+
+/** Nothing that never ends, and nothing that was taken for a modem's file by mistake. */
+std::string whyNoModemFile(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0)
+        return "cannot be opened";
+    if (S_ISDIR(status.st_mode))
+        return "is a folder, not a file";
+    if (!S_ISREG(status.st_mode))
+        return "is no ordinary file";
+    return status.st_size > LARGEST_FILE ? "is larger than any modem's file (64 KB)" : "";
+}
 
 std::string lineOf(const char* name, const std::string& value) {
     return value.empty() ? std::string() : std::string(name) + " = " + value + "\n";
@@ -159,6 +206,9 @@ std::string sectionText(const char* title, const UsbDevice& device) {
 } // namespace
 
 Modem readModemFile(const std::string& path) {
+    const std::string problem = whyNoModemFile(path);
+    if (!problem.empty())
+        throw std::runtime_error(path + ": " + problem);
     std::ifstream stream(path);
     if (!stream)
         throw std::runtime_error(path + ": cannot be opened");

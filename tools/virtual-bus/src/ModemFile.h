@@ -38,7 +38,7 @@ struct Modem {
 ///      interface = ff ff ff option, tty ttyUSB         what the driver makes of it: "tty" or "net" and the beginning of
 ///      interface = 02 06 00 cdc_ether, net usb         a name; an interface may have several
 ///
-///  Throws std::runtime_error, "<path>:<line>: <what is wrong>", for anything else.
+/// Throws std::runtime_error, "<path>:<line>: <what is wrong>", for anything else: also for a value that is given twice.
 Modem readModemFile(const std::string& path);
 
 /// The same from a stream. @param shown what stands for the path in what is thrown

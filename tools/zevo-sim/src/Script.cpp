@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
 #include <regex>
 #include <string_view>
@@ -21,7 +22,8 @@ const char AN_APPLICATION[] = "application, notifier, or the path of a bundle in
 const char A_TIME[] = "a time, as in 500ms, 2s or 1min";
 const char A_DEVICE[] = "ids as in 12d1:1446, a modem's name as in huawei-e220, or its file";
 const char A_PORT[] = "a port, as in 1-1 or 1-1.2";
-static constexpr unsigned MOST_ROUNDS = 1000000;
+constexpr unsigned MOST_ROUNDS = 1000000;
+constexpr std::size_t LONGEST_LINE = 8192; // with the values of its variables
 
 struct Word {
     std::string text;
@@ -86,6 +88,7 @@ private:
 
     void splitWords() {
         m_words.clear();
+        m_length = 0;
         const std::string line(m_source.line(m_line));
         for (std::size_t at = 0; at < line.size();) {
             if (line[at] == ' ' || line[at] == '\t') {
@@ -124,7 +127,12 @@ private:
                 word.text += written.substr(i, end - i);
             }
             i = end;
+            // Variables made of variables can become longer than any memory.
+            if (m_length + word.text.size() > LONGEST_LINE)
+                fail("script-line-long", word, "the line is too long with the values of its variables",
+                     fmt::format("{} characters at most", LONGEST_LINE));
         }
+        m_length += word.text.size();
         m_words.push_back(word);
     }
 
@@ -225,8 +233,8 @@ private:
     void readVariable() {
         m_next = 1;
         const Word& name = take("a name");
-        static const std::regex form("[A-Za-z_][A-Za-z0-9_]*");
-        if (!std::regex_match(name.text, form))
+        if (name.text.empty() || std::isdigit(static_cast<unsigned char>(name.text.front())) != 0 ||
+            !std::all_of(name.text.begin(), name.text.end(), &isNameCharacter))
             fail("script-variable-name", name, fmt::format("\"{}\" is no name for a variable", name.text),
                  "letters, digits and underscores");
         takeWord("=");
@@ -360,6 +368,7 @@ private:
     Script m_script;
     int m_line = 0;
     std::vector<Word> m_words;
+    std::size_t m_length = 0; ///< of the words
     std::size_t m_next = 0;
     Step m_step;
 };
@@ -374,8 +383,9 @@ Script readScript(const std::string& path, const std::map<std::string, std::stri
 std::optional<milliseconds> durationIn(const std::string& text) {
     static const std::regex form("([0-9]{1,8})(?:\\.([0-9]{1,3}))?[ ]*(ms|s|min)");
     static constexpr long LONGEST = 24L * 60 * 60 * 1000;
+    static constexpr std::size_t LONGEST_TEXT = 32; // the match of a long one would need a stack as long
     std::smatch parts;
-    if (!std::regex_match(text, parts, form))
+    if (text.size() > LONGEST_TEXT || !std::regex_match(text, parts, form))
         return std::nullopt;
     const long unit = parts[3] == "ms" ? 1 : parts[3] == "s" ? 1000 : 60000;
     long thousandths = std::stol((parts[2].str() + "000").substr(0, 3));

@@ -150,3 +150,20 @@ TEST(Script, TimesHaveAUnitAndAnEnd) {
     EXPECT_EQ(shownDuration(milliseconds(999)), "999 ms");
     EXPECT_EQ(shownDuration(milliseconds(1500)), "1.5 s");
 }
+
+TEST(Script, VariablesMadeOfVariablesCannotFillTheMemory) {
+    std::string text = "let a = 0123456789\n";
+    for (char name = 'a'; name < 'z'; ++name)
+        text += std::string("let ") + static_cast<char>(name + 1) + " = \"" + std::string("$") + name + "$" +
+                name + "$" + name + "$" + name + "\"\n";
+    const Script script = read(text + "say $z\n");
+    ASSERT_FALSE(script.findings.empty());
+    EXPECT_EQ(script.findings.front().id, "script-line-long");
+    EXPECT_EQ(script.findings.front().place.line, 6);
+    EXPECT_EQ(mistake("let a = " + std::string(8190, 'x') + "\n"), "1:9+8190 script-line-long");
+}
+
+TEST(Script, TimesAndNamesOfAnyLengthAreRead) {
+    EXPECT_EQ(mistake("wait \"1" + std::string(8000, ' ') + "s\"\n"), "1:6+8004 script-time");
+    EXPECT_EQ(mistake("let " + std::string(8000, 'n') + " = 1\nlet 1n = 1\n"), "2:5+2 script-variable-name");
+}
