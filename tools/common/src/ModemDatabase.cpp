@@ -20,7 +20,7 @@ namespace {
 
 using Texts = std::map<std::string, std::string>; // by the files' names
 
-static constexpr std::size_t LARGEST_FILE = 65536; // real ones have some hundred bytes
+constexpr std::size_t LARGEST_FILE = 65536; // real ones have some hundred bytes
 
 void readPacked(const std::string& path, Texts& texts) {
     const std::unique_ptr<archive, int (*)(archive*)> packed(archive_read_new(), &archive_read_free);

@@ -30,7 +30,7 @@ const char* const CONFIGURATION[] = {"ID.txt", "Launcher.cfg", "tracer_zevolaunc
                                      "logger_launcher.cfg"};
 
 // More of a ring than this does not fit into a ticket; the newest of it does.
-static constexpr std::uint64_t MOST_BYTES_OF_RINGS = 64'000'000;
+constexpr std::uint64_t MOST_BYTES_OF_RINGS = 64'000'000;
 
 void addWhoThisIs(Pseudonyms& pseudonyms) {
     if (const passwd* const user = getpwuid(getuid())) {

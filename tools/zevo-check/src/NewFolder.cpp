@@ -1,6 +1,7 @@
 #include "NewFolder.h"
 
 #include "LauncherConfigurationCheck.h"
+#include "ModemChoice.h"
 #include "Resources.h"
 #include "Tool.h"
 
@@ -49,16 +50,6 @@ ChosenModem chooseByIds(const UsbIds& ids, const std::vector<KnownModem>& databa
             return chosen(known, known.modems.front());
     }
     return {ids, ids, "", {}, false};
-}
-
-std::string listOf(const std::vector<KnownModem>& modems) {
-    static constexpr std::size_t SHOWN = 15;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(SHOWN, modems.size()); ++i)
-        text += fmt::format("\n  {}  {}", shownIds(modems[i].modems.front()), modems[i].names);
-    if (modems.size() > SHOWN)
-        text += fmt::format("\n  and {} more", modems.size() - SHOWN);
-    return text;
 }
 
 ChosenModem chooseConnected(const std::vector<KnownModem>& database, const std::vector<UsbIds>& connected) {
@@ -128,18 +119,10 @@ ChosenModem chooseModem(const std::string& text, const std::vector<KnownModem>& 
     const std::string hardwareId = hardwareIdMeantBy(text);
     if (!hardwareId.empty())
         return chooseByIds(idsIn(hardwareId), database);
-    if (database.empty())
-        throw UsageError(
-            "a modem is known by its name only where usb-modeswitch-data is installed; give its ids, as in "
-            "--modem 12d1:1001");
-    const std::vector<KnownModem> found = modemsNamed(text, database);
-    if (found.empty())
-        throw UsageError(
-            fmt::format("no modem is known as \"{}\"; give its ids, as in --modem 12d1:1001", text));
-    if (found.size() > 1)
-        throw UsageError(fmt::format("\"{}\" may be several modems; give the ids of one, as in --modem {}:{}",
-                                     text, shownIds(found.front().modems.front()), listOf(found)));
-    return chosen(found.front(), found.front().modems.front());
+    const KnownModem known = chooseByName(text, database,
+                                          {"its ids, as in --modem 12d1:1001", "--modem ",
+                                           [](const KnownModem& modem) { return modem.modems.front(); }});
+    return chosen(known, known.modems.front());
 }
 
 void writeNewFolder(const std::string& folder, const ChosenModem& modem) {

@@ -20,7 +20,7 @@ bool isWordCharacter(char c) {
 }
 
 // 01:23:45:67:89:ab
-static constexpr std::size_t ADDRESS_LENGTH = 17;
+constexpr std::size_t ADDRESS_LENGTH = 17;
 
 bool isAddressAt(std::string_view text, std::size_t at) {
     if (text.size() - at < ADDRESS_LENGTH)

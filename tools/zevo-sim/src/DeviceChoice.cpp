@@ -1,8 +1,7 @@
 #include "DeviceChoice.h"
 
+#include "ModemChoice.h"
 #include "Tool.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <regex>
@@ -10,7 +9,8 @@
 namespace Zevo {
 namespace {
 
-constexpr std::size_t SHOWN_MODEMS = 15;
+const ModemQuestion QUESTION = {"its ids, as in 12d1:1446, or its file", "",
+                                [](const KnownModem& modem) { return modem.cdRom; }};
 
 UsbIds idsIn(const std::string& text) {
     return {std::stoi(text.substr(0, 4), nullptr, 16), std::stoi(text.substr(5), nullptr, 16)};
@@ -42,37 +42,6 @@ Modem chooseByIds(const UsbIds& ids, const std::vector<KnownModem>& database) {
     return modem;
 }
 
-std::string listOf(const std::vector<KnownModem>& modems) {
-    std::string text;
-    for (std::size_t i = 0; i < std::min(SHOWN_MODEMS, modems.size()); ++i)
-        text += fmt::format("\n  {}  {}", shownIds(modems[i].cdRom), modems[i].names);
-    if (modems.size() > SHOWN_MODEMS)
-        text += fmt::format("\n  and {} more", modems.size() - SHOWN_MODEMS);
-    return text;
-}
-
-Modem chooseByName(const std::string& text, const std::vector<KnownModem>& database) {
-    if (text.find(':') != std::string::npos)
-        throw UsageError(fmt::format(
-            "\"{}\" are no ids: four hexadecimal digits, a colon, and four again, as in 12d1:1446", text));
-    if (database.empty())
-        throw UsageError(
-            fmt::format("\"{}\" is no device: a modem is known by its name only where usb-modeswitch-data is "
-                        "installed; give its ids, as in 12d1:1446, or its file",
-                        text));
-    std::string words = text;
-    std::replace_if(
-        words.begin(), words.end(), [](char c) { return c == '-' || c == '_'; }, ' ');
-    const std::vector<KnownModem> found = modemsNamed(words, database);
-    if (found.empty())
-        throw UsageError(
-            fmt::format("no modem is known as \"{}\"; give its ids, as in 12d1:1446, or its file", text));
-    if (found.size() > 1)
-        throw UsageError(fmt::format("\"{}\" may be several modems; give the ids of one, as in {}:{}", text,
-                                     shownIds(found.front().cdRom), listOf(found)));
-    return modemOf(found.front());
-}
-
 } // namespace
 
 bool areIds(const std::string& text) {
@@ -91,7 +60,7 @@ Modem modemOf(const KnownModem& known) {
 
 Modem chooseDevice(const std::string& text, const std::vector<KnownModem>& database) {
     if (!areIds(text))
-        return isFile(text) ? readModemFile(text) : chooseByName(text, database);
+        return isFile(text) ? readModemFile(text) : modemOf(chooseByName(text, database, QUESTION));
     const UsbIds ids = idsIn(text);
     if (ids.vendor == 0)
         throw UsageError(text + " is no device: no vendor has the number 0000");

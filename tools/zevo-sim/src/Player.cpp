@@ -7,7 +7,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-static constexpr milliseconds GLANCE(10);
+constexpr milliseconds GLANCE(10);
 
 double secondsSince(std::chrono::steady_clock::time_point begin) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();

@@ -19,8 +19,8 @@ namespace Zevo {
 namespace {
 
 const char USB_DEVICES[] = "/sys/bus/usb/devices";
-static constexpr unsigned HUB_CLASS = 0x09;
-static constexpr unsigned STORAGE_CLASS = 0x08;
+constexpr unsigned HUB_CLASS = 0x09;
+constexpr unsigned STORAGE_CLASS = 0x08;
 
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;

@@ -11,7 +11,7 @@
 namespace Zevo {
 namespace {
 
-static constexpr char HOW_TO_BEGIN[] = "begin one: zevo-sim run -- PROGRAM";
+constexpr char HOW_TO_BEGIN[] = "begin one: zevo-sim run -- PROGRAM";
 
 std::string onlySession() {
     std::vector<std::string> alive;

@@ -17,7 +17,7 @@
 namespace Zevo {
 namespace {
 
-static constexpr std::size_t LONGEST_MESSAGE = 128 * 1024; // what every kernel's socket has room for
+constexpr std::size_t LONGEST_MESSAGE = 128 * 1024; // what every kernel's socket has room for
 
 FileDescriptor makeSocket() {
     return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));

@@ -35,7 +35,7 @@ StatusWords wordsOfStatus(int status) {
 
 // Linux's number. It comes together with a request to end, and may be the first to be heard.
 // fleet/crash-causes.sql lists the same requests to end.
-static const char TOLD_TO_CONTINUE[] = "UNKNOWN SIGNAL (18)";
+const char TOLD_TO_CONTINUE[] = "UNKNOWN SIGNAL (18)";
 
 std::string wordsOfCause(const std::string& cause) {
     static const std::map<std::string, const char*> WORDS = {

@@ -90,10 +90,14 @@ TEST_F(NewFolder, OtherModemsThatBecomeTheSameAreNamed) {
 
 TEST_F(NewFolder, AModemIsChosenByName) {
     EXPECT_EQ(choose("huawei e220").modem, (UsbIds{0x12d1, 0x1003}));
+    EXPECT_EQ(choose("huawei-e220").modem, (UsbIds{0x12d1, 0x1003})); // as zevo-sim is told
     EXPECT_EQ(choose("E220 Huawei").cdRom, (UsbIds{0x12d1, 0x1003}));
     EXPECT_THAT(refusal("huawei"),
-                testing::AllOf(HasSubstr("several"), HasSubstr("12d1:1003"), HasSubstr("12d1:1001")));
-    EXPECT_THAT(refusal("nokia"), HasSubstr("no modem is known as \"nokia\""));
+                testing::AllOf(HasSubstr("give the ids of one, as in --modem 12d1:1001:\n"),
+                               HasSubstr("12d1:1003  Huawei E220")));
+    EXPECT_THAT(refusal("nokia"),
+                HasSubstr("no modem is known as \"nokia\"; give its ids, as in --modem 12d1:1001"));
+    EXPECT_THAT(refusal("12d1:10011"), HasSubstr("\"12d1:10011\" are no ids"));
 }
 
 TEST_F(NewFolder, TheModemThatIsPluggedInIsChosen) {
