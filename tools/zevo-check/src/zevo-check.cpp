@@ -18,8 +18,9 @@ namespace {
 
 using namespace Zevo;
 
-const char FOOTER[] = "Exit status: 0 nothing wrong, 1 problems found, 2 wrong usage.\n"
-                      "Without a folder: the one of the installed launcher, else the current one.";
+const char FOOTER[] = "Exit status: 0 nothing wrong, 1 problems found, 2 wrong usage.";
+const char FOLDER[] =
+    "The launcher's folder, with its four files; else that of the installed launcher, else the current one";
 
 std::string withSeparator(std::string folder) {
     if (!folder.empty() && folder.back() != '/')
@@ -167,7 +168,7 @@ int main(int argumentCount, char** arguments) {
         "zevo-check");
     app.footer(FOOTER);
     Wanted wanted;
-    app.add_option("folder", wanted.folder, "The launcher's folder, with its four files");
+    app.add_option("folder", wanted.folder, FOLDER);
     app.add_flag("--live", wanted.live, "Look at the machine, too: devices, applications, traces, launchers");
     app.add_flag("--json", wanted.json, "Write JSON, as docs/schemas/zevo-check.json describes it");
     app.add_flag("--without-applications", wanted.withoutApplications,
@@ -177,7 +178,7 @@ int main(int argumentCount, char** arguments) {
                "marks, a last line feed. Shows the difference first, keeps a copy");
     std::string folderToMend;
     bool onlyShow = false;
-    fix.add_option("folder", folderToMend, "The launcher's folder, with its four files");
+    fix.add_option("folder", folderToMend, FOLDER);
     fix.add_flag("--dry-run", onlyShow,
                  "Show the difference, and change nothing; status 1 when there is one");
     CLI::App& make = *app.add_subcommand("new", "Write a commented installation folder for a modem");
@@ -190,7 +191,7 @@ int main(int argumentCount, char** arguments) {
     CLI::App& bundle =
         *app.add_subcommand("bundle", "Gather configuration, traces, logs and a report for a support ticket");
     WantedBundle wantedBundle;
-    bundle.add_option("folder", wantedBundle.folder, "The launcher's folder, with its four files");
+    bundle.add_option("folder", wantedBundle.folder, FOLDER);
     bundle.add_option("--out", wantedBundle.file, "The file to write, a .tar.gz");
     bundle.add_flag("--show", wantedBundle.onlyShow, "Tell what would go in, and write nothing");
     bundle.add_option("--show-file", wantedBundle.shownEntry, "Print one of its files as it would go in");
