@@ -1,6 +1,6 @@
 #include "detail/CallSite.h"
 
-#include "NeverDestroyed.h"
+#include "detail/NeverDestroyed.h"
 
 #include <list>
 #include <mutex>
