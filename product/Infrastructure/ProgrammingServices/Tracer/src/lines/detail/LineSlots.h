@@ -7,13 +7,12 @@
 
 namespace kf::detail {
 
-template <template <typename> class Atomic>
+template <template <typename> typename Atomic>
 class LineSlots;
 
 /// A reserved slot: where a line of known length is built. Two words, so that functions return it in registers.
-template <template <typename> class Atomic>
-class LineSlot {
-public:
+template <template <typename> typename Atomic>
+struct LineSlot {
     LineSlot() = default;
     /// False when the reservation failed.
     explicit operator bool() const { return m_text != nullptr; }
@@ -54,7 +53,7 @@ private:
 /// Until a reservation has stored its end, that end is 0: who drains waits for it as for an unfinished one.
 ///
 /// @tparam Atomic  std::atomic; tests have another, which lets them choose the order of all accesses
-template <template <typename> class Atomic>
+template <template <typename> typename Atomic>
 class LineSlots {
     using End = Atomic<std::uint32_t>;
     static constexpr std::uint64_t ONE_LINE = std::uint64_t{1} << 32;
