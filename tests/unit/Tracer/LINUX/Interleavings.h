@@ -12,17 +12,14 @@
 #include <utility>
 #include <vector>
 
-#ifdef __SANITIZE_THREAD__
-#include <sanitizer/tsan_interface.h>
-#endif
-
 /// Runs a few threads in every order of their steps. A step is an access to a SteppedAtomic: exactly one thread runs at a
-/// time, on a stack of its own, and hands over before each. An order is not followed further where it comes to a state that was there before: each
-/// thread has seen the same values, and the shared memory holds the same.
+/// time, on a stack of its own, and hands over before each. An order is not followed further where it comes to a state that
+/// was there before: each thread has seen the same values, and the shared memory holds the same.
 ///
 /// A thread that is not run to its end leaves its stack as it is: what it owns there is lost.
 ///
-/// What it shows holds for sequentially consistent memory; that weaker orders suffice is for the thread sanitizer to see.
+/// What it shows holds for sequentially consistent memory; that weaker orders suffice is for the thread sanitizer to see, in the
+/// tests with real threads.
 class Interleavings {
 public:
     struct Thread {
@@ -104,14 +101,9 @@ private:
         bool isFrozen = false;
         bool isWaiting = false;
         ucontext_t context;
-        void* fiber = nullptr; // the thread sanitizer's name for it
     };
 
     explicit Interleavings(Run run) : m_run(std::move(run)), m_states(m_run.threads.size()) {}
-    ~Interleavings() {
-        for (const State& state : m_states)
-            destroyFiber(state.fiber);
-    }
 
     static constexpr std::size_t STACK_SIZE = std::size_t{256} * 1024;
     static char* stackOf(std::size_t thread) {
@@ -182,7 +174,6 @@ private:
         state.context.uc_stack.ss_size = STACK_SIZE;
         state.context.uc_link = nullptr;
         makecontext(&state.context, &runThread, 0);
-        state.fiber = createFiber();
     }
     static void runThread() {
         Interleavings& order = *current();
@@ -195,14 +186,11 @@ private:
         State& state = m_states[thread];
         state.hasBegun = true;
         number() = static_cast<int>(thread);
-        m_fiber = currentFiber();
-        switchToFiber(state.fiber);
         swapcontext(&m_controller, &state.context);
         number() = -1;
     }
     void giveTurnBack() {
         State& state = m_states[static_cast<std::size_t>(self())];
-        switchToFiber(m_fiber);
         swapcontext(&state.context, &m_controller);
     }
     void handOver(bool isWaiting) {
@@ -214,34 +202,9 @@ private:
         state.isWaiting = false;
     }
 
-#ifdef __SANITIZE_THREAD__
-    static void* currentFiber() {
-        return __tsan_get_current_fiber();
-    }
-    static void* createFiber() {
-        return __tsan_create_fiber(0);
-    }
-    static void destroyFiber(void* fiber) {
-        __tsan_destroy_fiber(fiber);
-    }
-    static void switchToFiber(void* fiber) {
-        __tsan_switch_to_fiber(fiber, 0);
-    }
-#else
-    static void* currentFiber() {
-        return nullptr;
-    }
-    static void* createFiber() {
-        return nullptr;
-    }
-    static void destroyFiber(void*) {}
-    static void switchToFiber(void*) {}
-#endif
-
     Run m_run;
     std::vector<State> m_states;
     ucontext_t m_controller;
-    void* m_fiber = nullptr; // the controller's
     std::uint64_t m_changes = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -17,7 +18,7 @@ using LinuxPlatform::makeHangingCall;
 
 namespace {
 
-volatile pid_t theOtherThread;
+std::atomic<pid_t> theOtherThread;
 
 /// Whether the other thread sleeps or is gone.
 bool hasTheOtherThreadDoneItsCall() {

@@ -19,9 +19,8 @@ void FlushThread::onTerminate() {
 void FlushThread::run() {
     while (isRunning() && sleepUnlessStopped()) {
         flush();
-        m_work.await([this] { return isSilent() || hasWork(); });
-        if (isSilent())
-            return;
+        // A silent one sleeps until it is stopped: a thread that ends by itself is one that nobody has joined.
+        m_work.await([this] { return m_stopped || (!m_isSilent && hasWork()); });
     }
 }
 
