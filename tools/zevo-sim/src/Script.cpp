@@ -90,6 +90,11 @@ private:
         m_words.clear();
         m_length = 0;
         const std::string line(m_source.line(m_line));
+        // Names with one would mean something else to the system's calls.
+        const std::size_t zero = line.find('\0');
+        if (zero != std::string::npos)
+            throw Mistake{{"script-zero-byte", m_source.at(m_line, static_cast<int>(zero) + 1),
+                           "a zero byte stands here", "a text file", ""}};
         for (std::size_t at = 0; at < line.size();) {
             if (line[at] == ' ' || line[at] == '\t') {
                 ++at;

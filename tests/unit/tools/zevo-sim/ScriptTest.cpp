@@ -167,3 +167,7 @@ TEST(Script, TimesAndNamesOfAnyLengthAreRead) {
     EXPECT_EQ(mistake("wait \"1" + std::string(8000, ' ') + "s\"\n"), "1:6+8004 script-time");
     EXPECT_EQ(mistake("let " + std::string(8000, 'n') + " = 1\nlet 1n = 1\n"), "2:5+2 script-variable-name");
 }
+
+TEST(Script, AZeroByteIsTold) {
+    EXPECT_EQ(mistake(std::string("plug \0.modem\n", 13)), "1:6+1 script-zero-byte");
+}
