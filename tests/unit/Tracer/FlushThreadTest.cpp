@@ -79,11 +79,17 @@ TEST(FlushingThread, FlushesWithinASecondOfWorkAndSleepsAgain) {
     EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(900)) << "what comes in a second goes together";
 }
 
-TEST(FlushingThread, EndsWhenItIsToWriteNothingAnyMore) {
-    CountingThread thread;
+TEST(FlushingThread, SleepsUntilItIsStoppedOnceItIsToWriteNothingAnyMore) {
+    CountingThread thread(false);
     ASSERT_TRUE(thread.start());
+    ASSERT_TRUE(waitUntil([&] { return thread.m_looks == 1; }));
     thread.silence();
-    EXPECT_TRUE(waitUntil([&] { return !thread.isRunning(); }));
+    thread.setWork(true);
+    CountingThread clock;
+    ASSERT_TRUE(clock.start());
+    ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
+    EXPECT_TRUE(thread.isRunning());
+    EXPECT_EQ(thread.m_flushes, 1);
 }
 
 TEST(FlushingThread, StopsWhileItSleeps) {
