@@ -54,7 +54,7 @@ public:
     char* beginLine(std::size_t room) {
         const Chunk* const chunk = m_current.load(std::memory_order_relaxed);
         char* const place = chunk != nullptr ? chunk->slots.beginLine(room) : nullptr;
-        return place != nullptr ? place : addChunk(room).slots.beginLine(room);
+        return place != nullptr ? place : addChunk(room).slots.text();
     }
     /// Ends the line that was begun, behind its last byte.
     void endLine(const char* end) { m_current.load(std::memory_order_relaxed)->slots.endLine(end); }
