@@ -233,7 +233,7 @@ void Session::start() {
     m_hasEnded = false;
 }
 
-void Session::stop() {
+void Session::stop() const {
     if (!programRuns())
         throw std::runtime_error("no program runs");
     kill(m_program, SIGTERM);

@@ -54,7 +54,7 @@ private:
     UsbDevice otherPersonalityAt(const std::string& port) const;
     void becomes(const std::string& port, const UsbDevice& next);
     void start();
-    void stop();
+    void stop() const;
     void waitForSomething(Clock::time_point end);
     void answerOne();
     void switchWhatIsDue();
