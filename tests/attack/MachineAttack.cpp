@@ -155,6 +155,16 @@ TEST_F(Clock, SetBackAndForwardIsFollowedByTheStampsAndStopsNothing) {
 class Kernel : public Attack {
 protected:
     Kernel() { expectStandardError(testing::_); }
+
+    void startWithout(void (Faults::*refuse)(int)) {
+        (m_faults.*refuse)(EACCES);
+        startWithFaults();
+        const unsigned long refused = m_faults.refusedLooks();
+        EXPECT_GT(refused, 0u);
+        (m_faults.*refuse)(0);
+        expectServesAModem();
+        tellFigure(std::to_string(refused) + " looks refused; the next modem served");
+    }
 };
 
 TEST_F(Kernel, WithoutAListOfProcessesNothingIsStartedAndWithOneItIs) {
@@ -173,23 +183,11 @@ TEST_F(Kernel, WithoutAListOfProcessesNothingIsStartedAndWithOneItIs) {
 }
 
 TEST_F(Kernel, AStartWithoutSysSeesWhatComesLater) {
-    m_faults.refuseSys(EACCES);
-    startWithFaults();
-    const unsigned long refused = m_faults.refusedLooks();
-    EXPECT_GT(refused, 0u);
-    m_faults.refuseSys(0);
-    expectServesAModem();
-    tellFigure(std::to_string(refused) + " looks refused; the next modem served");
+    startWithout(&Faults::refuseSys);
 }
 
 TEST_F(Kernel, AStartWithoutProcSeesWhatComesLater) {
-    m_faults.refuseProc(EACCES);
-    startWithFaults();
-    const unsigned long refused = m_faults.refusedLooks();
-    EXPECT_GT(refused, 0u);
-    m_faults.refuseProc(0);
-    expectServesAModem();
-    tellFigure(std::to_string(refused) + " looks refused; the next modem served");
+    startWithout(&Faults::refuseProc);
 }
 
 // ---- events

@@ -5,27 +5,16 @@
    ENOBUFS, once, as the kernel reports such a loss. */
 
 #define _GNU_SOURCE
+#include "monitor-socket.h"
+
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
-#include <string.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 static int lossToReport = 0;
-
-/* The virtual bus stands a local datagram socket in for the kernel's; the launcher has no other. */
-static int isMonitor(int socket) {
-    struct sockaddr_un address;
-    socklen_t length = sizeof address;
-    int type = 0;
-    socklen_t typeLength = sizeof type;
-    memset(&address, 0, sizeof address);
-    return getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &typeLength) == 0 && type == SOCK_DGRAM &&
-           getsockname(socket, (struct sockaddr*)&address, &length) == 0 && address.sun_family == AF_UNIX;
-}
 
 static void throwEventsAway(int socket, const char* path) {
     ssize_t (*realRecv)(int, void*, size_t, int) =

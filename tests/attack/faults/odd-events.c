@@ -2,13 +2,13 @@
 
 #define _GNU_SOURCE
 #include "mapped-faults.h"
+#include "monitor-socket.h"
 
 #include <dlfcn.h>
 #include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
-#include <sys/un.h>
 
 struct message {
     char bytes[65536];
@@ -22,17 +22,6 @@ struct message {
 /* What has been taken from the socket and is still to be told. */
 static struct message kept[2];
 static int keptCount = 0;
-
-/* The virtual bus stands a local datagram socket in for the kernel's; the launcher has no other. */
-static int isMonitor(int socket) {
-    struct sockaddr_un address;
-    socklen_t length = sizeof address;
-    int type = 0;
-    socklen_t typeLength = sizeof type;
-    memset(&address, 0, sizeof address);
-    return getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &typeLength) == 0 && type == SOCK_DGRAM &&
-           getsockname(socket, (struct sockaddr*)&address, &length) == 0 && address.sun_family == AF_UNIX;
-}
 
 static int take(int socket, struct message* message) {
     ssize_t (*next)(int, struct msghdr*, int) =
