@@ -1,6 +1,9 @@
 #include "Attack.h"
 
+#include <algorithm>
 #include <csignal>
+#include <iterator>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -67,6 +70,27 @@ protected:
         ASSERT_EQ(chmod(program.c_str(), 0755), 0);
     }
 
+    /// A line of a script: a child that goes on when the script has ended.
+    std::string inBackground(const std::string& command) const {
+        return command + " </dev/null >/dev/null 2>&1 &\necho $! >> '" + childFile() + "'";
+    }
+    std::string childFile() const { return m_machine.folder() + "/child"; }
+    std::vector<pid_t> children() const {
+        std::istringstream lines(readTextFile(childFile()));
+        return {std::istream_iterator<pid_t>(lines), {}};
+    }
+    /// Whether every script that was started has started its child and ended.
+    bool childrenAreAlone() {
+        const std::vector<StartReport> starts = m_machine.startsOf(Bundle::mainApplication);
+        return children().size() == starts.size() &&
+               std::none_of(starts.begin(), starts.end(),
+                            [](const StartReport& start) { return stateOf(start.pid()) != '-'; });
+    }
+    void endChildren() {
+        for (const pid_t pid : children())
+            kill(pid, SIGTERM);
+    }
+
     /// The script's processes are no process of the machine's own programs.
     void plugModem() {
         m_bus.plug("1-1", makePlainDevice(m_modem.modem.vendor, m_modem.modem.product));
@@ -110,6 +134,37 @@ TEST_F(Application, ThatIsReplacedWhileItRunsIsNotStartedTwice) {
     for (const StartReport& start : m_machine.startsOf(Bundle::mainApplication))
         kill(start.pid(), SIGTERM); // its program is no file any more
     tellFigure(std::to_string(rounds) + " times replaced, started once");
+}
+
+// What a daemon does: the program that was started ends, and its child goes on.
+TEST_F(Application, ThatForksAndGoesOnInItsBundleIsNotStartedTwice) {
+    installScript("daemon=\"$(dirname \"$0\")/daemon\"\n"
+                  "cp \"$(command -v sleep)\" \"$daemon\"\n" +
+                  inBackground("\"$daemon\" 10000"));
+    startLauncher();
+    plugModem();
+    ASSERT_TRUE(waitUntil([this] { return startCount(Bundle::mainApplication) > 0 && childrenAreAlone(); }));
+    const int before = startCount(Bundle::mainApplication);
+    const int rounds = count(3, 30);
+    for (int round = 0; round < rounds; ++round)
+        plugModem();
+    EXPECT_EQ(startCount(Bundle::mainApplication), before);
+    endChildren();
+    tellFigure(std::to_string(rounds) + " arrivals while its child goes on in the bundle, none started");
+}
+
+TEST_F(Application, ThatEndsAndLeavesAProgramOfTheSystemsIsStartedWithTheNextArrivalAgain) {
+    installScript(inBackground("sleep 10000"));
+    startLauncher();
+    const int rounds = count(3, 30);
+    for (int round = 1; round <= rounds; ++round) {
+        plugModem();
+        ASSERT_TRUE(waitUntil([&] { return startCount(Bundle::mainApplication) >= round; })) << round;
+        ASSERT_TRUE(waitUntil([this] { return childrenAreAlone(); })) << round;
+    }
+    endChildren();
+    tellFigure(std::to_string(rounds) + " arrivals while programs of the system's go on, " +
+               std::to_string(startCount(Bundle::mainApplication)) + " starts");
 }
 
 // ---- two launchers

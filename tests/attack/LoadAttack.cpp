@@ -125,4 +125,30 @@ TEST_F(Load, ManyPlugAndUnplugCyclesLeaveMemoryDescriptorsThreadsAndObjectsFlat)
                " classes' counts of live objects as without load");
 }
 
+// ---- no load at all
+
+class Idle : public Attack {};
+
+TEST_F(Idle, NothingWakesTheLauncherUp) {
+    // Lines wait in memory, as in the field: a thread writes them within its second, and then sleeps.
+    for (const char* file : {"tracer_zevolauncher.cfg", "logger_launcher.cfg"})
+        m_machine.install(file, SampleMachine().installedText(file));
+    startLauncherWithoutWaiting();
+    m_trace.restart(m_machine.logFolder() + "/tracer_zevolauncher_0.txt");
+    waitUntilWatching();
+    expectServesAModem();
+    const auto isQuiet = [this] {
+        const auto before = switchesOf(m_launcher->pid());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        return before == switchesOf(m_launcher->pid());
+    };
+    ASSERT_TRUE(waitUntil(isQuiet));
+    const int seconds = count(2, 60);
+    const auto before = switchesOf(m_launcher->pid());
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    EXPECT_EQ(switchesOf(m_launcher->pid()), before);
+    tellFigure(std::to_string(seconds) + " seconds, " + std::to_string(threadCountOf(m_launcher->pid())) +
+               " threads: no wake-up");
+}
+
 } // namespace

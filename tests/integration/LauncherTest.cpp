@@ -1,5 +1,6 @@
 #include "LauncherTest.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <dirent.h>
@@ -190,6 +191,17 @@ int descriptorCountOf(pid_t pid) {
 
 int threadCountOf(pid_t pid) {
     return static_cast<int>(entriesOf("/proc/" + std::to_string(pid) + "/task").size());
+}
+
+std::string switchesOf(pid_t pid) {
+    std::string result;
+    const std::string threads = "/proc/" + std::to_string(pid) + "/task";
+    for (const std::string& thread : entriesOf(threads)) {
+        const std::string status = readTextFile(threads + "/" + thread + "/status");
+        const std::string::size_type begin = status.find("voluntary_ctxt_switches:");
+        result += thread + ": " + status.substr(std::min(begin, status.size())) + "\n";
+    }
+    return result;
 }
 
 } // namespace Zevo

@@ -76,5 +76,8 @@ char stateOf(pid_t pid);
 long residentMemoryOf(pid_t pid);
 int descriptorCountOf(pid_t pid);
 int threadCountOf(pid_t pid);
+/// How often its threads have given up a processor, of their own will or not, a line for each: equal texts mean that none
+/// has woken up meanwhile.
+std::string switchesOf(pid_t pid);
 
 } // namespace Zevo
