@@ -10,15 +10,19 @@ namespace {
 struct Outcomes {
     int wentOn = 0;
     int toldDeaf = 0; // goes on, and has told that it will not see a device come
+    int toldUnknown =
+        0; // goes on, and has told that it does not know its modem: its configuration could not be read
     int endedWithReport = 0;
     int endedWithWords = 0; // before there is a trace
 
-    int all() const { return wentOn + toldDeaf + endedWithReport + endedWithWords; }
+    int all() const { return wentOn + toldDeaf + toldUnknown + endedWithReport + endedWithWords; }
 };
 
 std::string shown(const Outcomes& outcomes) {
     return std::to_string(outcomes.all()) + " points: " + std::to_string(outcomes.wentOn) + " went on, " +
            std::to_string(outcomes.toldDeaf) + " went on and said that they see no device come, " +
+           std::to_string(outcomes.toldUnknown) +
+           " went on and said that they could not read their configuration, " +
            std::to_string(outcomes.endedWithReport) + " ended with a report in the trace, " +
            std::to_string(outcomes.endedWithWords) + " before there is one, with words on standard error";
 }
@@ -70,6 +74,8 @@ protected:
             m_faults.failAllocation(0);
             if (m_trace.count(">> [E] No device that arrives or leaves from now on will be noticed.\n") != 0)
                 ++outcomes.toldDeaf;
+            else if (m_trace.count(">> [E] Error accessing ZevoLauncher parameters.\n") != 0)
+                ++outcomes.toldUnknown;
             else if (m_launcher->isRunning() && servesAModem())
                 ++outcomes.wentOn;
             else {

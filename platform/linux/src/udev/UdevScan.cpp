@@ -57,6 +57,16 @@ std::vector<std::string> listDevices(const char* list, int& want) {
     return paths;
 }
 
+/// Whether libudev has read the device's uevent file to its end: it passes over a line that it has no memory for and says
+/// nothing. The kernel writes these two for each device of their kind.
+bool isWhole(udev_device& device) {
+    const char* const subsystem = udev_device_get_subsystem(&device);
+    const std::string_view kind = subsystem ? subsystem : "";
+    return kind == "usb"   ? udev_device_get_devtype(&device) != nullptr
+           : kind == "tty" ? udev_device_get_devnode(&device) != nullptr
+                           : true;
+}
+
 class Scan {
 public:
     explicit Scan(udev& context) : m_context(context) {}
@@ -87,6 +97,8 @@ private:
         std::optional<Device> described = describeDevice(*device, isKnown);
         if (isWant(errno))
             m_error = errno;
+        else if (!isWhole(*device))
+            m_error = ENOMEM;
         if (described) {
             m_paths.insert(described->path);
             m_found.push_back(std::move(*described));

@@ -37,6 +37,8 @@ udev_monitor* __real_udev_monitor_new_from_netlink(udev* context, const char* na
 int __real_udev_monitor_enable_receiving(udev_monitor* monitor);
 udev_device* __real_udev_monitor_receive_device(udev_monitor* monitor);
 const char* __real_udev_device_get_subsystem(udev_device* device);
+const char* __real_udev_device_get_devtype(udev_device* device);
+const char* __real_udev_device_get_devnode(udev_device* device);
 udev_device* __real_udev_device_new_from_syspath(udev* context, const char* path);
 ssize_t __real_recv(int descriptor, void* buffer, size_t size, int flags);
 int __real_access(const char* path, int mode);
@@ -89,6 +91,14 @@ udev_device* __wrap_udev_device_new_from_syspath(udev* context, const char* path
 
 const char* __wrap_udev_device_get_subsystem(udev_device* device) {
     return Fails(MockedUdev::get().subsystemsFail) ? nullptr : __real_udev_device_get_subsystem(device);
+}
+
+const char* __wrap_udev_device_get_devtype(udev_device* device) {
+    return Fails(MockedUdev::get().typesFail) ? nullptr : __real_udev_device_get_devtype(device);
+}
+
+const char* __wrap_udev_device_get_devnode(udev_device* device) {
+    return Fails(MockedUdev::get().nodesFail) ? nullptr : __real_udev_device_get_devnode(device);
 }
 
 int __wrap_getsockname(int descriptor, sockaddr* address, socklen_t* size) {

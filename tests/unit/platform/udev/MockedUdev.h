@@ -21,6 +21,9 @@ struct MockedUdev {
     std::deque<int> looksFail;
     /// errno of the next questions for a device's subsystem, each once.
     std::deque<int> subsystemsFail;
+    /// errno of the next questions for a device's type, and for its node, each once.
+    std::deque<int> typesFail;
+    std::deque<int> nodesFail;
     /// How many monitors have been made.
     int monitors = 0;
     /// Called just before the monitor is enabled, and just after.

@@ -125,6 +125,20 @@ TEST_F(UdevFailures, ADeviceThatThereIsNoMemoryToDescribeIsLookedAtAgain) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
+// libudev passes over a line of the device's uevent file that it has no memory for, and then does not know the line.
+TEST_F(UdevFailures, ADeviceWhoseFileWasReadInPartIsLookedAtAgain) {
+    m_bus.AddPort(m_bus.AddInterface(m_bus.AddUsbDevice("1-1", "12d1", "1001"), "1-1:1.0"), "ttyUSB0");
+    MockedUdev::get().typesFail = {ENOENT, ENOENT};
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem", "+IOUSBInterface", "+ttyUSB0"));
+    m_devices.leaveAll();
+    TakeEvents();
+    MockedUdev::get().nodesFail = {ENOENT, ENOENT};
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem", "+IOUSBInterface", "+ttyUSB0"));
+    EXPECT_EQ(textOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
+}
+
 TEST_F(UdevFailures, AnEventThatThereIsNoMemoryToReadIsLost) {
     start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
