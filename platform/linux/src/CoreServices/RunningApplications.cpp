@@ -78,11 +78,6 @@ int findClaimedExecutable(const ProcessFolder& process, std::string& executable)
     return 0;
 }
 
-/// Whether a program in a bundle is the launcher: this process, or another one of it, and no application.
-bool isThisProgram(pid_t pid, const std::string& executable) {
-    return pid == ::getpid() || executable == readExecutableLink("/proc/self/exe");
-}
-
 /// The bundle that a process runs, and whether it has been launched for it. Empty when it runs none.
 int findBundle(const ProcessFolder& process, RunningApplication& application) {
     LaunchNote note;
@@ -119,8 +114,9 @@ int inspectOther(pid_t pid, const std::string& root, RunningApplication& applica
     if (error != 0 || application.executable.empty())
         return error;
     error = findBundle(process, application);
+    // A launcher that lies in a bundle is not the bundle's application.
     if (error != 0 || application.bundle.empty() || !liesIn(application.bundle, root) ||
-        isThisProgram(pid, application.executable))
+        application.executable == readExecutableLink("/proc/self/exe"))
         return error;
     uid_t user = 0;
     error = process.readUser(user);
@@ -136,6 +132,9 @@ int inspectOther(pid_t pid, const std::string& root, RunningApplication& applica
 /// Whether the process is a running application, and which.
 /// @return 0, or the errno that says why it cannot be told
 int inspect(pid_t pid, const std::string& root, RunningApplication& application, bool& isOne) {
+    isOne = false;
+    if (pid == ::getpid())
+        return 0;
     const int error = StartedApplications::get().find(pid, application, isOne);
     if (error != 0)
         return error;
