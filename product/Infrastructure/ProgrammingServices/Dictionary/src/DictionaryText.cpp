@@ -7,7 +7,6 @@
 #include "MessageType.h"
 #include "detail/FileDescriptor.h"
 #include "detail/FileReplacement.h"
-#include "detail/Lookahead.h"
 #include "detail/PropertyListReader.h"
 #include "detail/SmallFile.h"
 #include "detail/TextBuffer.h"
@@ -55,9 +54,7 @@ void Dictionary::marshall(std::string& indent, TextBuffer& text) const {
     TRACE_METHOD();
     text.append(indent, "<dict>\n");
     indent += '\t';
-    kf::detail::Lookahead ahead(m_children);
     for (const auto& [key, item] : m_children) {
-        ahead.advance();
         text.append(indent, "<key>", key, "</key>\n");
         askToMarshall(*item, indent, text);
     }

@@ -9,9 +9,9 @@
 
 namespace kf::detail {
 
-/// A text that only grows at its end. What it needs is paid for by the row dictionary-save of the benchmarks: with a
-/// std::string in its place, saving takes twice the time and is behind the best rival. It appends several parts
-/// at the price of one, and its growth does not copy a long text (realloc moves its pages).
+/// A text that only grows at its end. The row dictionary-save of the benchmarks pays for it: with a std::string in
+/// its place, saving takes twice the time and is behind the best rival at some sizes. It checks its room once for
+/// several parts, and its growth does not copy a long text (realloc moves its pages).
 ///
 /// Errors: std::bad_alloc; the text stays as it was.
 /// Thread: one at a time.
