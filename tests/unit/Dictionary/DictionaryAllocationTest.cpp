@@ -95,9 +95,3 @@ TEST_F(LookUpAllocation, WhatIsMissingIsMissedWithoutAny) {
     EXPECT_EQ(countIn([this, &item] { item = m_tree.getItem(m_belowALeaf); }), 0);
     EXPECT_EQ(item, nullptr);
 }
-
-TEST_F(LookUpAllocation, APathIsContainedWithoutAny) {
-    bool isContained = false;
-    EXPECT_EQ(countIn([this, &isContained] { isContained = m_tree.contains(PATH); }), 0);
-    EXPECT_TRUE(isContained);
-}

@@ -1,11 +1,10 @@
 #include "Dictionary.h"
 
-#include "BasicItem.h"
 #include "CallMarker.h"
 #include "ContractChecks.h"
-#include "IntBasicItem.h"
 #include "detail/ShownAddress.h"
 
+#include <algorithm>
 #include <utility>
 
 using kf::detail::addressText;
@@ -178,28 +177,16 @@ bool Dictionary::getValueAs(const std::string& path, int& value) const {
 }
 
 bool Dictionary::contains(const std::string& path) {
-    return contains(Path{path});
-}
-
-bool Dictionary::contains(Path path) const {
     TRACE_METHOD();
-    if (child(path.head()) == nullptr)
+    const Path parts(path);
+    if (child(parts.head()) == nullptr)
         return false;
-    if (path.isKey())
+    if (parts.isKey())
         return true;
     // DELIBERATE: every child, not only the one under the head; callers rely on the looser answer.
-    for (const auto& entry : m_children)
-        if (askWhetherContains(*entry.second, path.rest()))
-            return true;
-    return false;
-}
-
-bool Dictionary::askWhetherContains(Item& item, Path path) {
-    if (const Dictionary* const dictionary = asPlain(item))
-        return dictionary->contains(path);
-    // Our leaves say no to everything, so no text is made for them.
-    const std::type_info& type = typeid(item);
-    return type != typeid(BasicItem) && type != typeid(IntBasicItem) && item.contains(std::string(path.text));
+    const std::string rest(parts.rest().text);
+    return std::any_of(m_children.begin(), m_children.end(),
+                       [&rest](const auto& entry) { return entry.second->contains(rest); });
 }
 
 // ---- Searches
@@ -286,17 +273,13 @@ std::string Dictionary::getItemPath(Item& item) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "looking for item [%x] name %s in %x", shownAddress(&item), nameOf(item).c_str(),
                   shownAddress(this));
-    const std::string path = findPath(item, std::string());
+    const std::string path = doGetItemPath(item, std::string());
     TRACE_MESSAGE(MSG_DEBUG, "item path is %s", path.c_str());
     return path;
 }
 
 std::string Dictionary::doGetItemPath(Item& item, const std::string& prefix) const {
     TRACE_METHOD();
-    return findPath(item, prefix);
-}
-
-std::string Dictionary::findPath(Item& item, const std::string& prefix) const {
     if (Item* const namesake = child(nameOf(item)))
         return item.equals(*namesake) ? prefix + nameOf(item) : std::string();
     std::string path;
@@ -359,21 +342,10 @@ void Dictionary::removeEverywhere(Item& item) {
 // ---- Trace text
 
 std::string Dictionary::toString(const std::string& indent) {
-    std::string text;
-    std::string lineStart = indent;
-    toString(lineStart, text);
-    return text;
-}
-
-void Dictionary::toString(std::string& indent, std::string& text) const {
     TRACE_METHOD();
-    text.append(indent).append("Dictionary [").append(addressText(this)).append("] '").append(nameOf(*this));
-    text.append("' items :"); // no line break: traces are read by this form
-    indent += '\t';
+    // No line break: traces are read by this form.
+    std::string text = indent + "Dictionary [" + addressText(this) + "] '" + nameOf(*this) + "' items :";
     for (const auto& entry : m_children)
-        if (const Dictionary* const dictionary = asPlain(*entry.second))
-            dictionary->toString(indent, text);
-        else
-            text += entry.second->toString(indent);
-    indent.pop_back();
+        text += entry.second->toString(indent + '\t');
+    return text;
 }

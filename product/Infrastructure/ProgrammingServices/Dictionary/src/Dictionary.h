@@ -157,10 +157,7 @@ protected:
     // What the operations of the same name do here, over parts of a path and over one text, without copies.
     // Not private, so that a subclass can write `using Dictionary::getItem`.
     Item* getItem(Path path) const;
-    bool contains(Path path) const;
-    void setItem(Path path, Item& item);
     void marshall(std::string& indent, kf::detail::TextBuffer& text) const;
-    void toString(std::string& indent, std::string& text) const;
     void unMarshall(kf::detail::PropertyListReader& reader);
 
 private:
@@ -173,8 +170,7 @@ private:
         return asPlain(*this) != nullptr;
     }
 
-    // An item's virtual operation, or the quick way to the same.
-    static bool askWhetherContains(Item& item, Path path);
+    /// item.marshall(), or the quick way to the same.
     static void askToMarshall(Item& item, std::string& indent, kf::detail::TextBuffer& text);
 
     /// The child under the key, or null where this dictionary says that it has no such key.
@@ -187,7 +183,6 @@ private:
     void doFindValues(const std::string& key, std::list<const char*>& values) const;
     void doFindItems(const std::string& key, std::list<Item*>& items);
     std::string doGetItemPath(Item& item, const std::string& prefix) const;
-    std::string findPath(Item& item, const std::string& prefix) const;
     void doRemoveItem(Path path);
     void removeEverywhere(Item& item);
     struct Addition {

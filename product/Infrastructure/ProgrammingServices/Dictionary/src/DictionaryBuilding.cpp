@@ -25,19 +25,16 @@ void Dictionary::place(Children& children, std::string_view key, std::unique_ptr
 }
 
 void Dictionary::setItem(const std::string& path, Item& item) {
-    setItem(Path{path}, item);
-}
-
-void Dictionary::setItem(Path path, Item& item) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "Adding on [%x] %s for path %s item %s", kf::detail::shownAddress(this),
-                  nameOf(*this).c_str(), std::string(path.text).c_str(), item.toString("").c_str());
-    if (std::count(path.text.begin(), path.text.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level) {
-        TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", std::string(path.text).c_str());
+                  nameOf(*this).c_str(), path.c_str(), item.toString("").c_str());
+    if (std::count(path.begin(), path.end(), SEPARATOR) > MAXIMUM_DEPTH - m_level) {
+        TRACE_MESSAGE(MSG_ERROR, "Path %s is too deep", path.c_str());
         return;
     }
-    const std::string head(path.head());
-    if (path.isKey()) {
+    const Path parts(path);
+    const std::string head(parts.head());
+    if (parts.isKey()) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", head.c_str(), item.toString("").c_str());
         // Copied before the old item goes: the old one may be the item, or hold it.
         store(head, std::unique_ptr<Item>(item.clone()));
@@ -53,7 +50,7 @@ void Dictionary::setItem(Path path, Item& item) {
     }
     // A leaf in the way stays: the new item is dropped.
     if (Dictionary* const dictionary = next->getAsDictionary())
-        dictionary->setItem(path.rest(), item);
+        dictionary->setItem(std::string(parts.rest().text), item);
 }
 
 template <typename Leaf, typename Value>
@@ -63,7 +60,7 @@ void Dictionary::addLeaf(const std::string& path, const Value& value) {
         store(path, std::make_unique<Leaf>(path, value));
     } else {
         Leaf leaf(path.substr(split + 1), value);
-        setItem(Path{path}, leaf);
+        setItem(path, leaf);
     }
 }
 
