@@ -1,12 +1,14 @@
 #include "NewFile.h"
 
 #include "Tool.h"
+#include "detail/FileDescriptor.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace Zevo {
 namespace {
@@ -28,34 +30,19 @@ NewFile::NewFile(std::string path) : m_path(std::move(path)) {
 }
 
 NewFile::~NewFile() {
-    if (m_file < 0)
-        return;
-    close(m_file);
-    unlink(m_path.c_str());
+    if (m_file >= 0)
+        close(m_file);
 }
 
 void NewFile::write(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(m_file, text.data(), text.size());
-        if (written >= 0)
-            text.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno != EINTR)
-            complain(m_path);
-    }
+    if (kf::detail::writeFully(m_file, text) != text.size())
+        complain(m_path);
 }
 
 void NewFile::keep() {
-    const int file = m_file;
-    m_file = -1;
-    const bool isWhole = close(file) == 0;
-    const int reason = errno;
-    if (!isWhole)
-        unlink(m_path.c_str());
-    m_unfinished.reset();
-    if (isWhole)
-        return;
-    errno = reason;
-    complain(m_path);
+    if (close(std::exchange(m_file, -1)) != 0)
+        complain(m_path);
+    m_unfinished->keep();
 }
 
 } // namespace Zevo

@@ -23,7 +23,7 @@ public:
     int descriptor() const { return m_file; }
     /// Throws std::runtime_error when not all of it could be written.
     void write(std::string_view text);
-    /// The file is whole; nothing is written to it behind that. Throws std::runtime_error, and removes it, when the
+    /// The file is whole; nothing is written to it behind that. Throws std::runtime_error, and does not keep it, when the
     /// system has lost something of it.
     void keep();
 

@@ -44,19 +44,28 @@ void handleUnlessIgnored(int signal) {
 
 } // namespace
 
-UnfinishedFile::UnfinishedFile(std::string path) : m_path(std::move(path)) {
+UnfinishedFile::UnfinishedFile(std::string path, pid_t writer) : m_path(std::move(path)) {
+    writerOfIt = writer;
     unfinishedPath = m_path.c_str();
     for (const int signal : INTERRUPTIONS)
         handleUnlessIgnored(signal);
 }
 
 UnfinishedFile::~UnfinishedFile() {
+    hasNoWriter();
+    if (m_isKept)
+        return;
+    unlink(m_path.c_str());
     unfinishedPath = nullptr;
+}
+
+void UnfinishedFile::hasNoWriter() {
     writerOfIt = 0;
 }
 
-void UnfinishedFile::isWrittenBy(pid_t writer) {
-    writerOfIt = writer;
+void UnfinishedFile::keep() {
+    unfinishedPath = nullptr;
+    m_isKept = true;
 }
 
 HeldInterruptions::HeldInterruptions() {

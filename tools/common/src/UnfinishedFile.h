@@ -6,23 +6,26 @@
 
 namespace Zevo {
 
-/// A file that is being written. Where Ctrl-C or a request to terminate ends the program meanwhile, it is removed first, as
-/// nobody could tell it from a whole one. A program has one at a time.
+/// A file that is being written, and is removed unless keep() is called, as nobody could tell it from a whole one: at the
+/// end of this object, and where Ctrl-C or a request to terminate ends the program. A program has one at a time.
 class UnfinishedFile {
 public:
-    /// From here on; the file need not be there yet.
-    explicit UnfinishedFile(std::string path);
+    /// From here on; the file need not be there yet. `writer` is a child that writes it, and is ended before Ctrl-C removes it;
+    /// 0 for none.
+    explicit UnfinishedFile(std::string path, pid_t writer = 0);
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-    /// It is whole, or was removed.
+    /// Removes the file, unless it was kept. The writer has ended before that.
     ~UnfinishedFile();
 
-    /// A child that writes it, and is ended before it is removed; 0 when there is none any more, said before anybody waits
-    /// for its end.
-    void isWrittenBy(pid_t writer);
+    /// The writer has ended; to be said before its process number may be another's.
+    void hasNoWriter();
+    /// The file is whole, or has got another name.
+    void keep();
 
 private:
     std::string m_path;
+    bool m_isKept = false;
 };
 
 /// Holds Ctrl-C and requests to terminate back, for the moment between making a file and knowing of it.

@@ -29,10 +29,13 @@ std::string writerScript() {
     return script;
 }
 
+[[noreturn]] void complain(const std::string& path) {
+    throw std::runtime_error(path + " is not written");
+}
+
 } // namespace
 
-ParquetFile::ParquetFile(const std::string& path)
-    : m_path(path), m_unfinishedPath(path + ".part"), m_unfinished(m_unfinishedPath) {
+ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPath(path + ".part") {
     if (access(path.c_str(), F_OK) == 0)
         throw UsageError(path + " is there already; give another file");
     std::string words[] = {"node", writerScript(), "parquet", m_unfinishedPath};
@@ -69,7 +72,7 @@ int ParquetFile::start(const char* program, const posix_spawn_file_actions_t& ac
     const int failure = posix_spawnp(&m_writer, program, &actions, &attributes, arguments, environ);
     posix_spawnattr_destroy(&attributes);
     if (failure == 0)
-        m_unfinished.isWrittenBy(m_writer);
+        m_unfinished.emplace(m_unfinishedPath, m_writer);
     return failure;
 }
 
@@ -80,7 +83,6 @@ ParquetFile::~ParquetFile() {
         return;
     kill(m_writer, SIGKILL);
     waitForWriter();
-    unlink(m_unfinishedPath.c_str());
 }
 
 int ParquetFile::waitForWriter() {
@@ -88,7 +90,7 @@ int ParquetFile::waitForWriter() {
     siginfo_t end;
     while (waitid(P_PID, static_cast<id_t>(m_writer), &end, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
     }
-    m_unfinished.isWrittenBy(0);
+    m_unfinished->hasNoWriter();
     int status = 0;
     while (waitpid(m_writer, &status, 0) < 0 && errno == EINTR) {
     }
@@ -96,25 +98,20 @@ int ParquetFile::waitForWriter() {
     return status;
 }
 
-void ParquetFile::complain() {
-    unlink(m_unfinishedPath.c_str());
-    throw std::runtime_error(m_path + " is not written");
-}
-
 void ParquetFile::write(std::string_view jsonLines) {
     if (kf::detail::writeFully(m_input, jsonLines) == jsonLines.size())
         return;
     waitForWriter(); // its own words come first
-    complain();
+    complain(m_path);
 }
 
 void ParquetFile::finish() {
     close(m_input);
     m_input = -1;
     const int status = waitForWriter();
-    if (status == 0 && std::rename(m_unfinishedPath.c_str(), m_path.c_str()) == 0)
-        return;
-    complain();
+    if (status != 0 || std::rename(m_unfinishedPath.c_str(), m_path.c_str()) != 0)
+        complain(m_path);
+    m_unfinished->keep();
 }
 
 } // namespace Zevo

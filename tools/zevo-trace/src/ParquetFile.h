@@ -2,6 +2,7 @@
 
 #include "UnfinishedFile.h"
 
+#include <optional>
 #include <spawn.h>
 #include <string>
 #include <string_view>
@@ -28,13 +29,12 @@ public:
     void finish();
 
 private:
-    [[noreturn]] void complain();
     int start(const char* program, const posix_spawn_file_actions_t& actions, char* const* arguments);
     int waitForWriter();
 
     std::string m_path;
     std::string m_unfinishedPath;
-    UnfinishedFile m_unfinished;
+    std::optional<UnfinishedFile> m_unfinished; // while the writer runs, and until the file has its name
     pid_t m_writer = -1;
     int m_input = -1; // of the writer
 };

@@ -83,6 +83,16 @@ TEST_F(NewFileTest, ASignalThatIsIgnoredChangesNothing) {
     EXPECT_EQ("half, whole", text());
 }
 
+TEST_F(NewFileTest, AFileOfWhichTheSystemHasLostSomethingIsNotKept) {
+    {
+        NewFile file(m_path);
+        file.write("something");
+        close(file.descriptor());
+        EXPECT_THROW(file.keep(), std::runtime_error);
+    }
+    EXPECT_FALSE(isThere());
+}
+
 TEST_F(NewFileTest, WhatWasKeptStays) {
     EXPECT_EQ(SIGINT, WTERMSIG(endOfChild(
                           SIGINT, [] {}, true)));
