@@ -6,7 +6,6 @@
 class KFConfigurationReaderException : public KFException {
 public:
     using KFException::KFException;
-    ~KFConfigurationReaderException() noexcept override;
 
     /// As in the base, in this branch's own words: "Configuration File Manager Exception : X on file F at
     /// line 7".

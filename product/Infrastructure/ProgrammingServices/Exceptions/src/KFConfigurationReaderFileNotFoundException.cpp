@@ -3,5 +3,3 @@
 KFConfigurationReaderFileNotFoundException::KFConfigurationReaderFileNotFoundException(const char* fileName,
                                                                                        int line)
     : KFConfigurationReaderException("CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND", fileName, line) {}
-
-KFConfigurationReaderFileNotFoundException::~KFConfigurationReaderFileNotFoundException() noexcept = default;

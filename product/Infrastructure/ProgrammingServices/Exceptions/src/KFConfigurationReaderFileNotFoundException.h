@@ -8,5 +8,4 @@ class KFConfigurationReaderFileNotFoundException : public KFConfigurationReaderE
 public:
     /// @param fileName the throwing source's stable path; @param line its stable line number
     KFConfigurationReaderFileNotFoundException(const char* fileName, int line);
-    ~KFConfigurationReaderFileNotFoundException() noexcept override;
 };

@@ -6,5 +6,4 @@
 class KFDictionaryException : public KFException {
 public:
     using KFException::KFException;
-    ~KFDictionaryException() noexcept override;
 };

@@ -6,5 +6,4 @@
 class KFDictionaryFileException : public KFDictionaryException {
 public:
     using KFDictionaryException::KFDictionaryException;
-    ~KFDictionaryFileException() noexcept override;
 };

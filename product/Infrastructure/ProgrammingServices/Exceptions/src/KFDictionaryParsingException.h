@@ -6,5 +6,4 @@
 class KFDictionaryParsingException : public KFDictionaryException {
 public:
     using KFDictionaryException::KFDictionaryException;
-    ~KFDictionaryParsingException() noexcept override;
 };

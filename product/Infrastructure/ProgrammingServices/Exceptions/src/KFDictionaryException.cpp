@@ -1,3 +1,0 @@
-#include "KFDictionaryException.h"
-
-KFDictionaryException::~KFDictionaryException() noexcept = default;

@@ -1,3 +1,0 @@
-#include "KFDictionaryFileException.h"
-
-KFDictionaryFileException::~KFDictionaryFileException() noexcept = default;

@@ -1,3 +1,0 @@
-#include "KFDictionaryParsingException.h"
-
-KFDictionaryParsingException::~KFDictionaryParsingException() noexcept = default;
