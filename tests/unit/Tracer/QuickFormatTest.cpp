@@ -53,43 +53,22 @@ TEST(QuickFormat, WritesTextsAndPercentSigns) {
     expectSame("%s", "");
     expectSame("plain%s", "");
     expectSame("device %s arrived, attempt %d of %d, %.3f s", "USB#Vid_12d1&Pid_1001", 1, 10, 1.234);
-    expectSame("%s%s 100%% %c", "a", "b", 'c');
+    expectSame("%s%s 100%%", "a", "b");
 }
 
-TEST(QuickFormat, WritesIntegersOfEveryLength) {
-    for (const int value : {0, 1, -1, 9, 10, INT_MAX, INT_MIN}) {
-        expectSame("%d|%i", value, value);
-        expectSame("%u|%x|%X", static_cast<unsigned>(value), static_cast<unsigned>(value),
-                   static_cast<unsigned>(value));
+TEST(QuickFormat, WritesIntegers) {
+    for (const int value : {0, 1, -1, 9, 10, 99, 100, INT_MAX, INT_MIN}) {
+        expectSame("%d", value);
+        expectSame("%u", static_cast<unsigned>(value));
     }
-    expectSame("%ld|%lu|%lx", LONG_MIN, ULONG_MAX, ULONG_MAX);
-    expectSame("%lld|%llu|%llX", LLONG_MIN, ULLONG_MAX, ULLONG_MAX);
-    expectSame("%zu|%zx|%zd", SIZE_MAX, SIZE_MAX, static_cast<std::ptrdiff_t>(PTRDIFF_MIN));
-}
-
-TEST(QuickFormat, PadsIntegers) {
-    for (const int value : {0, 7, -7, 12345, -12345}) {
-        expectSame("[%5d][%-5d][%05d][%-05d][%2d][%0d]", value, value, value, value, value, value);
-        expectSame("[%4x][%-8X][%08x]", static_cast<unsigned>(value), static_cast<unsigned>(value),
-                   static_cast<unsigned>(value));
-    }
-    expectSame("%100d", 1);
 }
 
 TEST(QuickFormat, RoundsDecimalsAsPrintfDoes) {
-    for (const double value : {0.0,           -0.0,
-                               0.5,           1.5,
-                               2.5,           -2.5,
-                               0.05,          0.25,
-                               0.125,         0.375,
-                               0.0625,        0.0005,
-                               0.00048828125, 0.0009765625,
-                               0.0004999,     9.9995,
-                               999.9995,      1e-300,
-                               DBL_MIN,       5e-324,
-                               1.234,         4503599627370495.5,
-                               -1234567.8905}) {
-        expectSame("%.0f %.1f %.2f %.3f", value, value, value, value);
+    for (const double value :
+         {0.0,      -0.0,   0.5,     1.5,    2.5,           -2.5,          0.05,           0.25,
+          0.125,    0.375,  0.0625,  0.0005, 0.00048828125, 0.0009765625,  0.0004999,      9.9995,
+          999.9995, 1e-300, DBL_MIN, 5e-324, 1.234,         -1234567.8905, 4294967295.9994}) {
+        expectSame("%.3f", value);
     }
 }
 
@@ -97,22 +76,22 @@ TEST(QuickFormat, AgreesWithPrintfOnRandomNumbers) {
     std::mt19937_64 random(20260101);
     for (int i = 0; i < 200000; ++i) {
         const std::uint64_t bits = random();
-        // Exponents around 1, where rounding matters.
-        const double value = std::ldexp(static_cast<double>(bits >> 11), -2 - static_cast<int>(bits % 115));
-        expectSame(i % 2 == 0 ? "%.3f" : "%.2f", value);
-        // Halves: a few binary digits behind the point, so that ties are met.
-        expectSame("%.1f %.0f", static_cast<double>(bits % 100000) / 16,
-                   static_cast<double>(bits % 100000) / 8);
-        expectSame("%lld %llx", static_cast<long long>(bits), static_cast<unsigned long long>(bits));
+        // Exponents around 1, where rounding matters, up to those of 2^32.
+        expectSame("%.3f", std::ldexp(static_cast<double>(bits >> 11), -21 - static_cast<int>(bits % 96)));
+        // Sixteenths of thousandths, so that ties are met.
+        expectSame("%.3f", static_cast<double>(bits % 100000) / 16);
+        expectSame("%d %u", static_cast<int>(bits), static_cast<unsigned>(bits));
         if (testing::Test::HasFailure())
             break;
     }
 }
 
 TEST(QuickFormat, LeavesToPrintfWhatItDoesNotKnow) {
+    EXPECT_EQ(REFUSED, quickly(100, "%c", 'a'));
     EXPECT_EQ(REFUSED, quickly(100, "%5s", "a"));
     EXPECT_EQ(REFUSED, quickly(100, "%.2s", "abc"));
     EXPECT_EQ(REFUSED, quickly(100, "%f", 1.0));
+    EXPECT_EQ(REFUSED, quickly(100, "%.2f", 1.0));
     EXPECT_EQ(REFUSED, quickly(100, "%.4f", 1.0));
     EXPECT_EQ(REFUSED, quickly(100, "%8.3f", 1.0));
     EXPECT_EQ(REFUSED, quickly(100, "%g", 1.0));
@@ -121,8 +100,12 @@ TEST(QuickFormat, LeavesToPrintfWhatItDoesNotKnow) {
     EXPECT_EQ(REFUSED, quickly(100, "%*d", 5, 1));
     EXPECT_EQ(REFUSED, quickly(100, "%p", static_cast<void*>(nullptr)));
     EXPECT_EQ(REFUSED, quickly(100, "%hd", 1));
-    EXPECT_EQ(REFUSED, quickly(1000, "%101d", 1));
-    EXPECT_EQ(REFUSED, quickly(1000, "%999999999999d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "%ld", 1L));
+    EXPECT_EQ(REFUSED, quickly(100, "%x", 1U));
+    EXPECT_EQ(REFUSED, quickly(100, "%5d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "%-5d", 1));
+    EXPECT_EQ(REFUSED, quickly(100, "at the end %."));
+    EXPECT_EQ(REFUSED, quickly(100, "at the end %.3"));
     EXPECT_EQ(REFUSED, quickly(100, "at the end %"));
     EXPECT_EQ(REFUSED, quickly(100, "%s", static_cast<const char*>(nullptr)));
 }
@@ -147,7 +130,7 @@ TEST(QuickFormat, LeavesTheLongestFormatsToPrintf) {
 
 TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
     for (const double value :
-         {4503599627370496.0, 1e300, std::numeric_limits<double>::infinity(),
+         {4294967296.0, -4294967296.0, 4503599627370496.0, 1e300, std::numeric_limits<double>::infinity(),
           -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
         EXPECT_EQ(REFUSED, quickly(100, "%.3f", value));
     }
@@ -158,8 +141,7 @@ TEST(QuickFormat, LeavesWhatDoesNotFitToPrintf) {
     EXPECT_EQ(REFUSED, quickly(3, "%s", "abc"));
     EXPECT_EQ(REFUSED, quickly(3, "abc"));
     EXPECT_EQ(REFUSED, quickly(4, "abc%d", 1));
-    EXPECT_EQ(REFUSED, quickly(6, "%5d%s", 1, "a"));
-    EXPECT_EQ(REFUSED, quickly(1, "%c", 'a'));
+    EXPECT_EQ(REFUSED, quickly(6, "12345%s", "a"));
 }
 
 } // namespace

@@ -10,24 +10,16 @@ constexpr char CUT_MARK[] = " ...";
 } // namespace
 
 MessageText::MessageText(const char* format, std::va_list arguments) {
-    std::va_list copy;
-    va_copy(copy, arguments);
-    if (!formatQuickly(QuickFormat(format), format, copy))
-        formatSlowly(format, arguments);
-    va_end(copy);
+    formatSlowly(format, arguments);
 }
 
 MessageText::MessageText(const QuickFormat& quick, const char* format, std::va_list arguments,
                          std::va_list again) {
-    if (!formatQuickly(quick, format, arguments))
-        formatSlowly(format, again);
-}
-
-bool MessageText::formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments) {
     const int length = quick.write(m_short, STACK_LIMIT, format, arguments);
     if (length >= 0)
         m_length = static_cast<std::size_t>(length);
-    return length >= 0;
+    else
+        formatSlowly(format, again);
 }
 
 void MessageText::formatSlowly(const char* format, std::va_list arguments) {

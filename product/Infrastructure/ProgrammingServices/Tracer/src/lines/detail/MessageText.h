@@ -31,8 +31,6 @@ public:
     std::string_view view() const { return {m_long != nullptr ? m_long.get() : m_short, m_length}; }
 
 private:
-    bool formatQuickly(const QuickFormat& quick, const char* format, std::va_list arguments)
-        KF_PRINTF_LIKE(3, 0);
     void formatSlowly(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
 
     static constexpr int STACK_LIMIT = 2048;

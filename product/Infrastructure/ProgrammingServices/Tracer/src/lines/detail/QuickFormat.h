@@ -8,48 +8,15 @@
 
 namespace kf::detail {
 
-/// Formats what log and trace lines mostly hold (texts, integers, seconds with a few decimals) as vsnprintf
-/// does, byte for byte, in a fraction of its time. The constructor parses the format; LOG_MESSAGE has it do so at
-/// compile time.
+/// Formats what log lines mostly hold (texts, integers, seconds with three decimals) as vsnprintf does, byte for byte, in a
+/// fraction of its time: the log-line rows need it. LOG_MESSAGE has the constructor parse the format at compile time.
 ///
-/// It knows %%, %c, %s, %d, %i, %u, %x and %X, with the lengths l, ll and z, a width and the flags
-/// "-" and "0" on integers, and %.0f to %.3f of ordinary size where the locale's decimal point is a point.
-/// Everything else is left to the caller's vsnprintf, a message as a whole: so all of its numbers have the
-/// decimal point of the program's locale.
+/// It knows %%, %s, %d, %u, and %.3f of ordinary size where the locale's decimal point is a point. Everything else is left to
+/// the caller's vsnprintf, a message as a whole: so all of its numbers have the decimal point of the program's locale.
 ///
 /// Thread: any.
 class QuickFormat {
 public:
-    enum class Kind : std::uint8_t {
-        Unknown,
-        End,
-        PercentSign,
-        Text,
-        PlainInt, // without width and flags
-        Int,      // the signed and the unsigned ones in the order of Length
-        Long,
-        LongLong,
-        PointerDifference,
-        UnsignedInt,
-        UnsignedLong,
-        UnsignedLongLong,
-        UnsignedSize,
-        Character,
-        Decimals
-    };
-
-    /// Some text of the format as it stands, and the conversion behind it.
-    struct Piece {
-        std::uint16_t text = 0; // where it begins in the format
-        std::uint16_t length = 0;
-        Kind kind = Kind::Unknown;
-        char type = '\0';
-        bool left = false;
-        bool zeros = false;
-        std::uint8_t width = 0;
-        std::uint8_t precision = 0;
-    };
-
     /// The format itself is not kept: write() gets it again.
     constexpr explicit QuickFormat(const char* format) {
         const char* at = format;
@@ -68,12 +35,9 @@ public:
                 return;
             }
             ++at;
-            if (isPercentSign) {
-                piece.kind = Kind::PercentSign;
-                ++at;
-            } else if (!readConversion(at, piece)) {
+            piece.kind = readConversion(at);
+            if (piece.kind == Kind::Unknown)
                 break;
-            }
         }
         m_pieces[0].kind = Kind::Unknown;
     }
@@ -89,77 +53,37 @@ public:
         KF_PRINTF_LIKE(4, 0);
 
 private:
-    static constexpr int MAXIMUM_WIDTH = 100;
-    static constexpr std::size_t MAXIMUM_PIECES = 12;
+    enum class Kind : std::uint8_t { Unknown, End, PercentSign, Text, Integer, UnsignedInteger, Thousandths };
 
-    static constexpr int readNumber(const char*& at) {
-        int number = 0;
-        while (*at >= '0' && *at <= '9' && number <= MAXIMUM_WIDTH)
-            number = 10 * number + (*at++ - '0');
-        return number;
-    }
+    /// Some text of the format as it stands, and the conversion behind it.
+    struct Piece {
+        std::uint16_t text = 0; // where it begins in the format
+        std::uint16_t length = 0;
+        Kind kind = Kind::Unknown;
+    };
 
-    enum class Length { None, L, LL, Z };
-
-    static constexpr Length readLength(const char*& at) {
-        if (*at == 'z') {
-            ++at;
-            return Length::Z;
-        }
-        if (*at != 'l')
-            return Length::None;
-        ++at;
-        if (*at != 'l')
-            return Length::L;
-        ++at;
-        return Length::LL;
-    }
-
-    static constexpr Kind withLength(Kind kind, Length length) {
-        return static_cast<Kind>(static_cast<int>(kind) + static_cast<int>(length));
-    }
-
-    /// Reads what stands behind a "%". False when it is left to vsnprintf.
-    static constexpr bool readConversion(const char*& at, Piece& piece) {
-        for (; *at == '-' || *at == '0'; ++at)
-            (*at == '-' ? piece.left : piece.zeros) = true;
-        const int width = readNumber(at);
-        int precision = -1;
-        if (*at == '.') {
-            ++at;
-            precision = readNumber(at);
-        }
-        const Length argument = readLength(at);
-        piece.type = *at;
-        if (*at == '\0' || width > MAXIMUM_WIDTH)
-            return false;
-        ++at;
-        piece.width = static_cast<std::uint8_t>(width);
-        const bool plain = argument == Length::None && width == 0 && !piece.left && !piece.zeros;
-        switch (piece.type) {
-        case 'd':
-        case 'i':
-            piece.kind = plain ? Kind::PlainInt : withLength(Kind::Int, argument);
-            return precision < 0;
-        case 'u':
-        case 'x':
-        case 'X':
-            piece.kind = withLength(Kind::UnsignedInt, argument);
-            return precision < 0;
+    /// Reads what stands behind a "%".
+    static constexpr Kind readConversion(const char*& at) {
+        switch (*at++) {
+        case '%':
+            return Kind::PercentSign;
         case 's':
-            piece.kind = Kind::Text;
-            return plain && precision < 0;
-        case 'c':
-            piece.kind = Kind::Character;
-            return plain && precision < 0;
-        case 'f':
-            piece.kind = Kind::Decimals;
-            piece.precision = static_cast<std::uint8_t>(precision);
-            return plain && precision >= 0 && precision <= 3;
+            return Kind::Text;
+        case 'd':
+            return Kind::Integer;
+        case 'u':
+            return Kind::UnsignedInteger;
+        case '.':
+            if (at[0] != '3' || at[1] != 'f')
+                return Kind::Unknown;
+            at += 2;
+            return Kind::Thousandths;
         default:
-            return false;
+            return Kind::Unknown;
         }
     }
+
+    static constexpr std::size_t MAXIMUM_PIECES = 12;
 
     Piece m_pieces[MAXIMUM_PIECES];
 };
