@@ -3,10 +3,30 @@
 #include <algorithm>
 #include <cstdint>
 
+#if defined(__i386__) || defined(__x86_64__)
+#include <x86intrin.h>
+#endif
+
 namespace kf::detail {
 
+/// The processor's time-stamp counter: constant rate, read in less than half the time of the clock. The rate is unknown,
+/// the read is not ordered with the instructions around it, and cores may differ. MillisecondWatch copes with all of
+/// that; do not use it elsewhere.
+inline std::uint64_t processorTicks() {
+#if defined(__i386__) || defined(__x86_64__)
+    return __rdtsc();
+#elif defined(__aarch64__) || defined(__arm64__)
+    std::uint64_t ticks = 0;
+    __asm__ __volatile__("mrs %0, cntvct_el0" : "=r"(ticks));
+    return ticks;
+#else
+    return 0;
+#endif
+}
+
 /// Tells most lines that the wall clock still shows the millisecond that it showed at the last look, by the
-/// ticks of a counter that is cheaper to read: the clock itself would take a quarter of a log line's time.
+/// ticks of a counter that is cheaper to read. Without it, every line reads the clock, and the log-line-latency row (median,
+/// one thread) takes 0.43 of spdlog's time instead of 0.25, where a third is the most.
 ///
 /// How fast the counter runs is measured from look to look, and the smaller of the last two rates is
 /// believed: a clock that was set back, or a counter that jumped ahead, makes one too high. Whatever is in

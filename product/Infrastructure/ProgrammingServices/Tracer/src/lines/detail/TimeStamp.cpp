@@ -40,26 +40,21 @@ void TimeStamp::keepTimeZone() {
     isTimeZoneKept = true;
 }
 
-bool TimeStamp::lookAtClock(std::uint64_t ticks) {
+bool TimeStamp::look(std::uint64_t ticks) {
     timeval now;
     gettimeofday(&now, nullptr);
     m_watch.look(ticks, processorTicks(), now.tv_sec * std::int64_t{1000000} + now.tv_usec);
-    const unsigned int milliseconds = static_cast<unsigned int>(now.tv_usec) / 1000;
-    if (now.tv_sec == m_second && milliseconds == m_millisecond)
+    const unsigned int ofSecond = static_cast<unsigned int>(now.tv_usec) / 1000;
+    const std::int64_t milliseconds = now.tv_sec * std::int64_t{1000} + ofSecond;
+    if (milliseconds == m_milliseconds)
         return true;
     if (now.tv_sec != m_second)
         beginSecond(now.tv_sec);
-    if (milliseconds != m_millisecond)
-        beginMillisecond(milliseconds);
-    m_milliseconds = now.tv_sec * std::int64_t{1000} + milliseconds;
+    m_text[10] = static_cast<char>('0' + ofSecond / 100);
+    m_text[11] = static_cast<char>('0' + ofSecond / 10 % 10);
+    m_text[12] = static_cast<char>('0' + ofSecond % 10);
+    m_milliseconds = milliseconds;
     return false;
-}
-
-void TimeStamp::beginMillisecond(unsigned int milliseconds) {
-    m_text[10] = static_cast<char>('0' + milliseconds / 100);
-    m_text[11] = static_cast<char>('0' + milliseconds / 10 % 10);
-    m_text[12] = static_cast<char>('0' + milliseconds % 10);
-    m_millisecond = milliseconds;
 }
 
 void TimeStamp::beginSecond(std::time_t second) {
@@ -69,7 +64,6 @@ void TimeStamp::beginSecond(std::time_t second) {
                   local.tm_sec % 100);
     m_text[LENGTH - 1] = ']';
     m_second = second;
-    m_millisecond = NO_MILLISECOND; // its digits are gone
 }
 
 } // namespace kf::detail

@@ -2,9 +2,9 @@
 
 #include "detail/LineWriter.h"
 #include "detail/MillisecondWatch.h"
-#include "detail/ProcessorTicks.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <string_view>
 
@@ -18,13 +18,14 @@ class TimeStamp {
 public:
     static constexpr std::size_t LENGTH = 14;
 
-    /// Takes the current time. Returns whether it still is what was taken last.
+    /// Takes the current time. Returns whether it still is the millisecond that was taken last.
     bool take() {
         const std::uint64_t ticks = processorTicks();
-        return m_watch.isSameMillisecond(ticks) || lookAtClock(ticks);
+        return m_watch.isSameMillisecond(ticks) || look(ticks);
     }
     /// As take(), but always reads the clock.
-    bool look() { return lookAtClock(processorTicks()); }
+    /// @param ticks  of the processor, read just now
+    bool look(std::uint64_t ticks = processorTicks());
     /// The time that was taken, in milliseconds since 1970.
     std::int64_t milliseconds() const { return m_milliseconds; }
     /// The time that was taken, without a blank behind it: LENGTH bytes.
@@ -41,16 +42,11 @@ public:
     }
 
 private:
-    bool lookAtClock(std::uint64_t ticks);
     void beginSecond(std::time_t second);
-    void beginMillisecond(unsigned int milliseconds);
-
-    static constexpr unsigned int NO_MILLISECOND = 1000;
 
     MillisecondWatch m_watch;
-    std::int64_t m_milliseconds = 0;
+    std::int64_t m_milliseconds = -1;
     std::time_t m_second = -1;
-    unsigned int m_millisecond = NO_MILLISECOND;
     char m_text[LENGTH + 1] = ""; // "[hh:mm:ss-mmm]"
 };
 
