@@ -9,6 +9,7 @@
 #include "detail/KFLock.h"
 #include "detail/LatestMillisecond.h"
 #include "detail/LineWriter.h"
+#include "detail/MessageTags.h"
 #include "detail/MessageText.h"
 #include "detail/TimeStamp.h"
 
@@ -62,29 +63,8 @@ LineQueue::Slot reserveInOrder(bool printTime, const Reserve& reserve) {
     return slot;
 }
 
-std::string_view tagOf(LoggerMsgType type) {
-    switch (type) {
-    case MSG_DEBUG:
-        return "[DEBUG  ] ";
-    case MSG_ERROR:
-        return "[ERROR  ] ";
-    case MSG_WARNING:
-        return "[WARNING] ";
-    case MSG_LEVEL_0:
-        return "[LEVEL_0] ";
-    case MSG_LEVEL_1:
-        return "[LEVEL_1] ";
-    case MSG_LEVEL_2:
-        return "[LEVEL_2] ";
-    case MSG_LEVEL_3:
-        return "[LEVEL_3] ";
-    case MSG_LEVEL_4:
-        return "[LEVEL_4] ";
-    case MSG_LEVEL_5:
-        return "[LEVEL_5] ";
-    }
-    return "";
-}
+constexpr MessageTags TAGS = {"[DEBUG  ] ", "[ERROR  ] ", "[WARNING] ", "[LEVEL_0] ", "[LEVEL_1] ",
+                              "[LEVEL_2] ", "[LEVEL_3] ", "[LEVEL_4] ", "[LEVEL_5] "};
 
 } // namespace
 
@@ -221,7 +201,7 @@ void Logger::PrintMsg(LoggerMsgType type, const QuickFormat& quick, const char* 
 
 void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     const bool printTime = m_printTime.load(std::memory_order_relaxed);
-    const std::string_view tag = tagOf(type);
+    const std::string_view tag = tagOf(type, TAGS);
     const std::size_t length = (printTime ? TimeStamp::LENGTH : 0) + tag.size() + text.view().size() + 1;
     const auto put = [&](char* place) {
         LineWriter line(place);

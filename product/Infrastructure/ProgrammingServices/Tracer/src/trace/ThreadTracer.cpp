@@ -1,12 +1,12 @@
 #include "ThreadTracer.h"
 
+#include "detail/MessageTags.h"
 #include "detail/MessageText.h"
 #include "detail/ShownAddress.h"
 #include "detail/ThreadId.h"
 #include "detail/TracerLines.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
 
 using namespace kf::detail;
@@ -41,39 +41,13 @@ void putThreadColumn(LineWriter& line, std::string_view threadName) {
     line.put(']');
 }
 
-std::uint64_t newNumber() {
-    static std::atomic<std::uint64_t> last{0};
-    return ++last;
-}
-
-std::string_view tagOf(TraceMsgType type) {
-    switch (type) {
-    case MSG_DEBUG:
-        return ">> [D] ";
-    case MSG_ERROR:
-        return ">> [E] ";
-    case MSG_WARNING:
-        return ">> [W] ";
-    case MSG_LEVEL_0:
-        return ">> [0] ";
-    case MSG_LEVEL_1:
-        return ">> [1] ";
-    case MSG_LEVEL_2:
-        return ">> [2] ";
-    case MSG_LEVEL_3:
-        return ">> [3] ";
-    case MSG_LEVEL_4:
-        return ">> [4] ";
-    case MSG_LEVEL_5:
-        return ">> [5] ";
-    }
-    return "";
-}
+constexpr MessageTags TAGS = {">> [D] ", ">> [E] ", ">> [W] ", ">> [0] ", ">> [1] ",
+                              ">> [2] ", ">> [3] ", ">> [4] ", ">> [5] "};
 
 } // namespace
 
 ThreadTracer::ThreadTracer(Tracer& tracer, std::string_view threadName)
-    : m_tracer(tracer), m_number(newNumber()) {
+    : m_tracer(tracer), m_number(newUniqueNumber()) {
     m_threadName.reserve(NAME_WIDTH);
     m_threadColumn.reserve(threadColumnLimit(""));
     m_callStack.grow();
@@ -132,7 +106,7 @@ void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
 // The caller has formatted the text, so the lock is not held for that.
 void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
     const Tracer::Lock lock(m_tracer);
-    const std::string_view tag = tagOf(type);
+    const std::string_view tag = tagOf(type, TAGS);
     beginLine(tag.size() + text.view().size());
     PrintNullObjectCount();
     PrintIndentation();
@@ -225,5 +199,5 @@ void ThreadTracer::PrintIndentation() {
 }
 
 void ThreadTracer::PrintMsgType(TraceMsgType type) {
-    m_line.put(tagOf(type));
+    m_line.put(tagOf(type, TAGS));
 }

@@ -26,13 +26,7 @@ std::atomic<Tracer*> Tracer::m_Instance{nullptr};
 namespace {
 
 std::uint32_t newFilterGeneration() {
-    static std::atomic<std::uint32_t> last{0};
-    return ++last & 0x7FFFFFFF;
-}
-
-std::uint64_t newTracerNumber() {
-    static std::atomic<std::uint64_t> last{0};
-    return ++last;
+    return newUniqueNumber() & 0x7FFFFFFF;
 }
 
 /// Caches the calling thread's entry in the registry of the tracer with this number. Only the thread itself changes
@@ -52,7 +46,7 @@ bool tookIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
 
 // The first file of a run is emptied, whatever an earlier run has left there.
 Tracer::Tracer()
-    : m_filterGeneration(newFilterGeneration()), m_number(newTracerNumber()),
+    : m_filterGeneration(newFilterGeneration()), m_number(newUniqueNumber()),
       m_ring(std::make_unique<FileRing>("Tracer", true, TracerFlushThread::getWork())),
       m_spareThreadTracer(std::make_unique<ThreadTracer>(*this, "")) {}
 

@@ -2,28 +2,22 @@
 
 #include "KFThread.h"
 
+#include <atomic>
+
 namespace kf::detail {
 
-namespace {
-
-// pthread_t is a pointer on one host and an integer on another.
-template <typename T>
-std::uint64_t asNumber(T* handle) {
-    return reinterpret_cast<std::uintptr_t>(handle);
-}
-template <typename T>
-std::uint64_t asNumber(T handle) {
-    return static_cast<std::uint64_t>(handle);
-}
-
-} // namespace
-
 std::uint64_t currentThreadKey() {
-    return asNumber(KFThread::getCurrentThreadId());
+    // pthread_t is a pointer on one host and an integer on another: this cast takes both.
+    return std::uintptr_t(KFThread::getCurrentThreadId());
 }
 
 std::int32_t currentThreadNumber() {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(currentThreadKey()));
+}
+
+std::uint64_t newUniqueNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
 }
 
 } // namespace kf::detail
