@@ -11,28 +11,20 @@ void LoggerParser::execute(int statement, const KeywordArguments& arguments) {
     Logger& logger = *m_logger;
     switch (static_cast<LoggerStatement>(statement)) {
     case LoggerStatement::On:
-        logger.setEnabled(true);
-        break;
+        return logger.setEnabled(true);
     case LoggerStatement::Off:
-        logger.setEnabled(false);
-        break;
+        return logger.setEnabled(false);
     case LoggerStatement::Clock:
-        logger.setPrintTime(true);
-        break;
+        return logger.setPrintTime(true);
     case LoggerStatement::MustFlush:
-        logger.setDirectWrite(true);
-        break;
+        return logger.setDirectWrite(true);
     case LoggerStatement::SetFileName:
-        logger.SetFileName(arguments.names.front());
-        break;
+        return logger.SetFileName(arguments.names.front());
     case LoggerStatement::SetMaxLines:
-        logger.setMaximumLinesPerFile(arguments.number);
-        break;
+        return logger.setMaximumLinesPerFile(arguments.number);
     case LoggerStatement::SetMaxFiles:
-        logger.setMaximumFiles(arguments.number);
-        break;
+        return logger.setMaximumFiles(arguments.number);
     case LoggerStatement::SetMsgFilter:
-        logger.addToLevelMask(static_cast<std::int32_t>(arguments.levels));
-        break;
+        return logger.addToLevelMask(static_cast<std::int32_t>(arguments.levels));
     }
 }

@@ -14,32 +14,23 @@ void TracerParser::execute(int statement, const KeywordArguments& arguments) {
         return;
     switch (kind) {
     case TracerStatement::On:
-        tracer.setEnabled(true);
-        break;
+        return tracer.setEnabled(true);
     case TracerStatement::Off:
-        tracer.setEnabled(false);
-        break;
+        return tracer.setEnabled(false);
     case TracerStatement::IndentWithMark:
-        tracer.setBarIndentation(true);
-        break;
+        return tracer.setBarIndentation(true);
     case TracerStatement::FullIndent:
-        tracer.setIndentHiddenCalls(true);
-        break;
+        return tracer.setIndentHiddenCalls(true);
     case TracerStatement::CallExit:
-        tracer.setPrintExits(true);
-        break;
+        return tracer.setPrintExits(true);
     case TracerStatement::Clock:
-        tracer.setPrintTime(true);
-        break;
+        return tracer.setPrintTime(true);
     case TracerStatement::MustFlush:
-        tracer.setDirectWrite(true);
-        break;
+        return tracer.setDirectWrite(true);
     case TracerStatement::ObjectCount:
-        tracer.setPrintObjectCountAndAddress(true);
-        break;
+        return tracer.setPrintObjectCountAndAddress(true);
     case TracerStatement::SetMsgFilter:
-        tracer.addToLevelMask(arguments.levels);
-        break;
+        return tracer.addToLevelMask(arguments.levels);
     case TracerStatement::TheThread:
         for (const std::string& name : arguments.names)
             tracer.TraceTheThread(name.c_str());
@@ -49,14 +40,11 @@ void TracerParser::execute(int statement, const KeywordArguments& arguments) {
             tracer.TraceTheCall(name.c_str());
         break;
     case TracerStatement::SetFileName:
-        tracer.SetFileName(arguments.names.front());
-        break;
+        return tracer.SetFileName(arguments.names.front());
     case TracerStatement::SetMaxLines:
-        tracer.setMaximumLinesPerFile(arguments.number);
-        break;
+        return tracer.setMaximumLinesPerFile(arguments.number);
     case TracerStatement::SetMaxFiles:
-        tracer.setMaximumFiles(arguments.number);
-        break;
+        return tracer.setMaximumFiles(arguments.number);
     case TracerStatement::SetBufferFormatHex:
     case TracerStatement::SetBufferFormatDec:
     case TracerStatement::SetBufferFormatChr:

@@ -70,10 +70,8 @@ bool KeywordScanner::readLine() {
     m_position = 0;
     m_lineEnd = 0;
     std::array<char, 8192> buffer;
-    std::size_t searched = 0;
-    std::size_t end = m_text.find('\n');
-    while (end == std::string::npos) {
-        searched = m_text.size();
+    std::size_t end = 0;
+    while ((end = m_text.find('\n')) == std::string::npos) {
         int count = 0;
         readMoreData(buffer.data(), count, static_cast<int>(buffer.size()));
         if (count <= 0) {
@@ -82,7 +80,6 @@ bool KeywordScanner::readLine() {
             return false;
         }
         m_text.append(buffer.data(), static_cast<std::size_t>(count));
-        end = m_text.find('\n', searched);
     }
     m_lineEnd = end + 1;
     ++m_line;
