@@ -2,6 +2,7 @@
 
 #include <LinuxHome.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
@@ -10,45 +11,27 @@
 
 namespace {
 
-constexpr char SETTING[] = "XDG_DESKTOP_DIR";
-constexpr char HOME_VARIABLE[] = "$HOME";
-
 std::string environmentPath(const char* variable) {
     const char* value = getenv(variable);
     return value != nullptr && value[0] == '/' ? value : std::string();
 }
 
-std::size_t skipBlanks(const std::string& line, std::size_t at) {
-    const std::size_t next = line.find_first_not_of(" \t", at);
-    return next == std::string::npos ? line.size() : next;
-}
-
-bool skipText(const std::string& line, const std::string& text, std::size_t& at) {
-    if (line.compare(at, text.size(), text) != 0)
-        return false;
-    at += text.size();
-    return true;
-}
-
-/// The folder that a line assigns; false when the line is something else. Only "$HOME/..." and absolute paths
-/// count, as the format has it; a backslash takes the character behind it literally.
-bool readAssignment(const std::string& line, const std::string& home, std::string& folder) {
-    std::size_t at = skipBlanks(line, 0);
-    if (!skipText(line, SETTING, at))
-        return false;
-    at = skipBlanks(line, at);
-    if (!skipText(line, "=", at))
-        return false;
-    at = skipBlanks(line, at);
-    if (!skipText(line, "\"", at))
-        return false;
+/// The folder that a line assigns; unchanged when the line is something else. Only "$HOME/..." and absolute paths count, as
+/// the format has it; a backslash takes the character behind it literally.
+void readAssignment(const std::string& line, const std::string& home, std::string& folder) {
+    int begin = 0;
+    std::sscanf(line.c_str(), " XDG_DESKTOP_DIR = \"%n", &begin);
+    if (begin == 0)
+        return;
+    std::size_t at = static_cast<std::size_t>(begin);
     std::string path;
-    if (skipText(line, HOME_VARIABLE, at)) {
+    if (line.compare(at, 5, "$HOME") == 0) {
         path = home;
+        at += 5;
         if (at < line.size() && line[at] != '/' && line[at] != '"')
-            return false;
+            return;
     } else if (line.compare(at, 1, "/") != 0) {
-        return false;
+        return;
     }
     for (; at < line.size() && line[at] != '"'; ++at) {
         if (line[at] == '\\' && at + 1 < line.size())
@@ -57,7 +40,6 @@ bool readAssignment(const std::string& line, const std::string& home, std::strin
     }
     path.erase(path.find_last_not_of('/') + 1);
     folder = path.empty() ? "/" : path;
-    return true;
 }
 
 } // namespace

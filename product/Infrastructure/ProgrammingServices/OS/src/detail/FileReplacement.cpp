@@ -104,13 +104,10 @@ std::string stemOf(const std::string& path) {
 std::string uniqueSuffix() {
     static std::atomic<std::uint64_t> calls{0};
     const auto time = std::chrono::system_clock::now().time_since_epoch();
-    std::uint64_t value =
+    const std::uint64_t value =
         static_cast<std::uint64_t>(time.count()) ^ static_cast<std::uint64_t>(getpid()) << 40 ^ ++calls << 56;
-    std::string suffix(SUFFIX_LENGTH, '0');
-    for (char& digit : suffix) {
-        digit = DIGITS[value % 16];
-        value /= 16;
-    }
+    char suffix[SUFFIX_LENGTH + 1];
+    std::snprintf(suffix, sizeof suffix, "%016llx", static_cast<unsigned long long>(value));
     return suffix;
 }
 
