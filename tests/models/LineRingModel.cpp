@@ -16,6 +16,28 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
+/// The bit of a level word, for instance of "TRACE_ERROR" behind the prefix "trace_"; in any letter case.
+unsigned levelBit(const std::string& prefix, const std::string& word) {
+    const std::vector<std::string> words = {"debug",   "error",   "warning", "level_0", "level_1",
+                                            "level_2", "level_3", "level_4", "level_5"};
+    for (std::size_t bit = 0; bit < words.size(); ++bit) {
+        if (lowerCase(word) == prefix + words[bit])
+            return 1u << bit;
+    }
+    return 0;
+}
+
+/// A number of a statement: the largest one where it is beyond the range.
+int numberOf(const std::string& digits) {
+    std::int64_t number = 0;
+    for (const char digit : digits) {
+        number = number * 10 + (digit - '0');
+        if (number > INT32_MAX)
+            return INT32_MAX;
+    }
+    return static_cast<int>(number);
+}
+
 } // namespace
 
 void LineRing::nameCurrent() {
@@ -78,24 +100,54 @@ std::vector<Statement> statementsOf(const std::string& text) {
     return statements;
 }
 
-unsigned levelBit(const std::string& prefix, const std::string& word) {
-    const std::vector<std::string> words = {"debug",   "error",   "warning", "level_0", "level_1",
-                                            "level_2", "level_3", "level_4", "level_5"};
-    for (std::size_t bit = 0; bit < words.size(); ++bit) {
-        if (lowerCase(word) == prefix + words[bit])
-            return 1u << bit;
+void LineOutput::execute(const Statement& statement) {
+    const std::string& keyword = statement[0];
+    const auto is = [&](const char* name) { return keyword == m_prefix + name; };
+    if (is("on"))
+        m_isEnabled = true;
+    else if (is("off"))
+        m_isEnabled = false;
+    else if (is("clock"))
+        m_printsTime = true;
+    else if (is("must_flush"))
+        m_directWrite = true;
+    else if (is("set_file_name"))
+        setFileName(statement[1]);
+    else if (is("set_max_lines"))
+        ring.maximumLines = numberOf(statement[1]);
+    else if (is("set_max_files"))
+        ring.maximumFiles = numberOf(statement[1]);
+    else if (is("set_msg_filter")) {
+        for (const std::string& word : statement)
+            m_levelMask |= levelBit(m_prefix, word);
     }
-    return 0;
 }
 
-int numberOf(const std::string& digits) {
-    std::int64_t number = 0;
-    for (const char digit : digits) {
-        number = number * 10 + (digit - '0');
-        if (number > INT32_MAX)
-            return INT32_MAX;
+bool LineOutput::nameRing(const std::string& name) {
+    const bool hasFiles = !LineRing::isNowhere(name);
+    ring.base = hasFiles ? ring.folder + name : name;
+    ring.current = name;
+    return hasFiles;
+}
+
+void LineOutput::printString(const std::string& line) {
+    ring.put(line);
+    if (m_directWrite)
+        writeOnFile();
+}
+
+void LineOutput::finish() {
+    m_isEnabled = false;
+    if (!m_directWrite && !ring.isEmpty())
+        writeOnFile();
+}
+
+std::string LineOutput::tag(unsigned level) const {
+    for (std::size_t bit = 0; bit < m_tags.size(); ++bit) {
+        if (level == 1u << bit)
+            return m_tags[bit];
     }
-    return static_cast<int>(number);
+    return "";
 }
 
 } // namespace model

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <deque>
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace model {
@@ -49,9 +51,45 @@ std::string messageText(const std::string& text);
 using Statement = std::vector<std::string>;
 /// The statements of a text without errors. A last line without line feed is none.
 std::vector<Statement> statementsOf(const std::string& text);
-/// The bit of a level word, for instance of "TRACE_ERROR" behind the prefix "trace_"; in any letter case.
-unsigned levelBit(const std::string& prefix, const std::string& word);
-/// A number of a statement: the largest one where it is beyond the range.
-int numberOf(const std::string& digits);
+
+/// What the rules of the tracer and of the logger have in common, without a flush thread. Times are written as "[time]".
+class LineOutput {
+public:
+    LineRing ring;
+
+    void setDirectWrite(bool directWrite) { m_directWrite = directWrite; }
+    void printString(const std::string& line);
+    void writeOnFile() { ring.drain(); }
+    void finish();
+
+protected:
+    using Tags = std::array<const char*, 9>;
+
+    /// @param prefix  of the keywords and of the level words: "trace_" or "log_"
+    /// @param tags    of the levels, in the order of their bits
+    LineOutput(std::string prefix, const Tags& tags, bool truncatesFirst)
+        : ring(truncatesFirst), m_prefix(std::move(prefix)), m_tags(tags) {}
+    virtual ~LineOutput() = default;
+
+    /// Does what a statement asks for that both languages have; any other leaves all as it is.
+    void execute(const Statement& statement);
+    virtual void setFileName(const std::string& name) = 0;
+    /// Base name and current name of an output. False for one that has no files.
+    bool nameRing(const std::string& name);
+
+    bool isEnabled() const { return m_isEnabled; }
+    bool isInLevelMask(unsigned level) const { return (m_levelMask & level) != 0; }
+    std::string time() const { return m_printsTime ? "[time]" : ""; }
+    /// Empty for what is no level.
+    std::string tag(unsigned level) const;
+
+private:
+    const std::string m_prefix;
+    const Tags m_tags;
+    bool m_isEnabled = false;
+    bool m_printsTime = false;
+    bool m_directWrite = false;
+    unsigned m_levelMask = 0;
+};
 
 } // namespace model

@@ -8,31 +8,6 @@
 namespace model {
 namespace {
 
-std::string tag(unsigned level) {
-    switch (level) {
-    case 1:
-        return "[DEBUG  ] ";
-    case 2:
-        return "[ERROR  ] ";
-    case 4:
-        return "[WARNING] ";
-    case 8:
-        return "[LEVEL_0] ";
-    case 16:
-        return "[LEVEL_1] ";
-    case 32:
-        return "[LEVEL_2] ";
-    case 64:
-        return "[LEVEL_3] ";
-    case 128:
-        return "[LEVEL_4] ";
-    case 256:
-        return "[LEVEL_5] ";
-    default:
-        return "";
-    }
-}
-
 /// The day and the time of the day of a file's last change, each as a number that can be compared.
 struct ModificationTime {
     int day = 0;
@@ -57,33 +32,12 @@ int lineCountOf(const std::string& content) {
 } // namespace
 
 void Logger::configure(const std::string& text) {
-    for (const Statement& statement : statementsOf(text)) {
-        const std::string& keyword = statement[0];
-        if (keyword == "log_on")
-            m_isEnabled = true;
-        else if (keyword == "log_off")
-            m_isEnabled = false;
-        else if (keyword == "log_clock")
-            m_printsTime = true;
-        else if (keyword == "log_must_flush")
-            m_directWrite = true;
-        else if (keyword == "log_set_file_name")
-            setFileName(statement[1]);
-        else if (keyword == "log_set_max_lines")
-            ring.maximumLines = numberOf(statement[1]);
-        else if (keyword == "log_set_max_files")
-            ring.maximumFiles = numberOf(statement[1]);
-        else if (keyword == "log_set_msg_filter") {
-            for (const std::string& word : statement)
-                m_levelMask |= levelBit("log_", word);
-        }
-    }
+    for (const Statement& statement : statementsOf(text))
+        execute(statement);
 }
 
 void Logger::setFileName(const std::string& name) {
-    ring.base = LineRing::isNowhere(name) ? name : ring.folder + name;
-    ring.current = name;
-    if (LineRing::isNowhere(name))
+    if (!nameRing(name))
         return;
     const int last = findLastUsedFile();
     ring.index = std::max(last, 0);
@@ -109,24 +63,12 @@ int Logger::findLastUsedFile() const {
 }
 
 void Logger::log(unsigned level, const std::string& text) {
-    if (m_isEnabled && (m_levelMask & level) != 0)
+    if (isEnabled() && isInLevelMask(level))
         printMessage(level, text);
 }
 
 void Logger::printMessage(unsigned level, const std::string& text) {
-    printString((m_printsTime ? "[time]" : "") + tag(level) + messageText(text) + "\n");
-}
-
-void Logger::printString(const std::string& line) {
-    ring.put(line);
-    if (m_directWrite)
-        writeOnFile();
-}
-
-void Logger::finish() {
-    m_isEnabled = false;
-    if (!m_directWrite && !ring.isEmpty())
-        writeOnFile();
+    printString(time() + tag(level) + messageText(text) + "\n");
 }
 
 } // namespace model

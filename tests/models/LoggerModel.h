@@ -6,17 +6,18 @@
 
 namespace model {
 
-/// A logger without a flush thread, as its rules are written down. Times are written as "[time]".
-class Logger {
+/// A logger, as its rules are written down.
+class Logger : public LineOutput {
 public:
-    Logger() : ring(false) {}
-
-    LineRing ring;
+    Logger()
+        : LineOutput("log_",
+                     {"[DEBUG  ] ", "[ERROR  ] ", "[WARNING] ", "[LEVEL_0] ", "[LEVEL_1] ", "[LEVEL_2] ",
+                      "[LEVEL_3] ", "[LEVEL_4] ", "[LEVEL_5] "},
+                     false) {}
 
     void configure(const std::string& text);
-    void setDirectWrite(bool directWrite) { m_directWrite = directWrite; }
     /// Goes on with the newest file; reads the times of the files from the disk, since nobody can foretell them.
-    void setFileName(const std::string& name);
+    void setFileName(const std::string& name) override;
     void updateFileName() { ring.nameCurrent(); }
     int findLastUsedFile() const;
 
@@ -24,15 +25,6 @@ public:
     void log(unsigned level, const std::string& text);
     /// A line whatever they say.
     void printMessage(unsigned level, const std::string& text);
-    void printString(const std::string& line);
-    void writeOnFile() { ring.drain(); }
-    void finish();
-
-private:
-    bool m_isEnabled = false;
-    bool m_printsTime = false;
-    bool m_directWrite = false;
-    unsigned m_levelMask = 0;
 };
 
 } // namespace model

@@ -48,35 +48,8 @@ void showValue(const Step& step, std::ostream& out) {
 }
 
 rc::Gen<std::string> someLogConfiguration() {
-    return someConfiguration({
-        "LOG_ON",
-        "log_on",
-        "LOG_ON\t \r",
-        "LOG_OFF",
-        "LOG_CLOCK",
-        "LOG_MUST_FLUSH",
-        "LOG_SET_MSG_FILTER LOG_DEBUG LOG_ERROR",
-        "LOG_SET_MSG_FILTER log_level_5 LOG_LEVEL_0 LOG_LEVEL_0",
-        "LOG_SET_MSG_FILTER LOG_WARNING LOG_LEVEL_1 LOG_LEVEL_2 LOG_LEVEL_3 LOG_LEVEL_4",
-        "LOG_SET_FILE_NAME log",
-        "LOG_SET_FILE_NAME log",
-        "LOG_SET_FILE_NAME other-1",
-        "LOG_SET_FILE_NAME msvc",
-        "LOG_SET_MAX_LINES 0",
-        "LOG_SET_MAX_LINES 1",
-        "LOG_SET_MAX_LINES 3",
-        "LOG_SET_MAX_LINES 7",
-        "LOG_SET_MAX_LINES 99999999999",
-        "LOG_SET_MAX_FILES 0",
-        "LOG_SET_MAX_FILES 1",
-        "LOG_SET_MAX_FILES 2",
-        "LOG_SET_MAX_FILES 5",
-        "# LOG_OFF",
-        "#",
-        "",
-        "   ",
-        "  \tLOG_CLOCK",
-    });
+    return someConfiguration("LOG_", {"log_on", "LOG_SET_MSG_FILTER log_level_5", "LOG_SET_FILE_NAME log",
+                                      "LOG_SET_FILE_NAME log"});
 }
 
 } // namespace
@@ -125,6 +98,8 @@ protected:
     void perform(const Step& step) {
         const LoggerMsgType type = static_cast<LoggerMsgType>(1u << step.number % 10); // the last is none
         const std::string path = m_files.folder() / ("log_" + std::to_string(step.number % 5) + ".txt");
+        if (performShared(step.operation, m_logger, m_model, m_files, step.number, step.text, path))
+            return;
         switch (step.operation) {
         case Operation::Log:
             LOG_MESSAGE(type, "%s", step.text.c_str());
@@ -134,36 +109,18 @@ protected:
             m_logger.PrintMsg(type, "%s", step.text.c_str());
             m_model.printMessage(type, step.text);
             break;
-        case Operation::PrintString:
-            m_logger.PrintString(step.text + "\n");
-            m_model.printString(step.text + "\n");
-            break;
         case Operation::Configure:
             m_files.unblock(); // a file name among the statements looks for files, and finds no folders
             configure(step.configuration);
-            break;
-        case Operation::WriteOnFile:
-            m_logger.WriteOnFile();
-            m_model.writeOnFile();
             break;
         case Operation::Finish:
             m_logger.FinishLogging();
             m_model.finish();
             break;
-        case Operation::SetDirectWrite:
-            m_logger.setDirectWrite(step.number % 2 == 0);
-            m_model.setDirectWrite(step.number % 2 == 0);
-            break;
         case Operation::SetFileName:
             m_files.unblock();
             m_logger.SetFileName("log");
             m_model.setFileName("log");
-            break;
-        case Operation::UpdateFileName:
-            if (model::LineRing::isNowhere(m_model.ring.current))
-                break;
-            m_logger.UpdateFileName();
-            m_model.updateFileName();
             break;
         case Operation::PutRing:
             putRing(step.number);
@@ -171,15 +128,8 @@ protected:
         case Operation::Age:
             age(path, step.number / 5);
             break;
-        case Operation::Remove:
-            m_files.remove(path);
-            break;
-        case Operation::Block:
-            m_files.block(path);
-            break;
-        case Operation::Unblock:
-            m_files.unblock();
-            break;
+        default:
+            break; // shared
         }
     }
 

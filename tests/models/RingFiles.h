@@ -65,8 +65,74 @@ private:
     model::LineRing& m_model;
 };
 
-/// A configuration text of some of these lines; at times the last one lacks its line feed.
-inline rc::Gen<std::string> someConfiguration(const std::vector<std::string>& lines) {
+/// An operation that tracer and logger have alike, or that is done to their files, on the framework's and on the model. False
+/// for any other.
+/// @param operation  of an enumeration that names these so
+template <typename Operation, typename Framework, typename Model>
+bool performShared(Operation operation, Framework& framework, Model& model, RingFiles& files, unsigned number,
+                   const std::string& text, const std::string& path) {
+    switch (operation) {
+    case Operation::PrintString:
+        framework.PrintString(text + "\n");
+        model.printString(text + "\n");
+        return true;
+    case Operation::WriteOnFile:
+        framework.WriteOnFile();
+        model.writeOnFile();
+        return true;
+    case Operation::SetDirectWrite:
+        framework.setDirectWrite(number % 2 == 0);
+        model.setDirectWrite(number % 2 == 0);
+        return true;
+    case Operation::UpdateFileName:
+        if (model::LineRing::isNowhere(model.ring.current))
+            return true;
+        framework.UpdateFileName();
+        model.updateFileName();
+        return true;
+    case Operation::Remove:
+        files.remove(path);
+        return true;
+    case Operation::Block:
+        files.block(path);
+        return true;
+    case Operation::Unblock:
+        files.unblock();
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// A configuration text of some of these lines and of those that both languages have; at times the last one lacks its line
+/// feed.
+/// @param prefix  of the language's words
+inline rc::Gen<std::string> someConfiguration(const std::string& prefix, std::vector<std::string> lines) {
+    for (std::string line : {"@ON",
+                             "@ON\t \r",
+                             "@OFF",
+                             "@CLOCK",
+                             "@MUST_FLUSH",
+                             "@SET_MSG_FILTER @DEBUG @ERROR",
+                             "@SET_MSG_FILTER @LEVEL_5 @LEVEL_0 @LEVEL_0",
+                             "@SET_MSG_FILTER @WARNING @LEVEL_1 @LEVEL_2 @LEVEL_3 @LEVEL_4",
+                             "@SET_FILE_NAME other-1",
+                             "@SET_FILE_NAME msvc",
+                             "@SET_MAX_LINES 0",
+                             "@SET_MAX_LINES 1",
+                             "@SET_MAX_LINES 3",
+                             "@SET_MAX_LINES 7",
+                             "@SET_MAX_LINES 99999999999",
+                             "@SET_MAX_FILES 0",
+                             "@SET_MAX_FILES 1",
+                             "@SET_MAX_FILES 2",
+                             "@SET_MAX_FILES 5",
+                             "# @OFF",
+                             "#",
+                             "",
+                             "   ",
+                             "  \t@CLOCK"})
+        lines.push_back(std::regex_replace(line, std::regex("@"), prefix));
     const auto chosen = rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(lines));
     return rc::gen::map(rc::gen::pair(rc::gen::resize(12, chosen),
                                       rc::gen::weightedElement<std::string>({{9, "\n"}, {1, ""}})),

@@ -46,31 +46,6 @@ bool hides(const std::string& pattern, const std::string& name) {
                    : covers(pattern, name);
 }
 
-std::string tag(unsigned level) {
-    switch (level) {
-    case 1:
-        return ">> [D] ";
-    case 2:
-        return ">> [E] ";
-    case 4:
-        return ">> [W] ";
-    case 8:
-        return ">> [0] ";
-    case 16:
-        return ">> [1] ";
-    case 32:
-        return ">> [2] ";
-    case 64:
-        return ">> [3] ";
-    case 128:
-        return ">> [4] ";
-    case 256:
-        return ">> [5] ";
-    default:
-        return "";
-    }
-}
-
 constexpr const char* NO_COUNT = "[     ]";
 constexpr const char* NO_ADDRESS = "[          ]";
 
@@ -80,35 +55,20 @@ void Tracer::configure(const std::string& text) {
     for (const Statement& statement : statementsOf(text)) {
         const std::string& keyword = statement[0];
         const std::vector<std::string> words(statement.begin() + 1, statement.end());
-        if (keyword == "trace_on")
-            m_isEnabled = true;
         // DELIBERATE: whatever stands before the switch-on is passed over.
-        if (!m_isEnabled)
+        if (keyword != "trace_on" && !isEnabled())
             continue;
-        if (keyword == "trace_off")
-            m_isEnabled = false;
-        else if (keyword == "trace_indent_with_mark")
+        execute(statement);
+        if (keyword == "trace_indent_with_mark")
             m_hasBars = true;
         else if (keyword == "trace_full_indent")
             m_indentsHidden = true;
         else if (keyword == "trace_call_exit")
             m_printsExits = true;
-        else if (keyword == "trace_clock")
-            m_printsTime = true;
-        else if (keyword == "trace_must_flush")
-            m_directWrite = true;
         else if (keyword == "trace_object_count")
             m_printsObjects = true;
-        else if (keyword == "trace_set_file_name")
-            setFileName(words[0]);
-        else if (keyword == "trace_set_max_lines")
-            ring.maximumLines = numberOf(words[0]);
-        else if (keyword == "trace_set_max_files")
-            ring.maximumFiles = numberOf(words[0]);
         for (const std::string& word : words) {
-            if (keyword == "trace_set_msg_filter")
-                m_levelMask |= levelBit("trace_", word);
-            else if (keyword == "trace_the_thread")
+            if (keyword == "trace_the_thread")
                 m_permittedThreads.push_back(word);
             else if (keyword == "trace_the_call" && word[0] == '-')
                 m_forbiddenCalls.push_back(word);
@@ -119,9 +79,7 @@ void Tracer::configure(const std::string& text) {
 }
 
 void Tracer::setFileName(const std::string& name) {
-    ring.base = LineRing::isNowhere(name) ? name : ring.folder + name;
-    ring.current = name;
-    if (!LineRing::isNowhere(name))
+    if (nameRing(name))
         updateFileName();
 }
 
@@ -186,7 +144,7 @@ std::string Tracer::addressColumn(const Marker& marker) const {
 }
 
 std::string Tracer::lineBegin(int thread, const ThreadTracer& tracer, const std::string& objectColumn) const {
-    std::string text = (m_printsTime ? "[time]" : "") + threadColumn(thread, tracer);
+    std::string text = time() + threadColumn(thread, tracer);
     if (m_printsObjects)
         text += objectColumn;
     for (const Element& element : tracer.stack) {
@@ -197,7 +155,7 @@ std::string Tracer::lineBegin(int thread, const ThreadTracer& tracer, const std:
 }
 
 void Tracer::beginCall(int thread, Marker& marker) {
-    if (!m_isEnabled)
+    if (!isEnabled())
         return;
     if (tracerOf(thread) == nullptr)
         beginThread(thread, "th_" + std::to_string(idOf(thread)));
@@ -219,7 +177,7 @@ void Tracer::beginCall(int thread, Marker& marker) {
 
 void Tracer::endCall(int thread, const Marker& marker) {
     ThreadTracer* const tracer = takerOf(thread, marker);
-    if (!m_isEnabled || tracer == nullptr)
+    if (!isEnabled() || tracer == nullptr)
         return;
     if (tracer->isEnabled && m_printsExits && marker.isPrinted) {
         const std::string column =
@@ -234,7 +192,7 @@ void Tracer::endCall(int thread, const Marker& marker) {
 
 void Tracer::message(int thread, const Marker& marker, unsigned level, const std::string& text) {
     const ThreadTracer* const tracer = takerOf(thread, marker);
-    if (!m_isEnabled || tracer == nullptr || !marker.isPrinted || (m_levelMask & level) == 0)
+    if (!isEnabled() || tracer == nullptr || !marker.isPrinted || !isInLevelMask(level))
         return;
     printString(lineBegin(thread, *tracer, std::string(NO_COUNT) + NO_ADDRESS) + tag(level) +
                 messageText(text) + "\n");
@@ -259,18 +217,6 @@ void Tracer::printObjectCounts() {
     for (const auto& [name, count] : m_objectCounts)
         printString(formatted("Class = %-30s, count = %.6d\n", name.c_str(), count));
     printString("---------------------------------------------\n");
-}
-
-void Tracer::printString(const std::string& line) {
-    ring.put(line);
-    if (m_directWrite)
-        writeOnFile();
-}
-
-void Tracer::finish() {
-    m_isEnabled = false;
-    if (!m_directWrite && !ring.isEmpty())
-        writeOnFile();
 }
 
 std::string Tracer::methodName(const std::string& prettyName) {

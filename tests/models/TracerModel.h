@@ -9,12 +9,16 @@
 
 namespace model {
 
-/// A tracer without a flush thread, as its rules are written down; for threads that take turns. Times are written as
-/// "[time]".
-class Tracer {
+/// A tracer, as its rules are written down; for threads that take turns.
+class Tracer : public LineOutput {
 public:
     /// @param keys  of the threads, whole
-    explicit Tracer(std::vector<std::uint64_t> keys) : ring(true), m_keys(std::move(keys)) {}
+    explicit Tracer(std::vector<std::uint64_t> keys)
+        : LineOutput("trace_",
+                     {">> [D] ", ">> [E] ", ">> [W] ", ">> [0] ", ">> [1] ", ">> [2] ", ">> [3] ", ">> [4] ",
+                      ">> [5] "},
+                     true),
+          m_keys(std::move(keys)) {}
 
     /// One call, from its begin to its end. Passed back to the operations by whoever has it.
     struct Marker {
@@ -26,11 +30,8 @@ public:
         std::uint64_t taker = 0; // number of the thread tracer that took it in; 0 is none
     };
 
-    LineRing ring;
-
     void configure(const std::string& text);
-    void setDirectWrite(bool directWrite) { m_directWrite = directWrite; }
-    void setFileName(const std::string& name);
+    void setFileName(const std::string& name) override;
     void updateFileName();
 
     // On a thread, given by its number.
@@ -43,9 +44,6 @@ public:
     void printStacks(int thread);
 
     void printObjectCounts();
-    void printString(const std::string& line);
-    void writeOnFile() { ring.drain(); }
-    void finish();
 
     static std::string methodName(const std::string& prettyName);
 
@@ -72,14 +70,10 @@ private:
     int updateObjectCount(const Marker& marker);
     bool isCallPrinted(const std::string& name) const;
 
-    bool m_isEnabled = false;
     bool m_hasBars = false;
     bool m_indentsHidden = false;
     bool m_printsExits = false;
-    bool m_printsTime = false;
     bool m_printsObjects = false;
-    bool m_directWrite = false;
-    unsigned m_levelMask = 0;
     std::vector<std::string> m_permittedThreads;
     std::vector<std::string> m_permittedCalls;
     std::vector<std::string> m_forbiddenCalls;

@@ -64,55 +64,33 @@ void showValue(const Step& step, std::ostream& out) {
 }
 
 rc::Gen<std::string> someTraceConfiguration() {
-    return someConfiguration({
-        "TRACE_ON",
-        "trace_on",
-        "TRACE_ON",
-        "TRACE_ON\t \r",
-        "TRACE_OFF",
-        "TRACE_INDENT_WITH_MARK",
-        "TRACE_FULL_INDENT",
-        "TRACE_CALL_EXIT",
-        "Trace_Call_Exit",
-        "TRACE_CLOCK",
-        "TRACE_MUST_FLUSH",
-        "TRACE_OBJECT_COUNT",
-        "TRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR",
-        "TRACE_SET_MSG_FILTER trace_level_5 TRACE_LEVEL_0 TRACE_LEVEL_0",
-        "TRACE_SET_MSG_FILTER TRACE_WARNING TRACE_LEVEL_1 TRACE_LEVEL_2 TRACE_LEVEL_3 TRACE_LEVEL_4",
-        "TRACE_THE_THREAD *",
-        "TRACE_THE_THREAD *",
-        "TRACE_THE_THREAD Main*",
-        "TRACE_THE_THREAD *Worker MAIN",
-        "TRACE_THE_CALL *",
-        "TRACE_THE_CALL *",
-        "TRACE_THE_CALL A::*",
-        "TRACE_THE_CALL *run init",
-        "TRACE_THE_CALL B::run",
-        "TRACE_THE_CALL -A::*",
-        "TRACE_THE_CALL -*run",
-        "TRACE_THE_CALL -*uct*",
-        "TRACE_THE_CALL -",
-        "TRACE_THE_CALL -init",
-        "TRACE_SET_FILE_NAME trace",
-        "TRACE_SET_FILE_NAME other-1",
-        "TRACE_SET_FILE_NAME msvc",
-        "TRACE_SET_MAX_LINES 0",
-        "TRACE_SET_MAX_LINES 1",
-        "TRACE_SET_MAX_LINES 3",
-        "TRACE_SET_MAX_LINES 7",
-        "TRACE_SET_MAX_LINES 99999999999",
-        "TRACE_SET_MAX_FILES 0",
-        "TRACE_SET_MAX_FILES 1",
-        "TRACE_SET_MAX_FILES 2",
-        "TRACE_SET_MAX_FILES 5",
-        "TRACE_SET_BUFFER_FORMAT_HEX",
-        "# TRACE_OFF",
-        "#",
-        "",
-        "   ",
-        "  \tTRACE_CALL_EXIT",
-    });
+    return someConfiguration("TRACE_", {
+                                           "trace_on",
+                                           "TRACE_ON",
+                                           "TRACE_INDENT_WITH_MARK",
+                                           "TRACE_FULL_INDENT",
+                                           "TRACE_CALL_EXIT",
+                                           "Trace_Call_Exit",
+                                           "  \tTRACE_CALL_EXIT",
+                                           "TRACE_OBJECT_COUNT",
+                                           "TRACE_SET_MSG_FILTER trace_level_5",
+                                           "TRACE_THE_THREAD *",
+                                           "TRACE_THE_THREAD *",
+                                           "TRACE_THE_THREAD Main*",
+                                           "TRACE_THE_THREAD *Worker MAIN",
+                                           "TRACE_THE_CALL *",
+                                           "TRACE_THE_CALL *",
+                                           "TRACE_THE_CALL A::*",
+                                           "TRACE_THE_CALL *run init",
+                                           "TRACE_THE_CALL B::run",
+                                           "TRACE_THE_CALL -A::*",
+                                           "TRACE_THE_CALL -*run",
+                                           "TRACE_THE_CALL -*uct*",
+                                           "TRACE_THE_CALL -",
+                                           "TRACE_THE_CALL -init",
+                                           "TRACE_SET_FILE_NAME trace",
+                                           "TRACE_SET_BUFFER_FORMAT_HEX",
+                                       });
 }
 
 } // namespace
@@ -274,6 +252,8 @@ protected:
         std::vector<Call>& calls = m_calls[static_cast<std::size_t>(step.thread)];
         const TraceMsgType type = static_cast<TraceMsgType>(1u << step.number % 9);
         const std::string path = m_files.folder() / ("trace_" + std::to_string(step.number % 4) + ".txt");
+        if (performShared(step.operation, m_tracer, m_model, m_files, step.number, step.text, path))
+            return;
         switch (step.operation) {
         case Operation::BeginCall:
             calls.push_back(makeCall(step.number));
@@ -325,41 +305,16 @@ protected:
             m_tracer.PrintAllObjectsCount();
             m_model.printObjectCounts();
             break;
-        case Operation::PrintString:
-            m_tracer.PrintString(step.text + "\n");
-            m_model.printString(step.text + "\n");
-            break;
-        case Operation::WriteOnFile:
-            m_tracer.WriteOnFile();
-            m_model.writeOnFile();
-            break;
         case Operation::Finish:
             m_tracer.FinishTracing();
             m_model.finish();
-            break;
-        case Operation::SetDirectWrite:
-            m_tracer.setDirectWrite(step.number % 2 == 0);
-            m_model.setDirectWrite(step.number % 2 == 0);
             break;
         case Operation::SetFileName:
             m_tracer.SetFileName(step.name);
             m_model.setFileName(step.name);
             break;
-        case Operation::UpdateFileName:
-            if (model::LineRing::isNowhere(m_model.ring.current))
-                break;
-            m_tracer.UpdateFileName();
-            m_model.updateFileName();
-            break;
-        case Operation::Remove:
-            m_files.remove(path);
-            break;
-        case Operation::Block:
-            m_files.block(path);
-            break;
-        case Operation::Unblock:
-            m_files.unblock();
-            break;
+        default:
+            break; // shared
         }
     }
 
