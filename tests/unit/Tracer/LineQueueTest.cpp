@@ -278,12 +278,12 @@ TEST(LineQueue, ABurstOfAnySizeTakesAtMostThreeTimesItsLines) {
 }
 
 TEST(LineQueue, ALineThatNoUsualChunkHoldsGetsOneOfItsOwn) {
-    for (const std::size_t length : {std::size_t{100000}, 5 * LARGE_BUFFER_UNIT}) {
+    for (const std::size_t length : {std::size_t{100000}, 5 * LineQueue::LARGEST_CHUNK}) {
         LineQueue queue;
         const std::string line(length, 'x');
         queue.push("one\n");
         queue.push(line);
-        EXPECT_LE(queue.bytes(), 65536 + length + LARGE_BUFFER_UNIT);
+        EXPECT_LE(queue.bytes(), 65536 + length + LineQueue::LARGEST_CHUNK);
         std::string written;
         writeAll(queue, written);
         EXPECT_EQ(written, "one\n" + line);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <sched.h>
 
 namespace kf::detail {
@@ -78,7 +79,9 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
         m_chunks.splice(m_chunks.end(), m_spare, spare);
     } else {
         const std::size_t bytes = sizeForNextChunk(needed);
-        LargeBuffer memory = makeLargeBuffer(bytes);
+        Memory memory(static_cast<char*>(std::calloc(bytes, 1)));
+        if (memory == nullptr)
+            throw std::bad_alloc();
         const auto retired = std::find_if(m_retired.begin(), m_retired.end(), [bytes](const Chunk& chunk) {
             return chunk.slots.bytes() == bytes;
         });
@@ -89,20 +92,19 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
         m_chunks.back().memory = std::move(memory);
         m_chunks.back().slots.setMemory(m_chunks.back().memory.get());
     }
-    ++m_begun;
+    ++m_openedCount;
     open(m_chunks.back());
     return m_chunks.back();
 }
 
-/// Twice the size of the last one, so that a small burst does not take a large page; at most one such page, unless a
-/// single line needs more.
+/// Twice the size of the last one, so that a small burst takes little memory.
 std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
     std::size_t bytes = m_chunks.empty() ? FIRST_CHUNK : 2 * m_chunks.back().slots.bytes();
     while (bytes < needed)
         bytes *= 2;
-    if (bytes <= LARGE_BUFFER_UNIT)
+    if (bytes <= LARGEST_CHUNK)
         return bytes;
-    return (needed + LARGE_BUFFER_UNIT - 1) / LARGE_BUFFER_UNIT * LARGE_BUFFER_UNIT;
+    return (needed + LARGEST_CHUNK - 1) / LARGEST_CHUNK * LARGEST_CHUNK;
 }
 
 /// From now on every reservation in it fails.
@@ -214,7 +216,7 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
         m_current.store(&chunk, std::memory_order_release);
         return;
     }
-    m_lastWasNeeded = m_lastWasNeeded || chunk.written > FIRST_CHUNK;
+    m_isLastNeeded = m_isLastNeeded || chunk.written > FIRST_CHUNK;
     chunk.touched = chunk.front + 1;
     clear(chunk);
     open(chunk);
@@ -224,17 +226,17 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
 
 // The next drain's lines are expected to need as many chunks as the last one's did.
 void LineQueue::trim() {
-    const std::size_t kept = std::max(m_begun, m_spare.size() / 2);
+    const std::size_t kept = std::max(m_openedCount, m_spare.size() / 2);
     while (m_spare.size() > kept)
         retire(m_spare, std::prev(m_spare.end()));
-    if (kept == 0 && !m_lastWasNeeded && empty() && !m_chunks.empty() &&
+    if (kept == 0 && !m_isLastNeeded && empty() && !m_chunks.empty() &&
         m_chunks.back().slots.bytes() > FIRST_CHUNK &&
         m_chunks.back().slots.closeIfEmptied(m_chunks.back().front, Wait(*this))) {
         m_current.store(nullptr, std::memory_order_relaxed);
         retire(m_chunks, std::prev(m_chunks.end()));
     }
-    m_begun = 0;
-    m_lastWasNeeded = false;
+    m_openedCount = 0;
+    m_isLastNeeded = false;
 }
 
 bool LineQueue::hasSpareMemory() const {

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "detail/LargeBuffer.h"
 #include "detail/LineSlots.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <list>
+#include <memory>
 #include <string_view>
 
 namespace kf::detail {
@@ -37,6 +38,8 @@ public:
         return chunk != nullptr ? chunk->slots.reserve(length) : Slot();
     }
     static constexpr std::size_t LONGEST_SLOT = std::size_t{64} * 1024 * 1024;
+    /// In bytes, unless a single line needs more.
+    static constexpr std::size_t LARGEST_CHUNK = std::size_t{2} * 1024 * 1024;
 
     /// The number of lines that wait. Cancelled slots count until they are removed.
     bool empty() const { return size() == 0; }
@@ -82,11 +85,16 @@ public:
     std::size_t bytes() const;
 
 private:
+    struct Freeing {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+    // From calloc, which gives fresh pages without touching them.
+    using Memory = std::unique_ptr<char[], Freeing>;
     struct Chunk {
         explicit Chunk(std::size_t bytes) : slots(bytes) {}
 
         LineSlots<std::atomic> slots;
-        LargeBuffer memory;
+        Memory memory;
 
         // Under the lock:
         std::size_t lines = 0;   // how many it has; valid when it is closed
@@ -112,9 +120,9 @@ private:
     std::list<Chunk> m_retired;             // whose memory was freed
     bool m_areWaitsLimited = false;
     std::uint64_t m_removedCount = 0;
-    // Since the last trim: how many chunks were begun, and whether the first size would not have done for the last one.
-    std::size_t m_begun = 0;
-    bool m_lastWasNeeded = false;
+    // Since the last trim: how many chunks were opened, and whether the last one held more than the first size has room for.
+    std::size_t m_openedCount = 0;
+    bool m_isLastNeeded = false;
 };
 
 } // namespace kf::detail
