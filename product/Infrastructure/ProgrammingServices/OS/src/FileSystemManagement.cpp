@@ -34,23 +34,21 @@ struct FileCloser {
 };
 using OpenFile = std::unique_ptr<FILE, FileCloser>;
 
-/// The names in a folder, "." and ".." included, in the order of the C library's collation; none at all when
-/// the folder cannot be read.
+/// The names in a folder, without "." and "..", in the order of the C library's collation; none at all when the folder
+/// cannot be read.
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;
     dirent** entries = nullptr;
     const int count = scandir(folder.c_str(), &entries, nullptr, alphasort);
     for (int i = 0; i < count; ++i) {
-        names.push_back(entries[i]->d_name);
+        const std::string name = entries[i]->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
         free(entries[i]);
     }
     if (count >= 0)
         free(entries);
     return names;
-}
-
-bool isSelfOrParent(const std::string& name) {
-    return name == "." || name == "..";
 }
 
 std::string pathOf(const std::string& folder, const std::string& name) {
@@ -97,8 +95,6 @@ bool copyTree(const std::string& source, const std::string& destination, const s
         underWay.push_back(info);
     }
     for (const std::string& name : entriesOf(source)) {
-        if (isSelfOrParent(name))
-            continue;
         const std::string from = pathOf(source, name);
         const std::string to = pathOf(destination, name);
         struct stat info;
@@ -190,19 +186,16 @@ bool deleteFile(std::string path) {
 }
 
 bool deleteFolder(std::string path, bool removeItself) {
-    std::size_t held = 0;
-    for (const std::string& name : entriesOf(path)) {
-        if (isSelfOrParent(name))
-            continue;
+    const std::vector<std::string> names = entriesOf(path);
+    for (const std::string& name : names) {
         const std::string full = pathOf(path, name);
         struct stat info;
         if (lstat(full.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
             deleteFolder(full, true);
         else
             remove(full.c_str());
-        ++held;
     }
-    return removeItself ? rmdir(path.c_str()) == 0 : held > 0;
+    return removeItself ? rmdir(path.c_str()) == 0 : !names.empty();
 }
 
 bool DeleteEmptyFolder(std::string path) {

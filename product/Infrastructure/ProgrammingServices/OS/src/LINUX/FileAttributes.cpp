@@ -1,10 +1,12 @@
 #include "detail/FileAttributes.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
+#include <linux/limits.h>
 #include <string>
 #include <sys/types.h>
 #include <sys/xattr.h>
+#include <vector>
 
 namespace kf::detail {
 
@@ -15,29 +17,10 @@ const char ACCESS_LIST[] = "system.posix_acl_access";
 /// would take it away, too.
 const char CAPABILITIES[] = "security.capability";
 
-/// What fgetxattr and flistxattr answer, whatever its length. False when there is nothing to be had.
-template <typename Ask>
-bool readAttribute(std::string& value, Ask ask) {
-    for (;;) {
-        const ssize_t size = ask(nullptr, 0);
-        if (size < 0)
-            return false;
-        value.resize(static_cast<std::size_t>(size));
-        const ssize_t length = size > 0 ? ask(value.data(), value.size()) : 0;
-        if (length >= 0) {
-            value.resize(static_cast<std::size_t>(length));
-            return true;
-        }
-        if (errno != ERANGE) // it has grown meanwhile
-            return false;
-    }
-}
-
 bool copyAttribute(int from, int to, const char* name) {
-    std::string value;
-    return readAttribute(
-               value, [&](char* buffer, std::size_t size) { return fgetxattr(from, name, buffer, size); }) &&
-           fsetxattr(to, name, value.data(), value.size(), 0) == 0;
+    std::vector<char> value(XATTR_SIZE_MAX);
+    const ssize_t size = fgetxattr(from, name, value.data(), value.size());
+    return size >= 0 && fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) == 0;
 }
 
 } // namespace
@@ -45,8 +28,9 @@ bool copyAttribute(int from, int to, const char* name) {
 bool copyAttributes(int from, int to) {
     // A new file may have got the list that its folder has for new files.
     fremovexattr(to, ACCESS_LIST);
-    std::string names; // each with its zero byte
-    readAttribute(names, [from](char* buffer, std::size_t size) { return flistxattr(from, buffer, size); });
+    std::string names(XATTR_LIST_MAX, '\0'); // each with its zero byte
+    const ssize_t size = flistxattr(from, names.data(), names.size());
+    names.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     bool isListKept = true;
     for (std::size_t begin = 0; begin < names.size(); begin += strlen(&names[begin]) + 1) {
         const char* const name = &names[begin];
