@@ -67,7 +67,7 @@ int KFExceptionHandler::ms_endLimit = 2000;
 
 namespace {
 
-/// Both serve contracts that constructors and destructors of static objects break, before main and behind it.
+/// Never destroyed: constructors and destructors of static objects may break contracts before and after main.
 std::map<std::string, std::string>& exceptParams() {
     static NeverDestroyed<std::map<std::string, std::string>> record;
     return record.get();

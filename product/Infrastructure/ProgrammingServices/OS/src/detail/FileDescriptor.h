@@ -38,7 +38,7 @@ private:
 };
 
 /// Opens a file with the access that this user has: to read and write it, else one of the two. For uses that
-/// need no certain one, such as locks, although those of network file systems ask for the right to write.
+/// need no particular access, such as locks; those of network file systems need the right to write.
 /// @param flags  more flags for open(2)
 FileDescriptor openWithSomeAccess(const std::string& path, int flags);
 
@@ -74,7 +74,7 @@ bool isUnsupported(int error);
 bool forbidsNewFile(int error);
 
 /// Reads until `size` bytes are there or the file ends. Returns their number; where they are fewer, errno is 0
-/// at the end of the file, and otherwise tells what has failed. Fit for a signal handler.
+/// at the end of the file, and otherwise tells what has failed. Async-signal-safe.
 inline std::size_t readFully(int descriptor, char* to, std::size_t size) {
     std::size_t length = 0;
     errno = 0;
@@ -92,7 +92,7 @@ inline std::size_t readFully(int descriptor, char* to, std::size_t size) {
 }
 
 /// Writes all of the text, however many calls that takes. Returns the number of bytes that were written; errno
-/// tells why they are fewer than the text has. Fit for a signal handler.
+/// tells why they are fewer than the text has. Async-signal-safe.
 inline std::size_t writeFully(int descriptor, std::string_view text) {
     std::size_t written = 0;
     while (written < text.size()) {

@@ -32,7 +32,7 @@ void letOthersTakeIt(const std::string& path, int descriptor) {
     // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
     if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0)
         return;
-    // Who may only write the file has to open the lock file all the same.
+    // A user who may only write the file must still be able to open the lock file.
     const mode_t mode = (file.st_mode & 0666) | (file.st_mode & 0222) << 1;
     if (lock.st_gid != file.st_gid || (lock.st_uid != file.st_uid && geteuid() == 0))
         keepOwner(descriptor, file.st_uid, file.st_gid);
@@ -40,8 +40,7 @@ void letOthersTakeIt(const std::string& path, int descriptor) {
         fchmod(descriptor, mode);
 }
 
-/// Makes the lock file. It is given its name when others can open it, not before: who came in between would be
-/// refused, because of nothing but this process's file mode mask.
+/// Makes the lock file. It gets its name once others can open it: before, this process's umask alone would refuse them.
 FileDescriptor makeLockFile(const std::string& path, const std::string& lockPath) {
     static std::atomic<unsigned> calls{0};
     const int flags = O_RDWR | O_CREAT | O_EXCL | OPEN_FLAGS | O_CLOEXEC;
@@ -57,7 +56,7 @@ FileDescriptor makeLockFile(const std::string& path, const std::string& lockPath
         return file;
     file = FileDescriptor();
     errno = error;
-    // Else there are no second names on this file system.
+    // Otherwise the file system has no hard links.
     return error == EEXIST ? FileDescriptor() : FileDescriptor(open(lockPath.c_str(), flags, 0666));
 }
 
@@ -93,7 +92,7 @@ void takeTurns() {
     }
 }
 
-/// Who came before the lock file was made, and could not make it, holds the lock of the file itself.
+/// A process that could not make the lock file has locked the file itself: wait for it, too.
 LockResult waitForOwnLock(const std::string& path, LockWait& wait) {
     const FileDescriptor file = openWithSomeAccess(path, O_NONBLOCK);
     const bool isBusy = file.isOpen() && wait.take(file.get(), LOCK_SH) == LockResult::BUSY;

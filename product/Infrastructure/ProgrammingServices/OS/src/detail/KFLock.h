@@ -18,7 +18,7 @@ private:
     KFMutex& m_mutex;
 };
 
-/// Takes the mutex, and gives up after so many milliseconds: false. Fit for a signal handler, which may have
+/// Takes the mutex, and gives up after so many milliseconds: false. Async-signal-safe: the handler may have
 /// interrupted the holder, or a thread that was just about to become it.
 bool acquireWithin(KFMutex& mutex, int milliseconds) KF_TRY_ACQUIRE(true, mutex);
 

@@ -4,8 +4,7 @@
 
 namespace kf::detail {
 
-/// A wait with an end, in steps of a millisecond: for a condition that is looked at between them. Takes no lock and asks for
-/// no memory, so it is fit for a signal handler.
+/// A wait with an end, in steps of a millisecond: for a condition that is looked at between them. Async-signal-safe.
 class LimitedWait {
 public:
     explicit LimitedWait(int milliseconds) : m_left(milliseconds) {}

@@ -100,7 +100,7 @@ public:
     const void* getObject() const { return m_object; }
     /// True when the entry line was written.
     bool isPrinted() const { return m_printed; }
-    /// The thread tracer that took the call in, or null. Never dereferenced: the thread may have ended its trace since,
+    /// The thread tracer that recorded the call, or null. Never dereferenced: the thread may have ended its trace since,
     /// and another thread tracer may have the same address. Its number is compared instead.
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
     std::uint64_t getThreadTracerNumber() const { return m_threadTracerNumber; }

@@ -78,7 +78,7 @@ void ThreadTracer::BeginningOfCall(CallMarker& marker) {
     }
     if (m_callStack.isFull() && !m_tracer.isReporting())
         m_callStack.grow();
-    takeIn(marker, isPrinted);
+    record(marker, isPrinted);
 }
 
 void ThreadTracer::EndOfCall(CallMarker& marker) {

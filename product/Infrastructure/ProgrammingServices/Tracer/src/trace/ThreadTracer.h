@@ -30,7 +30,7 @@ public:
     ThreadTracer(const ThreadTracer&) = delete;
     ThreadTracer& operator=(const ThreadTracer&) = delete;
 
-    /// Makes this object, which no thread has used yet, the calling thread's. Asks for no memory when the
+    /// Makes this object, which no thread has used yet, the calling thread's. Does not allocate when the
     /// name is that of a thread that has not named itself.
     void adoptCurrentThread(std::string_view threadName);
 
@@ -41,7 +41,7 @@ public:
     /// The next one of the registry. The tracer's lock is held.
     std::unique_ptr<ThreadTracer>& next() { return m_next; }
 
-    /// A disabled thread takes in no calls and writes no exits.
+    /// A disabled thread records no calls and writes no exits.
     void setEnabled(bool enabled) { m_enabled = enabled; }
     bool isEnabled() const { return m_enabled; }
 
@@ -49,7 +49,7 @@ public:
     void BeginningOfCall(CallMarker& marker);
     void EndOfCall(CallMarker& marker);
     /// Makes the call one of the living calls. No lock is needed where hasRoomForCall().
-    void takeIn(CallMarker& marker, bool isPrinted) {
+    void record(CallMarker& marker, bool isPrinted) {
         marker.m_threadTracer = this;
         marker.m_threadTracerNumber = m_number;
         marker.m_printed = isPrinted;

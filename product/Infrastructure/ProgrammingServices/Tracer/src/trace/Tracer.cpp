@@ -38,7 +38,7 @@ struct ThreadSlot {
 };
 thread_local ThreadSlot threadSlot;
 
-bool tookIn(const ThreadTracer* threadTracer, const CallMarker& marker) {
+bool hasRecorded(const ThreadTracer* threadTracer, const CallMarker& marker) {
     return threadTracer != nullptr && threadTracer->getNumber() == marker.getThreadTracerNumber();
 }
 
@@ -71,21 +71,17 @@ void Tracer::SetInstance(Tracer* pTheTracer) {
 
 void Tracer::ReadConfigFile(const char* fileName) {
     TracerConfigFileParser(fileName, this).parse();
-    bool hasFileName = false;
-    bool directWrite = false;
-    {
-        const Lock lock(*this);
-        if (!m_enabled)
-            return;
-        hasFileName = !m_ring->getBaseFileName().empty();
-        directWrite = m_directWrite;
-    }
-    if (!hasFileName) {
+    if (!isEnabled())
+        return;
+    if (!hasFileName()) {
         std::puts("please call TRACE_SET_FILE_NAME(\"baseFileName\")");
         std::exit(1); // there is no file that the trace could be finished in
     }
-    if (directWrite)
-        return;
+    {
+        const Lock lock(*this);
+        if (m_directWrite)
+            return;
+    }
     // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
     m_flushThread = std::make_unique<TracerFlushThread>();
     const bool isStarted = m_flushThread->start();
@@ -254,15 +250,15 @@ std::string Tracer::extractMethodName(const char* prettyName) {
 // ---- threads and calls
 
 /// The link of the list that holds the thread's tracer, or would hold it.
-std::unique_ptr<ThreadTracer>& Tracer::placeOfThreadTracer(std::uint64_t key) {
-    std::unique_ptr<ThreadTracer>* place = &m_threadTracers;
-    while (*place != nullptr && (*place)->getKey() < key)
-        place = &(*place)->next();
-    return *place;
+std::unique_ptr<ThreadTracer>& Tracer::linkOfThreadTracer(std::uint64_t key) {
+    std::unique_ptr<ThreadTracer>* link = &m_threadTracers;
+    while (*link != nullptr && (*link)->getKey() < key)
+        link = &(*link)->next();
+    return *link;
 }
 
 ThreadTracer* Tracer::findThreadTracer(std::uint64_t key) {
-    ThreadTracer* const found = placeOfThreadTracer(key).get();
+    ThreadTracer* const found = linkOfThreadTracer(key).get();
     return found != nullptr && found->getKey() == key ? found : nullptr;
 }
 
@@ -292,9 +288,9 @@ void Tracer::BeginningOfThread(const char* threadName) {
         if (made == nullptr)
             return;
         threadTracer = made.get();
-        std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(threadTracer->getKey());
-        made->next() = std::move(place);
-        place = std::move(made);
+        std::unique_ptr<ThreadTracer>& link = linkOfThreadTracer(threadTracer->getKey());
+        made->next() = std::move(link);
+        link = std::move(made);
     }
     threadSlot = {m_number, threadTracer};
 }
@@ -302,11 +298,11 @@ void Tracer::BeginningOfThread(const char* threadName) {
 void Tracer::EndOfThread() {
     const Lock lock(*this);
     threadSlot = {};
-    std::unique_ptr<ThreadTracer>& place = placeOfThreadTracer(currentThreadKey());
-    if (place == nullptr || place->getKey() != currentThreadKey())
+    std::unique_ptr<ThreadTracer>& link = linkOfThreadTracer(currentThreadKey());
+    if (link == nullptr || link->getKey() != currentThreadKey())
         return;
-    const std::unique_ptr<ThreadTracer> ended = std::move(place);
-    place = std::move(ended->next());
+    const std::unique_ptr<ThreadTracer> ended = std::move(link);
+    link = std::move(ended->next());
 }
 
 void Tracer::Enable() {
@@ -333,7 +329,7 @@ void Tracer::beginCall(CallMarker& marker) {
             return;
         if (threadTracer != nullptr && threadTracer->hasRoomForCall() && !site.hasClassName() &&
             site.getVerdict(generation) == CallSite::Verdict::Hidden) {
-            threadTracer->takeIn(marker, false);
+            threadTracer->record(marker, false);
             return;
         }
     }
@@ -366,27 +362,27 @@ ThreadTracer* Tracer::registerUnnamedThread() {
 void Tracer::EndOfCall(CallMarker& marker) {
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
-    if (threadSlot.tracerNumber == m_number && tookIn(threadSlot.threadTracer, marker) &&
+    if (threadSlot.tracerNumber == m_number && hasRecorded(threadSlot.threadTracer, marker) &&
         threadSlot.threadTracer->EndOfCallWithoutLine(marker))
         return;
     const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    if (tookIn(threadTracer, marker))
+    if (hasRecorded(threadTracer, marker))
         threadTracer->EndOfCall(marker);
 }
 
 ThreadTracer* Tracer::threadTracerOf(const CallMarker& marker) {
     if (marker.getThreadTracer() == nullptr || !m_enabled.load(std::memory_order_relaxed))
         return nullptr;
-    if (threadSlot.tracerNumber == m_number && tookIn(threadSlot.threadTracer, marker))
+    if (threadSlot.tracerNumber == m_number && hasRecorded(threadSlot.threadTracer, marker))
         return threadSlot.threadTracer;
     const Lock lock(*this);
     if (!m_enabled.load(std::memory_order_relaxed))
         return nullptr;
     ThreadTracer* const threadTracer = registeredThreadTracer();
-    return tookIn(threadTracer, marker) ? threadTracer : nullptr;
+    return hasRecorded(threadTracer, marker) ? threadTracer : nullptr;
 }
 
 int Tracer::UpdateObjectCount(const CallMarker& marker) {

@@ -127,10 +127,10 @@ public:
     void BeginningOfCall(CallMarker& marker);
     /// The same, called by the marker itself: a call that leaves no line is dealt with here, without the lock.
     void beginCall(CallMarker& marker);
-    /// A call ends. Nothing happens while the tracer is disabled, where another tracer took the call in, and where the
+    /// A call ends. Nothing happens while the tracer is disabled, where another tracer recorded the call, and where the
     /// thread has ended its trace. Called by the marker itself; takes the lock only to write an exit line.
     void EndOfCall(CallMarker& marker);
-    /// The calling thread's tracer if it is the one that took this call in and the tracer is enabled, else
+    /// The calling thread's tracer if it is the one that recorded this call and the tracer is enabled, else
     /// null. It stays valid until the calling thread ends its trace.
     ThreadTracer* threadTracerOf(const CallMarker& marker);
     /// Counts an object up or down; returns the number of living objects of the marker's class, 0 without
@@ -202,7 +202,7 @@ private:
     char* beginReportLine(std::size_t room) KF_REQUIRES(m_lock);
     bool endReportLine(const char* end) KF_REQUIRES(m_lock);
     ThreadTracer* findThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
-    std::unique_ptr<ThreadTracer>& placeOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
+    std::unique_ptr<ThreadTracer>& linkOfThreadTracer(std::uint64_t key) KF_REQUIRES(m_lock);
     std::unique_ptr<ThreadTracer> makeThreadTracer(std::string_view name) KF_REQUIRES(m_lock);
     bool hasFileName();
     void BeginFile();

@@ -2,12 +2,12 @@
 
 namespace kf::detail {
 
-std::uint32_t EventCount::events() {
+std::uint32_t EventCount::eventCount() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_events;
 }
 
-void EventCount::sleepUntilBehind(std::uint32_t seen) {
+void EventCount::awaitEventAfter(std::uint32_t seen) {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_wakeUp.wait(lock, [this, seen] { return m_events != seen; });
 }

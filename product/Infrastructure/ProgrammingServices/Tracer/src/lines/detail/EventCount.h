@@ -7,10 +7,10 @@
 
 namespace kf::detail {
 
-/// An event count: where threads sleep until a condition holds. Who may have made it true calls notify(), which costs one
-/// look at an atomic while nobody sleeps.
+/// An event count: where threads sleep until a condition holds. Whoever may have made it true calls notify(), which reads
+/// one atomic while nobody sleeps.
 ///
-/// No wake-up is lost: a waiter announces itself before it looks at its condition, and who makes the condition true looks
+/// No wake-up is lost: a waiter announces itself before it looks at its condition, and whoever makes the condition true looks
 /// for waiters afterwards. So one of the two sees the other, provided that the condition's variables are accessed with
 /// sequential consistency, or under one lock.
 ///
@@ -26,17 +26,17 @@ public:
     void await(const Condition& holds) {
         for (;;) {
             const std::uint32_t seen =
-                events(); // before the announcement, which the next notify() takes back
+                eventCount(); // before the announcement: a notify() in between must count
             m_isAwaited.store(true);
             if (holds())
                 return;
-            sleepUntilBehind(seen);
+            awaitEventAfter(seen);
         }
     }
 
 private:
-    std::uint32_t events();
-    void sleepUntilBehind(std::uint32_t seen);
+    std::uint32_t eventCount();
+    void awaitEventAfter(std::uint32_t seen);
     void wakeAll();
 
     std::atomic<bool> m_isAwaited{false};

@@ -49,7 +49,7 @@ bool mayOthersPutFilesBeside(const char* path) {
 /// others may write the folder, as they may in the log folders that the framework makes, no link is followed and no
 /// file of theirs is opened: it would be this user's rights that write, wherever they want.
 ///
-/// An application that is launched meanwhile does not inherit it. Fit for a signal handler.
+/// An application that is launched meanwhile does not inherit it. Async-signal-safe.
 /// @param isRefused  whether something is there that is not for the ring
 FileDescriptor openRegularFile(const char* path, int flags, bool& isRefused) {
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
@@ -274,10 +274,10 @@ bool FileRing::writeLines(int file, std::size_t& lines) {
     const std::size_t wanted = std::min(lines, static_cast<std::size_t>(room));
     const std::string_view text = m_queue.front(wanted);
     const std::size_t written = writeFully(file, text);
-    const std::uint64_t left = m_queue.removedCount();
+    const std::uint64_t before = m_queue.removedCount();
     m_lineCount += static_cast<std::int32_t>(m_queue.consume(written, wanted));
     lines -= std::min(
-        lines, static_cast<std::size_t>(m_queue.removedCount() - left)); // some may have come meanwhile
+        lines, static_cast<std::size_t>(m_queue.removedCount() - before)); // some may have come meanwhile
     return written == text.size();
 }
 

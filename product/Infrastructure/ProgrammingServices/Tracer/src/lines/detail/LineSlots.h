@@ -50,7 +50,7 @@ private:
 ///     |                     +-------cancel()--> CANCELLED: passed over
 ///     +--the first reserve() that does not fit--> VOID_LINE: here the lines stop
 ///
-/// Until a reservation has stored its end, that end is 0: who drains waits for it as for an unfinished one.
+/// Until a reservation has stored its end, that end is 0: the drain waits for it as for an unfinished one.
 ///
 /// @tparam Atomic  std::atomic; tests have another, which lets them choose the order of all accesses
 template <template <typename> typename Atomic>

@@ -45,9 +45,8 @@ public:
     /// @param buffer  receives the text and a terminating zero; undefined after a refusal
     /// @param size    of the buffer, in bytes
     /// @param format  the one that this was made of
-    /// @param arguments  are used up, also by a refusal. Who needs them twice begins two lists: the first
-    ///                   look at a va_copy waits until the processor has written all of it, a tenth of a log
-    ///                   line's time.
+    /// @param arguments  used up, also by a refusal. A caller that needs them twice calls va_start twice: a va_copy that is
+    ///                   read at once stalls until it is written, a tenth of a log line's time.
     /// @return the text's length, or -1 when the format, an argument or the buffer's size is not for it
     int write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const
         KF_PRINTF_LIKE(4, 0);
