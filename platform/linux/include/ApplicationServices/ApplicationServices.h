@@ -28,9 +28,10 @@ enum { kNoProcess = 0 };
 
 enum { kProcessDictionaryIncludeAllInformationMask = static_cast<int>(0xFFFFFFFF) };
 
-/// Steps to the next application. {0, kNoProcess} begins a walk and takes the list anew; the steps that
-/// follow go through the list taken last, in ascending order of process ids, so a walk ends even where
-/// processes come and go. A serial number whose process has ended meanwhile is stepped over like any other.
+/// Steps to the next application. {0, kNoProcess} begins a walk: first come the applications that this process has
+/// started, known without a look at any other process, then the others, listed anew when the walk reaches them. Each
+/// part comes in ascending order of process ids and is taken once, so a walk ends even where processes come and
+/// go. A serial number whose process has ended meanwhile is stepped over like any other.
 /// @param psn  in: the application to step from; out: the next one, or {0, kNoProcess} after the last
 /// @return noErr; procNotFound: there is no further one, or the list cannot be told, for instance without a
 ///     descriptor to read /proc, or where /proc does not show this very process (never another error for

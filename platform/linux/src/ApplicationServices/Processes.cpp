@@ -11,16 +11,32 @@ using namespace LinuxPlatform;
 
 namespace {
 
-/// The list that walks step through: that of the walk begun last.
+/// The list that walks step through: that of the walk begun last. First come those that this process has started, which
+/// are known without a look at any other process; a walk that ends among them takes no list of the others.
 struct Walk {
     std::mutex mutex;
-    bool isTaken = false;
-    std::vector<RunningApplication> applications;
+    std::vector<RunningApplication> started; // both by ascending process ids
+    std::vector<RunningApplication> others;
+    bool hasOthers = false;
 };
 
 Walk& walk() {
     static Walk& state = *new Walk; // never destroyed: a walk may run until the very end of the process
     return state;
+}
+
+/// Null where all have lower process ids.
+const RunningApplication* firstAfter(const std::vector<RunningApplication>& applications, pid_t pid) {
+    const auto next = std::upper_bound(
+        applications.begin(), applications.end(), pid,
+        [](pid_t wanted, const RunningApplication& application) { return wanted < application.pid; });
+    return next == applications.end() ? nullptr : &*next;
+}
+
+bool hasProcess(const std::vector<RunningApplication>& applications, pid_t pid) {
+    return std::any_of(
+        applications.begin(), applications.end(),
+        [pid](const RunningApplication& application) { return application.pid == pid; });
 }
 
 template <typename Ref>
@@ -45,18 +61,31 @@ OSErr GetNextProcess(ProcessSerialNumber* psn) {
         return paramErr;
     Walk& current = walk();
     std::lock_guard<std::mutex> lock(current.mutex);
-    const bool begins = psn->highLongOfPSN == 0 && psn->lowLongOfPSN == kNoProcess;
-    if (begins || !current.isTaken) {
-        // An unreadable /proc is an empty list: a caller that keeps asking after errors must come to an end.
-        listRunningApplications(current.applications);
-        current.isTaken = true;
+    auto from = static_cast<pid_t>(psn->lowLongOfPSN);
+    if (psn->highLongOfPSN == 0 && psn->lowLongOfPSN == kNoProcess) {
+        listStartedApplications(current.started);
+        current.others.clear();
+        current.hasOthers = false;
     }
-    const auto next =
-        std::upper_bound(current.applications.begin(), current.applications.end(), psn->lowLongOfPSN,
-                         [](UInt32 pid, const RunningApplication& application) {
-                             return pid < static_cast<UInt32>(application.pid);
-                         });
-    if (next == current.applications.end()) {
+    const RunningApplication* next = nullptr;
+    if (from == static_cast<pid_t>(kNoProcess) || hasProcess(current.started, from)) {
+        next = firstAfter(current.started, from);
+        from = kNoProcess;
+    }
+    if (next == nullptr) {
+        if (!current.hasOthers) {
+            // An unreadable /proc is an empty list: a caller that keeps asking after errors must come to an end.
+            listRunningApplications(current.others);
+            const auto isStarted = [&](const RunningApplication& other) {
+                return hasProcess(current.started, other.pid);
+            };
+            current.others.erase(std::remove_if(current.others.begin(), current.others.end(), isStarted),
+                                 current.others.end());
+            current.hasOthers = true;
+        }
+        next = firstAfter(current.others, from);
+    }
+    if (next == nullptr) {
         *psn = {0, kNoProcess};
         return procNotFound;
     }

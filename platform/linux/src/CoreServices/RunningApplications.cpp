@@ -154,6 +154,12 @@ int inspect(pid_t pid, const std::string& root, RunningApplication& application,
     return 0;
 }
 
+void sortByProcess(std::vector<RunningApplication>& applications) {
+    std::sort(
+        applications.begin(), applications.end(),
+        [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
+}
+
 bool findBundleIn(const std::vector<RunningApplication>& applications, const std::string& bundle,
                   RunningApplication& application) {
     for (const RunningApplication& running : applications) {
@@ -179,9 +185,20 @@ int listRunningApplications(std::vector<RunningApplication>& applications) {
     });
     if (error != 0)
         applications.clear();
-    std::sort(
-        applications.begin(), applications.end(),
-        [](const RunningApplication& left, const RunningApplication& right) { return left.pid < right.pid; });
+    sortByProcess(applications);
+    return error;
+}
+
+int listStartedApplications(std::vector<RunningApplication>& applications) {
+    const int error = StartedApplications::get().list(applications);
+    const auto isElsewhere = [root = rootFolder()](const RunningApplication& application) {
+        return !liesIn(application.bundle, root);
+    };
+    applications.erase(std::remove_if(applications.begin(), applications.end(), isElsewhere),
+                       applications.end());
+    if (error != 0)
+        applications.clear();
+    sortByProcess(applications);
     return error;
 }
 

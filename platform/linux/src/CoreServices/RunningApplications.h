@@ -25,6 +25,10 @@ struct RunningApplication {
 ///     said on standard error, too, once until lists can be read again.
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
+/// Those that this process has started, by ascending process id, without a look at any other process.
+/// @return as above
+int listStartedApplications(std::vector<RunningApplication>& applications);
+
 /// Whether an application of the bundle runs, and which.
 /// @param bundle  absolute, links resolved
 /// @return as above. Where this process has started it, no list is needed.

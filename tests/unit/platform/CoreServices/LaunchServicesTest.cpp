@@ -794,6 +794,25 @@ TEST_F(LaunchServices, OneThatRunsIsFoundWithoutTheListUntilItEnds) {
     EXPECT_NE(pid, next);
 }
 
+TEST_F(LaunchServices, AWalkBeginsWithWhatWasStartedHereAndNeedsNoListForThat) {
+    addBundle("/Other.app", "Other");
+    const pid_t other = runDirectly({inRoot("/Other.app/Contents/MacOS/Other")});
+    reportOf(other);
+    const pid_t started = openedProcess(BUNDLE);
+    EXPECT_THAT(runningProcesses(), ElementsAre(started, other));
+    makeFolders(inRoot("/processes"));
+    LinuxPlatform::readProcessesFrom(inRoot("/processes"));
+    testing::internal::CaptureStderr();
+    ProcessSerialNumber number = {0, kNoProcess};
+    EXPECT_EQ(noErr, GetNextProcess(&number));
+    EXPECT_EQ(started, static_cast<pid_t>(number.lowLongOfPSN));
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(procNotFound, GetNextProcess(&number));
+    EXPECT_NE("", testing::internal::GetCapturedStderr()) << "the rest of the walk takes the list";
+    LinuxPlatform::readProcessesFrom("/proc");
+}
+
 TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) {
     LinuxPlatform::StartedApplications::get().useDescriptors(false);
     const pid_t pid = openedProcess(BUNDLE);
