@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <unistd.h>
@@ -37,6 +38,10 @@ void complain(const char* format, ...) {
     va_start(arguments, format);
     print(format, arguments);
     va_end(arguments);
+}
+
+bool isLackOfMeans(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
 std::size_t complaintCount() {

@@ -1,7 +1,8 @@
 #pragma once
 
-// The platform layer's own words on standard error. It lies below the tracer and the logger, so it can use
-// neither. Each message is one line and one write, so that lines of several threads do not mix.
+// What goes wrong below the frameworks' calls, and the platform layer's own words about it on standard error. It lies
+// below the tracer and the logger, so it can use neither. Each message is one line and one write, so that lines of
+// several threads do not mix.
 
 #include <cstddef>
 
@@ -14,5 +15,9 @@ void report(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void complain(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 std::size_t complaintCount();
+
+/// Whether an errno says that this process or the machine has no descriptor or no memory left: nothing is known then of
+/// what was to be looked at.
+bool isLackOfMeans(int error);
 
 } // namespace LinuxPlatform

@@ -18,7 +18,7 @@
 
 namespace LinuxPlatform {
 
-/// A counter that poll can wait for; several signals before a Clear are one.
+/// A counter that poll can wait for; several calls of signal() before one of clear() count as one.
 class WakeUp {
 public:
     WakeUp();
@@ -39,7 +39,7 @@ private:
 /// What a CFRunLoopSourceRef points to. Derived by those who have something to deliver.
 class RunLoopSource : public Object {
 public:
-    /// Adds the descriptors whose readability means that Deliver may have something to do. Asked before each
+    /// Adds the descriptors whose readability means that deliver() may have something to do. Asked before each
     /// sleep.
     virtual void appendDescriptors(std::vector<pollfd>& descriptors) const = 0;
 
@@ -82,7 +82,7 @@ private:
     friend class RunLoopSource;
     using Clock = std::chrono::steady_clock;
 
-    /// One call of Run; a callback may run the loop again inside it.
+    /// One call of run(); a callback may run the loop again inside it.
     struct Activation {
         Activation* outer = nullptr;
         bool isStopped = false;

@@ -51,7 +51,7 @@ public:
             iconv_close(m_handle);
     }
 
-    bool isOpen() const { return m_handle != Closed(); }
+    bool isOpen() const { return m_handle != closed(); }
 
     /// Converts as much as it can; `input` shrinks to what is left, and the result is 0 or iconv's errno.
     int convert(std::string_view& input, char*& output, std::size_t& outputRoom) {
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    static iconv_t Closed() { return reinterpret_cast<iconv_t>(-1); }
+    static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
 
     // The C library loads and unloads its conversion modules under a lock of its own, which the thread
     // sanitizer does not see.

@@ -7,9 +7,9 @@
 
 namespace LinuxPlatform {
 
-static const char BUNDLE_SUFFIX[] = ".app";
-
 namespace {
+
+const char BUNDLE_SUFFIX[] = ".app";
 
 void dropTrailingSeparators(std::string& path) {
     while (!path.empty() && path.back() == '/')

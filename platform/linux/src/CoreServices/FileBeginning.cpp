@@ -1,5 +1,7 @@
 #include "FileBeginning.h"
 
+#include "Diagnostics.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -7,11 +9,11 @@
 
 namespace LinuxPlatform {
 
-static const std::size_t PIECE = 4096;
+namespace {
 
-bool isLackOfMeans(int error) {
-    return error == EMFILE || error == ENFILE || error == ENOMEM;
-}
+const std::size_t PIECE = 4096;
+
+} // namespace
 
 int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content) {
     content.clear();

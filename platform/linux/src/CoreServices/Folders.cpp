@@ -13,12 +13,12 @@
 
 using namespace LinuxPlatform;
 
-/// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
-static const std::size_t LONGEST_PATH = 2047;
-
-static const char DATA_FOLDER_IN_HOME[] = ".local/share";
-
 namespace {
+
+/// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
+const std::size_t LONGEST_PATH = 2047;
+
+const char DATA_FOLDER_IN_HOME[] = ".local/share";
 
 std::string absoluteFolderFromEnvironment(const char* variable) {
     const char* value = std::getenv(variable);

@@ -12,12 +12,12 @@
 
 namespace LinuxPlatform {
 
+namespace {
+
 /// Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
 /// in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
 /// long.
-static const off_t INFO_PLIST_LIMIT = 64 * 1024;
-
-namespace {
+const off_t INFO_PLIST_LIMIT = 64 * 1024;
 
 std::string readSmallRegularFile(const std::string& path) {
     // Non-blocking, because what bears the name may be a pipe that nobody writes to.

@@ -1,7 +1,6 @@
 #include "KnownProcesses.h"
 
 #include "Diagnostics.h"
-#include "FileBeginning.h"
 #include "ProcessFolder.h"
 
 #include <algorithm>

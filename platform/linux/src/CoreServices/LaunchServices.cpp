@@ -19,12 +19,7 @@ using namespace LinuxPlatform;
 namespace {
 
 const std::chrono::seconds LONGEST_WAIT_FOR_ANOTHER(10);
-
-} // namespace
-
-static const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
-
-namespace {
+const char HIDDEN_VARIABLE[] = "PLATFORM_LAUNCH_HIDDEN=";
 
 bool isWithoutUnsupportedFields(const LSApplicationParameters& parameters) {
     return parameters.version == 0 && parameters.environment == nullptr && parameters.argv == nullptr &&

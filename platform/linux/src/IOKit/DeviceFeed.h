@@ -17,10 +17,10 @@ public:
     /// missed in between. A feed that cannot do its work says so on standard error and stays silent.
     virtual void start(DeviceTree& devices) = 0;
 
-    /// False when Pump will never have anything to do, as far as the host tells.
+    /// False when pump() will never have anything to do, as far as the host tells.
     virtual bool hears() const = 0;
 
-    /// Readable when Pump has something to do; -1 when that will never be.
+    /// Readable when pump() has something to do; -1 when that will never be.
     virtual int descriptor() const = 0;
 
     /// Tells `devices` everything that has happened since.

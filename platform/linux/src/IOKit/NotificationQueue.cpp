@@ -5,7 +5,7 @@
 namespace LinuxPlatform {
 
 Notification::~Notification() {
-    m_queue->forget(*this);
+    m_queue->cancel(*this);
 }
 
 void Notification::post(std::uint32_t messageType) {
@@ -20,7 +20,7 @@ void NotificationQueue::post(Notification& from, std::uint32_t messageType) {
         m_wakeUp.signal();
 }
 
-void NotificationQueue::forget(const Notification& from) {
+void NotificationQueue::cancel(const Notification& from) {
     const auto isOfIt = [&from](const Message& message) { return message.from == &from; };
     const auto last = std::remove_if(m_messages.begin(), m_messages.end(), isOfIt);
     if (last == m_messages.end())

@@ -46,7 +46,8 @@ public:
     int descriptor() const { return m_wakeUp.descriptor(); }
 
     void post(Notification& from, std::uint32_t messageType);
-    void forget(const Notification& from);
+    /// Drops what waits of this one.
+    void cancel(const Notification& from);
     /// False when nothing waits.
     bool take(Delivery& delivery);
     /// Drops everything, now and from now on.

@@ -1,5 +1,7 @@
 #include "UdevDevice.h"
 
+#include "Diagnostics.h"
+
 #include <cerrno>
 #include <charconv>
 #include <string_view>
@@ -7,13 +9,13 @@
 namespace LinuxPlatform {
 namespace {
 
-/// The errno of an answer of this thread's description that could not be had; a later answer leaves another one.
-thread_local int wantMet = 0;
+/// The errno of the last answer that this thread's description could not have for lack of means; 0: none.
+thread_local int lackMet = 0;
 
 template <typename Answer>
 Answer* noted(Answer* answer) {
-    if (!answer && isWant(errno))
-        wantMet = errno;
+    if (!answer && isLackOfMeans(errno))
+        lackMet = errno;
     return answer;
 }
 
@@ -173,15 +175,11 @@ std::optional<Device> describe(udev_device& device, const KnownPath& isKnown) {
 } // namespace
 
 std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown) {
-    wantMet = 0;
+    lackMet = 0;
     errno = 0;
     std::optional<Device> described = describe(device, isKnown);
-    errno = wantMet;
+    errno = lackMet;
     return described;
-}
-
-bool isWant(int error) {
-    return error == ENOMEM || error == EMFILE || error == ENFILE;
 }
 
 } // namespace LinuxPlatform

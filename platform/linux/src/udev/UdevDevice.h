@@ -13,11 +13,8 @@ namespace LinuxPlatform {
 using KnownPath = std::function<bool(const std::string& path)>;
 
 /// What the registry needs to know of a device; nothing for one that has no place there (a disk's endpoint, a
-/// console). Reads attributes from sysfs, and opens no device. errno is one for which isWant() holds where something of
+/// console). Reads attributes from sysfs, and opens no device. errno is one for which isLackOfMeans() holds where something of
 /// it could not be read, so that the description lacks something or is none; else 0.
 std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown);
-
-/// Whether what is there could not be looked at because this process lacks what it takes: memory, or a descriptor.
-bool isWant(int error);
 
 } // namespace LinuxPlatform

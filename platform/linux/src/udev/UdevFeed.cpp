@@ -55,7 +55,7 @@ void UdevFeed::start(DeviceTree& devices) {
     }
     // First the monitor, then the scan: a device that arrives in between is seen twice rather than never.
     listen();
-    Scan(devices);
+    scan(devices);
 }
 
 void UdevFeed::listen() {
@@ -96,7 +96,7 @@ int UdevFeed::descriptor() const {
     return m_monitor ? udev_monitor_get_fd(m_monitor.get()) : -1;
 }
 
-void UdevFeed::Scan(DeviceTree& devices) {
+void UdevFeed::scan(DeviceTree& devices) {
     ScannedDevices scanned;
     for (int scans = 0; scans == 0 || (scanned.error != 0 && scans < RESCANS_AT_ONCE); ++scans)
         scanned = scanDevices(*m_context);
@@ -112,7 +112,7 @@ void UdevFeed::Scan(DeviceTree& devices) {
 
 void UdevFeed::pump(DeviceTree& devices) {
     if (m_isScanDue)
-        Scan(devices);
+        scan(devices);
     for (int rescans = 0; rescans < RESCANS_AT_ONCE && m_monitor; ++rescans) {
         switch (drain(devices)) {
         case Drained::Complete:
@@ -124,7 +124,7 @@ void UdevFeed::pump(DeviceTree& devices) {
             listenAnew(errno);
             break;
         }
-        Scan(devices);
+        scan(devices);
     }
 }
 
@@ -179,7 +179,7 @@ bool UdevFeed::apply(udev_device& event, DeviceTree& devices) {
         return true;
     const auto isKnown = [&devices](const std::string& path) { return devices.knows(path); };
     const std::optional<Device> device = describeDevice(event, isKnown);
-    if (isWant(errno))
+    if (isLackOfMeans(errno))
         return false;
     if (!device)
         return true;

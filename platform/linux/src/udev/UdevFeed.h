@@ -18,7 +18,7 @@ private:
 
     void listen();
     void listenAnew(int error);
-    void Scan(DeviceTree& devices);
+    void scan(DeviceTree& devices);
     Drained drain(DeviceTree& devices);
     /// False when what the event tells could not be read for want of memory or descriptors.
     bool apply(udev_device& event, DeviceTree& devices);

@@ -1,5 +1,6 @@
 #include "UdevScan.h"
 
+#include "Diagnostics.h"
 #include "UdevDevice.h"
 #include "UdevPointers.h"
 
@@ -41,11 +42,11 @@ std::string resolve(const std::string& link) {
 }
 
 /// Paths of a list's devices; a parent's comes before its children's.
-std::vector<std::string> listDevices(const char* list, int& want) {
+std::vector<std::string> listDevices(const char* list, int& error) {
     std::vector<std::string> paths;
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(list));
-    if (!directory && isWant(errno))
-        want = errno;
+    if (!directory && isLackOfMeans(errno))
+        error = errno;
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
         if (entry->d_name[0] == '.')
             continue;
@@ -89,13 +90,13 @@ private:
     void add(const std::string& path) {
         const UdevPointer<udev_device> device(udev_device_new_from_syspath(&m_context, path.c_str()));
         if (!device) {
-            if (isWant(errno))
+            if (isLackOfMeans(errno))
                 m_error = errno;
             return; // Else it has just gone; an event will say the same.
         }
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
         std::optional<Device> described = describeDevice(*device, isKnown);
-        if (isWant(errno))
+        if (isLackOfMeans(errno))
             m_error = errno;
         else if (!isWhole(*device))
             m_error = ENOMEM;
