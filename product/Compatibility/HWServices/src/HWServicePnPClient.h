@@ -20,6 +20,6 @@ public:
     virtual void onDeviceArrival(std::string& hid) = 0;
     virtual void onDeviceRemoval(std::string& hid) = 0;
     /// Never called by the service over the device registry; by default they do nothing.
-    virtual void onVolumeArrival(std::string& volume);
-    virtual void onVolumeRemoval(std::string& volume);
+    virtual void onVolumeArrival(std::string& /*volume*/) {}
+    virtual void onVolumeRemoval(std::string& /*volume*/) {}
 };

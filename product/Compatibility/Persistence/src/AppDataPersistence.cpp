@@ -2,7 +2,8 @@
 
 #include "CallMarker.h"
 
-#include <cstring>
+#include <algorithm>
+#include <string_view>
 
 using namespace kf::detail;
 
@@ -10,38 +11,17 @@ namespace {
 
 const char FILE_SUFFIX[] = ".dat";
 
-/// A parameter as it stands in the file's text.
-struct Line {
-    const char* name;
-    std::size_t nameLength;
-    const char* value;
-    std::size_t valueLength;
-
-    bool isNamed(const std::string& text) const {
-        return nameLength == text.size() && memcmp(name, text.data(), nameLength) == 0;
-    }
-};
-
-/// Calls visit(line) for each parameter of a file's text, in the order of the file.
+/// Calls visit(name, value) for each parameter of a file's text, in the order of the file.
 template <typename Visit>
-void forEachLine(const std::string& content, Visit visit) {
-    const char* begin = content.data();
-    const char* const end = begin + content.size();
-    while (begin != end) {
-        const void* feed = memchr(begin, '\n', static_cast<std::size_t>(end - begin));
-        const char* const lineEnd = feed != nullptr ? static_cast<const char*>(feed) : end;
-        const std::size_t length = static_cast<std::size_t>(lineEnd - begin);
-        const void* equals = memchr(begin, '=', length);
+void forEachParam(std::string_view content, Visit visit) {
+    while (!content.empty()) {
+        const std::string_view line = content.substr(0, content.find('\n'));
+        content.remove_prefix(std::min(line.size() + 1, content.size()));
+        const std::size_t equals = line.find('=');
+        const std::string_view name = line.substr(0, equals);
         // DELIBERATE: a line without "=" is both, the name and the value of a parameter that is just there.
-        Line line = {begin, length, begin, length};
-        if (equals != nullptr) {
-            const char* const separator = static_cast<const char*>(equals);
-            line = {begin, static_cast<std::size_t>(separator - begin), separator + 1,
-                    static_cast<std::size_t>(lineEnd - separator - 1)};
-        }
-        if (line.nameLength != 0)
-            visit(line);
-        begin = feed != nullptr ? lineEnd + 1 : end;
+        if (!name.empty())
+            visit(name, equals == std::string_view::npos ? line : line.substr(equals + 1));
     }
 }
 
@@ -89,9 +69,8 @@ bool AppDataPersistence::readPersistenceFile(t_paramMap& params) const {
     if (!m_file.read(content))
         return false;
     // A saved file is in order, so each parameter belongs at the end.
-    forEachLine(content, [&params](const Line& line) {
-        params.insert_or_assign(params.end(), std::string(line.name, line.nameLength),
-                                std::string(line.value, line.valueLength));
+    forEachParam(content, [&params](std::string_view name, std::string_view value) {
+        params.insert_or_assign(params.end(), std::string(name), std::string(value));
     });
     return true;
 }
@@ -101,11 +80,6 @@ bool AppDataPersistence::writePersistenceFile(const t_paramMap& params) const {
     for (const auto& [name, value] : params)
         if (const char* const fault = findFault(name, value))
             return refuse(name, fault);
-    return replaceFile(params);
-}
-
-bool AppDataPersistence::replaceFile(const t_paramMap& params) const {
-    TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
         std::string content;
         for (const auto& [name, value] : params)
@@ -123,26 +97,29 @@ bool AppDataPersistence::writeParam(const std::string& name, const std::string& 
         if (!readPersistenceFile(params))
             return false;
         params[name] = value;
-        return replaceFile(params);
+        return writePersistenceFile(params);
     });
 }
 
 bool AppDataPersistence::readParam(const std::string& name, std::string& value) {
     TRACE_METHOD();
     std::string content;
-    Line found = {nullptr, 0, nullptr, 0};
+    std::string_view found;
+    bool isFound = false;
     if (m_file.read(content)) {
-        forEachLine(
-            content, [&](const Line& line) { // to the end: a later line replaces an earlier one
-                if (line.isNamed(name))
-                    found = line;
-            });
+        // To the end: a later line replaces an earlier one.
+        forEachParam(content, [&](std::string_view itsName, std::string_view itsValue) {
+            if (itsName == name) {
+                found = itsValue;
+                isFound = true;
+            }
+        });
     }
-    if (found.name == nullptr) {
+    if (!isFound) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
         return false;
     }
-    value.assign(found.value, found.valueLength); // not before: name and value may be one string
+    value = found; // not before: name and value may be one string
     return true;
 }
 

@@ -37,7 +37,5 @@ public:
     bool writePersistenceFile(const t_paramMap& params) const;
 
 private:
-    bool replaceFile(const t_paramMap& params) const;
-
     kf::detail::PersistenceFile m_file;
 };

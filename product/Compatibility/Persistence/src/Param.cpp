@@ -5,17 +5,12 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 namespace {
 
 const std::size_t LENGTH_SIZE = sizeof(uint32_t);
-
-std::unique_ptr<char[]> copyOf(const char* data, int size) {
-    std::unique_ptr<char[]> copy(new char[static_cast<std::size_t>(size)]);
-    if (size > 0)
-        memcpy(copy.get(), data, static_cast<std::size_t>(size));
-    return copy;
-}
 
 char* putLength(char* at, std::size_t length) {
     const uint32_t value = static_cast<uint32_t>(length);
@@ -36,25 +31,23 @@ bool getLength(const char* bytes, std::size_t end, std::size_t& offset, std::siz
 
 } // namespace
 
-t_Param::t_Param() : m_size(0), m_data(copyOf(nullptr, 0)) {
+t_Param::t_Param() {
     TRACE_CONSTRUCTOR("t_Param");
 }
 
 t_Param::t_Param(const std::string& name, const char* data, int size)
-    : m_name(name), m_size(size), m_data(copyOf(data, size)) {
+    : m_name(name), m_data(data, static_cast<std::size_t>(size)) {
     TRACE_CONSTRUCTOR("t_Param");
 }
 
-t_Param::t_Param(const t_Param& other)
-    : m_name(other.m_name), m_size(other.m_size), m_data(copyOf(other.m_data.get(), other.m_size)) {
+t_Param::t_Param(const t_Param& other) : m_name(other.m_name), m_data(other.m_data) {
     TRACE_COPY_CONSTRUCTOR("t_Param");
 }
 
 t_Param& t_Param::operator=(const t_Param& other) {
     TRACE_METHOD();
-    std::unique_ptr<char[]> data = copyOf(other.m_data.get(), other.m_size);
+    std::string data = other.m_data; // before anything is changed: there may be no memory for it
     m_name = other.m_name;
-    m_size = other.m_size;
     m_data = std::move(data);
     return *this;
 }
@@ -65,24 +58,22 @@ t_Param::~t_Param() {
 
 int t_Param::getBufferSize() const {
     TRACE_METHOD();
-    return m_size;
+    return static_cast<int>(m_data.size());
 }
 
 const char* t_Param::getInternalBuffer() const {
     TRACE_METHOD();
-    return m_data.get();
+    return m_data.data();
 }
 
 char* t_Param::marshall(int& length) const {
     TRACE_METHOD();
-    const std::size_t dataSize = static_cast<std::size_t>(m_size);
-    const std::size_t recordSize = LENGTH_SIZE + m_name.size() + 1 + LENGTH_SIZE + dataSize;
+    const std::size_t recordSize = LENGTH_SIZE + m_name.size() + 1 + LENGTH_SIZE + m_data.size();
     std::unique_ptr<char[]> record(new char[recordSize]());
     char* at = putLength(record.get(), m_name.size() + 1);
     memcpy(at, m_name.data(), m_name.size());
-    at = putLength(at + m_name.size() + 1, dataSize);
-    if (dataSize > 0)
-        memcpy(at, m_data.get(), dataSize);
+    at = putLength(at + m_name.size() + 1, m_data.size());
+    memcpy(at, m_data.data(), m_data.size());
     length = static_cast<int>(recordSize);
     return record.release();
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 
 /// A named block of raw bytes, and its form in a binary parameter file. Owns a copy of the bytes.
@@ -44,6 +43,5 @@ public:
 
 private:
     std::string m_name;
-    int m_size;
-    std::unique_ptr<char[]> m_data;
+    std::string m_data;
 };

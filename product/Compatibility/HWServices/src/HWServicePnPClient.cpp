@@ -1,5 +1,0 @@
-#include "HWServicePnPClient.h"
-
-void HWServicePnPClient::onVolumeArrival(std::string&) {}
-
-void HWServicePnPClient::onVolumeRemoval(std::string&) {}
