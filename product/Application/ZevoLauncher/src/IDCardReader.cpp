@@ -36,8 +36,8 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     std::string refusal;
     SmallFile::read(m_folder + FILE_NAME, SmallFile::CONFIGURATION_LIMIT, content, refusal);
     std::istringstream card(content);
-    card.exceptions(
-        std::ios::badbit); // without memory for a line; half a card would lead to another log folder
+    // Throws where there is no memory for a line: half a card would lead to another log folder.
+    card.exceptions(std::ios::badbit);
     bool stored = false;
     std::string line;
     for (int number = 1; std::getline(card, line); ++number) {

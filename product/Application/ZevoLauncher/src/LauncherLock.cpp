@@ -39,7 +39,7 @@ void LauncherLock::waitForIt() {
 void LauncherLock::noteProcess() {
     TRACE_METHOD();
     const std::string process = std::to_string(getpid()) + "\n";
-    // For support and the next launcher's message only: the lock is the lock without it.
+    // Only for support and the next launcher's message. The lock holds even where this fails.
     if (ftruncate(m_file.get(), 0) != 0 || pwrite(m_file.get(), process.data(), process.size(), 0) < 0)
         return;
 }

@@ -19,7 +19,7 @@ public:
 
     /// False also where no lock is to be had: the folder cannot be written, or its file system has no locks.
     bool isHeldByAnother() const { return m_isHeldByAnother; }
-    /// The process id of the other launcher; 0 when it has not told it yet.
+    /// The process id of the other launcher; 0 while it has not written it.
     long otherProcess() const;
     /// Waits until the other launcher has ended, and takes its lock.
     void waitForIt();

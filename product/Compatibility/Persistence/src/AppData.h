@@ -28,7 +28,7 @@ public:
     /// Files without a dot in their path are left out.
     std::list<std::string> getFiles() const;
     /// Deletes all files and parameters of a product, and the user's shared downloads. What cannot be deleted
-    /// stays, and nobody is told.
+    /// stays, without an error.
     static void removeAllData(const std::string& scope);
 
     /// The user's parameter, else the machine's. False, with `value` as it was, when there is none. An empty

@@ -85,7 +85,7 @@ bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
     return true;
 }
 
-/// Tells where the records end before the content does.
+/// An error where the records end before the content does.
 void BinaryAppDataPersistence::traceDamage(const std::string& content, std::size_t end) const {
     TRACE_METHOD();
     if (end != content.size()) {
@@ -98,7 +98,7 @@ void BinaryAppDataPersistence::traceDamage(const std::string& content, std::size
 bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
-        // Writing drops what lies behind a damage. Who writes nothing means to.
+        // Writing drops what lies behind a damage, so a copy is kept. An empty map is meant to drop it.
         if (!params.empty() && !keepDamagedFile())
             return false;
         std::string content;
@@ -165,7 +165,8 @@ char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, in
                          entry->second.getBufferSize()};
             }
         }
-    } else if (m_file.read(content)) { // the same without a map of all blocks, which takes many times as long
+    } else if (m_file.read(
+                   content)) { // the row parameter-read-binary: a map of all blocks takes many times as long
         traceDamage(content, forEachRecord(
                                  content,
                                  [&](const t_Param::Record& record) {

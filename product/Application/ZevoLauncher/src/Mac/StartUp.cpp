@@ -82,7 +82,7 @@ void logOnce(const std::string& line, const std::string& logFolder, const std::s
 /// The second waits and follows the first, whose session may just be ending.
 void awaitEndOfOtherLauncher(const std::string& logFolder, const std::string& loggerConfigurationFile) {
     TRACE_FUNCTION("awaitEndOfOtherLauncher");
-    // Held to the end of the process, by its first start-up: a further one in it is no further launcher.
+    // Held until the process ends. A second start-up in the same process is no second launcher.
     static LauncherLock* lock = nullptr;
     if (lock != nullptr)
         return;
@@ -113,8 +113,8 @@ void startTracer(const std::string& logFolder, const std::string& configurationF
     if (Tracer::GetInstance() != nullptr)
         return;
     make<Tracer>(logFolder, configurationFile);
-    // Already here: the first traced call, even one of this file, would register the thread under its number,
-    // and a name that comes later has no effect.
+    // Before the first traced call, even one of this file: that would register the thread under its number, and
+    // a later name has no effect.
     if (Tracer::isActive())
         Tracer::GetInstance()->BeginningOfThread("MAIN");
 }

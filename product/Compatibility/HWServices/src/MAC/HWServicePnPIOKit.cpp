@@ -71,7 +71,7 @@ std::string formatHardwareId(SInt32 vendor, SInt32 product) {
     return buffer;
 }
 
-/// A device that lacks the property keeps the id that it has.
+/// Leaves the id as it is where the device lacks the property.
 void readId(io_service_t device, CFStringRef key, SInt32& id) {
     const CFOwned<CFTypeRef> property(
         IORegistryEntrySearchCFProperty(device, kIOServicePlane, key, kCFAllocatorDefault, 0));
@@ -176,7 +176,7 @@ bool HWServicePnPIOKit::isAvailable() {
 
 void HWServicePnPIOKit::registerService() {
     TRACE_METHOD();
-    // As long as the process: IOKit keeps the pointer.
+    // Kept until the process ends, because IOKit keeps the pointer.
     static std::vector<std::unique_ptr<RegistrationContext>> contexts;
     contexts.push_back(std::make_unique<RegistrationContext>());
     RegistrationContext* const context = contexts.back().get();

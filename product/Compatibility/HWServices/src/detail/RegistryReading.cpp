@@ -29,7 +29,7 @@ bool readText(CFTypeRef object, std::string& value) {
     CFIndex used = 0;
     const CFIndex converted =
         CFStringGetBytes(text, whole, kCFStringEncodingUTF8, 0, false, buffer, room, &used);
-    // Where it stopped early with room for the longest character, the text was the reason, not the room.
+    // It stopped early although the longest character would have fitted: UTF-8 cannot hold the text.
     const CFIndex longestCharacter = 4;
     if (converted < whole.length && used + longestCharacter <= room)
         return false;

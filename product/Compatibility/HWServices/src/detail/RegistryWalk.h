@@ -4,8 +4,8 @@
 
 namespace kf::detail {
 
-/// One way through an iterator of the device registry, from begin to end. The end that IOIteratorNext() tells is
-/// none when the registry has changed meanwhile; then the walk begins again:
+/// One walk through an iterator of the device registry, from begin to end. IOIteratorNext() ends early when the
+/// registry changes during a walk; then the walk begins again:
 ///
 ///     RegistryWalk walk(iterator);
 ///     do {
@@ -26,9 +26,9 @@ public:
     /// The next entry, which the caller releases; 0 at the end.
     io_registry_entry_t next() const { return IOIteratorNext(m_iterator); }
 
-    /// To be asked at the end. True when entries may have been missed: what was found is to be forgotten, and
+    /// To be asked at the end. True when entries may have been missed: drop what was found, and
     /// the next one is the first again. After ten attempts the answer is false, which is traced as an error:
-    /// what the last one found has to do. The iterator of a notification never has to begin again.
+    /// use what the last one found. The iterator of a notification never has to begin again.
     bool beginsAgain() { return !IOIteratorIsValid(m_iterator) && reset(); }
 
 private:

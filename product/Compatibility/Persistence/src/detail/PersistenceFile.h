@@ -12,8 +12,8 @@ namespace kf::detail {
 ///
 /// Nothing is held in memory: several stores and processes see each other's writes at the next access. A
 /// write replaces the file as a whole (FileReplacement) and holds the file's lock (FileLock) from the read to
-/// the replacement. Reading waits for nobody but who has to write in place, since a reader meets a whole file
-/// otherwise. Thread: any.
+/// the replacement. A reader waits only for a process that has to write the file in place; otherwise it always
+/// meets a whole file. Thread: any.
 class PersistenceFile {
 public:
     /// Computes the path base + "/Ferrow/" + scope + "/" + domain + suffix, and creates the "Ferrow" and the
@@ -28,8 +28,8 @@ public:
 
     /// Reads the whole file. A missing file is an empty one.
     /// @return false, with the reason traced, when there is a file and it cannot be read, is being written in
-    ///         place for 5 seconds, has 2 GB and more, or does not fit into memory: who writes then would lose
-    ///         what it holds
+    ///         place for 5 seconds, has 2 GB and more, or does not fit into memory: a write after that would
+    ///         lose what the file holds
     bool read(std::string& content) const;
 
     /// Replaces the file. @return false, with the reason traced, when that failed (2 GB and more always do);

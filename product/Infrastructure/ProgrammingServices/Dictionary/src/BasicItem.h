@@ -32,7 +32,8 @@ public:
     /// Stores a copy; the text may be a part of the value. What getValue() returned before is no longer valid.
     void setValue(const std::string& value);
 
-    // Of their own, because there may be a text behind an item (LeafText.h tells why): its block is not sizeof(BasicItem).
+    // A text may stand behind an item in the same block (see LeafText.h), so the block must not be freed as one of
+    // sizeof(BasicItem) bytes.
     static void* operator new(std::size_t size) { return ::operator new(size); }
     static void operator delete(void* memory) { ::operator delete(memory); }
 

@@ -87,7 +87,7 @@ Item* Dictionary::clone() {
 
 bool Dictionary::equals(const Item& other) {
     TRACE_METHOD();
-    // The test for the kind of an item is not const; it changes nothing.
+    // getAsDictionary() is not const, but changes nothing.
     const Dictionary* const dictionary = const_cast<Item&>(other).getAsDictionary();
     if (dictionary == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Other is not a dictionary");

@@ -20,7 +20,7 @@ void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
 }
 
 void Dictionary::place(Children& children, std::string_view key, std::unique_ptr<Item> item) {
-    // Files hold their keys in order: mostly the new one goes to the end.
+    // Files hold their keys in order, so most insertions are at the end.
     children.emplace_hint(children.end(), key, nullptr)->second = std::move(item);
 }
 

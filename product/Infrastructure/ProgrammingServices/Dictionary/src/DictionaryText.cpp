@@ -38,7 +38,7 @@ std::string Dictionary::marshall(const std::string& indent) {
 }
 
 void Dictionary::askToMarshall(Item& item, std::string& indent, TextBuffer& text) {
-    // What is no subclass appends its lines; a subclass that writes lines of its own is asked for them.
+    // Our own classes append their lines; a subclass may have its own marshall(), so it is asked.
     const std::type_info& type = typeid(item);
     if (type == typeid(BasicItem))
         static_cast<const BasicItem&>(item).marshall(indent, text);
@@ -90,8 +90,8 @@ void Dictionary::unMarshall(std::stringstream& in) {
     in.seekg(start + static_cast<std::stringstream::off_type>(lines.getPosition()));
 }
 
-/// Recurses once a level, MAXIMUM_DEPTH times at most: what leaves and new children need of the stack is in
-/// functions of their own.
+/// Recurses once per level, up to MAXIMUM_DEPTH times, so its frame stays small: what leaves and new children need
+/// of the stack is in functions of their own.
 void Dictionary::unMarshall(PropertyListReader& reader) {
     TRACE_METHOD();
     if (!reader.isAtDictionary())
@@ -154,7 +154,7 @@ void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver
             throw KFDictionaryFileException("Can't open file", KF_SOURCE, NO_FILE_LINE);
         }
     } catch (...) {
-        m_children.swap(former); // the file can fail to the end
+        m_children.swap(former); // a read can still fail at the end of the file
         throw;
     }
     if (!former.empty()) {

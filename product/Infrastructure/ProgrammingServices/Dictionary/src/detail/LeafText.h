@@ -27,7 +27,7 @@ public:
 
     /// The text may be a part of this one.
     void assign(std::string_view text) {
-        std::unique_ptr<char[]> own; // in place of the old one at the end
+        std::unique_ptr<char[]> own; // replaces the old block last: the text may be a part of that
         if (!text.empty()) {
             own.reset(new char[sizeBehind(text)]);
             store(own.get(), text);
@@ -35,7 +35,8 @@ public:
         m_own = std::move(own);
         m_size = text.size();
     }
-    /// Once, while it is empty. This is the last member of the leaf, and the leaf's block has sizeBehind(text) bytes more.
+    /// Only once, while it is empty. This is the last member of the leaf, and the leaf's block has sizeBehind(text)
+    /// bytes more than the leaf.
     void placeBehind(std::string_view text) {
         store(reinterpret_cast<char*>(this + 1), text);
         m_size = text.size();

@@ -64,7 +64,7 @@ private:
 
     LineCursor& m_lines;
     DictionaryReadingObserver* const m_observer;
-    std::string m_key; // a copy, because its line goes when the file has to be read on for the next one
+    std::string m_key; // a copy: reading the value line may invalidate the key line
     std::string_view m_valueLine;
     Kind m_kind = Kind::Skipped;
 };
