@@ -123,6 +123,13 @@ TEST_F(Limits, ManyProcessesInTheListAreLookedThroughForEveryArrival) {
     tellFigure(std::to_string(crowd.size()) + " processes more: both applications run " +
                std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(took).count()) +
                " ms after the modem is plugged in");
+    // A launcher that has not started them finds them behind all others.
+    const int starts = startCount(Bundle::mainApplication);
+    terminateLauncher();
+    startLauncher();
+    m_bus.plug("1-1", m_modem.modem);
+    plugMarker();
+    EXPECT_EQ(startCount(Bundle::mainApplication), starts);
 }
 
 // ---- the clock
@@ -214,6 +221,11 @@ TEST_P(Events, ThatAreSpoiltAreFollowedByWholeOnes) {
             ++starts;
         }
     }
+    // What comes and goes in whole events is noticed to have gone, too.
+    plugMarker();
+    m_bus.plug("1-3", makePlainDevice(0x2000, 0x3000));
+    m_bus.unplug("1-3");
+    EXPECT_TRUE(m_trace.waitFor("PnP called for onDeviceRemoval.\n"));
     EXPECT_GT(m_faults.touchedEvents(), 0u);
     tellFigure(std::to_string(m_faults.touchedEvents()) + " events spoilt; " + std::to_string(starts) +
                " modems between them served");
