@@ -26,7 +26,7 @@ protected:
     void keepRecording() {
         const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
         const std::string folder = std::string(std::getenv("ZEVO_FLEET_RECORDINGS")) + "/" + name;
-        ASSERT_EQ(0, std::system(("cp -Rp '" + m_machine.logFolder() + "' '" + folder + "'").c_str()));
+        ASSERT_EQ(std::system(("cp -Rp '" + m_machine.logFolder() + "' '" + folder + "'").c_str()), 0);
     }
 };
 

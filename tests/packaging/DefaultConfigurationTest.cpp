@@ -16,7 +16,7 @@ TEST(DefaultConfiguration, TheIdentityCardIsReadableAndComplete) {
          {"FLEET_ID", "CUSTOMER_ID", "GENERATION_VERSION", "IT_MANAGER", "BU_NAME", "REFERENCE_VERSION",
           "PRODUCT_NAME", "BUILD_TARGET", "COMMERCIAL_VERSION", "PRODUCT_VERSION", "UPGRADE_CODE"})
         EXPECT_NE("", card.getParam(key)) << key;
-    EXPECT_EQ(11u, card.getIDCardParams().size());
+    EXPECT_EQ(card.getIDCardParams().size(), 11u);
 }
 
 TEST(DefaultConfiguration, TheUpgradeCodeCanNameAFolder) {
@@ -34,6 +34,6 @@ TEST(DefaultConfiguration, NamesAModemAndItsCdRomPersonality) {
     const std::string cdRom = valueOf(configuration, "MacCdRomHIdToDetect");
     EXPECT_TRUE(std::regex_match(modem, identifier)) << modem;
     EXPECT_TRUE(std::regex_match(cdRom, identifier)) << cdRom;
-    EXPECT_EQ(modem, valueOf(configuration, "MacHardwareIdToFind"));
+    EXPECT_EQ(valueOf(configuration, "MacHardwareIdToFind"), modem);
     EXPECT_NE(modem, cdRom);
 }

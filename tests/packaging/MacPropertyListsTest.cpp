@@ -41,19 +41,19 @@ TEST(MacPropertyLists, TheBundleHasNoWindowAndNamesItsExecutable) {
     const MacPropertyList bundle("Info.plist.in");
     EXPECT_TRUE(MacPropertyList::isTrue(bundle.item("LSBackgroundOnly")));
     EXPECT_TRUE(MacPropertyList::isTrue(bundle.item("LSUIElement")));
-    EXPECT_EQ("${MACOSX_BUNDLE_EXECUTABLE_NAME}", MacPropertyList::text(bundle.item("CFBundleExecutable")));
-    EXPECT_EQ("APPL", MacPropertyList::text(bundle.item("CFBundlePackageType")));
+    EXPECT_EQ(MacPropertyList::text(bundle.item("CFBundleExecutable")), "${MACOSX_BUNDLE_EXECUTABLE_NAME}");
+    EXPECT_EQ(MacPropertyList::text(bundle.item("CFBundlePackageType")), "APPL");
 }
 
 TEST(MacPropertyLists, TheBundleNeedsTheMacOSThatItIsBuiltFor) {
     const MacPropertyList bundle("Info.plist.in");
-    EXPECT_EQ("${CMAKE_OSX_DEPLOYMENT_TARGET}", MacPropertyList::text(bundle.item("LSMinimumSystemVersion")));
+    EXPECT_EQ(MacPropertyList::text(bundle.item("LSMinimumSystemVersion")), "${CMAKE_OSX_DEPLOYMENT_TARGET}");
 }
 
 TEST(MacPropertyLists, TheAgentStartsTheLauncherAgainAfterACrash) {
     const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
-    EXPECT_EQ("zevo.ZevoLauncher", MacPropertyList::text(agent.item("Label")));
-    EXPECT_EQ("@LAUNCHER@", MacPropertyList::text(plist_array_get_item(agent.item("ProgramArguments"), 0)));
+    EXPECT_EQ(MacPropertyList::text(agent.item("Label")), "zevo.ZevoLauncher");
+    EXPECT_EQ(MacPropertyList::text(plist_array_get_item(agent.item("ProgramArguments"), 0)), "@LAUNCHER@");
     EXPECT_TRUE(MacPropertyList::isTrue(agent.item("RunAtLoad")));
     EXPECT_TRUE(MacPropertyList::isTrue(plist_dict_get_item(agent.item("KeepAlive"), "SuccessfulExit")));
     EXPECT_TRUE(MacPropertyList::isTrue(plist_dict_get_item(agent.item("KeepAlive"), "Crashed")));
@@ -61,12 +61,12 @@ TEST(MacPropertyLists, TheAgentStartsTheLauncherAgainAfterACrash) {
 
 TEST(MacPropertyLists, TheAgentKeepsTheLineOfASyntaxError) {
     const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
-    EXPECT_EQ("@LOG@", MacPropertyList::text(agent.item("StandardErrorPath")));
+    EXPECT_EQ(MacPropertyList::text(agent.item("StandardErrorPath")), "@LOG@");
 }
 
 // Aqua is the session of an agent anyway, and 10 seconds are the time between two starts.
 TEST(MacPropertyLists, TheAgentRepeatsNoDefault) {
     const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
-    EXPECT_EQ(nullptr, agent.item("LimitLoadToSessionType"));
-    EXPECT_EQ(nullptr, agent.item("ThrottleInterval"));
+    EXPECT_EQ(agent.item("LimitLoadToSessionType"), nullptr);
+    EXPECT_EQ(agent.item("ThrottleInterval"), nullptr);
 }

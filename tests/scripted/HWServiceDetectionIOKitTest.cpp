@@ -153,7 +153,7 @@ TEST_F(HWServiceDetectionIOKitTest, ARegistryThatNeverRestsEndsTheListAfterTenWa
     registry().matches = {{&modem}};
     registry().changes[1] = ScriptedChange{1000, 1, {&modem}};
     EXPECT_THAT(connected(), ElementsAre("4817|5121"));
-    EXPECT_EQ(9u, script().callsOf("IOIteratorReset").size());
+    EXPECT_EQ(script().callsOf("IOIteratorReset").size(), 9u);
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks.\n"));
 }
 
@@ -202,21 +202,21 @@ TEST_F(HWServiceDetectionIOKitTest, IdsBeyondTheRangeBecomeItsNearestEnd) {
 TEST_F(HWServiceDetectionIOKitTest, DetectingTracesANullMatchingDictionaryAtLevelTwo) {
     TraceCapture trace;
     registry().isMatchingNull = true;
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] IOServiceMatching returned NULL.\n"));
 }
 
 TEST_F(HWServiceDetectionIOKitTest, DetectingTracesARefusedSearch) {
     TraceCapture trace;
     registry().findingResult = static_cast<kern_return_t>(0xE00002BC);
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] IOServiceGetMatchingServices returned 0xe00002bc."));
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ADeviceThatIsNotConnectedLeavesTheResultUntouched) {
     describe("ModemHID", "Modem");
     describe("PortHID", "modem-data");
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ADeviceWithoutAMatchingPortLeavesTheResultUntouched) {
@@ -225,7 +225,7 @@ TEST_F(HWServiceDetectionIOKitTest, ADeviceWithoutAMatchingPortLeavesTheResultUn
     ScriptedEntry& modem = addModem();
     addPort(modem, "another", "/dev/cu.another");
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ScanningMakesTheseCallsInTheirOrder) {
@@ -233,7 +233,7 @@ TEST_F(HWServiceDetectionIOKitTest, ScanningMakesTheseCallsInTheirOrder) {
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", "/dev/cu.data");
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedPortName=/dev/cu.data", detect());
+    EXPECT_EQ(detect(), "DetectedPortName=/dev/cu.data");
     EXPECT_THAT(
         script().calls(),
         ElementsAre("IOServiceMatching(IOUSBDevice)",
@@ -268,7 +268,7 @@ TEST_F(HWServiceDetectionIOKitTest, APathThatCannotBeReadIsTracedWithItsResultAn
     ScriptedEntry& modem = addModem("modem", "");
     addPort(modem, "data", "/dev/cu.data");
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedPortName=/dev/cu.data", detect());
+    EXPECT_EQ(detect(), "DetectedPortName=/dev/cu.data");
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] device IORegistryEntryGetPath returned 0xe00002d9.\n"));
     EXPECT_THAT(trace.text(), Not(HasSubstr("Device Path")));
 }
@@ -279,7 +279,7 @@ TEST_F(HWServiceDetectionIOKitTest, TheModemsNameIsAddedWhenSomethingWasFound) {
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", "/dev/cu.data");
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedModemName=Modem DetectedPortName=/dev/cu.data", detect());
+    EXPECT_EQ(detect(), "DetectedModemName=Modem DetectedPortName=/dev/cu.data");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, OtherContentOfTheResultIsKept) {
@@ -290,7 +290,7 @@ TEST_F(HWServiceDetectionIOKitTest, OtherContentOfTheResultIsKept) {
     Dictionary result;
     result.addValue("Kept", std::string("yes"));
     m_service.detectDeviceHID(m_description, result);
-    EXPECT_EQ("DetectedPortName=/dev/cu.data Kept=yes", flat(result));
+    EXPECT_EQ(flat(result), "DetectedPortName=/dev/cu.data Kept=yes");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, TwoConnectedDevicesWriteOneAfterTheOtherAndTheLastOneStays) {
@@ -300,7 +300,7 @@ TEST_F(HWServiceDetectionIOKitTest, TwoConnectedDevicesWriteOneAfterTheOtherAndT
     addPort(first, "data1", "/dev/cu.data1");
     addPort(second, "data2", "/dev/cu.data2");
     registry().matches = {{&first, &second}};
-    EXPECT_EQ("DetectedPortName=/dev/cu.data2", detect());
+    EXPECT_EQ(detect(), "DetectedPortName=/dev/cu.data2");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, TheScanIgnoresItsReferenceAndReadsTheGivenIterator) {
@@ -310,7 +310,7 @@ TEST_F(HWServiceDetectionIOKitTest, TheScanIgnoresItsReferenceAndReadsTheGivenIt
     const io_iterator_t iterator = registry().makeIterator({&modem});
     Dictionary found;
     m_service.DeviceAdded(&found, iterator, m_description, found);
-    EXPECT_EQ("DetectedPortName=/dev/cu.data", flat(found));
+    EXPECT_EQ(flat(found), "DetectedPortName=/dev/cu.data");
     IOObjectRelease(iterator);
 }
 
@@ -323,7 +323,7 @@ TEST_F(HWServiceDetectionIOKitTest, DescendantsOfOtherClassesWithoutClassOrUnrea
     addPort(modem, "data", "/dev/cu.number").with("IOClass", 1);
     addPort(modem, "data", "/dev/cu.none").properties.erase("IOClass");
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
     EXPECT_THAT(script().callsOf("IORegistryEntrySearchCFProperty"), IsEmpty());
 }
 
@@ -356,15 +356,15 @@ TEST_P(BrokenWalkTest, BeginsAgainWithoutWhatHasLeft) {
         {2, "DetectedNetworkAdapterName=wwan0 DetectedPortName=/dev/cu.data2"},
         {3, "DetectedModemPortName=/dev/cu.dial1 DetectedPortName=/dev/cu.data2"}};
     registry().changes[GetParam()] = ScriptedChange{1, 1, m_left[GetParam()]};
-    EXPECT_EQ(expected[GetParam()], detect());
-    EXPECT_EQ(1u, script().callsOf("IOIteratorReset").size());
+    EXPECT_EQ(detect(), expected[GetParam()]);
+    EXPECT_EQ(script().callsOf("IOIteratorReset").size(), 1u);
 }
 
 TEST_P(BrokenWalkTest, EndsAfterTenWalksWhenTheRegistryNeverRests) {
     TraceCapture trace;
     registry().changes[GetParam()] = ScriptedChange{1000, 1, m_left[GetParam()]};
     EXPECT_NE("", detect());
-    EXPECT_EQ(9u, script().callsOf("IOIteratorReset").size());
+    EXPECT_EQ(script().callsOf("IOIteratorReset").size(), 9u);
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks.\n"));
 }
 
@@ -379,7 +379,7 @@ TEST_F(HWServiceDetectionIOKitTest, WhatTheCallerHadFoundStaysWhenAWalkBeginsAga
     Dictionary found;
     found.addValue("Kept", std::string("yes"));
     m_service.DeviceAdded(NULL, iterator, m_description, found);
-    EXPECT_EQ("DetectedPortName=/dev/cu.data Kept=yes", flat(found));
+    EXPECT_EQ(flat(found), "DetectedPortName=/dev/cu.data Kept=yes");
     IOObjectRelease(iterator);
 }
 
@@ -389,7 +389,7 @@ TEST_F(HWServiceDetectionIOKitTest, ARefusedWalkOfTheDescendantsSkipsTheDevice) 
     addPort(modem, "data", "/dev/cu.data");
     registry().matches = {{&modem}};
     registry().iteratorResult = static_cast<kern_return_t>(0xE00002BC);
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 // ---- serial ports
@@ -412,7 +412,7 @@ TEST_P(SerialPortTest, IsStoredUnderTheKeysWhoseNameItHas) {
     ScriptedEntry& modem = addModem();
     addPort(modem, GetParam().tty, "/dev/cu.x");
     registry().matches = {{&modem}};
-    EXPECT_EQ(GetParam().found, detect());
+    EXPECT_EQ(detect(), GetParam().found);
 }
 
 #define AS_PORT "DetectedPortName=/dev/cu.x"
@@ -453,7 +453,7 @@ TEST_F(HWServiceDetectionIOKitTest, ARejectedPortIsNotAskedForItsPath) {
     detect();
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] Port Name :  \n"));
     EXPECT_THAT(trace.text(), Not(HasSubstr("CallOutDevice")));
-    EXPECT_EQ(1u, script().callsOf("IORegistryEntrySearchCFProperty").size());
+    EXPECT_EQ(script().callsOf("IORegistryEntrySearchCFProperty").size(), 1u);
 }
 
 TEST_F(HWServiceDetectionIOKitTest, AnAcceptedPortWithoutACalloutDeviceIsStoredWithAnEmptyPath) {
@@ -461,7 +461,7 @@ TEST_F(HWServiceDetectionIOKitTest, AnAcceptedPortWithoutACalloutDeviceIsStoredW
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", "");
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedPortName=", detect());
+    EXPECT_EQ(detect(), "DetectedPortName=");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ATtyNameThatIsNoTextCountsAsAbsent) {
@@ -469,7 +469,7 @@ TEST_F(HWServiceDetectionIOKitTest, ATtyNameThatIsNoTextCountsAsAbsent) {
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", "/dev/cu.x").with("IOTTYDevice", 1);
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, TextsLongerThan255BytesAreCut) {
@@ -477,7 +477,7 @@ TEST_F(HWServiceDetectionIOKitTest, TextsLongerThan255BytesAreCut) {
     ScriptedEntry& modem = addModem();
     addPort(modem, "data", std::string(300, 'x'));
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedPortName=" + std::string(255, 'x'), detect());
+    EXPECT_EQ(detect(), "DetectedPortName=" + std::string(255, 'x'));
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ACutNeverLeavesHalfACharacter) {
@@ -488,7 +488,7 @@ TEST_F(HWServiceDetectionIOKitTest, ACutNeverLeavesHalfACharacter) {
         text += "\xE2\x82\xAC"; // the Euro sign
     addPort(modem, "data", "x" + text);
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedPortName=x" + text.substr(0, 84 * 3), detect());
+    EXPECT_EQ(detect(), "DetectedPortName=x" + text.substr(0, 84 * 3));
 }
 
 // ---- network interface
@@ -500,7 +500,7 @@ TEST_F(HWServiceDetectionIOKitTest, TheInterfaceBelowTheDeviceIsFoundAmongTheSta
                     {&addInterface("IOService:/pci/en0", "en0"), &addInterface(modem.path + "/net", "wwan0"),
                      &addInterface("IOService:/usb@15000000/net", "wwan1")});
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedNetworkAdapterName=wwan0", detect());
+    EXPECT_EQ(detect(), "DetectedNetworkAdapterName=wwan0");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, TheNetworkSearchMakesTheseCallsInTheirOrder) {
@@ -512,13 +512,13 @@ TEST_F(HWServiceDetectionIOKitTest, TheNetworkSearchMakesTheseCallsInTheirOrder)
     detect();
     const std::vector<std::string>& calls = script().calls();
     EXPECT_EQ(
+        std::vector<std::string>(calls.begin() + 8, calls.begin() + 19),
         (std::vector<std::string>{
             "IORegistryEntryGetParentIterator(stack, IOService)", "IOIteratorNext(iterator 3) = interface",
             "IORegistryEntryGetPath(interface, IOService)", "IOObjectRelease(interface)",
             "IOIteratorNext(iterator 3) = interface", "IORegistryEntryGetPath(interface, IOService)",
             "IORegistryEntryCreateCFProperties(interface)", "IOObjectRelease(interface)",
-            "IOIteratorNext(iterator 3) = none", "IOObjectRelease(iterator 3)", "IOObjectRelease(stack)"}),
-        std::vector<std::string>(calls.begin() + 8, calls.begin() + 19));
+            "IOIteratorNext(iterator 3) = none", "IOObjectRelease(iterator 3)", "IOObjectRelease(stack)"}));
 }
 
 TEST_F(HWServiceDetectionIOKitTest, WithoutANetworkAdapterInTheDescriptionTheStackIsNotLookedAt) {
@@ -527,7 +527,7 @@ TEST_F(HWServiceDetectionIOKitTest, WithoutANetworkAdapterInTheDescriptionTheSta
     ScriptedEntry& modem = addModem();
     addNetworkStack(modem, {&addInterface(modem.path + "/net", "wwan0")});
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
     EXPECT_THAT(script().callsOf("IORegistryEntryGetParentIterator"), IsEmpty());
 }
 
@@ -540,7 +540,7 @@ TEST_F(HWServiceDetectionIOKitTest, InterfacesWithoutPathPropertiesOrNameAreSkip
                     {&addInterface("", "wwan0"), &unreadable, &registry().add("nameless", modem.path + "/b"),
                      &registry().add("number", modem.path + "/c").with("BSD Name", 3)});
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, AnInterfaceNameThatUtf8CannotHoldIsSkipped) {
@@ -551,7 +551,7 @@ TEST_F(HWServiceDetectionIOKitTest, AnInterfaceNameThatUtf8CannotHoldIsSkipped) 
     interface.properties["BSD Name"].reset(CFStringCreateWithCharacters(kCFAllocatorDefault, halfAPair, 2));
     addNetworkStack(modem, {&interface});
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, ADeviceWithoutAReadablePathGetsNobodyElsesInterface) {
@@ -559,7 +559,7 @@ TEST_F(HWServiceDetectionIOKitTest, ADeviceWithoutAReadablePathGetsNobodyElsesIn
     ScriptedEntry& modem = addModem("modem", "");
     addNetworkStack(modem, {&addInterface("IOService:/pci/en0", "en0")});
     registry().matches = {{&modem}};
-    EXPECT_EQ("", detect());
+    EXPECT_EQ(detect(), "");
 }
 
 TEST_F(HWServiceDetectionIOKitTest, EverythingFoundIsAddedTogether) {
@@ -574,9 +574,9 @@ TEST_F(HWServiceDetectionIOKitTest, EverythingFoundIsAddedTogether) {
     addPort(modem, "dial", "/dev/cu.dial");
     addNetworkStack(modem, {&addInterface(modem.path + "/net", "wwan0")});
     registry().matches = {{&modem}};
-    EXPECT_EQ("DetectedModemName=Modem DetectedNetworkAdapterName=wwan0 DetectedModemPortName=/dev/cu.dial "
-              "DetectedPortName=/dev/cu.data",
-              detect());
+    EXPECT_EQ(detect(),
+              "DetectedModemName=Modem DetectedNetworkAdapterName=wwan0 DetectedModemPortName=/dev/cu.dial "
+              "DetectedPortName=/dev/cu.data");
 }
 
 // ---- the service

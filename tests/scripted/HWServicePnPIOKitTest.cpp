@@ -137,7 +137,7 @@ TEST_F(HWServicePnPIOKitTest, APortThatHearsNothingIsAnErrorInTraceAndLog) {
     m_service.registerService();
     m_service.unRegisterService();
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] " + text));
-    EXPECT_EQ("[ERROR  ] " + text, readFile(folder / "log_0.txt"));
+    EXPECT_EQ(readFile(folder / "log_0.txt"), "[ERROR  ] " + text);
 }
 
 TEST_F(HWServicePnPIOKitTest, UnregisteringRemovesTheSourceReleasesTheIteratorAndDestroysThePort) {
@@ -160,7 +160,7 @@ TEST_F(HWServicePnPIOKitTest, CanBeRegisteredAgainAfterUnregistering) {
     m_service.unRegisterService();
     m_service.registerService();
     registry().deliver(registry().notifications().at(1), {&addModem()});
-    EXPECT_EQ(arrival(MODEM), m_events);
+    EXPECT_EQ(m_events, arrival(MODEM));
     registry().send(registry().notifications().at(2), kIOMessageServiceIsTerminated);
     m_service.unRegisterService();
 }
@@ -214,7 +214,8 @@ TEST_F(HWServicePnPIOKitTest, AnArrivalMakesTheseCallsInTheirOrder) {
     registry().deliver(devices(), {&addModem()});
     const Events itself = {"IOIteratorNext(iterator 2) = modem", "IORegistryEntryGetPath(modem, IOService)",
                            "IOObjectRelease(modem)"};
-    EXPECT_EQ(oneAfterTheOther(
+    EXPECT_EQ(callsAboutOwn(),
+              oneAfterTheOther(
                   {{"IOIteratorNext(iterator 1) = modem", "IORegistryEntryGetName(modem)",
                     "IORegistryEntryGetPath(modem, IOService)",
                     "IORegistryEntrySearchCFProperty(modem, IOService, idVendor)",
@@ -223,9 +224,8 @@ TEST_F(HWServicePnPIOKitTest, AnArrivalMakesTheseCallsInTheirOrder) {
                     "IOServiceAddMatchingNotification(port, IOServiceMatched, idProduct=4097 idVendor=4817)"},
                    matchesAsKernel() ? itself : Events(),
                    {"IOIteratorNext(iterator 2) = none", "IOObjectRelease(modem)",
-                    "IOIteratorNext(iterator 1) = none"}}),
-              callsAboutOwn());
-    EXPECT_EQ(arrival(MODEM), m_events);
+                    "IOIteratorNext(iterator 1) = none"}}));
+    EXPECT_EQ(m_events, arrival(MODEM));
     terminate();
     m_service.unRegisterService();
 }
@@ -241,9 +241,9 @@ TEST_F(HWServicePnPIOKitTest, TheDeviceIsReleasedBeforeAnyClientIsTold) {
     m_service.registerService();
     registry().deliver(devices(), {&addModem()});
     const std::vector<std::string>& calls = script().calls();
-    EXPECT_EQ((std::vector<std::string>{"IOObjectRelease(modem)", "onDeviceArrival()",
-                                        "IOIteratorNext(iterator 1) = none"}),
-              std::vector<std::string>(calls.end() - 3, calls.end()));
+    EXPECT_EQ(std::vector<std::string>(calls.end() - 3, calls.end()),
+              (std::vector<std::string>{"IOObjectRelease(modem)", "onDeviceArrival()",
+                                        "IOIteratorNext(iterator 1) = none"}));
     terminate();
     m_service.unRegisterService();
 }
@@ -275,7 +275,7 @@ TEST_F(HWServicePnPIOKitTest, EveryDeviceOfOneDeliveryIsTold) {
     ScriptedEntry& card =
         registry().add("card", "IOService:/usb@15000000").with("idVendor", 1).with("idProduct", 2);
     registry().deliver(devices(), {&addModem(), &card});
-    EXPECT_EQ(asDelivered(arrival(MODEM), arrival("USB#Vid_0001&Pid_0002")), m_events);
+    EXPECT_EQ(m_events, asDelivered(arrival(MODEM), arrival("USB#Vid_0001&Pid_0002")));
     terminate(0);
     terminate(1);
     m_service.unRegisterService();
@@ -295,7 +295,7 @@ TEST_F(HWServicePnPIOKitTest, EveryClientIsToldInTheOrderOfRegistration) {
     }
     expected.push_back(std::string("first removal ") + MODEM);
     expected.push_back(std::string("second removal ") + MODEM);
-    EXPECT_EQ(expected, m_events);
+    EXPECT_EQ(m_events, expected);
     m_service.unRegisterService();
 }
 
@@ -304,7 +304,7 @@ TEST_F(HWServicePnPIOKitTest, AClientRegisteredTwiceIsToldTwice) {
     m_service.registerClient(&m_client);
     m_service.registerService();
     registry().deliver(devices(), {&addModem()});
-    EXPECT_EQ(2 * arrival(MODEM).size(), m_events.size());
+    EXPECT_EQ(m_events.size(), 2 * arrival(MODEM).size());
     terminate();
     m_service.unRegisterService();
 }
@@ -326,7 +326,7 @@ TEST_F(HWServicePnPIOKitTest, AFailingClientKeepsNobodyElseFromBeingToldAndIsTra
     registerWithClient();
     registry().deliver(devices(), {&addModem()});
     terminate();
-    EXPECT_EQ(oneAfterTheOther({arrival(MODEM), removal(MODEM)}), m_events);
+    EXPECT_EQ(m_events, oneAfterTheOther({arrival(MODEM), removal(MODEM)}));
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] A client failed : no arrival today."));
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] A client failed : no removal today."));
     m_service.unRegisterService();
@@ -348,7 +348,7 @@ TEST_P(HardwareIdTest, HasAtLeastFourLowerCaseHexadecimalDigitsEach) {
                                         .add("device", "IOService:/usb@1")
                                         .with("idVendor", GetParam().vendor)
                                         .with("idProduct", GetParam().product)});
-    EXPECT_EQ(arrival(GetParam().hid), m_events);
+    EXPECT_EQ(m_events, arrival(GetParam().hid));
     terminate();
     m_service.unRegisterService();
 }
@@ -364,7 +364,7 @@ TEST_F(HWServicePnPIOKitTest, AMissingIdCountsAsZero) {
     registry().deliver(devices(),
                        {&registry().add("no ids", "IOService:/usb@1"),
                         &registry().add("no product", "IOService:/usb@2").with("idVendor", 0x12D1)});
-    EXPECT_EQ(asDelivered(arrival("USB#Vid_0000&Pid_0000"), arrival("USB#Vid_12d1&Pid_0000")), m_events);
+    EXPECT_EQ(m_events, asDelivered(arrival("USB#Vid_0000&Pid_0000"), arrival("USB#Vid_12d1&Pid_0000")));
     terminate(0);
     terminate(1);
     m_service.unRegisterService();
@@ -375,7 +375,7 @@ TEST_F(HWServicePnPIOKitTest, AnIdThatIsNoNumberCountsAsMissing) {
     registry().deliver(
         devices(),
         {&registry().add("odd", "IOService:/usb@1").with("idVendor", "4817").with("idProduct", 2)});
-    EXPECT_EQ(arrival("USB#Vid_0000&Pid_0002"), m_events);
+    EXPECT_EQ(m_events, arrival("USB#Vid_0000&Pid_0002"));
     terminate();
     m_service.unRegisterService();
 }
@@ -385,7 +385,7 @@ TEST_F(HWServicePnPIOKitTest, ANameThatCannotBeReadChangesNothing) {
     ScriptedEntry& modem = addModem();
     modem.hasReadableName = false;
     registry().deliver(devices(), {&modem});
-    EXPECT_EQ(arrival(MODEM), m_events);
+    EXPECT_EQ(m_events, arrival(MODEM));
     terminate();
     m_service.unRegisterService();
 }
@@ -406,12 +406,12 @@ TEST_F(HWServicePnPIOKitTest, ADeviceThatIsMatchedAgainIsToldAgainAndItsRecordsA
     ScriptedEntry& modem = addModem();
     registry().deliver(devices(), {&modem});
     registry().deliver(devices(), {&modem});
-    EXPECT_EQ(oneAfterTheOther({arrival(MODEM), arrival(MODEM)}), m_events);
+    EXPECT_EQ(m_events, oneAfterTheOther({arrival(MODEM), arrival(MODEM)}));
     m_events.clear();
     terminate(0);
     EXPECT_THAT(unreleased(), ElementsAre("iterator 1", "interest in modem", "iterator 3", "port"));
     terminate(1);
-    EXPECT_EQ(oneAfterTheOther({removal(MODEM), removal(MODEM)}), m_events);
+    EXPECT_EQ(m_events, oneAfterTheOther({removal(MODEM), removal(MODEM)}));
     EXPECT_THAT(unreleased(), ElementsAre("iterator 1", "port"));
     m_service.unRegisterService();
 }
@@ -433,7 +433,7 @@ TEST_F(HWServicePnPIOKitTest, ADevicesIteratorThatStaysInvalidIsGivenUpAfterTenW
     TraceCapture trace;
     registry().changes[1] = ScriptedChange{1000};
     m_service.registerService();
-    EXPECT_EQ(Events(9, "IOIteratorReset(iterator 1)"), script().callsOf("IOIteratorReset"));
+    EXPECT_EQ(script().callsOf("IOIteratorReset"), Events(9, "IOIteratorReset(iterator 1)"));
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] The registry changed during each of 10 walks."));
     m_service.unRegisterService();
 }
@@ -442,7 +442,7 @@ TEST_F(HWServicePnPIOKitTest, AnIteratorOfServicesBelowADeviceThatStaysInvalidIs
     registry().changes[2] = ScriptedChange{1000};
     registerWithClient();
     registry().deliver(devices(), {&addModem()});
-    EXPECT_EQ(Events(9, "IOIteratorReset(iterator 2)"), script().callsOf("IOIteratorReset"));
+    EXPECT_EQ(script().callsOf("IOIteratorReset"), Events(9, "IOIteratorReset(iterator 2)"));
     EXPECT_THAT(m_events, ElementsAre(std::string("arrival ") + MODEM));
     terminate();
     m_service.unRegisterService();
@@ -465,7 +465,7 @@ TEST_F(HWServicePnPIOKitTest, OneArrivalForTheDeviceAndOnePerServiceBelowItIsInt
     registerWithClient();
     ScriptedEntry& modem = addModem();
     registry().deliver(devices(), {&modem});
-    EXPECT_EQ(arrival(MODEM), m_events);
+    EXPECT_EQ(m_events, arrival(MODEM));
     m_events.clear();
     ScriptedEntry& first = registry().add("first", modem.path + "/interface@0");
     ScriptedEntry& second = registry().add("second", modem.path + "/interface@1");
@@ -480,7 +480,7 @@ TEST_F(HWServicePnPIOKitTest, AServiceThatIsAlreadyThereWhenTheWatchIsArmedIsTol
     registry().matches = {{}, {&modem}};
     registerWithClient();
     registry().deliver(devices(), {&modem});
-    EXPECT_EQ(2u, m_events.size());
+    EXPECT_EQ(m_events.size(), 2u);
     terminate();
     m_service.unRegisterService();
 }
@@ -632,7 +632,7 @@ TEST_F(HWServicePnPIOKitTest, UnregisteringDeliberatelyLeavesTheRecordsOfPresent
     EXPECT_THAT(unreleased(), ElementsAre("interest in modem", "iterator 2"));
     // Still whole: a message on its way is served.
     terminate();
-    EXPECT_EQ(oneAfterTheOther({arrival(MODEM), removal(MODEM)}), m_events);
+    EXPECT_EQ(m_events, oneAfterTheOther({arrival(MODEM), removal(MODEM)}));
 }
 
 TEST_F(HWServicePnPIOKitTest, ATraceTellsDeviceIdAndPathOfWhatWasMatched) {

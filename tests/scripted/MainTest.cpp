@@ -48,7 +48,7 @@ protected:
     void runMain(std::function<void()> whileRunning, Check check) {
         EXPECT_TRUE(inAnotherProcess([&] {
             ScriptedRegistry::current().whileRunning = whileRunning;
-            EXPECT_EQ(0, launcherMain());
+            EXPECT_EQ(launcherMain(), 0);
             check();
             return !HasFailure();
         }));
@@ -65,7 +65,7 @@ protected:
 };
 
 TEST_F(MainTest, ReturnsZeroWhenTheRunLoopHasEnded) {
-    runMain(nullptr, [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+    runMain(nullptr, [&] { EXPECT_EQ(script().calls().back(), "CFRunLoopRun()"); });
 }
 
 TEST_F(MainTest, TracesThreeLinesAtLevelOneBeforeTheLauncherIsMade) {
@@ -112,7 +112,7 @@ TEST_F(MainTest, ItsEndEndsTheTraceOfTheMainThread) {
 TEST_F(MainTest, WithoutTraceAndLogTheEndIsTheSame) {
     write("tracer_zevolauncher.cfg", "TRACE_OFF\n");
     write("logger_launcher.cfg", "LOG_OFF\n");
-    runMain(nullptr, [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+    runMain(nullptr, [&] { EXPECT_EQ(script().calls().back(), "CFRunLoopRun()"); });
 }
 
 TEST_F(MainTest, WithoutAFolderForApplicationDataItTellsWhereItWantedToLogAndEnds) {
@@ -123,9 +123,9 @@ TEST_F(MainTest, WithoutAFolderForApplicationDataItTellsWhereItWantedToLogAndEnd
     TraceCapture trace;
     testing::internal::CaptureStderr();
     EXPECT_TRUE(isEndedByCrashHandler([] { launcherMain(); }));
-    EXPECT_EQ("ZevoLauncher : cannot create the log folder " + folder +
-                  " : the system knows no folder for the user's application data\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "ZevoLauncher : cannot create the log folder " + folder +
+                  " : the system knows no folder for the user's application data\n");
     EXPECT_THAT(trace.text(),
                 HasSubstr(">> [E] INTERNAL ERROR : \"cannot start ZevoLauncher : unable to log\" - In File : "
                           "product/Application/ZevoLauncher/src/Mac/Main - At Line : 54\n"));
@@ -136,7 +136,7 @@ TEST_F(MainTest, AFolderThatIsThereIsLoggedIntoWhateverTheSystemKnows) {
     ScriptedApplications::current().standardFolder.clear();
     // Beside the executable, where a log folder is taken that somebody has put there.
     for (const char* folder : {"Logs", "Logs/Logs"})
-        ASSERT_EQ(0, mkdir((m_folder / folder).c_str(), 0777));
+        ASSERT_EQ(mkdir((m_folder / folder).c_str(), 0777), 0);
     runMain();
     EXPECT_THAT(readFile(m_folder / "Logs/log_0.txt"), HasSubstr("Starting Vurl"));
 }

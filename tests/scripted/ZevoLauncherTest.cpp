@@ -129,10 +129,10 @@ TEST_F(ZevoLauncherTest, NoLaunchIsRememberedSoTheNextTriggerLooksAgain) {
     applications().launchedApplicationsRun = true;
     m_launcher.processDevice();
     m_launcher.processDevice();
-    EXPECT_EQ(2u, launches().size());
+    EXPECT_EQ(launches().size(), 2u);
     applications().quitAll();
     m_launcher.processDevice();
-    EXPECT_EQ(4u, launches().size());
+    EXPECT_EQ(launches().size(), 4u);
 }
 
 TEST_F(ZevoLauncherTest, AFailedReferenceIsTracedAtLevelOneAndTheNextBundleIsStillHandled) {
@@ -168,7 +168,7 @@ TEST_F(ZevoLauncherTest, AskingForAProcessMakesTheseCallsInTheirOrder) {
 TEST_F(ZevoLauncherTest, TheEndOfTheListIsNotFound) {
     applications().addProcess("/Applications/Other.app");
     EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
-    EXPECT_EQ(2u, script().callsOf("GetNextProcess").size());
+    EXPECT_EQ(script().callsOf("GetNextProcess").size(), 2u);
 }
 
 TEST_F(ZevoLauncherTest, ErrorsOtherThanTheEndOfTheListAreDeliberatelyAskedAgain) {
@@ -178,15 +178,15 @@ TEST_F(ZevoLauncherTest, ErrorsOtherThanTheEndOfTheListAreDeliberatelyAskedAgain
     applications().addError(-609);
     applications().addProcess(MAIN);
     EXPECT_TRUE(m_launcher.isProcessRunning(MAIN));
-    EXPECT_EQ(5u, script().callsOf("GetNextProcess").size());
-    EXPECT_EQ(2u, script().callsOf("ProcessInformationCopyDictionary").size());
+    EXPECT_EQ(script().callsOf("GetNextProcess").size(), 5u);
+    EXPECT_EQ(script().callsOf("ProcessInformationCopyDictionary").size(), 2u);
 }
 
 TEST_F(ZevoLauncherTest, AThousandErrorsBeforeTheEndAreOutlasted) {
     for (int i = 0; i < 1000; ++i)
         applications().addError(-50);
     EXPECT_FALSE(m_launcher.isProcessRunning(MAIN));
-    EXPECT_EQ(1001u, script().callsOf("GetNextProcess").size());
+    EXPECT_EQ(script().callsOf("GetNextProcess").size(), 1001u);
 }
 
 TEST_F(ZevoLauncherTest, BundlePathsAreComparedExactlyAndByLetterCase) {
@@ -419,14 +419,14 @@ TEST_F(ZevoLauncherTest, AModemThatIsThereAtStartStartsTheApplicationsOnceBefore
     registry().matches = {{&modem}, {&modem}, {&modem}};
     run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
-        EXPECT_EQ("CFRunLoopRun()", script().calls().back());
+        EXPECT_EQ(script().calls().back(), "CFRunLoopRun()");
     });
 }
 
 TEST_F(ZevoLauncherTest, WithoutAConfigurationTheErrorsAreTracedAndTheRunGoesOn) {
     TraceCapture trace;
     run("", [&] {
-        EXPECT_EQ("CFRunLoopRun()", script().calls().back());
+        EXPECT_EQ(script().calls().back(), "CFRunLoopRun()");
         std::string hid = MODEM;
         m_launcher.onDeviceArrival(hid);
         EXPECT_THAT(launches(), IsEmpty());
@@ -442,7 +442,7 @@ TEST_F(ZevoLauncherTest, WithoutAConfigurationTheErrorsAreTracedAndTheRunGoesOn)
 
 TEST_F(ZevoLauncherTest, AConfigurationThatIsNoPropertyListIsTracedAndTheRunGoesOn) {
     TraceCapture trace;
-    run("no property list\n", [&] { EXPECT_EQ("CFRunLoopRun()", script().calls().back()); });
+    run("no property list\n", [&] { EXPECT_EQ(script().calls().back(), "CFRunLoopRun()"); });
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] Error accessing ZevoLauncher parameters.\n"));
 }
 

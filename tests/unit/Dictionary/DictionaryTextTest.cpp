@@ -140,8 +140,8 @@ TEST(DictionarySave, WritesToAPipeThroughADescriptor) {
     char text[4096];
     const ssize_t length = read(ends[0], text, sizeof text);
     close(ends[0]);
-    EXPECT_EQ(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))),
-              std::string(HEADER) + EXAMPLE_TEXT + "</plist>");
+    EXPECT_EQ(std::string(HEADER) + EXAMPLE_TEXT + "</plist>",
+              std::string(text, static_cast<std::size_t>(std::max<ssize_t>(length, 0))));
 }
 
 TEST(DictionarySave, TracesOnceWhatTheFileSystemLacks) {

@@ -17,7 +17,7 @@ TEST(HWServicePnPClientTest, VolumeNotificationsDoNothingUnlessOverridden) {
     std::string volume = "/Volumes/Modem";
     base.onVolumeArrival(volume);
     base.onVolumeRemoval(volume);
-    EXPECT_EQ("/Volumes/Modem", volume);
+    EXPECT_EQ(volume, "/Volumes/Modem");
 }
 
 } // namespace

@@ -23,52 +23,52 @@ CFOwned<CFNumberRef> makeNumber(long long number) {
 TEST_F(RegistryReadingTest, AnAbsentNumberIsToldFromZero) {
     SInt32 value = 7;
     EXPECT_FALSE(readNumber(NULL, value));
-    EXPECT_EQ(7, value);
+    EXPECT_EQ(value, 7);
     EXPECT_TRUE(readNumber(makeNumber(0).get(), value));
-    EXPECT_EQ(0, value);
+    EXPECT_EQ(value, 0);
 }
 
 TEST_F(RegistryReadingTest, WhatIsNoNumberIsAbsent) {
     SInt32 value = 7;
     EXPECT_FALSE(readNumber(makeText("4817").get(), value));
     EXPECT_FALSE(readNumber(kCFBooleanTrue, value));
-    EXPECT_EQ(7, value);
+    EXPECT_EQ(value, 7);
 }
 
 TEST_F(RegistryReadingTest, NegativeNumbersKeepTheirSign) {
     SInt32 value = 0;
     EXPECT_TRUE(readNumber(makeNumber(-2).get(), value));
-    EXPECT_EQ(-2, value);
+    EXPECT_EQ(value, -2);
 }
 
 TEST_F(RegistryReadingTest, AnAbsentTextIsToldFromAnEmptyOne) {
     std::string value = "before";
     EXPECT_FALSE(readText(NULL, value));
-    EXPECT_EQ("before", value);
+    EXPECT_EQ(value, "before");
     EXPECT_TRUE(readText(makeText("").get(), value));
-    EXPECT_EQ("", value);
+    EXPECT_EQ(value, "");
 }
 
 TEST_F(RegistryReadingTest, WhatIsNoTextIsAbsent) {
     std::string value = "before";
     EXPECT_FALSE(readText(makeNumber(1).get(), value));
-    EXPECT_EQ("before", value);
+    EXPECT_EQ(value, "before");
 }
 
 TEST_F(RegistryReadingTest, TextsAreReadAsUtf8) {
     std::string value;
     EXPECT_TRUE(readText(makeText("Modem \xE2\x82\xAC \xF0\x9F\x93\xB6").get(), value));
-    EXPECT_EQ("Modem \xE2\x82\xAC \xF0\x9F\x93\xB6", value);
+    EXPECT_EQ(value, "Modem \xE2\x82\xAC \xF0\x9F\x93\xB6");
 }
 
 TEST_F(RegistryReadingTest, ATextIsCutBehindTheLastCharacterThatFitsInto255Bytes) {
     std::string value;
     EXPECT_TRUE(readText(makeText(std::string(255, 'x')).get(), value));
-    EXPECT_EQ(std::string(255, 'x'), value);
+    EXPECT_EQ(value, std::string(255, 'x'));
     EXPECT_TRUE(readText(makeText(std::string(256, 'x')).get(), value));
-    EXPECT_EQ(std::string(255, 'x'), value);
+    EXPECT_EQ(value, std::string(255, 'x'));
     EXPECT_TRUE(readText(makeText(std::string(252, 'x') + "\xF0\x9F\x93\xB6").get(), value));
-    EXPECT_EQ(std::string(252, 'x'), value);
+    EXPECT_EQ(value, std::string(252, 'x'));
 }
 
 TEST_F(RegistryReadingTest, ATextThatUtf8CannotHoldIsAbsent) {
@@ -76,7 +76,7 @@ TEST_F(RegistryReadingTest, ATextThatUtf8CannotHoldIsAbsent) {
     const CFOwned<CFStringRef> text(CFStringCreateWithCharacters(kCFAllocatorDefault, halfAPair, 3));
     std::string value = "before";
     EXPECT_FALSE(readText(text.get(), value));
-    EXPECT_EQ("before", value);
+    EXPECT_EQ(value, "before");
 }
 
 } // namespace

@@ -37,9 +37,9 @@ std::vector<std::string> sorted(std::vector<std::string> names) {
 class FileFinderTest : public testing::Test {
 protected:
     void makeFile(const std::string& name) { writeFile(m_folder / name, ""); }
-    void makeFolder(const std::string& name) { ASSERT_EQ(0, mkdir((m_folder / name).c_str(), 0777)); }
+    void makeFolder(const std::string& name) { ASSERT_EQ(mkdir((m_folder / name).c_str(), 0777), 0); }
     void makeLink(const std::string& name, const std::string& target) {
-        ASSERT_EQ(0, symlink(target.c_str(), (m_folder / name).c_str()));
+        ASSERT_EQ(symlink(target.c_str(), (m_folder / name).c_str()), 0);
     }
 
     /// What a FileFinder finds, sorted.
@@ -231,12 +231,12 @@ TEST_F(FileFinderTest, AnUnreadableSubfolderIsAnEntryWithoutContent) {
     makeFolder("closed");
     makeFile("closed/a");
     makeFile("open");
-    ASSERT_EQ(0, chmod((m_folder / "closed").c_str(), 0));
+    ASSERT_EQ(chmod((m_folder / "closed").c_str(), 0), 0);
     {
         const WithoutPrivileges user;
         EXPECT_THAT(find("*"), ElementsAre("closed", "open"));
     }
-    ASSERT_EQ(0, chmod((m_folder / "closed").c_str(), 0700));
+    ASSERT_EQ(chmod((m_folder / "closed").c_str(), 0700), 0);
 }
 
 TEST_F(FileFinderTest, FindFirstFileAndFindNextFileDoTheSame) {
@@ -257,7 +257,7 @@ TEST_F(FileFinderTest, TheNameStaysAsItWasWhenThereIsNoMore) {
     FileFinder finder(m_folder.path(), "*");
     std::string name = "before";
     EXPECT_FALSE(finder.findFirstFile(name));
-    EXPECT_EQ("before", name);
+    EXPECT_EQ(name, "before");
 }
 
 TEST_F(FileFinderTest, AFolderThatGoesAwayMeanwhileEndsItsPartOnly) {
@@ -279,12 +279,12 @@ TEST_F(FileFinderTest, ALargeFolderIsFoundWhole) {
         expected.push_back("file-" + std::to_string(i));
         makeFile(expected.back());
     }
-    EXPECT_EQ(sorted(expected), find("*"));
+    EXPECT_EQ(find("*"), sorted(expected));
 }
 
 TEST_F(FileFinderTest, AVeryDeepTreeDoesNoHarm) {
     const std::string top = m_folder / "top";
-    ASSERT_EQ(0, mkdir(top.c_str(), 0777));
+    ASSERT_EQ(mkdir(top.c_str(), 0777), 0);
     makeDeepTree(top, "level", 1000);
     EXPECT_GE(find(top, "*").size(), 500u);
     removeDeepTree(top);
@@ -297,7 +297,7 @@ TEST_F(FileFinderTest, HostilePatternsEndSoon) {
         pattern += "*a";
     }
     EXPECT_THAT(findExactly(pattern + "*b"), IsEmpty());
-    EXPECT_EQ(1u, findExactly(pattern + "*").size());
+    EXPECT_EQ(findExactly(pattern + "*").size(), 1u);
     EXPECT_THAT(findExactly(std::string(100000, '*') + "b"), IsEmpty());
     EXPECT_THAT(findExactly(std::string(100000, '?')), IsEmpty());
 }
@@ -310,8 +310,8 @@ TEST_F(FileFinderTest, TwoSearchesDoNotDisturbEachOther) {
     std::string name;
     EXPECT_TRUE(first.findFirstFile(name));
     EXPECT_TRUE(second.findFirstFile(name));
-    EXPECT_EQ(1u, rest(first).size());
-    EXPECT_EQ(1u, rest(second).size());
+    EXPECT_EQ(rest(first).size(), 1u);
+    EXPECT_EQ(rest(second).size(), 1u);
 }
 
 TEST_F(FileFinderTest, ThreadsSearchAtTheSameTime) {

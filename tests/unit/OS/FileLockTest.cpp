@@ -57,7 +57,7 @@ protected:
     /// As somebody else would hold it.
     static FileDescriptor locked(const std::string& path) {
         FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-        EXPECT_EQ(0, flock(file.get(), LOCK_EX));
+        EXPECT_EQ(flock(file.get(), LOCK_EX), 0);
         return file;
     }
 
@@ -88,12 +88,12 @@ TEST_F(FileLockTest, ThreadsTakeTurns) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(800, counter);
+    EXPECT_EQ(counter, 800);
 }
 
 TEST_F(FileLockTest, IsReleasedWhenItsProcessIsKilled) {
     int ready[2];
-    ASSERT_EQ(0, pipe(ready));
+    ASSERT_EQ(pipe(ready), 0);
     const pid_t child = fork();
     if (child == 0) {
         const FileLock lock(m_file);
@@ -103,7 +103,7 @@ TEST_F(FileLockTest, IsReleasedWhenItsProcessIsKilled) {
         _exit(1);
     }
     char byte = 0;
-    ASSERT_EQ(1, read(ready[0], &byte, 1));
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
     EXPECT_TRUE(isLocked(m_file + ".lock"));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
@@ -119,7 +119,7 @@ TEST_F(FileLockTest, IsNotInheritedByAProgramThatIsStarted) {
     ASSERT_NE(nullptr, program);
     lock.reset();
     EXPECT_FALSE(isLocked(m_file + ".lock"));
-    EXPECT_EQ(0, pclose(program));
+    EXPECT_EQ(pclose(program), 0);
 }
 
 TEST_F(FileLockTest, LocksTheFileItselfWhereTheFolderAllowsNoNewFile) {
@@ -135,7 +135,7 @@ TEST_F(FileLockTest, LocksTheFileItselfWhereTheFolderAllowsNoNewFile) {
 
 TEST_F(FileLockTest, TheFileThatIsLockedItselfIsTheOneThatStandsThereAfterTheWait) {
     writeFile(m_file, "old");
-    ASSERT_EQ(0, symlink("nowhere", (m_file + ".lock").c_str())); // so that only the file can be locked
+    ASSERT_EQ(symlink("nowhere", (m_file + ".lock").c_str()), 0); // so that only the file can be locked
     const FileDescriptor old(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_TRUE(flock(old.get(), LOCK_EX) == 0);
     std::promise<bool> newIsLocked;
@@ -145,7 +145,7 @@ TEST_F(FileLockTest, TheFileThatIsLockedItselfIsTheOneThatStandsThereAfterTheWai
     });
     waitForAWaiter();
     writeFile(m_folder / "next", "new");
-    ASSERT_EQ(0, rename((m_folder / "next").c_str(), m_file.c_str()));
+    ASSERT_EQ(rename((m_folder / "next").c_str(), m_file.c_str()), 0);
     flock(old.get(), LOCK_UN);
     waiting.join();
     EXPECT_TRUE(newIsLocked.get_future().get());
@@ -157,13 +157,13 @@ TEST_F(FileLockTest, DoesNotFallBackToTheFileWhereTheLockFileFailsForAnotherReas
     mkdir((m_file + ".lock").c_str(), 0777);
     const FileLock lock(m_file);
     EXPECT_FALSE(lock.isHeld());
-    EXPECT_EQ(EISDIR, errno);
+    EXPECT_EQ(errno, EISDIR);
 }
 
 TEST_F(FileLockTest, CannotBeHeldInAMissingFolder) {
     const FileLock lock(m_folder / "missing/parameters.dat");
     EXPECT_FALSE(lock.isHeld());
-    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 TEST_F(FileLockTest, AnOrdinaryUserSharesALockThatTheSuperuserMade) {
@@ -180,15 +180,15 @@ TEST_F(FileLockTest, AnOrdinaryUserSharesALockThatTheSuperuserMade) {
 }
 
 TEST_F(FileLockTest, IsWaitedForFiveSeconds) {
-    EXPECT_EQ(std::chrono::seconds(5), LockWait::getLongest());
+    EXPECT_EQ(LockWait::getLongest(), std::chrono::seconds(5));
 }
 
 TEST_F(FileLockTest, CannotBeHeldWhileSomebodyElseHoldsItTooLong) {
     const FileDescriptor other = locked(m_file + ".lock");
     LockWait::setLongest(std::chrono::seconds(0));
     const FileLock lock(m_file);
-    EXPECT_EQ(EWOULDBLOCK, errno);
-    EXPECT_EQ(LockResult::BUSY, lock.getResult());
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    EXPECT_EQ(lock.getResult(), LockResult::BUSY);
     EXPECT_FALSE(lock.isHeld());
 }
 
@@ -212,7 +212,7 @@ TEST_F(FileLockTest, AProcessThatHasHadItForLongLetsOthersInFirst) {
     }
     WrappedCalls::reset();
     const FileLock lock(m_file);
-    EXPECT_EQ(std::vector<unsigned>{300}, WrappedCalls::microsecondsSlept());
+    EXPECT_EQ(WrappedCalls::microsecondsSlept(), std::vector<unsigned>{300});
 }
 
 TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
@@ -221,11 +221,11 @@ TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
     for (const mode_t mode : {0666u, 0660u, 0600u, 0640u, 0444u, 0644u}) {
         chmod(m_file.c_str(), mode);
         EXPECT_TRUE(FileLock(m_file).isHeld());
-        EXPECT_EQ(mode, modeOf(m_file + ".lock"));
+        EXPECT_EQ(modeOf(m_file + ".lock"), mode);
     }
     chmod(m_file.c_str(), 0220);
     EXPECT_TRUE(FileLock(m_file).isHeld());
-    EXPECT_EQ(0660u, modeOf(m_file + ".lock")) << "who may only write the file has to open its lock file";
+    EXPECT_EQ(modeOf(m_file + ".lock"), 0660u) << "who may only write the file has to open its lock file";
     umask(mask);
 }
 
@@ -240,8 +240,8 @@ TEST_F(FileLockTest, TheLockFileIsNotThereBeforeOthersCanOpenIt) {
         EXPECT_NE(0, access((m_file + ".lock").c_str(), F_OK));
     };
     EXPECT_TRUE(FileLock(m_file).isHeld());
-    EXPECT_EQ(1, changes);
-    EXPECT_EQ(2, countFiles(m_folder.path())) << "the file and its lock file";
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(countFiles(m_folder.path()), 2) << "the file and its lock file";
     umask(mask);
 }
 
@@ -251,8 +251,8 @@ TEST_F(FileLockTest, TheLockFileIsMadeAlsoWhereFilesHaveOneNameOnly) {
     const mode_t mask = umask(077);
     WrappedCalls::get().linkError = EPERM;
     EXPECT_TRUE(FileLock(m_file).isHeld());
-    EXPECT_EQ(0666u, modeOf(m_file + ".lock"));
-    EXPECT_EQ(2, countFiles(m_folder.path())) << "the file and its lock file";
+    EXPECT_EQ(modeOf(m_file + ".lock"), 0666u);
+    EXPECT_EQ(countFiles(m_folder.path()), 2) << "the file and its lock file";
     umask(mask);
 }
 
@@ -262,11 +262,11 @@ TEST_F(FileLockTest, WhatSomebodyPutsInTheLockFilesPlaceIsNotOpenedToOthers) {
     writeFile(m_file + ".lock", "a secret");
     chmod((m_file + ".lock").c_str(), 0600);
     EXPECT_TRUE(FileLock(m_file).isHeld());
-    EXPECT_EQ(0600u, modeOf(m_file + ".lock"));
+    EXPECT_EQ(modeOf(m_file + ".lock"), 0600u);
     writeFile(m_file + ".lock", "");
-    ASSERT_EQ(0, link((m_file + ".lock").c_str(), (m_folder / "elsewhere").c_str()));
+    ASSERT_EQ(link((m_file + ".lock").c_str(), (m_folder / "elsewhere").c_str()), 0);
     EXPECT_TRUE(FileLock(m_file).isHeld());
-    EXPECT_EQ(0600u, modeOf(m_file + ".lock"));
+    EXPECT_EQ(modeOf(m_file + ".lock"), 0600u);
 }
 
 TEST_F(FileLockTest, UsersWhoMayWriteTheFileLoseNoChange) {
@@ -291,7 +291,7 @@ TEST_F(FileLockTest, UsersWhoMayWriteTheFileLoseNoChange) {
     other.join();
     EXPECT_TRUE(ordinary.get_future().get());
     umask(mask);
-    EXPECT_EQ(std::to_string(2 * changes), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), std::to_string(2 * changes));
 }
 
 // Those who may take it would not notice a lock of the file itself.
@@ -310,7 +310,7 @@ TEST_F(FileLockTest, ALockFileThatTheUserMayNotOpenIsNotPassedOver) {
 TEST_F(FileLockTest, WaitsForWhoCouldOnlyLockTheFileItself) {
     const FileDescriptor other = locked(m_file);
     LockWait::setLongest(std::chrono::seconds(0));
-    EXPECT_EQ(LockResult::BUSY, FileLock(m_file).getResult());
+    EXPECT_EQ(FileLock(m_file).getResult(), LockResult::BUSY);
     flock(other.get(), LOCK_UN);
     EXPECT_TRUE(FileLock(m_file).isHeld());
 }
@@ -340,10 +340,10 @@ TEST_F(FileLockTest, IsOpenedForWritingWhereTheFileSystemAsksForIt) {
 TEST_F(FileLockTest, IsToldApartWhereTheFileSystemHasNoLocks) {
     for (const int error : {ENOLCK, ENOTSUP, EOPNOTSUPP, EINVAL, ENOSYS}) {
         WrappedCalls::get().lockError = error;
-        EXPECT_EQ(LockResult::UNSUPPORTED, FileLock(m_file).getResult()) << error;
+        EXPECT_EQ(FileLock(m_file).getResult(), LockResult::UNSUPPORTED) << error;
     }
     WrappedCalls::get().lockError = EIO;
-    EXPECT_EQ(LockResult::FAILED, FileLock(m_file).getResult());
+    EXPECT_EQ(FileLock(m_file).getResult(), LockResult::FAILED);
 }
 
 TEST_F(FileLockTest, IsUnsupportedForWhoMayOnlyReadWhereTheFileSystemAsksForWriting) {

@@ -52,52 +52,52 @@ protected:
 
 TEST_F(FileReplacementTest, MakesAFileThatWasNotThere) {
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "new");
 }
 
 TEST_F(FileReplacementTest, ReplacesALongerContentWhole) {
     writeFile(m_file, std::string(100000, 'o'));
     EXPECT_TRUE(FileReplacement::replace(m_file, std::string("n\0n", 3)));
-    EXPECT_EQ(std::string("n\0n", 3), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), std::string("n\0n", 3));
 }
 
 TEST_F(FileReplacementTest, StoresAnEmptyContent) {
     writeFile(m_file, "old");
     EXPECT_TRUE(FileReplacement::replace(m_file, ""));
-    EXPECT_EQ("", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "");
 }
 
 TEST_F(FileReplacementTest, IsFlushedBeforeItIsRenamedAndThenTheFolderIs) {
     writeFile(m_file, "old");
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     const std::vector<std::string> calls = WrappedCalls::flushesAndRenames();
-    ASSERT_EQ(3u, calls.size());
+    ASSERT_EQ(calls.size(), 3u);
     const std::string beside = calls[0].substr(strlen("flush "));
-    EXPECT_EQ("flush " + beside, calls[0]);
-    EXPECT_EQ("rename " + beside + " " + m_file, calls[1]);
-    EXPECT_EQ("flush " + m_folder.path(), calls[2]);
+    EXPECT_EQ(calls[0], "flush " + beside);
+    EXPECT_EQ(calls[1], "rename " + beside + " " + m_file);
+    EXPECT_EQ(calls[2], "flush " + m_folder.path());
 }
 
 TEST_F(FileReplacementTest, WhatCannotBeFlushedDoesNotReplaceTheFile) {
     writeFile(m_file, "old");
     WrappedCalls::get().flushError = EIO;
     EXPECT_FALSE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(EIO, errno);
-    EXPECT_EQ("old", readFile(m_file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(readFile(m_file), "old");
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 TEST_F(FileReplacementTest, AFolderThatCannotBeFlushedTakesNothingBack) {
     WrappedCalls::get().folderFlushError = EIO;
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "new");
 }
 
 TEST_F(FileReplacementTest, KeepsTheFilesMode) {
     writeFile(m_file, "old");
     chmod(m_file.c_str(), 0640);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(0640u, modeOf(m_file));
+    EXPECT_EQ(modeOf(m_file), 0640u);
 }
 
 TEST_F(FileReplacementTest, KeepsTheGroupWhereTheOwnerCannotBeKept) {
@@ -105,21 +105,21 @@ TEST_F(FileReplacementTest, KeepsTheGroupWhereTheOwnerCannotBeKept) {
     chmod(m_file.c_str(), 0666);
     chmod(m_folder.path().c_str(), 0777);
     struct stat before, after;
-    ASSERT_EQ(0, stat(m_file.c_str(), &before));
+    ASSERT_EQ(stat(m_file.c_str(), &before), 0);
     EXPECT_TRUE(inAnotherProcess([&] { // the superuser's child becomes a member of the file's group
         const bool member = geteuid() != 0 || setgroups(1, &before.st_gid) == 0;
         return member && asOrdinaryUser(m_folder.path(),
                                         [] { return FileReplacement::replace("parameters.dat", "new"); });
     }));
-    ASSERT_EQ(0, stat(m_file.c_str(), &after));
-    EXPECT_EQ(before.st_gid, after.st_gid);
+    ASSERT_EQ(stat(m_file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_gid, before.st_gid);
 }
 
 TEST_F(FileReplacementTest, GivesANewFileTheModeThatTheMaskLeaves) {
     const mode_t mask = umask(027);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     umask(mask);
-    EXPECT_EQ(0640u, modeOf(m_file));
+    EXPECT_EQ(modeOf(m_file), 0640u);
 }
 
 TEST_F(FileReplacementTest, FollowsALinkAndKeepsIt) {
@@ -127,28 +127,28 @@ TEST_F(FileReplacementTest, FollowsALinkAndKeepsIt) {
     writeFile(m_folder / "elsewhere/real", "old");
     symlink("elsewhere/real", m_file.c_str());
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_folder / "elsewhere/real"));
+    EXPECT_EQ(readFile(m_folder / "elsewhere/real"), "new");
     struct stat status;
-    ASSERT_EQ(0, lstat(m_file.c_str(), &status));
+    ASSERT_EQ(lstat(m_file.c_str(), &status), 0);
     EXPECT_TRUE(S_ISLNK(status.st_mode));
 }
 
 TEST_F(FileReplacementTest, MakesWhatADanglingLinkPointsTo) {
     symlink((m_folder / "real").c_str(), m_file.c_str());
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_folder / "real"));
+    EXPECT_EQ(readFile(m_folder / "real"), "new");
 }
 
 TEST_F(FileReplacementTest, RefusesALoopOfLinks) {
     symlink("b", (m_folder / "a").c_str());
     symlink("a", (m_folder / "b").c_str());
     EXPECT_FALSE(FileReplacement::replace(m_folder / "a", "new"));
-    EXPECT_EQ(ELOOP, errno);
+    EXPECT_EQ(errno, ELOOP);
 }
 
 TEST_F(FileReplacementTest, LeavesNothingBesideTheFile) {
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 TEST_F(FileReplacementTest, TheFileBesideHasAHiddenNameOfItsOwn) {
@@ -157,9 +157,9 @@ TEST_F(FileReplacementTest, TheFileBesideHasAHiddenNameOfItsOwn) {
     const std::vector<std::string> calls = WrappedCalls::flushesAndRenames();
     const std::string stem = "flush " + m_folder / ".parameters.dat.";
     for (const size_t i : {size_t{0}, size_t{3}}) {
-        EXPECT_EQ(stem, calls[i].substr(0, stem.size()));
-        EXPECT_EQ(stem.size() + 16, calls[i].size());
-        EXPECT_EQ(std::string::npos, calls[i].find_first_not_of("0123456789abcdef", stem.size()));
+        EXPECT_EQ(calls[i].substr(0, stem.size()), stem);
+        EXPECT_EQ(calls[i].size(), stem.size() + 16);
+        EXPECT_EQ(calls[i].find_first_not_of("0123456789abcdef", stem.size()), std::string::npos);
     }
     EXPECT_NE(calls[0], calls[3]);
 }
@@ -168,15 +168,15 @@ TEST_F(FileReplacementTest, LeavesAUsersOwnFilesAlone) {
     for (const char* name : {"parameters.dat.new", "parameters.dat~", ".parameters.dat.swp"}) {
         writeFile(m_folder / name, "mine");
         EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-        EXPECT_EQ("mine", readFile(m_folder / name));
+        EXPECT_EQ(readFile(m_folder / name), "mine");
     }
 }
 
 TEST_F(FileReplacementTest, RemovesWhatAKilledWriterLeft) {
     writeFile(m_folder / ".parameters.dat.0123456789abcdef", "half of someth");
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(readFile(m_file), "new");
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) {
@@ -196,17 +196,17 @@ TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) 
     }
     writeFile(m_folder / "target", "mine");
     const FileDescriptor locked(open(names[4].c_str(), O_RDONLY | O_CLOEXEC)); // a living writer's
-    ASSERT_EQ(0, flock(locked.get(), LOCK_EX));
-    ASSERT_EQ(0, link(names[5].c_str(), (m_folder / "second name").c_str()));
+    ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
+    ASSERT_EQ(link(names[5].c_str(), (m_folder / "second name").c_str()), 0);
     unlink(names[6].c_str());
-    ASSERT_EQ(0, symlink("target", names[6].c_str()));
+    ASSERT_EQ(symlink("target", names[6].c_str()), 0);
     unlink(names[7].c_str());
-    ASSERT_EQ(0, mkdir(names[7].c_str(), 0777));
+    ASSERT_EQ(mkdir(names[7].c_str(), 0777), 0);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     for (const std::string& name : names) {
         EXPECT_TRUE(exists(name)) << name;
     }
-    EXPECT_EQ("mine", readFile(m_folder / "target"));
+    EXPECT_EQ(readFile(m_folder / "target"), "mine");
 }
 
 TEST_F(FileReplacementTest, AnotherUsersLeftoverStays) {
@@ -217,7 +217,7 @@ TEST_F(FileReplacementTest, AnotherUsersLeftoverStays) {
     const bool isOwn = geteuid() != 0; // only the superuser can become another user
     EXPECT_TRUE(
         asOrdinaryUser(m_folder.path(), [] { return FileReplacement::replace("parameters.dat", "new"); }));
-    EXPECT_EQ(!isOwn, exists(name));
+    EXPECT_EQ(exists(name), !isOwn);
 }
 
 TEST_F(FileReplacementTest, ALeftoverStaysWhereTheFileSystemCannotTellWhetherItsWriterLives) {
@@ -231,7 +231,7 @@ TEST_F(FileReplacementTest, ALeftoverStaysWhereTheFileSystemCannotTellWhetherIts
 TEST_F(FileReplacementTest, FailsForAFolderAndForAMissingFolder) {
     EXPECT_FALSE(FileReplacement::replace(m_folder.path(), "new"));
     EXPECT_FALSE(FileReplacement::replace(m_folder / "missing/file", "new"));
-    EXPECT_EQ(ENOENT, errno);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 TEST_F(FileReplacementTest, WritesToADevice) {
@@ -243,31 +243,31 @@ TEST_F(FileReplacementTest, WritesToADevice) {
 
 TEST_F(FileReplacementTest, WritesToAPipeThroughADescriptor) {
     int ends[2];
-    ASSERT_EQ(0, pipe(ends));
+    ASSERT_EQ(pipe(ends), 0);
     EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(ends[1]), "new"));
     char text[8] = {};
-    EXPECT_EQ(3, read(ends[0], text, sizeof text));
+    EXPECT_EQ(read(ends[0], text, sizeof text), 3);
     EXPECT_STREQ("new", text);
     close(ends[0]);
     close(ends[1]);
 }
 
 TEST_F(FileReplacementTest, WritesToANamedPipe) {
-    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0666), 0);
     const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
     char text[8] = {};
-    EXPECT_EQ(3, read(reader.get(), text, sizeof text));
+    EXPECT_EQ(read(reader.get(), text, sizeof text), 3);
     EXPECT_STREQ("new", text);
-    EXPECT_EQ(0, read(reader.get(), text, sizeof text)) << "the writer is gone";
+    EXPECT_EQ(read(reader.get(), text, sizeof text), 0) << "the writer is gone";
 }
 
 TEST_F(FileReplacementTest, NoticesThatAPipesReaderIsGone) {
-    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0666), 0);
     std::thread reader([this] {
         const FileDescriptor end(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
         char byte = 0;
-        EXPECT_EQ(1, read(end.get(), &byte, 1));
+        EXPECT_EQ(read(end.get(), &byte, 1), 1);
     });
     EXPECT_TRUE(inAnotherProcess([this] {
         signal(SIGPIPE, SIG_IGN);
@@ -278,12 +278,12 @@ TEST_F(FileReplacementTest, NoticesThatAPipesReaderIsGone) {
 
 TEST_F(FileReplacementTest, WritesToATerminalThroughADescriptor) {
     const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
-    ASSERT_EQ(0, grantpt(terminal.get()));
-    ASSERT_EQ(0, unlockpt(terminal.get()));
+    ASSERT_EQ(grantpt(terminal.get()), 0);
+    ASSERT_EQ(unlockpt(terminal.get()), 0);
     const FileDescriptor side(open(ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
     EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(side.get()), "new"));
     char text[8] = {};
-    EXPECT_EQ(3, read(terminal.get(), text, sizeof text));
+    EXPECT_EQ(read(terminal.get(), text, sizeof text), 3);
     EXPECT_STREQ("new", text);
 }
 
@@ -293,10 +293,10 @@ TEST_F(FileReplacementTest, AFileBehindStandardOutputIsWrittenInPlace) {
     EXPECT_TRUE(inAnotherProcess(
         [&] { return dup2(file.get(), 1) == 1 && FileReplacement::replace("/dev/stdout", "new"); }));
     EXPECT_TRUE(isStillAt(m_file, file.get()));
-    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "new");
     EXPECT_TRUE(FileReplacement::replace("/dev/fd/" + std::to_string(file.get()), "newer"));
     EXPECT_TRUE(isStillAt(m_file, file.get()));
-    EXPECT_EQ("newer", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "newer");
 }
 
 TEST_F(FileReplacementTest, FailsForADescriptorThatIsNotOpen) {
@@ -311,10 +311,10 @@ TEST_F(FileReplacementTest, ADiskThatFailsAtTheLastByteLeavesTheOldContentWhole)
     WrappedCalls::get().transfersBeforeError = 2;
     WrappedCalls::get().transferError = EIO;
     EXPECT_FALSE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(EIO, errno);
+    EXPECT_EQ(errno, EIO);
     WrappedCalls::reset();
-    EXPECT_EQ("old", readFile(m_file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(readFile(m_file), "old");
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 TEST_F(FileReplacementTest, SignalsDoNotDisturbIt) {
@@ -322,9 +322,9 @@ TEST_F(FileReplacementTest, SignalsDoNotDisturbIt) {
         WrappedCalls::get().interruptions = 2;
         WrappedCalls::get().lockInterruptions = 2;
         EXPECT_TRUE(FileReplacement::replace(m_file, content));
-        EXPECT_EQ(0, WrappedCalls::get().interruptions);
-        EXPECT_EQ(0, WrappedCalls::get().lockInterruptions);
-        EXPECT_EQ(content, readFile(m_file));
+        EXPECT_EQ(WrappedCalls::get().interruptions, 0);
+        EXPECT_EQ(WrappedCalls::get().lockInterruptions, 0);
+        EXPECT_EQ(readFile(m_file), content);
     }
 }
 
@@ -334,8 +334,8 @@ TEST_F(FileReplacementTest, AFullDiskLeavesTheOldContentWhole) {
         limitFileSize(4096);
         return !FileReplacement::replace(m_file, std::string(100000, 'n')) && errno == EFBIG;
     }));
-    EXPECT_EQ("old", readFile(m_file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(readFile(m_file), "old");
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 TEST_F(FileReplacementTest, WritesInPlaceWhereTheFolderAllowsNoNewFile) {
@@ -346,7 +346,7 @@ TEST_F(FileReplacementTest, WritesInPlaceWhereTheFolderAllowsNoNewFile) {
         return FileReplacement::replace("parameters.dat", "new") &&
                WrappedCalls::flushesAndRenames() == std::vector<std::string>{"flush " + m_file};
     }));
-    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "new");
     chmod(m_folder.path().c_str(), 0755);
 }
 
@@ -358,7 +358,7 @@ TEST_F(FileReplacementTest, InPlaceAFullDiskLeavesTheOldContentWhole) {
         limitFileSize(4096);
         return !FileReplacement::replace("parameters.dat", std::string(100000, 'n'));
     }));
-    EXPECT_EQ("old", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "old");
     chmod(m_folder.path().c_str(), 0755);
 }
 
@@ -376,7 +376,7 @@ TEST_F(FileReplacementTest, AFileThatMayNotBeWrittenStaysInAWritableFolder) {
     chmod(m_folder.path().c_str(), 0777);
     EXPECT_TRUE(
         asOrdinaryUser(m_folder.path(), [] { return !FileReplacement::replace("parameters.dat", "new"); }));
-    EXPECT_EQ("old", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "old");
 }
 
 TEST_F(FileReplacementTest, AWriteInPlaceWaitsForItsReaders) {
@@ -386,8 +386,8 @@ TEST_F(FileReplacementTest, AWriteInPlaceWaitsForItsReaders) {
     LockWait::setLongest(std::chrono::seconds(0));
     const std::string path = "/dev/fd/" + std::to_string(reader.get());
     EXPECT_FALSE(FileReplacement::replace(path, "new"));
-    EXPECT_EQ(EWOULDBLOCK, errno);
-    EXPECT_EQ("old", readFile(m_file));
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    EXPECT_EQ(readFile(m_file), "old");
     flock(reader.get(), LOCK_UN);
     EXPECT_TRUE(FileReplacement::replace(path, "new"));
 }
@@ -396,10 +396,10 @@ TEST_F(FileReplacementTest, AReaderWaitsForAWriteInPlace) {
     writeFile(m_file, "old");
     const FileDescriptor writer(open(m_file.c_str(), O_RDWR | O_CLOEXEC));
     const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
-    ASSERT_EQ(0, flock(writer.get(), LOCK_EX));
+    ASSERT_EQ(flock(writer.get(), LOCK_EX), 0);
     LockWait::setLongest(std::chrono::seconds(0));
     EXPECT_FALSE(FileReplacement::waitUntilWhole(reader.get()));
-    EXPECT_EQ(EWOULDBLOCK, errno);
+    EXPECT_EQ(errno, EWOULDBLOCK);
     flock(writer.get(), LOCK_UN);
     EXPECT_TRUE(FileReplacement::waitUntilWhole(reader.get()));
 }
@@ -418,10 +418,10 @@ TEST_F(FileReplacementTest, IsWrittenInPlaceWhereTheFileSystemCannotRenameOver) 
         WrappedCalls::get().renameError = error;
         unsigned lacks = 0;
         EXPECT_TRUE(FileReplacement::replace(m_file, "new" + std::to_string(error), &lacks)) << error;
-        EXPECT_EQ(FileReplacement::NO_NEW_FILE, lacks);
-        EXPECT_EQ("new" + std::to_string(error), readFile(m_file));
+        EXPECT_EQ(lacks, FileReplacement::NO_NEW_FILE);
+        EXPECT_EQ(readFile(m_file), "new" + std::to_string(error));
         EXPECT_TRUE(isStillAt(m_file, file.get()));
-        EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+        EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
     }
 }
 
@@ -430,8 +430,8 @@ TEST_F(FileReplacementTest, IsReplacedWhereTheFileSystemCannotFlush) {
         WrappedCalls::get().flushError = error;
         unsigned lacks = 0;
         EXPECT_TRUE(FileReplacement::replace(m_file, "new" + std::to_string(error), &lacks)) << error;
-        EXPECT_EQ(FileReplacement::NO_FLUSH, lacks);
-        EXPECT_EQ("new" + std::to_string(error), readFile(m_file));
+        EXPECT_EQ(lacks, FileReplacement::NO_FLUSH);
+        EXPECT_EQ(readFile(m_file), "new" + std::to_string(error));
     }
 }
 
@@ -441,8 +441,8 @@ TEST_F(FileReplacementTest, IsWrittenInPlaceWithoutALockWhereTheFileSystemHasNon
     WrappedCalls::get().lockError = ENOLCK;
     unsigned lacks = 0;
     EXPECT_TRUE(FileReplacement::replace(m_file, "new", &lacks));
-    EXPECT_EQ(FileReplacement::NO_NEW_FILE | FileReplacement::NO_LOCK, lacks);
-    EXPECT_EQ("new", readFile(m_file));
+    EXPECT_EQ(lacks, FileReplacement::NO_NEW_FILE | FileReplacement::NO_LOCK);
+    EXPECT_EQ(readFile(m_file), "new");
 }
 
 TEST_F(FileReplacementTest, WhatTheFileSystemLacksIsToldOnce) {
@@ -485,10 +485,10 @@ TEST_F(FileReplacementTest, WritersOfOneFileTakeTurns) {
     for (std::thread& writer : writers) {
         writer.join();
     }
-    EXPECT_EQ(0, failures);
+    EXPECT_EQ(failures, 0);
     const std::string read = readFile(m_file);
-    EXPECT_EQ(std::string(10000, read[0]), read);
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(m_file));
+    EXPECT_EQ(read, std::string(10000, read[0]));
+    EXPECT_EQ(filesBeside(m_file), std::vector<std::string>());
 }
 
 } // namespace

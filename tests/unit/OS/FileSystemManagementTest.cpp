@@ -33,9 +33,9 @@ protected:
     FileSystemManagementTest() { WrappedCalls::reset(); }
     ~FileSystemManagementTest() override { setenv("HOME", m_home.c_str(), 1); }
 
-    void makeFolder(const std::string& name) { ASSERT_EQ(0, mkdir((m_folder / name).c_str(), 0777)); }
+    void makeFolder(const std::string& name) { ASSERT_EQ(mkdir((m_folder / name).c_str(), 0777), 0); }
     void makeLink(const std::string& name, const std::string& target) {
-        ASSERT_EQ(0, symlink(target.c_str(), (m_folder / name).c_str()));
+        ASSERT_EQ(symlink(target.c_str(), (m_folder / name).c_str()), 0);
     }
     bool exists(const std::string& name) { return access((m_folder / name).c_str(), F_OK) == 0; }
 
@@ -75,21 +75,21 @@ bool isLink(const std::string& path) {
 void makeSparseFile(const std::string& path, off_t size) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT, 0666);
     ASSERT_LE(0, file);
-    ASSERT_EQ(0, ftruncate(file, size));
+    ASSERT_EQ(ftruncate(file, size), 0);
     close(file);
 }
 
 } // namespace
 
 TEST_F(FileSystemManagementTest, FoldersAreSeparatedBySlashes) {
-    EXPECT_EQ('/', getFolderSeparator());
+    EXPECT_EQ(getFolderSeparator(), '/');
 }
 
 TEST_F(FileSystemManagementTest, ExistFileIsTrueForEveryKindOfEntry) {
     writeFile(m_folder / "file", "");
     makeFolder("folder");
     makeLink("dangling", "missing");
-    ASSERT_EQ(0, mkfifo((m_folder / "pipe").c_str(), 0666));
+    ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0666), 0);
     EXPECT_TRUE(existFile(m_folder / "file"));
     EXPECT_TRUE(existFile(m_folder / "folder"));
     EXPECT_TRUE(existFile(m_folder / "dangling"));
@@ -122,27 +122,27 @@ TEST_F(FileSystemManagementTest, CreateFolderMakesEveryMissingFolderWithMode0777
     EXPECT_TRUE(createFolder(m_folder / "a/b/c/"));
     for (const char* name : {"a", "a/b", "a/b/c"}) {
         EXPECT_TRUE(isFolder(m_folder / name));
-        EXPECT_EQ(0777u, modeOf(m_folder / name)) << name;
+        EXPECT_EQ(modeOf(m_folder / name), 0777u) << name;
     }
 }
 
 TEST_F(FileSystemManagementTest, CreateFolderCalledAgainCreatesNothing) {
     ASSERT_TRUE(createFolder(m_folder / "a/b"));
-    ASSERT_EQ(0, chmod((m_folder / "a").c_str(), 0555));
+    ASSERT_EQ(chmod((m_folder / "a").c_str(), 0555), 0);
     EXPECT_TRUE(createFolder(m_folder / "a/b/"));
-    EXPECT_EQ(0555u, modeOf(m_folder / "a"));
-    ASSERT_EQ(0, chmod((m_folder / "a").c_str(), 0755));
+    EXPECT_EQ(modeOf(m_folder / "a"), 0555u);
+    ASSERT_EQ(chmod((m_folder / "a").c_str(), 0755), 0);
 }
 
 // DELIBERATE: shared folders need the mode exactly, so the mask stays 0 for the whole process.
 TEST_F(FileSystemManagementTest, CreateFolderLeavesTheProcessMaskAtZero) {
     EXPECT_TRUE(createFolder(m_folder.path()));
-    EXPECT_EQ(0u, KeepMask::current());
+    EXPECT_EQ(KeepMask::current(), 0u);
 }
 
 TEST_F(FileSystemManagementTest, CreateFolderOfAnEmptyPathFailsAndLeavesTheMask) {
     EXPECT_FALSE(createFolder(""));
-    EXPECT_EQ(022u, KeepMask::current());
+    EXPECT_EQ(KeepMask::current(), 022u);
 }
 
 TEST_F(FileSystemManagementTest, CreateFolderToleratesLeadingDoubledAndTrailingSeparators) {
@@ -154,11 +154,11 @@ TEST_F(FileSystemManagementTest, CreateFolderToleratesLeadingDoubledAndTrailingS
 
 TEST_F(FileSystemManagementTest, CreateFolderTakesPathsFromTheCurrentFolder) {
     const int before = open(".", O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(0, chdir(m_folder.path().c_str()));
+    ASSERT_EQ(chdir(m_folder.path().c_str()), 0);
     EXPECT_TRUE(createFolder("x"));
     EXPECT_TRUE(createFolder("a/b"));
     EXPECT_TRUE(createFolder("./y/../z"));
-    ASSERT_EQ(0, fchdir(before));
+    ASSERT_EQ(fchdir(before), 0);
     close(before);
     EXPECT_TRUE(isFolder(m_folder / "x"));
     EXPECT_TRUE(isFolder(m_folder / "a/b"));
@@ -184,7 +184,7 @@ TEST_F(FileSystemManagementTest, CreateFolderFailsAtAFileInTheWayAndLeavesWhatIt
 
 TEST_F(FileSystemManagementTest, CreateFolderFailsWhereThereIsNoPermission) {
     makeFolder("closed");
-    ASSERT_EQ(0, chmod((m_folder / "closed").c_str(), 0555));
+    ASSERT_EQ(chmod((m_folder / "closed").c_str(), 0555), 0);
     const WithoutPrivileges user;
     EXPECT_FALSE(createFolder(m_folder / "closed/a"));
 }
@@ -205,13 +205,13 @@ TEST_F(FileSystemManagementTest, ThreadsThatCreateTheSameFolderAllSucceed) {
         for (std::thread& thread : threads) {
             thread.join();
         }
-        EXPECT_EQ(0, failures);
+        EXPECT_EQ(failures, 0);
     }
 }
 
 TEST_F(FileSystemManagementTest, CreateFileMakesTheFolderAndTheFile) {
     EXPECT_TRUE(createFile(m_folder / "a/b", "file"));
-    EXPECT_EQ("", readFile(m_folder / "a/b/file"));
+    EXPECT_EQ(readFile(m_folder / "a/b/file"), "");
     EXPECT_TRUE(createFile(m_folder / "a/b/", "other"));
     EXPECT_TRUE(exists("a/b/other"));
 }
@@ -219,7 +219,7 @@ TEST_F(FileSystemManagementTest, CreateFileMakesTheFolderAndTheFile) {
 TEST_F(FileSystemManagementTest, CreateFileKeepsTheContentOfAnExistingFile) {
     writeFile(m_folder / "file", "content");
     EXPECT_TRUE(createFile(m_folder.path(), "file"));
-    EXPECT_EQ("content", readFile(m_folder / "file"));
+    EXPECT_EQ(readFile(m_folder / "file"), "content");
 }
 
 TEST_F(FileSystemManagementTest, CreateFileFailsWithoutAFolder) {
@@ -270,7 +270,7 @@ TEST_F(FileSystemManagementTest, DeleteFolderRemovesATree) {
     writeFile(m_folder / "a/file", "");
     writeFile(m_folder / "a/.hidden", "");
     writeFile(m_folder / "a/b/c/file", "");
-    ASSERT_EQ(0, mkfifo((m_folder / "a/pipe").c_str(), 0666));
+    ASSERT_EQ(mkfifo((m_folder / "a/pipe").c_str(), 0666), 0);
     EXPECT_TRUE(deleteFolder(m_folder / "a", true));
     EXPECT_FALSE(exists("a"));
 }
@@ -322,7 +322,7 @@ TEST_F(FileSystemManagementTest, DeleteFolderRemovesLinksAndNotWhatTheyLeadTo) {
     makeLink("a/self", ".");
     makeLink("a/dangling", "missing");
     EXPECT_TRUE(deleteFolder(m_folder / "a", true));
-    EXPECT_EQ("kept", readFile(m_folder / "outside/file"));
+    EXPECT_EQ(readFile(m_folder / "outside/file"), "kept");
     EXPECT_TRUE(isFolder(m_folder / "outside/sub"));
 }
 
@@ -339,21 +339,21 @@ TEST_F(FileSystemManagementTest, DeleteFolderRemovesWhatItCanAndIgnoresTheRest) 
     ASSERT_TRUE(createFolder(m_folder / "a/closed"));
     writeFile(m_folder / "a/closed/kept", "");
     writeFile(m_folder / "a/z", "");
-    ASSERT_EQ(0, chmod((m_folder / "a/closed").c_str(), 0555));
+    ASSERT_EQ(chmod((m_folder / "a/closed").c_str(), 0555), 0);
     {
         const WithoutPrivileges user;
         EXPECT_FALSE(deleteFolder(m_folder / "a", true));
         EXPECT_TRUE(
             deleteFolder(m_folder / "a", false)); // it held something, even though that is still there
     }
-    ASSERT_EQ(0, chmod((m_folder / "a/closed").c_str(), 0777));
+    ASSERT_EQ(chmod((m_folder / "a/closed").c_str(), 0777), 0);
     EXPECT_TRUE(exists("a/closed/kept"));
     EXPECT_FALSE(exists("a/z"));
 }
 
 TEST_F(FileSystemManagementTest, DeleteFolderRemovesAnUnreadableFolderOnlyIfItIsEmpty) {
     makeFolder("closed");
-    ASSERT_EQ(0, chmod((m_folder / "closed").c_str(), 0));
+    ASSERT_EQ(chmod((m_folder / "closed").c_str(), 0), 0);
     const WithoutPrivileges user;
     EXPECT_FALSE(deleteFolder(m_folder / "closed", false));
     EXPECT_TRUE(deleteFolder(m_folder / "closed", true));
@@ -400,40 +400,40 @@ TEST_F(FileSystemManagementTest, CopyCopiesAFileByteForByte) {
     }
     writeFile(m_folder / "from", content);
     EXPECT_TRUE(Copy(m_folder / "from", m_folder / "to"));
-    EXPECT_EQ(content, readFile(m_folder / "to"));
+    EXPECT_EQ(readFile(m_folder / "to"), content);
 }
 
 TEST_F(FileSystemManagementTest, CopyReplacesTheContentOfTheDestination) {
     writeFile(m_folder / "from", "new");
     writeFile(m_folder / "to", "much longer than new");
     EXPECT_TRUE(Copy(m_folder / "from", m_folder / "to"));
-    EXPECT_EQ("new", readFile(m_folder / "to"));
+    EXPECT_EQ(readFile(m_folder / "to"), "new");
 }
 
 TEST_F(FileSystemManagementTest, CopyCopiesAnEmptyFile) {
     writeFile(m_folder / "from", "");
     EXPECT_TRUE(Copy(m_folder / "from", m_folder / "to"));
-    EXPECT_EQ("", readFile(m_folder / "to"));
+    EXPECT_EQ(readFile(m_folder / "to"), "");
 }
 
 TEST_F(FileSystemManagementTest, CopyOfAnEmptySourceNameTouchesNothing) {
     writeFile(m_folder / "to", "kept");
     EXPECT_FALSE(Copy("", m_folder / "to"));
-    EXPECT_EQ("kept", readFile(m_folder / "to"));
+    EXPECT_EQ(readFile(m_folder / "to"), "kept");
 }
 
 // DELIBERATE: the destination is opened first.
 TEST_F(FileSystemManagementTest, CopyOfAMissingSourceLeavesAnEmptyDestination) {
     writeFile(m_folder / "to", "lost");
     EXPECT_FALSE(Copy(m_folder / "missing", m_folder / "to"));
-    EXPECT_EQ("", readFile(m_folder / "to"));
+    EXPECT_EQ(readFile(m_folder / "to"), "");
 }
 
 // DELIBERATE: the destination is opened, and so emptied, before the source is read.
 TEST_F(FileSystemManagementTest, CopyOfAFileOntoItselfEmptiesIt) {
     writeFile(m_folder / "file", "content");
     EXPECT_TRUE(Copy(m_folder / "file", m_folder / "file"));
-    EXPECT_EQ("", readFile(m_folder / "file"));
+    EXPECT_EQ(readFile(m_folder / "file"), "");
 }
 
 TEST_F(FileSystemManagementTest, CopyFailsWhenTheDestinationCannotBeOpened) {
@@ -462,8 +462,8 @@ TEST_F(CopyFolderTest, CopiesEverythingWithAnEmptyPattern) {
         }
         EXPECT_TRUE(copyFolder(m_folder / "source", target / "copy", pattern));
         for (const char* name : {"a.txt", "noextension", ".hidden"}) {
-            EXPECT_EQ(name, readFile(target / "copy" + "/" + name));
-            EXPECT_EQ(name, readFile(target / "copy/sub" + "/" + name));
+            EXPECT_EQ(readFile(target / "copy" + "/" + name), name);
+            EXPECT_EQ(readFile(target / "copy/sub" + "/" + name), name);
         }
     }
 }
@@ -518,14 +518,14 @@ TEST_F(CopyFolderTest, MakesItsFoldersWithMode0777AndLeavesTheMaskAtZero) {
     makeSource({"a"});
     const KeepMask mask(077);
     EXPECT_TRUE(copy(""));
-    EXPECT_EQ(0777u, modeOf(m_folder / "copy"));
-    EXPECT_EQ(0777u, modeOf(m_folder / "copy/sub"));
-    EXPECT_EQ(0u, KeepMask::current());
+    EXPECT_EQ(modeOf(m_folder / "copy"), 0777u);
+    EXPECT_EQ(modeOf(m_folder / "copy/sub"), 0777u);
+    EXPECT_EQ(KeepMask::current(), 0u);
 }
 
 TEST_F(CopyFolderTest, SetsTheMaskBeforeAnythingElse) {
     EXPECT_FALSE(copy(""));
-    EXPECT_EQ(0u, KeepMask::current());
+    EXPECT_EQ(KeepMask::current(), 0u);
 }
 
 TEST_F(CopyFolderTest, ToleratesTrailingSeparatorsAndAnExistingDestination) {
@@ -534,9 +534,9 @@ TEST_F(CopyFolderTest, ToleratesTrailingSeparatorsAndAnExistingDestination) {
     writeFile(m_folder / "copy/a", "replaced");
     writeFile(m_folder / "copy/other", "kept");
     EXPECT_TRUE(copyFolder(m_folder / "source/", m_folder / "copy/", ""));
-    EXPECT_EQ("a", readFile(m_folder / "copy/a"));
-    EXPECT_EQ("a", readFile(m_folder / "copy/sub/a"));
-    EXPECT_EQ("kept", readFile(m_folder / "copy/other"));
+    EXPECT_EQ(readFile(m_folder / "copy/a"), "a");
+    EXPECT_EQ(readFile(m_folder / "copy/sub/a"), "a");
+    EXPECT_EQ(readFile(m_folder / "copy/other"), "kept");
 }
 
 TEST_F(CopyFolderTest, CopiesAnEmptyFolder) {
@@ -558,18 +558,18 @@ TEST_F(CopyFolderTest, FailsWhenTheDestinationCannotBeCreated) {
     writeFile(m_folder / "copy", "in the way");
     EXPECT_FALSE(copy(""));
     EXPECT_FALSE(copyFolder(m_folder / "source", "", ""));
-    EXPECT_EQ("in the way", readFile(m_folder / "copy"));
+    EXPECT_EQ(readFile(m_folder / "copy"), "in the way");
 }
 
 TEST_F(CopyFolderTest, AnUnreadableSourceIsCopiedAsAnEmptyFolder) {
     makeFolder("source");
     writeFile(m_folder / "source/a", "");
-    ASSERT_EQ(0, chmod((m_folder / "source").c_str(), 0));
+    ASSERT_EQ(chmod((m_folder / "source").c_str(), 0), 0);
     {
         const WithoutPrivileges user;
         EXPECT_TRUE(copy(""));
     }
-    ASSERT_EQ(0, chmod((m_folder / "source").c_str(), 0700));
+    ASSERT_EQ(chmod((m_folder / "source").c_str(), 0700), 0);
     EXPECT_TRUE(isFolder(m_folder / "copy"));
     EXPECT_FALSE(copied("a"));
 }
@@ -604,21 +604,21 @@ TEST_F(CopyFolderTest, IgnoresAFileInTheWayOfASubfolder) {
     makeFolder("copy");
     writeFile(m_folder / "copy/sub", "in the way");
     EXPECT_TRUE(copy(""));
-    EXPECT_EQ("in the way", readFile(m_folder / "copy/sub"));
+    EXPECT_EQ(readFile(m_folder / "copy/sub"), "in the way");
     EXPECT_TRUE(copied("z"));
 }
 
 TEST_F(CopyFolderTest, FailsWhenASubfolderCannotBeMade) {
     makeSource({"a"});
     makeFolder("copy");
-    ASSERT_EQ(0, chmod((m_folder / "copy").c_str(), 0555));
+    ASSERT_EQ(chmod((m_folder / "copy").c_str(), 0555), 0);
     const WithoutPrivileges user;
     EXPECT_FALSE(copy(""));
 }
 
 TEST_F(CopyFolderTest, SkipsWhatIsNeitherFolderNorFile) {
     makeSource({"a"});
-    ASSERT_EQ(0, mkfifo((m_folder / "source/pipe").c_str(), 0666));
+    ASSERT_EQ(mkfifo((m_folder / "source/pipe").c_str(), 0666), 0);
     EXPECT_TRUE(copy(""));
     EXPECT_TRUE(copied("a"));
     EXPECT_FALSE(copied("pipe"));
@@ -632,8 +632,8 @@ TEST_F(CopyFolderTest, FollowsLinks) {
     makeLink("source/file", "../outside/b");
     EXPECT_TRUE(copy(""));
     EXPECT_TRUE(isFolder(m_folder / "copy/folder"));
-    EXPECT_EQ("b", readFile(m_folder / "copy/folder/b"));
-    EXPECT_EQ("b", readFile(m_folder / "copy/file"));
+    EXPECT_EQ(readFile(m_folder / "copy/folder/b"), "b");
+    EXPECT_EQ(readFile(m_folder / "copy/file"), "b");
     EXPECT_FALSE(isLink(m_folder / "copy/file"));
     EXPECT_FALSE(isLink(m_folder / "copy/folder"));
 }
@@ -654,7 +654,7 @@ TEST_F(CopyFolderTest, ALinkBackUpTheTreeIsCopiedAsAnEmptyFolder) {
 TEST_F(CopyFolderTest, AFolderCanBeCopiedIntoItself) {
     makeSource({"a"});
     EXPECT_TRUE(copyFolder(m_folder / "source", m_folder / "source/copy", ""));
-    EXPECT_EQ("a", readFile(m_folder / "source/copy/sub/a"));
+    EXPECT_EQ(readFile(m_folder / "source/copy/sub/a"), "a");
     EXPECT_TRUE(isFolder(m_folder / "source/copy/copy"));
     EXPECT_TRUE(DeleteEmptyFolder(m_folder / "source/copy/copy"));
 }
@@ -664,7 +664,7 @@ TEST_F(CopyFolderTest, CopiesADeepTree) {
     const std::string last = makeDeepTree(m_folder / "source", "d", 500);
     writeFile(last + "/file", "deep");
     EXPECT_TRUE(copy(""));
-    EXPECT_EQ("deep", readFile(m_folder / "copy" + last.substr((m_folder / "source").size()) + "/file"));
+    EXPECT_EQ(readFile(m_folder / "copy" + last.substr((m_folder / "source").size()) + "/file"), "deep");
 }
 
 TEST_F(CopyFolderTest, EndsAtATreeThatNoPathReaches) {
@@ -687,53 +687,53 @@ TEST_F(FileSystemManagementTest, MoveDoesNothingAndReturnsTrue) {
 // DELIBERATE: inert on this platform.
 TEST_F(FileSystemManagementTest, RemoveReadOnlyDoesNothingAndReturnsFalse) {
     writeFile(m_folder / "file", "");
-    ASSERT_EQ(0, chmod((m_folder / "file").c_str(), 0444));
+    ASSERT_EQ(chmod((m_folder / "file").c_str(), 0444), 0);
     EXPECT_FALSE(RemoveReadOnly(m_folder / "file"));
-    EXPECT_EQ(0444u, modeOf(m_folder / "file"));
+    EXPECT_EQ(modeOf(m_folder / "file"), 0444u);
 }
 
 // DELIBERATE: not even the default value is returned.
 TEST_F(FileSystemManagementTest, ReadParamFromIniFileReturnsAnEmptyText) {
     writeFile(m_folder / "settings.ini", "[section]\nkey=value\n");
-    EXPECT_EQ("", ReadParamFromIniFile(m_folder / "settings.ini", "section", "key", "default"));
+    EXPECT_EQ(ReadParamFromIniFile(m_folder / "settings.ini", "section", "key", "default"), "");
 }
 
 TEST_F(FileSystemManagementTest, TheApplicationDataFoldersAreAskedFromTheSystemAndNotCreated) {
     WrappedCalls::get().folderPath = "/Library/Application Support";
-    EXPECT_EQ("/Library/Application Support", getCommonAppDataDirectory());
-    EXPECT_EQ("/Library/Application Support", getUserAppDataDirectory());
+    EXPECT_EQ(getCommonAppDataDirectory(), "/Library/Application Support");
+    EXPECT_EQ(getUserAppDataDirectory(), "/Library/Application Support");
     EXPECT_THAT(WrappedCalls::foldersAskedFor(),
                 ElementsAre(kLocalDomain, static_cast<int>(kApplicationSupportFolderType), kDontCreateFolder,
                             kUserDomain, static_cast<int>(kApplicationSupportFolderType), kDontCreateFolder));
-    EXPECT_EQ(2048u, WrappedCalls::folderPathSize());
+    EXPECT_EQ(WrappedCalls::folderPathSize(), 2048u);
 }
 
 TEST_F(FileSystemManagementTest, AnApplicationDataFolderMayHaveALongPath) {
     WrappedCalls::get().folderPath = "/" + std::string(2046, 'l');
-    EXPECT_EQ(WrappedCalls::get().folderPath, getUserAppDataDirectory());
+    EXPECT_EQ(getUserAppDataDirectory(), WrappedCalls::get().folderPath);
 }
 
 TEST_F(FileSystemManagementTest, AnApplicationDataFolderThatTheSystemDoesNotFindIsEmpty) {
     WrappedCalls::get().findFolderError = -43;
-    EXPECT_EQ("", getCommonAppDataDirectory());
-    EXPECT_EQ("", getUserAppDataDirectory());
+    EXPECT_EQ(getCommonAppDataDirectory(), "");
+    EXPECT_EQ(getUserAppDataDirectory(), "");
 }
 
 TEST_F(FileSystemManagementTest, AnApplicationDataFolderWithoutAPathIsEmpty) {
     WrappedCalls::get().makePathError = -43;
-    EXPECT_EQ("", getCommonAppDataDirectory());
-    EXPECT_EQ("", getUserAppDataDirectory());
+    EXPECT_EQ(getCommonAppDataDirectory(), "");
+    EXPECT_EQ(getUserAppDataDirectory(), "");
 }
 
 TEST_F(FileSystemManagementTest, TheExecutablesDirectoryEndsInASeparatorAndItsNameHasNone) {
     char path[PATH_MAX];
     ASSERT_NE(nullptr, realpath(testing::internal::GetArgvs().front().c_str(), path));
-    EXPECT_EQ(path, getCurrentExecutableFullPath());
+    EXPECT_EQ(getCurrentExecutableFullPath(), path);
     EXPECT_THAT(getCurrentExecutableDirectory(), EndsWith("/"));
     EXPECT_THAT(getCurrentExecutableName(), Not(testing::HasSubstr("/")));
     EXPECT_THAT(getCurrentExecutableName(), Not(IsEmpty()));
-    EXPECT_EQ(getCurrentExecutableFullPath(), getCurrentExecutableDirectory() + getCurrentExecutableName());
-    EXPECT_EQ(getCurrentExecutableDirectory(), getCurrentOutputDirectory());
+    EXPECT_EQ(getCurrentExecutableDirectory() + getCurrentExecutableName(), getCurrentExecutableFullPath());
+    EXPECT_EQ(getCurrentOutputDirectory(), getCurrentExecutableDirectory());
 }
 
 TEST_F(FileSystemManagementTest, TheExecutablesPathIsFreeOfLinks) {
@@ -741,9 +741,9 @@ TEST_F(FileSystemManagementTest, TheExecutablesPathIsFreeOfLinks) {
     writeFile(m_folder / "real/program", "");
     makeLink("link", "real");
     WrappedCalls::get().executablePath = m_folder / "link/../link/./program";
-    EXPECT_EQ(m_folder / "real/program", getCurrentExecutableFullPath());
-    EXPECT_EQ(m_folder / "real/", getCurrentExecutableDirectory());
-    EXPECT_EQ("program", getCurrentExecutableName());
+    EXPECT_EQ(getCurrentExecutableFullPath(), m_folder / "real/program");
+    EXPECT_EQ(getCurrentExecutableDirectory(), m_folder / "real/");
+    EXPECT_EQ(getCurrentExecutableName(), "program");
     EXPECT_THAT(WrappedCalls::executablePathSizes(), testing::Each(1024u));
 }
 
@@ -755,20 +755,20 @@ TEST_F(FileSystemManagementTest, ALongExecutablePathIsAskedForOnceMoreWithTheSiz
     ASSERT_TRUE(createFolder(folder));
     writeFile(folder + "/program", "");
     WrappedCalls::get().executablePath = folder + "/program";
-    EXPECT_EQ(folder + "/program", getCurrentExecutableFullPath());
+    EXPECT_EQ(getCurrentExecutableFullPath(), folder + "/program");
     EXPECT_THAT(WrappedCalls::executablePathSizes(),
                 ElementsAre(1024u, static_cast<unsigned>(folder.size()) + sizeof "/program"));
 }
 
 TEST_F(FileSystemManagementTest, AnExecutablePathThatTheSystemDoesNotTellIsEmpty) {
     WrappedCalls::get().executablePathFails = true;
-    EXPECT_EQ("", getCurrentExecutableFullPath());
-    EXPECT_EQ("", getCurrentExecutableDirectory());
-    EXPECT_EQ("", getCurrentExecutableName());
-    EXPECT_EQ("", getCurrentOutputDirectory());
+    EXPECT_EQ(getCurrentExecutableFullPath(), "");
+    EXPECT_EQ(getCurrentExecutableDirectory(), "");
+    EXPECT_EQ(getCurrentExecutableName(), "");
+    EXPECT_EQ(getCurrentOutputDirectory(), "");
 }
 
 TEST_F(FileSystemManagementTest, AnExecutableThatIsGoneHasNoPath) {
     WrappedCalls::get().executablePath = m_folder / "removed";
-    EXPECT_EQ("", getCurrentExecutableFullPath());
+    EXPECT_EQ(getCurrentExecutableFullPath(), "");
 }

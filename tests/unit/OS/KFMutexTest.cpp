@@ -81,22 +81,22 @@ struct Counter {
 
 TEST_F(KFMutexTest, ARecursiveMutexNeedsAsManyReleasesAsAcquisitions) {
     KFMutex mutex(true);
-    EXPECT_EQ(1, WrappedCalls::recursiveTypesSet());
-    EXPECT_EQ(0, take(mutex));
-    EXPECT_EQ(0, take(mutex));
+    EXPECT_EQ(WrappedCalls::recursiveTypesSet(), 1);
+    EXPECT_EQ(take(mutex), 0);
+    EXPECT_EQ(take(mutex), 0);
     EXPECT_FALSE(isFreeForOthers(mutex));
-    EXPECT_EQ(0, give(mutex));
+    EXPECT_EQ(give(mutex), 0);
     EXPECT_FALSE(isFreeForOthers(mutex));
-    EXPECT_EQ(0, give(mutex));
+    EXPECT_EQ(give(mutex), 0);
     EXPECT_TRUE(isFreeForOthers(mutex));
 }
 
 TEST_F(KFMutexTest, ANonRecursiveMutexIsOfThePlatformsDefaultType) {
     KFMutex mutex(false);
-    EXPECT_EQ(0, WrappedCalls::recursiveTypesSet());
-    EXPECT_EQ(0, take(mutex));
+    EXPECT_EQ(WrappedCalls::recursiveTypesSet(), 0);
+    EXPECT_EQ(take(mutex), 0);
     EXPECT_FALSE(tryToTake(mutex));
-    EXPECT_EQ(0, give(mutex));
+    EXPECT_EQ(give(mutex), 0);
     EXPECT_TRUE(isFreeForOthers(mutex));
 }
 
@@ -124,9 +124,9 @@ TEST_F(KFMutexTest, TryacquireTakesAFreeMutexAndARecursiveOneAgain) {
 TEST_F(KFMutexTest, OperationsReturnThePosixResultUnchecked) {
     KFMutex mutex(true);
     WrappedCalls::get().mutexError = EOWNERDEAD;
-    EXPECT_EQ(EOWNERDEAD, take(mutex));
+    EXPECT_EQ(take(mutex), EOWNERDEAD);
     EXPECT_FALSE(tryToTake(mutex));
-    EXPECT_EQ(EOWNERDEAD, give(mutex));
+    EXPECT_EQ(give(mutex), EOWNERDEAD);
     WrappedCalls::get().mutexError = 0;
     EXPECT_TRUE(isFreeForOthers(mutex));
 }
@@ -150,7 +150,7 @@ TEST_F(KFMutexTest, AcquireWaitsUntilTheMutexIsFree) {
 TEST_F(KFMutexTest, ItsHandleIsThePosixMutex) {
     KFMutex mutex(false);
     take(mutex);
-    EXPECT_EQ(EBUSY, pthread_mutex_trylock(mutex.getHandle()));
+    EXPECT_EQ(pthread_mutex_trylock(mutex.getHandle()), EBUSY);
     give(mutex);
 }
 
@@ -191,5 +191,5 @@ TEST_F(KFMutexTest, KeepsThreadsOutOfEachOthersWay) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(8000, counter.get());
+    EXPECT_EQ(counter.get(), 8000);
 }

@@ -165,7 +165,7 @@ TEST_F(KFThreadTest, IsRunningFromStartUntilTheBodyHasReturned) {
     ASSERT_TRUE(thread.start());
     EXPECT_TRUE(thread.isRunning());
     finish.open();
-    EXPECT_EQ(0, KFThread::waitForThreadTermination(&thread));
+    EXPECT_EQ(KFThread::waitForThreadTermination(&thread), 0);
     EXPECT_TRUE(runningInBody);
     EXPECT_FALSE(thread.isRunning());
 }
@@ -186,10 +186,10 @@ TEST_F(KFThreadTest, AThreadWhoseStartFailedCanBeStoppedAndDestroyed) {
         WrappedCalls::get().pthreadCreateError = EAGAIN;
         EXPECT_FALSE(thread.start());
         thread.stop();
-        EXPECT_EQ(1, thread.terminations());
-        EXPECT_EQ(ESRCH, KFThread::waitForThreadTermination(&thread));
+        EXPECT_EQ(thread.terminations(), 1);
+        EXPECT_EQ(KFThread::waitForThreadTermination(&thread), ESRCH);
     }
-    EXPECT_EQ(0, WrappedCalls::joins());
+    EXPECT_EQ(WrappedCalls::joins(), 0);
 }
 
 TEST_F(KFThreadTest, AStartThatFailedCanBeRepeated) {
@@ -208,10 +208,10 @@ TEST_F(KFThreadTest, AThreadNeverStartedCanBeStoppedAndDestroyed) {
     {
         BodyThread thread([](BodyThread&) {});
         thread.stop();
-        EXPECT_EQ(1, thread.terminations());
-        EXPECT_EQ(ESRCH, KFThread::waitForThreadTermination(&thread));
+        EXPECT_EQ(thread.terminations(), 1);
+        EXPECT_EQ(KFThread::waitForThreadTermination(&thread), ESRCH);
     }
-    EXPECT_EQ(0, WrappedCalls::joins());
+    EXPECT_EQ(WrappedCalls::joins(), 0);
 }
 
 TEST_F(KFThreadTest, StopAsksTheBodyToFinishAndWaitsForIt) {
@@ -225,8 +225,8 @@ TEST_F(KFThreadTest, StopAsksTheBodyToFinishAndWaitsForIt) {
 TEST_F(KFThreadTest, WaitForThreadTerminationDoesNotAskTheBodyToFinish) {
     BodyThread thread([](BodyThread&) {});
     ASSERT_TRUE(thread.start());
-    EXPECT_EQ(0, KFThread::waitForThreadTermination(&thread));
-    EXPECT_EQ(0, thread.terminations());
+    EXPECT_EQ(KFThread::waitForThreadTermination(&thread), 0);
+    EXPECT_EQ(thread.terminations(), 0);
 }
 
 TEST_F(KFThreadTest, IsJoinedOnceByStopAndTheDestructor) {
@@ -236,17 +236,17 @@ TEST_F(KFThreadTest, IsJoinedOnceByStopAndTheDestructor) {
         thread.stop();
         thread.stop();
     }
-    EXPECT_EQ(1, WrappedCalls::joins());
+    EXPECT_EQ(WrappedCalls::joins(), 1);
 }
 
 TEST_F(KFThreadTest, IsJoinedOnceByWaitForThreadTerminationAndTheDestructor) {
     {
         BodyThread thread([](BodyThread&) {});
         ASSERT_TRUE(thread.start());
-        EXPECT_EQ(0, KFThread::waitForThreadTermination(&thread));
-        EXPECT_EQ(ESRCH, KFThread::waitForThreadTermination(&thread));
+        EXPECT_EQ(KFThread::waitForThreadTermination(&thread), 0);
+        EXPECT_EQ(KFThread::waitForThreadTermination(&thread), ESRCH);
     }
-    EXPECT_EQ(1, WrappedCalls::joins());
+    EXPECT_EQ(WrappedCalls::joins(), 1);
 }
 
 TEST_F(KFThreadTest, TheDestructorJoinsAThreadWhoseBodyHasReturned) {
@@ -256,7 +256,7 @@ TEST_F(KFThreadTest, TheDestructorJoinsAThreadWhoseBodyHasReturned) {
         std::this_thread::yield();
     }
     thread.reset();
-    EXPECT_EQ(1, WrappedCalls::joins());
+    EXPECT_EQ(WrappedCalls::joins(), 1);
 }
 
 TEST_F(KFThreadTest, TheDestructorWaitsForARunningBodyWithoutTheSubclassOnTerminate) {
@@ -289,7 +289,7 @@ TEST_F(KFThreadTest, TheDestructorWaitsForARunningBodyWithoutTheSubclassOnTermin
     std::thread finisher([&finish] { finish.open(); });
     thread.reset();
     EXPECT_TRUE(finished);
-    EXPECT_EQ(0, terminations);
+    EXPECT_EQ(terminations, 0);
     finisher.join();
 }
 
@@ -300,10 +300,10 @@ TEST_F(KFThreadTest, ABodyThatStopsItsOwnThreadDoesNotWaitForItself) {
         result = KFThread::waitForThreadTermination(&self);
     });
     ASSERT_TRUE(thread.start());
-    EXPECT_EQ(0, KFThread::waitForThreadTermination(&thread));
-    EXPECT_EQ(EDEADLK, result);
-    EXPECT_EQ(1, thread.terminations());
-    EXPECT_EQ(1, WrappedCalls::joins());
+    EXPECT_EQ(KFThread::waitForThreadTermination(&thread), 0);
+    EXPECT_EQ(result, EDEADLK);
+    EXPECT_EQ(thread.terminations(), 1);
+    EXPECT_EQ(WrappedCalls::joins(), 1);
 }
 
 TEST_F(KFThreadTest, EveryThreadThatWaitsReturnsAfterTheBodyHasEnded) {
@@ -320,8 +320,8 @@ TEST_F(KFThreadTest, EveryThreadThatWaitsReturnsAfterTheBodyHasEnded) {
     for (std::thread& waiter : waiters) {
         waiter.join();
     }
-    EXPECT_EQ(0, early);
-    EXPECT_EQ(1, WrappedCalls::joins());
+    EXPECT_EQ(early, 0);
+    EXPECT_EQ(WrappedCalls::joins(), 1);
 }
 
 TEST_F(KFThreadTest, CanBeStartedAgainWhenItsBodyHasReturned) {
@@ -337,8 +337,8 @@ TEST_F(KFThreadTest, CanBeStartedAgainWhenItsBodyHasReturned) {
         ASSERT_TRUE(thread.start());
         thread.stop();
     }
-    EXPECT_EQ(3, runs);
-    EXPECT_EQ(3, WrappedCalls::joins());
+    EXPECT_EQ(runs, 3);
+    EXPECT_EQ(WrappedCalls::joins(), 3);
 }
 
 TEST_F(KFThreadTest, StartingARunningThreadCreatesNoSecondOne) {
@@ -355,7 +355,7 @@ TEST_F(KFThreadTest, StartingARunningThreadCreatesNoSecondOne) {
     EXPECT_TRUE(pthread_equal(handle, thread.getHandle()));
     finish.open();
     thread.stop();
-    EXPECT_EQ(1, runs);
+    EXPECT_EQ(runs, 1);
 }
 
 TEST_F(KFThreadTest, ANamedThreadAnnouncesItsBeginAndItsEndAroundItsBody) {
@@ -393,12 +393,12 @@ TEST_F(KFThreadTest, CopiesItsName) {
     name.assign("Replaced");
     ASSERT_TRUE(thread.start());
     thread.stop();
-    EXPECT_EQ("begin of Original", noticesSoFar().front());
+    EXPECT_EQ(noticesSoFar().front(), "begin of Original");
 }
 
 TEST_F(KFThreadTest, IsCreatedJoinable) {
     BodyThread thread([](BodyThread&) {});
-    EXPECT_EQ(PTHREAD_CREATE_JOINABLE, WrappedCalls::detachState());
+    EXPECT_EQ(WrappedCalls::detachState(), PTHREAD_CREATE_JOINABLE);
     EXPECT_THAT(WrappedCalls::violations(), IsEmpty());
 }
 
@@ -419,7 +419,7 @@ TEST_F(KFThreadTest, AttributesThatCannotBeMadeJoinableBreakTheContract) {
 }
 
 TEST_F(KFThreadTest, AThreadEntryWithoutAThreadBreaksTheContract) {
-    EXPECT_EQ(nullptr, KFThread::threadStart(nullptr));
+    EXPECT_EQ(KFThread::threadStart(nullptr), nullptr);
     EXPECT_THAT(WrappedCalls::violations(),
                 ElementsAre(std::string("REQUIRE VIOLATION|arg != NULL|") + SOURCE + "|156"));
     EXPECT_THAT(noticesSoFar(), IsEmpty());
@@ -430,7 +430,7 @@ TEST_F(KFThreadTest, TheThreadEntryReturnsNullAndClearsTheFlag) {
     BodyThread thread([&ran](BodyThread&) { ran = true; });
     WrappedCalls::get().pthreadCreateError = EAGAIN;
     EXPECT_FALSE(thread.start());
-    EXPECT_EQ(nullptr, KFThread::threadStart(&thread));
+    EXPECT_EQ(KFThread::threadStart(&thread), nullptr);
     EXPECT_TRUE(ran);
     EXPECT_FALSE(thread.isRunning());
 }
@@ -495,5 +495,5 @@ TEST_F(KFThreadTest, ManyThreadsRunAtOnce) {
         thread->stop();
         EXPECT_TRUE(thread->hasFinished());
     }
-    EXPECT_EQ(100u, noticesSoFar().size());
+    EXPECT_EQ(noticesSoFar().size(), 100u);
 }

@@ -15,10 +15,10 @@ namespace {
 const std::string LONGEST_NAME(NAME_MAX, 'n');
 
 TEST(PathBesideTest, HasTheSuffixBehindTheName) {
-    EXPECT_EQ("/tmp/file.lock", pathBeside("/tmp/file", ".lock"));
-    EXPECT_EQ("file.lock", pathBeside("file", ".lock"));
-    EXPECT_EQ("/tmp/" + LONGEST_NAME.substr(5) + ".lock",
-              pathBeside("/tmp/" + LONGEST_NAME.substr(5), ".lock"));
+    EXPECT_EQ(pathBeside("/tmp/file", ".lock"), "/tmp/file.lock");
+    EXPECT_EQ(pathBeside("file", ".lock"), "file.lock");
+    EXPECT_EQ(pathBeside("/tmp/" + LONGEST_NAME.substr(5), ".lock"),
+              "/tmp/" + LONGEST_NAME.substr(5) + ".lock");
 }
 
 TEST(PathBesideTest, AnotherNameStandsInPlaceOfOneThatWouldBeTooLong) {
@@ -29,7 +29,7 @@ TEST(PathBesideTest, AnotherNameStandsInPlaceOfOneThatWouldBeTooLong) {
 
 TEST(PathBesideTest, LongNamesDoNotShareIt) {
     const std::string path = pathBeside("/tmp/" + LONGEST_NAME, ".lock");
-    EXPECT_EQ(path, pathBeside("/tmp/" + LONGEST_NAME, ".lock"));
+    EXPECT_EQ(pathBeside("/tmp/" + LONGEST_NAME, ".lock"), path);
     EXPECT_NE(path, pathBeside("/tmp/" + LONGEST_NAME.substr(1) + "m", ".lock"));
     EXPECT_NE(path, pathBeside("/tmp/m" + LONGEST_NAME.substr(1), ".lock"));
 }
@@ -37,7 +37,7 @@ TEST(PathBesideTest, LongNamesDoNotShareIt) {
 TEST(PathBesideTest, InAFolderThatIsNotThereTheNameIsKept) {
     const TemporaryFolder folder;
     const std::string path = folder / "missing/" + LONGEST_NAME;
-    EXPECT_EQ(path + ".lock", pathBeside(path, ".lock"));
+    EXPECT_EQ(pathBeside(path, ".lock"), path + ".lock");
 }
 
 } // namespace

@@ -44,9 +44,9 @@ TEST(StringManagementTest, CompareNoCaseEndsAtAZeroByte) {
 }
 
 TEST(StringManagementTest, ToLowerChangesLettersOnly) {
-    EXPECT_EQ("abc-123_xyz[]", toLower("ABC-123_xyz[]"));
-    EXPECT_EQ("", toLower(""));
-    EXPECT_EQ(LINE_WITH_ZERO, toLower(std::string("A\0B", 3)));
+    EXPECT_EQ(toLower("ABC-123_xyz[]"), "abc-123_xyz[]");
+    EXPECT_EQ(toLower(""), "");
+    EXPECT_EQ(toLower(std::string("A\0B", 3)), LINE_WITH_ZERO);
 }
 
 TEST(StringManagementTest, ToLowerPassesEveryByteThroughIncludingThoseAbove0x7F) {
@@ -55,16 +55,16 @@ TEST(StringManagementTest, ToLowerPassesEveryByteThroughIncludingThoseAbove0x7F)
         all += static_cast<char>(c);
     }
     const std::string lower = toLower(all);
-    ASSERT_EQ(all.size(), lower.size());
+    ASSERT_EQ(lower.size(), all.size());
     for (size_t c = 0; c < all.size(); ++c) {
-        EXPECT_EQ(static_cast<char>(tolower(static_cast<int>(c))), lower[c]) << c;
+        EXPECT_EQ(lower[c], static_cast<char>(tolower(static_cast<int>(c)))) << c;
     }
 }
 
 TEST(StringManagementTest, ToWLowerChangesEachUnit) {
-    EXPECT_EQ(L"abc-123", toWLower(L"ABC-123"));
-    EXPECT_EQ(L"", toWLower(L""));
-    EXPECT_EQ(KEY_EMOJI, toWLower(KEY_EMOJI));
+    EXPECT_EQ(toWLower(L"ABC-123"), L"abc-123");
+    EXPECT_EQ(toWLower(L""), L"");
+    EXPECT_EQ(toWLower(KEY_EMOJI), KEY_EMOJI);
 }
 
 TEST(StringManagementTest, SplittingAtCommasGivesNoEmptyTokens) {
@@ -87,35 +87,35 @@ TEST(StringManagementTest, SplittingWithoutDelimitersGivesTheWholeText) {
 TEST(StringManagementTest, SplitModifiesTheTextInPlace) {
     char text[] = "a,b";
     EXPECT_THAT(split(text, ","), ElementsAre("a", "b"));
-    EXPECT_EQ('\0', text[1]);
+    EXPECT_EQ(text[1], '\0');
 }
 
 TEST(StringManagementTest, EncodingToCodePageGivesThePlatformsNumbers) {
-    EXPECT_EQ(5, encodingToCodePage(ENCODING_ISO_LATIN_1));
-    EXPECT_EQ(4, encodingToCodePage(ENCODING_UTF_8));
-    EXPECT_EQ(1, encodingToCodePage(ENCODING_ASCII));
-    EXPECT_EQ(5, encodingToCodePage(static_cast<enEncoding>(0)));
-    EXPECT_EQ(4, encodingToCodePage(static_cast<enEncoding>(1)));
+    EXPECT_EQ(encodingToCodePage(ENCODING_ISO_LATIN_1), 5);
+    EXPECT_EQ(encodingToCodePage(ENCODING_UTF_8), 4);
+    EXPECT_EQ(encodingToCodePage(ENCODING_ASCII), 1);
+    EXPECT_EQ(encodingToCodePage(static_cast<enEncoding>(0)), 5);
+    EXPECT_EQ(encodingToCodePage(static_cast<enEncoding>(1)), 4);
 }
 
 TEST(StringManagementTest, EncodingToCodePageOfAnyOtherValueIsAscii) {
-    EXPECT_EQ(1, encodingToCodePage(static_cast<enEncoding>(7)));
-    EXPECT_EQ(1, encodingToCodePage(static_cast<enEncoding>(-1)));
+    EXPECT_EQ(encodingToCodePage(static_cast<enEncoding>(7)), 1);
+    EXPECT_EQ(encodingToCodePage(static_cast<enEncoding>(-1)), 1);
 }
 
 TEST(StringManagementTest, PlainTextIsTheSameInEveryEncoding) {
     for (const enEncoding encoding : ALL_ENCODINGS) {
-        EXPECT_EQ(L"Hello, world", stringToWString("Hello, world", encoding));
-        EXPECT_EQ("Hello, world", wStringToString(L"Hello, world", encoding));
-        EXPECT_EQ(L"", stringToWString("", encoding));
-        EXPECT_EQ("", wStringToString(L"", encoding));
+        EXPECT_EQ(stringToWString("Hello, world", encoding), L"Hello, world");
+        EXPECT_EQ(wStringToString(L"Hello, world", encoding), "Hello, world");
+        EXPECT_EQ(stringToWString("", encoding), L"");
+        EXPECT_EQ(wStringToString(L"", encoding), "");
     }
 }
 
 TEST(StringManagementTest, AnUnknownEncodingIsReadAsAscii) {
-    EXPECT_EQ(L"abc", stringToWString("abc", static_cast<enEncoding>(99)));
-    EXPECT_EQ("abc", wStringToString(L"abc", static_cast<enEncoding>(99)));
-    EXPECT_EQ("", wStringToString(L"\u00E9", static_cast<enEncoding>(99)));
+    EXPECT_EQ(stringToWString("abc", static_cast<enEncoding>(99)), L"abc");
+    EXPECT_EQ(wStringToString(L"abc", static_cast<enEncoding>(99)), "abc");
+    EXPECT_EQ(wStringToString(L"\u00E9", static_cast<enEncoding>(99)), "");
 }
 
 TEST(StringManagementTest, Latin1BytesAreCodePoints) {
@@ -125,19 +125,19 @@ TEST(StringManagementTest, Latin1BytesAreCodePoints) {
         bytes += static_cast<char>(c);
         wide += static_cast<wchar_t>(c);
     }
-    EXPECT_EQ(wide, stringToWString(bytes, ENCODING_ISO_LATIN_1));
-    EXPECT_EQ(bytes, wStringToString(wide, ENCODING_ISO_LATIN_1));
+    EXPECT_EQ(stringToWString(bytes, ENCODING_ISO_LATIN_1), wide);
+    EXPECT_EQ(wStringToString(wide, ENCODING_ISO_LATIN_1), bytes);
 }
 
 TEST(StringManagementTest, Utf8OfEveryLengthConvertsBothWays) {
     const std::wstring wide = L"a" + unit(0xE9) + unit(0x20AC) + KEY_EMOJI + unit(0x10FFFF);
     const std::string bytes = "a\xC3\xA9\xE2\x82\xAC" + KEY_EMOJI_UTF_8 + "\xF4\x8F\xBF\xBF";
-    EXPECT_EQ(wide, stringToWString(bytes, ENCODING_UTF_8));
-    EXPECT_EQ(bytes, wStringToString(wide, ENCODING_UTF_8));
+    EXPECT_EQ(stringToWString(bytes, ENCODING_UTF_8), wide);
+    EXPECT_EQ(wStringToString(wide, ENCODING_UTF_8), bytes);
 }
 
 TEST(StringManagementTest, ACharacterOutsideTheBasicPlaneIsOneWideUnit) {
-    EXPECT_EQ(1u, stringToWString(KEY_EMOJI_UTF_8, ENCODING_UTF_8).size());
+    EXPECT_EQ(stringToWString(KEY_EMOJI_UTF_8, ENCODING_UTF_8).size(), 1u);
 }
 
 TEST(StringManagementTest, EveryCodePointSurvivesUtf8) {
@@ -147,14 +147,14 @@ TEST(StringManagementTest, EveryCodePointSurvivesUtf8) {
             wide += static_cast<wchar_t>(c);
         }
     }
-    EXPECT_EQ(wide, stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8));
+    EXPECT_EQ(stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8), wide);
 }
 
 TEST(StringManagementTest, ATextThatCannotBeRepresentedGivesAnEmptyResult) {
-    EXPECT_EQ("", wStringToString(L"price: " + unit(0x20AC), ENCODING_ISO_LATIN_1));
-    EXPECT_EQ("", wStringToString(L"key: " + KEY_EMOJI, ENCODING_ISO_LATIN_1));
-    EXPECT_EQ("", wStringToString(L"caf" + unit(0xE9), ENCODING_ASCII));
-    EXPECT_EQ("", wStringToString(KEY_EMOJI, ENCODING_ASCII));
+    EXPECT_EQ(wStringToString(L"price: " + unit(0x20AC), ENCODING_ISO_LATIN_1), "");
+    EXPECT_EQ(wStringToString(L"key: " + KEY_EMOJI, ENCODING_ISO_LATIN_1), "");
+    EXPECT_EQ(wStringToString(L"caf" + unit(0xE9), ENCODING_ASCII), "");
+    EXPECT_EQ(wStringToString(KEY_EMOJI, ENCODING_ASCII), "");
 }
 
 TEST(StringManagementTest, InvalidUtf8GivesAnEmptyResult) {
@@ -171,57 +171,57 @@ TEST(StringManagementTest, InvalidUtf8GivesAnEmptyResult) {
              "\xFF",
              "good \xC3\x28 bad",
          }) {
-        EXPECT_EQ(L"", stringToWString(bytes, ENCODING_UTF_8));
+        EXPECT_EQ(stringToWString(bytes, ENCODING_UTF_8), L"");
     }
 }
 
 TEST(StringManagementTest, BytesAbove0x7FReadAsAsciiStandForTheirNumber) {
-    EXPECT_EQ(L"caf" + unit(0xE9), stringToWString("caf\xE9", ENCODING_ASCII));
+    EXPECT_EQ(stringToWString("caf\xE9", ENCODING_ASCII), L"caf" + unit(0xE9));
 }
 
 TEST(StringManagementTest, UnitsThatAreNoCodePointGiveAnEmptyResult) {
     for (const unsigned value : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         for (const enEncoding encoding : ALL_ENCODINGS) {
-            EXPECT_EQ("", wStringToString(L"a" + unit(value) + L"b", encoding)) << std::hex << value;
+            EXPECT_EQ(wStringToString(L"a" + unit(value) + L"b", encoding), "") << std::hex << value;
         }
     }
 }
 
 TEST(StringManagementTest, ASurrogatePairIsNoCharacterOfWideText) {
-    EXPECT_EQ("", wStringToString(unit(0xD83D) + unit(0xDD11), ENCODING_UTF_8));
+    EXPECT_EQ(wStringToString(unit(0xD83D) + unit(0xDD11), ENCODING_UTF_8), "");
 }
 
 TEST(StringManagementTest, AnEmbeddedZeroSurvivesInWideText) {
     for (const enEncoding encoding : ALL_ENCODINGS) {
-        EXPECT_EQ(WIDE_LINE_WITH_ZERO, stringToWString(LINE_WITH_ZERO, encoding));
+        EXPECT_EQ(stringToWString(LINE_WITH_ZERO, encoding), WIDE_LINE_WITH_ZERO);
     }
 }
 
 // DELIBERATE: what comes back is a C string.
 TEST(StringManagementTest, AnEmbeddedZeroEndsNarrowText) {
     for (const enEncoding encoding : ALL_ENCODINGS) {
-        EXPECT_EQ("a", wStringToString(WIDE_LINE_WITH_ZERO, encoding));
-        EXPECT_EQ("", wStringToString(std::wstring(L"\0b", 2), encoding));
+        EXPECT_EQ(wStringToString(WIDE_LINE_WITH_ZERO, encoding), "a");
+        EXPECT_EQ(wStringToString(std::wstring(L"\0b", 2), encoding), "");
     }
 }
 
 TEST(StringManagementTest, AByteOrderMarkIsACharacterLikeAnyOther) {
-    EXPECT_EQ("\xEF\xBB\xBF"
-              "a",
-              wStringToString(unit(0xFEFF) + L"a", ENCODING_UTF_8));
-    EXPECT_EQ(unit(0xFEFF) + L"a", stringToWString("\xEF\xBB\xBF"
-                                                   "a",
-                                                   ENCODING_UTF_8));
-    EXPECT_EQ("", wStringToString(unit(0xFFFE0000), ENCODING_UTF_8));
+    EXPECT_EQ(wStringToString(unit(0xFEFF) + L"a", ENCODING_UTF_8), "\xEF\xBB\xBF"
+                                                                    "a");
+    EXPECT_EQ(stringToWString("\xEF\xBB\xBF"
+                              "a",
+                              ENCODING_UTF_8),
+              unit(0xFEFF) + L"a");
+    EXPECT_EQ(wStringToString(unit(0xFFFE0000), ENCODING_UTF_8), "");
 }
 
 TEST(StringManagementTest, NarrowTextConvertsFromOneEncodingToAnother) {
-    EXPECT_EQ("caf\xC3\xA9", stringToStringWithEncoding("caf\xE9", ENCODING_ISO_LATIN_1, ENCODING_UTF_8));
-    EXPECT_EQ("caf\xE9", stringToStringWithEncoding("caf\xC3\xA9", ENCODING_UTF_8, ENCODING_ISO_LATIN_1));
-    EXPECT_EQ("cafe", stringToStringWithEncoding("cafe", ENCODING_UTF_8, ENCODING_ASCII));
-    EXPECT_EQ("", stringToStringWithEncoding("caf\xC3\xA9", ENCODING_UTF_8, ENCODING_ASCII));
-    EXPECT_EQ("", stringToStringWithEncoding("caf\xE9", ENCODING_UTF_8, ENCODING_ISO_LATIN_1));
-    EXPECT_EQ("a", stringToStringWithEncoding(LINE_WITH_ZERO, ENCODING_UTF_8, ENCODING_ISO_LATIN_1));
+    EXPECT_EQ(stringToStringWithEncoding("caf\xE9", ENCODING_ISO_LATIN_1, ENCODING_UTF_8), "caf\xC3\xA9");
+    EXPECT_EQ(stringToStringWithEncoding("caf\xC3\xA9", ENCODING_UTF_8, ENCODING_ISO_LATIN_1), "caf\xE9");
+    EXPECT_EQ(stringToStringWithEncoding("cafe", ENCODING_UTF_8, ENCODING_ASCII), "cafe");
+    EXPECT_EQ(stringToStringWithEncoding("caf\xC3\xA9", ENCODING_UTF_8, ENCODING_ASCII), "");
+    EXPECT_EQ(stringToStringWithEncoding("caf\xE9", ENCODING_UTF_8, ENCODING_ISO_LATIN_1), "");
+    EXPECT_EQ(stringToStringWithEncoding(LINE_WITH_ZERO, ENCODING_UTF_8, ENCODING_ISO_LATIN_1), "a");
 }
 
 TEST(StringManagementTest, LongTextConvertsWhole) {
@@ -229,7 +229,7 @@ TEST(StringManagementTest, LongTextConvertsWhole) {
     for (int i = 0; i < 200000; ++i) {
         wide += unit(0x20AC) + L"x" + KEY_EMOJI;
     }
-    EXPECT_EQ(wide, stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8));
+    EXPECT_EQ(stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8), wide);
 }
 
 TEST(StringManagementTest, ThreadsConvertAtTheSameTime) {
@@ -237,9 +237,9 @@ TEST(StringManagementTest, ThreadsConvertAtTheSameTime) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int n = 0; n < 200; ++n) {
-                EXPECT_EQ(KEY_EMOJI_UTF_8, wStringToString(KEY_EMOJI, ENCODING_UTF_8));
-                EXPECT_EQ(L"caf" + unit(0xE9), stringToWString("caf\xE9", ENCODING_ISO_LATIN_1));
-                EXPECT_EQ("", wStringToString(KEY_EMOJI, ENCODING_ASCII));
+                EXPECT_EQ(wStringToString(KEY_EMOJI, ENCODING_UTF_8), KEY_EMOJI_UTF_8);
+                EXPECT_EQ(stringToWString("caf\xE9", ENCODING_ISO_LATIN_1), L"caf" + unit(0xE9));
+                EXPECT_EQ(wStringToString(KEY_EMOJI, ENCODING_ASCII), "");
             }
         });
     }

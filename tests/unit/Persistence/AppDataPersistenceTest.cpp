@@ -54,76 +54,76 @@ protected:
 };
 
 TEST_F(AppDataPersistenceTest, TheUsersFileLiesUnderTheUsersFolder) {
-    EXPECT_EQ(m_file, AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER));
+    EXPECT_EQ(AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER), m_file);
 }
 
 TEST_F(AppDataPersistenceTest, TheMachinesFileLiesUnderTheMachinesFolder) {
-    EXPECT_EQ(machineFile("Domain.dat"),
-              AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS));
+    EXPECT_EQ(AppDataPersistence::getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS),
+              machineFile("Domain.dat"));
 }
 
 TEST_F(AppDataPersistenceTest, MakesTheFamilysAndTheScopesFolderButNoFile) {
     struct stat status;
-    EXPECT_EQ(0, stat((m_folder / "user/Ferrow/Zevo").c_str(), &status));
+    EXPECT_EQ(stat((m_folder / "user/Ferrow/Zevo").c_str(), &status), 0);
     EXPECT_NE(0, stat(m_file.c_str(), &status));
 }
 
 TEST_F(AppDataPersistenceTest, LinesAreInTheOrderOfTheirNames) {
     EXPECT_TRUE(m_store.writeParam("a", "1"));
     EXPECT_TRUE(m_store.writeParam("b", "2"));
-    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\nb=2\n");
 }
 
 TEST_F(AppDataPersistenceTest, TheOrderOfWritingDoesNotMatter) {
     m_store.writeParam("b", "2");
     m_store.writeParam("a", "1");
-    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\nb=2\n");
 }
 
 TEST_F(AppDataPersistenceTest, NamesAreOrderedByTheirBytes) {
     for (const char* name : {"b", "\xC3\xA4", "B", "ba"}) {
         m_store.writeParam(name, "");
     }
-    EXPECT_EQ("B=\nb=\nba=\n\xC3\xA4=\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "B=\nb=\nba=\n\xC3\xA4=\n");
 }
 
 TEST_F(AppDataPersistenceTest, OnlyTheFirstEqualsSignSeparates) {
     writeFile(m_file, "x=y=z\n");
-    EXPECT_EQ("y=z", read("x"));
+    EXPECT_EQ(read("x"), "y=z");
 }
 
 TEST_F(AppDataPersistenceTest, ALineWithoutEqualsSignIsDeliberatelyNameAndValue) {
     writeFile(m_file, "flag\n");
-    EXPECT_EQ("flag", read("flag"));
+    EXPECT_EQ(read("flag"), "flag");
 }
 
 TEST_F(AppDataPersistenceTest, EmptyLinesAndEmptyNamesAreIgnored) {
     writeFile(m_file, "\n=v\na=1\n\n");
     t_paramMap params;
     EXPECT_TRUE(m_store.readPersistenceFile(params));
-    EXPECT_EQ((t_paramMap{{"a", "1"}}), params);
+    EXPECT_EQ(params, (t_paramMap{{"a", "1"}}));
 }
 
 TEST_F(AppDataPersistenceTest, ALaterLineOfTheSameNameReplacesTheEarlier) {
     writeFile(m_file, "a=1\nb=2\na=3\n");
-    EXPECT_EQ("3", read("a"));
+    EXPECT_EQ(read("a"), "3");
     t_paramMap params;
     m_store.readPersistenceFile(params);
-    EXPECT_EQ((t_paramMap{{"a", "3"}, {"b", "2"}}), params);
+    EXPECT_EQ(params, (t_paramMap{{"a", "3"}, {"b", "2"}}));
 }
 
 TEST_F(AppDataPersistenceTest, ReadingFromAMissingFileIsFalseAndTraced) {
     const TraceCapture trace;
     std::string value = "kept";
     EXPECT_FALSE(m_store.readParam("a", value));
-    EXPECT_EQ("kept", value);
+    EXPECT_EQ(value, "kept");
     EXPECT_NE(std::string::npos, trace.text().find("Parameter 'a' not found"));
 }
 
 TEST_F(AppDataPersistenceTest, EraseEmptiesTheFileAndKeepsIt) {
     m_store.writeParam("a", "1");
     m_store.eraseAllParams();
-    EXPECT_EQ("", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "");
 }
 
 TEST_F(AppDataPersistenceTest, EraseOnAMissingFileCreatesNothing) {
@@ -134,9 +134,9 @@ TEST_F(AppDataPersistenceTest, EraseOnAMissingFileCreatesNothing) {
 
 TEST_F(AppDataPersistenceTest, StoresSeeEachOthersWritesAtTheNextAccess) {
     AppDataPersistence other("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
     other.writeParam("a", "1");
-    EXPECT_EQ("1", read("a"));
+    EXPECT_EQ(read("a"), "1");
 }
 
 TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
@@ -146,7 +146,7 @@ TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
     EXPECT_FALSE(m_store.writeParam("n=m", "v"));
     EXPECT_FALSE(m_store.writeParam("n\nm", "v"));
     EXPECT_FALSE(m_store.writeParam("n", "v\nw"));
-    EXPECT_EQ("a=1\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\n");
     for (const char* reason : {"the name is empty", "the name holds \"=\"", "the name holds a line feed",
                                "the value holds a line feed"}) {
         EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
@@ -163,34 +163,34 @@ TEST_F(AppDataPersistenceTest, AMapWithAParameterThatCouldNotBeReadBackIsRefused
     m_store.writeParam("a", "1");
     const TraceCapture trace;
     EXPECT_FALSE(m_store.writePersistenceFile({{"b", "2"}, {"n=m", "v"}}));
-    EXPECT_EQ("a=1\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\n");
     EXPECT_NE(std::string::npos, trace.text().find("Parameter 'n=m' refused : the name holds \"=\""));
 }
 
 TEST_F(AppDataPersistenceTest, ReadsALastLineWithoutLineFeed) {
     writeFile(m_file, "a=1\nb=2");
-    EXPECT_EQ("2", read("b"));
+    EXPECT_EQ(read("b"), "2");
 }
 
 TEST_F(AppDataPersistenceTest, ACarriageReturnStaysPartOfTheValue) {
     writeFile(m_file, "a=1\r\nb=2\r\n");
-    EXPECT_EQ("1\r", read("a"));
+    EXPECT_EQ(read("a"), "1\r");
 }
 
 TEST_F(AppDataPersistenceTest, ZeroBytesSurviveAReadAndAWrite) {
     const std::string content("a=1\0002\nn\000m=3\n", 12);
     writeFile(m_file, content);
-    EXPECT_EQ(std::string("1\0002", 3), read("a"));
+    EXPECT_EQ(read("a"), std::string("1\0002", 3));
     EXPECT_TRUE(m_store.writeParam("z", ""));
-    EXPECT_EQ(content + "z=\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), content + "z=\n");
 }
 
 TEST_F(AppDataPersistenceTest, ALineOfTenMegabytesIsReadAndKept) {
     const std::string longValue(10000000, 'v');
     writeFile(m_file, "a=" + longValue + "\nb=2\n");
-    EXPECT_EQ(longValue, read("a"));
+    EXPECT_EQ(read("a"), longValue);
     EXPECT_TRUE(m_store.writeParam("c", "3"));
-    EXPECT_EQ("a=" + longValue + "\nb=2\nc=3\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=" + longValue + "\nb=2\nc=3\n");
 }
 
 TEST_F(AppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
@@ -204,41 +204,41 @@ TEST_F(AppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
 
 TEST_F(AppDataPersistenceTest, AFileThatClaimsTwoGigabytesIsNeitherReadIntoMemoryNorWrittenOver) {
     writeFile(m_file, "a=1\n");
-    ASSERT_EQ(0, truncate(m_file.c_str(), INT_MAX)); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), INT_MAX), 0); // all holes: takes no room on the disk
     const TraceCapture trace;
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
     EXPECT_FALSE(m_store.writeParam("b", "2"));
     EXPECT_NE(std::string::npos, trace.text().find("Cannot read parameter file '" + m_file + "'"));
     struct stat status;
-    ASSERT_EQ(0, stat(m_file.c_str(), &status));
-    EXPECT_EQ(INT_MAX, status.st_size);
+    ASSERT_EQ(stat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, INT_MAX);
 }
 
 TEST_F(AppDataPersistenceTest, NameAndValueMayBeOneString) {
     writeFile(m_file, "a=1\n1=another\n");
     std::string text = "a";
     EXPECT_TRUE(m_store.readParam(text, text));
-    EXPECT_EQ("1", text);
+    EXPECT_EQ(text, "1");
     writeFile(m_file, "a=1\n1=another\na=2\n");
     text = "a";
     EXPECT_TRUE(m_store.readParam(text, text));
-    EXPECT_EQ("2", text);
+    EXPECT_EQ(text, "2");
 }
 
 TEST_F(AppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
     const off_t size = 1500000000; // more than a 32-bit program can hold in one text
     writeFile(m_file, "a=1\n");
-    ASSERT_EQ(0, truncate(m_file.c_str(), size)); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // all holes: takes no room on the disk
     const TraceCapture trace;
     const LargestAllocation limit(1000000000);
     t_paramMap params;
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
     EXPECT_FALSE(m_store.readPersistenceFile(params));
     EXPECT_FALSE(m_store.writeParam("b", "2"));
     EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
     struct stat status;
-    ASSERT_EQ(0, stat(m_file.c_str(), &status));
-    EXPECT_EQ(size, status.st_size);
+    ASSERT_EQ(stat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, size);
 }
 
 TEST_F(AppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWritten) {
@@ -250,7 +250,7 @@ TEST_F(AppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAn
     EXPECT_FALSE(m_store.writePersistenceFile(params));
     EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
     EXPECT_FALSE(m_store.writeParam("b", params.at("b")));
-    EXPECT_EQ(before, readFile(m_file));
+    EXPECT_EQ(readFile(m_file), before);
 }
 
 TEST_F(AppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
@@ -260,10 +260,10 @@ TEST_F(AppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
     EXPECT_TRUE(store.writeParam("a", "1"));
     EXPECT_TRUE(neighbour.writeParam("a", "2"));
     EXPECT_TRUE(store.writeParam("b", "3"));
-    EXPECT_EQ("a=1\nb=3\n", readFile(userFile(domain + ".dat")));
+    EXPECT_EQ(readFile(userFile(domain + ".dat")), "a=1\nb=3\n");
     std::string value;
     EXPECT_TRUE(neighbour.readParam("a", value));
-    EXPECT_EQ("2", value);
+    EXPECT_EQ(value, "2");
     AppDataPersistence tooLong("Zevo", domain + "d", PERSISTENCE_CURRENT_USER);
     EXPECT_FALSE(tooLong.writeParam("a", "1"));
 }
@@ -280,9 +280,9 @@ TEST_F(AppDataPersistenceTest, ItsFileIsUncountedWhenItGoes) {
 }
 
 TEST_F(AppDataPersistenceTest, APipeInTheFilesPlaceDoesNotHang) {
-    ASSERT_EQ(0, mkfifo(m_file.c_str(), 0666));
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0666), 0);
     EXPECT_FALSE(m_store.writeParam("a", "1"));
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
 }
 
 TEST_F(AppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldContent) {
@@ -295,7 +295,7 @@ TEST_F(AppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldContent) 
         return !m_store.writeParam("b", std::string(100000, 'v')) &&
                trace.text().find("Cannot write parameter file '" + m_file + "'") != std::string::npos;
     }));
-    EXPECT_EQ("a=1\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\n");
 }
 
 TEST_F(AppDataPersistenceTest, AnUnwritableFolderIsFalseAndTracedAndChangesNothing) {
@@ -315,7 +315,7 @@ TEST_F(AppDataPersistenceTest, AReadOnlyFileIsFalseAndStaysAsItIs) {
     m_store.writeParam("a", "1");
     chmod(m_file.c_str(), 0444);
     EXPECT_TRUE(boundByFileModes([&] { return !m_store.writeParam("b", "2"); }));
-    EXPECT_EQ("a=1\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\n");
 }
 
 TEST_F(AppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenInPlace) {
@@ -324,14 +324,14 @@ TEST_F(AppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenInPlace
     chmod(folder.c_str(), 0555);
     EXPECT_TRUE(boundByFileModes([&] { return m_store.writeParam("b", "2"); }));
     chmod(folder.c_str(), 0755);
-    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\nb=2\n");
 }
 
 TEST_F(AppDataPersistenceTest, AFileReachedThroughALinkIsReplacedWhereItLies) {
     writeFile(m_folder / "real.dat", "a=1\n");
-    ASSERT_EQ(0, symlink((m_folder / "real.dat").c_str(), m_file.c_str()));
+    ASSERT_EQ(symlink((m_folder / "real.dat").c_str(), m_file.c_str()), 0);
     EXPECT_TRUE(m_store.writeParam("b", "2"));
-    EXPECT_EQ("a=1\nb=2\n", readFile(m_folder / "real.dat"));
+    EXPECT_EQ(readFile(m_folder / "real.dat"), "a=1\nb=2\n");
 }
 
 // ---- Locks
@@ -343,13 +343,13 @@ TEST_F(AppDataPersistenceTest, WithoutLocksItIsWrittenAllTheSameAndTracedOnce) {
         const bool written = m_store.writeParam("a", "1") && m_store.writeParam("b", "2");
         return written && countOf("Parameter file '" + m_file + "' : no locks here", trace.text()) == 1;
     }));
-    EXPECT_EQ("a=1\nb=2\n", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "a=1\nb=2\n");
 }
 
 TEST_F(AppDataPersistenceTest, ALockThatSomebodyElseKeepsIsFalseAndTraced) {
     m_store.writeParam("a", "1");
     const int other = open((m_file + ".lock").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_EQ(0, flock(other, LOCK_EX));
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
     EXPECT_TRUE(inAnotherProcess([this] {
         LockWait::setLongest(std::chrono::seconds(0));
         const TraceCapture trace;
@@ -357,7 +357,7 @@ TEST_F(AppDataPersistenceTest, ALockThatSomebodyElseKeepsIsFalseAndTraced) {
                countOf("Cannot lock parameter file '" + m_file + "' : somebody else has kept it locked",
                        trace.text()) == 1;
     }));
-    EXPECT_EQ("1", read("a")) << "who reads does not wait for who replaces the file";
+    EXPECT_EQ(read("a"), "1") << "who reads does not wait for who replaces the file";
     close(other);
     EXPECT_TRUE(m_store.writeParam("b", "2"));
 }
@@ -365,7 +365,7 @@ TEST_F(AppDataPersistenceTest, ALockThatSomebodyElseKeepsIsFalseAndTraced) {
 TEST_F(AppDataPersistenceTest, AReaderDoesNotMeetAFileThatIsBeingWrittenInPlace) {
     m_store.writeParam("a", "1");
     const int writer = open(m_file.c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_EQ(0, flock(writer, LOCK_EX));
+    ASSERT_EQ(flock(writer, LOCK_EX), 0);
     EXPECT_TRUE(inAnotherProcess([this] {
         LockWait::setLongest(std::chrono::seconds(0));
         const TraceCapture trace;
@@ -373,7 +373,7 @@ TEST_F(AppDataPersistenceTest, AReaderDoesNotMeetAFileThatIsBeingWrittenInPlace)
                countOf("Cannot read parameter file '" + m_file + "'", trace.text()) == 1;
     }));
     close(writer);
-    EXPECT_EQ("1", read("a"));
+    EXPECT_EQ(read("a"), "1");
 }
 
 } // namespace

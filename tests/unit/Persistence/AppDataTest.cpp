@@ -39,57 +39,57 @@ protected:
 TEST_F(AppDataTest, TheDataPathsLieUnderTheFamilysFolderWithoutASeparatorAtTheEnd) {
     std::string userPath, allUsersPath;
     AppDataManager::getInstance()->getDataPath(userPath, allUsersPath, "Other");
-    EXPECT_EQ(user() + "/Ferrow/Other", userPath);
-    EXPECT_EQ(machine() + "/Ferrow/Other", allUsersPath);
+    EXPECT_EQ(userPath, user() + "/Ferrow/Other");
+    EXPECT_EQ(allUsersPath, machine() + "/Ferrow/Other");
 }
 
 TEST_F(AppDataTest, TheAllUsersDataPathHasTheGlobalScopeAndASeparatorAtTheEnd) {
-    EXPECT_EQ(machine() + "/Ferrow/Zevo/", AppData::getAllUsersDataPath());
+    EXPECT_EQ(AppData::getAllUsersDataPath(), machine() + "/Ferrow/Zevo/");
 }
 
 TEST_F(AppDataTest, AnotherScopeCountsForLaterPaths) {
     AppData::setGlobalScope("Other");
-    EXPECT_EQ(machine() + "/Ferrow/Other/", AppData::getAllUsersDataPath());
-    EXPECT_EQ(user() + "/Ferrow/Other/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(AppData::getAllUsersDataPath(), machine() + "/Ferrow/Other/");
+    EXPECT_EQ(m_data.getPathForFile("file"), user() + "/Ferrow/Other/ZevoLauncher/");
 }
 
 TEST_F(AppDataTest, AnEmptyScopeIsAnEmptyComponent) {
     AppData::setGlobalScope("");
-    EXPECT_EQ(machine() + "/Ferrow//", AppData::getAllUsersDataPath());
-    EXPECT_EQ(user() + "/Ferrow//ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(AppData::getAllUsersDataPath(), machine() + "/Ferrow//");
+    EXPECT_EQ(m_data.getPathForFile("file"), user() + "/Ferrow//ZevoLauncher/");
 }
 
 TEST_F(AppDataTest, AFileOfTheUsersIsFoundInTheUsersFolder) {
     create(user() + "/Ferrow/Zevo/ZevoLauncher", "file");
     create(machine() + "/Ferrow/Zevo/ZevoLauncher", "file");
-    EXPECT_EQ(user() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), user() + "/Ferrow/Zevo/ZevoLauncher/");
 }
 
 TEST_F(AppDataTest, AFileOfAllUsersIsFoundInTheMachinesFolderWithASeparatorAtTheEnd) {
     create(user() + "/Ferrow/Zevo/ZevoLauncher", "another");
     create(machine() + "/Ferrow/Zevo/ZevoLauncher", "file");
-    EXPECT_EQ(machine() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), machine() + "/Ferrow/Zevo/ZevoLauncher/");
 }
 
 TEST_F(AppDataTest, AFileBesideTheExecutableIsFoundLast) {
     const ExecutableFolder executable;
     create(executable / "ZevoLauncher", "file");
-    EXPECT_EQ(executable / "ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), executable / "ZevoLauncher/");
     create(machine() + "/Ferrow/Zevo/ZevoLauncher", "file");
-    EXPECT_EQ(machine() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), machine() + "/Ferrow/Zevo/ZevoLauncher/");
 }
 
 TEST_F(AppDataTest, AFileThatIsNowhereBelongsIntoTheUsersFolderThoughThatDoesNotExist) {
-    EXPECT_EQ(user() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), user() + "/Ferrow/Zevo/ZevoLauncher/");
     EXPECT_FALSE(exists(user()));
 }
 
 TEST_F(AppDataTest, AFolderOrADanglingLinkOfThatNameCountsAsTheFile) {
     create(machine() + "/Ferrow/Zevo/ZevoLauncher/file", "inside");
-    EXPECT_EQ(machine() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    EXPECT_EQ(m_data.getPathForFile("file"), machine() + "/Ferrow/Zevo/ZevoLauncher/");
     create(user() + "/Ferrow/Zevo/ZevoLauncher", "another");
-    ASSERT_EQ(0, symlink("nowhere", (user() + "/Ferrow/Zevo/ZevoLauncher/file").c_str()));
-    EXPECT_EQ(user() + "/Ferrow/Zevo/ZevoLauncher/", m_data.getPathForFile("file"));
+    ASSERT_EQ(symlink("nowhere", (user() + "/Ferrow/Zevo/ZevoLauncher/file").c_str()), 0);
+    EXPECT_EQ(m_data.getPathForFile("file"), user() + "/Ferrow/Zevo/ZevoLauncher/");
 }
 
 // ---- listing
@@ -119,8 +119,8 @@ TEST_F(AppDataTest, FilesInSubfoldersAreListedByTheirNames) {
 TEST_F(AppDataTest, NoFolderIsListedAndNoPathStandsBeforeAName) {
     create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d", "inner");
     create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d/inner.d", "inmost");
-    ASSERT_EQ(0, symlink("sub.d", (user() + "/Ferrow/Zevo/ZevoLauncher/link.d").c_str()));
-    ASSERT_EQ(0, symlink("nowhere", (user() + "/Ferrow/Zevo/ZevoLauncher/dangling.txt").c_str()));
+    ASSERT_EQ(symlink("sub.d", (user() + "/Ferrow/Zevo/ZevoLauncher/link.d").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", (user() + "/Ferrow/Zevo/ZevoLauncher/dangling.txt").c_str()), 0);
     EXPECT_THAT(m_data.getFiles(), ElementsAre("dangling.txt", "inmost", "inner"));
 }
 
@@ -168,7 +168,7 @@ TEST_F(AppDataTest, RemovingWhatIsNotThereDoesNothing) {
 TEST_F(AppDataTest, RemovingDoesNotFollowLinksOutOfTheFolder) {
     create(m_folder / "elsewhere", "file");
     create(user() + "/Ferrow/Zevo", "file");
-    ASSERT_EQ(0, symlink((m_folder / "elsewhere").c_str(), (user() + "/Ferrow/Zevo/link").c_str()));
+    ASSERT_EQ(symlink((m_folder / "elsewhere").c_str(), (user() + "/Ferrow/Zevo/link").c_str()), 0);
     AppData::removeAllData("Zevo");
     EXPECT_FALSE(exists(user() + "/Ferrow/Zevo"));
     EXPECT_TRUE(exists(m_folder / "elsewhere/file"));
@@ -177,9 +177,9 @@ TEST_F(AppDataTest, RemovingDoesNotFollowLinksOutOfTheFolder) {
 // ---- names and tracing
 
 TEST_F(AppDataTest, TheFolderNamesAreTheFamilysTheMakersAndTheDownloads) {
-    EXPECT_EQ("Ferrow", FOLDERNAME_FERROW);
-    EXPECT_EQ("Brisel", FOLDERNAME_BRISEL);
-    EXPECT_EQ("Downloads", FOLDERNAME_DOWNLOADS);
+    EXPECT_EQ(FOLDERNAME_FERROW, "Ferrow");
+    EXPECT_EQ(FOLDERNAME_BRISEL, "Brisel");
+    EXPECT_EQ(FOLDERNAME_DOWNLOADS, "Downloads");
 }
 
 TEST_F(AppDataTest, TheManagerIsAlwaysTheSame) {
@@ -199,7 +199,7 @@ TEST_F(AppDataTest, CopiesAreCountedAndUncounted) {
     TraceCapture trace;
     {
         const AppData copy(m_data);
-        EXPECT_EQ(m_data.getPathForFile("file"), copy.getPathForFile("file"));
+        EXPECT_EQ(copy.getPathForFile("file"), m_data.getPathForFile("file"));
         trace.tracer().PrintAllObjectsCount();
     }
     EXPECT_THAT(trace.text(), HasSubstr("AppData::copyconstructor\n"));

@@ -38,20 +38,20 @@ protected:
 };
 
 TEST_F(BinaryAppDataPersistenceTest, TheFileLiesBesideTheTextParameters) {
-    EXPECT_EQ(m_file, m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER));
-    EXPECT_EQ(machineFile("Domain_binary.dat"),
-              m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS));
+    EXPECT_EQ(m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_CURRENT_USER), m_file);
+    EXPECT_EQ(m_store.getPersistenceFilePath("Zevo", "Domain", PERSISTENCE_ALL_USERS),
+              machineFile("Domain_binary.dat"));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ThreeBytesUnderKAreThirteenBytesInTheFile) {
     EXPECT_TRUE(write("k", "\x01\x02\x03"));
-    EXPECT_EQ(std::string("\x02\x00\x00\x00\x6B\x00\x03\x00\x00\x00\x01\x02\x03", 13), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), std::string("\x02\x00\x00\x00\x6B\x00\x03\x00\x00\x00\x01\x02\x03", 13));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, RecordsAreInTheOrderOfTheirNames) {
     write("b", "2");
     write("a", "1");
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), record("a", "1") + record("b", "2"));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ABlockOfSizeZeroIsReadBackAndNotNull) {
@@ -59,30 +59,30 @@ TEST_F(BinaryAppDataPersistenceTest, ABlockOfSizeZeroIsReadBackAndNotNull) {
     int size = -1;
     const std::unique_ptr<char[]> data(m_store.readUnformattedParam("empty", size));
     EXPECT_NE(nullptr, data);
-    EXPECT_EQ(0, size);
+    EXPECT_EQ(size, 0);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ALaterRecordOfTheSameNameReplacesTheEarlier) {
     writeFile(m_file, record("a", "1") + record("a", "2"));
-    EXPECT_EQ("2", read("a"));
+    EXPECT_EQ(read("a"), "2");
     BinaryAppDataPersistence::ParamMap params;
     m_store.readPersistenceFile(params);
-    EXPECT_EQ(1u, params.size());
+    EXPECT_EQ(params.size(), 1u);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ReadingFromAMissingFileIsNullAndTraced) {
     const TraceCapture trace;
     int size = 7;
-    EXPECT_EQ(nullptr, m_store.readUnformattedParam("a", size));
-    EXPECT_EQ(7, size);
+    EXPECT_EQ(m_store.readUnformattedParam("a", size), nullptr);
+    EXPECT_EQ(size, 7);
     EXPECT_NE(std::string::npos, trace.text().find("Parameter 'a' not found"));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, EraseEmptiesTheFileAndKeepsIt) {
     write("a", "1");
     m_store.eraseAllParams();
-    EXPECT_EQ("", readFile(m_file));
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(readFile(m_file), "");
+    EXPECT_EQ(read("a"), "(none)");
 }
 
 TEST_F(BinaryAppDataPersistenceTest, EraseOnAMissingFileCreatesNothing) {
@@ -98,7 +98,7 @@ TEST_F(BinaryAppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNoth
     EXPECT_FALSE(m_store.writeUnformattedParam("n", "v", -1));
     EXPECT_FALSE(m_store.writeUnformattedParam("n", nullptr, 1));
     EXPECT_FALSE(m_store.writeUnformattedParam("n", "v", INT_MAX));
-    EXPECT_EQ(record("a", "1"), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), record("a", "1"));
     for (const char* reason :
          {"the name is empty", "the size is negative", "there is no data", "the block is too large"}) {
         EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
@@ -109,7 +109,7 @@ TEST_F(BinaryAppDataPersistenceTest, NamesAndDataMayHoldAnyByte) {
     const std::string name("n=\n\0m", 5);
     const std::string data("\0\n=\xFF", 4);
     EXPECT_TRUE(write(name, data));
-    EXPECT_EQ(data, read(name));
+    EXPECT_EQ(read(name), data);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldContent) {
@@ -122,7 +122,7 @@ TEST_F(BinaryAppDataPersistenceTest, AFullDiskIsFalseAndTracedAndLeavesTheOldCon
         return !write("b", std::string(100000, 'v')) &&
                trace.text().find("Cannot write parameter file '" + m_file + "'") != std::string::npos;
     }));
-    EXPECT_EQ(record("a", "1"), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), record("a", "1"));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, AnUnwritableFolderIsFalseAndTracedAndChangesNothing) {
@@ -144,17 +144,16 @@ TEST_F(BinaryAppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenI
     chmod(folder.c_str(), 0555);
     EXPECT_TRUE(boundByFileModes([&] { return write("b", "2"); }));
     chmod(folder.c_str(), 0755);
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
+    EXPECT_EQ(readFile(m_file), record("a", "1") + record("b", "2"));
 }
 
 // The very bytes that docs/parameters.md explains.
 TEST_F(BinaryAppDataPersistenceTest, TheFileOfTheDocumentationHasTheseBytes) {
     write("note", "hi");
     write("k", "\x01\x02\x03");
-    EXPECT_EQ(std::string("\x02\x00\x00\x00\x6b\x00\x03\x00\x00\x00\x01\x02\x03\x05\x00\x00"
-                          "\x00\x6e\x6f\x74\x65\x00\x02\x00\x00\x00\x68\x69",
-                          28),
-              readFile(m_file));
+    EXPECT_EQ(readFile(m_file), std::string("\x02\x00\x00\x00\x6b\x00\x03\x00\x00\x00\x01\x02\x03\x05\x00\x00"
+                                            "\x00\x6e\x6f\x74\x65\x00\x02\x00\x00\x00\x68\x69",
+                                            28));
 }
 
 /// Bytes that are no record, each of which ends the reading.
@@ -163,10 +162,10 @@ class DamagedFileTest : public BinaryAppDataPersistenceTest,
 
 TEST_P(DamagedFileTest, WhatPrecedesTheDamageIsRead) {
     writeFile(m_file, record("a", "1") + GetParam());
-    EXPECT_EQ("1", read("a"));
+    EXPECT_EQ(read("a"), "1");
     BinaryAppDataPersistence::ParamMap params;
     EXPECT_TRUE(m_store.readPersistenceFile(params));
-    EXPECT_EQ(1u, params.size());
+    EXPECT_EQ(params.size(), 1u);
 }
 
 TEST_P(DamagedFileTest, EveryReadTellsTheDamage) {
@@ -174,11 +173,11 @@ TEST_P(DamagedFileTest, EveryReadTellsTheDamage) {
     const std::string message = "[E] Parameter file '" + m_file + "' is damaged at byte 11 of ";
     {
         const TraceCapture trace;
-        EXPECT_EQ("1", read("a"));
+        EXPECT_EQ(read("a"), "1");
         EXPECT_THAT(trace.text(), HasSubstr(message));
     }
     const TraceCapture trace;
-    EXPECT_EQ("(none)", read("missing"));
+    EXPECT_EQ(read("missing"), "(none)");
     EXPECT_THAT(trace.text(), HasSubstr(message));
 }
 
@@ -186,8 +185,8 @@ TEST_P(DamagedFileTest, AWholeMapKeepsTheDamagedFileBesideToo) {
     const std::string content = record("a", "1") + GetParam();
     writeFile(m_file, content);
     EXPECT_TRUE(m_store.writePersistenceFile({{"b", t_Param("b", "2", 1)}}));
-    EXPECT_EQ(record("b", "2"), readFile(m_file));
-    EXPECT_EQ(content, readFile(m_file + ".damaged"));
+    EXPECT_EQ(readFile(m_file), record("b", "2"));
+    EXPECT_EQ(readFile(m_file + ".damaged"), content);
 }
 
 TEST_P(DamagedFileTest, ASecondDamageKeepsTheFirstCopy) {
@@ -197,21 +196,21 @@ TEST_P(DamagedFileTest, ASecondDamageKeepsTheFirstCopy) {
     writeFile(m_file, record("c", "3") + GetParam());
     const TraceCapture trace;
     EXPECT_TRUE(write("d", "4"));
-    EXPECT_EQ(record("c", "3") + record("d", "4"), readFile(m_file));
-    EXPECT_EQ(first, readFile(m_file + ".damaged"));
+    EXPECT_EQ(readFile(m_file), record("c", "3") + record("d", "4"));
+    EXPECT_EQ(readFile(m_file + ".damaged"), first);
     EXPECT_THAT(trace.text(), HasSubstr("[W] '" + m_file + ".damaged' of an earlier damage stays"));
 }
 
 TEST_P(DamagedFileTest, EraseRemovesTheCopyAndMakesNone) {
     writeFile(m_file, record("a", "1") + GetParam());
     m_store.eraseAllParams();
-    EXPECT_EQ("", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "");
     EXPECT_FALSE(exists(m_file + ".damaged"));
     writeFile(m_file, record("a", "1") + GetParam());
     EXPECT_TRUE(write("b", "2"));
     EXPECT_TRUE(exists(m_file + ".damaged"));
     m_store.eraseAllParams();
-    EXPECT_EQ("", readFile(m_file));
+    EXPECT_EQ(readFile(m_file), "");
     EXPECT_FALSE(exists(m_file + ".damaged"));
 }
 
@@ -219,8 +218,8 @@ TEST_P(DamagedFileTest, AWriteKeepsTheDamagedFileBeside) {
     const std::string content = record("a", "1") + GetParam();
     writeFile(m_file, content);
     EXPECT_TRUE(write("b", "2"));
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(m_file));
-    EXPECT_EQ(content, readFile(m_file + ".damaged"));
+    EXPECT_EQ(readFile(m_file), record("a", "1") + record("b", "2"));
+    EXPECT_EQ(readFile(m_file + ".damaged"), content);
 }
 
 TEST_P(DamagedFileTest, ADamagedFileThatCannotBeKeptIsNotWrittenOver) {
@@ -229,7 +228,7 @@ TEST_P(DamagedFileTest, ADamagedFileThatCannotBeKeptIsNotWrittenOver) {
     mkdir((m_file + ".damaged").c_str(), 0777);
     const TraceCapture trace;
     EXPECT_FALSE(write("b", "2"));
-    EXPECT_EQ(content, readFile(m_file));
+    EXPECT_EQ(readFile(m_file), content);
     EXPECT_NE(std::string::npos, trace.text().find("Cannot keep the damaged parameter file"));
 }
 
@@ -256,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(BinaryAppDataPersistenceTest, TwentyBytesThatClaimOneGigabyteAreReadAsNothing) {
     writeFile(m_file, length32(2) + std::string("n\0", 2) + length32(1000000000) + std::string(10, 'x'));
     const LargestAllocation largest;
-    EXPECT_EQ("(none)", read("n"));
+    EXPECT_EQ(read("n"), "(none)");
     BinaryAppDataPersistence::ParamMap params;
     EXPECT_TRUE(m_store.readPersistenceFile(params));
     EXPECT_TRUE(params.empty());
@@ -274,11 +273,11 @@ TEST_F(BinaryAppDataPersistenceTest, EraseRemovesACopyThatLiesThereAlone) {
 TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLastByte) {
     writeFile(m_file, record("a", "1") + length32(2) + "nm" + length32(1) + "x" + record("z", "2"));
     const TraceCapture trace;
-    EXPECT_EQ("x", read("n"));
-    EXPECT_EQ("2", read("z"));
+    EXPECT_EQ(read("n"), "x");
+    EXPECT_EQ(read("z"), "2");
     EXPECT_TRUE(write("b", "3"));
-    EXPECT_EQ(record("a", "1") + record("b", "3") + record("n", "x") + record("z", "2"), readFile(m_file));
-    EXPECT_EQ(std::string::npos, trace.text().find("damaged"));
+    EXPECT_EQ(readFile(m_file), record("a", "1") + record("b", "3") + record("n", "x") + record("z", "2"));
+    EXPECT_EQ(trace.text().find("damaged"), std::string::npos);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
@@ -286,26 +285,26 @@ TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHol
     BinaryAppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
     const std::string file = userFile(domain + "_binary.dat");
     EXPECT_TRUE(store.writeUnformattedParam("a", "1", 1));
-    EXPECT_EQ(record("a", "1"), readFile(file));
+    EXPECT_EQ(readFile(file), record("a", "1"));
     writeFile(file, record("a", "1") + "x");
     EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(file));
+    EXPECT_EQ(readFile(file), record("a", "1") + record("b", "2"));
 }
 
 TEST_F(BinaryAppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
     const off_t size = 1500000000; // more than a 32-bit program can hold in one text
     writeFile(m_file, record("a", "1"));
-    ASSERT_EQ(0, truncate(m_file.c_str(), size)); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // all holes: takes no room on the disk
     const TraceCapture trace;
     const LargestAllocation limit(1000000000);
     BinaryAppDataPersistence::ParamMap params;
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
     EXPECT_FALSE(m_store.readPersistenceFile(params));
     EXPECT_FALSE(write("b", "2"));
     EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
     struct stat status;
-    ASSERT_EQ(0, stat(m_file.c_str(), &status));
-    EXPECT_EQ(size, status.st_size);
+    ASSERT_EQ(stat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, size);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWritten) {
@@ -316,7 +315,7 @@ TEST_F(BinaryAppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTr
     const LargestAllocation limit(1000000);
     EXPECT_FALSE(write("b", data));
     EXPECT_THAT(trace.text(), HasSubstr("[E] Not enough memory for parameter file '" + m_file + "'"));
-    EXPECT_EQ(before, readFile(m_file));
+    EXPECT_EQ(readFile(m_file), before);
 }
 
 /// Keeps its blocks in memory.
@@ -343,17 +342,17 @@ TEST_F(BinaryAppDataPersistenceTest, ASubclassReadsAndWritesForItself) {
     InMemory store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     EXPECT_TRUE(store.writeUnformattedParam("a", "12", 2));
     EXPECT_TRUE(store.writeUnformattedParam("b", "", 0));
-    EXPECT_EQ(2u, store.kept.size());
+    EXPECT_EQ(store.kept.size(), 2u);
     int size = 0;
     const std::unique_ptr<char[]> data(store.readUnformattedParam("a", size));
     ASSERT_NE(nullptr, data);
-    EXPECT_EQ("12", std::string(data.get(), static_cast<size_t>(size)));
-    EXPECT_EQ(nullptr, store.readUnformattedParam("c", size));
+    EXPECT_EQ(std::string(data.get(), static_cast<size_t>(size)), "12");
+    EXPECT_EQ(store.readUnformattedParam("c", size), nullptr);
     EXPECT_FALSE(exists(m_file));
     write("in the file", "x");
     store.eraseAllParams();
     EXPECT_TRUE(store.kept.empty());
-    EXPECT_EQ("x", read("in the file"));
+    EXPECT_EQ(read("in the file"), "x");
 }
 
 TEST_F(BinaryAppDataPersistenceTest, WhatASubclassCannotReadIsNotWrittenOver) {
@@ -362,8 +361,8 @@ TEST_F(BinaryAppDataPersistenceTest, WhatASubclassCannotReadIsNotWrittenOver) {
     store.isReadable = false;
     int size = 0;
     EXPECT_FALSE(store.writeUnformattedParam("b", "2", 1));
-    EXPECT_EQ(1u, store.kept.size());
-    EXPECT_EQ(nullptr, store.readUnformattedParam("a", size));
+    EXPECT_EQ(store.kept.size(), 1u);
+    EXPECT_EQ(store.readUnformattedParam("a", size), nullptr);
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ADamageIsTracedWithItsPlace) {
@@ -379,7 +378,7 @@ TEST_F(BinaryAppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
     BinaryAppDataPersistence::ParamMap params;
     EXPECT_FALSE(m_store.readPersistenceFile(params));
     EXPECT_FALSE(write("a", "1"));
-    EXPECT_EQ("(none)", read("a"));
+    EXPECT_EQ(read("a"), "(none)");
 }
 
 } // namespace

@@ -14,13 +14,13 @@ TEST(ParamTest, OwnsACopyOfTheBytes) {
     char bytes[] = "abc";
     const t_Param param("name", bytes, 3);
     bytes[0] = 'x';
-    EXPECT_EQ("abc", std::string(param.getInternalBuffer(), 3));
-    EXPECT_EQ(3, param.getBufferSize());
+    EXPECT_EQ(std::string(param.getInternalBuffer(), 3), "abc");
+    EXPECT_EQ(param.getBufferSize(), 3);
 }
 
 TEST(ParamTest, AnEmptyOneHasABufferOfSizeZero) {
     const t_Param param;
-    EXPECT_EQ(0, param.getBufferSize());
+    EXPECT_EQ(param.getBufferSize(), 0);
     EXPECT_NE(nullptr, param.getInternalBuffer());
 }
 
@@ -31,7 +31,7 @@ TEST(ParamTest, CopiesDoNotShareTheirBytes) {
     assigned = original;
     for (const t_Param* param : {&copy, static_cast<const t_Param*>(&assigned)}) {
         EXPECT_NE(original.getInternalBuffer(), param->getInternalBuffer());
-        EXPECT_EQ(marshalled(original), marshalled(*param));
+        EXPECT_EQ(marshalled(*param), marshalled(original));
     }
 }
 
@@ -39,12 +39,12 @@ TEST(ParamTest, AssignmentToItselfKeepsTheBytes) {
     t_Param param("name", "abc", 3);
     const t_Param& same = param;
     param = same;
-    EXPECT_EQ(record("name", "abc"), marshalled(param));
+    EXPECT_EQ(marshalled(param), record("name", "abc"));
 }
 
 TEST(ParamTest, MarshallsToNameLengthPlusNinePlusSize) {
-    EXPECT_EQ(record("name", "abc"), marshalled(t_Param("name", "abc", 3)));
-    EXPECT_EQ(4u + 9u + 3u, marshalled(t_Param("name", "abc", 3)).size());
+    EXPECT_EQ(marshalled(t_Param("name", "abc", 3)), record("name", "abc"));
+    EXPECT_EQ(marshalled(t_Param("name", "abc", 3)).size(), 4u + 9u + 3u);
 }
 
 TEST(ParamTest, ReadsItsOwnRecordAndStopsBehindIt) {
@@ -52,12 +52,12 @@ TEST(ParamTest, ReadsItsOwnRecordAndStopsBehindIt) {
     size_t offset = 0;
     t_Param::Record read = {};
     ASSERT_TRUE(t_Param::unMarshall(bytes.data(), bytes.size(), offset, read));
-    EXPECT_EQ("a", std::string(read.name, read.nameLength));
-    EXPECT_EQ("1", std::string(read.data, static_cast<size_t>(read.size)));
+    EXPECT_EQ(std::string(read.name, read.nameLength), "a");
+    EXPECT_EQ(std::string(read.data, static_cast<size_t>(read.size)), "1");
     ASSERT_TRUE(t_Param::unMarshall(bytes.data(), bytes.size(), offset, read));
-    EXPECT_EQ("bc", std::string(read.name, read.nameLength));
-    EXPECT_EQ(0, read.size);
-    EXPECT_EQ(bytes.size(), offset);
+    EXPECT_EQ(std::string(read.name, read.nameLength), "bc");
+    EXPECT_EQ(read.size, 0);
+    EXPECT_EQ(offset, bytes.size());
     EXPECT_FALSE(t_Param::unMarshall(bytes.data(), bytes.size(), offset, read));
 }
 

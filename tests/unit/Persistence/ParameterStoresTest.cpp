@@ -31,22 +31,22 @@ protected:
 TEST_F(ParameterStoresTest, AWriteGoesToTheUsersFile) {
     EXPECT_TRUE(m_data.writeParam("a", "1"));
     EXPECT_TRUE(m_data.writeUnformattedParam("a", "1", 1));
-    EXPECT_EQ("a=1\n", readFile(userFile(m_domain + ".dat")));
-    EXPECT_EQ(record("a", "1"), readFile(userFile(m_domain + "_binary.dat")));
+    EXPECT_EQ(readFile(userFile(m_domain + ".dat")), "a=1\n");
+    EXPECT_EQ(readFile(userFile(m_domain + "_binary.dat")), record("a", "1"));
 }
 
 TEST_F(ParameterStoresTest, AWriteForAllUsersGoesToTheMachinesFile) {
     EXPECT_TRUE(m_data.writeParamForAllUsers("a", "1"));
     EXPECT_TRUE(m_data.writeUnformattedParamForAllUsers("a", "1", 1));
-    EXPECT_EQ("a=1\n", readFile(machineFile(m_domain + ".dat")));
-    EXPECT_EQ(record("a", "1"), readFile(machineFile(m_domain + "_binary.dat")));
+    EXPECT_EQ(readFile(machineFile(m_domain + ".dat")), "a=1\n");
+    EXPECT_EQ(readFile(machineFile(m_domain + "_binary.dat")), record("a", "1"));
 }
 
 TEST_F(ParameterStoresTest, ReadingFindsTheMachinesValueWhenTheUserHasNone) {
     m_data.writeParamForAllUsers("a", "machine");
     m_data.writeUnformattedParamForAllUsers("a", "machine", 7);
-    EXPECT_EQ("machine", read("a"));
-    EXPECT_EQ("machine", readBlock("a"));
+    EXPECT_EQ(read("a"), "machine");
+    EXPECT_EQ(readBlock("a"), "machine");
 }
 
 TEST_F(ParameterStoresTest, TheUsersValueTakesPrecedence) {
@@ -54,13 +54,13 @@ TEST_F(ParameterStoresTest, TheUsersValueTakesPrecedence) {
     m_data.writeParam("a", "user");
     m_data.writeUnformattedParamForAllUsers("a", "machine", 7);
     m_data.writeUnformattedParam("a", "user", 4);
-    EXPECT_EQ("user", read("a"));
-    EXPECT_EQ("user", readBlock("a"));
+    EXPECT_EQ(read("a"), "user");
+    EXPECT_EQ(readBlock("a"), "user");
 }
 
 TEST_F(ParameterStoresTest, NobodysParameterIsNotFound) {
-    EXPECT_EQ("(none)", read("a"));
-    EXPECT_EQ("(none)", readBlock("a"));
+    EXPECT_EQ(read("a"), "(none)");
+    EXPECT_EQ(readBlock("a"), "(none)");
 }
 
 TEST_F(ParameterStoresTest, RemoveDataErasesTheFourStoresAndLeavesTheDomainsFiles) {
@@ -69,16 +69,16 @@ TEST_F(ParameterStoresTest, RemoveDataErasesTheFourStoresAndLeavesTheDomainsFile
     m_data.writeUnformattedParam("a", "1", 1);
     m_data.writeUnformattedParamForAllUsers("a", "1", 1);
     const std::string folder = userFile(m_domain);
-    ASSERT_EQ(0, mkdir(folder.c_str(), 0777));
+    ASSERT_EQ(mkdir(folder.c_str(), 0777), 0);
     writeFile(folder + "/notes.txt", "mine");
 
     m_data.removeData();
 
-    EXPECT_EQ("", readFile(userFile(m_domain + ".dat")));
-    EXPECT_EQ("", readFile(machineFile(m_domain + ".dat")));
-    EXPECT_EQ("", readFile(userFile(m_domain + "_binary.dat")));
-    EXPECT_EQ("", readFile(machineFile(m_domain + "_binary.dat")));
-    EXPECT_EQ("mine", readFile(folder + "/notes.txt"));
+    EXPECT_EQ(readFile(userFile(m_domain + ".dat")), "");
+    EXPECT_EQ(readFile(machineFile(m_domain + ".dat")), "");
+    EXPECT_EQ(readFile(userFile(m_domain + "_binary.dat")), "");
+    EXPECT_EQ(readFile(machineFile(m_domain + "_binary.dat")), "");
+    EXPECT_EQ(readFile(folder + "/notes.txt"), "mine");
 }
 
 TEST_F(ParameterStoresTest, RemoveDataRemovesTheCopiesOfDamagedFiles) {
@@ -88,7 +88,7 @@ TEST_F(ParameterStoresTest, RemoveDataRemovesTheCopiesOfDamagedFiles) {
         writeFile(file, record("a", "1") + "x");
         m_data.writeUnformattedParam("b", "2", 1);
         m_data.writeUnformattedParamForAllUsers("b", "2", 1);
-        EXPECT_EQ(record("a", "1") + "x", readFile(file + ".damaged"));
+        EXPECT_EQ(readFile(file + ".damaged"), record("a", "1") + "x");
         m_data.removeData();
         struct stat status;
         EXPECT_NE(0, stat((file + ".damaged").c_str(), &status));
@@ -109,8 +109,8 @@ TEST_F(ParameterStoresTest, AStoreKeepsTheScopeThatItWasMadeWith) {
     m_data.writeParam("b", "2");
     m_data.writeUnformattedParamForAllUsers("b", "2", 1);
     AppData::setGlobalScope("Zevo");
-    EXPECT_EQ("a=1\nb=2\n", readFile(userFile(m_domain + ".dat")));
-    EXPECT_EQ(record("a", "1") + record("b", "2"), readFile(machineFile(m_domain + "_binary.dat")));
+    EXPECT_EQ(readFile(userFile(m_domain + ".dat")), "a=1\nb=2\n");
+    EXPECT_EQ(readFile(machineFile(m_domain + "_binary.dat")), record("a", "1") + record("b", "2"));
 }
 
 } // namespace

@@ -32,10 +32,10 @@ protected:
 TEST_F(PersistenceManagerTest, ForwardsToTheTextStore) {
     PersistenceManager manager("Zevo", "Domain", PERSISTENCE_ALL_USERS);
     EXPECT_TRUE(manager.writeParam("a", "1"));
-    EXPECT_EQ("a=1\n", readFile(machineFile("Domain.dat")));
+    EXPECT_EQ(readFile(machineFile("Domain.dat")), "a=1\n");
     std::string value;
     EXPECT_TRUE(manager.readParam("a", value));
-    EXPECT_EQ("1", value);
+    EXPECT_EQ(value, "1");
     manager.eraseAllParams();
     EXPECT_FALSE(manager.readParam("a", value));
 }
@@ -43,13 +43,13 @@ TEST_F(PersistenceManagerTest, ForwardsToTheTextStore) {
 TEST_F(PersistenceManagerTest, ForwardsToTheBinaryStore) {
     BinaryPersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     EXPECT_TRUE(manager.writeUnformattedParam("a", "1", 1));
-    EXPECT_EQ(record("a", "1"), readFile(userFile("Domain_binary.dat")));
+    EXPECT_EQ(readFile(userFile("Domain_binary.dat")), record("a", "1"));
     int size = 0;
     std::unique_ptr<char[]> data(manager.readUnformattedParam("a", size));
-    EXPECT_EQ("1", std::string(data.get(), 1));
+    EXPECT_EQ(std::string(data.get(), 1), "1");
     manager.eraseAllParams();
     data.reset(manager.readUnformattedParam("a", size));
-    EXPECT_EQ(nullptr, data);
+    EXPECT_EQ(data, nullptr);
 }
 
 TEST_F(PersistenceManagerTest, AnEmptyNameBreaksTheContract) {

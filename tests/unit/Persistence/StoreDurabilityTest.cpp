@@ -146,7 +146,7 @@ TYPED_TEST(StoreDurabilityTest, ProcessesThatWriteAtTheSameTimeLoseNothing) {
     for (const pid_t writer : writers) {
         int status = -1;
         waitpid(writer, &status, 0);
-        EXPECT_EQ(0, status);
+        EXPECT_EQ(status, 0);
     }
     std::string expected;
     for (int writer = 0; writer < WRITERS; ++writer) {

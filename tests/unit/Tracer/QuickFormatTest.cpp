@@ -28,7 +28,7 @@ std::string quickly(std::size_t size, const char* format, ...) {
     va_end(arguments);
     if (length < 0)
         return REFUSED;
-    EXPECT_EQ(static_cast<std::size_t>(length), std::strlen(buffer.c_str())) << format;
+    EXPECT_EQ(std::strlen(buffer.c_str()), static_cast<std::size_t>(length)) << format;
     return buffer.substr(0, static_cast<std::size_t>(length));
 }
 
@@ -46,7 +46,7 @@ std::string asPrintf(const char* format, ...) {
 /// The two agree, and the quick one did not refuse.
 template <typename... Arguments>
 void expectSame(const char* format, Arguments... arguments) {
-    EXPECT_EQ(asPrintf(format, arguments...), quickly(4096, format, arguments...)) << format;
+    EXPECT_EQ(quickly(4096, format, arguments...), asPrintf(format, arguments...)) << format;
 }
 
 TEST(QuickFormat, WritesTextsAndPercentSigns) {
@@ -87,27 +87,27 @@ TEST(QuickFormat, AgreesWithPrintfOnRandomNumbers) {
 }
 
 TEST(QuickFormat, LeavesToPrintfWhatItDoesNotKnow) {
-    EXPECT_EQ(REFUSED, quickly(100, "%c", 'a'));
-    EXPECT_EQ(REFUSED, quickly(100, "%5s", "a"));
-    EXPECT_EQ(REFUSED, quickly(100, "%.2s", "abc"));
-    EXPECT_EQ(REFUSED, quickly(100, "%f", 1.0));
-    EXPECT_EQ(REFUSED, quickly(100, "%.2f", 1.0));
-    EXPECT_EQ(REFUSED, quickly(100, "%.4f", 1.0));
-    EXPECT_EQ(REFUSED, quickly(100, "%8.3f", 1.0));
-    EXPECT_EQ(REFUSED, quickly(100, "%g", 1.0));
-    EXPECT_EQ(REFUSED, quickly(100, "%+d", 1));
-    EXPECT_EQ(REFUSED, quickly(100, "%.3d", 1));
-    EXPECT_EQ(REFUSED, quickly(100, "%*d", 5, 1));
-    EXPECT_EQ(REFUSED, quickly(100, "%p", static_cast<void*>(nullptr)));
-    EXPECT_EQ(REFUSED, quickly(100, "%hd", 1));
-    EXPECT_EQ(REFUSED, quickly(100, "%ld", 1L));
-    EXPECT_EQ(REFUSED, quickly(100, "%x", 1U));
-    EXPECT_EQ(REFUSED, quickly(100, "%5d", 1));
-    EXPECT_EQ(REFUSED, quickly(100, "%-5d", 1));
-    EXPECT_EQ(REFUSED, quickly(100, "at the end %."));
-    EXPECT_EQ(REFUSED, quickly(100, "at the end %.3"));
-    EXPECT_EQ(REFUSED, quickly(100, "at the end %"));
-    EXPECT_EQ(REFUSED, quickly(100, "%s", static_cast<const char*>(nullptr)));
+    EXPECT_EQ(quickly(100, "%c", 'a'), REFUSED);
+    EXPECT_EQ(quickly(100, "%5s", "a"), REFUSED);
+    EXPECT_EQ(quickly(100, "%.2s", "abc"), REFUSED);
+    EXPECT_EQ(quickly(100, "%f", 1.0), REFUSED);
+    EXPECT_EQ(quickly(100, "%.2f", 1.0), REFUSED);
+    EXPECT_EQ(quickly(100, "%.4f", 1.0), REFUSED);
+    EXPECT_EQ(quickly(100, "%8.3f", 1.0), REFUSED);
+    EXPECT_EQ(quickly(100, "%g", 1.0), REFUSED);
+    EXPECT_EQ(quickly(100, "%+d", 1), REFUSED);
+    EXPECT_EQ(quickly(100, "%.3d", 1), REFUSED);
+    EXPECT_EQ(quickly(100, "%*d", 5, 1), REFUSED);
+    EXPECT_EQ(quickly(100, "%p", static_cast<void*>(nullptr)), REFUSED);
+    EXPECT_EQ(quickly(100, "%hd", 1), REFUSED);
+    EXPECT_EQ(quickly(100, "%ld", 1L), REFUSED);
+    EXPECT_EQ(quickly(100, "%x", 1U), REFUSED);
+    EXPECT_EQ(quickly(100, "%5d", 1), REFUSED);
+    EXPECT_EQ(quickly(100, "%-5d", 1), REFUSED);
+    EXPECT_EQ(quickly(100, "at the end %."), REFUSED);
+    EXPECT_EQ(quickly(100, "at the end %.3"), REFUSED);
+    EXPECT_EQ(quickly(100, "at the end %"), REFUSED);
+    EXPECT_EQ(quickly(100, "%s", static_cast<const char*>(nullptr)), REFUSED);
 }
 
 TEST(QuickFormat, TakesPercentSignsForTextsWhereverTheyStand) {
@@ -118,7 +118,7 @@ TEST(QuickFormat, TakesPercentSignsForTextsWhereverTheyStand) {
 
 TEST(QuickFormat, LeavesFormatsOfManyConversionsToPrintf) {
     expectSame("%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11);
-    EXPECT_EQ(REFUSED, quickly(100, "%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12));
+    EXPECT_EQ(quickly(100, "%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12), REFUSED);
 }
 
 TEST(QuickFormat, LeavesTheLongestFormatsToPrintf) {
@@ -132,16 +132,16 @@ TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
     for (const double value :
          {4294967296.0, -4294967296.0, 4503599627370496.0, 1e300, std::numeric_limits<double>::infinity(),
           -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
-        EXPECT_EQ(REFUSED, quickly(100, "%.3f", value));
+        EXPECT_EQ(quickly(100, "%.3f", value), REFUSED);
     }
 }
 
 TEST(QuickFormat, LeavesWhatDoesNotFitToPrintf) {
     EXPECT_EQ("abc", quickly(4, "%s", "abc"));
-    EXPECT_EQ(REFUSED, quickly(3, "%s", "abc"));
-    EXPECT_EQ(REFUSED, quickly(3, "abc"));
-    EXPECT_EQ(REFUSED, quickly(4, "abc%d", 1));
-    EXPECT_EQ(REFUSED, quickly(6, "12345%s", "a"));
+    EXPECT_EQ(quickly(3, "%s", "abc"), REFUSED);
+    EXPECT_EQ(quickly(3, "abc"), REFUSED);
+    EXPECT_EQ(quickly(4, "abc%d", 1), REFUSED);
+    EXPECT_EQ(quickly(6, "12345%s", "a"), REFUSED);
 }
 
 } // namespace

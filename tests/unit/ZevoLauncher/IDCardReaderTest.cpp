@@ -51,7 +51,7 @@ TEST_F(IDCardReaderTest, AnObserverIsToldWhatBecomesOfEachLine) {
 TEST_F(IDCardReaderTest, NothingIsReadBeforeItIsAskedFor) {
     writeFile(m_folder / "ID.txt", "A=1\n");
     EXPECT_THAT(params(), IsEmpty());
-    EXPECT_EQ("", m_reader.getParam("A"));
+    EXPECT_EQ(m_reader.getParam("A"), "");
 }
 
 TEST_F(IDCardReaderTest, AMissingCardIsFalse) {
@@ -72,7 +72,7 @@ TEST_F(IDCardReaderTest, NoSeparatorIsAddedToTheFolder) {
     writeFile(m_folder / "cardID.txt", "A=1\n");
     IDCardReader reader(m_folder / "card");
     EXPECT_TRUE(reader.readIDCard());
-    EXPECT_EQ("1", reader.getParam("A"));
+    EXPECT_EQ(reader.getParam("A"), "1");
 }
 
 TEST_F(IDCardReaderTest, AnEmptyCardIsFalse) {
@@ -116,7 +116,7 @@ TEST_F(IDCardReaderTest, ALastLineWithoutLineFeedIsReadLikeTheOthers) {
 
 TEST_F(IDCardReaderTest, ALastLineFeedAddsNoEntry) {
     read("A=1\n");
-    EXPECT_EQ(1u, params().size());
+    EXPECT_EQ(params().size(), 1u);
 }
 
 TEST_F(IDCardReaderTest, ALaterLineReplacesAnEarlierOneOfTheSameKey) {
@@ -167,7 +167,7 @@ TEST_F(IDCardReaderTest, BytesAbove126AreNonPrintingWhateverTheLocale) {
 
 TEST_F(IDCardReaderTest, NonPrintingCharactersInAKeyAreKept) {
     read("A\tB=1\n");
-    EXPECT_EQ("1", m_reader.getParam("A\tB"));
+    EXPECT_EQ(m_reader.getParam("A\tB"), "1");
 }
 
 TEST_F(IDCardReaderTest, ReadingAgainAddsToTheTableAndOverwritesInIt) {
@@ -179,46 +179,46 @@ TEST_F(IDCardReaderTest, ReadingAgainAddsToTheTableAndOverwritesInIt) {
 TEST_F(IDCardReaderTest, ReadingAgainGivesTheResultOfThatReading) {
     EXPECT_TRUE(read("A=1\n"));
     EXPECT_FALSE(read("\n"));
-    EXPECT_EQ("1", m_reader.getParam("A"));
+    EXPECT_EQ(m_reader.getParam("A"), "1");
 }
 
 TEST_F(IDCardReaderTest, ALineOfHalfAMegabyteIsOnePair) {
     EXPECT_TRUE(read("A=" + std::string(1 << 19, 'x') + "\nB=1\n"));
-    EXPECT_EQ(1u << 19, m_reader.getParam("A").size());
-    EXPECT_EQ("1", m_reader.getParam("B"));
+    EXPECT_EQ(m_reader.getParam("A").size(), 1u << 19);
+    EXPECT_EQ(m_reader.getParam("B"), "1");
 }
 
 TEST_F(IDCardReaderTest, EachGetterReadsItsKey) {
     EXPECT_TRUE(read("FLEET_ID=1\nCUSTOMER_ID=2\nGENERATION_VERSION=3\nIT_MANAGER=4\nBU_NAME=5\n"
                      "REFERENCE_VERSION=6\nPRODUCT_NAME=7\nBUILD_TARGET=8\nCOMMERCIAL_VERSION=9\n"
                      "PRODUCT_VERSION=10\nUPGRADE_CODE=11\nOTHER=12\n"));
-    EXPECT_EQ("1", m_reader.getFleetID());
-    EXPECT_EQ("2", m_reader.getCustomerID());
-    EXPECT_EQ("3", m_reader.getGenerationVersion());
-    EXPECT_EQ("4", m_reader.getZevoAdministrationTool());
-    EXPECT_EQ("5", m_reader.getBUName());
-    EXPECT_EQ("6", m_reader.getReferenceVersion());
-    EXPECT_EQ("7", m_reader.getProductName());
-    EXPECT_EQ("8", m_reader.getBuildTarget());
-    EXPECT_EQ("9", m_reader.getCommercialVersion());
-    EXPECT_EQ("10", m_reader.getProductVersion());
-    EXPECT_EQ("11", m_reader.getUpgradeCode());
-    EXPECT_EQ("12", m_reader.getParam("OTHER"));
-    EXPECT_EQ(12u, params().size());
+    EXPECT_EQ(m_reader.getFleetID(), "1");
+    EXPECT_EQ(m_reader.getCustomerID(), "2");
+    EXPECT_EQ(m_reader.getGenerationVersion(), "3");
+    EXPECT_EQ(m_reader.getZevoAdministrationTool(), "4");
+    EXPECT_EQ(m_reader.getBUName(), "5");
+    EXPECT_EQ(m_reader.getReferenceVersion(), "6");
+    EXPECT_EQ(m_reader.getProductName(), "7");
+    EXPECT_EQ(m_reader.getBuildTarget(), "8");
+    EXPECT_EQ(m_reader.getCommercialVersion(), "9");
+    EXPECT_EQ(m_reader.getProductVersion(), "10");
+    EXPECT_EQ(m_reader.getUpgradeCode(), "11");
+    EXPECT_EQ(m_reader.getParam("OTHER"), "12");
+    EXPECT_EQ(params().size(), 12u);
 }
 
 TEST_F(IDCardReaderTest, WhatTheCardLacksIsAnEmptyText) {
     read("A=1\n");
-    EXPECT_EQ("", m_reader.getParam("B"));
-    EXPECT_EQ("", m_reader.getFleetID());
-    EXPECT_EQ("", m_reader.getUpgradeCode());
-    EXPECT_EQ(1u, params().size());
+    EXPECT_EQ(m_reader.getParam("B"), "");
+    EXPECT_EQ(m_reader.getFleetID(), "");
+    EXPECT_EQ(m_reader.getUpgradeCode(), "");
+    EXPECT_EQ(params().size(), 1u);
 }
 
 TEST_F(IDCardReaderTest, TheTableHandedOutIsACopy) {
     read("A=1\n");
     params()["A"] = "2";
-    EXPECT_EQ("1", m_reader.getParam("A"));
+    EXPECT_EQ(m_reader.getParam("A"), "1");
 }
 
 TEST_F(IDCardReaderTest, CallsAreTracedAndNoMessageIsWritten) {

@@ -116,7 +116,7 @@ TEST_F(StartUpTest, TheLogFolderIsCreatedInTheUsersFolderUnderTheUpgradeCode) {
 }
 
 TEST_F(StartUpTest, TheGlobalScopeIsTheUpgradeCode) {
-    startUp([&] { EXPECT_EQ(m_data / "var/lib/Ferrow/Zevo/", AppData::getAllUsersDataPath()); });
+    startUp([&] { EXPECT_EQ(AppData::getAllUsersDataPath(), m_data / "var/lib/Ferrow/Zevo/"); });
 }
 
 TEST_F(StartUpTest, AllThatItMakesLiesInTheLogFolder) {
@@ -144,20 +144,19 @@ TEST_F(StartUpTest, AnExistingLogFolderIsUsed) {
     startUp();
     writeFile(logFolder() + "/kept", "kept");
     startUp();
-    EXPECT_EQ("kept", readFile(logFolder() + "/kept"));
+    EXPECT_EQ(readFile(logFolder() + "/kept"), "kept");
 }
 
 TEST_F(StartUpTest, TheBannerHasEightLinesOfTypeEightInThisOrder) {
     startUp();
-    EXPECT_EQ("[LEVEL_0] Starting Vurl program with ID card :\n"
-              "[LEVEL_0]  * Commercial version : 3.1\n"
-              "[LEVEL_0]  * Product Name : Quillmarsh\n"
-              "[LEVEL_0]  * BU Name : North\n"
-              "[LEVEL_0]  * Build Target : release\n"
-              "[LEVEL_0]  * Reference version : 7.2\n"
-              "[LEVEL_0]  * Product version : 3.1.4\n"
-              "[LEVEL_0]  * Upgrade Code : Zevo\n",
-              log());
+    EXPECT_EQ(log(), "[LEVEL_0] Starting Vurl program with ID card :\n"
+                     "[LEVEL_0]  * Commercial version : 3.1\n"
+                     "[LEVEL_0]  * Product Name : Quillmarsh\n"
+                     "[LEVEL_0]  * BU Name : North\n"
+                     "[LEVEL_0]  * Build Target : release\n"
+                     "[LEVEL_0]  * Reference version : 7.2\n"
+                     "[LEVEL_0]  * Product version : 3.1.4\n"
+                     "[LEVEL_0]  * Upgrade Code : Zevo\n");
 }
 
 TEST_F(StartUpTest, WhatTheCardLacksPrintsAsAnEmptyText) {
@@ -168,7 +167,7 @@ TEST_F(StartUpTest, WhatTheCardLacksPrintsAsAnEmptyText) {
 
 TEST_F(StartUpTest, ACardWithoutUpgradeCodeGivesAnEmptyScopeAndAnEmptyBannerValue) {
     write("ID.txt", "PRODUCT_NAME=Quillmarsh\n");
-    startUp([&] { EXPECT_EQ(m_data / "var/lib/Ferrow//", AppData::getAllUsersDataPath()); });
+    startUp([&] { EXPECT_EQ(AppData::getAllUsersDataPath(), m_data / "var/lib/Ferrow//"); });
     EXPECT_THAT(readFile(m_data / "user/Ferrow/Logs/log_0.txt"), HasSubstr(" * Upgrade Code : \n"));
 }
 
@@ -176,7 +175,7 @@ TEST_F(StartUpTest, WithoutBitEightInTheMaskNoBannerIsWrittenAndTheRestIsTheSame
     write("logger_launcher.cfg",
           "LOG_ON\nLOG_MUST_FLUSH\nLOG_SET_FILE_NAME log\nLOG_SET_MSG_FILTER LOG_ERROR\n");
     startUp([] { LOG_MESSAGE(MSG_ERROR, "after start-up"); });
-    EXPECT_EQ("[ERROR  ] after start-up\n", log());
+    EXPECT_EQ(log(), "[ERROR  ] after start-up\n");
     EXPECT_FALSE(trace().empty());
 }
 
@@ -219,7 +218,7 @@ TEST_F(StartUpTest, ATracerThatIsAlreadyThereKeepsItsFolderAndItsConfiguration) 
         write("ID.txt", "UPGRADE_CODE=Another\n");
         write("tracer_zevolauncher.cfg", "TRACE_OFF\n");
         initTracesAndLogs();
-        EXPECT_EQ(before, Tracer::GetInstance());
+        EXPECT_EQ(Tracer::GetInstance(), before);
         EXPECT_TRUE(before->isEnabled());
         TRACE_FUNCTION("stillTraced");
     });
@@ -233,7 +232,7 @@ TEST_F(StartUpTest, ALoggerThatIsAlreadyThereKeepsItsFolderAndItsConfiguration) 
         write("ID.txt", "UPGRADE_CODE=Another\n");
         write("logger_launcher.cfg", "LOG_OFF\n");
         initTracesAndLogs();
-        EXPECT_EQ(before, Logger::GetInstance());
+        EXPECT_EQ(Logger::GetInstance(), before);
         EXPECT_TRUE(before->isEnabled());
     });
     EXPECT_THAT(log(), HasSubstr(" * Upgrade Code : Another\n"));
@@ -241,19 +240,19 @@ TEST_F(StartUpTest, ALoggerThatIsAlreadyThereKeepsItsFolderAndItsConfiguration) 
 }
 
 TEST_F(StartUpTest, TheLauncherLeavesItsProcessIdInTheLogFolder) {
-    startUp([&] { EXPECT_EQ(std::to_string(getpid()) + "\n", readFile(logFolder() + "/launcher.lock")); });
+    startUp([&] { EXPECT_EQ(readFile(logFolder() + "/launcher.lock"), std::to_string(getpid()) + "\n"); });
 }
 
 TEST_F(StartUpTest, AnOlderProcessIdIsReplacedWhole) {
     startUp();
     writeFile(logFolder() + "/launcher.lock", "123456789012\n");
-    startUp([&] { EXPECT_EQ(std::to_string(getpid()) + "\n", readFile(logFolder() + "/launcher.lock")); });
+    startUp([&] { EXPECT_EQ(readFile(logFolder() + "/launcher.lock"), std::to_string(getpid()) + "\n"); });
 }
 
 TEST_F(StartUpTest, WhereNoLockCanBeHadStartUpGoesOn) {
     startUp();
     std::remove((logFolder() + "/launcher.lock").c_str());
-    ASSERT_EQ(0, mkdir((logFolder() + "/launcher.lock").c_str(), 0700));
+    ASSERT_EQ(mkdir((logFolder() + "/launcher.lock").c_str(), 0700), 0);
     startUp();
     EXPECT_THAT(trace(), HasSubstr("IDCardReader::destructor"));
 }
@@ -285,13 +284,13 @@ TEST_F(StartUpTest, ALogFolderThatCannotBeCreatedIsNamedOnStandardError) {
     writeFile(m_data / "user/Ferrow", "a file in the way");
     testing::internal::CaptureStderr();
     traceOfFailedStartUp();
-    EXPECT_EQ("ZevoLauncher : cannot create the log folder " + logFolder() + "/\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "ZevoLauncher : cannot create the log folder " + logFolder() + "/\n");
 }
 
 TEST_F(StartUpTest, WithoutACardStartUpGoesOnWhenTheReportReturns) {
     remove("ID.txt");
-    startUpRegardless([&] { EXPECT_EQ(m_data / "var/lib/Ferrow//", AppData::getAllUsersDataPath()); });
+    startUpRegardless([&] { EXPECT_EQ(AppData::getAllUsersDataPath(), m_data / "var/lib/Ferrow//"); });
     EXPECT_THAT(
         readFile(m_data / "user/Ferrow/Logs/log_0.txt"),
         AllOf(HasSubstr("Starting Vurl program with ID card :\n"), HasSubstr(" * Product Name : \n")));

@@ -51,7 +51,7 @@ protected:
 
 TEST_F(ZevoLauncherConfigReaderTest, TheInstanceIsAlwaysTheSame) {
     inFreshProcess([](ZevoLauncherConfigReader& reader) {
-        EXPECT_EQ(&reader, ZevoLauncherConfigReader::getInstance());
+        EXPECT_EQ(ZevoLauncherConfigReader::getInstance(), &reader);
     });
 }
 
@@ -59,46 +59,46 @@ TEST_F(ZevoLauncherConfigReaderTest, TheThreeIdsAreReadAndOtherKeysIgnored) {
     configure(propertyList(entry("Another", "x") + entry("MacCdRomHIdToDetect", "cdrom") +
                            entry("MacHardwareIdToDetect", "modem") + entry("MacHardwareIdToFind", "find")));
     inFreshProcess([](ZevoLauncherConfigReader& reader) {
-        EXPECT_EQ("modem", reader.getModemHIdToDetect());
-        EXPECT_EQ("find", reader.getModemHIdToFind());
-        EXPECT_EQ("cdrom", reader.getCdRomHIdToDetect());
+        EXPECT_EQ(reader.getModemHIdToDetect(), "modem");
+        EXPECT_EQ(reader.getModemHIdToFind(), "find");
+        EXPECT_EQ(reader.getCdRomHIdToDetect(), "cdrom");
     });
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, AFileWithOnlyTheIdToFindLeavesTheOthersEmptyAndCountsAsLoaded) {
     configure(propertyList(entry("MacHardwareIdToFind", "USB#Vid_12d1&Pid_1001")));
     inFreshProcess([&](ZevoLauncherConfigReader& reader) {
-        EXPECT_EQ("USB#Vid_12d1&Pid_1001", reader.getModemHIdToFind());
+        EXPECT_EQ(reader.getModemHIdToFind(), "USB#Vid_12d1&Pid_1001");
         // Loaded: nothing is read any more, the file may even go.
         std::remove((m_folder / "Launcher.cfg").c_str());
-        EXPECT_EQ("", reader.getModemHIdToDetect());
-        EXPECT_EQ("", reader.getCdRomHIdToDetect());
+        EXPECT_EQ(reader.getModemHIdToDetect(), "");
+        EXPECT_EQ(reader.getCdRomHIdToDetect(), "");
     });
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, TheCdRomKeyHasACapitalHAndI) {
     configure(propertyList(entry("MacCdRomHidToDetect", "wrong case")));
-    inFreshProcess([](ZevoLauncherConfigReader& reader) { EXPECT_EQ("", reader.getCdRomHIdToDetect()); });
+    inFreshProcess([](ZevoLauncherConfigReader& reader) { EXPECT_EQ(reader.getCdRomHIdToDetect(), ""); });
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, AValueThatIsNoTextLeavesTheIdEmpty) {
     configure(propertyList("<key>MacHardwareIdToFind</key>\n<int>3</int>\n"));
-    inFreshProcess([](ZevoLauncherConfigReader& reader) { EXPECT_EQ("", reader.getModemHIdToFind()); });
+    inFreshProcess([](ZevoLauncherConfigReader& reader) { EXPECT_EQ(reader.getModemHIdToFind(), ""); });
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, TheFormOfTheIdsIsNotChecked) {
     configure(propertyList(entry("MacHardwareIdToFind", "anything at all")));
     inFreshProcess(
-        [](ZevoLauncherConfigReader& reader) { EXPECT_EQ("anything at all", reader.getModemHIdToFind()); });
+        [](ZevoLauncherConfigReader& reader) { EXPECT_EQ(reader.getModemHIdToFind(), "anything at all"); });
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, OnceLoadedTheFileIsNeverReadAgain) {
     configure(propertyList(entry("MacHardwareIdToFind", "first")));
     inFreshProcess([&](ZevoLauncherConfigReader& reader) {
-        EXPECT_EQ("first", reader.getModemHIdToFind());
+        EXPECT_EQ(reader.getModemHIdToFind(), "first");
         configure(propertyList(entry("MacHardwareIdToFind", "second")));
         reader.loadConfiguration();
-        EXPECT_EQ("first", reader.getModemHIdToFind());
+        EXPECT_EQ(reader.getModemHIdToFind(), "first");
     });
 }
 
@@ -110,12 +110,14 @@ TEST_F(ZevoLauncherConfigReaderTest, WithoutAFileEveryGetterThrowsAndWritesTheTw
         EXPECT_THROW(reader.getCdRomHIdToDetect(), KFConfigurationReaderFileNotFoundException);
         EXPECT_THROW(reader.loadConfiguration(), KFConfigurationReaderFileNotFoundException);
     });
-    EXPECT_EQ(4u, count(trace.text(),
-                        ">> [E] Could not load operator file : " + m_folder.path() + "Launcher.cfg.\n"));
+    EXPECT_EQ(
+        count(trace.text(), ">> [E] Could not load operator file : " + m_folder.path() + "Launcher.cfg.\n"),
+        4u);
     EXPECT_TRUE(
         standInOrder(trace.text(), {">> [E] Could not load operator file : ", ">> [E] Exception : "}));
-    EXPECT_EQ(4u, count(trace.text(), ">> [E] Exception : Can't open file on file product/Infrastructure/"
-                                      "ProgrammingServices/Dictionary/src/Dictionary line 882.\n"));
+    EXPECT_EQ(count(trace.text(), ">> [E] Exception : Can't open file on file product/Infrastructure/"
+                                  "ProgrammingServices/Dictionary/src/Dictionary line 882.\n"),
+              4u);
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, TheExceptionCarriesItsStablePosition) {
@@ -125,9 +127,9 @@ TEST_F(ZevoLauncherConfigReaderTest, TheExceptionCarriesItsStablePosition) {
             ADD_FAILURE() << "nothing thrown";
         } catch (const KFConfigurationReaderFileNotFoundException& e) {
             EXPECT_EQ(
+                e.toString(),
                 "Configuration File Manager Exception : CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND on file "
-                "product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133",
-                e.toString());
+                "product/Application/ZevoLauncher/src/ZevoLauncherConfigReader at line 133");
         }
     });
 }
@@ -138,7 +140,7 @@ TEST_F(ZevoLauncherConfigReaderTest, AFailedLoadIsTriedAgainUntilItSucceeds) {
         configure("no property list");
         EXPECT_THROW(reader.getModemHIdToFind(), KFConfigurationReaderFileNotFoundException);
         configure(propertyList(entry("MacHardwareIdToFind", "at last")));
-        EXPECT_EQ("at last", reader.getModemHIdToFind());
+        EXPECT_EQ(reader.getModemHIdToFind(), "at last");
     });
 }
 
@@ -150,17 +152,17 @@ TEST_F(ZevoLauncherConfigReaderTest, AFileThatIsNoPropertyListEndsInTheSameTwoLi
         inFreshProcess([](ZevoLauncherConfigReader& reader) {
             EXPECT_THROW(reader.loadConfiguration(), KFConfigurationReaderFileNotFoundException);
         });
-        EXPECT_EQ(1u, count(trace.text(), ">> [E] Could not load operator file : "));
-        EXPECT_EQ(1u, count(trace.text(), ">> [E] Exception : "));
+        EXPECT_EQ(count(trace.text(), ">> [E] Could not load operator file : "), 1u);
+        EXPECT_EQ(count(trace.text(), ">> [E] Exception : "), 1u);
     }
 }
 
 TEST_F(ZevoLauncherConfigReaderTest, AnEmptyDictionaryLoadsAndGivesEmptyIds) {
     configure(propertyList(""));
     inFreshProcess([](ZevoLauncherConfigReader& reader) {
-        EXPECT_EQ("", reader.getModemHIdToDetect());
-        EXPECT_EQ("", reader.getModemHIdToFind());
-        EXPECT_EQ("", reader.getCdRomHIdToDetect());
+        EXPECT_EQ(reader.getModemHIdToDetect(), "");
+        EXPECT_EQ(reader.getModemHIdToFind(), "");
+        EXPECT_EQ(reader.getCdRomHIdToDetect(), "");
     });
 }
 

@@ -12,7 +12,7 @@
 TEST(Good, Passes) {}
 
 TEST(Bad, Fails) {
-    EXPECT_EQ(1, 2);
+    EXPECT_EQ(2, 1);
 }
 
 // Spelled out: the house's own check refuses the framework's macros for these two.
@@ -54,20 +54,20 @@ TEST(Bad, LeavesADetachedProcess) {
 }
 
 TEST(Good, SeesNothingOfTheCallersEnvironment) {
-    EXPECT_EQ(nullptr, getenv("ZEVO_VICTIM"));
-    EXPECT_EQ(nullptr, getenv("LD_PRELOAD"));
-    EXPECT_EQ(nullptr, getenv("XDG_DATA_HOME"));
+    EXPECT_EQ(getenv("ZEVO_VICTIM"), nullptr);
+    EXPECT_EQ(getenv("LD_PRELOAD"), nullptr);
+    EXPECT_EQ(getenv("XDG_DATA_HOME"), nullptr);
     for (int descriptor = 3; descriptor < 64; ++descriptor)
-        EXPECT_EQ(-1, fcntl(descriptor, F_GETFD)) << descriptor;
+        EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << descriptor;
 }
 
 TEST(Good, SeesDefaultSignalDispositions) {
     struct sigaction action;
     for (int number : {SIGINT, SIGPIPE, SIGCHLD, SIGHUP}) {
-        ASSERT_EQ(0, sigaction(number, nullptr, &action));
+        ASSERT_EQ(sigaction(number, nullptr, &action), 0);
         EXPECT_TRUE(action.sa_handler == SIG_DFL) << number;
     }
     sigset_t mask;
-    ASSERT_EQ(0, sigprocmask(SIG_BLOCK, nullptr, &mask));
+    ASSERT_EQ(sigprocmask(SIG_BLOCK, nullptr, &mask), 0);
     EXPECT_FALSE(sigismember(&mask, SIGINT));
 }

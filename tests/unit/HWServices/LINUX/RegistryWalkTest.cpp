@@ -33,8 +33,8 @@ protected:
     /// Over the children of the registry's root: the devices, and the network stack before them.
     static void makeIterator(IOObjectHandle& iterator) {
         const IOObjectHandle root(IORegistryGetRootEntry(kIOMasterPortDefault));
-        ASSERT_EQ(KERN_SUCCESS,
-                  IORegistryEntryGetChildIterator(root.get(), kIOServicePlane, iterator.receive()));
+        ASSERT_EQ(IORegistryEntryGetChildIterator(root.get(), kIOServicePlane, iterator.receive()),
+                  KERN_SUCCESS);
     }
     static std::string takeNext(RegistryWalk& walk) {
         const IOObjectHandle entry(walk.next());
@@ -70,7 +70,7 @@ TEST_F(RegistryWalkTest, AChangeOnTheWayEndsItAndTheNextOneFindsWhatIsThere) {
     takeNext(walk);
     LinuxPlatform::deviceLeft("/first");
     plug("third");
-    EXPECT_EQ("none", takeNext(walk));
+    EXPECT_EQ(takeNext(walk), "none");
     EXPECT_TRUE(walk.beginsAgain());
     EXPECT_THAT(takeAll(walk), ElementsAre("IONetworkStack", "second", "third"));
     EXPECT_FALSE(walk.beginsAgain());
@@ -91,13 +91,14 @@ TEST_F(RegistryWalkTest, TheTenthWalkIsTheLast) {
 TEST_F(RegistryWalkTest, ServicesFoundOnceAndThoseOfANotificationNeedNoSecondWalk) {
     plug("first");
     IOObjectHandle found, notified;
-    ASSERT_EQ(KERN_SUCCESS, IOServiceGetMatchingServices(kIOMasterPortDefault,
-                                                         IOServiceMatching("IOUSBDevice"), found.receive()));
+    ASSERT_EQ(
+        IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOUSBDevice"), found.receive()),
+        KERN_SUCCESS);
     const IONotificationPortRef port = IONotificationPortCreate(kIOMasterPortDefault);
     const auto ignore = [](void*, io_iterator_t) {};
-    ASSERT_EQ(KERN_SUCCESS,
-              IOServiceAddMatchingNotification(port, kIOMatchedNotification, IOServiceMatching("IOUSBDevice"),
-                                               ignore, NULL, notified.receive()));
+    ASSERT_EQ(IOServiceAddMatchingNotification(port, kIOMatchedNotification, IOServiceMatching("IOUSBDevice"),
+                                               ignore, NULL, notified.receive()),
+              KERN_SUCCESS);
     plug("second");
     RegistryWalk overFound(found.get()), overNotified(notified.get());
     EXPECT_THAT(takeAll(overFound), ElementsAre("first"));

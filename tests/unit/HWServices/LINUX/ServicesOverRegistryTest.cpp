@@ -71,7 +71,7 @@ protected:
             deliver();
             m_service.unRegisterService();
         }
-        EXPECT_EQ(m_before, LinuxPlatform::countLiveObjects());
+        EXPECT_EQ(LinuxPlatform::countLiveObjects(), m_before);
         LinuxPlatform::adoptHabits(LinuxPlatform::KernelHabits());
     }
     void refuseInterest() {
@@ -124,10 +124,10 @@ TEST_F(ServicesOverRegistryTest, AnArrivalIsToldOnceForTheDeviceAndOncePerServic
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
     arrive(modem);
     const size_t forTheDevice = m_client.arrivals.size();
-    EXPECT_EQ(2u, forTheDevice) << "its watch finds itself, too";
+    EXPECT_EQ(forTheDevice, 2u) << "its watch finds itself, too";
     arrive(watchedPart(modem, "0"));
     arrive(watchedPart(modem, "1"));
-    EXPECT_EQ(forTheDevice + 2, m_client.arrivals.size());
+    EXPECT_EQ(m_client.arrivals.size(), forTheDevice + 2);
     EXPECT_THAT(m_client.arrivals, Each(MODEM));
     EXPECT_THAT(m_client.removals, IsEmpty());
 }
@@ -205,9 +205,9 @@ TEST_F(ServicesOverRegistryTest, DevicesThatComeAndGoBeforeTheLoopRunsAreToldBot
         LinuxPlatform::deviceLeft("/bus/1-1");
     }
     deliver();
-    EXPECT_EQ(10u, m_client.arrivals.size());
-    EXPECT_EQ(10u, m_client.removals.size());
-    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
+    EXPECT_EQ(m_client.arrivals.size(), 10u);
+    EXPECT_EQ(m_client.removals.size(), 10u);
+    EXPECT_EQ(LinuxPlatform::countLiveObjects(), idle);
 }
 
 TEST_F(ServicesOverRegistryTest, ADeviceThatHasLeftWhenItsEndIsAskedForIsToldOfAndLeavesNothingBehind) {
@@ -219,7 +219,7 @@ TEST_F(ServicesOverRegistryTest, ADeviceThatHasLeftWhenItsEndIsAskedForIsToldOfA
     deliver();
     EXPECT_THAT(m_client.arrivals, ElementsAre(MODEM));
     EXPECT_THAT(m_client.removals, IsEmpty()) << "nobody tells of it any more";
-    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
+    EXPECT_EQ(LinuxPlatform::countLiveObjects(), idle);
 }
 
 TEST_F(ServicesOverRegistryTest, ADeviceThatIsMatchedAgainIsToldAgainAndEndsTwice) {
@@ -235,7 +235,7 @@ TEST_F(ServicesOverRegistryTest, ADeviceThatIsMatchedAgainIsToldAgainAndEndsTwic
     LinuxPlatform::deviceLeft(modem.path);
     deliver();
     EXPECT_THAT(m_client.removals, ElementsAre(MODEM, MODEM));
-    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
+    EXPECT_EQ(LinuxPlatform::countLiveObjects(), idle);
 }
 
 TEST_F(ServicesOverRegistryTest, AModemIsToldOfAmongMoreServicesThanAnIteratorHolds) {
@@ -268,8 +268,8 @@ TEST_F(ServicesOverRegistryTest, AThousandArrivalsAndRemovalsLeaveNoObjectBehind
         LinuxPlatform::deviceLeft(modem.path);
         deliver();
     }
-    EXPECT_EQ(1000u, m_client.removals.size());
-    EXPECT_EQ(idle, LinuxPlatform::countLiveObjects());
+    EXPECT_EQ(m_client.removals.size(), 1000u);
+    EXPECT_EQ(LinuxPlatform::countLiveObjects(), idle);
 }
 
 TEST_F(ServicesOverRegistryTest, AServiceCanBeUnregisteredAndRegisteredAgain) {

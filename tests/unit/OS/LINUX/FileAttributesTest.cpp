@@ -60,17 +60,17 @@ TEST_F(FileAttributesTest, ExtendedAttributesAreKept) {
     const bool hasAny = set(m_file, "user.note", std::string("a\0b", 3));
     const bool hasEmpty = set(m_file, "user.empty", "");
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("new", readFile(m_file));
-    EXPECT_EQ(hasAny ? std::string("a\0b", 3) : "(none)", attribute(m_file, "user.note"));
-    EXPECT_EQ(hasEmpty ? "" : "(none)", attribute(m_file, "user.empty"));
+    EXPECT_EQ(readFile(m_file), "new");
+    EXPECT_EQ(attribute(m_file, "user.note"), hasAny ? std::string("a\0b", 3) : "(none)");
+    EXPECT_EQ(attribute(m_file, "user.empty"), hasEmpty ? "" : "(none)");
 }
 
 TEST_F(FileAttributesTest, TheAccessListIsKeptAndAgreesWithTheMode) {
     const bool hasList = set(m_file, ACCESS_LIST, accessList());
     const mode_t mode = modeOf(m_file);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(mode, modeOf(m_file));
-    EXPECT_EQ(hasList ? accessList() : "(none)", attribute(m_file, ACCESS_LIST));
+    EXPECT_EQ(modeOf(m_file), mode);
+    EXPECT_EQ(attribute(m_file, ACCESS_LIST), hasList ? accessList() : "(none)");
 }
 
 TEST_F(FileAttributesTest, WithoutItsAccessListTheFileGivesTheGroupNothing) {
@@ -78,13 +78,13 @@ TEST_F(FileAttributesTest, WithoutItsAccessListTheFileGivesTheGroupNothing) {
     const bool hasList = set(m_file, ACCESS_LIST, accessList());
     WrappedCalls::get().accessListError = EPERM;
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ(hasList ? 0600u : 0660u, modeOf(m_file));
+    EXPECT_EQ(modeOf(m_file), hasList ? 0600u : 0660u);
 }
 
 TEST_F(FileAttributesTest, AFileWithoutAnAccessListDoesNotGetTheFolders) {
     set(m_folder.path(), "system.posix_acl_default", accessList());
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    EXPECT_EQ("(none)", attribute(m_file, ACCESS_LIST));
+    EXPECT_EQ(attribute(m_file, ACCESS_LIST), "(none)");
 }
 
 TEST_F(FileAttributesTest, AreKeptOfAFileThatMayOnlyBeWritten) {
@@ -92,8 +92,8 @@ TEST_F(FileAttributesTest, AreKeptOfAFileThatMayOnlyBeWritten) {
     chmod(m_file.c_str(), 0220);
     const std::string list = attribute(m_file, ACCESS_LIST);
     EXPECT_TRUE(boundByFileModes([this] { return FileReplacement::replace(m_file, "new"); }));
-    EXPECT_EQ(hasList ? list : "(none)", attribute(m_file, ACCESS_LIST));
-    EXPECT_EQ(0220u, modeOf(m_file));
+    EXPECT_EQ(attribute(m_file, ACCESS_LIST), hasList ? list : "(none)");
+    EXPECT_EQ(modeOf(m_file), 0220u);
 }
 
 } // namespace

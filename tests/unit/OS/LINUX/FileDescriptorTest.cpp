@@ -9,6 +9,6 @@ TEST(WholeFilesOfProc, ThatTellNoSizeAreReadUpToTheLimit) {
     EXPECT_TRUE(readWhole(openRegularFile("/proc/self/status").get(), 100000, content));
     EXPECT_LT(100u, content.size());
     EXPECT_FALSE(readWhole(openRegularFile("/proc/self/status").get(), 100, content));
-    EXPECT_EQ(EFBIG, errno);
-    EXPECT_EQ("", content);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(content, "");
 }

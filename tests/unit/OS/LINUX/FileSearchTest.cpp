@@ -43,29 +43,29 @@ std::vector<std::string> find(const std::string& folder, const std::string& patt
 TEST(FileSearchLinuxTest, ATreeDeeperThanAPathMayBeLongIsFoundWhole) {
     const TemporaryFolder folder;
     const std::string top = folder / "top";
-    ASSERT_EQ(0, mkdir(top.c_str(), 0777));
+    ASSERT_EQ(mkdir(top.c_str(), 0777), 0);
     const int levels = 1500; // 9,000 characters
     makeDeepTree(top, "level", levels);
     const std::vector<std::string> names = find(top, "*");
-    EXPECT_EQ(static_cast<size_t>(levels), names.size());
-    EXPECT_EQ(levels * std::string("/level").size() - 1, names.back().size());
+    EXPECT_EQ(names.size(), static_cast<size_t>(levels));
+    EXPECT_EQ(names.back().size(), levels * std::string("/level").size() - 1);
     removeDeepTree(top);
 }
 
 TEST(FileSearchLinuxTest, LongNamesInADeepTreeAreFoundWhole) {
     const TemporaryFolder folder;
     const std::string top = folder / "top";
-    ASSERT_EQ(0, mkdir(top.c_str(), 0777));
+    ASSERT_EQ(mkdir(top.c_str(), 0777), 0);
     makeDeepTree(top, std::string(255, 'n'), 40);
-    EXPECT_EQ(40u, find(top, "*").size());
+    EXPECT_EQ(find(top, "*").size(), 40u);
     removeDeepTree(top);
 }
 
 TEST(FileSearchLinuxTest, FileSystemsThatDoNotTellTheTypesOfEntriesAreSearchedTheSameWay) {
     const TemporaryFolder folder;
-    ASSERT_EQ(0, mkdir((folder / "sub").c_str(), 0777));
+    ASSERT_EQ(mkdir((folder / "sub").c_str(), 0777), 0);
     writeFile(folder / "sub/a", "");
-    ASSERT_EQ(0, symlink("sub", (folder / "link").c_str()));
+    ASSERT_EQ(symlink("sub", (folder / "link").c_str()), 0);
     WrappedCalls::reset();
     WrappedCalls::get().entryTypesHidden = true;
     const std::vector<std::string> names = find(folder.path(), "*");
@@ -85,13 +85,13 @@ TEST(FileSearchLinuxTest, NamesThatAreNoUtf8ComeBackByteForByte) {
 
 TEST(FileSearchLinuxTest, ASearchKeepsNothingOpenBetweenTwoCalls) {
     const TemporaryFolder folder;
-    ASSERT_EQ(0, mkdir((folder / "sub").c_str(), 0777));
+    ASSERT_EQ(mkdir((folder / "sub").c_str(), 0777), 0);
     writeFile(folder / "sub/a", "");
     const int before = openDescriptors();
     FileFinder finder(folder.path(), "*");
     std::string name;
     EXPECT_TRUE(finder.findFirstFile(name));
-    EXPECT_EQ(before, openDescriptors());
+    EXPECT_EQ(openDescriptors(), before);
     EXPECT_TRUE(finder.findNextFile(name));
-    EXPECT_EQ(before, openDescriptors());
+    EXPECT_EQ(openDescriptors(), before);
 }

@@ -20,7 +20,7 @@ class FileSystemManagementLinuxTest : public testing::Test {
 protected:
     ~FileSystemManagementLinuxTest() override { setenv("HOME", m_home.c_str(), 1); }
 
-    void makeFolder(const std::string& name) { ASSERT_EQ(0, mkdir((m_folder / name).c_str(), 0777)); }
+    void makeFolder(const std::string& name) { ASSERT_EQ(mkdir((m_folder / name).c_str(), 0777), 0); }
     bool exists(const std::string& name) { return access((m_folder / name).c_str(), F_OK) == 0; }
 
     const std::string m_home = getenv("HOME");
@@ -33,9 +33,9 @@ protected:
 TEST_F(FileSystemManagementLinuxTest, TheSystemsApplicationDataFoldersAreThere) {
     ASSERT_TRUE(createFolder(m_folder / "home/.local/share"));
     setenv("XDG_DATA_HOME", (m_folder / "home/.local/share").c_str(), 1);
-    EXPECT_EQ(m_folder / "home/.local/share", getUserAppDataDirectory());
+    EXPECT_EQ(getUserAppDataDirectory(), m_folder / "home/.local/share");
     unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ("/var/lib", getCommonAppDataDirectory());
+    EXPECT_EQ(getCommonAppDataDirectory(), "/var/lib");
 }
 
 TEST_F(FileSystemManagementLinuxTest, OnlyWhatLiesBelowTheUsersBaseFoldersIsOpenToAll) {
@@ -45,10 +45,10 @@ TEST_F(FileSystemManagementLinuxTest, OnlyWhatLiesBelowTheUsersBaseFoldersIsOpen
     const std::string path = getUserAppDataDirectory() + "/Ferrow/Zevo";
     EXPECT_FALSE(exists("home/.local")) << "asking makes nothing";
     EXPECT_TRUE(createFolder(path));
-    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local"));
-    EXPECT_EQ(0700u, modeOf(m_folder / "home/.local/share"));
-    EXPECT_EQ(0777u, modeOf(m_folder / "home/.local/share/Ferrow"));
-    EXPECT_EQ(0777u, modeOf(path));
+    EXPECT_EQ(modeOf(m_folder / "home/.local"), 0700u);
+    EXPECT_EQ(modeOf(m_folder / "home/.local/share"), 0700u);
+    EXPECT_EQ(modeOf(m_folder / "home/.local/share/Ferrow"), 0777u);
+    EXPECT_EQ(modeOf(path), 0777u);
 }
 
 TEST_F(FileSystemManagementLinuxTest, NoFolderIsMadeInAHomeThatDoesNotExist) {
@@ -62,9 +62,9 @@ TEST_F(FileSystemManagementLinuxTest, TheMachinesBaseFoldersAreNotOpenToAll) {
     setenv("PLATFORM_ROOT", m_folder.path().c_str(), 1);
     EXPECT_TRUE(createFolder(getCommonAppDataDirectory() + "/Ferrow"));
     unsetenv("PLATFORM_ROOT");
-    EXPECT_EQ(0755u, modeOf(m_folder / "var"));
-    EXPECT_EQ(0755u, modeOf(m_folder / "var/lib"));
-    EXPECT_EQ(0777u, modeOf(m_folder / "var/lib/Ferrow"));
+    EXPECT_EQ(modeOf(m_folder / "var"), 0755u);
+    EXPECT_EQ(modeOf(m_folder / "var/lib"), 0755u);
+    EXPECT_EQ(modeOf(m_folder / "var/lib/Ferrow"), 0777u);
 }
 
 TEST_F(FileSystemManagementLinuxTest, CopyFailsWhenTheDiskIsFull) {

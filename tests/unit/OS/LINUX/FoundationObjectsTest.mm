@@ -41,32 +41,34 @@ int objectsLeftBy(const std::function<void()>& action) {
 } // namespace
 
 TEST(FoundationObjectsTest, TheCounterSeesAnObjectThatStays) {
-    EXPECT_EQ(100, objectsLeftBy([] { [[NSObject alloc] init]; }));
+    EXPECT_EQ(objectsLeftBy([] { [[NSObject alloc] init]; }), 100);
 }
 
 TEST(FoundationObjectsTest, AFinderLeavesNothingBehind) {
     const TemporaryFolder folder;
     writeFile(folder / "a.txt", "");
     writeFile(folder / "b.txt", "");
-    EXPECT_EQ(0, objectsLeftBy([&folder] {
+    EXPECT_EQ(objectsLeftBy([&folder] {
                   FileFinder all(folder.path(), "*");
                   PatternFileFinder none(folder.path(), "none");
                   FileFinder notStarted(folder.path(), "*");
                   FileFinder missing(folder / "missing", "*");
                   for (std::string name; all.findNextFile(name) || none.findNextFile(name);) {
                   }
-              }));
+              }),
+              0);
 }
 
 TEST(FoundationObjectsTest, ConversionsLeaveNothingBehind) {
-    EXPECT_EQ(0, objectsLeftBy([] {
+    EXPECT_EQ(objectsLeftBy([] {
                   NSString* string = StringManagement::WStringToNSString(L"a text of some length \u20AC");
                   EXPECT_FALSE(StringManagement::NSStringToWString(string).empty());
                   [string release];
                   EXPECT_TRUE(StringManagement::WStringToNSString(std::wstring(1, 0xD800)) == nil);
-              }));
+              }),
+              0);
 }
 
 TEST(FoundationObjectsTest, TheDesktopFolderLeavesNothingBehind) {
-    EXPECT_EQ(0, objectsLeftBy([] { FileSystemManagement::getUserDesktopFolder(); }));
+    EXPECT_EQ(objectsLeftBy([] { FileSystemManagement::getUserDesktopFolder(); }), 0);
 }

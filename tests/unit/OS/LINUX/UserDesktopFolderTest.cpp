@@ -49,38 +49,39 @@ protected:
 } // namespace
 
 TEST_F(UserDesktopFolderLinuxTest, IsTheHomeFoldersDesktopWithoutSettings) {
-    EXPECT_EQ("/home/someone/Desktop", getUserDesktopFolder());
-    EXPECT_EQ("/home/someone/Desktop", desktopWith(""));
-    EXPECT_EQ("/home/someone/Desktop", desktopWith("XDG_DOWNLOAD_DIR=\"$HOME/Downloads\"\n"));
+    EXPECT_EQ(getUserDesktopFolder(), "/home/someone/Desktop");
+    EXPECT_EQ(desktopWith(""), "/home/someone/Desktop");
+    EXPECT_EQ(desktopWith("XDG_DOWNLOAD_DIR=\"$HOME/Downloads\"\n"), "/home/someone/Desktop");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, IsTheSettingBelowTheHomeFolder) {
-    EXPECT_EQ("/home/someone/Schreibtisch", desktopWith("# comment\n"
-                                                        "XDG_DOWNLOAD_DIR=\"$HOME/Downloads\"\n"
-                                                        "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n"
-                                                        "XDG_MUSIC_DIR=\"$HOME/Music\"\n"));
+    EXPECT_EQ(desktopWith("# comment\n"
+                          "XDG_DOWNLOAD_DIR=\"$HOME/Downloads\"\n"
+                          "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n"
+                          "XDG_MUSIC_DIR=\"$HOME/Music\"\n"),
+              "/home/someone/Schreibtisch");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, IsAnAbsoluteSetting) {
-    EXPECT_EQ("/data/desk top", desktopWith("XDG_DESKTOP_DIR=\"/data/desk top\"\n"));
-    EXPECT_EQ("/", desktopWith("XDG_DESKTOP_DIR=\"/\"\n"));
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"/data/desk top\"\n"), "/data/desk top");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"/\"\n"), "/");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, IsTheHomeFolderItselfWhenTheSettingIsSwitchedOff) {
-    EXPECT_EQ("/home/someone", desktopWith("XDG_DESKTOP_DIR=\"$HOME/\"\n"));
-    EXPECT_EQ("/home/someone", desktopWith("XDG_DESKTOP_DIR=\"$HOME\"\n"));
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/\"\n"), "/home/someone");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME\"\n"), "/home/someone");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, ToleratesBlanksAndAMissingLineEnd) {
-    EXPECT_EQ("/home/someone/D", desktopWith("  XDG_DESKTOP_DIR =\t\"$HOME/D//\"  # here"));
+    EXPECT_EQ(desktopWith("  XDG_DESKTOP_DIR =\t\"$HOME/D//\"  # here"), "/home/someone/D");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, TakesEscapedCharactersLiterally) {
-    EXPECT_EQ("/home/someone/a\"b$c\\d", desktopWith("XDG_DESKTOP_DIR=\"$HOME/a\\\"b\\$c\\\\d\"\n"));
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/a\\\"b\\$c\\\\d\"\n"), "/home/someone/a\"b$c\\d");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, TheLastSettingCounts) {
-    EXPECT_EQ("/home/someone/2", desktopWith("XDG_DESKTOP_DIR=\"$HOME/1\"\nXDG_DESKTOP_DIR=\"$HOME/2\"\n"));
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/1\"\nXDG_DESKTOP_DIR=\"$HOME/2\"\n"), "/home/someone/2");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, IgnoresSettingsOfAnyOtherForm) {
@@ -89,37 +90,37 @@ TEST_F(UserDesktopFolderLinuxTest, IgnoresSettingsOfAnyOtherForm) {
           "XDG_DESKTOP_DIR=", "XDG_DESKTOP_DIR", "#XDG_DESKTOP_DIR=\"/commented\"", "XDG_DESKTOP_DIRS=\"/x\"",
           "XDG_DESKTOP_DIR=\"$HOMEPAGE/x\"", "XDG_DESKTOP_DIR=\"~/x\"", "export XDG_DESKTOP_DIR=\"/x\"",
           "XDG_DESKTOP_DIR=\"\\", ""}) {
-        EXPECT_EQ("/home/someone/Desktop", desktopWith(std::string(line) + "\n")) << line;
+        EXPECT_EQ(desktopWith(std::string(line) + "\n"), "/home/someone/Desktop") << line;
     }
 }
 
 TEST_F(UserDesktopFolderLinuxTest, ReadsTheSettingsOfTheHomeFolderWithoutAConfigurationFolder) {
     const std::string home = m_folder / "home";
-    ASSERT_EQ(0, mkdir(home.c_str(), 0777));
-    ASSERT_EQ(0, mkdir((home + "/.config").c_str(), 0777));
+    ASSERT_EQ(mkdir(home.c_str(), 0777), 0);
+    ASSERT_EQ(mkdir((home + "/.config").c_str(), 0777), 0);
     writeFile(home + "/.config/user-dirs.dirs", "XDG_DESKTOP_DIR=\"$HOME/Bureau\"\n");
     const Environment homeVariable("HOME", home.c_str());
     for (const char* configuration : {static_cast<const char*>(nullptr), "", "relative"}) {
         const Environment configurationVariable("XDG_CONFIG_HOME", configuration);
-        EXPECT_EQ(home + "/Bureau", getUserDesktopFolder());
+        EXPECT_EQ(getUserDesktopFolder(), home + "/Bureau");
     }
 }
 
 TEST_F(UserDesktopFolderLinuxTest, TakesTheHomeFolderFromTheUserDatabaseWithoutAVariable) {
     const Environment home("HOME", nullptr);
     const std::string expected = getpwuid(getuid())->pw_dir;
-    EXPECT_EQ(expected == "/" ? "/Desktop" : expected + "/Desktop", getUserDesktopFolder());
+    EXPECT_EQ(getUserDesktopFolder(), expected == "/" ? "/Desktop" : expected + "/Desktop");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, TheRootFolderMayBeTheHomeFolder) {
     const Environment home("HOME", "/");
-    EXPECT_EQ("/Desktop", getUserDesktopFolder());
-    EXPECT_EQ("/D", desktopWith("XDG_DESKTOP_DIR=\"$HOME/D\"\n"));
-    EXPECT_EQ("/", desktopWith("XDG_DESKTOP_DIR=\"$HOME/\"\n"));
+    EXPECT_EQ(getUserDesktopFolder(), "/Desktop");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/D\"\n"), "/D");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/\"\n"), "/");
 }
 
 TEST_F(UserDesktopFolderLinuxTest, ToleratesASeparatorAtTheEndOfTheHomeFolder) {
     const Environment home("HOME", "/home/someone/");
-    EXPECT_EQ("/home/someone/Desktop", getUserDesktopFolder());
-    EXPECT_EQ("/home/someone/D", desktopWith("XDG_DESKTOP_DIR=\"$HOME/D\"\n"));
+    EXPECT_EQ(getUserDesktopFolder(), "/home/someone/Desktop");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/D\"\n"), "/home/someone/D");
 }

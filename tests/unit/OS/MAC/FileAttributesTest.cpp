@@ -15,10 +15,10 @@ TEST(FileAttributesTest, ExtendedAttributesAreKept) {
     const std::string file = folder / "parameters.dat";
     const std::string note("a\0b", 3);
     writeFile(file, "old");
-    ASSERT_EQ(0, setxattr(file.c_str(), "note", note.data(), note.size(), 0, 0));
+    ASSERT_EQ(setxattr(file.c_str(), "note", note.data(), note.size(), 0, 0), 0);
     EXPECT_TRUE(FileReplacement::replace(file, "new"));
-    EXPECT_EQ("new", readFile(file));
+    EXPECT_EQ(readFile(file), "new");
     char value[8] = {};
-    ASSERT_EQ(3, getxattr(file.c_str(), "note", value, sizeof value, 0, 0));
+    ASSERT_EQ(getxattr(file.c_str(), "note", value, sizeof value, 0, 0), 3);
     EXPECT_EQ(note, std::string(value, 3));
 }

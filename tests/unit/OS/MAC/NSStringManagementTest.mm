@@ -31,55 +31,55 @@ protected:
 } // namespace
 
 TEST_F(NSStringManagementTest, PlainTextConvertsBothWays) {
-    EXPECT_EQ(L"Quillmarsh", NSStringToWString(@"Quillmarsh"));
+    EXPECT_EQ(NSStringToWString(@"Quillmarsh"), L"Quillmarsh");
     NSString* string = WStringToNSString(L"Quillmarsh");
     EXPECT_TRUE([string isEqualToString:@"Quillmarsh"]);
     [string release];
 }
 
 TEST_F(NSStringManagementTest, EmptyTextConvertsBothWays) {
-    EXPECT_EQ(L"", NSStringToWString(@""));
+    EXPECT_EQ(NSStringToWString(@""), L"");
     NSString* string = WStringToNSString(L"");
     EXPECT_TRUE(string != nil);
-    EXPECT_EQ(0u, [string length]);
+    EXPECT_EQ([string length], 0u);
     [string release];
 }
 
 TEST_F(NSStringManagementTest, NilIsAnEmptyText) {
-    EXPECT_EQ(L"", NSStringToWString(nil));
+    EXPECT_EQ(NSStringToWString(nil), L"");
 }
 
 TEST_F(NSStringManagementTest, TextOfEveryLengthInUtf8ConvertsBothWays) {
     const std::wstring text = L"a" + unit(0xE9) + unit(0x20AC) + unit(0x1F511) + unit(0x10FFFF);
     NSString* string = WStringToNSString(text);
     EXPECT_STREQ("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x91\xF4\x8F\xBF\xBF", [string UTF8String]);
-    EXPECT_EQ(7u, [string length]); // two pairs of surrogates
-    EXPECT_EQ(text, NSStringToWString(string));
+    EXPECT_EQ([string length], 7u); // two pairs of surrogates
+    EXPECT_EQ(NSStringToWString(string), text);
     [string release];
 }
 
 TEST_F(NSStringManagementTest, AnEmbeddedZeroIsKept) {
-    EXPECT_EQ(std::wstring(L"a\0b", 3), throughNSString(std::wstring(L"a\0b", 3)));
+    EXPECT_EQ(throughNSString(std::wstring(L"a\0b", 3)), std::wstring(L"a\0b", 3));
 }
 
 TEST_F(NSStringManagementTest, AByteOrderMarkIsNeitherAddedNorRead) {
-    EXPECT_EQ(L"a", throughNSString(L"a"));
-    EXPECT_EQ(1u, NSStringToWString(@"a").size());
+    EXPECT_EQ(throughNSString(L"a"), L"a");
+    EXPECT_EQ(NSStringToWString(@"a").size(), 1u);
 }
 
 TEST_F(NSStringManagementTest, UnitsThatAreNoCodePointGiveNoText) {
     for (const unsigned value : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(L"", throughNSString(L"a" + unit(value))) << std::hex << value;
+        EXPECT_EQ(throughNSString(L"a" + unit(value)), L"") << std::hex << value;
     }
 }
 
 TEST_F(NSStringManagementTest, AnUnpairedSurrogateOfAnNSStringGivesNoText) {
     const unichar lone = 0xD83D;
-    EXPECT_EQ(L"", NSStringToWString([NSString stringWithCharacters:&lone length:1]));
+    EXPECT_EQ(NSStringToWString([NSString stringWithCharacters:&lone length:1]), L"");
 }
 
 TEST_F(NSStringManagementTest, TheCallerOwnsTheNewString) {
     NSString* string = WStringToNSString(L"a text that is long enough to be an object of its own");
-    EXPECT_EQ(1u, [string retainCount]);
+    EXPECT_EQ([string retainCount], 1u);
     [string release];
 }

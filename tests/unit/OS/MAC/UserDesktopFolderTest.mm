@@ -15,6 +15,6 @@ TEST(UserDesktopFolderMacTest, IsTheFirstDesktopFolderThatFoundationNames) {
 TEST(UserDesktopFolderMacTest, IsAnAbsolutePathWithoutASeparatorAtItsEnd) {
     const std::string folder = FileSystemManagement::getUserDesktopFolder();
     ASSERT_LT(1u, folder.size());
-    EXPECT_EQ('/', folder.front());
+    EXPECT_EQ(folder.front(), '/');
     EXPECT_NE('/', folder.back());
 }

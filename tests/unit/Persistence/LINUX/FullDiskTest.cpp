@@ -48,9 +48,9 @@ protected:
         const std::string block(4096, 'f');
         while (write(file.get(), block.data(), block.size()) > 0) {
         }
-        ASSERT_EQ(ENOSPC, errno);
+        ASSERT_EQ(errno, ENOSPC);
     }
-    void makeRoom() const { ASSERT_EQ(0, unlink(filler().c_str())); }
+    void makeRoom() const { ASSERT_EQ(unlink(filler().c_str()), 0); }
     std::string filler() const { return m_disk + "/filler"; }
 
     const std::string m_disk = m_folder / "user";
@@ -68,14 +68,14 @@ TEST_F(FullDiskTest, TextParametersKeepTheirOldContentWhole) {
         EXPECT_TRUE(
             contains(trace.text(), "Cannot write parameter file '" + file + "' : No space left on device"));
     }
-    EXPECT_EQ(old, readFile(file));
+    EXPECT_EQ(readFile(file), old);
     fill();
     EXPECT_FALSE(store.writeParam("b", "2")) << "not one block left";
-    EXPECT_EQ(old, readFile(file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
+    EXPECT_EQ(readFile(file), old);
+    EXPECT_EQ(filesBeside(file), std::vector<std::string>());
     makeRoom();
     EXPECT_TRUE(store.writeParam("b", "2"));
-    EXPECT_EQ(old + "b=2\n", readFile(file));
+    EXPECT_EQ(readFile(file), old + "b=2\n");
 }
 
 TEST_F(FullDiskTest, BinaryParametersKeepTheirOldContentWhole) {
@@ -90,14 +90,14 @@ TEST_F(FullDiskTest, BinaryParametersKeepTheirOldContentWhole) {
         EXPECT_TRUE(
             contains(trace.text(), "Cannot write parameter file '" + file + "' : No space left on device"));
     }
-    EXPECT_EQ(record("a", data), readFile(file));
+    EXPECT_EQ(readFile(file), record("a", data));
     fill();
     EXPECT_FALSE(store.writeUnformattedParam("b", "2", 1)) << "not one block left";
-    EXPECT_EQ(record("a", data), readFile(file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
+    EXPECT_EQ(readFile(file), record("a", data));
+    EXPECT_EQ(filesBeside(file), std::vector<std::string>());
     makeRoom();
     EXPECT_TRUE(store.writeUnformattedParam("b", "2", 1));
-    EXPECT_EQ(record("a", data) + record("b", "2"), readFile(file));
+    EXPECT_EQ(readFile(file), record("a", data) + record("b", "2"));
 }
 
 TEST_F(FullDiskTest, ADamagedBinaryFileThatCannotBeKeptIsNotWrittenOver) {
@@ -107,7 +107,7 @@ TEST_F(FullDiskTest, ADamagedBinaryFileThatCannotBeKeptIsNotWrittenOver) {
     writeFile(file, content);
     fill();
     EXPECT_FALSE(store.writeUnformattedParam("b", "2", 1));
-    EXPECT_EQ(content, readFile(file));
+    EXPECT_EQ(readFile(file), content);
     EXPECT_FALSE(exists(file + ".damaged"));
 }
 
@@ -122,11 +122,11 @@ TEST_F(FullDiskTest, ADictionaryKeepsItsOldFileWholeAndIsDeliberatelySilent) {
     large.addValue("a", std::string(500000, 'n').c_str());
     const TraceCapture trace;
     EXPECT_NO_THROW(large.saveToFile(file));
-    EXPECT_EQ(old, readFile(file));
+    EXPECT_EQ(readFile(file), old);
     fill();
     EXPECT_NO_THROW(small.saveToFile(file));
-    EXPECT_EQ(old, readFile(file));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
+    EXPECT_EQ(readFile(file), old);
+    EXPECT_EQ(filesBeside(file), std::vector<std::string>());
     EXPECT_FALSE(contains(trace.text(), ">> [E]"));
 }
 
@@ -138,12 +138,12 @@ TEST_F(FullDiskTest, AFileWrittenInPlaceKeepsItsOldContentWhole) {
     chmod(m_disk.c_str(), 0555);
     EXPECT_TRUE(boundByFileModes(
         [&] { return !FileReplacement::replace(file, std::string(500000, 'n')) && errno == ENOSPC; }));
-    EXPECT_EQ(old, readFile(file));
+    EXPECT_EQ(readFile(file), old);
 }
 
 // A second writer for whom room has been made meanwhile would hold another file's lock.
 TEST_F(FullDiskTest, NothingIsWrittenWhereTheLockFileFindsNoRoom) {
-    ASSERT_EQ(0, mount("zevo", m_disk.c_str(), "tmpfs", MS_REMOUNT, "size=256k,nr_inodes=5"));
+    ASSERT_EQ(mount("zevo", m_disk.c_str(), "tmpfs", MS_REMOUNT, "size=256k,nr_inodes=5"), 0);
     AppDataPersistence store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     const std::string file = userFile("Domain.dat");
     writeFile(file, "a=1\n");
@@ -151,7 +151,7 @@ TEST_F(FullDiskTest, NothingIsWrittenWhereTheLockFileFindsNoRoom) {
         const FileDescriptor taken(
             open((m_disk + "/" + std::to_string(i)).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
         if (!taken.isOpen()) {
-            ASSERT_EQ(ENOSPC, errno);
+            ASSERT_EQ(errno, ENOSPC);
             break;
         }
     }
@@ -159,7 +159,7 @@ TEST_F(FullDiskTest, NothingIsWrittenWhereTheLockFileFindsNoRoom) {
     EXPECT_FALSE(store.writeParam("b", "2"));
     EXPECT_TRUE(
         contains(trace.text(), "Cannot lock parameter file '" + file + "' : No space left on device"));
-    EXPECT_EQ("a=1\n", readFile(file));
+    EXPECT_EQ(readFile(file), "a=1\n");
 }
 
 // ---- File systems and mounts that do not take every way of writing
@@ -168,33 +168,33 @@ TEST_F(FullDiskTest, AFileThatIsAMountPointIsWrittenInPlace) {
     const std::string file = m_disk + "/file";
     writeFile(file, "old and longer");
     writeFile(m_folder / "mounted", "old and longer");
-    ASSERT_EQ(0, mount((m_folder / "mounted").c_str(), file.c_str(), nullptr, MS_BIND, nullptr));
+    ASSERT_EQ(mount((m_folder / "mounted").c_str(), file.c_str(), nullptr, MS_BIND, nullptr), 0);
     EXPECT_TRUE(FileReplacement::replace(file, "new"));
-    EXPECT_EQ("new", readFile(m_folder / "mounted"));
-    EXPECT_EQ(std::vector<std::string>(), filesBeside(file));
+    EXPECT_EQ(readFile(m_folder / "mounted"), "new");
+    EXPECT_EQ(filesBeside(file), std::vector<std::string>());
 }
 
 TEST_F(FullDiskTest, AWritableFileInAReadOnlyFileSystemIsWrittenInPlace) {
     const std::string file = m_disk + "/file";
     writeFile(file, "old and longer");
     writeFile(m_folder / "mounted", "old and longer");
-    ASSERT_EQ(0, mount((m_folder / "mounted").c_str(), file.c_str(), nullptr, MS_BIND, nullptr));
-    ASSERT_EQ(0, mount("zevo", m_disk.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr));
+    ASSERT_EQ(mount((m_folder / "mounted").c_str(), file.c_str(), nullptr, MS_BIND, nullptr), 0);
+    ASSERT_EQ(mount("zevo", m_disk.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr), 0);
     EXPECT_TRUE(FileReplacement::replace(file, "new"));
-    EXPECT_EQ("new", readFile(m_folder / "mounted"));
+    EXPECT_EQ(readFile(m_folder / "mounted"), "new");
 }
 
 TEST_F(FullDiskTest, AFileIsWrittenInPlaceWhereTheFileSystemCannotReserveRoom) {
-    ASSERT_EQ(0, mount("zevo", m_disk.c_str(), "ramfs", 0, nullptr)); // the C library then reserves itself
+    ASSERT_EQ(mount("zevo", m_disk.c_str(), "ramfs", 0, nullptr), 0); // the C library then reserves itself
     const std::string file = m_disk + "/file";
     writeFile(file, std::string(50000, 'o'));
     chmod(m_disk.c_str(), 0555);
     EXPECT_TRUE(boundByFileModes([&] { return FileReplacement::replace(file, std::string(40000, 'n')); }));
-    EXPECT_EQ(std::string(40000, 'n'), readFile(file));
+    EXPECT_EQ(readFile(file), std::string(40000, 'n'));
     chmod(file.c_str(), 0222);
     EXPECT_TRUE(boundByFileModes([&] { return FileReplacement::replace(file, std::string(30000, 'm')); }))
         << "a file that may be written and not read";
-    EXPECT_EQ(std::string(30000, 'm'), readFile(file));
+    EXPECT_EQ(readFile(file), std::string(30000, 'm'));
     umount2(m_disk.c_str(), MNT_DETACH);
 }
 

@@ -22,7 +22,7 @@ BundleTest::BundleTest()
     makeFolders(m_root);
     makeFolders(m_reports);
     const std::string lifeline = m_reports + "/lifeline";
-    EXPECT_EQ(0, mkfifo(lifeline.c_str(), 0600));
+    EXPECT_EQ(mkfifo(lifeline.c_str(), 0600), 0);
     m_lifeline = ::open(lifeline.c_str(), O_RDWR | O_CLOEXEC);
     EXPECT_LE(0, m_lifeline);
 }
@@ -51,13 +51,13 @@ void BundleTest::makeFolders(const std::string& path) {
 
 void BundleTest::writeFile(const std::string& path, const std::string& content, mode_t mode) {
     std::ofstream(path, std::ios::binary) << content;
-    ASSERT_EQ(0, chmod(path.c_str(), mode)) << path;
+    ASSERT_EQ(chmod(path.c_str(), mode), 0) << path;
 }
 
 void BundleTest::copyExecutable(const std::string& to, const std::string& from) {
     std::ifstream original(from, std::ios::binary);
     std::ofstream(to, std::ios::binary) << original.rdbuf();
-    ASSERT_EQ(0, chmod(to.c_str(), 0755)) << to;
+    ASSERT_EQ(chmod(to.c_str(), 0755), 0) << to;
 }
 
 std::string BundleTest::infoPlist(const std::string& executable) {
@@ -103,7 +103,7 @@ OSStatus BundleTest::open(const std::string& bundle, LSLaunchFlags flags) {
 pid_t BundleTest::openedProcess(const std::string& bundle, LSLaunchFlags flags) {
     ProcessSerialNumber number = {0, kNoProcess};
     const OSStatus status = openReference(bundle, flags, &number);
-    EXPECT_EQ(noErr, status);
+    EXPECT_EQ(status, noErr);
     return static_cast<pid_t>(number.lowLongOfPSN);
 }
 
@@ -117,7 +117,7 @@ pid_t BundleTest::runDirectly(const std::vector<std::string>& command, const std
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t pid = 0;
     const char* const program = file.empty() ? arguments[0] : file.c_str();
-    EXPECT_EQ(0, posix_spawnp(&pid, program, &actions, nullptr, arguments.data(), environ)) << command[0];
+    EXPECT_EQ(posix_spawnp(&pid, program, &actions, nullptr, arguments.data(), environ), 0) << command[0];
     posix_spawn_file_actions_destroy(&actions);
     m_children.push_back(pid);
     return pid;

@@ -65,10 +65,10 @@ TEST_F(StartDetached, FillsTheProcessIdIn) {
     DetachedProcess process = plan("/program");
     process.environment[0] = "ID=..........";
     process.pidWidth = 10;
-    ASSERT_EQ(0, startDetached(process, pid));
+    ASSERT_EQ(startDetached(process, pid), 0);
     const std::string digits = reportOf(pid)["variable ID"];
-    EXPECT_EQ(10u, digits.size());
-    EXPECT_EQ(pid, std::stol(digits));
+    EXPECT_EQ(digits.size(), 10u);
+    EXPECT_EQ(std::stol(digits), pid);
     kill(pid, SIGKILL);
 }
 
@@ -76,18 +76,18 @@ TEST_F(StartDetached, LeavesTheEnvironmentAloneWhereNoIdIsWanted) {
     pid_t pid = 0;
     DetachedProcess process = plan("/program");
     process.pidWidth = 0;
-    ASSERT_EQ(0, startDetached(process, pid));
-    EXPECT_EQ("......", reportOf(pid)["variable ID"]);
+    ASSERT_EQ(startDetached(process, pid), 0);
+    EXPECT_EQ(reportOf(pid)["variable ID"], "......");
     kill(pid, SIGKILL);
 }
 
 TEST_F(StartDetached, SaysWhyItCouldNot) {
     pid_t pid = -7;
-    EXPECT_EQ(ENOENT, startDetached(plan("/missing"), pid));
-    EXPECT_EQ(EACCES, startDetached(plan(""), pid));
+    EXPECT_EQ(startDetached(plan("/missing"), pid), ENOENT);
+    EXPECT_EQ(startDetached(plan(""), pid), EACCES);
     writeFile(inRoot("/no-program"), "\x7F", 0755);
-    EXPECT_EQ(ENOEXEC, startDetached(plan("/no-program"), pid));
-    EXPECT_EQ(-7, pid);
+    EXPECT_EQ(startDetached(plan("/no-program"), pid), ENOEXEC);
+    EXPECT_EQ(pid, -7);
 }
 
 TEST_F(StartDetached, WithoutAFreeProcessItCannot) {
@@ -125,7 +125,7 @@ TEST_F(StartDetached, ForkedProcessesStartAtTheSameTime) {
     DetachedProcess process;
     process.file = "/bin/true";
     pid_t pid = 0;
-    ASSERT_EQ(0, startDetached(process, pid)); // what it keeps, they have as well
+    ASSERT_EQ(startDetached(process, pid), 0); // what it keeps, they have as well
     EXPECT_TRUE(inAnotherProcess([&] {
         const pid_t other = fork();
         if (other == 0)

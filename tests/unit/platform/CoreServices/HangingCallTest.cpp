@@ -46,7 +46,7 @@ sigset_t blockedInTheCall() {
 
 TEST(HangingCall, GivesBackWhatTheCallReturns) {
     const pthread_t caller = pthread_self();
-    EXPECT_EQ(7, makeHangingCall([&] { return pthread_equal(caller, pthread_self()) ? 0 : 7; }));
+    EXPECT_EQ(makeHangingCall([&] { return pthread_equal(caller, pthread_self()) ? 0 : 7; }), 7);
 }
 
 TEST(HangingCall, WhatTheCallThrowsComesOut) {
@@ -68,7 +68,7 @@ TEST(HangingCall, ASignalMayEndTheProgramWhileItWaits) {
     int status = 0;
     ASSERT_EQ(child, waitpid(child, &status, 0));
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(3, WEXITSTATUS(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
 }
 
 TEST(HangingCall, LeavesSignalsToTheThreadThatWaits) {

@@ -20,7 +20,7 @@ protected:
 };
 
 TEST_F(InfoPlist, TextFormNamesTheExecutable) {
-    EXPECT_EQ("Quillmarsh", read(infoPlist("Quillmarsh")));
+    EXPECT_EQ(read(infoPlist("Quillmarsh")), "Quillmarsh");
 }
 
 TEST_F(InfoPlist, BinaryFormNamesTheExecutable) {
@@ -36,47 +36,47 @@ TEST_F(InfoPlist, BinaryFormNamesTheExecutable) {
         0,    0,    0,    0,    0,    0,   1,   1,                            // their widths
         0,    0,    0,    0,    0,    0,   0,   5,   0,   0,   0,   0,   0,   //
         0,    0,    0,    0,    0,    0,   0,   0,   0,   0,   0x38};
-    EXPECT_EQ("Binary", read(std::string(reinterpret_cast<const char*>(BINARY), sizeof BINARY)));
+    EXPECT_EQ(read(std::string(reinterpret_cast<const char*>(BINARY), sizeof BINARY)), "Binary");
 }
 
 TEST_F(InfoPlist, WithoutTheKeyOrATextForItThereIsNone) {
-    EXPECT_EQ("", read(plist("<dict><key>CFBundleName</key><string>x</string></dict>")));
-    EXPECT_EQ("", read(plist("<dict><key>CFBundleExecutable</key><integer>3</integer></dict>")));
-    EXPECT_EQ("", read(plist("<dict><key>CFBundleExecutable</key><string></string></dict>")));
-    EXPECT_EQ("", read(plist("<array><string>CFBundleExecutable</string></array>")));
-    EXPECT_EQ("", read(plist("<string>CFBundleExecutable</string>")));
+    EXPECT_EQ(read(plist("<dict><key>CFBundleName</key><string>x</string></dict>")), "");
+    EXPECT_EQ(read(plist("<dict><key>CFBundleExecutable</key><integer>3</integer></dict>")), "");
+    EXPECT_EQ(read(plist("<dict><key>CFBundleExecutable</key><string></string></dict>")), "");
+    EXPECT_EQ(read(plist("<array><string>CFBundleExecutable</string></array>")), "");
+    EXPECT_EQ(read(plist("<string>CFBundleExecutable</string>")), "");
 }
 
 TEST_F(InfoPlist, TheTextIsHandedOnAsItStands) {
-    EXPECT_EQ("../../sh", read(infoPlist("../../sh")));
+    EXPECT_EQ(read(infoPlist("../../sh")), "../../sh");
 }
 
 TEST_F(InfoPlist, GarbageHasNone) {
-    EXPECT_EQ("", read(""));
-    EXPECT_EQ("", read("not a property list"));
-    EXPECT_EQ("", read("bplist00"));
-    EXPECT_EQ("", read("bplist00" + std::string(100, '\xFF')));
-    EXPECT_EQ("", read("<?xml version=\"1.0\"?><plist><dict><key>CFBundleExecutable</key><string>Q"));
-    EXPECT_EQ("", read(std::string(1000, '\0')));
+    EXPECT_EQ(read(""), "");
+    EXPECT_EQ(read("not a property list"), "");
+    EXPECT_EQ(read("bplist00"), "");
+    EXPECT_EQ(read("bplist00" + std::string(100, '\xFF')), "");
+    EXPECT_EQ(read("<?xml version=\"1.0\"?><plist><dict><key>CFBundleExecutable</key><string>Q"), "");
+    EXPECT_EQ(read(std::string(1000, '\0')), "");
 }
 
 TEST_F(InfoPlist, AFileOfMegabytesIsNotRead) {
-    EXPECT_EQ("Quillmarsh", read(infoPlist("Quillmarsh") + std::string(60 * 1024, ' ')));
-    EXPECT_EQ("", read(infoPlist("Quillmarsh") + std::string(10 * 1024 * 1024, ' ')));
+    EXPECT_EQ(read(infoPlist("Quillmarsh") + std::string(60 * 1024, ' ')), "Quillmarsh");
+    EXPECT_EQ(read(infoPlist("Quillmarsh") + std::string(10 * 1024 * 1024, ' ')), "");
 }
 
 TEST_F(InfoPlist, DeepNestingDoesNotExhaustTheStack) {
     std::string text = "<?xml version=\"1.0\"?><plist>";
     while (text.size() < 62 * 1024)
         text += "<array>";
-    EXPECT_EQ("", read(text));
+    EXPECT_EQ(read(text), "");
     std::string closed = "<plist><dict><key>k</key>";
     std::string end;
     while (closed.size() + end.size() < 62 * 1024) {
         closed += "<array>";
         end += "</array>";
     }
-    EXPECT_EQ("Q", read(closed + end + "<key>CFBundleExecutable</key><string>Q</string></dict></plist>"));
+    EXPECT_EQ(read(closed + end + "<key>CFBundleExecutable</key><string>Q</string></dict></plist>"), "Q");
 }
 
 TEST_F(InfoPlist, DeepNestingInBinaryFormDoesNotExhaustTheStack) {
@@ -102,22 +102,22 @@ TEST_F(InfoPlist, DeepNestingInBinaryFormDoesNotExhaustTheStack) {
     binary.append(8, '\0');
     append(binary, 0, 4);
     append(binary, table, 4);
-    EXPECT_EQ("", read(binary));
+    EXPECT_EQ(read(binary), "");
 }
 
 TEST_F(InfoPlist, OtherThingsUnderItsNameAreNotWaitedFor) {
-    EXPECT_EQ("", executableNameFromInfoPlist(inRoot("/missing")));
+    EXPECT_EQ(executableNameFromInfoPlist(inRoot("/missing")), "");
     makeFolders(inRoot("/folder"));
-    EXPECT_EQ("", executableNameFromInfoPlist(inRoot("/folder")));
-    ASSERT_EQ(0, mkfifo(inRoot("/pipe").c_str(), 0600));
-    EXPECT_EQ("", executableNameFromInfoPlist(inRoot("/pipe")));
-    EXPECT_EQ("", executableNameFromInfoPlist("/dev/zero"));
-    ASSERT_EQ(0, symlink("circle", inRoot("/circle").c_str()));
-    EXPECT_EQ("", executableNameFromInfoPlist(inRoot("/circle")));
+    EXPECT_EQ(executableNameFromInfoPlist(inRoot("/folder")), "");
+    ASSERT_EQ(mkfifo(inRoot("/pipe").c_str(), 0600), 0);
+    EXPECT_EQ(executableNameFromInfoPlist(inRoot("/pipe")), "");
+    EXPECT_EQ(executableNameFromInfoPlist("/dev/zero"), "");
+    ASSERT_EQ(symlink("circle", inRoot("/circle").c_str()), 0);
+    EXPECT_EQ(executableNameFromInfoPlist(inRoot("/circle")), "");
 }
 
 TEST_F(InfoPlist, ALinkToOneIsFollowed) {
     writeFile(inRoot("/elsewhere"), infoPlist("Quillmarsh"));
-    ASSERT_EQ(0, symlink("elsewhere", inRoot("/link").c_str()));
-    EXPECT_EQ("Quillmarsh", executableNameFromInfoPlist(inRoot("/link")));
+    ASSERT_EQ(symlink("elsewhere", inRoot("/link").c_str()), 0);
+    EXPECT_EQ(executableNameFromInfoPlist(inRoot("/link")), "Quillmarsh");
 }

@@ -62,7 +62,7 @@ TEST_F(LaunchLocks, AreHeldByOneOfManyAtATime) {
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(0, failures);
+    EXPECT_EQ(failures, 0);
 }
 
 TEST_F(LaunchLocks, WaitsNoLongerThanAskedAndSaysSo) {
@@ -78,17 +78,17 @@ TEST_F(LaunchLocks, MakeAFolderForThisUserAloneAndLeaveNoFileInIt) {
     struct stat status;
     {
         const LaunchLock lock(file(), LONG);
-        ASSERT_EQ(0, stat(file().c_str(), &status));
-        EXPECT_EQ(0600u, status.st_mode & 0777);
+        ASSERT_EQ(stat(file().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0600u);
     }
     EXPECT_NE(0, access(file().c_str(), F_OK));
-    ASSERT_EQ(0, stat(folder().c_str(), &status));
-    EXPECT_EQ(0700u, status.st_mode & 0777);
+    ASSERT_EQ(stat(folder().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
 }
 
 TEST_F(LaunchLocks, InAFolderThatIsOpenToOthersAreRefused) {
-    ASSERT_EQ(0, mkdir(folder().c_str(), 0700));
-    ASSERT_EQ(0, chmod(folder().c_str(), 0701));
+    ASSERT_EQ(mkdir(folder().c_str(), 0700), 0);
+    ASSERT_EQ(chmod(folder().c_str(), 0701), 0);
     EXPECT_THAT(saidOfRefusal(), HasSubstr("Operation not permitted"));
     EXPECT_NE(0, access(file().c_str(), F_OK));
 }
@@ -96,23 +96,23 @@ TEST_F(LaunchLocks, InAFolderThatIsOpenToOthersAreRefused) {
 TEST_F(LaunchLocks, InAFolderOfAnotherUserAreRefused) {
     // The superuser can give a folder away; for anybody else, the superuser's own will do.
     if (geteuid() == 0) {
-        ASSERT_EQ(0, mkdir(folder().c_str(), 0700));
-        ASSERT_EQ(0, chown(folder().c_str(), 65534, 65534));
+        ASSERT_EQ(mkdir(folder().c_str(), 0700), 0);
+        ASSERT_EQ(chown(folder().c_str(), 65534, 65534), 0);
     } else {
-        ASSERT_EQ(0, symlink("/root", folder().c_str()));
+        ASSERT_EQ(symlink("/root", folder().c_str()), 0);
     }
     EXPECT_THAT(saidOfRefusal(), StartsWith("CoreServices: no lock for starting applications"));
 }
 
 TEST_F(LaunchLocks, InALinkedFolderAreRefused) {
-    ASSERT_EQ(0, mkdir((m_folder / "elsewhere").c_str(), 0700));
-    ASSERT_EQ(0, symlink("elsewhere", folder().c_str()));
+    ASSERT_EQ(mkdir((m_folder / "elsewhere").c_str(), 0700), 0);
+    ASSERT_EQ(symlink("elsewhere", folder().c_str()), 0);
     EXPECT_THAT(saidOfRefusal(), HasSubstr("Not a directory"));
 }
 
 TEST_F(LaunchLocks, OnALinkAreRefused) {
-    ASSERT_EQ(0, mkdir(folder().c_str(), 0700));
-    ASSERT_EQ(0, symlink("../victim", file().c_str()));
+    ASSERT_EQ(mkdir(folder().c_str(), 0700), 0);
+    ASSERT_EQ(symlink("../victim", file().c_str()), 0);
     EXPECT_THAT(saidOfRefusal(), HasSubstr("symbolic links"));
     EXPECT_NE(0, access((m_folder / "victim").c_str(), F_OK));
 }
@@ -122,7 +122,7 @@ TEST_F(LaunchLocks, HaveAFileForEachRoot) {
         const ScopedVariable variable("PLATFORM_ROOT", root.c_str());
         return LinuxPlatform::launchLockFile();
     };
-    EXPECT_EQ(fileFor(m_folder.path()), fileFor(m_folder.path() + "//"));
+    EXPECT_EQ(fileFor(m_folder.path() + "//"), fileFor(m_folder.path()));
     EXPECT_NE(fileFor(m_folder.path()), fileFor(m_folder / "other"));
     EXPECT_NE(fileFor(m_folder.path()), fileFor(""));
     EXPECT_THAT(fileFor(""), testing::MatchesRegex("(/run/user/[0-9]+|/tmp/zevolauncher-[0-9]+)"

@@ -77,7 +77,7 @@ private:
 
 TEST_F(LaunchServices, WithoutInfoPlistTheBundlesOwnNameCounts) {
     const pid_t pid = openedProcess(BUNDLE);
-    EXPECT_EQ(executable(), reportOf(pid)["executable"]);
+    EXPECT_EQ(reportOf(pid)["executable"], executable());
 }
 
 TEST_F(LaunchServices, TheApplicationRunsWhenTheCallReturns) {
@@ -93,19 +93,19 @@ TEST_F(LaunchServices, TheNestedBundleIsAnApplicationOfItsOwn) {
     addBundle(NESTED_BUNDLE, "Murmel");
     const pid_t outer = openedProcess(BUNDLE);
     const pid_t inner = openedProcess(NESTED_BUNDLE, kLSLaunchAndHide);
-    EXPECT_EQ(BUNDLE, bundleOf(outer));
-    EXPECT_EQ(NESTED_BUNDLE, bundleOf(inner));
+    EXPECT_EQ(bundleOf(outer), BUNDLE);
+    EXPECT_EQ(bundleOf(inner), NESTED_BUNDLE);
 }
 
 TEST_F(LaunchServices, TheSerialNumberIsThatOfTheProcessList) {
     addScriptBundle("/Script.app", "Script", "#!/bin/sh");
     FSRef reference;
-    ASSERT_EQ(noErr, makeReference("/Script.app", reference));
+    ASSERT_EQ(makeReference("/Script.app", reference), noErr);
     LSApplicationParameters parameters = {};
     parameters.application = &reference;
     for (const char* when : {"started", "found running"}) {
         ProcessSerialNumber number = {0, kNoProcess};
-        ASSERT_EQ(noErr, LSOpenApplication(&parameters, &number));
+        ASSERT_EQ(LSOpenApplication(&parameters, &number), noErr);
         const CFDictionaryRef information =
             ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
         ASSERT_NE(nullptr, information) << when;
@@ -115,8 +115,8 @@ TEST_F(LaunchServices, TheSerialNumberIsThatOfTheProcessList) {
 
 TEST_F(LaunchServices, ARunningBundleIsNotStartedTwice) {
     const pid_t first = openedProcess(BUNDLE);
-    EXPECT_EQ(first, openedProcess(BUNDLE));
-    EXPECT_EQ(noErr, open(BUNDLE, kLSLaunchAndHide));
+    EXPECT_EQ(openedProcess(BUNDLE), first);
+    EXPECT_EQ(open(BUNDLE, kLSLaunchAndHide), noErr);
     EXPECT_THAT(runningProcesses(), ElementsAre(first));
 }
 
@@ -124,7 +124,7 @@ TEST_F(LaunchServices, OneStartedRightAfterTheListWasTakenIsNotStartedTwice) {
     for (int round = 0; round < 20; ++round) {
         EXPECT_THAT(runningBundles(), IsEmpty());
         const pid_t pid = openedProcess(BUNDLE);
-        EXPECT_EQ(pid, openedProcess(BUNDLE));
+        EXPECT_EQ(openedProcess(BUNDLE), pid);
         end(pid);
     }
 }
@@ -132,7 +132,7 @@ TEST_F(LaunchServices, OneStartedRightAfterTheListWasTakenIsNotStartedTwice) {
 TEST_F(LaunchServices, OneThatEndsRightAfterTheListWasTakenIsStartedAgain) {
     for (int round = 0; round < 20; ++round) {
         const pid_t pid = openedProcess(BUNDLE);
-        EXPECT_EQ(BUNDLE, bundleOf(pid));
+        EXPECT_EQ(bundleOf(pid), BUNDLE);
         end(pid);
     }
 }
@@ -140,7 +140,7 @@ TEST_F(LaunchServices, OneThatEndsRightAfterTheListWasTakenIsStartedAgain) {
 TEST_F(LaunchServices, ABundleRunByItsUserIsNotStartedAgain) {
     const pid_t users = runDirectly({executable()});
     ASSERT_TRUE(comesTrue([&] { return bundleOf(users) == BUNDLE; }));
-    EXPECT_EQ(users, openedProcess(BUNDLE));
+    EXPECT_EQ(openedProcess(BUNDLE), users);
     EXPECT_THAT(runningProcesses(), ElementsAre(users));
 }
 
@@ -154,7 +154,7 @@ TEST_F(LaunchServices, ABundleThatHasEndedIsStartedAgain) {
 
 TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
     FSRef reference;
-    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
+    ASSERT_EQ(makeReference(BUNDLE, reference), noErr);
     std::vector<std::thread> threads;
     std::atomic<int> failures(0);
     for (int i = 0; i < 8; ++i) {
@@ -168,15 +168,15 @@ TEST_F(LaunchServices, ThreadsThatOpenOneBundleStartItOnce) {
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(0, failures);
-    EXPECT_EQ(1u, runningProcesses().size());
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(runningProcesses().size(), 1u);
 }
 
 TEST_F(LaunchServices, LaunchersThatOpenOneBundleStartItOnce) {
     const int launchers = 4;
     for (int round = 0; round < 15; ++round) {
         int starter[2];
-        ASSERT_EQ(0, pipe(starter));
+        ASSERT_EQ(pipe(starter), 0);
         std::vector<pid_t> children;
         for (int i = 0; i < launchers; ++i) {
             children.push_back(fork());
@@ -193,10 +193,10 @@ TEST_F(LaunchServices, LaunchersThatOpenOneBundleStartItOnce) {
             int status = 0;
             while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
             }
-            EXPECT_EQ(WENT_WELL, WEXITSTATUS(status));
+            EXPECT_EQ(WEXITSTATUS(status), WENT_WELL);
         }
         const std::vector<pid_t> running = runningProcesses();
-        EXPECT_EQ(1u, running.size()) << "in round " << round;
+        EXPECT_EQ(running.size(), 1u) << "in round " << round;
         for (const pid_t pid : running)
             end(pid);
     }
@@ -237,10 +237,10 @@ TEST_F(LaunchServices, OneThatProcHidesIsNotStartedTwice) {
     const std::string processes = inRoot("/processes");
     const std::string self = std::to_string(getpid());
     makeFolders(processes + "/" + self);
-    ASSERT_EQ(0, symlink(self.c_str(), (processes + "/self").c_str()));
+    ASSERT_EQ(symlink(self.c_str(), (processes + "/self").c_str()), 0);
     LinuxPlatform::readProcessesFrom(processes);
     const pid_t pid = openedProcess(BUNDLE);
-    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_EQ(openedProcess(BUNDLE), pid);
     EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
     end(pid);
     EXPECT_THAT(runningBundles(), IsEmpty());
@@ -250,7 +250,7 @@ TEST_F(LaunchServices, OneThatProcHidesIsNotStartedTwice) {
 TEST_F(LaunchServices, ALauncherInsideTheBundleIsNotTheApplication) {
     const std::string launcher = inRoot(BUNDLE) + "/Contents/MacOS/launcher";
     copyExecutable(launcher, SAMPLE_LAUNCHER);
-    EXPECT_EQ(0, statusOf(runDirectly({launcher, BUNDLE})));
+    EXPECT_EQ(statusOf(runDirectly({launcher, BUNDLE})), 0);
     EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
     reportOf(runningProcesses().at(0));
     childSignals = 0;
@@ -273,7 +273,7 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
     ASSERT_TRUE(comesTrue([&] { return application() != 0; }));
     end(application());
     EXPECT_THAT(runningProcesses(), testing::Contains(other));
-    EXPECT_EQ(0, statusOf(runDirectly({launcher, BUNDLE})));
+    EXPECT_EQ(statusOf(runDirectly({launcher, BUNDLE})), 0);
     EXPECT_NE(0, application());
     childSignals = 0;
 }
@@ -283,35 +283,35 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
 TEST_F(LaunchServices, ALinkedBundleIsKnownByItsLink) {
     const std::string elsewhere = root() + "-outside/Quillmarsh-2.1";
     makeFolders(root() + "-outside");
-    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), elsewhere.c_str()));
-    ASSERT_EQ(0, symlink(elsewhere.c_str(), inRoot(BUNDLE).c_str()));
+    ASSERT_EQ(rename(inRoot(BUNDLE).c_str(), elsewhere.c_str()), 0);
+    ASSERT_EQ(symlink(elsewhere.c_str(), inRoot(BUNDLE).c_str()), 0);
     const pid_t pid = openedProcess(BUNDLE);
-    EXPECT_EQ(elsewhere + "/Contents/MacOS/Quillmarsh", reportOf(pid)["executable"]);
-    EXPECT_EQ(BUNDLE, bundleOf(pid));
-    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_EQ(reportOf(pid)["executable"], elsewhere + "/Contents/MacOS/Quillmarsh");
+    EXPECT_EQ(bundleOf(pid), BUNDLE);
+    EXPECT_EQ(openedProcess(BUNDLE), pid);
 }
 
 TEST_F(LaunchServices, OneBundleUnderTwoNamesIsStartedOnce) {
-    ASSERT_EQ(0, symlink("Quillmarsh.app", inRoot("/Applications/Other.app").c_str()));
+    ASSERT_EQ(symlink("Quillmarsh.app", inRoot("/Applications/Other.app").c_str()), 0);
     const pid_t pid = openedProcess(BUNDLE);
-    EXPECT_EQ(pid, openedProcess("/Applications/Other.app"));
-    EXPECT_EQ(pid, openedProcess("/Applications//./Quillmarsh.app/"));
+    EXPECT_EQ(openedProcess("/Applications/Other.app"), pid);
+    EXPECT_EQ(openedProcess("/Applications//./Quillmarsh.app/"), pid);
     EXPECT_THAT(runningProcesses(), ElementsAre(pid));
 }
 
 TEST_F(LaunchServices, ABundleMovedOrReplacedWhileItRunsStillRuns) {
     const pid_t pid = openedProcess(BUNDLE);
-    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), inRoot("/Applications/Old.app").c_str()));
-    EXPECT_EQ(BUNDLE, bundleOf(pid));
+    ASSERT_EQ(rename(inRoot(BUNDLE).c_str(), inRoot("/Applications/Old.app").c_str()), 0);
+    EXPECT_EQ(bundleOf(pid), BUNDLE);
     addBundle(BUNDLE, "Quillmarsh");
-    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_EQ(openedProcess(BUNDLE), pid);
     EXPECT_THAT(runningProcesses(), ElementsAre(pid));
 }
 
 TEST_F(LaunchServices, ABundleDeletedWhileItRunsStillRuns) {
     const pid_t pid = openedProcess(BUNDLE);
-    ASSERT_EQ(0, unlink(executable().c_str()));
-    EXPECT_EQ(BUNDLE, bundleOf(pid));
+    ASSERT_EQ(unlink(executable().c_str()), 0);
+    EXPECT_EQ(bundleOf(pid), BUNDLE);
 }
 
 // ---- scripts
@@ -319,8 +319,8 @@ TEST_F(LaunchServices, ABundleDeletedWhileItRunsStillRuns) {
 TEST_F(LaunchServices, AScriptIsKnownByItsBundle) {
     addScriptBundle("/Script.app", "Script", "#!/bin/sh");
     const pid_t pid = openedProcess("/Script.app");
-    EXPECT_EQ("/Script.app", bundleOf(pid));
-    EXPECT_EQ(pid, openedProcess("/Script.app"));
+    EXPECT_EQ(bundleOf(pid), "/Script.app");
+    EXPECT_EQ(openedProcess("/Script.app"), pid);
 }
 
 TEST_F(LaunchServices, WhatAScriptRunsIsNotTheApplicationAgain) {
@@ -344,9 +344,9 @@ TEST_F(LaunchServices, AWrapperThatBecomesAnotherProgramIsKnownByItsBundle) {
     writeFile(inRoot("/Wrapper.app/Contents/MacOS/Wrapper"), "#!/bin/sh\nexec " + inRoot("/program") + "\n",
               0755);
     const pid_t pid = openedProcess("/Wrapper.app");
-    EXPECT_EQ(inRoot("/program"), reportOf(pid)["executable"]);
-    EXPECT_EQ("/Wrapper.app", bundleOf(pid));
-    EXPECT_EQ(pid, openedProcess("/Wrapper.app"));
+    EXPECT_EQ(reportOf(pid)["executable"], inRoot("/program"));
+    EXPECT_EQ(bundleOf(pid), "/Wrapper.app");
+    EXPECT_EQ(openedProcess("/Wrapper.app"), pid);
 }
 
 // ---- what it gets
@@ -354,8 +354,8 @@ TEST_F(LaunchServices, AWrapperThatBecomesAnotherProgramIsKnownByItsBundle) {
 TEST_F(LaunchServices, TheApplicationHasASessionOfItsOwn) {
     const pid_t pid = openedProcess(BUNDLE);
     Report report = reportOf(pid);
-    EXPECT_EQ(std::to_string(pid), report["session"]);
-    EXPECT_EQ(std::to_string(pid), report["group"]);
+    EXPECT_EQ(report["session"], std::to_string(pid));
+    EXPECT_EQ(report["group"], std::to_string(pid));
 }
 
 TEST_F(LaunchServices, TheApplicationIsNobodysChildHere) {
@@ -364,23 +364,23 @@ TEST_F(LaunchServices, TheApplicationIsNobodysChildHere) {
 }
 
 TEST_F(LaunchServices, TheApplicationOutlivesItsLauncher) {
-    ASSERT_EQ(0, launchByShell("", ""));
+    ASSERT_EQ(launchByShell("", ""), 0);
     EXPECT_THAT(runningBundles(), ElementsAre(BUNDLE));
 }
 
 TEST_F(LaunchServices, TheApplicationStandsInTheRootFolder) {
-    EXPECT_EQ("/", reportOf(openedProcess(BUNDLE))["folder"]);
+    EXPECT_EQ(reportOf(openedProcess(BUNDLE))["folder"], "/");
 }
 
 TEST_F(LaunchServices, TheApplicationGetsNoArguments) {
-    EXPECT_EQ("1", reportOf(openedProcess(BUNDLE))["arguments"]);
+    EXPECT_EQ(reportOf(openedProcess(BUNDLE))["arguments"], "1");
 }
 
 TEST_F(LaunchServices, TheApplicationGetsTheFileModeMaskOfTheSession) {
-    ASSERT_EQ(0, launchByShell("umask 027;", ""));
+    ASSERT_EQ(launchByShell("umask 027;", ""), 0);
     const std::vector<pid_t> running = runningProcesses();
-    ASSERT_EQ(1u, running.size());
-    EXPECT_EQ(std::to_string(027), reportOf(running[0])["mask"]) << "the launcher has set its own to 0";
+    ASSERT_EQ(running.size(), 1u);
+    EXPECT_EQ(reportOf(running[0])["mask"], std::to_string(027)) << "the launcher has set its own to 0";
 }
 
 TEST_F(LaunchServices, SignalsAreAtTheirDefaultsAndNotBlocked) {
@@ -397,9 +397,9 @@ TEST_F(LaunchServices, SignalsAreAtTheirDefaultsAndNotBlocked) {
     for (const int signal : ignored)
         ::signal(signal, SIG_DFL);
     Report report = reportOf(pid);
-    EXPECT_EQ("", report["ignored"]);
-    EXPECT_EQ("", report["blocked"]);
-    EXPECT_EQ(1, sigismember(&after, SIGHUP)) << "the caller's mask is as it was";
+    EXPECT_EQ(report["ignored"], "");
+    EXPECT_EQ(report["blocked"], "");
+    EXPECT_EQ(sigismember(&after, SIGHUP), 1) << "the caller's mask is as it was";
 }
 
 TEST_F(LaunchServices, TheCallersMaskIsLeftAsItWas) {
@@ -412,28 +412,28 @@ TEST_F(LaunchServices, TheCallersMaskIsLeftAsItWas) {
     openedProcess(BUNDLE);
     pthread_sigmask(SIG_SETMASK, &before, &after);
     for (int signal = 1; signal <= SIGRTMAX; ++signal)
-        EXPECT_EQ(signal == SIGUSR2, sigismember(&after, signal) == 1) << signal;
+        EXPECT_EQ(sigismember(&after, signal) == 1, signal == SIGUSR2) << signal;
 }
 
 TEST_F(LaunchServices, TheEnvironmentIsInherited) {
     const ScopedVariable variable("SAMPLE_VARIABLE", "a=b c");
-    EXPECT_EQ("a=b c", reportOf(openedProcess(BUNDLE))["variable SAMPLE_VARIABLE"]);
+    EXPECT_EQ(reportOf(openedProcess(BUNDLE))["variable SAMPLE_VARIABLE"], "a=b c");
 }
 
 TEST_F(LaunchServices, TheEnvironmentTellsTheBundleToTheProcessList) {
     const ScopedVariable stale("PLATFORM_LAUNCHED", "1:/Stale.app");
     const pid_t pid = openedProcess(BUNDLE);
     const std::string note = reportOf(pid)["variable PLATFORM_LAUNCHED"];
-    EXPECT_EQ(pid, std::stol(note));
-    EXPECT_EQ(inRoot(BUNDLE), note.substr(note.find(':') + 1));
+    EXPECT_EQ(std::stol(note), pid);
+    EXPECT_EQ(note.substr(note.find(':') + 1), inRoot(BUNDLE));
 }
 
 TEST_F(LaunchServices, OnlyAHiddenLaunchAsksToBeHidden) {
     addBundle(NESTED_BUNDLE, "Murmel");
-    EXPECT_EQ("1",
-              reportOf(openedProcess(NESTED_BUNDLE, kLSLaunchAndHide))["variable PLATFORM_LAUNCH_HIDDEN"]);
+    EXPECT_EQ(reportOf(openedProcess(NESTED_BUNDLE, kLSLaunchAndHide))["variable PLATFORM_LAUNCH_HIDDEN"],
+              "1");
     const ScopedVariable inherited("PLATFORM_LAUNCH_HIDDEN", "1");
-    EXPECT_EQ(0u, reportOf(openedProcess(BUNDLE)).count("variable PLATFORM_LAUNCH_HIDDEN"));
+    EXPECT_EQ(reportOf(openedProcess(BUNDLE)).count("variable PLATFORM_LAUNCH_HIDDEN"), 0u);
 }
 
 // ---- no descriptor is inherited
@@ -455,9 +455,9 @@ TEST_P(InheritedDescriptor, ReachesNoApplication) {
     for (const int file : files)
         close(file);
     EXPECT_THAT(strangeFiles(report), IsEmpty());
-    EXPECT_EQ("/dev/null", report["file 0"]);
-    EXPECT_EQ("/dev/null", report["file 1"]);
-    EXPECT_EQ("/dev/null", report["file 2"]);
+    EXPECT_EQ(report["file 0"], "/dev/null");
+    EXPECT_EQ(report["file 1"], "/dev/null");
+    EXPECT_EQ(report["file 2"], "/dev/null");
 }
 
 static int firstOfPair(int (*make)(int*)) {
@@ -492,13 +492,13 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(LaunchServices, ALauncherWithoutStandardFilesGivesTheApplicationItsOwn) {
     for (const char* closed : {"<&-", ">&-", "2>&-", "<&- >&-", "<&- >&- 2>&-"}) {
-        ASSERT_EQ(0, launchByShell("", closed)) << closed;
+        ASSERT_EQ(launchByShell("", closed), 0) << closed;
         const std::vector<pid_t> running = runningProcesses();
-        ASSERT_EQ(1u, running.size()) << closed;
+        ASSERT_EQ(running.size(), 1u) << closed;
         Report report = reportOf(running[0]);
         EXPECT_THAT(strangeFiles(report), IsEmpty()) << closed;
-        EXPECT_EQ("/dev/null", report["file 0"]) << closed;
-        EXPECT_EQ("/dev/null", report["file 2"]) << closed;
+        EXPECT_EQ(report["file 0"], "/dev/null") << closed;
+        EXPECT_EQ(report["file 2"], "/dev/null") << closed;
         end(running[0]);
     }
 }
@@ -510,19 +510,19 @@ TEST_F(LaunchServices, NeitherStartNorEndOfAnApplicationSendsASignal) {
     EXPECT_FALSE(hasChildren());
     end(pid);
     EXPECT_FALSE(hasChildren());
-    EXPECT_EQ(0, childSignals);
+    EXPECT_EQ(childSignals, 0);
 }
 
 TEST_F(LaunchServices, AFailedStartSendsNoSignalAndLeavesNoChild) {
     writeFile(executable(), "\x7F", 0755);
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
     EXPECT_FALSE(hasChildren());
-    EXPECT_EQ(0, childSignals);
+    EXPECT_EQ(childSignals, 0);
 }
 
 TEST_F(LaunchServices, AFailedStartLeavesNothingForOthersToAdopt) {
     writeFile(executable(), "\x7F", 0755);
-    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     const int status = system(SAMPLE_LAUNCHER " /Applications/Quillmarsh.app");
     prctl(PR_SET_CHILD_SUBREAPER, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 4);
@@ -531,19 +531,19 @@ TEST_F(LaunchServices, AFailedStartLeavesNothingForOthersToAdopt) {
 }
 
 TEST_F(LaunchServices, ALauncherThatAdoptsOrphansIsSparedToo) {
-    ASSERT_EQ(0, prctl(PR_SET_CHILD_SUBREAPER, 1));
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     const pid_t pid = openedProcess(BUNDLE);
     EXPECT_NE(std::to_string(getpid()), reportOf(pid)["parent"]);
     end(pid);
     writeFile(inRoot("/no-program"), "\x7F", 0755);
-    ASSERT_EQ(0, rename(inRoot("/no-program").c_str(), executable().c_str()));
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    ASSERT_EQ(rename(inRoot("/no-program").c_str(), executable().c_str()), 0);
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
     int adopts = 0;
     prctl(PR_GET_CHILD_SUBREAPER, &adopts);
-    EXPECT_EQ(1, adopts) << "it goes on adopting others";
+    EXPECT_EQ(adopts, 1) << "it goes on adopting others";
     prctl(PR_SET_CHILD_SUBREAPER, 0);
     EXPECT_FALSE(hasChildren());
-    EXPECT_EQ(0, childSignals);
+    EXPECT_EQ(childSignals, 0);
 }
 
 TEST_F(LaunchServices, ALauncherThatIgnoresChildSignalsStartsAllTheSame) {
@@ -571,15 +571,15 @@ TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
     }
     for (std::thread& opener : openers)
         opener.join();
-    EXPECT_EQ(0, failures);
-    EXPECT_EQ(6u, runningProcesses().size());
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(runningProcesses().size(), 6u);
     for (const pid_t pid : runningProcesses())
         end(pid);
     isDone = true;
     for (std::thread& worker : workers)
         worker.join();
     EXPECT_FALSE(hasChildren());
-    EXPECT_EQ(0, childSignals);
+    EXPECT_EQ(childSignals, 0);
 }
 
 // The crash handler of the product writes files and ends the process it runs in; it must not run in a copy.
@@ -612,7 +612,7 @@ TEST_F(LaunchServices, SignalsToTheGroupNeitherReachTheCopiesNorTheApplication) 
         return isEachRunning;
     });
     EXPECT_TRUE(allStarted);
-    EXPECT_EQ(0, *strayHandlers);
+    EXPECT_EQ(*strayHandlers, 0);
     munmap(page, 4096);
     childSignals = 0;
 }
@@ -629,61 +629,61 @@ TEST_F(LaunchServices, KeepsADescriptorOfAnApplicationWhileItRunsAndNoOther) {
     open(BUNDLE);
     open("/Missing.app");
     runningBundles();
-    EXPECT_EQ(whileItRuns, countFiles());
+    EXPECT_EQ(countFiles(), whileItRuns);
     end(pid);
     EXPECT_NE(pid, openedProcess(BUNDLE));
-    EXPECT_EQ(whileItRuns, countFiles());
+    EXPECT_EQ(countFiles(), whileItRuns);
 }
 
 // ---- results
 
 TEST_F(LaunchServices, AMissingBundleIsNotFound) {
-    EXPECT_EQ(fnfErr, open("/Applications/Missing.app"));
+    EXPECT_EQ(open("/Applications/Missing.app"), fnfErr);
 }
 
 TEST_F(LaunchServices, ABundleThatWentSinceTheReferenceWasMadeIsNotFound) {
     FSRef reference;
-    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
-    ASSERT_EQ(0, rename(inRoot(BUNDLE).c_str(), inRoot("/Gone.app").c_str()));
+    ASSERT_EQ(makeReference(BUNDLE, reference), noErr);
+    ASSERT_EQ(rename(inRoot(BUNDLE).c_str(), inRoot("/Gone.app").c_str()), 0);
     LSApplicationParameters parameters = {};
     parameters.application = &reference;
-    EXPECT_EQ(fnfErr, LSOpenApplication(&parameters, nullptr));
+    EXPECT_EQ(LSOpenApplication(&parameters, nullptr), fnfErr);
 }
 
 TEST_F(LaunchServices, WhatIsNoBundleIsNoApplication) {
     makeFolders(inRoot("/Applications/Plain"));
-    EXPECT_EQ(kLSNotAnApplicationErr, open(inRoot("/Applications/Plain")));
+    EXPECT_EQ(open(inRoot("/Applications/Plain")), kLSNotAnApplicationErr);
     writeFile(inRoot("/Applications/File.app"), "");
-    EXPECT_EQ(kLSNotAnApplicationErr, open("/Applications/File.app"));
-    EXPECT_EQ(kLSNotAnApplicationErr, open(executable()));
-    EXPECT_EQ(kLSNotAnApplicationErr, open("/"));
+    EXPECT_EQ(open("/Applications/File.app"), kLSNotAnApplicationErr);
+    EXPECT_EQ(open(executable()), kLSNotAnApplicationErr);
+    EXPECT_EQ(open("/"), kLSNotAnApplicationErr);
 }
 
 TEST_F(LaunchServices, ABundleWithoutAnExecutableHasNone) {
     makeFolders(inRoot("/Empty.app"));
-    EXPECT_EQ(kLSNoExecutableErr, open("/Empty.app"));
+    EXPECT_EQ(open("/Empty.app"), kLSNoExecutableErr);
     makeFolders(inRoot("/Folder.app/Contents/MacOS/Folder"));
-    EXPECT_EQ(kLSNoExecutableErr, open("/Folder.app"));
+    EXPECT_EQ(open("/Folder.app"), kLSNoExecutableErr);
     makeFolders(inRoot("/Pipe.app/Contents/MacOS"));
-    ASSERT_EQ(0, mkfifo(inRoot("/Pipe.app/Contents/MacOS/Pipe").c_str(), 0755));
-    EXPECT_EQ(kLSNoExecutableErr, open("/Pipe.app"));
+    ASSERT_EQ(mkfifo(inRoot("/Pipe.app/Contents/MacOS/Pipe").c_str(), 0755), 0);
+    EXPECT_EQ(open("/Pipe.app"), kLSNoExecutableErr);
     makeFolders(inRoot("/Link.app/Contents/MacOS"));
-    ASSERT_EQ(0, symlink("nowhere", inRoot("/Link.app/Contents/MacOS/Link").c_str()));
-    EXPECT_EQ(kLSNoExecutableErr, open("/Link.app"));
+    ASSERT_EQ(symlink("nowhere", inRoot("/Link.app/Contents/MacOS/Link").c_str()), 0);
+    EXPECT_EQ(open("/Link.app"), kLSNoExecutableErr);
 }
 
 TEST_F(LaunchServices, AnExecutableWithoutPermissionMayNotBeLaunched) {
-    ASSERT_EQ(0, chmod(executable().c_str(), 0644));
-    EXPECT_EQ(kLSNoLaunchPermissionErr, open(BUNDLE));
+    ASSERT_EQ(chmod(executable().c_str(), 0644), 0);
+    EXPECT_EQ(open(BUNDLE), kLSNoLaunchPermissionErr);
 }
 
 TEST_F(LaunchServices, WhatTheSystemCannotRunHasTheWrongFormat) {
     writeFile(executable(), "neither a program nor a script", 0755);
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
     writeFile(executable(), "#!/missing/interpreter\n", 0755);
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
     writeFile(executable(), "", 0755);
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
 }
 
 // The head of a program of this machine whose loader's path is `length` bytes at `offset` of the file.
@@ -707,32 +707,32 @@ TEST_F(LaunchServices, AProgramWhoseLoaderIsNoneHasTheWrongFormat) {
     writeFile(loader, std::string(4096, 'x'), 0755);
     const std::size_t headSize = programWithLoader(0, 0).size();
     writeFile(executable(), programWithLoader(headSize, loader.size() + 1) + loader + '\0', 0755);
-    EXPECT_EQ(kLSExecutableIncorrectFormat, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
 }
 
 TEST_F(LaunchServices, AProgramThatIsCutOffIsAnErrorOfTheFile) {
     writeFile(executable(), programWithLoader(1024 * 1024, 10), 0755);
-    EXPECT_EQ(ioErr, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), ioErr);
 }
 
 TEST_F(LaunchServices, AClosedFolderOfTheExecutableIsAMatterOfPermission) {
     const std::string folder = inRoot(BUNDLE) + "/Contents/MacOS";
-    ASSERT_EQ(0, chmod(folder.c_str(), 0));
+    ASSERT_EQ(chmod(folder.c_str(), 0), 0);
     EXPECT_TRUE(boundByFileModes([] { return open(BUNDLE) == kLSNoLaunchPermissionErr; }));
-    ASSERT_EQ(0, chmod(folder.c_str(), 0755));
+    ASSERT_EQ(chmod(folder.c_str(), 0755), 0);
     childSignals = 0;
 }
 
 TEST_F(LaunchServices, AnExecutableThatIsBeingWrittenIsRefused) {
     const int file = ::open(executable().c_str(), O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(opWrErr, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), opWrErr);
     close(file);
-    EXPECT_EQ(noErr, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), noErr);
 }
 
 TEST_F(LaunchServices, AnEnvironmentTooLargeIsAnUnknownError) {
     const ScopedVariable variable("SAMPLE_VARIABLE", std::string(1024 * 1024, 'x').c_str());
-    EXPECT_EQ(kLSUnknownErr, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), kLSUnknownErr);
 }
 
 TEST_F(LaunchServices, WithoutADescriptorTheListCannotBeReadAndNothingIsStarted) {
@@ -749,8 +749,8 @@ TEST_F(LaunchServices, WhereNoProcessIsListedNothingIsStarted) {
     makeFolders(inRoot("/processes"));
     LinuxPlatform::readProcessesFrom(inRoot("/processes"));
     testing::internal::CaptureStderr();
-    EXPECT_EQ(procNotFound, open(BUNDLE));
-    EXPECT_EQ(procNotFound, open(BUNDLE));
+    EXPECT_EQ(open(BUNDLE), procNotFound);
+    EXPECT_EQ(open(BUNDLE), procNotFound);
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 testing::MatchesRegex("CoreServices: [^\n]* no application will be started\n"));
     LinuxPlatform::readProcessesFrom("/proc");
@@ -784,8 +784,8 @@ TEST_F(LaunchServices, OneThatRunsIsFoundWithoutTheListUntilItEnds) {
     makeFolders(inRoot("/processes"));
     LinuxPlatform::readProcessesFrom(inRoot("/processes"));
     testing::internal::CaptureStderr();
-    EXPECT_EQ(pid, openedProcess(BUNDLE));
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(openedProcess(BUNDLE), pid);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     endWithoutALook(pid);
     EXPECT_TRUE(comesTrue([] { return open(BUNDLE) == procNotFound; }));
     LinuxPlatform::readProcessesFrom("/proc");
@@ -816,7 +816,7 @@ TEST_F(LaunchServices, AWalkBeginsWithWhatWasStartedHereAndNeedsNoListForThat) {
 TEST_F(LaunchServices, WhereAProcessHasNoDescriptorItsStartTimeTellsThatItRuns) {
     LinuxPlatform::StartedApplications::get().useDescriptors(false);
     const pid_t pid = openedProcess(BUNDLE);
-    EXPECT_EQ(pid, openedProcess(BUNDLE));
+    EXPECT_EQ(openedProcess(BUNDLE), pid);
     EXPECT_THAT(runningProcesses(), ElementsAre(pid));
     end(pid);
     const pid_t next = openedProcess(BUNDLE);
@@ -830,18 +830,18 @@ TEST_F(LaunchServices, AProcessIdBelongsToTheLatestApplicationThatBoreIt) {
     LinuxPlatform::RunningApplication application;
     application.pid = openedProcess(BUNDLE);
     bool isOne = false;
-    ASSERT_EQ(0, applications.find(application.pid, application, isOne));
+    ASSERT_EQ(applications.find(application.pid, application, isOne), 0);
     ASSERT_TRUE(isOne);
     application.bundle = "/Later.app";
     applications.add(application);
-    ASSERT_EQ(0, applications.find(application.pid, application, isOne));
-    EXPECT_EQ("/Later.app", application.bundle);
+    ASSERT_EQ(applications.find(application.pid, application, isOne), 0);
+    EXPECT_EQ(application.bundle, "/Later.app");
 }
 
 TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {
     FSRef reference;
-    ASSERT_EQ(noErr, makeReference(BUNDLE, reference));
-    EXPECT_EQ(paramErr, LSOpenApplication(nullptr, nullptr));
+    ASSERT_EQ(makeReference(BUNDLE, reference), noErr);
+    EXPECT_EQ(LSOpenApplication(nullptr, nullptr), paramErr);
     const void* something = &reference;
     const auto resultWith = [&](const std::function<void(LSApplicationParameters&)>& change) {
         LSApplicationParameters parameters = {};
@@ -849,30 +849,32 @@ TEST_F(LaunchServices, MissingArgumentsAndUnknownRecordsAreRefused) {
         change(parameters);
         return LSOpenApplication(&parameters, nullptr);
     };
-    EXPECT_EQ(paramErr, resultWith([](LSApplicationParameters& p) { p.application = nullptr; }));
-    EXPECT_EQ(paramErr, resultWith([](LSApplicationParameters& p) { p.version = 1; }));
-    EXPECT_EQ(paramErr, resultWith([&](LSApplicationParameters& p) {
+    EXPECT_EQ(resultWith([](LSApplicationParameters& p) { p.application = nullptr; }), paramErr);
+    EXPECT_EQ(resultWith([](LSApplicationParameters& p) { p.version = 1; }), paramErr);
+    EXPECT_EQ(resultWith([&](LSApplicationParameters& p) {
                   p.environment = static_cast<CFDictionaryRef>(something);
-              }));
-    EXPECT_EQ(paramErr,
-              resultWith([&](LSApplicationParameters& p) { p.argv = static_cast<CFArrayRef>(something); }));
-    EXPECT_EQ(paramErr, resultWith([&](LSApplicationParameters& p) {
+              }),
+              paramErr);
+    EXPECT_EQ(resultWith([&](LSApplicationParameters& p) { p.argv = static_cast<CFArrayRef>(something); }),
+              paramErr);
+    EXPECT_EQ(resultWith([&](LSApplicationParameters& p) {
                   p.initialEvent = reinterpret_cast<AppleEvent*>(&reference);
-              }));
+              }),
+              paramErr);
     FSRef unfilled;
     std::memset(&unfilled, 0, sizeof unfilled);
-    EXPECT_EQ(errFSBadFSRef, resultWith([&](LSApplicationParameters& p) { p.application = &unfilled; }));
+    EXPECT_EQ(resultWith([&](LSApplicationParameters& p) { p.application = &unfilled; }), errFSBadFSRef);
     EXPECT_THAT(runningBundles(), IsEmpty());
 }
 
 TEST_F(LaunchServices, AFailureLeavesTheSerialNumberAlone) {
     makeFolders(inRoot("/Empty.app"));
     FSRef reference;
-    ASSERT_EQ(noErr, makeReference("/Empty.app", reference));
+    ASSERT_EQ(makeReference("/Empty.app", reference), noErr);
     LSApplicationParameters parameters = {};
     parameters.application = &reference;
     ProcessSerialNumber number = {7, 8};
-    EXPECT_EQ(kLSNoExecutableErr, LSOpenApplication(&parameters, &number));
-    EXPECT_EQ(7u, number.highLongOfPSN);
-    EXPECT_EQ(8u, number.lowLongOfPSN);
+    EXPECT_EQ(LSOpenApplication(&parameters, &number), kLSNoExecutableErr);
+    EXPECT_EQ(number.highLongOfPSN, 7u);
+    EXPECT_EQ(number.lowLongOfPSN, 8u);
 }

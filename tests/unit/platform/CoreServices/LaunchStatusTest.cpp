@@ -9,40 +9,40 @@
 using LinuxPlatform::statusOfFailedStart;
 
 TEST(LaunchStatus, WhatTheSystemCannotRunHasTheWrongFormat) {
-    EXPECT_EQ(kLSExecutableIncorrectFormat, statusOfFailedStart(ENOEXEC, "/program"));
-    EXPECT_EQ(kLSExecutableIncorrectFormat, statusOfFailedStart(ELIBBAD, "/program"));
+    EXPECT_EQ(statusOfFailedStart(ENOEXEC, "/program"), kLSExecutableIncorrectFormat);
+    EXPECT_EQ(statusOfFailedStart(ELIBBAD, "/program"), kLSExecutableIncorrectFormat);
 }
 
 TEST(LaunchStatus, WhatMayNotBeRunHasNoPermission) {
-    EXPECT_EQ(kLSNoLaunchPermissionErr, statusOfFailedStart(EACCES, "/program"));
-    EXPECT_EQ(kLSNoLaunchPermissionErr, statusOfFailedStart(EPERM, "/program"));
+    EXPECT_EQ(statusOfFailedStart(EACCES, "/program"), kLSNoLaunchPermissionErr);
+    EXPECT_EQ(statusOfFailedStart(EPERM, "/program"), kLSNoLaunchPermissionErr);
 }
 
 TEST(LaunchStatus, OnlyAFileThatIsThereLacksItsInterpreter) {
     const TemporaryFolder folder;
     writeFile(folder / "program", "#!/missing/interpreter\n");
     for (const int error : {ENOENT, ENOTDIR}) {
-        EXPECT_EQ(kLSExecutableIncorrectFormat, statusOfFailedStart(error, folder / "program"));
-        EXPECT_EQ(kLSNoExecutableErr, statusOfFailedStart(error, folder / "gone"));
+        EXPECT_EQ(statusOfFailedStart(error, folder / "program"), kLSExecutableIncorrectFormat);
+        EXPECT_EQ(statusOfFailedStart(error, folder / "gone"), kLSNoExecutableErr);
     }
 }
 
 TEST(LaunchStatus, WantOfMemoryOrProcessesIsWantOfMemory) {
-    EXPECT_EQ(memFullErr, statusOfFailedStart(ENOMEM, "/program"));
-    EXPECT_EQ(memFullErr, statusOfFailedStart(EAGAIN, "/program"));
+    EXPECT_EQ(statusOfFailedStart(ENOMEM, "/program"), memFullErr);
+    EXPECT_EQ(statusOfFailedStart(EAGAIN, "/program"), memFullErr);
 }
 
 TEST(LaunchStatus, WantOfDescriptorsIsTooManyFiles) {
-    EXPECT_EQ(tmfoErr, statusOfFailedStart(EMFILE, "/program"));
-    EXPECT_EQ(tmfoErr, statusOfFailedStart(ENFILE, "/program"));
+    EXPECT_EQ(statusOfFailedStart(EMFILE, "/program"), tmfoErr);
+    EXPECT_EQ(statusOfFailedStart(ENFILE, "/program"), tmfoErr);
 }
 
 TEST(LaunchStatus, OtherErrorsOfTheFileHaveTheirOwn) {
-    EXPECT_EQ(opWrErr, statusOfFailedStart(ETXTBSY, "/program"));
-    EXPECT_EQ(ioErr, statusOfFailedStart(EIO, "/program"));
+    EXPECT_EQ(statusOfFailedStart(ETXTBSY, "/program"), opWrErr);
+    EXPECT_EQ(statusOfFailedStart(EIO, "/program"), ioErr);
 }
 
 TEST(LaunchStatus, WhatHasNoneIsUnknown) {
-    EXPECT_EQ(kLSUnknownErr, statusOfFailedStart(E2BIG, "/program"));
-    EXPECT_EQ(kLSUnknownErr, statusOfFailedStart(ECHILD, "/program"));
+    EXPECT_EQ(statusOfFailedStart(E2BIG, "/program"), kLSUnknownErr);
+    EXPECT_EQ(statusOfFailedStart(ECHILD, "/program"), kLSUnknownErr);
 }

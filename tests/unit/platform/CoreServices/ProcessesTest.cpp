@@ -37,14 +37,14 @@ protected:
 
 TEST_F(Processes, AnEmptyListEndsAtOnce) {
     ProcessSerialNumber number = {0, kNoProcess};
-    EXPECT_EQ(procNotFound, GetNextProcess(&number));
-    EXPECT_EQ(-600, GetNextProcess(&number));
-    EXPECT_EQ(0u, number.highLongOfPSN);
-    EXPECT_EQ(0u, number.lowLongOfPSN);
+    EXPECT_EQ(GetNextProcess(&number), procNotFound);
+    EXPECT_EQ(GetNextProcess(&number), -600);
+    EXPECT_EQ(number.highLongOfPSN, 0u);
+    EXPECT_EQ(number.lowLongOfPSN, 0u);
 }
 
 TEST_F(Processes, AMissingArgumentIsRefused) {
-    EXPECT_EQ(paramErr, GetNextProcess(nullptr));
+    EXPECT_EQ(GetNextProcess(nullptr), paramErr);
 }
 
 TEST_F(Processes, OnlyThoseInABundleAreListed) {
@@ -53,14 +53,14 @@ TEST_F(Processes, OnlyThoseInABundleAreListed) {
     run("/Applications/plain");
     run("/Applications/A.app.old/A");
     run("/Applications/tool.app");
-    EXPECT_EQ("/Applications/A.app", bundleOf(inBundle));
-    EXPECT_EQ("/Applications/A.app", bundleOf(helper));
-    EXPECT_EQ(2u, runningProcesses().size());
+    EXPECT_EQ(bundleOf(inBundle), "/Applications/A.app");
+    EXPECT_EQ(bundleOf(helper), "/Applications/A.app");
+    EXPECT_EQ(runningProcesses().size(), 2u);
 }
 
 TEST_F(Processes, TheInnermostBundleIsReported) {
     const pid_t pid = run("/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app/Contents/MacOS/Murmel");
-    EXPECT_EQ("/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app", bundleOf(pid));
+    EXPECT_EQ(bundleOf(pid), "/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app");
 }
 
 TEST_F(Processes, SeveralOfOneBundleAreListedSeverally) {
@@ -73,28 +73,28 @@ TEST_F(Processes, AreListedByAscendingId) {
     for (const char* path : {"/A.app/a", "/B.app/b", "/C.app/c"})
         run(path);
     const std::vector<pid_t> listed = runningProcesses();
-    EXPECT_EQ(3u, listed.size());
+    EXPECT_EQ(listed.size(), 3u);
     EXPECT_TRUE(std::is_sorted(listed.begin(), listed.end()));
 }
 
 TEST_F(Processes, OneThatWasDeletedIsStillListed) {
     const pid_t pid = run("/A.app/Contents/MacOS/A");
-    ASSERT_EQ(0, unlink(inRoot("/A.app/Contents/MacOS/A").c_str()));
-    EXPECT_EQ("/A.app", bundleOf(pid));
+    ASSERT_EQ(unlink(inRoot("/A.app/Contents/MacOS/A").c_str()), 0);
+    EXPECT_EQ(bundleOf(pid), "/A.app");
 }
 
 TEST_F(Processes, OneWhoseBundleMovedIsListedWhereItIs) {
     const pid_t pid = run("/A.app/Contents/MacOS/A");
-    ASSERT_EQ(0, rename(inRoot("/A.app").c_str(), inRoot("/B.app").c_str()));
-    EXPECT_EQ("/B.app", bundleOf(pid));
+    ASSERT_EQ(rename(inRoot("/A.app").c_str(), inRoot("/B.app").c_str()), 0);
+    EXPECT_EQ(bundleOf(pid), "/B.app");
 }
 
 TEST_F(Processes, OneThatHasEndedButWasNotWaitedForIsNotListed) {
     const pid_t pid = run("/A.app/A");
-    ASSERT_EQ("/A.app", bundleOf(pid));
+    ASSERT_EQ(bundleOf(pid), "/A.app");
     kill(pid, SIGKILL);
     EXPECT_TRUE(comesTrue([pid] { return bundleOf(pid).empty(); }));
-    EXPECT_EQ(0, kill(pid, 0)) << "it is still there to be waited for";
+    EXPECT_EQ(kill(pid, 0), 0) << "it is still there to be waited for";
     EXPECT_THAT(runningBundles(), IsEmpty());
 }
 
@@ -102,8 +102,8 @@ TEST_F(Processes, OneThatEndsInTheMiddleOfAWalkIsSteppedOver) {
     std::vector<pid_t> pids = {run("/A.app/a"), run("/B.app/b"), run("/C.app/c")};
     std::sort(pids.begin(), pids.end());
     ProcessSerialNumber number = {0, kNoProcess};
-    ASSERT_EQ(noErr, GetNextProcess(&number));
-    ASSERT_EQ(pids[0], static_cast<pid_t>(number.lowLongOfPSN));
+    ASSERT_EQ(GetNextProcess(&number), noErr);
+    ASSERT_EQ(static_cast<pid_t>(number.lowLongOfPSN), pids[0]);
     kill(pids[0], SIGKILL);
     kill(pids[1], SIGKILL);
     ASSERT_TRUE(comesTrue([&] {
@@ -111,8 +111,8 @@ TEST_F(Processes, OneThatEndsInTheMiddleOfAWalkIsSteppedOver) {
         return LinuxPlatform::findRunningApplication(pids[0], application) == ESRCH &&
                LinuxPlatform::findRunningApplication(pids[1], application) == ESRCH;
     }));
-    EXPECT_EQ(nullptr,
-              ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask));
+    EXPECT_EQ(ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask),
+              nullptr);
     std::vector<pid_t> rest;
     while (GetNextProcess(&number) == noErr) {
         const CFDictionaryRef information =
@@ -135,11 +135,11 @@ TEST_F(Processes, AWalkMayBeginAtAnyNumber) {
     std::vector<pid_t> pids = {run("/A.app/a"), run("/B.app/b")};
     std::sort(pids.begin(), pids.end());
     ProcessSerialNumber number = numberOf(pids[0]);
-    EXPECT_EQ(noErr, GetNextProcess(&number));
-    EXPECT_EQ(pids[1], static_cast<pid_t>(number.lowLongOfPSN));
-    EXPECT_EQ(procNotFound, GetNextProcess(&number));
-    EXPECT_EQ(0u, number.highLongOfPSN);
-    EXPECT_EQ(0u, number.lowLongOfPSN);
+    EXPECT_EQ(GetNextProcess(&number), noErr);
+    EXPECT_EQ(static_cast<pid_t>(number.lowLongOfPSN), pids[1]);
+    EXPECT_EQ(GetNextProcess(&number), procNotFound);
+    EXPECT_EQ(number.highLongOfPSN, 0u);
+    EXPECT_EQ(number.lowLongOfPSN, 0u);
 }
 
 TEST_F(Processes, AnUnreadableListIsAnEmptyOne) {
@@ -149,7 +149,7 @@ TEST_F(Processes, AnUnreadableListIsAnEmptyOne) {
     for (int file = dup(0); file >= 0; file = dup(0))
         files.push_back(file);
     ProcessSerialNumber number = {0, kNoProcess};
-    EXPECT_EQ(procNotFound, GetNextProcess(&number));
+    EXPECT_EQ(GetNextProcess(&number), procNotFound);
     for (const int file : files)
         close(file);
     EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
@@ -180,7 +180,7 @@ TEST_F(Processes, ThoseOfOtherUsersAreNotListed) {
         return length > 0 && std::string(target, static_cast<size_t>(length)) == file;
     }));
     const std::vector<std::string> expected(geteuid() == 0 ? 0 : 1, "/A.app");
-    EXPECT_EQ(expected, runningBundles());
+    EXPECT_EQ(runningBundles(), expected);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
 }
@@ -195,7 +195,7 @@ TEST_F(Processes, OutsideOfTheRootNothingIsListed) {
 TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
     const pid_t pid = run("/A.app/A");
     const ScopedVariable variable("PLATFORM_ROOT", nullptr);
-    EXPECT_EQ(inRoot("/A.app"), bundleOf(pid));
+    EXPECT_EQ(bundleOf(pid), inRoot("/A.app"));
 }
 
 // ---- processes that the system lets nobody look into
@@ -229,14 +229,14 @@ TEST_F(ClosedProcess, OfALongNameIsListedToo) {
 
 TEST_F(ClosedProcess, WhoseFileWasDeletedIsStillListed) {
     run("/A.app/a");
-    ASSERT_EQ(0, unlink(inRoot("/A.app/a").c_str()));
+    ASSERT_EQ(unlink(inRoot("/A.app/a").c_str()), 0);
     EXPECT_TRUE(areSeen({"/A.app"}));
 }
 
 TEST_F(ClosedProcess, StartedByALinkIsListedWhereItLies) {
     makeFolders(inRoot("/A.app"));
     copyExecutable(inRoot("/A.app/a"));
-    ASSERT_EQ(0, symlink("A.app", inRoot("/Link.app").c_str()));
+    ASSERT_EQ(symlink("A.app", inRoot("/Link.app").c_str()), 0);
     reportOf(runDirectly({inRoot("/Link.app/a")}));
     EXPECT_TRUE(areSeen({"/A.app"}));
 }
@@ -261,9 +261,9 @@ TEST_F(ClosedProcess, StartedByARelativePathIsNotListed) {
     copyExecutable(inRoot("/A.app/a"));
     reportOf(runDirectly({"A.app/a"}, inRoot("/A.app/a")));
     const int before = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_EQ(0, chdir(inRoot("").c_str()));
+    ASSERT_EQ(chdir(inRoot("").c_str()), 0);
     EXPECT_TRUE(areSeen({})) << "not even where the path happens to lead to the file";
-    ASSERT_EQ(0, fchdir(before));
+    ASSERT_EQ(fchdir(before), 0);
     close(before);
 }
 
@@ -276,7 +276,7 @@ protected:
 
     std::string processes() const { return inRoot("/processes"); }
     void link(const std::string& name, pid_t pid) const {
-        ASSERT_EQ(0, symlink(std::to_string(pid).c_str(), (processes() + "/" + name).c_str()));
+        ASSERT_EQ(symlink(std::to_string(pid).c_str(), (processes() + "/" + name).c_str()), 0);
     }
 
     /// What a look at the processes says on standard error; it must fail, and a walk must come to its end.
@@ -284,7 +284,7 @@ protected:
         LinuxPlatform::readProcessesFrom(processes());
         testing::internal::CaptureStderr();
         std::vector<LinuxPlatform::RunningApplication> applications;
-        EXPECT_EQ(ESRCH, LinuxPlatform::listRunningApplications(applications));
+        EXPECT_EQ(LinuxPlatform::listRunningApplications(applications), ESRCH);
         EXPECT_THAT(runningBundles(), IsEmpty());
         return testing::internal::GetCapturedStderr();
     }
@@ -297,33 +297,33 @@ protected:
 };
 
 TEST_F(NoProcessList, IsAFolderThatIsEmpty) {
-    EXPECT_EQ(notShown(), saidOfALook());
+    EXPECT_EQ(saidOfALook(), notShown());
 }
 
 TEST_F(NoProcessList, IsAFolderThatIsMissing) {
-    ASSERT_EQ(0, rmdir(processes().c_str()));
-    EXPECT_EQ(notShown(), saidOfALook());
+    ASSERT_EQ(rmdir(processes().c_str()), 0);
+    EXPECT_EQ(saidOfALook(), notShown());
 }
 
 TEST_F(NoProcessList, IsAFolderWithoutThisProcess) {
     link("self", getpid());
     makeFolders(processes() + "/1");
-    EXPECT_EQ(notShown(), saidOfALook());
+    EXPECT_EQ(saidOfALook(), notShown());
 }
 
 TEST_F(NoProcessList, IsTheOneOfAnotherNamespace) {
     link("self", getpid() + 1);
     makeFolders(processes() + "/" + std::to_string(getpid()));
-    EXPECT_EQ(notShown(), saidOfALook());
+    EXPECT_EQ(saidOfALook(), notShown());
 }
 
 TEST_F(NoProcessList, IsToldAgainAfterOneThatCouldBeRead) {
-    EXPECT_EQ(notShown(), saidOfALook());
-    EXPECT_EQ("", saidOfALook());
+    EXPECT_EQ(saidOfALook(), notShown());
+    EXPECT_EQ(saidOfALook(), "");
     LinuxPlatform::readProcessesFrom("/proc");
     run("/A.app/a");
     EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
-    EXPECT_EQ(notShown(), saidOfALook());
+    EXPECT_EQ(saidOfALook(), notShown());
 }
 
 // ---- processes that were no applications when they were looked at last
@@ -345,7 +345,7 @@ TEST_F(FormerlyOther, OneThatBecomesAnApplicationIsListed) {
     makeFolders(inRoot("/A.app"));
     copyExecutable(file);
     const std::string pipe = inRoot("/pipe");
-    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const pid_t pid = runDirectly({"sh", "-c", "read line <\"$0\"; exec \"$1\"", pipe, file});
     waitUntilItSleeps(pid);
     EXPECT_THAT(runningBundles(), IsEmpty());
@@ -368,7 +368,7 @@ TEST_F(FormerlyOther, OneThatSleepsInAFolderThatBecomesABundleIsListedOnceItHasR
     const pid_t pid = run("/plain/a");
     waitUntilItSleeps(pid);
     EXPECT_THAT(runningBundles(), IsEmpty());
-    ASSERT_EQ(0, rename(inRoot("/plain").c_str(), inRoot("/A.app").c_str()));
+    ASSERT_EQ(rename(inRoot("/plain").c_str(), inRoot("/A.app").c_str()), 0);
     EXPECT_THAT(runningBundles(), IsEmpty());
     kill(pid, SIGSTOP);
     kill(pid, SIGCONT);
@@ -403,19 +403,19 @@ protected:
 
 TEST_F(ScriptProcess, IsListedWithItsBundle) {
     addScriptBundle("/S.app", "S", "#!/bin/sh");
-    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
-    EXPECT_EQ("/S.app", bundleOfCommand({"sh", script()}));
-    EXPECT_EQ("/S.app", bundleOfCommand({"sh", "-u", script()}));
+    EXPECT_EQ(bundleOfCommand({script()}), "/S.app");
+    EXPECT_EQ(bundleOfCommand({"sh", script()}), "/S.app");
+    EXPECT_EQ(bundleOfCommand({"sh", "-u", script()}), "/S.app");
 }
 
 TEST_F(ScriptProcess, WithAnOptionInItsFirstLineIsListedToo) {
     addScriptBundle("/S.app", "S", "#! /bin/sh -u");
-    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
+    EXPECT_EQ(bundleOfCommand({script()}), "/S.app");
 }
 
 TEST_F(ScriptProcess, FoundByTheSearchPathIsListedToo) {
     addScriptBundle("/S.app", "S", "#!/usr/bin/env sh");
-    EXPECT_EQ("/S.app", bundleOfCommand({script()}));
+    EXPECT_EQ(bundleOfCommand({script()}), "/S.app");
 }
 
 TEST_F(ScriptProcess, AnotherProgramWorkingOnTheScriptIsNotListed) {
@@ -477,20 +477,20 @@ TEST_F(ProcessInformation, TellsBundleExecutableAndIds) {
     const CFDictionaryRef information =
         ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
     ASSERT_NE(nullptr, information);
-    EXPECT_EQ("/Applications/A.app", text(information, CFSTR("BundlePath")));
-    EXPECT_EQ("A", text(information, CFSTR("CFBundleName")));
-    EXPECT_EQ(inRoot("/Applications/A.app/Contents/MacOS/program"),
-              text(information, CFSTR("CFBundleExecutable")));
+    EXPECT_EQ(text(information, CFSTR("BundlePath")), "/Applications/A.app");
+    EXPECT_EQ(text(information, CFSTR("CFBundleName")), "A");
+    EXPECT_EQ(text(information, CFSTR("CFBundleExecutable")),
+              inRoot("/Applications/A.app/Contents/MacOS/program"));
     long reportedPid = 0;
     CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(information, CFSTR("pid"))),
                      kCFNumberLongType, &reportedPid);
-    EXPECT_EQ(pid, reportedPid);
+    EXPECT_EQ(reportedPid, pid);
     long long reportedNumber = 0;
     CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(information, CFSTR("PSN"))),
                      kCFNumberLongLongType, &reportedNumber);
-    EXPECT_EQ(static_cast<UInt64>(number.highLongOfPSN) << 32 | number.lowLongOfPSN,
-              static_cast<UInt64>(reportedNumber));
-    EXPECT_EQ(1, CFGetRetainCount(information));
+    EXPECT_EQ(static_cast<UInt64>(reportedNumber),
+              static_cast<UInt64>(number.highLongOfPSN) << 32 | number.lowLongOfPSN);
+    EXPECT_EQ(CFGetRetainCount(information), 1);
     CFRelease(information);
 }
 
@@ -509,10 +509,10 @@ TEST_F(ProcessInformation, HasNothingOnOthersAndOnNone) {
     const auto informationOf = [](ProcessSerialNumber number) {
         return ProcessInformationCopyDictionary(&number, kProcessDictionaryIncludeAllInformationMask);
     };
-    EXPECT_EQ(nullptr, ProcessInformationCopyDictionary(nullptr, 0));
-    EXPECT_EQ(nullptr, informationOf({0, kNoProcess}));
-    EXPECT_EQ(nullptr, informationOf({0x80000000u, static_cast<UInt32>(getpid())})) << "runs no bundle";
+    EXPECT_EQ(ProcessInformationCopyDictionary(nullptr, 0), nullptr);
+    EXPECT_EQ(informationOf({0, kNoProcess}), nullptr);
+    EXPECT_EQ(informationOf({0x80000000u, static_cast<UInt32>(getpid())}), nullptr) << "runs no bundle";
     ProcessSerialNumber earlier = numberOf(pid);
     --earlier.highLongOfPSN;
-    EXPECT_EQ(nullptr, informationOf(earlier)) << "a process that had this id before";
+    EXPECT_EQ(informationOf(earlier), nullptr) << "a process that had this id before";
 }

@@ -51,7 +51,7 @@ TEST_F(ColoursTest, NoneOnADumbTerminal) {
 }
 
 TEST_F(ColoursTest, StandAroundATextAndEndBehindIt) {
-    EXPECT_EQ("\033[1;31mbad\033[0m", Colours(true).error("bad"));
-    EXPECT_EQ("bad", Colours(false).error("bad"));
-    EXPECT_EQ("", Colours(true).error(""));
+    EXPECT_EQ(Colours(true).error("bad"), "\033[1;31mbad\033[0m");
+    EXPECT_EQ(Colours(false).error("bad"), "bad");
+    EXPECT_EQ(Colours(true).error(""), "");
 }

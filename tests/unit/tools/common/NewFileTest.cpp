@@ -40,7 +40,7 @@ protected:
             _exit(0);
         }
         int status = -1;
-        EXPECT_EQ(child, waitpid(child, &status, 0));
+        EXPECT_EQ(waitpid(child, &status, 0), child);
         return status;
     }
     TemporaryFolder m_folder;
@@ -54,10 +54,10 @@ TEST_F(NewFileTest, IsKeptWithWhatWasWrittenForItsOwnerAlone) {
     file.write("one, ");
     file.write("two");
     file.keep();
-    EXPECT_EQ("one, two", text());
+    EXPECT_EQ(text(), "one, two");
     struct stat status = {};
-    ASSERT_EQ(0, stat(m_path.c_str(), &status));
-    EXPECT_EQ(0600u, status.st_mode & 0777U);
+    ASSERT_EQ(stat(m_path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600u);
 }
 
 TEST_F(NewFileTest, WhatDidNotBecomeWholeIsRemoved) {
@@ -73,14 +73,14 @@ TEST_F(NewFileTest, AlsoWhenCtrlCEndsTheProgram) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const int status = endOfChild(signal);
         EXPECT_TRUE(WIFSIGNALED(status)) << status;
-        EXPECT_EQ(signal, WTERMSIG(status));
+        EXPECT_EQ(WTERMSIG(status), signal);
         EXPECT_FALSE(isThere());
     }
 }
 
 TEST_F(NewFileTest, ASignalThatIsIgnoredChangesNothing) {
-    EXPECT_EQ(0, endOfChild(SIGHUP, [] { std::signal(SIGHUP, SIG_IGN); }));
-    EXPECT_EQ("half, whole", text());
+    EXPECT_EQ(endOfChild(SIGHUP, [] { std::signal(SIGHUP, SIG_IGN); }), 0);
+    EXPECT_EQ(text(), "half, whole");
 }
 
 TEST_F(NewFileTest, AFileOfWhichTheSystemHasLostSomethingIsNotKept) {
@@ -94,15 +94,16 @@ TEST_F(NewFileTest, AFileOfWhichTheSystemHasLostSomethingIsNotKept) {
 }
 
 TEST_F(NewFileTest, WhatWasKeptStays) {
-    EXPECT_EQ(SIGINT, WTERMSIG(endOfChild(
-                          SIGINT, [] {}, true)));
-    EXPECT_EQ("half", text());
+    EXPECT_EQ(WTERMSIG(endOfChild(
+                  SIGINT, [] {}, true)),
+              SIGINT);
+    EXPECT_EQ(text(), "half");
 }
 
 TEST_F(NewFileTest, NobodysFileIsWrittenOver) {
     std::ofstream(m_path) << "mine";
     EXPECT_THROW(NewFile file(m_path), Zevo::UsageError);
-    EXPECT_EQ("mine", text());
+    EXPECT_EQ(text(), "mine");
 }
 
 TEST_F(NewFileTest, AFolderThatIsNotThereIsTold) {

@@ -23,7 +23,7 @@ TEST(ProgressBarTest, SaysNothingOfWorkThatTakesASecond) {
         ProgressBar bar("reading", 100, terminal.stream());
         bar.at(50, START);
     }
-    EXPECT_EQ("", terminal.written());
+    EXPECT_EQ(terminal.written(), "");
 }
 
 TEST(ProgressBarTest, TellsThePartThatIsDone) {
@@ -39,7 +39,7 @@ TEST(ProgressBarTest, DrawsTenTimesASecondAtMost) {
     bar.at(100, START + seconds(20));
     terminal.written();
     bar.at(110, START + seconds(20) + milliseconds(99));
-    EXPECT_EQ("", terminal.written());
+    EXPECT_EQ(terminal.written(), "");
     bar.at(300, START + seconds(20) + milliseconds(100));
     EXPECT_THAT(terminal.written(), HasSubstr(" 100%"));
 }
@@ -65,7 +65,7 @@ TEST(ProgressBarTest, IsWipedOutAtTheEnd) {
     bar->at(150, START + seconds(20));
     terminal.written();
     bar.reset();
-    EXPECT_EQ("\r\033[K", terminal.written());
+    EXPECT_EQ(terminal.written(), "\r\033[K");
 }
 
 TEST(ProgressBarTest, LeavesAFileAlone) {
@@ -74,6 +74,6 @@ TEST(ProgressBarTest, LeavesAFileAlone) {
         ProgressBar bar("reading", 300, file);
         bar.at(150, START + seconds(20));
     }
-    EXPECT_EQ(0, std::ftell(file));
+    EXPECT_EQ(std::ftell(file), 0);
     std::fclose(file);
 }

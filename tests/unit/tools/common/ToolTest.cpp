@@ -41,29 +41,29 @@ ExitStatus succeed() {
 } // namespace
 
 TEST(ToolTest, EndsAsItsWorkDoes) {
-    EXPECT_EQ(0, runWith({}, succeed).status);
-    EXPECT_EQ(1, runWith({"--lines", "3"}, [] { return Zevo::PROBLEMS_FOUND; }).status);
+    EXPECT_EQ(runWith({}, succeed).status, 0);
+    EXPECT_EQ(runWith({"--lines", "3"}, [] { return Zevo::PROBLEMS_FOUND; }).status, 1);
 }
 
 TEST(ToolTest, HelpAndVersionGoToStandardOutputAndAreFine) {
     const Result help = runWith({"--help"}, [] { return Zevo::PROBLEMS_FOUND; });
-    EXPECT_EQ(0, help.status);
+    EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.output, HasSubstr("Counts lines."));
     EXPECT_THAT(help.output, HasSubstr("--lines"));
-    EXPECT_EQ("", help.complaints);
+    EXPECT_EQ(help.complaints, "");
     const Result version = runWith({"--version"}, [] { return Zevo::PROBLEMS_FOUND; });
-    EXPECT_EQ(0, version.status);
-    EXPECT_EQ(Zevo::versionText("zevo-count") + "\n", version.output);
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.output, Zevo::versionText("zevo-count") + "\n");
 }
 
 TEST(ToolTest, WrongUsageIsToldOnStandardErrorOnly) {
     const Result result = runWith({"--line", "3"}, succeed);
-    EXPECT_EQ(2, result.status);
-    EXPECT_EQ("", result.output);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.complaints, HasSubstr("zevo-count: "));
     EXPECT_THAT(result.complaints, HasSubstr("--line"));
     EXPECT_THAT(result.complaints, HasSubstr("Try: zevo-count --help"));
-    EXPECT_EQ(2, runWith({"--lines", "many"}, succeed).status);
+    EXPECT_EQ(runWith({"--lines", "many"}, succeed).status, 2);
 }
 
 namespace {
@@ -84,10 +84,10 @@ Result runWithSubcommands(std::vector<const char*> arguments) {
 } // namespace
 
 TEST(ToolTest, AWordThatIsNoSubcommandIsNamed) {
-    EXPECT_EQ("zevo-count: there is no subcommand lies\nTry: zevo-count --help\n",
-              runWithSubcommands({"lies"}).complaints);
-    EXPECT_EQ("zevo-count: A subcommand is required\nTry: zevo-count --help\n",
-              runWithSubcommands({}).complaints);
+    EXPECT_EQ(runWithSubcommands({"lies"}).complaints,
+              "zevo-count: there is no subcommand lies\nTry: zevo-count --help\n");
+    EXPECT_EQ(runWithSubcommands({}).complaints,
+              "zevo-count: A subcommand is required\nTry: zevo-count --help\n");
 }
 
 TEST(ToolTest, WrongUsageOfASubcommandLeadsToItsHelp) {
@@ -98,14 +98,14 @@ TEST(ToolTest, WrongUsageOfASubcommandLeadsToItsHelp) {
 
 TEST(ToolTest, AnExceptionTellsItsReasonAndIsAProblem) {
     const Result result = runWith({}, []() -> ExitStatus { throw std::runtime_error("the disk is gone"); });
-    EXPECT_EQ(1, result.status);
-    EXPECT_EQ("zevo-count: the disk is gone\n", result.complaints);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.complaints, "zevo-count: the disk is gone\n");
 }
 
 TEST(ToolTest, AWrongWordThatShowsLateIsWrongUsageToo) {
     const Result result = runWith({}, []() -> ExitStatus { throw Zevo::UsageError("no such folder"); });
-    EXPECT_EQ(2, result.status);
-    EXPECT_EQ("zevo-count: no such folder\n", result.complaints);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.complaints, "zevo-count: no such folder\n");
 }
 
 TEST(ToolTest, AResultThatCannotBeWrittenIsAProblem) {
@@ -123,8 +123,8 @@ TEST(ToolTest, AResultThatCannotBeWrittenIsAProblem) {
     close(full);
     close(kept);
     std::clearerr(stdout);
-    EXPECT_EQ(1, status);
-    EXPECT_EQ("zevo-count: cannot write to standard output: No space left on device\n", GetCapturedStderr());
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(GetCapturedStderr(), "zevo-count: cannot write to standard output: No space left on device\n");
 }
 
 TEST(ToolTest, WhereTheReasonIsNotKnownNoneIsTold) {
@@ -136,6 +136,6 @@ TEST(ToolTest, WhereTheReasonIsNotKnownNoneIsTold) {
         return Zevo::FINE;
     });
     std::cout.clear();
-    EXPECT_EQ(1, status);
-    EXPECT_EQ("zevo-count: cannot write to standard output\n", GetCapturedStderr());
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(GetCapturedStderr(), "zevo-count: cannot write to standard output\n");
 }

@@ -29,7 +29,7 @@ protected:
     std::string cutTo(const std::string& path, double share) {
         struct stat status = {};
         stat(path.c_str(), &status);
-        EXPECT_EQ(0, truncate(path.c_str(), static_cast<off_t>(static_cast<double>(status.st_size) * share)));
+        EXPECT_EQ(truncate(path.c_str(), static_cast<off_t>(static_cast<double>(status.st_size) * share)), 0);
         return path;
     }
     TraceFiles m_files;
@@ -59,7 +59,7 @@ TEST_F(BundledFilesTest, TracesAndLogsOfABundleAreMergedInTheirOrder) {
     add("logs/log_0.txt", LOG, at(10, 0, 1.5));
     const std::string path = write();
     const ReadJournal journal({path});
-    EXPECT_EQ(linesOf(FIRST + LOG + SECOND), journal.lines);
+    EXPECT_EQ(journal.lines, linesOf(FIRST + LOG + SECOND));
     EXPECT_THAT(journal.notes, ElementsAre(path + "/report_1.txt: holds neither a trace nor a log"));
     EXPECT_THAT(journal.damages, IsEmpty());
 }
@@ -68,7 +68,7 @@ TEST_F(BundledFilesTest, TheirTimesTellTheDay) {
     add("logs/trace_0.txt", SECOND, at(10, 0, 2));
     const ReadJournal journal({write()});
     m_files.write("trace_0.txt", SECOND, at(10, 0, 2));
-    EXPECT_EQ(ReadJournal({m_files / "trace_0.txt"}).times, journal.times);
+    EXPECT_EQ(journal.times, ReadJournal({m_files / "trace_0.txt"}).times);
 }
 
 TEST_F(BundledFilesTest, APlaceNamesTheBundleAndTheFile) {
@@ -82,7 +82,7 @@ TEST_F(BundledFilesTest, TwoBundlesAreTwoRings) {
     const std::string first = write("one.tar.gz");
     m_entries.clear();
     add("logs/trace_0.txt", SECOND, at(10, 0, 2));
-    EXPECT_EQ(linesOf(FIRST + SECOND), ReadJournal({first, write("two.tar.gz")}).lines);
+    EXPECT_EQ(ReadJournal({first, write("two.tar.gz")}).lines, linesOf(FIRST + SECOND));
 }
 
 TEST_F(BundledFilesTest, OfACutBundleIsReadWhatIsThere) {
@@ -94,8 +94,8 @@ TEST_F(BundledFilesTest, OfACutBundleIsReadWhatIsThere) {
     const std::string path = cutTo(write(), 0.5);
     const ReadJournal journal({path});
     ASSERT_LT(1000u, journal.lines.size());
-    EXPECT_EQ(linesOf(FIRST + SECOND),
-              std::vector<std::string>(journal.lines.begin(), journal.lines.begin() + 3));
+    EXPECT_EQ(std::vector<std::string>(journal.lines.begin(), journal.lines.begin() + 3),
+              linesOf(FIRST + SECOND));
     ASSERT_FALSE(journal.notes.empty());
     EXPECT_THAT(journal.notes[0],
                 StartsWith(path + ": is cut short or damaged, what stands before that is read: "));
@@ -122,7 +122,7 @@ TEST_F(BundledFilesTest, WhatUnpacksToMoreThanIsAllowedIsRefused) {
     add("unwanted", std::string(MUCH, '\0'), at(10, 0, 1));
     const std::string path = write();
     struct stat status = {};
-    ASSERT_EQ(0, stat(path.c_str(), &status));
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_LT(status.st_size, 100'000); // a bomb
 
     const auto isRing = [](const std::string& name) { return name == "logs/trace_0.txt"; };
@@ -134,10 +134,10 @@ TEST_F(BundledFilesTest, WhatUnpacksToMoreThanIsAllowedIsRefused) {
             return problem.what();
         }
     };
-    EXPECT_EQ(path + ": holds more than 40 MB; unpack what is needed of it, and name the folder",
-              unpacked({40'000'000, 10}));
-    EXPECT_EQ(path + ": holds more than 1 files; unpack what is needed of it, and name the folder",
-              unpacked({100'000'000, 1}));
-    EXPECT_EQ("1 files", unpacked({MUCH + FIRST.size(), 2}));
+    EXPECT_EQ(unpacked({40'000'000, 10}),
+              path + ": holds more than 40 MB; unpack what is needed of it, and name the folder");
+    EXPECT_EQ(unpacked({100'000'000, 1}),
+              path + ": holds more than 1 files; unpack what is needed of it, and name the folder");
+    EXPECT_EQ(unpacked({MUCH + FIRST.size(), 2}), "1 files");
     EXPECT_THAT(notes, IsEmpty());
 }

@@ -45,15 +45,15 @@ protected:
 TEST_F(CrashTest, CauseStacksAndObjects) {
     const std::vector<CrashReport> reports =
         read(m_before + m_cause + stackOf("MAIN", "SIGNAL_FILTER") + stackOf("Worker", "work") + OBJECTS);
-    ASSERT_EQ(1u, reports.size());
+    ASSERT_EQ(reports.size(), 1u);
     const CrashReport& report = reports[0];
-    EXPECT_EQ("SIGNAL_BUS_ERROR", report.cause);
-    EXPECT_EQ("MAIN", report.thread);
-    EXPECT_EQ(4, report.time % 1000);
-    ASSERT_EQ(2u, report.stacks.size());
-    EXPECT_EQ("MAIN", report.stacks[0].thread);
+    EXPECT_EQ(report.cause, "SIGNAL_BUS_ERROR");
+    EXPECT_EQ(report.thread, "MAIN");
+    EXPECT_EQ(report.time % 1000, 4);
+    ASSERT_EQ(report.stacks.size(), 2u);
+    EXPECT_EQ(report.stacks[0].thread, "MAIN");
     EXPECT_THAT(report.stacks[0].calls, ElementsAre("SIGNAL_FILTER", "main"));
-    EXPECT_EQ("Worker", report.stacks[1].thread);
+    EXPECT_EQ(report.stacks[1].thread, "Worker");
     EXPECT_THAT(report.objects, ElementsAre(Pair("Dictionary", 3), Pair("ZevoLauncher", 1)));
     EXPECT_TRUE(report.isWhole);
 }
@@ -67,7 +67,7 @@ TEST_F(CrashTest, TheThreadsLastLinesAreItsOwn) {
 TEST_F(CrashTest, AReportThatBreaksOffIsTold) {
     const std::vector<CrashReport> reports =
         read(m_before + m_cause + "\n-------------- CALLSTACK --------------\n");
-    ASSERT_EQ(1u, reports.size());
+    ASSERT_EQ(reports.size(), 1u);
     EXPECT_FALSE(reports[0].isWhole);
     std::string text;
     tell(reports[0], Zevo::Colours(false), [&](std::string_view part) { text += part; });
@@ -76,8 +76,8 @@ TEST_F(CrashTest, AReportThatBreaksOffIsTold) {
 
 TEST_F(CrashTest, AHiddenCauseIsTold) {
     const std::vector<CrashReport> reports = read(m_before + stackOf("MAIN", "b") + OBJECTS);
-    ASSERT_EQ(1u, reports.size());
-    EXPECT_EQ("", reports[0].cause);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].cause, "");
     std::string text;
     tell(reports[0], Zevo::Colours(false), [&](std::string_view part) { text += part; });
     EXPECT_THAT(text, HasSubstr("not in the trace: the filters hide it"));
@@ -88,7 +88,7 @@ TEST_F(CrashTest, ABrokenContractIsExplained) {
         "REQUIRE VIOLATION : arg != NULL - In File : product/x/KFThread - At Line : 156";
     const std::vector<CrashReport> reports = read(m_before + traceLine("10:00:00-004", "| SIGNAL_FILTER") +
                                                   traceLine("10:00:00-004", "| | >> [E] " + cause) + OBJECTS);
-    EXPECT_EQ(cause, reports.at(0).cause);
+    EXPECT_EQ(reports.at(0).cause, cause);
     EXPECT_THAT(jsonOf(reports[0])["meaning"].get<std::string>(), HasSubstr("did not hold"));
 }
 

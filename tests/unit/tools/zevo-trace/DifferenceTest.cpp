@@ -39,31 +39,31 @@ TEST(DifferenceTest, NoneBetweenEqualTrees) {
     EXPECT_FALSE(partingOf({"a", "  >x", "  b"}, {"a", "  >x", "  b"}).has_value());
     std::string text;
     tell(std::nullopt, Zevo::Colours(false), [&](std::string_view part) { text += part; });
-    EXPECT_EQ("The call trees are the same, and so are the messages.\n", text);
+    EXPECT_EQ(text, "The call trees are the same, and so are the messages.\n");
 }
 
 TEST(DifferenceTest, TheFirstCallThatDiffersAndWhereItIs) {
     const auto parting =
         partingOf({"a", "  b", "    c", "  d", "    e"}, {"a", "  b", "    c", "  d", "    f"});
     ASSERT_TRUE(parting.has_value());
-    EXPECT_EQ(4u, parting->steps);
-    EXPECT_EQ("e", parting->good->text);
-    EXPECT_EQ("f", parting->bad->text);
+    EXPECT_EQ(parting->steps, 4u);
+    EXPECT_EQ(parting->good->text, "e");
+    EXPECT_EQ(parting->bad->text, "f");
     ASSERT_THAT(parting->common, SizeIs(2));
-    EXPECT_EQ("a", parting->common[0].text);
-    EXPECT_EQ("d", parting->common[1].text) << "b and c have returned";
+    EXPECT_EQ(parting->common[0].text, "a");
+    EXPECT_EQ(parting->common[1].text, "d") << "b and c have returned";
 }
 
 TEST(DifferenceTest, AnotherDepthIsADifference) {
     const auto parting = partingOf({"a", "  b", "    c"}, {"a", "  b", "  c"});
     ASSERT_TRUE(parting.has_value());
-    EXPECT_EQ(2u, parting->steps);
+    EXPECT_EQ(parting->steps, 2u);
 }
 
 TEST(DifferenceTest, ATraceThatEndsBefore) {
     const auto parting = partingOf({"a", "  b"}, {"a"});
     ASSERT_TRUE(parting.has_value());
-    EXPECT_EQ("b", parting->good->text);
+    EXPECT_EQ(parting->good->text, "b");
     EXPECT_FALSE(parting->bad.has_value());
     EXPECT_TRUE(jsonOf(parting)["bad"].is_null());
 }
@@ -72,10 +72,10 @@ TEST(DifferenceTest, MessagesThatDifferOnTheWay) {
     const auto parting = partingOf({"a", "  >one", "  b"}, {"a", "  >two", "  >three", "  b"});
     ASSERT_TRUE(parting.has_value());
     EXPECT_FALSE(parting->good.has_value());
-    EXPECT_EQ(2u, parting->differentMessages);
-    EXPECT_EQ("one", parting->messages[0].first.text);
-    EXPECT_EQ("two", parting->messages[0].second.text);
-    EXPECT_EQ(0, parting->messages[1].first.level);
+    EXPECT_EQ(parting->differentMessages, 2u);
+    EXPECT_EQ(parting->messages[0].first.text, "one");
+    EXPECT_EQ(parting->messages[0].second.text, "two");
+    EXPECT_EQ(parting->messages[1].first.level, 0);
 }
 
 TEST(DifferenceTest, AddressesInMessagesAreNoDifference) {
@@ -90,7 +90,7 @@ TEST(DifferenceTest, ManyMessagesAreCountedNotListed) {
         bad.push_back("  >y");
     }
     const auto parting = partingOf(good, bad);
-    EXPECT_EQ(100u, parting->differentMessages);
+    EXPECT_EQ(parting->differentMessages, 100u);
     EXPECT_THAT(parting->messages, SizeIs(5));
 }
 
@@ -115,8 +115,8 @@ TEST(DifferenceTest, SlowerCallsTheLargestDifferenceFirst) {
     const auto good = summaryOf("good_0.txt", 10, 10), bad = summaryOf("bad_0.txt", 12, 50);
     const std::vector<Zevo::Slower> slower = findSlower(*good, *bad);
     ASSERT_THAT(slower, SizeIs(2));
-    EXPECT_EQ("b", slower[0].call);
-    EXPECT_EQ(50, slower[0].badMean);
-    EXPECT_EQ("a", slower[1].call);
+    EXPECT_EQ(slower[0].call, "b");
+    EXPECT_EQ(slower[0].badMean, 50);
+    EXPECT_EQ(slower[1].call, "a");
     EXPECT_THAT(findSlower(*bad, *good), IsEmpty());
 }

@@ -106,43 +106,43 @@ TEST_F(ExportTest, SpeedscopeBeginsWithTheLastRunOfMain) {
 
 TEST_F(ExportTest, SpeedscopeHasAProfileForEachThread) {
     const json file = speedscope();
-    EXPECT_EQ("https://www.speedscope.app/file-format-schema.json", file["$schema"]);
-    EXPECT_EQ("a title", file["name"]);
-    ASSERT_EQ(2u, file["profiles"].size());
+    EXPECT_EQ(file["$schema"], "https://www.speedscope.app/file-format-schema.json");
+    EXPECT_EQ(file["name"], "a title");
+    ASSERT_EQ(file["profiles"].size(), 2u);
     const json& main = file["profiles"][0];
-    EXPECT_EQ("evented", main["type"]);
-    EXPECT_EQ("microseconds", main["unit"]);
-    EXPECT_EQ("run 1, MAIN (2 calls never returned, innermost: c)", main["name"]);
-    EXPECT_EQ(0, main["startValue"]);
-    EXPECT_EQ(7000, main["endValue"]);
+    EXPECT_EQ(main["type"], "evented");
+    EXPECT_EQ(main["unit"], "microseconds");
+    EXPECT_EQ(main["name"], "run 1, MAIN (2 calls never returned, innermost: c)");
+    EXPECT_EQ(main["startValue"], 0);
+    EXPECT_EQ(main["endValue"], 7000);
     std::string events;
     for (const json& event : main["events"])
         events += event["type"].get<std::string>() +
                   file["shared"]["frames"][event["frame"].get<std::size_t>()]["name"].get<std::string>() +
                   " ";
-    EXPECT_EQ("Oa Ob Cb Oc Cc Ca ", events);
+    EXPECT_EQ(events, "Oa Ob Cb Oc Cc Ca ");
 }
 
 TEST_F(ExportTest, EveryLineOfTheJournalIsAJsonLine) {
     m_files.write("log_0.txt", "[10:00:00-001][ERROR  ] trouble\n", at(10, 0, 0.5));
     const std::vector<json> lines = jsonLines();
-    ASSERT_EQ(7u, lines.size());
-    EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
+    ASSERT_EQ(lines.size(), 7u);
+    EXPECT_EQ(lines[0],
+              json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
                               "modem":null,"line":1,"time":"2026-01-15T10:00:00.000","elapsed":0,
                               "thread":"MAIN","depth":0,"call":"a","kind":"call","duration":null,
-                              "level":null,"number":null,"text":null})"),
-              lines[0]);
-    EXPECT_EQ(json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
+                              "level":null,"number":null,"text":null})"));
+    EXPECT_EQ(lines[1],
+              json::parse(R"({"machine":"m1","run":1,"started":"2026-01-15T10:00:00.000","version":null,
                               "modem":null,"line":2,"time":"2026-01-15T10:00:00.001","elapsed":1,
                               "thread":null,"depth":0,"call":null,"kind":"log","duration":null,
-                              "level":"E","number":null,"text":"trouble"})"),
-              lines[1]);
-    EXPECT_EQ("b", lines[3]["call"]) << "a message names its call";
-    EXPECT_EQ(1, lines[3]["depth"]);
-    EXPECT_EQ("exit", lines[5]["kind"]);
-    EXPECT_EQ(1, lines[5]["depth"]) << "the call's own depth";
-    EXPECT_EQ(3, lines[5]["duration"]);
-    EXPECT_EQ(7, lines[6]["line"]);
+                              "level":"E","number":null,"text":"trouble"})"));
+    EXPECT_EQ(lines[3]["call"], "b") << "a message names its call";
+    EXPECT_EQ(lines[3]["depth"], 1);
+    EXPECT_EQ(lines[5]["kind"], "exit");
+    EXPECT_EQ(lines[5]["depth"], 1) << "the call's own depth";
+    EXPECT_EQ(lines[5]["duration"], 3);
+    EXPECT_EQ(lines[6]["line"], 7);
 }
 
 TEST_F(ExportTest, AJsonLineNamesWhatItsRunHasToldSoFar) {

@@ -45,77 +45,77 @@ protected:
 } // namespace
 
 TEST_F(FilterTest, WithoutRulesEverythingIsWanted) {
-    EXPECT_EQ("A12B35(B)4C(A)", wanted({}));
+    EXPECT_EQ(wanted({}), "A12B35(B)4C(A)");
 }
 
 TEST_F(FilterTest, AThreadIsNamedAsInTheTracersConfiguration) {
     FilterRules rules;
     rules.threads = {"Work*"};
-    EXPECT_EQ("C", wanted(rules));
+    EXPECT_EQ(wanted(rules), "C");
     rules.threads = {"*AIN", "Worker"};
-    EXPECT_EQ("A12B3(B)4C(A)", wanted(rules)) << "the log has no threads";
+    EXPECT_EQ(wanted(rules), "A12B3(B)4C(A)") << "the log has no threads";
 }
 
 TEST_F(FilterTest, ACallComesWithItsMessagesOnly) {
     FilterRules rules;
     rules.calls = {"A::*"};
-    EXPECT_EQ("A124(A)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "A124(A)");
     rules.calls = {"*::read"};
-    EXPECT_EQ("B3(B)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "B3(B)");
 }
 
 TEST_F(FilterTest, ADashHidesACallAsInTheTracersConfiguration) {
     FilterRules rules;
     rules.calls = {"*", "-*::re*"};
-    EXPECT_EQ("A124C(A)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "A124C(A)");
     rules.calls = {"-A::*"};
-    EXPECT_EQ("B3(B)C", wanted(rules)) << "hiding alone leaves all others";
+    EXPECT_EQ(wanted(rules), "B3(B)C") << "hiding alone leaves all others";
 }
 
 TEST_F(FilterTest, WithinACallIsEverythingThatItDoes) {
     FilterRules rules;
     rules.within = {"B::read"};
-    EXPECT_EQ("B3(B)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "B3(B)");
     rules.within = {"A::run"};
-    EXPECT_EQ("A12B3(B)4(A)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "A12B3(B)4(A)");
 }
 
 TEST_F(FilterTest, LevelsChooseMessagesOfTraceAndLog) {
     FilterRules rules;
     rules.levels = Zevo::levelsOf("error,W");
-    EXPECT_EQ("354", wanted(rules));
+    EXPECT_EQ(wanted(rules), "354");
     rules.levels = Zevo::levelsOf("debug");
-    EXPECT_EQ("12", wanted(rules)) << "the text that goes on with a message goes with it";
+    EXPECT_EQ(wanted(rules), "12") << "the text that goes on with a message goes with it";
     EXPECT_THROW(Zevo::levelsOf("errors"), Zevo::UsageError);
 }
 
 TEST_F(FilterTest, TextIsFoundInAnyLetterCase) {
     FilterRules rules;
     rules.texts = {"ERROR", "odd"};
-    EXPECT_EQ("354", wanted(rules));
+    EXPECT_EQ(wanted(rules), "354");
 }
 
 TEST_F(FilterTest, TimesAreAsExactAsTheyAreWritten) {
     FilterRules rules;
     rules.from = TimeBound("10:00:02");
     rules.to = TimeBound("10:00:03");
-    EXPECT_EQ("B35", wanted(rules)) << "a second is a whole one";
+    EXPECT_EQ(wanted(rules), "B35") << "a second is a whole one";
     rules.to = TimeBound("10:00:03-000");
-    EXPECT_EQ("B3", wanted(rules));
+    EXPECT_EQ(wanted(rules), "B3");
     rules.from = TimeBound("10:01");
     rules.to = TimeBound("10:01");
-    EXPECT_EQ("4", wanted(rules));
+    EXPECT_EQ(wanted(rules), "4");
 }
 
 TEST_F(FilterTest, ADateIsComparedToo) {
     FilterRules rules;
     rules.from = TimeBound("2026-01-15 10:02");
-    EXPECT_EQ("C(A)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "C(A)");
     rules.from = TimeBound("2026-01-16");
-    EXPECT_EQ("", wanted(rules));
+    EXPECT_EQ(wanted(rules), "");
     rules.from = TimeBound("2026-01-14T23:00:00.000");
     rules.to = TimeBound("2026-01-15");
-    EXPECT_EQ("A12B35(B)4C(A)", wanted(rules));
+    EXPECT_EQ(wanted(rules), "A12B35(B)4C(A)");
 }
 
 TEST_F(FilterTest, WhatIsNoTimeIsRefused) {

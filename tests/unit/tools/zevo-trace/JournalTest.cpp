@@ -34,7 +34,7 @@ TEST_F(JournalTest, MergesTraceAndLogOnTime) {
                   "[10:00:00-001][LEVEL_0] 1\n[10:00:00-002][LEVEL_0] 2\n[10:00:00-009][LEVEL_0] 3\n",
                   at(10, 0, 0.3));
     const ReadJournal journal({m_files.path()});
-    EXPECT_EQ("a1b2c3", shortened(journal)) << "of two with the same time the trace's comes first";
+    EXPECT_EQ(shortened(journal), "a1b2c3") << "of two with the same time the trace's comes first";
     EXPECT_THAT(journal.runs, ElementsAre(1, 1, 1, 1, 1, 1));
     EXPECT_THAT(journal.notes, IsEmpty());
 }
@@ -43,7 +43,7 @@ TEST_F(JournalTest, AcrossMidnight) {
     m_files.write("trace_0.txt", traceLine("23:59:59-999", "a") + traceLine("00:00:00-500", "b"),
                   at(0, 0, 0.6));
     m_files.write("logger_0.txt", "[23:59:59-000][LEVEL_0] 1\n[00:00:00-200][LEVEL_0] 2\n", at(0, 0, 0.6));
-    EXPECT_EQ("1a2b", shortened(ReadJournal({m_files.path()})));
+    EXPECT_EQ(shortened(ReadJournal({m_files.path()})), "1a2b");
 }
 
 TEST_F(JournalTest, LinesWithoutATimeStayBehindTheirLine) {
@@ -51,14 +51,14 @@ TEST_F(JournalTest, LinesWithoutATimeStayBehindTheirLine) {
                   traceLine("10:00:00-000", ">> [D] a") + "b\n" + traceLine("10:00:00-002", "c"),
                   at(10, 0, 0.3));
     m_files.write("logger_0.txt", "[10:00:00-001][LEVEL_0] 1\n", at(10, 0, 0.3));
-    EXPECT_EQ("ab1c", shortened(ReadJournal({m_files.path()})));
+    EXPECT_EQ(shortened(ReadJournal({m_files.path()})), "ab1c");
 }
 
 TEST_F(JournalTest, ATraceWithoutTimesIsNotMerged) {
     m_files.write("trace_0.txt", "[th_7    ][MAIN           ]a\n", at(10, 0, 0.3));
     m_files.write("logger_0.txt", "[10:00:00-001][LEVEL_0] 1\n", at(10, 0, 0.3));
     const ReadJournal journal({m_files.path()});
-    EXPECT_EQ("a1", shortened(journal));
+    EXPECT_EQ(shortened(journal), "a1");
     EXPECT_THAT(journal.notes, ElementsAre(HasSubstr("cannot be merged on time")));
 }
 
@@ -69,7 +69,7 @@ TEST_F(JournalTest, CountsTheRunsOfTheTraceAndTheLogBelongsToThem) {
                   "[09:00:00-000][LEVEL_0] 0\n[10:00:00-001][LEVEL_0] 1\n[11:00:00-001][LEVEL_0] 2\n",
                   at(11, 0, 0.3));
     const ReadJournal journal({m_files.path()});
-    EXPECT_EQ("0a1b2", shortened(journal));
+    EXPECT_EQ(shortened(journal), "0a1b2");
     EXPECT_THAT(journal.runs, ElementsAre(0, 1, 1, 2, 2));
 }
 
@@ -97,7 +97,7 @@ TEST_F(JournalTest, TornAndCutLinesAreToldAndStay) {
                       "[10:00:00-002][th_7  ",
                   at(10, 0, 0.3));
     const ReadJournal journal({m_files.path()});
-    EXPECT_EQ("a?b ", shortened(journal));
+    EXPECT_EQ(shortened(journal), "a?b ");
     EXPECT_THAT(journal.damages,
                 ElementsAre((m_files / "trace_0.txt") + ":2: the line is torn, or belongs to something else",
                             (m_files / "trace_0.txt") + ":4: the line is cut: the file ends in it"));
@@ -112,8 +112,8 @@ TEST_F(JournalTest, TellsWhereItsLastWholeLinesEnd) {
     for (Zevo::JournalLine line; journal.next(line);) {
     }
     ASSERT_THAT(journal.ends(), SizeIs(1));
-    EXPECT_EQ(m_files / "trace_1.txt", journal.ends()[0].path);
-    EXPECT_EQ(second.size(), journal.ends()[0].position);
+    EXPECT_EQ(journal.ends()[0].path, m_files / "trace_1.txt");
+    EXPECT_EQ(journal.ends()[0].position, second.size());
 }
 
 TEST_F(JournalTest, ManyTornLinesAreCountedNotListed) {

@@ -31,7 +31,7 @@ TEST_F(LineReaderTest, HandsLinesOverWithoutTheirLineFeeds) {
     EXPECT_THAT(linesOf(reader), ElementsAre("one", "", "three"));
     std::string_view rest;
     EXPECT_FALSE(reader.takeRest(rest));
-    EXPECT_EQ(11u, reader.position());
+    EXPECT_EQ(reader.position(), 11u);
 }
 
 TEST_F(LineReaderTest, KeepsALastLineWithoutItsEnd) {
@@ -39,7 +39,7 @@ TEST_F(LineReaderTest, KeepsALastLineWithoutItsEnd) {
     EXPECT_THAT(linesOf(reader), ElementsAre("one"));
     std::string_view rest;
     ASSERT_TRUE(reader.takeRest(rest));
-    EXPECT_EQ("tw", rest);
+    EXPECT_EQ(rest, "tw");
     EXPECT_FALSE(reader.takeRest(rest));
 }
 
@@ -53,8 +53,8 @@ TEST_F(LineReaderTest, SeesWhatIsWrittenLater) {
 TEST_F(LineReaderTest, BeginsWhereItIsTold) {
     LineReader reader(fileWith("one\ntwo\nthr"), 4);
     EXPECT_THAT(linesOf(reader), ElementsAre("two"));
-    EXPECT_EQ(11u, reader.position());
-    EXPECT_EQ(8u, reader.handedOver());
+    EXPECT_EQ(reader.position(), 11u);
+    EXPECT_EQ(reader.handedOver(), 8u);
 }
 
 TEST_F(LineReaderTest, LinesAcrossItsBufferAreWhole) {
@@ -65,15 +65,15 @@ TEST_F(LineReaderTest, LinesAcrossItsBufferAreWhole) {
         text += expected.back() + "\n";
     }
     LineReader reader(fileWith(text));
-    EXPECT_EQ(expected, linesOf(reader));
+    EXPECT_EQ(linesOf(reader), expected);
 }
 
 TEST_F(LineReaderTest, ALineWithoutEndTakesNoMoreMemory) {
     LineReader reader(fileWith(std::string(5 * LineReader::LONGEST_LINE + 7, 'x') + "\n"));
     const std::vector<std::string> lines = linesOf(reader);
-    ASSERT_EQ(6u, lines.size());
-    EXPECT_EQ(LineReader::LONGEST_LINE, lines[4].size());
-    EXPECT_EQ(7u, lines[5].size());
+    ASSERT_EQ(lines.size(), 6u);
+    EXPECT_EQ(lines[4].size(), LineReader::LONGEST_LINE);
+    EXPECT_EQ(lines[5].size(), 7u);
 }
 
 TEST_F(LineReaderTest, TellsWhatCannotBeRead) {
@@ -81,7 +81,7 @@ TEST_F(LineReaderTest, TellsWhatCannotBeRead) {
         LineReader reader(m_files / "none");
         FAIL();
     } catch (const std::runtime_error& error) {
-        EXPECT_EQ((m_files / "none") + ": cannot be read: No such file or directory", error.what());
+        EXPECT_EQ(error.what(), (m_files / "none") + ": cannot be read: No such file or directory");
     }
     LineReader folder(m_files.path());
     std::string_view line;

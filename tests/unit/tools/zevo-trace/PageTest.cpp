@@ -109,7 +109,7 @@ TEST_F(PageTest, HandsTheProfileOverPacked) {
         std::string profile;
         for (std::size_t i = 0; i < size; ++i)
             profile += static_cast<char>('a' + i * i * 31 % 251 % 26);
-        EXPECT_EQ(profile, profileIn(pageOf(profile))) << size;
+        EXPECT_EQ(profileIn(pageOf(profile)), profile) << size;
     }
 }
 
@@ -117,7 +117,7 @@ TEST_F(PageTest, OfTheSameTraceIsTheSamePage) {
     EXPECT_EQ(pageOf("{}"), pageOf("{}"));
     const std::string packed = pageOf("{}");
     const std::string begin = ".gz\", \"";
-    EXPECT_EQ(std::string(4, '\0'), fromBase64(packed.substr(packed.find(begin) + begin.size())).substr(4, 4))
+    EXPECT_EQ(fromBase64(packed.substr(packed.find(begin) + begin.size())).substr(4, 4), std::string(4, '\0'))
         << "no time of packing";
 }
 
@@ -132,16 +132,15 @@ TEST_F(PageTest, WithoutTheViewerItIsToldHowToGetIt) {
     for (const char* const name :
          {"index.html", "a.css", "a.js", "a.woff2", "LICENSE", "source-code-pro.LICENSE.md"}) {
         const std::string path = m_files / name;
-        ASSERT_EQ(0, std::rename(path.c_str(), (path + ".away").c_str()));
+        ASSERT_EQ(std::rename(path.c_str(), (path + ".away").c_str()), 0);
         EXPECT_THAT(complaint(), AllOf(StartsWith(path + " cannot be read: "), HasSubstr("./zevo test")));
-        ASSERT_EQ(0, std::rename((path + ".away").c_str(), path.c_str()));
+        ASSERT_EQ(std::rename((path + ".away").c_str(), path.c_str()), 0);
     }
-    EXPECT_EQ("none", complaint());
+    EXPECT_EQ(complaint(), "none");
 }
 
 TEST_F(PageTest, AViewerOfAnotherFormIsRefused) {
     write("index.html", "<script type=\"module\" src=\"a.js\"></script>");
-    EXPECT_EQ(m_files.path() + "/index.html is not one of the viewer's that this program knows: "
-                               "<link rel=\"stylesheet\" href=\"...\"> is expected in it",
-              complaint());
+    EXPECT_EQ(complaint(), m_files.path() + "/index.html is not one of the viewer's that this program knows: "
+                                            "<link rel=\"stylesheet\" href=\"...\"> is expected in it");
 }

@@ -62,11 +62,11 @@ protected:
 TEST_F(ProgramTest, TellsItsVersionAndItsHelp) {
     EXPECT_THAT(run("--version").output, HasSubstr("zevo-trace "));
     const Result help = run("--help");
-    EXPECT_EQ(0, help.status);
+    EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.output, HasSubstr("Exit status: 0 all is fine, 1 problems found, 2 wrong usage."));
     for (const char* const command : {"show", "why", "summary", "diff", "crash", "export", "view"}) {
         EXPECT_THAT(help.output, HasSubstr(command));
-        EXPECT_EQ(0, run(std::string(command) + " --help").status);
+        EXPECT_EQ(run(std::string(command) + " --help").status, 0);
     }
 }
 
@@ -75,60 +75,61 @@ TEST_F(ProgramTest, WrongUsageHasItsOwnStatus) {
          {"", "shows", "show --colour", "show --from noon .", "show --level errors .", "why --run 0 .",
           "why --run 9 .", "diff .", "diff - .", "export .", "export --chrome --speedscope .",
           "summary --run 7 .", "diff --thread nobody . .", "view .", "view --run 7 --out page.html ."})
-        EXPECT_EQ(2, run(words).status) << words;
+        EXPECT_EQ(run(words).status, 2) << words;
 }
 
 TEST_F(ProgramTest, WhatCannotBeReadIsAProblem) {
     const Result result = run("show nowhere");
-    EXPECT_EQ(1, result.status);
-    EXPECT_EQ("zevo-trace: nowhere: cannot be read: No such file or directory\n", result.complaints);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.complaints, "zevo-trace: nowhere: cannot be read: No such file or directory\n");
     for (const char* const form : {"--chrome", "--speedscope", "--json-lines"})
-        EXPECT_EQ("", run(std::string("export ") + form + " nowhere").output) << form;
+        EXPECT_EQ(run(std::string("export ") + form + " nowhere").output, "") << form;
 }
 
 TEST_F(ProgramTest, WithoutAPathTheUsersLogFolderIsRead) {
-    EXPECT_EQ(1, run("show").status);
+    EXPECT_EQ(run("show").status, 1);
     EXPECT_THAT(run("why").complaints, AllOf(HasSubstr("/data/Ferrow/*/Logs"), HasSubstr("ID.txt")));
-    ASSERT_EQ(0, std::system(("mkdir -p '" + m_files.path() + "/data/Ferrow/code/Logs' && cp -p '" +
-                              m_files.path() + "/trace_0.txt' '" + m_files.path() + "/data/Ferrow/code/Logs'")
-                                 .c_str()));
+    ASSERT_EQ(std::system(("mkdir -p '" + m_files.path() + "/data/Ferrow/code/Logs' && cp -p '" +
+                           m_files.path() + "/trace_0.txt' '" + m_files.path() + "/data/Ferrow/code/Logs'")
+                              .c_str()),
+              0);
     const Result result = run("show");
-    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.output, HasSubstr("ZevoLauncher::Main"));
 }
 
 TEST_F(ProgramTest, AnEmptyFolderIsExplained) {
-    ASSERT_EQ(0, std::system(("mkdir '" + m_files.path() + "/empty'").c_str()));
+    ASSERT_EQ(std::system(("mkdir '" + m_files.path() + "/empty'").c_str()), 0);
     const Result result = run("why empty");
-    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.complaints, HasSubstr("no trace and no log in empty"));
 }
 
 TEST_F(ProgramTest, ShowsFoldersFilesAndStandardInput) {
     const std::string text = textOf("trace_0.txt");
-    EXPECT_EQ(text, run("show .").output);
-    EXPECT_EQ(text, run("show trace_0.txt").output);
-    EXPECT_EQ(text, run("show - <trace_0.txt").output);
+    EXPECT_EQ(run("show .").output, text);
+    EXPECT_EQ(run("show trace_0.txt").output, text);
+    EXPECT_EQ(run("show - <trace_0.txt").output, text);
 }
 
 TEST_F(ProgramTest, EveryCommandReadsBundles) {
     struct stat status = {};
-    ASSERT_EQ(0, stat((m_files / "trace_0.txt").c_str(), &status));
+    ASSERT_EQ(stat((m_files / "trace_0.txt").c_str(), &status), 0);
     Zevo::writeBundle(
         m_files / "ticket.tar.gz",
         {{"manifest.txt", "all\n", 0}, {"logs/trace_0.txt", textOf("trace_0.txt"), status.st_mtim.tv_sec}});
-    EXPECT_EQ(textOf("trace_0.txt"), run("show ticket.tar.gz").output);
-    EXPECT_EQ(0, run("diff trace_0.txt ticket.tar.gz").status);
+    EXPECT_EQ(run("show ticket.tar.gz").output, textOf("trace_0.txt"));
+    EXPECT_EQ(run("diff trace_0.txt ticket.tar.gz").status, 0);
     for (const char* const command : {"why", "summary", "crash", "export --json-lines"})
-        EXPECT_EQ(run(std::string(command) + " trace_0.txt").output,
-                  run(std::string(command) + " ticket.tar.gz").output)
+        EXPECT_EQ(run(std::string(command) + " ticket.tar.gz").output,
+                  run(std::string(command) + " trace_0.txt").output)
             << command;
-    EXPECT_EQ(0, run("view ticket.tar.gz --out page.html").status);
+    EXPECT_EQ(run("view ticket.tar.gz --out page.html").status, 0);
     const Result followed = run("show -f ticket.tar.gz");
-    EXPECT_EQ(2, followed.status);
+    EXPECT_EQ(followed.status, 2);
     EXPECT_THAT(followed.complaints, HasSubstr("a bundle cannot be followed"));
     const Result piped = run("show - <ticket.tar.gz");
-    EXPECT_EQ(1, piped.status);
+    EXPECT_EQ(piped.status, 1);
     EXPECT_THAT(piped.complaints, HasSubstr("standard input is packed; give the bundle by its name"));
 }
 
@@ -145,8 +146,8 @@ TEST_F(ProgramTest, OptionsTakeOneWordEach) {
 }
 
 TEST_F(ProgramTest, JsonIsAllThatStandsOnStandardOutput) {
-    EXPECT_EQ(1, nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"]);
-    EXPECT_EQ(2u, nlohmann::json::parse(run("summary --json .").output)["calls"].size());
+    EXPECT_EQ(nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"], 1);
+    EXPECT_EQ(nlohmann::json::parse(run("summary --json .").output)["calls"].size(), 2u);
     EXPECT_TRUE(nlohmann::json::parse(run("crash --json .").output)["reports"].empty());
     EXPECT_TRUE(nlohmann::json::parse(run("diff --json . .").output)["parting"].is_null());
     EXPECT_TRUE(nlohmann::json::parse(run("export --chrome .").output).contains("traceEvents"));
@@ -157,36 +158,36 @@ TEST_F(ProgramTest, JsonIsAllThatStandsOnStandardOutput) {
 
 TEST_F(ProgramTest, ViewWritesAPageAndNoFileOver) {
     const Result result = run("view . --out page.html");
-    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.complaints, Not(HasSubstr("page")));
-    EXPECT_EQ("", result.output);
+    EXPECT_EQ(result.output, "");
     const std::string page = textOf("page.html");
     EXPECT_THAT(page, AllOf(HasSubstr("speedscope"), HasSubstr("</html>")));
     const Result again = run("view . --out page.html");
-    EXPECT_EQ(2, again.status);
-    EXPECT_EQ("zevo-trace: page.html is there already; give another file\n", again.complaints);
-    EXPECT_EQ(page, textOf("page.html"));
+    EXPECT_EQ(again.status, 2);
+    EXPECT_EQ(again.complaints, "zevo-trace: page.html is there already; give another file\n");
+    EXPECT_EQ(textOf("page.html"), page);
 }
 
 TEST_F(ProgramTest, ViewLeavesNothingBehindWhereThereIsNothingToShow) {
     m_files.write("log_0.txt", "[10:00:00-000][LEVEL_0] Starting\n", at(10, 0, 0));
     const Result result = run("view log_0.txt --out page.html");
-    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.complaints, HasSubstr("there is no call to show"));
     EXPECT_NE(0, access((m_files / "page.html").c_str(), F_OK));
 }
 
 TEST_F(ProgramTest, StatusesTellWhatWasFound) {
-    EXPECT_EQ(1, run("why .").status) << "nothing was started";
-    EXPECT_EQ(0, run("crash .").status);
-    EXPECT_EQ(0, run("diff . .").status);
-    EXPECT_EQ(0, run("summary .").status);
+    EXPECT_EQ(run("why .").status, 1) << "nothing was started";
+    EXPECT_EQ(run("crash .").status, 0);
+    EXPECT_EQ(run("diff . .").status, 0);
+    EXPECT_EQ(run("summary .").status, 0);
     m_files.write("crashed.txt",
                   traceLine("10:00:00-000", "a") + traceLine("10:00:00-001", "| SIGNAL_FILTER") +
                       traceLine("10:00:00-001", "| | >> [E] SIGNAL_ABORT"),
                   at(10, 0, 1));
-    EXPECT_EQ(1, run("crash crashed.txt").status);
-    EXPECT_EQ(1, run("diff . crashed.txt").status);
+    EXPECT_EQ(run("crash crashed.txt").status, 1);
+    EXPECT_EQ(run("diff . crashed.txt").status, 1);
 }
 
 TEST_F(ProgramTest, ALastRunIsComparedAndTold) {
@@ -194,9 +195,9 @@ TEST_F(ProgramTest, ALastRunIsComparedAndTold) {
     const std::string all = run("show .").output;
     EXPECT_THAT(all, AllOf(HasSubstr("==== run 2, 2026-01-15\n"), HasSubstr("[th_3    ]")));
     EXPECT_THAT(run("show --run 2 .").output, Not(HasSubstr("[th_3    ]")));
-    EXPECT_EQ(2, nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"]);
-    EXPECT_EQ(2u, nlohmann::json::parse(run("why --json --all .").output)["runs"].size());
-    EXPECT_EQ(0, run("diff . trace_0.txt").status);
+    EXPECT_EQ(nlohmann::json::parse(run("why --json .").output)["runs"][0]["run"], 2);
+    EXPECT_EQ(nlohmann::json::parse(run("why --json --all .").output)["runs"].size(), 2u);
+    EXPECT_EQ(run("diff . trace_0.txt").status, 0);
 }
 
 TEST_F(ProgramTest, NoColoursInAFile) {
@@ -208,7 +209,7 @@ TEST_F(ProgramTest, FollowsWhatIsWritten) {
     const std::string command =
         std::string("exec ") + ZEVO_TRACE_PROGRAM + " show -f --call work " + m_files.path() + " 2>&1";
     int ends[2];
-    ASSERT_EQ(0, pipe(ends));
+    ASSERT_EQ(pipe(ends), 0);
     const pid_t program = fork();
     if (program == 0) {
         dup2(ends[1], STDOUT_FILENO);
@@ -230,7 +231,7 @@ TEST_F(ProgramTest, FollowsWhatIsWritten) {
     std::ofstream(m_files / "trace_0.txt", std::ios::app) << traceLine("10:00:01-000", "| work");
     while (!line.empty() && line.find("10:00:01-000") == std::string::npos)
         line = nextLine();
-    EXPECT_EQ(traceLine("10:00:01-000", "| work"), line);
+    EXPECT_EQ(line, traceLine("10:00:01-000", "| work"));
     kill(program, SIGTERM);
     waitpid(program, nullptr, 0);
     std::fclose(output);
@@ -239,7 +240,7 @@ TEST_F(ProgramTest, FollowsWhatIsWritten) {
 TEST_F(ProgramTest, AnEmptyTraceHasEveryReasonTold) {
     m_files.write("trace_0.txt", "", at(10, 0, 1));
     const Result result = run("why .");
-    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.complaints,
                 AllOf(HasSubstr("did not run with this folder"), HasSubstr("switches both off"),
                       HasSubstr("hides every thread or call"),
@@ -250,7 +251,7 @@ TEST_F(ProgramTest, ALogAloneDoesNotTellWhy) {
     m_files.write("trace_0.txt", "", at(10, 0, 1));
     m_files.write("log_0.txt", "[10:00:00-001][LEVEL_0]  * Product Name : Quillmarsh\n", at(10, 0, 1));
     const Result result = run("why .");
-    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.complaints, HasSubstr("no trace in ., only a log, which does not tell: "));
 }
 
@@ -259,7 +260,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoPartOfAParquetFile) {
     m_files.write("node", "#!/bin/sh\ntrap '' INT\necho $$ > writer\necho half > \"$3\"\nexec sleep 1000\n",
                   at(10, 0, 1));
     chmod((m_files / "node").c_str(), 0700);
-    ASSERT_EQ(0, mkfifo((m_files / "input").c_str(), 0600));
+    ASSERT_EQ(mkfifo((m_files / "input").c_str(), 0600), 0);
     const pid_t program = fork();
     if (program == 0) {
         const std::string path = m_files.path() + ":" + std::getenv("PATH");
@@ -273,7 +274,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoPartOfAParquetFile) {
     const pid_t writer = std::stoi(textOf("writer"));
     kill(program, SIGINT);
     int status = 0;
-    ASSERT_EQ(program, waitpid(program, &status, 0));
+    ASSERT_EQ(waitpid(program, &status, 0), program);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
     EXPECT_NE(0, access((m_files / "events.parquet.part").c_str(), F_OK));
     EXPECT_NE(0, kill(writer, 0));
@@ -285,10 +286,10 @@ TEST_F(ProgramTest, ABombIsNoBundle) {
         entries.push_back({"logs/file_" + std::to_string(i) + ".txt", "", 0});
     Zevo::writeBundle(m_files / "bomb.tar.gz", entries);
     const Result result = run("why bomb.tar.gz");
-    EXPECT_EQ(1, result.status);
-    EXPECT_EQ("zevo-trace: bomb.tar.gz: holds more than 1000 files; unpack what is needed of it, and name "
-              "the folder\n",
-              result.complaints);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.complaints,
+              "zevo-trace: bomb.tar.gz: holds more than 1000 files; unpack what is needed of it, and name "
+              "the folder\n");
 }
 
 TEST_F(ProgramTest, EveryOptionIsInTheManualAndInTheCompletions) {

@@ -17,7 +17,7 @@ protected:
     /// The one ring of the folder.
     Ring ring() {
         std::vector<Ring> rings = findRings({m_files.path()}, m_notes);
-        EXPECT_EQ(1u, rings.size());
+        EXPECT_EQ(rings.size(), 1u);
         return rings.empty() ? Ring() : rings[0];
     }
     static std::vector<long> indicesOf(const Ring& ring) {
@@ -87,7 +87,7 @@ TEST_F(RingTest, FilesOfAnEarlierDayComeFirst) {
     m_files.write("trace_1.txt", traceLine("23:00:00-000", "call"), at(23, 0, 0.1) - 24 * 3600);
     const Ring found = ring();
     EXPECT_THAT(indicesOf(found), ElementsAre(1, 0));
-    EXPECT_EQ(Zevo::DAY, found.files[1].firstDay - found.files[0].firstDay);
+    EXPECT_EQ(found.files[1].firstDay - found.files[0].firstDay, Zevo::DAY);
 }
 
 TEST_F(RingTest, AStartBehindACrashIsAStartEvenWithTheSameThreadNumber) {
@@ -107,21 +107,21 @@ TEST_F(RingTest, MidnightsInAFileAreCountedBackFromItsTime) {
                       traceLine("23:00:00-000", "c") + traceLine("01:00:00-000", "d"),
                   at(1, 0, 0.1));
     const Ring found = ring();
-    EXPECT_EQ(2, found.files[0].facts.midnights);
+    EXPECT_EQ(found.files[0].facts.midnights, 2);
     const Zevo::Moment day = found.files[0].modified - found.files[0].modified % Zevo::DAY;
-    EXPECT_EQ(day - 2 * Zevo::DAY, found.files[0].firstDay);
+    EXPECT_EQ(found.files[0].firstDay, day - 2 * Zevo::DAY);
 }
 
 TEST_F(RingTest, ALastLineJustBeforeMidnightBelongsToTheDayBefore) {
     m_files.write("trace_0.txt", traceLine("23:59:59-900", "a"), at(0, 0, 0.6));
     const Ring found = ring();
-    EXPECT_EQ(found.files[0].modified - 600 - Zevo::DAY, found.files[0].firstDay);
+    EXPECT_EQ(found.files[0].firstDay, found.files[0].modified - 600 - Zevo::DAY);
 }
 
 TEST_F(RingTest, AnHourThatTheClockIsSetBackIsNoMidnight) {
     m_files.write("trace_0.txt", traceLine("02:59:00-000", "a") + traceLine("02:00:00-000", "b"),
                   at(2, 0, 0.1));
-    EXPECT_EQ(0, ring().files[0].facts.midnights);
+    EXPECT_EQ(ring().files[0].facts.midnights, 0);
 }
 
 TEST_F(RingTest, FilesOfAnotherTimeZoneAreInOrderToo) {
@@ -157,7 +157,7 @@ TEST_F(RingTest, TraceAndLogAreRingsOfTheirOwn) {
     write(0, 10, 0);
     m_files.write("logger_0.txt", "[10:00:00-000][LEVEL_0] text\n", at(10, 0, 0.2));
     const std::vector<Ring> rings = findRings({m_files.path()}, m_notes);
-    ASSERT_EQ(2u, rings.size());
+    ASSERT_EQ(rings.size(), 2u);
     EXPECT_FALSE(rings[0].isTrace);
     EXPECT_TRUE(rings[1].isTrace);
 }

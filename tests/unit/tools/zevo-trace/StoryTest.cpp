@@ -63,7 +63,7 @@ protected:
         for (Zevo::JournalLine next; journal.next(next);)
             teller.add(next);
         std::vector<RunStory> stories = teller.takeStories();
-        EXPECT_EQ(1u, stories.size());
+        EXPECT_EQ(stories.size(), 1u);
         return stories.empty() ? RunStory() : stories.back();
     }
     std::string told() {
@@ -87,7 +87,7 @@ TEST_F(StoryTest, StartedByAnArrival) {
     arrival(CDROM);
     attempt();
     EXPECT_TRUE(isGood());
-    EXPECT_EQ("/Applications/Quillmarsh.app was started at 10:00:05.010.", answer());
+    EXPECT_EQ(answer(), "/Applications/Quillmarsh.app was started at 10:00:05.010.");
     EXPECT_THAT(told(), AllOf(HasSubstr("12d1:1446 arrived: the CD-ROM personality that is waited for."),
                               HasSubstr("it was started (15 ms).")));
 }
@@ -99,9 +99,9 @@ TEST_F(StoryTest, ThePartsOfADeviceAreOneArrival) {
     arrival(MODEM, 10);
     message(std::string("Executable already running : ") + APPLICATION);
     const RunStory found = story();
-    ASSERT_EQ(1u, found.events.size());
-    EXPECT_EQ(2, found.events[0].notifications);
-    EXPECT_EQ(1u, found.events[0].attempts.size());
+    ASSERT_EQ(found.events.size(), 1u);
+    EXPECT_EQ(found.events[0].notifications, 2);
+    EXPECT_EQ(found.events[0].attempts.size(), 1u);
     EXPECT_TRUE(isGood());
 }
 
@@ -111,7 +111,7 @@ TEST_F(StoryTest, ALaterArrivalIsAnotherOne) {
     attempt();
     arrival(MODEM);
     message(std::string("Executable already running : ") + APPLICATION);
-    EXPECT_EQ(2u, story().events.size());
+    EXPECT_EQ(story().events.size(), 2u);
     EXPECT_THAT(told(), HasSubstr("was running already, so it was not started again"));
     EXPECT_THAT(answer(), HasSubstr("was started at 10:00:05"));
 }
@@ -122,8 +122,9 @@ TEST_F(StoryTest, AFailureIsToldInWordsAndOnce) {
     for (int part = 0; part < 4; ++part)
         attempt("FSPathMakeRef failed : status = -43");
     EXPECT_FALSE(isGood());
-    EXPECT_EQ("/Applications/Quillmarsh.app was not started: nothing lies at this path (status -43, fnfErr).",
-              answer());
+    EXPECT_EQ(
+        answer(),
+        "/Applications/Quillmarsh.app was not started: nothing lies at this path (status -43, fnfErr).");
     EXPECT_THAT(told(),
                 AllOf(HasSubstr("its start failed 4 times: nothing lies at this path (status -43, fnfErr). "
                                 "Remedy: install the application there."),
@@ -210,8 +211,8 @@ TEST_F(StoryTest, AnUnreadableConfiguration) {
     message("Error accessing ZevoLauncher parameters.", 'E');
     message("Configuration File Manager Exception : CONFIGURATIONFILEMANAGER_FILE_NOT_FOUND", 'E');
     message("hello");
-    EXPECT_EQ("Nothing was started: its configuration could not be read: Can't open file /x/Launcher.cfg.",
-              answer());
+    EXPECT_EQ(answer(),
+              "Nothing was started: its configuration could not be read: Can't open file /x/Launcher.cfg.");
     EXPECT_THAT(story().otherErrors, IsEmpty());
 }
 
@@ -281,7 +282,7 @@ TEST_F(StoryTest, AnEndInTheMidstOfAStart) {
     begin();
     arrival(MODEM);
     message(std::string("Start executable : ") + APPLICATION);
-    EXPECT_EQ("The trace ends before it tells what came of the start.", answer());
+    EXPECT_EQ(answer(), "The trace ends before it tells what came of the start.");
 }
 
 TEST_F(StoryTest, JsonHoldsTheSame) {
@@ -290,21 +291,21 @@ TEST_F(StoryTest, JsonHoldsTheSame) {
     arrival(MODEM);
     attempt("FSPathMakeRef failed : status = -43");
     const nlohmann::ordered_json json = Zevo::jsonOf(story());
-    EXPECT_EQ(1, json["run"]);
-    EXPECT_EQ("2026-01-15 10:00:00.001", json["begin"]);
-    EXPECT_EQ(false, json["good"]);
-    EXPECT_EQ("absent at start", json["events"][0]["kind"]);
-    EXPECT_EQ("12d1:1001", json["events"][1]["device"]);
-    EXPECT_EQ(true, json["events"][1]["expected"]);
-    EXPECT_EQ("failed", json["events"][1]["attempts"][0]["outcome"]);
-    EXPECT_EQ(-43, json["events"][1]["attempts"][0]["status"]);
+    EXPECT_EQ(json["run"], 1);
+    EXPECT_EQ(json["begin"], "2026-01-15 10:00:00.001");
+    EXPECT_EQ(json["good"], false);
+    EXPECT_EQ(json["events"][0]["kind"], "absent at start");
+    EXPECT_EQ(json["events"][1]["device"], "12d1:1001");
+    EXPECT_EQ(json["events"][1]["expected"], true);
+    EXPECT_EQ(json["events"][1]["attempts"][0]["outcome"], "failed");
+    EXPECT_EQ(json["events"][1]["attempts"][0]["status"], -43);
 }
 
 TEST(IdentifierTest, IsShortenedAsOtherToolsShowIt) {
-    EXPECT_EQ("12d1:1001", Zevo::shortIdentifier("USB#Vid_12d1&Pid_1001"));
-    EXPECT_EQ("12D1:1001", Zevo::shortIdentifier("usb#vid_12D1&pid_1001"));
-    EXPECT_EQ("12d1:1001", Zevo::shortIdentifier("4817|4097"));
-    EXPECT_EQ("99999|1", Zevo::shortIdentifier("99999|1"));
-    EXPECT_EQ("USB#Vid_12d1", Zevo::shortIdentifier("USB#Vid_12d1"));
-    EXPECT_EQ("", Zevo::shortIdentifier(""));
+    EXPECT_EQ(Zevo::shortIdentifier("USB#Vid_12d1&Pid_1001"), "12d1:1001");
+    EXPECT_EQ(Zevo::shortIdentifier("usb#vid_12D1&pid_1001"), "12D1:1001");
+    EXPECT_EQ(Zevo::shortIdentifier("4817|4097"), "12d1:1001");
+    EXPECT_EQ(Zevo::shortIdentifier("99999|1"), "99999|1");
+    EXPECT_EQ(Zevo::shortIdentifier("USB#Vid_12d1"), "USB#Vid_12d1");
+    EXPECT_EQ(Zevo::shortIdentifier(""), "");
 }

@@ -28,32 +28,32 @@ TEST_F(SummaryTest, AddsUpTotalAndOwnTime) {
          traceLine("10:00:00-030", "| | <- b") + traceLine("10:00:00-040", "| b") +
          traceLine("10:00:00-045", "| | <- b") + traceLine("10:00:00-050", "| <- a"));
     const CallTotals a = m_summary.totalsOf("a"), b = m_summary.totalsOf("b");
-    EXPECT_EQ(1u, a.count);
-    EXPECT_EQ(50, a.total);
-    EXPECT_EQ(25, a.own);
-    EXPECT_EQ(2u, b.count);
-    EXPECT_EQ(25, b.total);
-    EXPECT_EQ(25, b.own);
-    EXPECT_EQ(20, b.slowest);
-    EXPECT_EQ(10, b.slowestBegin % 1000);
-    EXPECT_EQ(0u, m_summary.totalsOf("none").count);
+    EXPECT_EQ(a.count, 1u);
+    EXPECT_EQ(a.total, 50);
+    EXPECT_EQ(a.own, 25);
+    EXPECT_EQ(b.count, 2u);
+    EXPECT_EQ(b.total, 25);
+    EXPECT_EQ(b.own, 25);
+    EXPECT_EQ(b.slowest, 20);
+    EXPECT_EQ(b.slowestBegin % 1000, 10);
+    EXPECT_EQ(m_summary.totalsOf("none").count, 0u);
 }
 
 TEST_F(SummaryTest, ACallInsideItselfCountsOnceInTheTotal) {
     read(traceLine("10:00:00-000", "a") + traceLine("10:00:00-010", "| a") +
          traceLine("10:00:00-030", "| | <- a") + traceLine("10:00:00-050", "| <- a"));
-    EXPECT_EQ(50, m_summary.totalsOf("a").total);
-    EXPECT_EQ(50, m_summary.totalsOf("a").own);
-    EXPECT_EQ(2u, m_summary.totalsOf("a").count);
+    EXPECT_EQ(m_summary.totalsOf("a").total, 50);
+    EXPECT_EQ(m_summary.totalsOf("a").own, 50);
+    EXPECT_EQ(m_summary.totalsOf("a").count, 2u);
 }
 
 TEST_F(SummaryTest, CallsThatNeverReturnAreCountedAndNotMeasured) {
     read(traceLine("10:00:00-000", "a") + traceLine("10:00:00-010", "| b") +
          traceLine("10:00:00-030", "| | <- b"));
-    EXPECT_EQ(1u, m_summary.totalsOf("a").open);
-    EXPECT_EQ(0u, m_summary.totalsOf("a").timed);
-    EXPECT_EQ(0u, m_summary.totalsOf("b").open);
-    EXPECT_EQ(1u, m_summary.json()["calls"][1]["open"]);
+    EXPECT_EQ(m_summary.totalsOf("a").open, 1u);
+    EXPECT_EQ(m_summary.totalsOf("a").timed, 0u);
+    EXPECT_EQ(m_summary.totalsOf("b").open, 0u);
+    EXPECT_EQ(m_summary.json()["calls"][1]["open"], 1u);
     EXPECT_FALSE(m_summary.json()["calls"][1].contains("own_ms"));
 }
 
@@ -70,6 +70,6 @@ TEST_F(SummaryTest, TheMostOwnTimeComesFirst) {
 
 TEST_F(SummaryTest, WithoutTimesCallsAreCounted) {
     read("[th_7    ][MAIN           ]a\n[th_7    ][MAIN           ]| <- a\n");
-    EXPECT_EQ(1u, m_summary.totalsOf("a").count);
-    EXPECT_EQ(0u, m_summary.totalsOf("a").timed);
+    EXPECT_EQ(m_summary.totalsOf("a").count, 1u);
+    EXPECT_EQ(m_summary.totalsOf("a").timed, 0u);
 }
