@@ -196,12 +196,11 @@ struct Tinyxml2 {
     }
     static std::int64_t leavesOf(const tinyxml2::XMLElement& dict) {
         std::int64_t count = 0;
-        for (auto child = dict.FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
+        for (auto child = dict.FirstChildElement(); child != nullptr; child = child->NextSiblingElement())
             if (std::strcmp(child->Name(), "dict") == 0)
                 count += leavesOf(*child);
             else if (std::strcmp(child->Name(), "string") == 0)
                 ++count;
-        }
         return count;
     }
     std::int64_t leaves() const { return leavesOf(*document.RootElement()); }
@@ -417,10 +416,9 @@ std::string joined(const Keys& keys) {
 template <typename LookUp>
 void lookUp(benchmark::State& state, const LookUp& valueOf) {
     const std::int64_t before = allocations;
-    for (std::size_t i = 0; i < LOOKUPS; ++i) {
+    for (std::size_t i = 0; i < LOOKUPS; ++i)
         if (valueOf(i) == nullptr)
             throw std::runtime_error("a look-up failed");
-    }
     state.counters["allocations"] = static_cast<double>(allocations - before) / static_cast<double>(LOOKUPS);
     std::size_t next = 0;
     for (auto _ : state)
@@ -499,7 +497,8 @@ void add(const std::string& work, const std::string& who, std::int64_t largest, 
 
 template <typename Rival>
 void addLoad(const std::string& who, std::int64_t largestFlat = LARGEST) {
-    add("dictionary-load-flat", who, largestFlat,
+    add(
+        "dictionary-load-flat", who, largestFlat,
         [who](benchmark::State& state) { load<Rival>(state, Shape::FLAT, who); });
     add("dictionary-load-nested", who, LARGEST,
         [who](benchmark::State& state) { load<Rival>(state, Shape::NESTED, who); });
@@ -507,7 +506,8 @@ void addLoad(const std::string& who, std::int64_t largestFlat = LARGEST) {
 
 template <typename Rival>
 void addSave(const std::string& who, std::int64_t largestFlat = LARGEST) {
-    add("dictionary-save-flat", who, largestFlat,
+    add(
+        "dictionary-save-flat", who, largestFlat,
         [](benchmark::State& state) { saveText<Rival>(state, Shape::FLAT); });
     add("dictionary-save-nested", who, LARGEST,
         [](benchmark::State& state) { saveText<Rival>(state, Shape::NESTED); });

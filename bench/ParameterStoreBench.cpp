@@ -233,17 +233,21 @@ void addFunction(const std::string& name, const Function& function) {
 
 /// `operation` gets the name of a parameter in the middle of the store.
 void add(const std::string& name, Operation operation) {
-    addFunction(name, [operation](benchmark::State& state) {
-        measure(state, Stores::of(state.range(0)), operation, nameOf(state.range(0) / 2));
-    });
+    addFunction(
+        name,
+        [operation](benchmark::State& state) {
+            measure(state, Stores::of(state.range(0)), operation, nameOf(state.range(0) / 2));
+        });
 }
 
 /// `operation` gets the content of the file at `path`.
 void addReplacement(const std::string& name, Operation operation, std::string (Stores::*path)() const) {
-    addFunction(name, [operation, path](benchmark::State& state) {
-        const Stores& stores = Stores::of(state.range(0));
-        measure(state, stores, operation, readFile((stores.*path)()));
-    });
+    addFunction(
+        name,
+        [operation, path](benchmark::State& state) {
+            const Stores& stores = Stores::of(state.range(0));
+            measure(state, stores, operation, readFile((stores.*path)()));
+        });
 }
 
 void addAll() {

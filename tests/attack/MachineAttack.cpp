@@ -48,9 +48,8 @@ TEST_F(Limits, WithoutMemoryToBeHadItEndsWithItsReportOrGoesOn) {
             startLauncher();
         // What it has, and some KiB on top: another amount each time.
         limit(RLIMIT_AS, static_cast<rlim_t>(residentMemoryOf(m_launcher->pid()) + round * 16) * 1024);
-        for (unsigned i = 0; i < 50 && m_launcher->isRunning(); ++i) {
+        for (unsigned i = 0; i < 50 && m_launcher->isRunning(); ++i)
             m_bus.plug("2-" + std::to_string(i + 1), makePlainDevice(0x2000, i + 1));
-        }
         m_bus.unplugAll();
         if (m_launcher->isRunning())
             limit(RLIMIT_AS, RLIM_INFINITY);

@@ -61,10 +61,9 @@ std::string conversion(FuzzInput& input, const char* length, const char* types) 
     static const char FLAGS[] = "-0+ #'";
     const std::uint8_t shape = input.byte();
     std::string text = "%";
-    for (int flag = 0; flag < 6; ++flag) {
+    for (int flag = 0; flag < 6; ++flag)
         if ((shape >> flag & 1) != 0)
             text += FLAGS[flag];
-    }
     if ((shape & 0x40) != 0)
         text += std::to_string(input.byte());
     if ((shape & 0x80) != 0)

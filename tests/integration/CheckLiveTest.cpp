@@ -87,10 +87,9 @@ TEST_F(CheckLive, TellsWhichPersonalityTheModemShows) {
     m_bus.plug("1-1", m_modem.cdRom);
     const json devices = live().at("devices");
     const json* found = nullptr;
-    for (const json& device : devices) {
+    for (const json& device : devices)
         if (device.at("hardwareId") == hardwareIdentifier(m_modem.cdRom))
             found = &device;
-    }
     ASSERT_NE(found, nullptr) << devices;
     EXPECT_TRUE(found->at("isCdRom").get<bool>());
     EXPECT_FALSE(found->at("isModem").get<bool>());

@@ -154,10 +154,9 @@ Node numberLeaf(std::string name, std::int32_t number) {
 }
 
 const Node* childOf(const Node& tree, std::string_view key) {
-    for (const Node& child : tree.children) {
+    for (const Node& child : tree.children)
         if (child.key == key)
             return &child;
-    }
     return nullptr;
 }
 
@@ -291,10 +290,9 @@ void removeItem(Node& tree, const Node& item) {
 
 void removeAllItems(Node& tree, const Node& item) {
     removeItem(tree, item);
-    for (Node& child : tree.children) {
+    for (Node& child : tree.children)
         if (child.kind == Node::Kind::Tree)
             removeAllItems(child, item);
-    }
 }
 
 std::string marshall(const Node& node, const std::string& indent) {

@@ -20,10 +20,9 @@ std::string lowerCase(std::string text) {
 unsigned levelBit(const std::string& prefix, const std::string& word) {
     const std::vector<std::string> words = {"debug",   "error",   "warning", "level_0", "level_1",
                                             "level_2", "level_3", "level_4", "level_5"};
-    for (std::size_t bit = 0; bit < words.size(); ++bit) {
+    for (std::size_t bit = 0; bit < words.size(); ++bit)
         if (lowerCase(word) == prefix + words[bit])
             return 1u << bit;
-    }
     return 0;
 }
 
@@ -117,10 +116,9 @@ void LineOutput::execute(const Statement& statement) {
         ring.maximumLines = numberOf(statement[1]);
     else if (is("set_max_files"))
         ring.maximumFiles = numberOf(statement[1]);
-    else if (is("set_msg_filter")) {
+    else if (is("set_msg_filter"))
         for (const std::string& word : statement)
             m_levelMask |= levelBit(m_prefix, word);
-    }
 }
 
 bool LineOutput::nameRing(const std::string& name) {
@@ -143,10 +141,9 @@ void LineOutput::finish() {
 }
 
 std::string LineOutput::tag(unsigned level) const {
-    for (std::size_t bit = 0; bit < m_tags.size(); ++bit) {
+    for (std::size_t bit = 0; bit < m_tags.size(); ++bit)
         if (level == 1u << bit)
             return m_tags[bit];
-    }
     return "";
 }
 

@@ -141,19 +141,20 @@ inline rc::Gen<std::string> someConfiguration(const std::string& prefix, std::ve
 
 /// Mostly short; some of the lengths where texts are cut.
 inline rc::Gen<std::string> someMessage() {
-    return rc::gen::map(rc::gen::weightedElement<int>({{200, 5},
-                                                       {20, 0},
-                                                       {2, 2047},
-                                                       {2, 2048},
-                                                       {2, 2049},
-                                                       {1, 19999},
-                                                       {1, 20000},
-                                                       {1, 20001},
-                                                       {1, 25000}}),
-                        [](int length) {
-                            std::string text(static_cast<std::size_t>(length), 'm');
-                            for (std::size_t at = 0; at < text.size(); ++at)
-                                text[at] = static_cast<char>('a' + at % 26);
-                            return text;
-                        });
+    return rc::gen::map(
+        rc::gen::weightedElement<int>({{200, 5},
+                                       {20, 0},
+                                       {2, 2047},
+                                       {2, 2048},
+                                       {2, 2049},
+                                       {1, 19999},
+                                       {1, 20000},
+                                       {1, 20001},
+                                       {1, 25000}}),
+        [](int length) {
+            std::string text(static_cast<std::size_t>(length), 'm');
+            for (std::size_t at = 0; at < text.size(); ++at)
+                text[at] = static_cast<char>('a' + at % 26);
+            return text;
+        });
 }

@@ -36,8 +36,8 @@ bool covers(const std::string& pattern, const std::string& name) {
 }
 
 bool coversAny(const std::vector<std::string>& patterns, const std::string& name) {
-    return std::any_of(patterns.begin(), patterns.end(),
-                       [&](const std::string& pattern) { return covers(pattern, name); });
+    return std::any_of(
+        patterns.begin(), patterns.end(), [&](const std::string& pattern) { return covers(pattern, name); });
 }
 
 bool hides(const std::string& pattern, const std::string& name) {
@@ -67,14 +67,13 @@ void Tracer::configure(const std::string& text) {
             m_printsExits = true;
         else if (keyword == "trace_object_count")
             m_printsObjects = true;
-        for (const std::string& word : words) {
+        for (const std::string& word : words)
             if (keyword == "trace_the_thread")
                 m_permittedThreads.push_back(word);
             else if (keyword == "trace_the_call" && word[0] == '-')
                 m_forbiddenCalls.push_back(word);
             else if (keyword == "trace_the_call")
                 m_permittedCalls.push_back(word);
-        }
     }
 }
 
@@ -128,10 +127,9 @@ int Tracer::updateObjectCount(const Marker& marker) {
 }
 
 bool Tracer::isCallPrinted(const std::string& name) const {
-    for (const std::string& forbidden : m_forbiddenCalls) {
+    for (const std::string& forbidden : m_forbiddenCalls)
         if (forbidden.size() >= 2 && hides(forbidden.substr(1), name))
             return false;
-    }
     return coversAny(m_permittedCalls, name);
 }
 
@@ -147,10 +145,9 @@ std::string Tracer::lineBegin(int thread, const ThreadTracer& tracer, const std:
     std::string text = time() + threadColumn(thread, tracer);
     if (m_printsObjects)
         text += objectColumn;
-    for (const Element& element : tracer.stack) {
+    for (const Element& element : tracer.stack)
         if (element.isPrinted || m_indentsHidden)
             text += m_hasBars ? "| " : "  ";
-    }
     return text;
 }
 

@@ -237,10 +237,9 @@ protected:
         m_model.setFileName("trace");
     }
     ~TracerModelTest() override {
-        for (std::size_t thread = 0; thread < m_workers.size(); ++thread) {
+        for (std::size_t thread = 0; thread < m_workers.size(); ++thread)
             while (!m_calls[thread].empty())
                 m_workers[thread].run([&] { m_calls[thread].pop_back(); });
-        }
     }
 
     void configure(const std::string& text) {

@@ -56,10 +56,9 @@ protected:
     static std::string flat(Dictionary& result) {
         std::string text;
         for (const char* key : {"DetectedModemName", "DetectedNetworkAdapterName", "DetectedModemPortName",
-                                "DetectedPortName", "Kept"}) {
+                                "DetectedPortName", "Kept"})
             if (result.hasKey(key))
                 text += std::string(text.empty() ? "" : " ") + key + "=" + result.getValue(std::string(key));
-        }
         return text;
     }
     void describe(const std::string& key, const std::string& value) { m_description.addValue(key, value); }

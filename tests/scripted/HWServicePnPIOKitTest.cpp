@@ -87,10 +87,9 @@ protected:
     /// What was called about the services that the test has made.
     Events callsAboutOwn() {
         Events own;
-        for (const std::string& call : script().calls()) {
+        for (const std::string& call : script().calls())
             if (!ScriptedRegistry::isAboutStranger(call))
                 own.push_back(call);
-        }
         return own;
     }
 

@@ -54,7 +54,8 @@ protected:
         }));
     }
     void runMain() {
-        runMain(nullptr, [] {});
+        runMain(
+            nullptr, [] {});
     }
 
     std::string trace() const { return readFile(m_data / "Ferrow/Zevo/Logs/trace_0.txt"); }
@@ -65,7 +66,8 @@ protected:
 };
 
 TEST_F(MainTest, ReturnsZeroWhenTheRunLoopHasEnded) {
-    runMain(nullptr, [&] { EXPECT_EQ(script().calls().back(), "CFRunLoopRun()"); });
+    runMain(
+        nullptr, [&] { EXPECT_EQ(script().calls().back(), "CFRunLoopRun()"); });
 }
 
 TEST_F(MainTest, TracesThreeLinesAtLevelOneBeforeTheLauncherIsMade) {

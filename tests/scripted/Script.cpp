@@ -15,10 +15,9 @@ Script& Script::current() {
 
 std::vector<std::string> Script::callsOf(const std::string& function) const {
     std::vector<std::string> found;
-    for (const std::string& call : m_calls) {
+    for (const std::string& call : m_calls)
         if (call.compare(0, function.size() + 1, function + "(") == 0)
             found.push_back(call);
-    }
     return found;
 }
 

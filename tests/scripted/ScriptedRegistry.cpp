@@ -147,10 +147,9 @@ io_iterator_t ScriptedRegistry::makeIterator(const std::vector<ScriptedEntry*>& 
 
 std::vector<std::string> ScriptedRegistry::unreleasedObjects() const {
     std::vector<std::string> names;
-    for (const auto& object : m_objects) {
+    for (const auto& object : m_objects)
         if (object.second.references > 0)
             names.push_back(object.second.name);
-    }
     for (int i = 0; i < livePorts; ++i)
         names.push_back("port");
     return names;

@@ -220,18 +220,20 @@ TEST_F(ZevoLauncherTest, AnArrivalWithoutConfigurationStartsNothing) {
 }
 
 TEST_F(ZevoLauncherTest, AnArrivalTracesWhatCameAndWhatWasExpectedInThisOrder) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        TraceCapture trace;
-        std::string hid = "USB#Vid_0001&Pid_0002";
-        m_launcher.onDeviceArrival(hid);
-        const std::string text = trace.text();
-        const size_t detected = text.find(">> [D] Detected hardware id : USB#Vid_0001&Pid_0002\n");
-        const size_t modem = text.find(">> [D] expected modem hardware id : USB#Vid_12d1&Pid_1001\n");
-        const size_t cdRom = text.find(">> [D] expected cdrom hardware id : USB#Vid_12d1&Pid_1446\n");
-        EXPECT_LT(detected, modem);
-        EXPECT_LT(modem, cdRom);
-        EXPECT_NE(std::string::npos, cdRom);
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            TraceCapture trace;
+            std::string hid = "USB#Vid_0001&Pid_0002";
+            m_launcher.onDeviceArrival(hid);
+            const std::string text = trace.text();
+            const size_t detected = text.find(">> [D] Detected hardware id : USB#Vid_0001&Pid_0002\n");
+            const size_t modem = text.find(">> [D] expected modem hardware id : USB#Vid_12d1&Pid_1001\n");
+            const size_t cdRom = text.find(">> [D] expected cdrom hardware id : USB#Vid_12d1&Pid_1446\n");
+            EXPECT_LT(detected, modem);
+            EXPECT_LT(modem, cdRom);
+            EXPECT_NE(std::string::npos, cdRom);
+        });
 }
 
 TEST_F(ZevoLauncherTest, TheArrivingModemStartsTheApplications) {
@@ -308,22 +310,26 @@ TEST_F(ZevoLauncherTest, VolumeNotificationsAndRemovalsDoNothing) {
 // ---- looking for the modem that is already there
 
 TEST_F(ZevoLauncherTest, TheIdToFindIsComparedInDecimal) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        TraceCapture trace;
-        registry().matches = {{&addDevice(4817, 4097)}};
-        EXPECT_TRUE(m_launcher.isDeviceFound());
-        EXPECT_THAT(trace.text(), AllOf(HasSubstr(">> [D]  hardware id to be found : 4817|4097\n"),
-                                        HasSubstr(">> [D] Device found in Modem list.\n")));
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            TraceCapture trace;
+            registry().matches = {{&addDevice(4817, 4097)}};
+            EXPECT_TRUE(m_launcher.isDeviceFound());
+            EXPECT_THAT(trace.text(), AllOf(HasSubstr(">> [D]  hardware id to be found : 4817|4097\n"),
+                                            HasSubstr(">> [D] Device found in Modem list.\n")));
+        });
 }
 
 TEST_F(ZevoLauncherTest, AnotherDeviceIsNotFoundAndNoMessageSaysSo) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        TraceCapture trace;
-        registry().matches = {{&addDevice(4817, 4098), &addDevice(48, 174097)}};
-        EXPECT_FALSE(m_launcher.isDeviceFound());
-        EXPECT_THAT(trace.text(), Not(HasSubstr("Device found")));
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            TraceCapture trace;
+            registry().matches = {{&addDevice(4817, 4098), &addDevice(48, 174097)}};
+            EXPECT_FALSE(m_launcher.isDeviceFound());
+            EXPECT_THAT(trace.text(), Not(HasSubstr("Device found")));
+        });
 }
 
 struct IdToFind {
@@ -335,12 +341,14 @@ struct IdToFind {
 class IdToFindTest : public ZevoLauncherTest, public testing::WithParamInterface<IdToFind> {};
 
 TEST_P(IdToFindTest, IsRewrittenToDecimalNumbers) {
-    run(launcherConfiguration(MODEM, GetParam().configured, CD_ROM), [&] {
-        TraceCapture trace;
-        m_launcher.isDeviceFound();
-        EXPECT_THAT(trace.text(),
-                    HasSubstr(std::string(" hardware id to be found : ") + GetParam().rewritten + "\n"));
-    });
+    run(
+        launcherConfiguration(MODEM, GetParam().configured, CD_ROM),
+        [&] {
+            TraceCapture trace;
+            m_launcher.isDeviceFound();
+            EXPECT_THAT(trace.text(),
+                        HasSubstr(std::string(" hardware id to be found : ") + GetParam().rewritten + "\n"));
+        });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -373,44 +381,52 @@ TEST_P(ShortIdTest, LeavesRunAsAnOutOfRangeErrorOnPurpose) {
 INSTANTIATE_TEST_SUITE_P(All, ShortIdTest, testing::Values("", "US"));
 
 TEST_F(ZevoLauncherTest, AnIdOfThreeCharactersIsJustLongEnough) {
-    run(launcherConfiguration(MODEM, "USB", CD_ROM), [&] { EXPECT_FALSE(m_launcher.isDeviceFound()); });
+    run(
+        launcherConfiguration(MODEM, "USB", CD_ROM), [&] { EXPECT_FALSE(m_launcher.isDeviceFound()); });
 }
 
 // ---- waking up
 
 TEST_F(ZevoLauncherTest, WakingUpWithTheModemThereStartsTheApplications) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        registry().matches = {{&addDevice(4817, 4097)}};
-        m_launcher.onResumeStandbyMode();
-        EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            registry().matches = {{&addDevice(4817, 4097)}};
+            m_launcher.onResumeStandbyMode();
+            EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));
+        });
 }
 
 TEST_F(ZevoLauncherTest, WakingUpWithoutTheModemStartsNothingAndIsNotTracedByItself) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        TraceCapture trace;
-        m_launcher.onResumeStandbyMode();
-        EXPECT_THAT(launches(), IsEmpty());
-        EXPECT_THAT(trace.text(),
-                    AllOf(Not(HasSubstr("onResumeStandbyMode")), HasSubstr("ZevoLauncher::isDeviceFound")));
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            TraceCapture trace;
+            m_launcher.onResumeStandbyMode();
+            EXPECT_THAT(launches(), IsEmpty());
+            EXPECT_THAT(trace.text(), AllOf(Not(HasSubstr("onResumeStandbyMode")),
+                                            HasSubstr("ZevoLauncher::isDeviceFound")));
+        });
 }
 
 // ---- the whole run
 
 TEST_F(ZevoLauncherTest, RunRegistersThenLooksForTheModemThenRunsTheLoop) {
-    run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
-        EXPECT_THAT(
-            script().calls(),
-            ElementsAre(
-                "IOServiceMatching(IOUSBDevice)", "IONotificationPortCreate(default)",
-                "IONotificationPortGetRunLoopSource(port)",
-                "CFRunLoopAddSource(current, source, common modes)",
-                "IOServiceAddMatchingNotification(port, IOServiceMatched, IOProviderClass=IOUSBDevice)",
-                "IOIteratorNext(iterator 1) = none", "IONotificationPortGetMachPort(port)",
-                "IOServiceMatching(IOUSBDevice)", "IOServiceGetMatchingServices(IOProviderClass=IOUSBDevice)",
-                "IOIteratorNext(iterator 2) = none", "IOObjectRelease(iterator 2)", "CFRunLoopRun()"));
-    });
+    run(
+        launcherConfiguration(MODEM, MODEM, CD_ROM),
+        [&] {
+            EXPECT_THAT(
+                script().calls(),
+                ElementsAre(
+                    "IOServiceMatching(IOUSBDevice)", "IONotificationPortCreate(default)",
+                    "IONotificationPortGetRunLoopSource(port)",
+                    "CFRunLoopAddSource(current, source, common modes)",
+                    "IOServiceAddMatchingNotification(port, IOServiceMatched, IOProviderClass=IOUSBDevice)",
+                    "IOIteratorNext(iterator 1) = none", "IONotificationPortGetMachPort(port)",
+                    "IOServiceMatching(IOUSBDevice)",
+                    "IOServiceGetMatchingServices(IOProviderClass=IOUSBDevice)",
+                    "IOIteratorNext(iterator 2) = none", "IOObjectRelease(iterator 2)", "CFRunLoopRun()"));
+        });
 }
 
 TEST_F(ZevoLauncherTest, AModemThatIsThereAtStartStartsTheApplicationsOnceBeforeTheLoop) {

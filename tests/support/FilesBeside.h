@@ -13,9 +13,8 @@ inline std::vector<std::string> filesBeside(const std::string& path) {
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.substr(0, slash).c_str()), closedir);
     while (const dirent* const entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
         const std::string name = entry->d_name;
-        if (name.compare(0, stem.size(), stem) == 0) {
+        if (name.compare(0, stem.size(), stem) == 0)
             names.push_back(name);
-        }
     }
     return names;
 }

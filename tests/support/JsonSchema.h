@@ -48,10 +48,9 @@ private:
         static const std::set<std::string> KNOWN = {
             "$defs", "$ref",  "$schema", "additionalProperties", "anyOf",    "definitions", "description",
             "enum",  "items", "minimum", "properties",           "required", "title",       "type"};
-        for (const auto& [word, unused] : schema.items()) {
+        for (const auto& [word, unused] : schema.items())
             if (KNOWN.count(word) == 0)
                 throw std::logic_error("JsonSchema.h does not know the schema's word " + word);
-        }
     }
 
     std::string violation(const json& value, const json& schema, const std::string& where) const {
@@ -100,10 +99,9 @@ private:
     }
 
     std::string violationOfMembers(const json& value, const json& schema, const std::string& where) const {
-        for (const json& name : schema.value("required", json::array())) {
+        for (const json& name : schema.value("required", json::array()))
             if (!value.contains(name.get<std::string>()))
                 return where + " lacks " + name.dump();
-        }
         // A schema that passes over what it does not describe would hide a member that was forgotten.
         const json& others = schema.at("additionalProperties");
         const json properties = schema.value("properties", json::object());

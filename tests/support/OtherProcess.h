@@ -15,9 +15,8 @@ const int WENT_WELL = 42;
 template <typename Action>
 int statusOfAnotherProcess(Action action) {
     const pid_t child = fork();
-    if (child == 0) {
+    if (child == 0)
         endChild(action() ? WENT_WELL : 1);
-    }
     int status = 0;
     return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

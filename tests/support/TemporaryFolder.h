@@ -13,9 +13,8 @@ public:
     TemporaryFolder() {
         const char* base = getenv("TMPDIR");
         m_path = std::string(base != nullptr ? base : "/tmp") + "/test-XXXXXX";
-        if (mkdtemp(&m_path[0]) == nullptr) {
+        if (mkdtemp(&m_path[0]) == nullptr)
             throw std::runtime_error("cannot create a temporary folder like " + m_path);
-        }
     }
     ~TemporaryFolder() {
         nftw(

@@ -17,18 +17,16 @@ DataFolders::~DataFolders() {
 // In place of the File Manager's: it asks no variable where the user's folders are, and tests must not write there.
 OSErr FSFindFolder(FSVolumeRefNum domain, OSType type, Boolean, FSRef* folder) {
     if (root.empty() || type != kApplicationSupportFolderType ||
-        (domain != kLocalDomain && domain != kUserDomain)) {
+        (domain != kLocalDomain && domain != kUserDomain))
         return fnfErr;
-    }
     folder->hidden[0] = domain == kUserDomain;
     return noErr;
 }
 
 OSStatus FSRefMakePath(const FSRef* folder, UInt8* path, UInt32 size) {
     const std::string text = root + (folder->hidden[0] ? "/user" : "/var/lib");
-    if (text.size() >= size) {
+    if (text.size() >= size)
         return pathTooLongErr;
-    }
     std::memcpy(path, text.c_str(), text.size() + 1);
     return noErr;
 }

@@ -200,10 +200,9 @@ TEST(KFExceptionHandlerInstall, TakesSignals1To30Except28WithAnEmptyMaskAndNoFla
             if ((action.sa_flags & flags) != 0 ||
                 (static_cast<unsigned>(action.sa_flags) & SA_RESETHAND) != 0)
                 _exit(150 + sig);
-            for (int masked = 1; masked <= 31; ++masked) {
+            for (int masked = 1; masked <= 31; ++masked)
                 if (sigismember(&action.sa_mask, masked) != 0)
                     _exit(200 + sig);
-            }
         }
         _exit(0);
     });
@@ -264,10 +263,9 @@ static bool isInstalledOnceByTwoThreads() {
     }
     for (std::thread& thread : threads)
         thread.join();
-    for (const KFExceptionHandler* const handler : handlers) {
+    for (const KFExceptionHandler* const handler : handlers)
         if (handler == nullptr || handler != handlers.front())
             return false;
-    }
     return true;
 }
 
@@ -406,9 +404,8 @@ TEST(CrashReport, DrainsTheLoggerOfAThreadThatWasJustLogging) {
         for (std::string line; std::getline(lines, line); ++next) {
             ASSERT_FALSE(isCut) << "the line that was interrupted is the last one";
             isCut = line != "[LEVEL_0] line " + std::to_string(next);
-            if (isCut) {
+            if (isCut)
                 ASSERT_EQ(line.find_first_not_of('?'), std::string::npos) << line;
-            }
         }
         EXPECT_GT(next, 0) << microseconds;
     }
@@ -738,7 +735,7 @@ TEST(ContractViolation, OfTwoAtOnceOneIsReportedWhole) {
             KFExceptionHandler::GetInstance();
             static std::atomic<int> waiting{0};
             std::thread threads[2];
-            for (int number = 0; number < 2; ++number) {
+            for (int number = 0; number < 2; ++number)
                 threads[number] = std::thread([number] {
                     const std::string text(200, static_cast<char>('A' + number));
                     ++waiting;
@@ -746,7 +743,6 @@ TEST(ContractViolation, OfTwoAtOnceOneIsReportedWhole) {
                         std::this_thread::yield();
                     reportContractViolation(text.c_str(), text.c_str(), text.c_str(), number);
                 });
-            }
             for (std::thread& thread : threads)
                 thread.join();
         });

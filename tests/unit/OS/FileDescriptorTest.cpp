@@ -13,9 +13,8 @@ using namespace kf::detail;
 
 TEST(FileDescriptorErrors, TellWhereNoNewFileCanBeMade) {
     for (const int error : {EPERM, EACCES, EROFS, EBUSY, ELOOP, ENAMETOOLONG, EINVAL, ENOTSUP, EOPNOTSUPP,
-                            ENOSYS, ENOLCK, EEXIST}) {
+                            ENOSYS, ENOLCK, EEXIST})
         EXPECT_TRUE(forbidsNewFile(error)) << error;
-    }
 }
 
 TEST(FileDescriptorErrors, WhatMayBeGoneForTheNextUserForbidsNoNewFile) {

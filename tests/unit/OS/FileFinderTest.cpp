@@ -23,9 +23,8 @@ namespace {
 
 std::vector<std::string> rest(FileFinder& finder) {
     std::vector<std::string> names;
-    for (std::string name; finder.findNextFile(name);) {
+    for (std::string name; finder.findNextFile(name);)
         names.push_back(name);
-    }
     return names;
 }
 
@@ -60,16 +59,14 @@ protected:
 } // namespace
 
 TEST_F(FileFinderTest, ThePatternTxtMatchesNamesThatEndInTxt) {
-    for (const char* name : {"a.txt", "btxt", "txt", "txt.log", "TXT", "c.tx"}) {
+    for (const char* name : {"a.txt", "btxt", "txt", "txt.log", "TXT", "c.tx"})
         makeFile(name);
-    }
     EXPECT_THAT(find("txt"), ElementsAre("a.txt", "btxt", "txt"));
 }
 
 TEST_F(FileFinderTest, StarDotStarMatchesNamesWithoutADotToo) {
-    for (const char* name : {"a.txt", "noextension", ".hidden"}) {
+    for (const char* name : {"a.txt", "noextension", ".hidden"})
         makeFile(name);
-    }
     EXPECT_THAT(find("*.*"), ElementsAre(".hidden", "a.txt", "noextension"));
 }
 
@@ -80,9 +77,8 @@ TEST_F(FileFinderTest, AnEmptyPatternMatchesEverything) {
 }
 
 TEST_F(FileFinderTest, APatternThatBeginsWithAStarIsUsedAsGiven) {
-    for (const char* name : {"a.txt", "b.txt.log", "c.log"}) {
+    for (const char* name : {"a.txt", "b.txt.log", "c.log"})
         makeFile(name);
-    }
     EXPECT_THAT(find("*"), ElementsAre("a.txt", "b.txt.log", "c.log"));
     EXPECT_THAT(find("*.log"), ElementsAre("b.txt.log", "c.log"));
     EXPECT_THAT(find("*.txt*"), ElementsAre("a.txt", "b.txt.log"));
@@ -90,17 +86,15 @@ TEST_F(FileFinderTest, APatternThatBeginsWithAStarIsUsedAsGiven) {
 }
 
 TEST_F(FileFinderTest, AnyOtherPatternMatchesTheEndOfThePath) {
-    for (const char* name : {"trace_1.txt", "trace_2.txt", "old_trace_1.txt", "trace_1.txt.bak"}) {
+    for (const char* name : {"trace_1.txt", "trace_2.txt", "old_trace_1.txt", "trace_1.txt.bak"})
         makeFile(name);
-    }
     EXPECT_THAT(find("trace_?.txt"), ElementsAre("old_trace_1.txt", "trace_1.txt", "trace_2.txt"));
     EXPECT_THAT(find("trace_1*"), ElementsAre("old_trace_1.txt", "trace_1.txt", "trace_1.txt.bak"));
 }
 
 TEST_F(FileFinderTest, APatternFileFinderUsesItsPatternExactlyAsGiven) {
-    for (const char* name : {"a.txt", "txt", "noextension"}) {
+    for (const char* name : {"a.txt", "txt", "noextension"})
         makeFile(name);
-    }
     EXPECT_THAT(findExactly("txt"), ElementsAre("txt"));
     EXPECT_THAT(findExactly("*.*"), ElementsAre("a.txt"));
     EXPECT_THAT(findExactly("*"), ElementsAre("a.txt", "noextension", "txt"));
@@ -108,9 +102,8 @@ TEST_F(FileFinderTest, APatternFileFinderUsesItsPatternExactlyAsGiven) {
 }
 
 TEST_F(FileFinderTest, WhatStandsBehindAStarIsNoneOfWhatStandsBeforeIt) {
-    for (const char* name : {"ab", "aab", "aaab", "aaxab", "aabab", "aaba"}) {
+    for (const char* name : {"ab", "aab", "aaab", "aaxab", "aabab", "aaba"})
         makeFile(name);
-    }
     EXPECT_THAT(findExactly("aa*ab"), ElementsAre("aaab", "aabab", "aaxab"));
 }
 
@@ -149,9 +142,8 @@ TEST_F(FileFinderTest, ThePatternIsMatchedAgainstTheWholeRelativePath) {
 TEST_F(FileFinderTest, AQuestionMarkIsExactlyOneCharacter) {
     for (const char* name : {"ac", "abc", "abbc",
                              "a\xC3\xA9"
-                             "c"}) {
+                             "c"})
         makeFile(name);
-    }
     EXPECT_THAT(findExactly("a?c"), ElementsAre("abc", "a\xC3\xA9"
                                                        "c"));
     EXPECT_THAT(findExactly("a??c"), ElementsAre("abbc"));
@@ -172,9 +164,8 @@ TEST_F(FileFinderTest, UpperAndLowerCaseDiffer) {
 }
 
 TEST_F(FileFinderTest, NothingButStarsAndQuestionMarksIsSpecialInAPattern) {
-    for (const char* name : {"a.b", "aXb", "[a]", "a", "a+", "a^$"}) {
+    for (const char* name : {"a.b", "aXb", "[a]", "a", "a+", "a^$"})
         makeFile(name);
-    }
     EXPECT_THAT(findExactly("a.b"), ElementsAre("a.b"));
     EXPECT_THAT(findExactly("[a]"), ElementsAre("[a]"));
     EXPECT_THAT(findExactly("a+"), ElementsAre("a+"));
@@ -240,9 +231,8 @@ TEST_F(FileFinderTest, AnUnreadableSubfolderIsAnEntryWithoutContent) {
 }
 
 TEST_F(FileFinderTest, FindFirstFileAndFindNextFileDoTheSame) {
-    for (const char* name : {"a", "b", "c"}) {
+    for (const char* name : {"a", "b", "c"})
         makeFile(name);
-    }
     FileFinder finder(m_folder.path(), "*");
     std::vector<std::string> names(3);
     EXPECT_TRUE(finder.findNextFile(names[0]));
@@ -293,9 +283,8 @@ TEST_F(FileFinderTest, AVeryDeepTreeDoesNoHarm) {
 TEST_F(FileFinderTest, HostilePatternsEndSoon) {
     makeFile(std::string(250, 'a'));
     std::string pattern;
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < 30; ++i)
         pattern += "*a";
-    }
     EXPECT_THAT(findExactly(pattern + "*b"), IsEmpty());
     EXPECT_EQ(findExactly(pattern + "*").size(), 1u);
     EXPECT_THAT(findExactly(std::string(100000, '*') + "b"), IsEmpty());
@@ -326,7 +315,6 @@ TEST_F(FileFinderTest, ThreadsSearchAtTheSameTime) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }

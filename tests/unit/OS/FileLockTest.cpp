@@ -28,9 +28,8 @@ bool isLocked(const std::string& path) {
 }
 
 void waitForAWaiter() {
-    while (WrappedCalls::microsecondsSlept().empty()) {
+    while (WrappedCalls::microsecondsSlept().empty())
         std::this_thread::yield();
-    }
 }
 
 mode_t modeOf(const std::string& path) {
@@ -41,9 +40,8 @@ mode_t modeOf(const std::string& path) {
 int countFiles(const std::string& path) {
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
     int count = 0;
-    while (const dirent* const entry = readdir(folder.get())) {
+    while (const dirent* const entry = readdir(folder.get()))
         count += entry->d_name[0] != '.' ? 1 : 0;
-    }
     return count;
 }
 
@@ -85,9 +83,8 @@ TEST_F(FileLockTest, ThreadsTakeTurns) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(counter, 800);
 }
 
@@ -97,9 +94,8 @@ TEST_F(FileLockTest, IsReleasedWhenItsProcessIsKilled) {
     const pid_t child = fork();
     if (child == 0) {
         const FileLock lock(m_file);
-        if (write(ready[1], "1", 1) == 1) {
+        if (write(ready[1], "1", 1) == 1)
             pause();
-        }
         _exit(1);
     }
     char byte = 0;
@@ -206,9 +202,8 @@ TEST_F(FileLockTest, AProcessThatHasHadItForLongLetsOthersInFirst) {
     {
         const FileLock lock(m_file);
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(25);
-        while (std::chrono::steady_clock::now() < end) {
+        while (std::chrono::steady_clock::now() < end)
             std::this_thread::yield();
-        }
     }
     WrappedCalls::reset();
     const FileLock lock(m_file);
@@ -279,9 +274,8 @@ TEST_F(FileLockTest, UsersWhoMayWriteTheFileLoseNoChange) {
         for (int i = 0; i < changes; ++i) {
             const FileLock lock("parameters.dat");
             const int value = lock.isHeld() ? std::stoi(readFile("parameters.dat")) : 0;
-            if (!FileReplacement::replace("parameters.dat", std::to_string(value + 1))) {
+            if (!FileReplacement::replace("parameters.dat", std::to_string(value + 1)))
                 return false;
-            }
         }
         return true;
     };

@@ -191,9 +191,8 @@ TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) 
                                  stem + "0123456789abcde4",
                                  m_folder / ".parameters.da.0123456789abcdef",
                                  m_folder / "0123456789abcdef"};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(name, "mine");
-    }
     writeFile(m_folder / "target", "mine");
     const FileDescriptor locked(open(names[4].c_str(), O_RDONLY | O_CLOEXEC)); // a living writer's
     ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
@@ -203,9 +202,8 @@ TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) 
     unlink(names[7].c_str());
     ASSERT_EQ(mkdir(names[7].c_str(), 0777), 0);
     EXPECT_TRUE(FileReplacement::replace(m_file, "new"));
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         EXPECT_TRUE(exists(name)) << name;
-    }
     EXPECT_EQ(readFile(m_folder / "target"), "mine");
 }
 
@@ -460,9 +458,8 @@ TEST_F(FileReplacementTest, AReaderMeetsTheOldOrTheNewContentWhole) {
     FileReplacement::replace(m_file, contents[0]);
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        for (int i = 1; i <= 200; ++i) {
+        for (int i = 1; i <= 200; ++i)
             FileReplacement::replace(m_file, contents[i % 2]);
-        }
         done = true;
     });
     while (!done) {
@@ -477,14 +474,12 @@ TEST_F(FileReplacementTest, WritersOfOneFileTakeTurns) {
     std::thread writers[4];
     for (int i = 0; i < 4; ++i) {
         writers[i] = std::thread([&, i] {
-            for (int n = 0; n < 50; ++n) {
+            for (int n = 0; n < 50; ++n)
                 failures += !FileReplacement::replace(m_file, std::string(10000, static_cast<char>('a' + i)));
-            }
         });
     }
-    for (std::thread& writer : writers) {
+    for (std::thread& writer : writers)
         writer.join();
-    }
     EXPECT_EQ(failures, 0);
     const std::string read = readFile(m_file);
     EXPECT_EQ(read, std::string(10000, read[0]));

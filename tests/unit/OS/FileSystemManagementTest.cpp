@@ -199,12 +199,10 @@ TEST_F(FileSystemManagementTest, ThreadsThatCreateTheSameFolderAllSucceed) {
         const std::string path = m_folder / std::to_string(round) + "/a/b/c";
         std::atomic<int> failures{0};
         std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < 4; ++i)
             threads.emplace_back([&] { failures += !createFolder(path); });
-        }
-        for (std::thread& thread : threads) {
+        for (std::thread& thread : threads)
             thread.join();
-        }
         EXPECT_EQ(failures, 0);
     }
 }
@@ -375,9 +373,8 @@ TEST_F(FileSystemManagementTest, DeleteFolderGivesUpOnATreeThatNoPathReaches) {
 
 TEST_F(FileSystemManagementTest, DeleteFolderRemovesALargeFolder) {
     makeFolder("large");
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 3000; ++i)
         writeFile(m_folder / "large/" + std::to_string(i), "");
-    }
     EXPECT_TRUE(deleteFolder(m_folder / "large", true));
     EXPECT_FALSE(exists("large"));
 }
@@ -395,9 +392,8 @@ TEST_F(FileSystemManagementTest, DeleteEmptyFolderRemovesEmptyFoldersOnly) {
 
 TEST_F(FileSystemManagementTest, CopyCopiesAFileByteForByte) {
     std::string content;
-    for (int i = 0; i < 3000000; ++i) {
+    for (int i = 0; i < 3000000; ++i)
         content += static_cast<char>(i * 7);
-    }
     writeFile(m_folder / "from", content);
     EXPECT_TRUE(Copy(m_folder / "from", m_folder / "to"));
     EXPECT_EQ(readFile(m_folder / "to"), content);
@@ -457,9 +453,8 @@ TEST_F(FileSystemManagementTest, CopyCopiesFilesBeyondTwoGigabytes) {
 TEST_F(CopyFolderTest, CopiesEverythingWithAnEmptyPattern) {
     for (const char* pattern : {"", "*", "*.*"}) {
         const TemporaryFolder target;
-        if (!exists("source")) {
+        if (!exists("source"))
             makeSource({"a.txt", "noextension", ".hidden"});
-        }
         EXPECT_TRUE(copyFolder(m_folder / "source", target / "copy", pattern));
         for (const char* name : {"a.txt", "noextension", ".hidden"}) {
             EXPECT_EQ(readFile(target / "copy" + "/" + name), name);
@@ -749,9 +744,8 @@ TEST_F(FileSystemManagementTest, TheExecutablesPathIsFreeOfLinks) {
 
 TEST_F(FileSystemManagementTest, ALongExecutablePathIsAskedForOnceMoreWithTheSizeItNeeds) {
     std::string folder = m_folder / std::string(250, 'f');
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         folder += "/" + std::string(250, 'f');
-    }
     ASSERT_TRUE(createFolder(folder));
     writeFile(folder + "/program", "");
     WrappedCalls::get().executablePath = folder + "/program";

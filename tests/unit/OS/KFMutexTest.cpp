@@ -25,9 +25,8 @@ bool isFreeForOthers(KFMutex& mutex) {
     bool taken = false;
     std::thread([&] {
         taken = pthread_mutex_trylock(mutex.getHandle()) == 0;
-        if (taken) {
+        if (taken)
             pthread_mutex_unlock(mutex.getHandle());
-        }
     }).join();
     return taken;
 }
@@ -183,13 +182,11 @@ TEST_F(KFMutexTest, KeepsThreadsOutOfEachOthersWay) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&counter] {
-            for (int n = 0; n < 1000; ++n) {
+            for (int n = 0; n < 1000; ++n)
                 counter.addTwice();
-            }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(counter.get(), 8000);
 }

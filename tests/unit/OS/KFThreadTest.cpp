@@ -107,9 +107,8 @@ void kf::detail::announceThreadBegin(const char* name) {
 }
 void kf::detail::announceThreadEnd() {
     note("end");
-    if (atEndNotice) {
+    if (atEndNotice)
         atEndNotice();
-    }
 }
 
 TEST_F(KFThreadTest, IsNotStartedByItsConstruction) {
@@ -252,9 +251,8 @@ TEST_F(KFThreadTest, IsJoinedOnceByWaitForThreadTerminationAndTheDestructor) {
 TEST_F(KFThreadTest, TheDestructorJoinsAThreadWhoseBodyHasReturned) {
     auto thread = std::make_unique<BodyThread>([](BodyThread&) {});
     ASSERT_TRUE(thread->start());
-    while (thread->isRunning()) {
+    while (thread->isRunning())
         std::this_thread::yield();
-    }
     thread.reset();
     EXPECT_EQ(WrappedCalls::joins(), 1);
 }
@@ -317,9 +315,8 @@ TEST_F(KFThreadTest, EveryThreadThatWaitsReturnsAfterTheBodyHasEnded) {
             early += !thread.hasFinished();
         });
     }
-    for (std::thread& waiter : waiters) {
+    for (std::thread& waiter : waiters)
         waiter.join();
-    }
     EXPECT_EQ(early, 0);
     EXPECT_EQ(WrappedCalls::joins(), 1);
 }
@@ -331,9 +328,8 @@ TEST_F(KFThreadTest, CanBeStartedAgainWhenItsBodyHasReturned) {
         ASSERT_TRUE(thread.start());
         thread.stop();
         ASSERT_TRUE(thread.start());
-        while (thread.isRunning()) { // returned, but nobody has waited for it
+        while (thread.isRunning()) // returned, but nobody has waited for it
             std::this_thread::yield();
-        }
         ASSERT_TRUE(thread.start());
         thread.stop();
     }

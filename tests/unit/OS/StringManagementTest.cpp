@@ -51,14 +51,12 @@ TEST(StringManagementTest, ToLowerChangesLettersOnly) {
 
 TEST(StringManagementTest, ToLowerPassesEveryByteThroughIncludingThoseAbove0x7F) {
     std::string all;
-    for (int c = 0; c < 256; ++c) {
+    for (int c = 0; c < 256; ++c)
         all += static_cast<char>(c);
-    }
     const std::string lower = toLower(all);
     ASSERT_EQ(lower.size(), all.size());
-    for (size_t c = 0; c < all.size(); ++c) {
+    for (size_t c = 0; c < all.size(); ++c)
         EXPECT_EQ(lower[c], static_cast<char>(tolower(static_cast<int>(c)))) << c;
-    }
 }
 
 TEST(StringManagementTest, ToWLowerChangesEachUnit) {
@@ -142,11 +140,9 @@ TEST(StringManagementTest, ACharacterOutsideTheBasicPlaneIsOneWideUnit) {
 
 TEST(StringManagementTest, EveryCodePointSurvivesUtf8) {
     std::wstring wide;
-    for (unsigned c = 1; c <= 0x10FFFF; c += c < 0x3000 ? 1 : 97) {
-        if (c < 0xD800 || c > 0xDFFF) {
+    for (unsigned c = 1; c <= 0x10FFFF; c += c < 0x3000 ? 1 : 97)
+        if (c < 0xD800 || c > 0xDFFF)
             wide += static_cast<wchar_t>(c);
-        }
-    }
     EXPECT_EQ(stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8), wide);
 }
 
@@ -170,9 +166,8 @@ TEST(StringManagementTest, InvalidUtf8GivesAnEmptyResult) {
              "\xFE",
              "\xFF",
              "good \xC3\x28 bad",
-         }) {
+         })
         EXPECT_EQ(stringToWString(bytes, ENCODING_UTF_8), L"");
-    }
 }
 
 TEST(StringManagementTest, BytesAbove0x7FReadAsAsciiStandForTheirNumber) {
@@ -180,11 +175,9 @@ TEST(StringManagementTest, BytesAbove0x7FReadAsAsciiStandForTheirNumber) {
 }
 
 TEST(StringManagementTest, UnitsThatAreNoCodePointGiveAnEmptyResult) {
-    for (const unsigned value : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
-        for (const enEncoding encoding : ALL_ENCODINGS) {
+    for (const unsigned value : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+        for (const enEncoding encoding : ALL_ENCODINGS)
             EXPECT_EQ(wStringToString(L"a" + unit(value) + L"b", encoding), "") << std::hex << value;
-        }
-    }
 }
 
 TEST(StringManagementTest, ASurrogatePairIsNoCharacterOfWideText) {
@@ -192,9 +185,8 @@ TEST(StringManagementTest, ASurrogatePairIsNoCharacterOfWideText) {
 }
 
 TEST(StringManagementTest, AnEmbeddedZeroSurvivesInWideText) {
-    for (const enEncoding encoding : ALL_ENCODINGS) {
+    for (const enEncoding encoding : ALL_ENCODINGS)
         EXPECT_EQ(stringToWString(LINE_WITH_ZERO, encoding), WIDE_LINE_WITH_ZERO);
-    }
 }
 
 // DELIBERATE: what comes back is a C string.
@@ -226,9 +218,8 @@ TEST(StringManagementTest, NarrowTextConvertsFromOneEncodingToAnother) {
 
 TEST(StringManagementTest, LongTextConvertsWhole) {
     std::wstring wide;
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 200000; ++i)
         wide += unit(0x20AC) + L"x" + KEY_EMOJI;
-    }
     EXPECT_EQ(stringToWString(wStringToString(wide, ENCODING_UTF_8), ENCODING_UTF_8), wide);
 }
 
@@ -243,7 +234,6 @@ TEST(StringManagementTest, ThreadsConvertAtTheSameTime) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }

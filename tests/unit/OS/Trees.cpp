@@ -17,9 +17,8 @@ public:
     explicit WorkingFolder(const std::string& path)
         : m_before(open(".", O_RDONLY | O_CLOEXEC)), m_isThere(chdir(path.c_str()) == 0) {}
     ~WorkingFolder() {
-        if (fchdir(m_before) != 0) {
+        if (fchdir(m_before) != 0)
             std::abort();
-        }
         close(m_before);
     }
     WorkingFolder(const WorkingFolder&) = delete;
@@ -37,13 +36,11 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     DIR* const directory = opendir(folder.c_str());
     while (const dirent* entry = directory != nullptr ? readdir(directory) : nullptr) {
         const std::string name = entry->d_name;
-        if (name != "." && name != "..") {
+        if (name != "." && name != "..")
             names.push_back(name);
-        }
     }
-    if (directory != nullptr) {
+    if (directory != nullptr)
         closedir(directory);
-    }
     return names;
 }
 
@@ -53,9 +50,8 @@ std::string makeDeepTree(const std::string& folder, const std::string& name, int
     const WorkingFolder there(folder);
     std::string path = folder;
     for (int i = 0; i < levels; ++i) {
-        if (!there.isThere() || mkdir(name.c_str(), 0777) != 0 || chdir(name.c_str()) != 0) {
+        if (!there.isThere() || mkdir(name.c_str(), 0777) != 0 || chdir(name.c_str()) != 0)
             throw std::runtime_error("cannot make a deep tree in " + folder);
-        }
         path += "/" + name;
     }
     return path;
@@ -70,12 +66,10 @@ void removeDeepTree(const std::string& folder) {
             const std::vector<std::string> names = entriesOf(".");
             emptied = names.empty();
             for (const std::string& name : names) {
-                if (remove(name.c_str()) == 0) {
+                if (remove(name.c_str()) == 0)
                     continue;
-                }
-                for (const std::string& child : entriesOf(name)) {
+                for (const std::string& child : entriesOf(name))
                     rename((name + "/" + child).c_str(), ("moved-" + std::to_string(moved++)).c_str());
-                }
             }
         }
     }
@@ -84,9 +78,8 @@ void removeDeepTree(const std::string& folder) {
 
 mode_t modeOf(const std::string& path) {
     struct stat info;
-    if (lstat(path.c_str(), &info) != 0) {
+    if (lstat(path.c_str(), &info) != 0)
         throw std::runtime_error("no entry " + path);
-    }
     return info.st_mode & 07777;
 }
 

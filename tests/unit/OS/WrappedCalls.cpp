@@ -107,12 +107,10 @@ SUBSTITUTE(int, flock, (int descriptor, int operation)) {
         --WrappedCalls::get().lockInterruptions;
         return failWith(EINTR);
     }
-    if (WrappedCalls::get().lockError != 0) {
+    if (WrappedCalls::get().lockError != 0)
         return failWith(WrappedCalls::get().lockError);
-    }
-    if (WrappedCalls::get().locksNeedWriting && (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY) {
+    if (WrappedCalls::get().locksNeedWriting && (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY)
         return failWith(EBADF);
-    }
     return ORIGINAL(flock)(descriptor, operation);
 }
 
@@ -123,12 +121,10 @@ static ssize_t boundOfTransfer(std::size_t size) {
         --calls.interruptions;
         return failWith(EINTR);
     }
-    if (calls.transfersBeforeError == 0) {
+    if (calls.transfersBeforeError == 0)
         return failWith(calls.transferError);
-    }
-    if (calls.transfersBeforeError > 0) {
+    if (calls.transfersBeforeError > 0)
         --calls.transfersBeforeError;
-    }
     return static_cast<ssize_t>(calls.mostBytes != 0 && calls.mostBytes < size ? calls.mostBytes : size);
 }
 
@@ -148,9 +144,8 @@ SUBSTITUTE(int, link, (const char* from, const char* to)) {
 }
 
 SUBSTITUTE(int, fchmod, (int descriptor, mode_t mode)) {
-    if (WrappedCalls::get().beforeModeChange) {
+    if (WrappedCalls::get().beforeModeChange)
         WrappedCalls::get().beforeModeChange();
-    }
     return ORIGINAL(fchmod)(descriptor, mode);
 }
 
@@ -179,18 +174,16 @@ void* startDelayed(void* arg) {
 SUBSTITUTE(int, pthread_create,
            (pthread_t * handle, const pthread_attr_t* attr, void* (*entry)(void*), void* arg)) {
     const WrappedCalls& calls = WrappedCalls::get();
-    if (calls.pthreadCreateError != 0) {
+    if (calls.pthreadCreateError != 0)
         return calls.pthreadCreateError;
-    }
     if (calls.beforeThreadBody) {
         auto* const delayed = new DelayedThread{entry, arg, calls.beforeThreadBody};
         return ORIGINAL(pthread_create)(handle, attr, startDelayed, delayed);
     }
     pthread_t created;
     const int result = ORIGINAL(pthread_create)(&created, attr, entry, arg);
-    if (calls.afterThreadCreated) {
+    if (calls.afterThreadCreated)
         calls.afterThreadCreated();
-    }
     *handle = created;
     return result;
 }
@@ -246,12 +239,10 @@ SUBSTITUTE(unsigned, sleep, (unsigned seconds)) {
 SUBSTITUTE(int, _NSGetExecutablePath, (char* buffer, uint32_t* size)) {
     record([size](Records& r) { r.executablePathSizes.push_back(*size); });
     const WrappedCalls& calls = WrappedCalls::get();
-    if (calls.executablePathFails) {
+    if (calls.executablePathFails)
         return -1;
-    }
-    if (calls.executablePath.empty()) {
+    if (calls.executablePath.empty())
         return ORIGINAL(_NSGetExecutablePath)(buffer, size);
-    }
     const uint32_t needed = static_cast<uint32_t>(calls.executablePath.size()) + 1;
     if (*size < needed) {
         *size = needed;
@@ -266,9 +257,8 @@ SUBSTITUTE(OSErr, FSFindFolder, (FSVolumeRefNum domain, OSType type, Boolean cre
         r.foldersAskedFor.insert(r.foldersAskedFor.end(), {domain, static_cast<int>(type), create});
     });
     const WrappedCalls& calls = WrappedCalls::get();
-    if (calls.findFolderError != 0) {
+    if (calls.findFolderError != 0)
         return static_cast<OSErr>(calls.findFolderError);
-    }
     return calls.folderPath.empty() ? ORIGINAL(FSFindFolder)(domain, type, create, folder)
                                     : static_cast<OSErr>(noErr);
 }
@@ -276,12 +266,10 @@ SUBSTITUTE(OSErr, FSFindFolder, (FSVolumeRefNum domain, OSType type, Boolean cre
 SUBSTITUTE(OSStatus, FSRefMakePath, (const FSRef* folder, UInt8* path, UInt32 size)) {
     record([size](Records& r) { r.folderPathSize = size; });
     const WrappedCalls& calls = WrappedCalls::get();
-    if (calls.makePathError != 0) {
+    if (calls.makePathError != 0)
         return calls.makePathError;
-    }
-    if (calls.folderPath.empty()) {
+    if (calls.folderPath.empty())
         return ORIGINAL(FSRefMakePath)(folder, path, size);
-    }
     memcpy(path, calls.folderPath.c_str(), calls.folderPath.size() + 1);
     return noErr;
 }

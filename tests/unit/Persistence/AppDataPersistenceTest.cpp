@@ -35,9 +35,8 @@ namespace {
 /// How often a text holds another.
 int countOf(const std::string& part, const std::string& text) {
     int count = 0;
-    for (size_t i = text.find(part); i != std::string::npos; i = text.find(part, i + 1)) {
+    for (size_t i = text.find(part); i != std::string::npos; i = text.find(part, i + 1))
         ++count;
-    }
     return count;
 }
 
@@ -81,9 +80,8 @@ TEST_F(AppDataPersistenceTest, TheOrderOfWritingDoesNotMatter) {
 }
 
 TEST_F(AppDataPersistenceTest, NamesAreOrderedByTheirBytes) {
-    for (const char* name : {"b", "\xC3\xA4", "B", "ba"}) {
+    for (const char* name : {"b", "\xC3\xA4", "B", "ba"})
         m_store.writeParam(name, "");
-    }
     EXPECT_EQ(readFile(m_file), "B=\nb=\nba=\n\xC3\xA4=\n");
 }
 
@@ -148,9 +146,8 @@ TEST_F(AppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNothing) {
     EXPECT_FALSE(m_store.writeParam("n", "v\nw"));
     EXPECT_EQ(readFile(m_file), "a=1\n");
     for (const char* reason : {"the name is empty", "the name holds \"=\"", "the name holds a line feed",
-                               "the value holds a line feed"}) {
+                               "the value holds a line feed"})
         EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
-    }
 }
 
 TEST_F(AppDataPersistenceTest, ARefusedNameOfTenMegabytesIsTracedWithoutHarm) {

@@ -100,9 +100,8 @@ TEST_F(BinaryAppDataPersistenceTest, RefusesWhatCouldNotBeReadBackAndTouchesNoth
     EXPECT_FALSE(m_store.writeUnformattedParam("n", "v", INT_MAX));
     EXPECT_EQ(readFile(m_file), record("a", "1"));
     for (const char* reason :
-         {"the name is empty", "the size is negative", "there is no data", "the block is too large"}) {
+         {"the name is empty", "the size is negative", "there is no data", "the block is too large"})
         EXPECT_NE(std::string::npos, trace.text().find(reason)) << reason;
-    }
 }
 
 TEST_F(BinaryAppDataPersistenceTest, NamesAndDataMayHoldAnyByte) {
@@ -324,9 +323,8 @@ public:
     using BinaryAppDataPersistence::BinaryAppDataPersistence;
 
     bool readPersistenceFile(ParamMap& params) override {
-        for (const auto& entry : kept) {
+        for (const auto& entry : kept)
             params.insert(entry);
-        }
         return isReadable;
     }
     bool writePersistenceFile(const ParamMap& params) override {

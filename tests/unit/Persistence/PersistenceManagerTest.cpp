@@ -87,9 +87,8 @@ TEST_F(PersistenceManagerTest, TheCallsOfTheTextStoreAreTraced) {
           "PersistenceManager::readParam\n", "  AppDataPersistence::readParam\n",
           "PersistenceManager::eraseAllParams\n", "  AppDataPersistence::eraseAllParams\n",
           "  AppDataPersistence::writePersistenceFile\n", "  AppDataPersistence::destructor\n",
-          "PersistenceManager::destructor\n"}) {
+          "PersistenceManager::destructor\n"})
         EXPECT_NE(std::string::npos, trace.text().find(call)) << call;
-    }
 }
 
 TEST_F(PersistenceManagerTest, TheCallsOfTheBinaryStoreAreTraced) {
@@ -114,9 +113,8 @@ TEST_F(PersistenceManagerTest, TheCallsOfTheBinaryStoreAreTraced) {
           "BinaryPersistenceManager::eraseAllParams\n", "  BinaryAppDataPersistence::eraseAllParams\n",
           "  BinaryAppDataPersistence::writePersistenceFile\n",
           "BinaryAppDataPersistence::readPersistenceFile\n", "  BinaryAppDataPersistence::destructor\n",
-          "BinaryPersistenceManager::destructor\n"}) {
+          "BinaryPersistenceManager::destructor\n"})
         EXPECT_NE(std::string::npos, trace.text().find(call)) << call;
-    }
 }
 
 } // namespace

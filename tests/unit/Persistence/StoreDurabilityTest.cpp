@@ -72,17 +72,15 @@ protected:
     /// Starts a process that writes one value after the other without pause, and waits for its first write.
     pid_t startWriter(const std::string (&values)[2]) {
         int ready[2];
-        if (pipe(ready) != 0) {
+        if (pipe(ready) != 0)
             return -1;
-        }
         const pid_t writer = fork();
         if (writer == 0) {
             Store store;
             for (size_t i = 0;; ++i) {
                 store.write("changing", values[i % 2]);
-                if (i == 0 && write(ready[1], "1", 1) != 1) {
+                if (i == 0 && write(ready[1], "1", 1) != 1)
                     _exit(1);
-                }
             }
         }
         char byte = 0;
@@ -137,9 +135,8 @@ TYPED_TEST(StoreDurabilityTest, ProcessesThatWriteAtTheSameTimeLoseNothing) {
         if (writers.back() == 0) {
             TypeParam store;
             bool written = true;
-            for (int i = 0; i < WRITES && written; ++i) {
+            for (int i = 0; i < WRITES && written; ++i)
                 written = store.write("p" + std::to_string(10000 * (writer + 1) + i), std::to_string(i));
-            }
             _exit(written ? 0 : 1);
         }
     }
@@ -149,11 +146,9 @@ TYPED_TEST(StoreDurabilityTest, ProcessesThatWriteAtTheSameTimeLoseNothing) {
         EXPECT_EQ(status, 0);
     }
     std::string expected;
-    for (int writer = 0; writer < WRITERS; ++writer) {
-        for (int i = 0; i < WRITES; ++i) {
+    for (int writer = 0; writer < WRITERS; ++writer)
+        for (int i = 0; i < WRITES; ++i)
             expected += TypeParam::line("p" + std::to_string(10000 * (writer + 1) + i), std::to_string(i));
-        }
-    }
     EXPECT_TRUE(expected == readFile(this->m_folder / "user/Ferrow/Zevo/" + TypeParam::FILE));
 }
 

@@ -24,9 +24,8 @@ private:
 /// The little-endian 32-bit form of a length, as it stands in a binary parameter file.
 inline std::string length32(unsigned long value) {
     std::string text;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4; ++i)
         text += static_cast<char>(value >> 8 * i & 0xFF);
-    }
     return text;
 }
 

@@ -88,10 +88,9 @@ std::vector<std::string> resultOf(const std::string& text) {
 TEST(KeywordScanner, WordsKnowTheirColumns) {
     TextScanner scanner("X_ON\n\tX_NAMES  a bc\n", 3);
     std::vector<std::string> places;
-    for (KeywordToken token = scanner.scan(); token.kind != KeywordToken::EndOfFile; token = scanner.scan()) {
+    for (KeywordToken token = scanner.scan(); token.kind != KeywordToken::EndOfFile; token = scanner.scan())
         if (token.kind != KeywordToken::Filler)
             places.push_back(std::to_string(token.line) + ":" + std::to_string(token.column));
-    }
     EXPECT_THAT(places, ElementsAre("1:1", "1:5", "2:2", "2:11", "2:13", "2:15"));
 }
 

@@ -397,10 +397,9 @@ TEST_F(LoggerRing, PlacesThatAreForgottenDuringADrainDoNotHoldItUp) {
     ring.put("first\n");
     std::atomic<bool> isOver(false);
     std::thread forgetful([&] {
-        while (!isOver) {
+        while (!isOver)
             if (const LineQueue::Slot slot = ring.reserve(3))
                 slot.cancel();
-        }
     });
     std::string expected = "first\n";
     for (int line = 0; line < 2000; ++line) {

@@ -67,9 +67,8 @@ TEST(QuickFormat, RoundsDecimalsAsPrintfDoes) {
     for (const double value :
          {0.0,      -0.0,   0.5,     1.5,    2.5,           -2.5,          0.05,           0.25,
           0.125,    0.375,  0.0625,  0.0005, 0.00048828125, 0.0009765625,  0.0004999,      9.9995,
-          999.9995, 1e-300, DBL_MIN, 5e-324, 1.234,         -1234567.8905, 4294967295.9994}) {
+          999.9995, 1e-300, DBL_MIN, 5e-324, 1.234,         -1234567.8905, 4294967295.9994})
         expectSame("%.3f", value);
-    }
 }
 
 TEST(QuickFormat, AgreesWithPrintfOnRandomNumbers) {
@@ -131,9 +130,8 @@ TEST(QuickFormat, LeavesTheLongestFormatsToPrintf) {
 TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
     for (const double value :
          {4294967296.0, -4294967296.0, 4503599627370496.0, 1e300, std::numeric_limits<double>::infinity(),
-          -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+          -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
         EXPECT_EQ(quickly(100, "%.3f", value), REFUSED);
-    }
 }
 
 TEST(QuickFormat, LeavesWhatDoesNotFitToPrintf) {

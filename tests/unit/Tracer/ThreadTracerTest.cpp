@@ -374,9 +374,7 @@ TEST_F(ThreadTracing, CallThatOutlivesItsThreadsTraceWritesNothingUnderAnotherNa
         inner();
         m_tracer.EndOfThread();
     }
-    for (const std::string& line : linesOf(file())) {
-        if (line.find("outliving") != std::string::npos) {
+    for (const std::string& line : linesOf(file()))
+        if (line.find("outliving") != std::string::npos)
             EXPECT_NE(line.find("[first          ]outliving\n"), std::string::npos) << line;
-        }
-    }
 }

@@ -261,8 +261,8 @@ TEST_F(TracerCore, StacksArePrintedInTheOrderOfTheThreadIds) {
             ids[i] = currentThreadKey();
             ++known;
             waitFor([&] { return known == COUNT; });
-            const auto rank = static_cast<std::size_t>(
-                std::count_if(ids.begin(), ids.end(), [&](std::uint64_t id) { return id < ids[i]; }));
+            const auto rank = static_cast<std::size_t>(std::count_if(
+                ids.begin(), ids.end(), [&](std::uint64_t id) { return id < ids[i]; }));
             // The highest id comes first, so that the order of registration is another one.
             waitFor([&] { return registered == COUNT - 1 - rank; });
             m_tracer.BeginningOfThread(("rank " + std::to_string(rank)).c_str());

@@ -51,10 +51,9 @@ bool exists(const std::string& path) {
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;
     const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(folder.c_str()), closedir);
-    while (const dirent* const entry = opened != nullptr ? readdir(opened.get()) : nullptr) {
+    while (const dirent* const entry = opened != nullptr ? readdir(opened.get()) : nullptr)
         if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
             names.push_back(entry->d_name);
-    }
     return names;
 }
 

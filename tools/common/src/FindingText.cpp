@@ -35,10 +35,9 @@ std::string excerptOf(const Place& place, const Colours& colours) {
     while (start < place.text.size() && isContinuation(place.text[start]))
         ++start;
     std::string marks;
-    for (std::size_t i = start; i < column; ++i) {
+    for (std::size_t i = start; i < column; ++i)
         if (!isContinuation(place.text[i]))
             marks += place.text[i] == '\t' ? '\t' : ' ';
-    }
     std::size_t length = 0;
     for (std::size_t i = column; i < column + static_cast<std::size_t>(place.length) && i < start + WIDEST;
          ++i)

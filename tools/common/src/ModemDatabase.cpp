@@ -137,10 +137,9 @@ std::vector<KnownModem> modemsNamed(const std::string& words, const std::vector<
                      const std::string names = smallLetters(modem.names);
                      std::istringstream each(smallLetters(words));
                      bool isAny = false;
-                     for (std::string word; each >> word; isAny = true) {
+                     for (std::string word; each >> word; isAny = true)
                          if (names.find(word) == std::string::npos)
                              return false;
-                     }
                      return isAny;
                  });
     return found;

@@ -34,12 +34,11 @@ void installFrom(const std::string& given, const SampleMachine& machine) {
     CheckOptions options;
     const CheckResult result = checked(folder, options);
     std::cout << asText(result, options, Colours(takesColours(stdout))) << std::flush;
-    for (const char* const name : {"ID.txt", "Launcher.cfg", "logger_launcher.cfg"}) {
+    for (const char* const name : {"ID.txt", "Launcher.cfg", "logger_launcher.cfg"})
         if (std::filesystem::is_regular_file(folder + name))
             machine.install(name, readTextFile(folder + name));
         else
             machine.uninstall(name);
-    }
 }
 
 void installFor(const Modem& modem, const SampleMachine& machine) {

@@ -37,10 +37,9 @@ void addWhoThisIs(Pseudonyms& pseudonyms) {
         pseudonyms.addName(user->pw_name, "user");
         pseudonyms.addName(user->pw_gecos, "user");
     }
-    for (const char* const variable : {"USER", "LOGNAME"}) {
+    for (const char* const variable : {"USER", "LOGNAME"})
         if (const char* const name = std::getenv(variable))
             pseudonyms.addName(name, "user");
-    }
     if (const char* const home = std::getenv("HOME")) {
         const std::string folder = home;
         pseudonyms.addName(folder.substr(folder.rfind('/') + 1), "user");
@@ -56,10 +55,9 @@ std::string versions() {
     if (uname(&system) == 0)
         text += fmt::format("{} {} {}\n", system.sysname, system.release, system.machine);
     std::ifstream release("/etc/os-release");
-    for (std::string line; std::getline(release, line);) {
+    for (std::string line; std::getline(release, line);)
         if (line.compare(0, 12, "PRETTY_NAME=") == 0)
             text += line + "\n";
-    }
     return text;
 }
 

@@ -31,8 +31,9 @@ std::vector<std::string_view> levelsOf(const KeywordLanguage& language) {
 }
 
 bool isAmong(const std::string& word, const std::vector<std::string_view>& words) {
-    return std::any_of(words.begin(), words.end(),
-                       [&word](std::string_view other) { return smallLetters(word) == smallLetters(other); });
+    return std::any_of(
+        words.begin(), words.end(),
+        [&word](std::string_view other) { return smallLetters(word) == smallLetters(other); });
 }
 
 // TRACE_CLOCK is the trace's LOG_CLOCK.
@@ -120,9 +121,9 @@ const ReadLine* KeywordFileCheck::lastOfAll() const {
 }
 
 bool KeywordFileCheck::has(int statement) const {
-    return std::any_of(m_lines.begin(), m_lines.end(), [statement](const ReadLine& line) {
-        return line.isComplete && line.statement == statement;
-    });
+    return std::any_of(
+        m_lines.begin(), m_lines.end(),
+        [statement](const ReadLine& line) { return line.isComplete && line.statement == statement; });
 }
 
 void KeywordFileCheck::checkForm() {
@@ -131,12 +132,11 @@ void KeywordFileCheck::checkForm() {
             fmt::format("a byte order mark is a syntax error: {}", ENDS), "no byte order mark");
         m_isWithoutErrors = false;
     }
-    for (const ReadLine& line : m_lines) {
+    for (const ReadLine& line : m_lines)
         if (!line.isComplete && line.stop.line > 0 && !(m_file.hasByteOrderMark() && line.stop.line == 1))
             tellStop(line);
         else if (line.isComplete)
             checkBlankBehindKeyword(line);
-    }
     checkLostLine();
 }
 
@@ -178,10 +178,9 @@ void KeywordFileCheck::checkLostLine() {
 Place KeywordFileCheck::wholeWordAt(const KeywordToken& token) const {
     const std::string_view text = m_file.line(token.line);
     std::size_t start = std::min(text.size(), static_cast<std::size_t>(token.column) - 1);
-    if (start < text.size() && text[start] != ' ' && text[start] != '\t') {
+    if (start < text.size() && text[start] != ' ' && text[start] != '\t')
         while (start > 0 && text[start - 1] != ' ' && text[start - 1] != '\t')
             --start;
-    }
     const std::size_t end = std::min(text.size(), text.find_first_of(" \t", start));
     return m_file.at(token.line, static_cast<int>(start) + 1, static_cast<int>(end - start));
 }

@@ -40,10 +40,9 @@ const std::vector<std::string_view>& knownKeys() {
 }
 
 bool isKnown(std::string_view key) {
-    for (const std::string_view known : knownKeys()) {
+    for (const std::string_view known : knownKeys())
         if (key == known)
             return true;
-    }
     return false;
 }
 
@@ -146,10 +145,9 @@ void LauncherConfigurationCheck::tellSkippedValue(const ReadKey& read) {
 
 int LauncherConfigurationCheck::keysBelow(int line) const {
     int keys = 0;
-    for (int below = line + 1; below <= m_file.lineCount(); ++below) {
+    for (int below = line + 1; below <= m_file.lineCount(); ++below)
         if (m_file.line(below).find("<key>") != std::string_view::npos)
             ++keys;
-    }
     return keys;
 }
 

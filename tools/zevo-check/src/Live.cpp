@@ -70,10 +70,9 @@ std::vector<LiveApplication> applicationsNow(bool& isListReadable) {
         Findings obstacles;
         checkApplication(known.path, obstacles);
         application.canBeStarted = obstacles.empty();
-        for (const LinuxPlatform::RunningApplication& process : running) {
+        for (const LinuxPlatform::RunningApplication& process : running)
             if (LinuxPlatform::outOfRoot(process.bundle) == application.path)
                 application.processes.push_back(process.pid);
-        }
         applications.push_back(application);
     }
     return applications;

@@ -90,9 +90,12 @@ Findings check(const std::string& folder) {
 }
 
 bool hasTwice(const Findings& findings, const std::string& key) {
-    return std::any_of(findings.begin(), findings.end(), [&key](const Finding& finding) {
-        return endsIn(finding.id, "-key-twice") && finding.wrong.compare(0, key.size() + 1, key + " ") == 0;
-    });
+    return std::any_of(
+        findings.begin(), findings.end(),
+        [&key](const Finding& finding) {
+            return endsIn(finding.id, "-key-twice") &&
+                   finding.wrong.compare(0, key.size() + 1, key + " ") == 0;
+        });
 }
 
 // One change at a time: the next check sees the places as they are then.

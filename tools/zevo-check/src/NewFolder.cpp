@@ -45,10 +45,9 @@ ChosenModem chooseByIds(const UsbIds& ids, const std::vector<KnownModem>& databa
         return modem;
     }
     // The ids that it is plugged in with, and switched from.
-    for (const KnownModem& known : database) {
+    for (const KnownModem& known : database)
         if (known.cdRom == ids)
             return chosen(known, known.modems.front());
-    }
     return {ids, ids, "", {}, false};
 }
 
@@ -132,10 +131,9 @@ void writeNewFolder(const std::string& folder, const ChosenModem& modem) {
         {"tracer_zevolauncher.cfg", SHIPPED_TRACE_CONFIGURATION},
         {"logger_launcher.cfg", SHIPPED_LOG_CONFIGURATION},
     };
-    for (const auto& [name, text] : files) {
+    for (const auto& [name, text] : files)
         if (std::filesystem::exists(std::filesystem::symlink_status(folder + name)))
             throw UsageError(folder + name + " is there already; give another folder");
-    }
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
     if (problem)

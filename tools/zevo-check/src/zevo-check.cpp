@@ -111,10 +111,9 @@ struct NewInstallation {
 
 ExitStatus makeFolder(const NewInstallation& wanted) {
     std::vector<UsbIds> connected;
-    if (wanted.modem.empty()) {
+    if (wanted.modem.empty())
         for (const LiveDevice& device : connectedDevices({}))
             connected.push_back({device.vendor, device.product});
-    }
     const ChosenModem modem = chooseModem(wanted.modem, readModemDatabase(wanted.database), connected);
     const std::string folder = withSeparator(wanted.folder);
     writeNewFolder(folder, modem);

@@ -76,10 +76,9 @@ UsbDevice choosePersonality(const std::string& text, const std::vector<KnownMode
 
 std::vector<std::string> idsOf(const Modem& modem) {
     std::vector<std::string> ids;
-    for (const UsbDevice* const device : {&modem.cdRom, &modem.modem}) {
+    for (const UsbDevice* const device : {&modem.cdRom, &modem.modem})
         if (device->isKnown())
             ids.push_back(shortIdentifier(*device));
-    }
     return ids;
 }
 

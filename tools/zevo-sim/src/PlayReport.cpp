@@ -10,18 +10,17 @@ namespace Zevo {
 namespace {
 
 std::size_t expectationCount(const Played& played) {
-    return static_cast<std::size_t>(
-        std::count_if(played.outcomes.begin(), played.outcomes.end(),
-                      [](const Outcome& outcome) { return outcome.step.isExpectation(); }));
+    return static_cast<std::size_t>(std::count_if(
+        played.outcomes.begin(), played.outcomes.end(),
+        [](const Outcome& outcome) { return outcome.step.isExpectation(); }));
 }
 
 /// Expectations, and what was refused.
 std::vector<const Outcome*> casesOf(const Played& played) {
     std::vector<const Outcome*> cases;
-    for (const Outcome& outcome : played.outcomes) {
+    for (const Outcome& outcome : played.outcomes)
         if (outcome.step.isExpectation() || outcome.isRefused)
             cases.push_back(&outcome);
-    }
     return cases;
 }
 
@@ -63,8 +62,8 @@ std::string caseText(const Outcome& outcome, const std::string& script) {
 } // namespace
 
 bool Played::isFine() const {
-    return std::all_of(outcomes.begin(), outcomes.end(),
-                       [](const Outcome& outcome) { return outcome.isMet; });
+    return std::all_of(
+        outcomes.begin(), outcomes.end(), [](const Outcome& outcome) { return outcome.isMet; });
 }
 
 std::string complaintText(const Outcome& outcome, const Colours& colours) {

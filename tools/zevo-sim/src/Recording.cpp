@@ -25,10 +25,9 @@ constexpr unsigned STORAGE_CLASS = 0x08;
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), &closedir);
-    while (const dirent* const entry = listing ? readdir(listing.get()) : nullptr) {
+    while (const dirent* const entry = listing ? readdir(listing.get()) : nullptr)
         if (entry->d_name[0] != '.')
             names.push_back(entry->d_name);
-    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -49,10 +48,9 @@ unsigned hexadecimal(const std::string& text) {
 std::string driverOf(const std::string& folder) {
     std::ifstream file(folder + "/uevent");
     static const std::string NAME = "DRIVER=";
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(file, line);)
         if (line.compare(0, NAME.size(), NAME) == 0)
             return line.substr(NAME.size());
-    }
     return {};
 }
 
@@ -63,13 +61,12 @@ std::string withoutNumber(const std::string& name) {
 /// What a driver made: tty/ttyACM0 and net/wwan0 below the interface, or ttyUSB0/tty/ttyUSB0.
 void addFunctions(const std::string& folder, UsbInterface& interface) {
     for (const std::string& entry : entriesOf(folder)) {
-        if (entry == "tty" || entry == "net") {
+        if (entry == "tty" || entry == "net")
             for (const std::string& name : entriesOf(folder + "/" + entry))
                 interface.functions.push_back({entry, withoutNumber(name)});
-        } else {
+        else
             for (const std::string& name : entriesOf(folder + "/" + entry + "/tty"))
                 interface.functions.push_back({"tty", withoutNumber(name)});
-        }
     }
 }
 
@@ -95,10 +92,9 @@ UsbDevice deviceAt(const std::string& port, const std::vector<std::string>& entr
     const std::string release = attribute(folder, "bcdDevice");
     if (!release.empty())
         device.release = release;
-    for (const std::string& entry : entries) {
+    for (const std::string& entry : entries)
         if (entry.compare(0, port.size() + 1, port + ":") == 0)
             device.interfaces.push_back(interfaceAt(std::string(USB_DEVICES) + "/" + entry));
-    }
     return device;
 }
 
@@ -108,8 +104,9 @@ bool isHub(const UsbDevice& device) {
 
 bool isStorageOnly(const UsbDevice& device) {
     return !device.interfaces.empty() &&
-           std::all_of(device.interfaces.begin(), device.interfaces.end(),
-                       [](const UsbInterface& interface) { return interface.usbClass == STORAGE_CLASS; });
+           std::all_of(
+               device.interfaces.begin(), device.interfaces.end(),
+               [](const UsbInterface& interface) { return interface.usbClass == STORAGE_CLASS; });
 }
 
 bool shows(const UsbDevice& device, const UsbIds& ids) {
@@ -117,11 +114,13 @@ bool shows(const UsbDevice& device, const UsbIds& ids) {
 }
 
 bool isKnownModem(const UsbDevice& device, const std::vector<KnownModem>& database) {
-    return std::any_of(database.begin(), database.end(), [&device](const KnownModem& known) {
-        return shows(device, known.cdRom) ||
-               std::any_of(known.modems.begin(), known.modems.end(),
-                           [&](const UsbIds& ids) { return shows(device, ids); });
-    });
+    return std::any_of(
+        database.begin(), database.end(),
+        [&device](const KnownModem& known) {
+            return shows(device, known.cdRom) || std::any_of(
+                                                     known.modems.begin(), known.modems.end(),
+                                                     [&](const UsbIds& ids) { return shows(device, ids); });
+        });
 }
 
 std::string listOf(const std::vector<SeenDevice>& devices) {
@@ -185,9 +184,8 @@ std::vector<SeenDevice> seenDevices() {
 SeenDevice chooseSeen(const std::string& text, const std::vector<SeenDevice>& devices,
                       const std::vector<KnownModem>& database) {
     std::vector<std::string> ids;
-    if (!text.empty() && !VirtualUsbBus::isPort(text)) {
+    if (!text.empty() && !VirtualUsbBus::isPort(text))
         ids = idsOf(chooseDevice(text, database));
-    }
     std::vector<SeenDevice> found;
     std::copy_if(devices.begin(), devices.end(), std::back_inserter(found), [&](const SeenDevice& seen) {
         if (text.empty())

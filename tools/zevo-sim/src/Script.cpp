@@ -181,10 +181,9 @@ private:
     /// One of these words; where it is missing, `expected` says what for people.
     std::string takeOneOf(const std::vector<std::string_view>& words, const std::string& expected) {
         const Word& word = take(expected);
-        for (const std::string_view each : words) {
+        for (const std::string_view each : words)
             if (!word.isQuoted && word.text == each)
                 return word.text;
-        }
         fail("script-word-unknown", word, fmt::format("\"{}\" is not understood here", word.text), expected,
              words.size() > 1 ? words : std::vector<std::string_view>());
     }
@@ -305,13 +304,12 @@ private:
 
     void readUnplug() {
         m_step.kind = Step::Kind::unplug;
-        if (takeIf("all")) {
+        if (takeIf("all"))
             m_step.kind = Step::Kind::unplugAll;
-        } else if (m_next < m_words.size() && VirtualUsbBus::isPort(m_words[m_next].text)) {
+        else if (m_next < m_words.size() && VirtualUsbBus::isPort(m_words[m_next].text))
             m_step.port = takePort();
-        } else if (m_next < m_words.size()) {
+        else if (m_next < m_words.size())
             m_step.ids = idsOf(chosen(take(A_DEVICE), &chooseDevice));
-        }
     }
 
     void readExpectation() {

@@ -266,10 +266,9 @@ void Session::serveUntilEnd() {
 }
 
 void Session::waitForSomething(Clock::time_point end) {
-    for (const auto& [port, plugged] : m_plugged) {
+    for (const auto& [port, plugged] : m_plugged)
         if (plugged.switchesAt)
             end = std::min(end, *plugged.switchesAt);
-    }
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(end - Clock::now()).count();
     pollfd waited[] = {{m_listener.get(), POLLIN, 0}, {m_signals.get(), POLLIN, 0}};
     poll(waited, 2, left <= 0 ? 0 : static_cast<int>(left / 1000 + 1));
@@ -277,10 +276,9 @@ void Session::waitForSomething(Clock::time_point end) {
 
 void Session::switchWhatIsDue() {
     const Clock::time_point now = Clock::now();
-    for (auto& [port, plugged] : m_plugged) {
+    for (auto& [port, plugged] : m_plugged)
         if (plugged.switchesAt && *plugged.switchesAt <= now)
             becomes(port, otherPersonalityAt(port));
-    }
 }
 
 void Session::answerOne() {

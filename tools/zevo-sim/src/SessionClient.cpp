@@ -16,10 +16,9 @@ constexpr char HOW_TO_BEGIN[] = "begin one: zevo-sim run -- PROGRAM";
 std::string onlySession() {
     std::vector<std::string> alive;
     std::string why;
-    for (const std::string& folder : sessionFolders()) {
+    for (const std::string& folder : sessionFolders())
         if (connectTo(folder, why).isOpen())
             alive.push_back(folder);
-    }
     if (alive.empty())
         throw UsageError(std::string("no virtual bus is there; ") + HOW_TO_BEGIN);
     if (alive.size() == 1)

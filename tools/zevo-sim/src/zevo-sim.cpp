@@ -139,11 +139,10 @@ ExitStatus switchTo(const Wanted& wanted) {
 
 ExitStatus unplug(const Wanted& wanted) {
     Which which;
-    if (VirtualUsbBus::isPort(wanted.device)) {
+    if (VirtualUsbBus::isPort(wanted.device))
         which.port = wanted.device;
-    } else if (!wanted.device.empty()) {
+    else if (!wanted.device.empty())
         which.ids = idsOf(chooseDevice(wanted.device, database(wanted)));
-    }
     SessionClient bus(wanted.bus);
     if (wanted.all)
         bus.unplugAll();

@@ -23,8 +23,9 @@ std::string folded(std::string_view text) {
 }
 
 bool isCovered(const std::vector<std::string>& patterns, std::string_view name) {
-    return std::any_of(patterns.begin(), patterns.end(),
-                       [&](const std::string& pattern) { return isNameCovered(pattern, name); });
+    return std::any_of(
+        patterns.begin(), patterns.end(),
+        [&](const std::string& pattern) { return isNameCovered(pattern, name); });
 }
 
 /// A pattern of TRACE_THE_CALL that begins with "-" hides what the rest covers.

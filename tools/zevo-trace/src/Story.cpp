@@ -132,11 +132,10 @@ void StoryTeller::add(const JournalLine& line) {
 
 void StoryTeller::addLogLine(const JournalLine& line) {
     RunStory& run = story(line.run);
-    if (line.line.level == 'E') {
+    if (line.line.level == 'E')
         run.logErrors.emplace_back(line.line.text);
-    } else if (const auto entry = cardEntryOf(line.line.text)) {
+    else if (const auto entry = cardEntryOf(line.line.text))
         run.card[entry->first] = entry->second;
-    }
 }
 
 LaunchAttempt* StoryTeller::pending(RunStory& story) const {

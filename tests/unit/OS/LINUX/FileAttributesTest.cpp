@@ -43,9 +43,8 @@ protected:
         } entries[] = {{1, 6, ~0u}, {2, 6, 4242}, {4, 0, ~0u}, {16, 6, ~0u}, {32, 0, ~0u}};
         for (const auto& entry : entries) {
             list += {static_cast<char>(entry.tag), 0, static_cast<char>(entry.rights), 0};
-            for (int i = 0; i < 4; ++i) {
+            for (int i = 0; i < 4; ++i)
                 list += static_cast<char>(entry.id >> 8 * i & 0xFF);
-            }
         }
         return list;
     }

@@ -23,18 +23,16 @@ namespace {
 int openDescriptors() {
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir("/proc/self/fd"), closedir);
     int count = 0;
-    while (readdir(directory.get()) != nullptr) {
+    while (readdir(directory.get()) != nullptr)
         ++count;
-    }
     return count;
 }
 
 std::vector<std::string> find(const std::string& folder, const std::string& pattern) {
     FileFinder finder(folder, pattern);
     std::vector<std::string> names;
-    for (std::string name; finder.findNextFile(name);) {
+    for (std::string name; finder.findNextFile(name);)
         names.push_back(name);
-    }
     return names;
 }
 
@@ -76,9 +74,8 @@ TEST(FileSearchLinuxTest, FileSystemsThatDoNotTellTheTypesOfEntriesAreSearchedTh
 TEST(FileSearchLinuxTest, NamesThatAreNoUtf8ComeBackByteForByte) {
     const TemporaryFolder folder;
     const std::vector<std::string> names = {"\xFF\xFE.txt", "\x80.txt", "caf\xE9.txt", "line\nfeed.txt"};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(folder / name, "");
-    }
     EXPECT_THAT(find(folder.path(), "txt"), UnorderedElementsAre(names[0], names[1], names[2], names[3]));
     EXPECT_THAT(find(folder.path(), "*?feed.txt"), UnorderedElementsAre(names[3]));
 }

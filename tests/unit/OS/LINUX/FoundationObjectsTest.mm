@@ -21,18 +21,16 @@ namespace {
 int objectsLeftBy(const std::function<void()>& action) {
     const auto count = [] {
         int objects = 0;
-        for (const Class* type = GSDebugAllocationClassList(); *type != Nil; ++type) {
+        for (const Class* type = GSDebugAllocationClassList(); *type != Nil; ++type)
             objects += GSDebugAllocationCount(*type);
-        }
         return objects;
     };
     action(); // what is made once and kept has been made
     GSDebugAllocationActive(YES);
     action();
     const int before = count();
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 100; ++i)
         action();
-    }
     const int after = count();
     GSDebugAllocationActive(NO);
     return after - before;

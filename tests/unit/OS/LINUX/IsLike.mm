@@ -24,9 +24,8 @@ static BOOL matches(NSString* text, NSString* pattern) {
             return NO;
         }
     }
-    while (p < patternLength && [pattern characterAtIndex:p] == '*') {
+    while (p < patternLength && [pattern characterAtIndex:p] == '*')
         ++p;
-    }
     return p == patternLength;
 }
 

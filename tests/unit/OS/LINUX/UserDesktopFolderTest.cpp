@@ -89,9 +89,8 @@ TEST_F(UserDesktopFolderLinuxTest, IgnoresSettingsOfAnyOtherForm) {
          {"XDG_DESKTOP_DIR=\"relative\"", "XDG_DESKTOP_DIR=$HOME/unquoted", "XDG_DESKTOP_DIR=\"\"",
           "XDG_DESKTOP_DIR=", "XDG_DESKTOP_DIR", "#XDG_DESKTOP_DIR=\"/commented\"", "XDG_DESKTOP_DIRS=\"/x\"",
           "XDG_DESKTOP_DIR=\"$HOMEPAGE/x\"", "XDG_DESKTOP_DIR=\"~/x\"", "export XDG_DESKTOP_DIR=\"/x\"",
-          "XDG_DESKTOP_DIR=\"\\", ""}) {
+          "XDG_DESKTOP_DIR=\"\\", ""})
         EXPECT_EQ(desktopWith(std::string(line) + "\n"), "/home/someone/Desktop") << line;
-    }
 }
 
 TEST_F(UserDesktopFolderLinuxTest, ReadsTheSettingsOfTheHomeFolderWithoutAConfigurationFolder) {

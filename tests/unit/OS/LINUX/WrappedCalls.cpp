@@ -20,9 +20,8 @@ SUBSTITUTE(int, fsetxattr, (int descriptor, const char* name, const void* value,
 
 // Under one of the two names, depending on the width of a file's offset.
 static dirent* withoutType(dirent* entry) {
-    if (entry != nullptr && WrappedCalls::get().entryTypesHidden) {
+    if (entry != nullptr && WrappedCalls::get().entryTypesHidden)
         entry->d_type = DT_UNKNOWN;
-    }
     return entry;
 }
 

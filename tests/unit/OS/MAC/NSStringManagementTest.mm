@@ -68,9 +68,8 @@ TEST_F(NSStringManagementTest, AByteOrderMarkIsNeitherAddedNorRead) {
 }
 
 TEST_F(NSStringManagementTest, UnitsThatAreNoCodePointGiveNoText) {
-    for (const unsigned value : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) {
+    for (const unsigned value : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu})
         EXPECT_EQ(throughNSString(L"a" + unit(value)), L"") << std::hex << value;
-    }
 }
 
 TEST_F(NSStringManagementTest, AnUnpairedSurrogateOfAnNSStringGivesNoText) {

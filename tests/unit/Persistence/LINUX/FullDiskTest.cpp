@@ -36,9 +36,8 @@ protected:
         m_mounted = mount("zevo", m_disk.c_str(), "tmpfs", 0, "size=256k") == 0;
     }
     ~FullDiskTest() override {
-        if (m_mounted) {
+        if (m_mounted)
             umount2(m_disk.c_str(), MNT_DETACH);
-        }
     }
     void SetUp() override { ASSERT_TRUE(m_mounted); }
 

@@ -203,9 +203,8 @@ std::vector<std::string> BundleTest::runningBundles() {
 }
 
 std::string BundleTest::bundleOf(pid_t pid) {
-    for (const auto& application : walk()) {
+    for (const auto& application : walk())
         if (application.first == pid)
             return application.second;
-    }
     return "";
 }

@@ -14,10 +14,9 @@ using namespace LinuxPlatform;
 
 static std::vector<int> openFiles() {
     std::vector<int> open;
-    for (int file = 0; file < 1024; ++file) {
+    for (int file = 0; file < 1024; ++file)
         if (fcntl(file, F_GETFD) != -1)
             open.push_back(file);
-    }
     return open;
 }
 

@@ -264,10 +264,9 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
     const auto application = [this] {
         std::vector<LinuxPlatform::RunningApplication> applications;
         LinuxPlatform::listRunningApplications(applications);
-        for (const LinuxPlatform::RunningApplication& running : applications) {
+        for (const LinuxPlatform::RunningApplication& running : applications)
             if (running.executable == executable())
                 return running.pid;
-        }
         return 0;
     };
     ASSERT_TRUE(comesTrue([&] { return application() != 0; }));

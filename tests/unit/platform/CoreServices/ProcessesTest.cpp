@@ -27,10 +27,9 @@ protected:
 
     static ProcessSerialNumber numberOf(pid_t pid) {
         ProcessSerialNumber number = {0, kNoProcess};
-        while (GetNextProcess(&number) == noErr) {
+        while (GetNextProcess(&number) == noErr)
             if (static_cast<pid_t>(number.lowLongOfPSN) == pid)
                 break;
-        }
         return number;
     }
 };

@@ -51,10 +51,9 @@ static void reportSignals(std::ofstream& report) {
     std::string blocked;
     sigset_t mask;
     sigprocmask(SIG_SETMASK, nullptr, &mask);
-    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    for (int signal = 1; signal <= SIGRTMAX; ++signal)
         if (sigismember(&mask, signal) == 1)
             blocked += std::to_string(signal) + " ";
-    }
     report << "ignored=" << ignored << "\nblocked=" << blocked << "\n";
 }
 

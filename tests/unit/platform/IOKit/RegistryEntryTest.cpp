@@ -156,10 +156,9 @@ TEST_F(RegistryEntries, NoPathIsAPrefixOfANeighbours) {
         paths.push_back(PathOf(device));
         IOObjectRelease(device);
     }
-    for (const std::string& path : paths) {
+    for (const std::string& path : paths)
         for (const std::string& other : paths)
             EXPECT_EQ(other.find(path) != std::string::npos, path == other) << path << " in " << other;
-    }
 }
 
 TEST_F(RegistryEntries, SiblingsThatClaimTheSameLocationAreKeptApart) {

@@ -33,10 +33,9 @@ std::vector<std::string> FeedTest::IdsOf(const std::string& name) const {
 }
 
 EntryPointer FeedTest::Service(const std::string& name) const {
-    for (const auto& [id, service] : m_registry.services()) {
+    for (const auto& [id, service] : m_registry.services())
         if (service->name() == name)
             return service;
-    }
     ADD_FAILURE() << "no service " << name;
     return m_registry.root();
 }

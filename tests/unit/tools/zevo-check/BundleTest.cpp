@@ -33,10 +33,9 @@ std::vector<std::string> namesOf(const std::vector<BundleEntry>& entries) {
 }
 
 std::string textOf(const std::vector<BundleEntry>& entries, const std::string& name) {
-    for (const BundleEntry& entry : entries) {
+    for (const BundleEntry& entry : entries)
         if (entry.name == name)
             return entry.text;
-    }
     return "there is no " + name;
 }
 
@@ -96,11 +95,9 @@ TEST_F(Bundle, HoldsWhatIsOnTheListAndNothingElseTheManifestFirst) {
                                      "configuration/tracer_zevolauncher.cfg",
                                      "configuration/logger_launcher.cfg", "logs/tracer_zevolauncher_0.txt",
                                      "logs/logger_launcher_0.txt"));
-    for (const std::string& name : namesOf(entries)) {
-        if (name != "manifest.txt") {
+    for (const std::string& name : namesOf(entries))
+        if (name != "manifest.txt")
             EXPECT_THAT(entries.front().text, HasSubstr("bytes  " + name + "\n"));
-        }
-    }
 }
 
 TEST_F(Bundle, TellsNoPersonsAndNoDevicesNames) {

@@ -33,10 +33,9 @@ TEST(Mistakes, AreManyAndOfManyKinds) {
     const std::vector<std::string> mistakes = allMistakes();
     EXPECT_THAT(mistakes.size(), Ge(60u));
     std::set<std::string> kinds;
-    for (const std::string& mistake : mistakes) {
+    for (const std::string& mistake : mistakes)
         for (const Zevo::Finding& finding : Installation(mistake).check().findings)
             kinds.insert(finding.id);
-    }
     EXPECT_THAT(kinds.size(), Ge(60u));
 }
 
