@@ -26,6 +26,13 @@ add_library(zevo_test_options INTERFACE)
 target_compile_definitions(zevo_test_options INTERFACE _FILE_OFFSET_BITS=64)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_test_options INTERFACE -Wno-gnu-zero-variadic-macro-arguments)
+  # GCC tells its sources by itself which sanitizer looks on.
+  foreach(sanitizer address thread)
+    if(ZEVO_SANITIZE MATCHES ${sanitizer})
+      string(TOUPPER __SANITIZE_${sanitizer}__ macro)
+      target_compile_definitions(zevo_test_options INTERFACE ${macro}=1)
+    endif()
+  endforeach()
 endif()
 if(ZEVO_SANITIZE)
   # To optimize instrumented tests takes as long as everything else about them; what they test is optimized.

@@ -23,7 +23,7 @@ std::string loadedLibrary(const std::string& beginning) {
     return std::string();
 }
 
-/// The runtime of a sanitizer that this program was built with has to be loaded before any other library.
+/// The runtime of a sanitizer that this program was built with, where it is a library: it has to be loaded before any other.
 std::string sanitizerRuntime() {
     const std::string runtime = loadedLibrary("libasan.so");
     return runtime.empty() ? loadedLibrary("libtsan.so") : runtime;
@@ -40,11 +40,12 @@ void preload() {
     libraries += PRELOADED_LIBRARY;
     const std::string others = variable("LD_PRELOAD");
     setenv("LD_PRELOAD", (others.empty() ? libraries : libraries + ":" + others).c_str(), 1);
-    if (sanitizer.empty())
-        return;
-    // A sanitizer that prepares a report file calls the preloaded library before that is ready.
-    for (const char* const options : {"ASAN_OPTIONS", "TSAN_OPTIONS"})
-        setenv(options, (variable(options) + ":log_path=stderr").c_str(), 1);
+    // A sanitizer, which may be part of this program, calls the preloaded library when it prepares a report file, before
+    // that library is ready.
+    for (const char* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+        if (std::getenv(options))
+            setenv(options, (variable(options) + ":log_path=stderr").c_str(), 1);
+    }
 }
 
 } // namespace
