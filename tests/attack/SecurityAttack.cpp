@@ -69,9 +69,10 @@ TEST_F(Security, ALinkInTheOpenLogFolderIsNotFollowed) {
     EXPECT_EQ(readTextFile(theirs), "precious");
 }
 
-// The launcher believes its environment, which is its user's.
+// As a launcher gets it that is started by something which was launched itself.
 TEST_F(Security, AForgedMarkOfAStartStartsNothingAndHidesNoRealApplication) {
-    startLauncher({"PLATFORM_LAUNCHED=" + SampleMachine::pathOf(Bundle::mainApplication)});
+    startLauncher(
+        {"PLATFORM_LAUNCHED=" + std::to_string(getpid()) + ":" + m_machine.placeOf(Bundle::mainApplication)});
     expectServesAModem();
 }
 
