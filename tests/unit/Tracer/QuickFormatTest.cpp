@@ -135,7 +135,7 @@ TEST(QuickFormat, LeavesHugeAndStrangeNumbersToPrintf) {
 }
 
 TEST(QuickFormat, LeavesWhatDoesNotFitToPrintf) {
-    EXPECT_EQ("abc", quickly(4, "%s", "abc"));
+    EXPECT_EQ(quickly(4, "%s", "abc"), "abc");
     EXPECT_EQ(quickly(3, "%s", "abc"), REFUSED);
     EXPECT_EQ(quickly(3, "abc"), REFUSED);
     EXPECT_EQ(quickly(4, "abc%d", 1), REFUSED);

@@ -42,10 +42,9 @@ void preload() {
     setenv("LD_PRELOAD", (others.empty() ? libraries : libraries + ":" + others).c_str(), 1);
     // A sanitizer, which may be part of this program, calls the preloaded library when it prepares a report file, before
     // that library is ready.
-    for (const char* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+    for (const char* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"})
         if (std::getenv(options))
             setenv(options, (variable(options) + ":log_path=stderr").c_str(), 1);
-    }
 }
 
 } // namespace

@@ -803,12 +803,12 @@ TEST_F(LaunchServices, AWalkBeginsWithWhatWasStartedHereAndNeedsNoListForThat) {
     LinuxPlatform::readProcessesFrom(inRoot("/processes"));
     testing::internal::CaptureStderr();
     ProcessSerialNumber number = {0, kNoProcess};
-    EXPECT_EQ(noErr, GetNextProcess(&number));
-    EXPECT_EQ(started, static_cast<pid_t>(number.lowLongOfPSN));
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(GetNextProcess(&number), noErr);
+    EXPECT_EQ(static_cast<pid_t>(number.lowLongOfPSN), started);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(procNotFound, GetNextProcess(&number));
-    EXPECT_NE("", testing::internal::GetCapturedStderr()) << "the rest of the walk takes the list";
+    EXPECT_EQ(GetNextProcess(&number), procNotFound);
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "") << "the rest of the walk takes the list";
     LinuxPlatform::readProcessesFrom("/proc");
 }
 

@@ -438,9 +438,9 @@ TEST_F(ScriptProcess, OnlyAFolderOfCommandsHoldsInterpreters) {
         makeFolders(inRoot(folder));
         copyExecutable(inRoot(folder) + "/sh", "/bin/sh");
     }
-    EXPECT_EQ("/S.app", bundleOfCommand({inRoot("/tools/bin/sh"), script()}));
-    EXPECT_EQ("/S.app", bundleOfCommand({inRoot("/tools/sbin/sh"), script()}));
-    EXPECT_EQ("", bundleOfCommand({inRoot("/tools/lib/sh"), script()}));
+    EXPECT_EQ(bundleOfCommand({inRoot("/tools/bin/sh"), script()}), "/S.app");
+    EXPECT_EQ(bundleOfCommand({inRoot("/tools/sbin/sh"), script()}), "/S.app");
+    EXPECT_EQ(bundleOfCommand({inRoot("/tools/lib/sh"), script()}), "");
 }
 
 TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
