@@ -95,9 +95,10 @@ TEST_F(Bundle, HoldsWhatIsOnTheListAndNothingElseTheManifestFirst) {
                                      "configuration/tracer_zevolauncher.cfg",
                                      "configuration/logger_launcher.cfg", "logs/tracer_zevolauncher_0.txt",
                                      "logs/logger_launcher_0.txt"));
+    const std::string& manifest = entries.front().text;
     for (const std::string& name : namesOf(entries))
-        if (name != "manifest.txt")
-            EXPECT_THAT(entries.front().text, HasSubstr("bytes  " + name + "\n"));
+        EXPECT_TRUE(name == "manifest.txt" || manifest.find("bytes  " + name + "\n") != std::string::npos)
+            << name;
 }
 
 TEST_F(Bundle, TellsNoPersonsAndNoDevicesNames) {
