@@ -9,8 +9,7 @@
 //     others are told by a note in the environment; else
 //   - the innermost folder named *.app that its executable lies in, by whole path components: an executable
 //     /Applications/A.app/Contents/MacOS/B.app/Contents/MacOS/B belongs to B.app; else,
-//   - for an interpreter, in a folder named bin or sbin, at work on a script that begins with "#!", the same for
-//     the script's path.
+//   - for an interpreter at work on a script that begins with "#!", the same for the script's path.
 // Where the system tells nobody which file a process runs (file capabilities, a set-user-id bit, a process
 // that has asked not to be looked into), the first word of its command line counts, if it is the absolute
 // path of a file in a bundle and the kernel knows the process by that file's name. Every process that runs

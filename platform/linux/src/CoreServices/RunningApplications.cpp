@@ -43,13 +43,6 @@ int isScriptFor(const std::string& file, const std::string& interpreter, bool& i
     return 0;
 }
 
-/// Interpreters lie in folders of commands. To read the command line of everything else would take twice as long as all
-/// other questions together.
-bool mayBeInterpreter(const std::string& executable) {
-    const std::string folder = lastComponent(executable.substr(0, executable.rfind('/')));
-    return folder == "bin" || folder == "sbin";
-}
-
 int findBundleOfScript(const ProcessFolder& process, std::string& bundle) {
     std::vector<std::string> arguments;
     int error = process.readArguments(SCRIPT_ARGUMENT_LIMIT, arguments);
@@ -96,7 +89,7 @@ int findBundle(const ProcessFolder& process, RunningApplication& application) {
         error = process.readLaunchNote(note);
     application.isAsLaunched = note.pid == application.pid && !note.bundle.empty();
     application.bundle = application.isAsLaunched ? note.bundle : innermostBundle(application.executable);
-    if (error != 0 || !application.bundle.empty() || !mayBeInterpreter(application.executable))
+    if (error != 0 || !application.bundle.empty())
         return error;
     error = findBundleOfScript(process, application.bundle);
     if (error == 0 && !application.bundle.empty() && !mayBeLaunched)

@@ -431,18 +431,6 @@ TEST_F(ScriptProcess, AnotherProgramWorkingOnTheScriptIsNotListed) {
     end(lookalike);
 }
 
-// Whoever looks at all processes reads the command lines of few.
-TEST_F(ScriptProcess, OnlyAFolderOfCommandsHoldsInterpreters) {
-    addScriptBundle("/S.app", "S", "#!/usr/bin/env sh");
-    for (const char* folder : {"/tools/bin", "/tools/sbin", "/tools/lib"}) {
-        makeFolders(inRoot(folder));
-        copyExecutable(inRoot(folder) + "/sh", "/bin/sh");
-    }
-    EXPECT_EQ(bundleOfCommand({inRoot("/tools/bin/sh"), script()}), "/S.app");
-    EXPECT_EQ(bundleOfCommand({inRoot("/tools/sbin/sh"), script()}), "/S.app");
-    EXPECT_EQ(bundleOfCommand({inRoot("/tools/lib/sh"), script()}), "");
-}
-
 TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
     makeFolders(inRoot("/S.app/Contents/MacOS"));
     writeFile(script(), ": sh\ncat $SAMPLE_REPORTS/lifeline\nexit 0\n", 0755);
