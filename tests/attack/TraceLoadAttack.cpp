@@ -5,12 +5,16 @@
 #include "TextFile.h"
 #include "Tracer.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,6 +84,7 @@ TEST_F(TraceLoad, MillionsOfLinesThroughAThousandRotationsLeaveMemoryFlat) {
 
 TEST_F(TraceLoad, SixtyFourThreadsTraceAndLogAtOnce) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(isLong() ? 60 : 1);
+    m_logger.setMaximumLinesPerFile(INT32_MAX); // none is overwritten, so each can be counted
     std::atomic<long> calls{0};
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 64; ++thread)
@@ -99,5 +104,7 @@ TEST_F(TraceLoad, SixtyFourThreadsTraceAndLogAtOnce) {
     m_tracer.FinishTracing();
     m_logger.FinishLogging();
     EXPECT_TRUE(m_logger.areAllMsgFlushed());
+    std::ifstream log(m_folder / "log_0.txt");
+    EXPECT_EQ(std::count(std::istreambuf_iterator<char>(log), {}, '\n'), calls) << "one line for each call";
     std::printf("FIGURE 64 threads: %ld calls traced and logged\n", calls.load());
 }
