@@ -10,12 +10,12 @@ namespace kf::detail {
 /// One tag for each message type, in the order of their bits.
 using MessageTags = std::string_view[9];
 
-/// The tag of a message type; empty for what is none.
+/// The tag of a message type; empty for what is none, but never null: it is copied.
 inline std::string_view tagOf(MessageType type, const MessageTags& tags) {
     for (std::size_t bit = 0; bit < 9; ++bit)
         if (type == 1u << bit)
             return tags[bit];
-    return {};
+    return "";
 }
 
 } // namespace kf::detail
