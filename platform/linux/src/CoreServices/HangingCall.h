@@ -6,12 +6,11 @@
 #include <future>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace LinuxPlatform {
 
-/// These signals come from what the thread itself has done. Where one of them is blocked, the kernel ends the process
-/// without its crash handler.
+/// A signal of these comes from what the thread itself has done: where it is blocked, the kernel ends the process without
+/// its crash handler.
 inline void hearOwnFaults() {
     sigset_t faults;
     ::sigemptyset(&faults);
@@ -28,17 +27,23 @@ template <typename Call>
 auto makeHangingCall(Call call) -> decltype(call()) {
     std::packaged_task<decltype(call())()> task(call);
     auto result = task.get_future();
+    std::promise<void> isJoined;
+    std::thread other;
     try {
         const AllSignalsBlocked onTheOtherThread;
-        // Detached: a signal may end the program at any moment, and a thread that has ended by then would wait for
-        // somebody to join it.
-        std::thread([task = std::move(task)]() mutable {
+        other = std::thread([&task, &isJoined] {
             hearOwnFaults();
             task();
-        }).detach();
+            isJoined.get_future().wait();
+        });
     } catch (const std::system_error&) {
         return call();
     }
+    result.wait();
+    // A signal may end the program up to here, but not once the other thread ends: it would never be joined.
+    const AllSignalsBlocked whileItEnds;
+    isJoined.set_value();
+    other.join();
     return result.get();
 }
 
