@@ -283,7 +283,7 @@ TEST(LineQueue, ALineThatNoUsualChunkHoldsGetsOneOfItsOwn) {
         const std::string line(length, 'x');
         queue.push("one\n");
         queue.push(line);
-        EXPECT_LE(queue.bytes(), 65536 + length + LineQueue::LARGEST_CHUNK);
+        EXPECT_LE(queue.bytes(), 131072 + length + LineQueue::LARGEST_CHUNK);
         std::string written;
         writeAll(queue, written);
         EXPECT_EQ(written, "one\n" + line);
@@ -420,7 +420,7 @@ TEST_F(ReservedPlaces, LieInClearedMemory) {
     }
     std::string written;
     writeAll(queue, written);
-    for (std::size_t line = 0; line < 3 * 64 * 1024 / longLine.size(); ++line) {
+    for (std::size_t line = 0; line < 3 * 128 * 1024 / longLine.size(); ++line) {
         LineQueue::Slot slot = queue.reserve(longLine.size());
         if (!slot) {
             queue.push(longLine);

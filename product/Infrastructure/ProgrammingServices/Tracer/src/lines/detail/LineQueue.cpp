@@ -11,8 +11,9 @@ namespace kf::detail {
 
 namespace {
 
-// Enough for the lines of an ordinary second; more than that is a burst.
-constexpr std::size_t FIRST_CHUNK = std::size_t{64} * 1024;
+// Enough for the lines of an ordinary second; more than that is a burst. From this size on, calloc maps fresh pages;
+// it clears a smaller block itself, and touches all of its pages, which start-until-armed shows.
+constexpr std::size_t FIRST_CHUNK = std::size_t{128} * 1024;
 
 constexpr int LONGEST_WAIT = 100; // milliseconds, where waits are limited
 
