@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 LauncherLock::LauncherLock(const std::string& folder)
     : m_file(open((folder + "launcher.lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)) {
@@ -39,7 +41,12 @@ void LauncherLock::waitForIt() {
 void LauncherLock::noteProcess() {
     TRACE_METHOD();
     const std::string process = std::to_string(getpid()) + "\n";
-    // Only for support and the next launcher's message. The lock holds even where this fails.
-    if (ftruncate(m_file.get(), 0) != 0 || pwrite(m_file.get(), process.data(), process.size(), 0) < 0)
+    // Only for support and the next launcher's message. The lock holds even where this fails. Truncating first would
+    // free the file's block and take another one, at every start.
+    struct stat status;
+    const auto size = static_cast<off_t>(process.size());
+    const bool isLonger = fstat(m_file.get(), &status) == 0 && status.st_size > size;
+    if (pwrite(m_file.get(), process.data(), process.size(), 0) < 0 ||
+        (isLonger && ftruncate(m_file.get(), size) != 0))
         return;
 }

@@ -1,0 +1,27 @@
+#include "LauncherLock.h"
+
+#include "TemporaryFolder.h"
+#include "TextFile.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+/// Nothing but the number of this process is left, whatever the last launcher's was.
+TEST(LauncherLock, TheNumberOfTheProcessReplacesALongerOne) {
+    const TemporaryFolder folder;
+    writeFile(folder / "launcher.lock", "123456789012\n");
+    const LauncherLock lock(folder.path() + "/");
+    EXPECT_EQ(readFile(folder / "launcher.lock"), std::to_string(getpid()) + "\n");
+    EXPECT_EQ(lock.otherProcess(), getpid());
+}
+
+TEST(LauncherLock, TheNumberOfTheProcessReplacesAShorterOne) {
+    const TemporaryFolder folder;
+    writeFile(folder / "launcher.lock", "\n");
+    const LauncherLock lock(folder.path() + "/");
+    EXPECT_EQ(readFile(folder / "launcher.lock"), std::to_string(getpid()) + "\n");
+}
+
+} // namespace
