@@ -5,7 +5,6 @@
 #include "detail/SmallFile.h"
 
 #include <algorithm>
-#include <sstream>
 
 using namespace kf::detail;
 
@@ -35,12 +34,13 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     std::string content;
     std::string refusal;
     SmallFile::read(m_folder + FILE_NAME, SmallFile::CONFIGURATION_LIMIT, content, refusal);
-    std::istringstream card(content);
-    // Throws where there is no memory for a line: half a card would lead to another log folder.
-    card.exceptions(std::ios::badbit);
     bool stored = false;
-    std::string line;
-    for (int number = 1; std::getline(card, line); ++number) {
+    int number = 0;
+    std::string::size_type end = 0;
+    for (std::string::size_type begin = 0; begin < content.size(); begin = end + 1) {
+        end = std::min(content.find('\n', begin), content.size());
+        const std::string line = content.substr(begin, end - begin);
+        ++number;
         // DELIBERATE: a card that holds "&" anywhere is refused, even where a comment would be meant.
         if (line.find('&') != std::string::npos) {
             if (observer != nullptr)
