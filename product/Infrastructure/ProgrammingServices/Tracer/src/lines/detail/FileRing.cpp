@@ -120,7 +120,7 @@ void FileRing::continueFile(std::int32_t index) {
     const FileDescriptor file = open(O_RDONLY);
     if (!file.isOpen())
         return;
-    std::array<char, 65536> buffer;
+    std::array<char, 16384> buffer;
     std::int64_t lines = 0;
     bool atLineBegin = true;
     std::string_view text;
