@@ -14,11 +14,6 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// Generous for a file of a few dozen lines. The library walks a property list recursively, and a binary one
-/// in a time that grows with the square of its depth; what fits in here neither exhausts the stack nor takes
-/// long.
-const off_t INFO_PLIST_LIMIT = 64 * 1024;
-
 std::string readSmallRegularFile(const std::string& path) {
     // Non-blocking, because what bears the name may be a pipe that nobody writes to.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
@@ -26,7 +21,8 @@ std::string readSmallRegularFile(const std::string& path) {
         return std::string();
     std::string content;
     struct stat found;
-    if (::fstat(file, &found) != 0 || !S_ISREG(found.st_mode) || found.st_size > INFO_PLIST_LIMIT) {
+    if (::fstat(file, &found) != 0 || !S_ISREG(found.st_mode) ||
+        found.st_size > static_cast<off_t>(INFO_PLIST_LIMIT)) {
         report("CoreServices: %s is not read: it is no regular file of at most %d bytes", path.c_str(),
                static_cast<int>(INFO_PLIST_LIMIT));
     } else {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 using LinuxPlatform::executableNameFromInfoPlist;
+using LinuxPlatform::INFO_PLIST_LIMIT;
 
 class InfoPlist : public BundleTest {
 protected:
@@ -60,28 +61,34 @@ TEST_F(InfoPlist, GarbageHasNone) {
     EXPECT_EQ(read(std::string(1000, '\0')), "");
 }
 
-TEST_F(InfoPlist, AFileOfMegabytesIsNotRead) {
-    EXPECT_EQ(read(infoPlist("Quillmarsh") + std::string(60 * 1024, ' ')), "Quillmarsh");
-    EXPECT_EQ(read(infoPlist("Quillmarsh") + std::string(10 * 1024 * 1024, ' ')), "");
+TEST_F(InfoPlist, AFileBeyondTheLimitIsNotRead) {
+    std::string text = infoPlist("Quillmarsh");
+    text.resize(INFO_PLIST_LIMIT, ' ');
+    EXPECT_EQ(read(text), "Quillmarsh");
+    EXPECT_EQ(read(text + ' '), "");
+    EXPECT_EQ(read(text + std::string(10 * 1024 * 1024, ' ')), "");
 }
+
+// The deepest files that are read.
 
 TEST_F(InfoPlist, DeepNestingDoesNotExhaustTheStack) {
     std::string text = "<?xml version=\"1.0\"?><plist>";
-    while (text.size() < 62 * 1024)
+    while (text.size() + 7 <= INFO_PLIST_LIMIT)
         text += "<array>";
     EXPECT_EQ(read(text), "");
     std::string closed = "<plist><dict><key>k</key>";
-    std::string end;
-    while (closed.size() + end.size() < 62 * 1024) {
+    std::string end = "<key>CFBundleExecutable</key><string>Q</string></dict></plist>";
+    while (closed.size() + end.size() + 15 <= INFO_PLIST_LIMIT) {
         closed += "<array>";
-        end += "</array>";
+        end.insert(0, "</array>");
     }
-    EXPECT_EQ(read(closed + end + "<key>CFBundleExecutable</key><string>Q</string></dict></plist>"), "Q");
+    EXPECT_EQ(read(closed + end), "Q");
 }
 
 TEST_F(InfoPlist, DeepNestingInBinaryFormDoesNotExhaustTheStack) {
-    // Object n is an array whose one element is object n + 1.
-    const int count = 10 * 1000;
+    // Object n is an array whose one element is object n + 1. Each takes a byte, a reference and an offset.
+    const int reference = INFO_PLIST_LIMIT <= 64 * 1024 ? 2 : 4;
+    const int count = static_cast<int>(INFO_PLIST_LIMIT - 40) / (1 + 2 * reference);
     std::string binary = "bplist00";
     std::string offsets;
     const auto append = [](std::string& to, unsigned long number, int width) {
@@ -89,14 +96,14 @@ TEST_F(InfoPlist, DeepNestingInBinaryFormDoesNotExhaustTheStack) {
             to += static_cast<char>(number >> shift & 0xFF);
     };
     for (int i = 0; i < count; ++i) {
-        append(offsets, binary.size(), 2);
+        append(offsets, binary.size(), reference);
         binary += '\xA1';
-        append(binary, static_cast<unsigned long>(i + 1 < count ? i + 1 : 0), 2);
+        append(binary, static_cast<unsigned long>(i + 1 < count ? i + 1 : 0), reference);
     }
     const unsigned long table = binary.size();
     binary += offsets;
     binary.append(6, '\0');
-    binary += "\x02\x02";
+    binary.append(2, static_cast<char>(reference));
     append(binary, 0, 4);
     append(binary, static_cast<unsigned long>(count), 4);
     binary.append(8, '\0');

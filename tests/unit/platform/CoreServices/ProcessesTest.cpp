@@ -1,5 +1,6 @@
 #include "BundleTest.h"
 
+#include "CoreServices/ProcessFolder.h"
 #include "CoreServices/RunningApplications.h"
 #include "OtherProcess.h"
 
@@ -479,6 +480,15 @@ TEST_F(ProcessInformation, TellsBundleExecutableAndIds) {
               static_cast<UInt64>(number.highLongOfPSN) << 32 | number.lowLongOfPSN);
     EXPECT_EQ(CFGetRetainCount(information), 1);
     CFRelease(information);
+}
+
+TEST_F(ProcessInformation, IsAskedForByANumberOfStartTimeAndId) {
+    const pid_t pid = run("/A.app/A");
+    LinuxPlatform::ProcessStatus status;
+    ASSERT_EQ(LinuxPlatform::ProcessFolder(pid).readStatus(status), 0);
+    const ProcessSerialNumber number = numberOf(pid);
+    EXPECT_EQ(number.highLongOfPSN, 0x80000000u | static_cast<UInt32>(status.startTime));
+    EXPECT_EQ(number.lowLongOfPSN, static_cast<UInt32>(pid));
 }
 
 TEST_F(ProcessInformation, LeavesAPathThatIsNoTextOut) {
