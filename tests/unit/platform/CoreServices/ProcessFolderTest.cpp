@@ -29,7 +29,8 @@ TEST_F(ProcessFolderFiles, ALaunchNoteIsFoundWhereverItStands) {
     for (const std::vector<std::string>& entries :
          {std::vector<std::string>{"PLATFORM_LAUNCHED=0000000077:/A.app", "HOME=/"},
           {"HOME=/", "PLATFORM_LAUNCHED=0000000077:/A.app"},
-          {"HOME=/", "PLATFORM_LAUNCHED=0000000077:/A.app", "LANG=C", "PATH=/bin"}}) {
+          {"HOME=/", "PLATFORM_LAUNCHED=0000000077:/A.app", "LANG=C", "PATH=/bin"},
+          {"LONG=" + std::string(10000, 'x'), "PLATFORM_LAUNCHED=0000000077:/A.app"}}) {
         const LaunchNote note = noteIn(entries);
         EXPECT_EQ(note.pid, 77);
         EXPECT_EQ(note.bundle, "/A.app");
@@ -45,4 +46,21 @@ TEST_F(ProcessFolderFiles, WhatOnlyHoldsItsNameIsNoLaunchNote) {
 
 TEST_F(ProcessFolderFiles, ALaunchNoteWithoutAColonNamesNoBundle) {
     EXPECT_EQ(noteIn({"PLATFORM_LAUNCHED=77/A.app"}).bundle, "");
+}
+
+// Else a list of processes would fail each time that one ends meanwhile.
+TEST_F(ProcessFolderFiles, ThoseOfOneThatHasEndedLackNothing) {
+    const ProcessFolder process(78);
+    LinuxPlatform::ProcessStatus status;
+    EXPECT_EQ(process.readStatus(status), 0);
+    EXPECT_EQ(status.startTime, 0u);
+    std::vector<std::string> arguments;
+    EXPECT_EQ(process.readArguments(1, arguments), 0);
+    EXPECT_THAT(arguments, testing::IsEmpty());
+    LaunchNote note;
+    EXPECT_EQ(process.readLaunchNote(note), 0);
+    EXPECT_EQ(note.bundle, "");
+    uid_t user = 0;
+    EXPECT_EQ(process.readUser(user), 0);
+    EXPECT_EQ(user, static_cast<uid_t>(-1));
 }
