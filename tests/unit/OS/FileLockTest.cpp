@@ -221,6 +221,9 @@ TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
     chmod(m_file.c_str(), 0220);
     EXPECT_TRUE(FileLock(m_file).isHeld());
     EXPECT_EQ(modeOf(m_file + ".lock"), 0660u) << "who may only write the file has to open its lock file";
+    chmod(m_file.c_str(), 0777);
+    EXPECT_TRUE(FileLock(m_file).isHeld());
+    EXPECT_EQ(modeOf(m_file + ".lock"), 0666u) << "nobody runs it";
     umask(mask);
 }
 
