@@ -48,6 +48,19 @@ TEST_F(ProcessFolderFiles, ALaunchNoteWithoutAColonNamesNoBundle) {
     EXPECT_EQ(noteIn({"PLATFORM_LAUNCHED=77/A.app"}).bundle, "");
 }
 
+TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
+    for (const std::string name : {"plain", "two words", "a) R (b", ")"}) {
+        writeFile(inRoot("/processes/77/stat"),
+                  "77 (" + name + ") Z 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 4711 23\n");
+        LinuxPlatform::ProcessStatus status;
+        EXPECT_EQ(ProcessFolder(77).readStatus(status), 0);
+        EXPECT_EQ(status.name, name);
+        EXPECT_EQ(status.state, 'Z');
+        EXPECT_TRUE(status.hasEnded());
+        EXPECT_EQ(status.startTime, 4711u);
+    }
+}
+
 // Else a list of processes would fail each time that one ends meanwhile.
 TEST_F(ProcessFolderFiles, ThoseOfOneThatHasEndedLackNothing) {
     const ProcessFolder process(78);
