@@ -5,8 +5,8 @@
 #include "LoggerParser.h"
 #include "detail/ConfigFileParser.h"
 
-/// Reads a log configuration file into a logger. A syntax error is told on standard error with its line, is traced, and
-/// ends the process with status 1.
+/// Reads a log configuration file into a logger. A syntax error is reported on standard error with its line
+/// and traced, and ends the process with status 1.
 class LoggerConfigFileParser : public kf::detail::ConfigFileParser<LoggerParser, LoggerConfigFileScanner> {
 public:
     /// @param theLogger  borrowed; null: the file is only checked

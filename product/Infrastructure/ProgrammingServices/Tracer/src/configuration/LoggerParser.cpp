@@ -4,7 +4,7 @@
 
 using namespace kf::detail;
 
-// Unlike the tracer's, every statement takes effect whether the logger is on or not.
+// Unlike the tracer's, every statement takes effect, whether the logger is enabled or not.
 void LoggerParser::execute(int statement, const KeywordArguments& arguments) {
     if (m_logger == nullptr)
         return;

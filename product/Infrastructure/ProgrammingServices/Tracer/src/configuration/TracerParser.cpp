@@ -9,7 +9,7 @@ void TracerParser::execute(int statement, const KeywordArguments& arguments) {
         return;
     Tracer& tracer = *m_tracer;
     const auto kind = static_cast<TracerStatement>(statement);
-    // DELIBERATE: before TRACE_ON, and behind TRACE_OFF, the other statements are read and ignored.
+    // DELIBERATE: before TRACE_ON and after TRACE_OFF, the other statements are read and ignored.
     if (kind != TracerStatement::On && kind != TracerStatement::Off && !tracer.isEnabled())
         return;
     switch (kind) {

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// The kinds of trace messages and of log lines. They are bits, so that a mask enables any subset.
+/// The types of trace messages and log lines. Each is one bit, so a mask can enable any subset.
 enum MessageType : std::uint32_t {
     MSG_DEBUG = 1,
     MSG_ERROR = 2,
@@ -18,6 +18,6 @@ enum MessageType : std::uint32_t {
 using TraceMsgType = MessageType;
 using LoggerMsgType = MessageType;
 
-/// Marks a member function whose format stands at the given position (the object itself counts as the first);
-/// the compiler then checks the arguments against it. With a va_list the position of the arguments is 0.
+/// Makes the compiler check the arguments of a member function against its printf format. Positions count
+/// from 1; the first parameter is `this`. For a va_list, argumentsAt is 0.
 #define KF_PRINTF_LIKE(formatAt, argumentsAt) __attribute__((format(printf, formatAt, argumentsAt)))

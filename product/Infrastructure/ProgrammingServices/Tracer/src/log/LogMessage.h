@@ -3,12 +3,12 @@
 #include "Logger.h"
 #include "detail/QuickFormat.h"
 
-/// The format among a message's arguments; followed by one argument more than they are, so that there is one.
+/// The first argument, the format. Called with one argument more, so that `...` is never empty.
 #define KF_FORMAT_OF_(format, ...) format
 
-/// LOG_MESSAGE(type, "format", ...) writes one line to the log when a logger is registered, it is enabled and
-/// its mask has the type. The format is a string literal, which the compiler checks; the arguments are
-/// evaluated only when the line is written; it may stand unbraced after an if or an else.
+/// LOG_MESSAGE(type, "format", ...) writes one line to the log if a logger is registered, it is enabled and
+/// its mask has the type. The format is a string literal, which the compiler checks. The arguments are
+/// evaluated only if the line is written. The macro may stand unbraced after an if or an else.
 #define LOG_MESSAGE(type, ...)                                                                               \
     do {                                                                                                     \
         _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"");                       \

@@ -31,13 +31,13 @@ LatestMillisecond latestMillisecond;
 constexpr int CRASH_LOCK_MILLISECONDS = 50;
 constexpr int CRASH_DRAIN_MILLISECONDS = 1000;
 
-/// Takes the time for this thread's next line.
+/// Updates this thread's stamp for its next line.
 void takeTime() {
     if (!timeStamp.take())
         latestMillisecond.reach(timeStamp.milliseconds());
 }
 
-/// Takes the time again, where other threads have stamped lines with a later one.
+/// Updates this thread's stamp after other threads have used a later one.
 void catchUp() {
     const std::int64_t latest = latestMillisecond.get();
     timeStamp.look();
@@ -47,8 +47,8 @@ void catchUp() {
         latestMillisecond.reach(timeStamp.milliseconds());
 }
 
-/// Reserves a slot of the queue such that the stamps in a file ascend: between the stamp and the reservation, other
-/// threads may have reserved slots for later stamps. Such a slot is cancelled, and the time taken again.
+/// Reserves a slot of the queue such that the stamps in a file ascend. Between the stamp and the reservation,
+/// other threads may have reserved slots for later stamps; then the slot is cancelled and the stamp updated.
 template <typename Reserve>
 LineQueue::Slot reserveInOrder(bool printTime, const Reserve& reserve) {
     if (!printTime)
@@ -83,7 +83,8 @@ Logger::~Logger() {
     m_flushThread.reset();
 }
 
-// The flush thread may be waiting for the lock, and ends only after it got it; m_isBeingDestroyed makes it release it.
+// The flush thread may be waiting for the lock, and ends only after it has got it; m_isBeingDestroyed makes
+// its WriteOnFile() release the lock.
 void Logger::ReleaseLockLeftHeld() {
     if (!m_lock.tryacquire())
         return; // the flush thread has it
@@ -123,7 +124,7 @@ void Logger::Initialize() {
     }
     if (directWrite)
         return;
-    // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
+    // Without the lock: this joins an earlier flush thread, which may be waiting for the lock.
     m_flushThread = std::make_unique<LoggerFlushThread>(this);
     const bool isStarted = m_flushThread->start();
     if (!isStarted)
@@ -203,8 +204,8 @@ void Logger::PrintText(LoggerMsgType type, const MessageText& text) {
     const bool printTime = m_printTime.load(std::memory_order_relaxed);
     const std::string_view tag = tagOf(type, TAGS);
     const std::size_t length = (printTime ? TimeStamp::LENGTH : 0) + tag.size() + text.view().size() + 1;
-    const auto put = [&](char* place) {
-        LineWriter line(place);
+    const auto put = [&](char* begin) {
+        LineWriter line(begin);
         if (printTime)
             PrintTime(line);
         PrintMsgType(tag, line);
@@ -294,7 +295,7 @@ void Logger::FinishLogging() {
     setEnabled(false);
     if (!m_directWrite)
         m_ring->drainAll([this] { WriteOnFile(); });
-    // The last drain may have begun a file, which another drain would empty.
+    // The last drain may have begun a file, which one more drain would empty.
     if (m_flushThread != nullptr)
         m_flushThread->silence();
     m_isFlushThreadSilent = m_flushThread != nullptr;

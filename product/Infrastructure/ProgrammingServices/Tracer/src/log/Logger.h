@@ -19,19 +19,19 @@ class MessageText;
 class QuickFormat;
 } // namespace kf::detail
 
-/// The process-wide journal of notable events, written to a ring of text files. One object, reached through
-/// GetInstance(); start-up creates it, registers it, sets its folder and has it read its configuration. Code
-/// logs through LogMessage.h.
+/// The process-wide log of notable events, written to a ring of text files. One object, reached through
+/// GetInstance(). Start-up creates and registers it, sets its folder and makes it read its configuration.
+/// Code logs through LogMessage.h.
 ///
-/// Thread: any, unless said otherwise. One recursive lock guards the files and the settings. A line that is only queued
-/// does not take it, as long as the queue's memory has room: it reserves a slot of the queue with one atomic addition,
-/// and is built there. The order of the reservations is that of the lines in the file.
+/// Thread: any, unless said otherwise. One recursive lock guards the files and the settings. A line that is
+/// only queued does not take it while the queue's memory has room: it reserves a slot of the queue with one
+/// atomic addition and is built there. The lines are in the file in the order of their reservations.
 class Logger {
 public:
     Logger();
-    /// Disables the logger and stops the flush thread; lines still queued are dropped (FinishLogging writes
-    /// them). No thread may be logging, and a thread that WriteOnFile left the lock to must be this one. An
-    /// instance pointer to this logger becomes null.
+    /// Disables the logger and stops the flush thread. Lines that are still queued are dropped;
+    /// FinishLogging() writes them. No thread may be logging, and a lock that WriteOnFile() left held must be
+    /// held by this thread. If this logger is the registered one, GetInstance() then returns null.
     ~Logger();
 
     Logger(const Logger&) = delete;
@@ -39,7 +39,7 @@ public:
 
     /// The registered logger, or null.
     static Logger* GetInstance() { return m_pInstance.load(std::memory_order_acquire); }
-    /// Registers the logger, which stays the caller's. A null pointer breaks the contract.
+    /// Registers the logger, which the caller still owns. A null pointer breaks the contract.
     static void SetInstance(Logger* pTheLogger);
     /// The registered logger if it writes lines of this type, else null.
     static Logger* GetInstanceFor(LoggerMsgType type) {
@@ -54,24 +54,25 @@ public:
 
     // ---- configuration
 
-    /// Reads a log configuration file (not null) and starts logging when it says so. A missing file only
-    /// warns. A syntax error, or an enabled logger without a file name, ends the process with status 1.
+    /// Reads a log configuration file (not null), and starts logging if it says so. A missing file only
+    /// causes a warning. A syntax error, or an enabled logger without a file name, ends the process with
+    /// status 1.
     void ReadConfigFile(const char* fileName);
-    /// Starts the flush thread, unless lines are written at once. Without a file name: ends the process with
+    /// Starts the flush thread, unless lines are written at once. Without a file name, ends the process with
     /// status 1.
     void Initialize();
-    /// The folder of bare file names, with its trailing separator.
+    /// The folder for bare file names, with its trailing separator.
     void SetFolderName(std::string folderName);
-    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; a file name is
-    /// completed with "_<index>.txt". Goes on behind the last line of the newest file of that ring, as far as
-    /// the maximum number of files known by now tells.
+    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; "_<index>.txt"
+    /// is appended to a file name. Continues the newest file of that ring. The ring has the maximum number of
+    /// files that is set at the time of the call.
     void SetFileName(std::string name);
     /// Recomputes the current file's name.
     void UpdateFileName();
 
     void setEnabled(bool enabled) { m_enabled.store(enabled, std::memory_order_relaxed); }
     void setPrintTime(bool on);
-    /// Every line is written at once. The flush thread, if there is one, goes on.
+    /// Whether every line is written at once. A flush thread that runs keeps running.
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
     void setMaximumLinesPerFile(std::int32_t lines);
@@ -81,27 +82,28 @@ public:
 
     // ---- output
 
-    /// Writes one line, whatever the switch and the mask say: LOG_MESSAGE tests those. A text of more than
-    /// 20000 characters is cut and marked " ...".
+    /// Writes one line, without a check of isEnabled() and the mask: LOG_MESSAGE checks them. A text of more
+    /// than 20000 characters is cut and marked " ...".
     void PrintMsg(LoggerMsgType type, const char* format, ...) KF_PRINTF_LIKE(3, 4);
     /// The same with a format that was parsed at compile time.
     void PrintMsg(LoggerMsgType type, const kf::detail::QuickFormat& quick, const char* format, ...)
         KF_PRINTF_LIKE(4, 5);
-    /// Routes one finished line, which ends in "\n". Not empty.
+    /// Queues or outputs one finished line, which ends in "\n". Not empty.
     void PrintString(const std::string& msg);
     /// Log lines carry no thread name; the tracer's do.
     void PrintThreadName() {}
 
     /// Writes the queued lines.
-    /// DELIBERATE: when the current file cannot be opened, this tells it on standard error and returns with
+    /// DELIBERATE: if the current file cannot be opened, this reports it on standard error and returns with
     /// the lock still held by the calling thread. Other threads that log then wait.
     void WriteOnFile() KF_NO_THREAD_SAFETY_ANALYSIS; // since it may leave the lock held
-    /// The same for the crash handler. Waits for the lock at most 50 milliseconds (a second where its owner is just
-    /// writing the lines), and then goes without it. Does not allocate. From then on the flush thread writes nothing.
-    void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
+    /// As WriteOnFile(), for the crash handler. Waits for the lock at most 50 milliseconds (a second if its
+    /// owner is writing the lines), then goes on without it. Does not allocate. From then on the flush thread
+    /// writes nothing.
+    void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // the analysis cannot express a lock that may be lost
     bool areAllMsgFlushed();
-    /// Disables the logger, writes every queued line that can be written, and stops the flush thread's writing. A line
-    /// that is printed later is written at once.
+    /// Disables the logger, writes every queued line that can be written, and silences the flush thread. A
+    /// line that is printed later is written at once.
     void FinishLogging();
 
     // ---- the ring
@@ -113,17 +115,17 @@ public:
     static std::string findFileTime(const std::string& fileName);
     static void retrieveModificationInfo(const std::string& fileName, std::string& date, std::string& time);
 
-    /// The lock, for callers that need several calls to be one step. It guards the files and the settings; other threads'
-    /// lines are still queued meanwhile.
+    /// The lock, for callers that need several calls to be atomic. It guards the files and the settings;
+    /// meanwhile other threads still queue lines.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
-    /// Where lines go. The caller holds the lock.
+    /// The files and their queue. The caller holds the lock.
     const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
     /// What the flush thread waits for.
     kf::detail::EventCount& getFlushWork() const { return *m_flushWork; }
 
 private:
     void PrintText(LoggerMsgType type, const kf::detail::MessageText& text);
-    // Each appends one piece to the line; PrintText has reserved room for all.
+    // Each appends one piece to the line; PrintText has reserved room for all of them.
     static void PrintMsgType(std::string_view tag, kf::detail::LineWriter& line);
     static void PrintTime(kf::detail::LineWriter& line);
     void UpdateQueueing() KF_REQUIRES(m_lock);
@@ -137,8 +139,8 @@ private:
     std::atomic<bool> m_enabled{false};
     std::atomic<std::int32_t> m_levelMask{0};
     std::atomic<bool> m_printTime{false};
-    // Lines may be queued without the lock. Not so where they are written at once, go to no file, or have to wait for the
-    // lock that WriteOnFile has left held.
+    // Whether lines may be queued without the lock. False if they are written at once, go to no file, or must
+    // wait for the lock that WriteOnFile() left held.
     std::atomic<bool> m_isQueueing{true};
 
     KFMutex m_lock{true};

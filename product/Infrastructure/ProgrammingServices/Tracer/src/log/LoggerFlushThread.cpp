@@ -27,7 +27,7 @@ void LoggerFlushThread::flush() {
     if (m_logger == nullptr)
         return;
     const KFLock lock(m_logger->getLock());
-    if (!isSilent()) // it may have become so while this waited for the lock
+    if (!isSilent()) // may have changed during the wait for the lock
         m_logger->WriteOnFile();
 }
 

@@ -4,7 +4,7 @@
 
 class Logger;
 
-/// Writes its logger's queued lines: the first at most a second after it was queued, all that wait then with it.
+/// Writes its logger's queued lines, at most a second after the first of them was queued.
 class LoggerFlushThread : public kf::detail::FlushThread {
 public:
     /// @param logger  borrowed, outlives the thread; null: nothing is written

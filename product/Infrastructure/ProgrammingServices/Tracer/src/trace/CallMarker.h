@@ -10,7 +10,7 @@
 class ThreadTracer;
 
 // A call marker stands at the top of every traced function, through one of these macros. It writes the call's
-// entry line where it is constructed and the exit line where the function returns or unwinds:
+// entry line when it is constructed, and the exit line when the function returns or unwinds:
 //
 //     void ZevoLauncher::init() {
 //         TRACE_METHOD();
@@ -26,7 +26,7 @@ class ThreadTracer;
 //   TRACE_MESSAGE(type, "format", ...) a line inside the call, checked by the compiler as a printf format.
 //                                      The arguments are evaluated only when the line is written;
 //                                      TRACE_MESSAGE may stand unbraced after an if or an else
-//   TRACE_STREAM(type) << ...          the same as a stream, see TraceStream.h, which is to be included
+// the same as a stream; include TraceStream.h
 //
 // All names are string literals. TRACE_MESSAGE and TRACE_STREAM use the marker of the innermost enclosing scope.
 
@@ -47,7 +47,7 @@ class ThreadTracer;
 
 #define TRACE_STREAM(type) ::TraceStream((type), kfCallMarker_)
 
-// A marker or a message may stand in a lambda or a block of a function that has one of its own.
+// A lambda or an inner block may have a marker or a message of its own.
 #define KF_SHADOWING_ALLOWED_(declaration)                                                                   \
     _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"")                            \
         declaration _Pragma("GCC diagnostic pop")
@@ -58,9 +58,10 @@ class ThreadTracer;
 /// One traced call, from its entry to its exit. Lives in the traced function's scope, on that function's
 /// thread.
 ///
-/// The texts given must live as long as the process, so that a stack can be printed at any time: string literals and
-/// __PRETTY_FUNCTION__ only. A marker that is made while no tracer is registered, or while the tracer is disabled, stays
-/// inert, also if the tracer is enabled later.
+/// A call site's texts live as long as the process, so that a stack can be printed at any time: the macros
+/// pass string literals and __PRETTY_FUNCTION__, the other constructors copy theirs. A marker that is created
+/// while no tracer is registered, or while the tracer is disabled, does nothing, even if the tracer is
+/// enabled later.
 class CallMarker {
 public:
     /// For the macros: the site is a static of the traced function.
@@ -71,7 +72,8 @@ public:
     /// A free function, shown under this name.
     explicit CallMarker(const char* name)
         : CallMarker(kf::detail::CallSite::find("", name, false, false), nullptr) {}
-    /// A member function: the compiler's signature text, of which Tracer::extractMethodName is shown.
+    /// A member function, given by the compiler's signature text and shown as Tracer::extractMethodName
+    /// returns it.
     CallMarker(const char* prettyName, const void* object)
         : CallMarker(kf::detail::CallSite::find("", prettyName, true, false), object) {}
     /// A constructor or a destructor, which counts the objects of the class.
@@ -85,11 +87,11 @@ public:
     CallMarker(const CallMarker&) = delete;
     CallMarker& operator=(const CallMarker&) = delete;
 
-    /// True when a message of this type, issued in this call, reaches the trace: the tracer exists and is enabled, its
-    /// level mask has the type, and the call's entry line was written. So a call that the filters hide hides its
-    /// messages as well.
+    /// Whether a message of this type in this call is written: the tracer exists and is enabled, its level
+    /// mask has the type, and the call's entry line was written. So a call that the filters hide also hides
+    /// its messages.
     bool isMessageWritten(TraceMsgType type) const { return m_printed && threadTracerFor(type) != nullptr; }
-    /// Writes the message at the thread's present depth, when isMessageWritten. Called by the call's own
+    /// Writes the message at the thread's current depth, if isMessageWritten(). Only on the call's own
     /// thread.
     void PrintMsg(TraceMsgType type, const char* format, ...) const KF_PRINTF_LIKE(3, 4);
 
@@ -100,8 +102,8 @@ public:
     const void* getObject() const { return m_object; }
     /// True when the entry line was written.
     bool isPrinted() const { return m_printed; }
-    /// The thread tracer that recorded the call, or null. Never dereferenced: the thread may have ended its trace since,
-    /// and another thread tracer may have the same address. Its number is compared instead.
+    /// The thread tracer that recorded the call, or null. Do not dereference it: the thread may have ended
+    /// its trace since, and another thread tracer may have the same address. Compare its number instead.
     const ThreadTracer* getThreadTracer() const { return m_threadTracer; }
     std::uint64_t getThreadTracerNumber() const { return m_threadTracerNumber; }
 
@@ -109,7 +111,7 @@ private:
     friend class ThreadTracer;
     friend class Tracer;
 
-    // Whether a tracer is registered and enabled. Tracer::updateSwitch keeps it.
+    // Whether a tracer is registered and enabled. Tracer::updateSwitch maintains it.
     static std::atomic<bool> ms_isTracing;
 
     void begin();

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view EXIT_MARK = "<- ";
 constexpr std::size_t OBJECT_COLUMN_LIMIT = 64;
 
-/// As many units of indentation as most lines need: one copy instead of many.
+/// Enough units of indentation for most lines: one copy instead of many.
 constexpr std::size_t UNIT_LENGTH = 2;
 constexpr std::string_view PLAIN_UNITS = "                                                                ";
 constexpr std::string_view BAR_UNITS = "| | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | | ";
@@ -25,12 +25,12 @@ static_assert(PLAIN_UNITS.size() == 32 * UNIT_LENGTH && BAR_UNITS.size() == PLAI
 constexpr std::size_t NAME_WIDTH = 15;
 constexpr std::size_t ID_LIMIT = 32; // of the id with its brackets
 
-/// Room for the thread column of this name.
+/// The longest that the thread column of this name can be, in bytes.
 std::size_t threadColumnLimit(std::string_view threadName) {
     return ID_LIMIT + std::max(threadName.size(), NAME_WIDTH) + 1;
 }
 
-/// The thread column: the calling thread's id and this name, each padded to its width.
+/// Appends the thread column: the calling thread's id and this name, each padded to its width.
 void putThreadColumn(LineWriter& line, std::string_view threadName) {
     char id[ID_LIMIT];
     std::snprintf(id, sizeof id, "[th_%-5d][", static_cast<int>(currentThreadNumber()));
@@ -82,7 +82,8 @@ void ThreadTracer::BeginningOfCall(CallMarker& marker) {
 }
 
 void ThreadTracer::EndOfCall(CallMarker& marker) {
-    // DELIBERATE: the call is still on the stack here, so its exit stands one unit deeper than its entry.
+    // DELIBERATE: the call is still on the stack, so its exit line is indented one unit deeper than its entry
+    // line.
     if (writesExitOf(marker)) {
         const std::string_view name = marker.getMethodName();
         beginLine(EXIT_MARK.size() + name.size());
@@ -92,7 +93,7 @@ void ThreadTracer::EndOfCall(CallMarker& marker) {
         m_line.put(name);
         endLine();
     }
-    // DELIBERATE: whatever stands innermost is removed, also when this thread was disabled meanwhile.
+    // DELIBERATE: removes the innermost call, whichever it is, even if this thread was disabled meanwhile.
     m_callStack.pop();
 }
 
@@ -103,7 +104,7 @@ void ThreadTracer::PrintMsg(TraceMsgType type, const char* format, ...) {
     va_end(arguments);
 }
 
-// The caller has formatted the text, so the lock is not held for that.
+// Takes a formatted text, so that the lock is not held during the formatting.
 void ThreadTracer::PrintText(TraceMsgType type, const MessageText& text) {
     const Tracer::Lock lock(m_tracer);
     const std::string_view tag = tagOf(type, TAGS);
@@ -120,7 +121,7 @@ void ThreadTracer::PrintStack() {
     if (m_callStack.depth() == 0)
         return;
     m_tracer.PrintString("\n-------------- CALLSTACK --------------\n");
-    // DELIBERATE: the id is that of the thread that asks, beside the traced thread's name.
+    // DELIBERATE: the id is that of the calling thread, next to the name of the traced thread.
     for (std::size_t number = m_callStack.depth(); number > 0; --number) {
         const std::string_view method = m_callStack.siteAt(number - 1)->getMethodName();
         char position[32];
@@ -136,7 +137,8 @@ void ThreadTracer::PrintStack() {
     m_tracer.PrintString("---------------------------------------\n");
 }
 
-// A crash handler may begin a line while the thread that it interrupted was building another: that one is dropped.
+// If a crash handler begins a line while the thread that it interrupted was building one, that one is
+// dropped.
 void ThreadTracer::beginLine(std::size_t bodyLength) {
     m_tracer.lockIsHeld();
     m_line = LineWriter(m_tracer.beginLine(TimeStamp::LENGTH + m_threadColumn.size() + OBJECT_COLUMN_LIMIT +

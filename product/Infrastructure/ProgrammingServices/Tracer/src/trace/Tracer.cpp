@@ -34,7 +34,7 @@ std::uint32_t newFilterGeneration() {
 struct ThreadSlot {
     std::uint64_t tracerNumber = 0;
     ThreadTracer* threadTracer = nullptr;
-    std::uint32_t refusedGeneration = 0; // of the filters that did not permit the thread; 0: none
+    std::uint32_t refusedGeneration = 0; // filter generation that did not permit the thread; 0: none
 };
 thread_local ThreadSlot threadSlot;
 
@@ -44,7 +44,7 @@ bool hasRecorded(const ThreadTracer* threadTracer, const CallMarker& marker) {
 
 } // namespace
 
-// The first file of a run is emptied, whatever an earlier run has left there.
+// The first file of a run is emptied, whatever an earlier run has left in it.
 Tracer::Tracer()
     : m_filterGeneration(newFilterGeneration()), m_number(newUniqueNumber()),
       m_ring(std::make_unique<FileRing>("Tracer", true, TracerFlushThread::getWork())),
@@ -55,7 +55,7 @@ Tracer::~Tracer() {
     m_Instance.compare_exchange_strong(self, nullptr);
     updateSwitch();
     m_flushThread.reset();
-    while (m_threadTracers != nullptr) // one by one: each owns the next
+    while (m_threadTracers != nullptr) // one by one: destroying the chain would recurse
         m_threadTracers = std::move(m_threadTracers->next());
 }
 
@@ -75,14 +75,14 @@ void Tracer::ReadConfigFile(const char* fileName) {
         return;
     if (!hasFileName()) {
         std::puts("please call TRACE_SET_FILE_NAME(\"baseFileName\")");
-        std::exit(1); // there is no file that the trace could be finished in
+        std::exit(1); // the trace has no file yet, so it cannot be finished
     }
     {
         const Lock lock(*this);
         if (m_directWrite)
             return;
     }
-    // Without the lock: an earlier flush thread may be waiting for it, and ends before the new one begins.
+    // Without the lock: this joins an earlier flush thread, which may be waiting for the lock.
     m_flushThread = std::make_unique<TracerFlushThread>();
     const bool isStarted = m_flushThread->start();
     if (!isStarted)
@@ -99,7 +99,7 @@ void Tracer::FinishBeforeExit() {
     tracer->FinishTracing();
 }
 
-/// Without a line of this run, the file is still an earlier run's.
+/// If this run has not written a line yet, a drain empties the file that an earlier run has left.
 void Tracer::BeginFile() {
     const Lock lock(*this);
     if (m_ring->waiting() == 0 && m_ring->getLineCount() == 0)
@@ -139,9 +139,9 @@ void Tracer::storeEnabled(bool enabled) {
         updateSwitch();
 }
 
-/// Sets the call markers' switch. Two threads may do so at once, for different reasons: each looks again behind its own
-/// store, so the last one to store has seen both reasons. This holds because all of these accesses are sequentially
-/// consistent.
+/// Sets the call markers' switch. Two threads may do so at once, for different reasons. Each checks again
+/// after its own store, so the last one to store has seen both reasons. This holds because all of these
+/// accesses are sequentially consistent.
 void Tracer::updateSwitch() {
     const auto isTracing = [] {
         const Tracer* const tracer = m_Instance.load();
@@ -178,7 +178,7 @@ void Tracer::setMaximumLinesPerFile(std::int32_t lines) {
 
 namespace {
 
-// Drops adjacent duplicates only, so that the list keeps the order in which it was written.
+// Drops only adjacent duplicates, so that the list keeps the order in which it was written.
 void appendPattern(std::vector<std::string>& list, const std::string& pattern) {
     if (list.empty() || list.back() != pattern)
         list.push_back(pattern);
@@ -249,7 +249,7 @@ std::string Tracer::extractMethodName(const char* prettyName) {
 
 // ---- threads and calls
 
-/// The link of the list that holds the thread's tracer, or would hold it.
+/// The link of the list that holds the thread's tracer, or in which it would be inserted.
 std::unique_ptr<ThreadTracer>& Tracer::linkOfThreadTracer(std::uint64_t key) {
     std::unique_ptr<ThreadTracer>* link = &m_threadTracers;
     while (*link != nullptr && (*link)->getKey() < key)
@@ -348,7 +348,7 @@ void Tracer::BeginningOfCall(CallMarker& marker) {
         threadTracer->BeginningOfCall(marker);
 }
 
-/// Null when the filters do not permit it, which is cached.
+/// Returns null if the filters do not permit the thread, and caches that.
 ThreadTracer* Tracer::registerUnnamedThread() {
     char name[32];
     std::snprintf(name, sizeof name, "th_%d", static_cast<int>(currentThreadNumber()));
@@ -393,7 +393,8 @@ int Tracer::UpdateObjectCount(const CallMarker& marker) {
     auto entry = m_objectCounts.find(className);
     if (entry == m_objectCounts.end())
         entry = m_objectCounts.emplace(className, 0).first;
-    // An entry stays when its count is 0: a crash handler may read the map, so it should hardly ever change.
+    // An entry whose count is 0 stays: a crash handler may read the map, so its nodes should hardly ever
+    // change.
     entry->second = std::max(entry->second + (marker.isConstructor() ? 1 : -1), 0);
     return entry->second;
 }
@@ -402,7 +403,7 @@ int Tracer::UpdateObjectCount(const CallMarker& marker) {
 
 namespace {
 
-// A crash report's lines are built here: by then nothing may allocate.
+// The lines of a crash report are built here, since nothing may allocate by then.
 char reportLine[64 * 1024];
 
 } // namespace
@@ -411,7 +412,7 @@ char* Tracer::beginReportLine(std::size_t room) {
     return room <= sizeof reportLine ? reportLine : m_ring->beginLine(room);
 }
 
-/// False when the line was too long for it, and stands in the queue.
+/// Returns false if the line was too long for the buffer and was built in the queue.
 bool Tracer::endReportLine(const char* end) {
     if (end < reportLine || end > reportLine + sizeof reportLine)
         return false;
@@ -428,7 +429,7 @@ void Tracer::PrintString(std::string_view line) {
 }
 
 void Tracer::WriteOnFile() {
-    // Unlike the logger's, this lock is also released when the file cannot be opened.
+    // Unlike the logger, this also releases the lock if the file cannot be opened.
     const Lock lock(*this);
     m_ring->drain();
 }
@@ -438,7 +439,7 @@ void Tracer::FinishTracing() {
     storeEnabled(false);
     if (!m_directWrite)
         m_ring->drainAll([this] { WriteOnFile(); });
-    // The last drain may have begun a file, which another drain would empty.
+    // The last drain may have begun a file, which one more drain would empty.
     if (m_flushThread != nullptr)
         m_flushThread->silence();
     m_isFlushThreadSilent = m_flushThread != nullptr;

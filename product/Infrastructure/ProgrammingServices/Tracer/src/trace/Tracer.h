@@ -20,18 +20,18 @@ class CallSite;
 class FileRing;
 } // namespace kf::detail
 
-/// Records, per thread, every traced call's entry and exit and the messages issued inside calls, as an
-/// indented call tree in a ring of text files. One object, reached through GetInstance(); start-up creates
-/// it, registers it, sets its folder and has it read its configuration. Functions are traced through
+/// Records, per thread, the entry and exit of every traced call and the messages inside it, as an indented
+/// call tree in a ring of text files. One object, reached through GetInstance(). Start-up creates and
+/// registers it, sets its folder and makes it read its configuration. Functions are traced through
 /// CallMarker.h.
 ///
-/// Thread: any, unless said otherwise. One recursive lock guards everything. It is held from the beginning of an entry
-/// line to its end, so that the lines of several threads never interleave.
+/// Thread: any, unless said otherwise. One recursive lock guards everything. It is held while a line is
+/// built, so that the lines of several threads never interleave.
 class Tracer {
 public:
     Tracer();
-    /// Stops the flush thread; lines still queued are dropped (FinishTracing writes them). No thread may be
-    /// in a traced call. An instance pointer to this tracer becomes null.
+    /// Stops the flush thread. Lines that are still queued are dropped; FinishTracing() writes them. No
+    /// thread may be in a traced call. If this tracer is the registered one, GetInstance() then returns null.
     ~Tracer();
 
     Tracer(const Tracer&) = delete;
@@ -39,10 +39,10 @@ public:
 
     /// The registered tracer, or null.
     static Tracer* GetInstance() { return m_Instance.load(std::memory_order_acquire); }
-    /// Registers the tracer, which stays the caller's. A null pointer breaks the contract.
+    /// Registers the tracer, which the caller still owns. A null pointer breaks the contract.
     static void SetInstance(Tracer* pTheTracer);
 
-    /// A tracer is registered, and it is enabled. Test this before GetInstance() is used.
+    /// Whether a tracer is registered and enabled. Check this before using GetInstance().
     static bool isActive() {
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->isEnabled();
@@ -52,7 +52,7 @@ public:
         Tracer* const tracer = GetInstance();
         return tracer != nullptr && tracer->m_enabled.load(std::memory_order_relaxed);
     }
-    /// A disabled tracer answers without touching its lock.
+    /// Takes no lock if the tracer is disabled.
     bool isEnabled() {
         if (!m_enabled.load(std::memory_order_relaxed))
             return false;
@@ -62,19 +62,19 @@ public:
 
     // ---- configuration
 
-    /// Reads a trace configuration file and starts tracing when it says so. A missing file only warns. A
-    /// syntax error, or an enabled tracer without a file name, ends the process with status 1.
+    /// Reads a trace configuration file, and starts tracing if it says so. A missing file only causes a
+    /// warning. A syntax error, or an enabled tracer without a file name, ends the process with status 1.
     void ReadConfigFile(const char* fileName);
-    /// The folder of bare file names, with its trailing separator.
+    /// The folder for bare file names, with its trailing separator.
     void SetFolderName(std::string folderName);
-    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; a file name is
-    /// completed with "_<index>.txt". Every run begins anew with file 0.
+    /// Chooses the output: "console", "msvc" (nowhere), a bare name in the folder, or a path; "_<index>.txt"
+    /// is appended to a file name. Every run starts over with file 0.
     void SetFileName(std::string name);
     /// Recomputes the current file's name; the next drain empties that file.
     void UpdateFileName();
 
     void setEnabled(bool enabled);
-    /// Every line is written at once. The flush thread, if there is one, goes on.
+    /// Whether every line is written at once. A flush thread that runs keeps running.
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
     void setMaximumLinesPerFile(std::int32_t lines);
@@ -95,16 +95,16 @@ public:
 
     // ---- filters
 
-    /// Permits the threads that the pattern names; not null, not empty. "*" is all, "Main*" all that begin
-    /// so, "*Worker" all that end so.
+    /// Permits the threads that the pattern matches. "*" matches all names, "Main*" those that begin with
+    /// Main, "*Worker" those that end in Worker. Not null, not empty.
     void TraceTheThread(const char* threadName);
-    /// Permits the calls that the pattern names, for instance "Class::*"; with a leading "-" it hides them,
-    /// and then "-*text*" hides every call that contains the text. Not null, not empty.
+    /// Permits the calls that the pattern matches, for instance "Class::*". With a leading "-" it forbids
+    /// them, and then "-*text*" matches every call that contains the text. Not null, not empty.
     void TraceTheCall(const char* className);
-    /// No thread and no call is permitted unless a pattern names it.
+    /// Whether a pattern matches the name. Without a pattern, nothing is permitted.
     bool isThreadPermittedToPrint(std::string_view name);
     bool isCallPermittedToPrint(std::string_view name);
-    /// A forbidden call is hidden even when it is permitted.
+    /// A forbidden call is hidden even if it is also permitted.
     bool isCallForbiddenToPrint(std::string_view name);
     /// Permitted and not forbidden. The call site caches the answer until the filters change.
     bool isPrinted(kf::detail::CallSite& site);
@@ -113,61 +113,63 @@ public:
 
     // ---- threads and calls
 
-    /// Gives the calling thread its name in the trace, when the filters permit that name and the thread has
-    /// none yet. Not null. A thread that never calls this is registered as "th_<id>" by its first traced
-    /// call.
+    /// Registers the calling thread under this name, if the filters permit the name and the thread is not
+    /// registered yet. Not null. A thread that never calls this is registered as "th_<id>" by its first
+    /// traced call.
     void BeginningOfThread(const char* threadName);
-    /// Ends the calling thread's trace; nothing happens when it has none.
+    /// Ends the calling thread's trace, if it has one.
     void EndOfThread();
-    /// Switches the calling thread's calls on or off.
+    /// Switches the tracing of the calling thread's calls on or off.
     void Enable();
     void Disable();
 
-    /// A call begins on the calling thread. Nothing happens while the tracer is disabled. Takes the lock.
+    /// Records the begin of a call on the calling thread, unless the tracer is disabled. Takes the lock.
     void BeginningOfCall(CallMarker& marker);
-    /// The same, called by the marker itself: a call that leaves no line is dealt with here, without the lock.
+    /// As BeginningOfCall(), called by the marker itself. Takes no lock for a call that writes no line.
     void beginCall(CallMarker& marker);
-    /// A call ends. Nothing happens while the tracer is disabled, where another tracer recorded the call, and where the
-    /// thread has ended its trace. Called by the marker itself; takes the lock only to write an exit line.
+    /// Records the end of a call. Does nothing if the tracer is disabled, if another tracer recorded the
+    /// call, or if the thread has ended its trace. Called by the marker itself. Takes no lock for a recorded
+    /// call that writes no exit line.
     void EndOfCall(CallMarker& marker);
-    /// The calling thread's tracer if it is the one that recorded this call and the tracer is enabled, else
-    /// null. It stays valid until the calling thread ends its trace.
+    /// The calling thread's tracer, if it has recorded this call and the tracer is enabled; otherwise null.
+    /// Valid until the calling thread ends its trace.
     ThreadTracer* threadTracerOf(const CallMarker& marker);
-    /// Counts an object up or down; returns the number of living objects of the marker's class, 0 without
-    /// one.
+    /// Counts an object up or down. Returns the number of living objects of the marker's class; 0 without a
+    /// class.
     int UpdateObjectCount(const CallMarker& marker);
 
     // ---- output
 
-    /// Routes one finished line, which ends in "\n".
+    /// Queues or outputs one finished line, which ends in "\n".
     void PrintString(std::string_view line);
-    /// Writes the queued lines. A file that cannot be opened is told on standard error; the lines stay
-    /// queued.
+    /// Writes the queued lines. A file that cannot be opened is reported on standard error, and the lines
+    /// stay queued.
     void WriteOnFile();
-    /// Disables the tracer, writes every queued line that can be written, and stops the flush thread's writing. A line
-    /// that is printed later is written at once.
+    /// Disables the tracer, writes every queued line that can be written, and silences the flush thread. A
+    /// line that is printed later is written at once.
     void FinishTracing();
-    /// For whoever is about to end the process: the registered tracer, if there is one and it writes to a
-    /// file, finishes. The file is this run's then, also where nothing was traced.
+    /// To be called before the process is ended: finishes the trace of the registered tracer, if there is
+    /// one, it is enabled and it has a file name. Even if nothing was traced, the file of an earlier run is
+    /// emptied.
     static void FinishBeforeExit();
-    /// Writes the stacks of living calls of all traced threads.
+    /// Writes the call stacks of all traced threads.
     void PrintStacks();
-    /// Writes the number of living objects per class; always, also when the calling thread is not traced.
+    /// Writes the number of living objects per class, even if the calling thread is not traced.
     void PrintAllObjectsCount();
 
     // ---- the crash handler's
 
-    /// The calling thread reports a crash from here on: the queued lines are written, then every line at once (direct
-    /// write). Until EndReport() nothing here allocates, and the lock is waited for at most a second: the crash may have
-    /// interrupted its owner. Where that second is not enough, this thread goes without the lock from then on.
-    void BeginReport() KF_NO_THREAD_SAFETY_ANALYSIS; // which does not know a lock that may be lost
-    /// The report is complete; other threads' lines may follow.
+    /// The calling thread begins to report a crash: the queued lines are written, then every line at once
+    /// (direct write). Until EndReport() nothing here allocates. Waits for the lock at most a second, since
+    /// the crash may have interrupted its owner; after that this thread goes on without the lock.
+    void BeginReport() KF_NO_THREAD_SAFETY_ANALYSIS; // the analysis cannot express a lock that may be lost
+    /// Ends the report. Other threads may then write lines again.
     void EndReport() KF_NO_THREAD_SAFETY_ANALYSIS;
-    /// Between the two. The tracer's lock is held.
+    /// Whether a report has begun and not ended. The tracer's lock is held.
     bool isReporting() const { return m_isReporting.load(std::memory_order_relaxed); }
 
-    /// Holds the tracer's lock for the length of a scope. The thread that reports a crash takes no lock: it has it
-    /// already, or has given up on it.
+    /// Holds the tracer's lock for a scope. The thread that reports a crash takes no lock: it already holds
+    /// it, or has given up on it.
     class KF_SCOPED_CAPABILITY Lock {
     public:
         explicit Lock(Tracer& tracer) KF_ACQUIRE(tracer.m_lock)
@@ -186,15 +188,15 @@ public:
         KFMutex* const m_mutex;
     };
 
-    /// The lock, for callers that need several calls to be one step.
+    /// The lock, for callers that need several calls to be atomic.
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// Tells clang's thread-safety analysis that the caller's caller holds the lock.
     void lockIsHeld() const KF_ASSERT_CAPABILITY(m_lock) {}
-    /// Begins a line, which is built in its slot of the queue: at most `room` bytes, none of them NUL. The caller holds
-    /// the lock until endLine(), which gets the end of the text.
+    /// Begins a line, which is built in the queue: at most `room` bytes, none of them NUL. The caller holds
+    /// the lock until endLine(), and passes to it the end of the text.
     char* beginLine(std::size_t room) KF_REQUIRES(m_lock);
     void endLine(const char* end) KF_REQUIRES(m_lock);
-    /// Where lines go. The caller holds the lock.
+    /// The files and their queue. The caller holds the lock.
     const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
 
 private:
@@ -216,18 +218,18 @@ private:
 
     static std::atomic<Tracer*> m_Instance;
 
-    // Atomics, since threads that build a line read them without the lock.
+    // Atomics: they are set without the lock, and call markers read some of them without it.
     std::atomic<bool> m_barIndentation{false};
     std::atomic<bool> m_indentHiddenCalls{false};
     std::atomic<bool> m_printExits{false};
     std::atomic<bool> m_printTime{false};
     std::atomic<bool> m_printObjectCountAndAddress{false};
     std::atomic<std::uint32_t> m_levelMask{0};
-    // Call sites cache their verdict under this number, which no tracer uses twice.
+    // Call sites cache their verdict under this number, which no two states of any tracer's filters share.
     std::atomic<std::uint32_t> m_filterGeneration;
-    // Identifies the tracer: another one may follow at the same address.
+    // Identifies the tracer: a later one may have the same address.
     const std::uint64_t m_number;
-    // Written under the lock; read without it, since nobody needs the lock to learn that the tracer is off.
+    // Written under the lock. Read without it first, so that a disabled tracer never takes the lock.
     std::atomic<bool> m_enabled{false};
 
     KFMutex m_lock{true};
@@ -238,13 +240,13 @@ private:
     std::vector<std::string> m_permittedThreads KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_permittedCalls KF_GUARDED_BY(m_lock);
     std::vector<std::string> m_forbiddenCalls KF_GUARDED_BY(m_lock);
-    // In ascending order of their threads' keys. A list, because a crash handler may read it in the middle of any
-    // change, and adds to it without allocating.
+    // Sorted by the threads' keys. A linked list, so that a crash handler can read it in the middle of any
+    // change, and add to it without allocating.
     std::unique_ptr<ThreadTracer> m_threadTracers KF_GUARDED_BY(m_lock);
     std::unique_ptr<ThreadTracer> m_spareThreadTracer KF_GUARDED_BY(m_lock); // for the crash handler's thread
     std::unique_ptr<TracerFlushThread> m_flushThread;
 
     std::atomic<bool> m_isReporting{false};
-    std::atomic<std::uint64_t> m_threadWithoutLock{0}; // the key of the one that reports; 0: none
-    bool m_isLockLost = false;                         // the reporting thread's
+    std::atomic<std::uint64_t> m_threadWithoutLock{0}; // key of the reporting thread; 0: none
+    bool m_isLockLost = false;                         // only for the reporting thread
 };

@@ -24,7 +24,7 @@ void TracerFlushThread::flush() {
     if (tracer == nullptr)
         return;
     const KFLock lock(tracer->getLock());
-    if (!isSilent()) // it may have become so while this waited for the lock
+    if (!isSilent()) // may have changed during the wait for the lock
         tracer->WriteOnFile();
 }
 

@@ -4,15 +4,15 @@
 
 namespace kf::detail {
 
-/// Tells a syntax error in a configuration file of this language on standard error, with its line.
+/// Reports a syntax error in a configuration file of this language on standard error, with its line.
 void tellSyntaxError(const KeywordLanguage& language, int line);
 /// Finishes the trace and ends the process with status 1.
 [[noreturn]] void exitAfterSyntaxError();
 
-/// Reads a configuration file into a tracer or a logger. A syntax error is told on standard error with its line, and
-/// ends the process with status 1.
+/// Reads a configuration file into a tracer or a logger. A syntax error is reported on standard error with
+/// its line, and ends the process with status 1.
 /// @tparam Parser   executes the statements of the language
-/// @tparam Scanner  makes tokens of a file in that language
+/// @tparam Scanner  splits a file of that language into tokens
 template <typename Parser, typename Scanner>
 class ConfigFileParser : public Parser {
 public:

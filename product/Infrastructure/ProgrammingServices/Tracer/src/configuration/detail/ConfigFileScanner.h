@@ -5,7 +5,7 @@
 
 namespace kf::detail {
 
-/// The scanner of a configuration file. A file that cannot be opened only warns, and is empty.
+/// The scanner of a configuration file. A file that cannot be opened causes a warning and counts as empty.
 /// @tparam Scanner  one of the two languages' scanners
 template <typename Scanner>
 class ConfigFileScanner : public Scanner {

@@ -8,17 +8,17 @@
 
 namespace kf::detail {
 
-// The line-oriented language of the trace and of the log configuration file. Both have the same words and the
-// same grammar; they differ in their statements:
+// The line-oriented language of the trace and of the log configuration file. Both have the same tokens and
+// the same grammar; they differ in their statements:
 //
 //     file      = { line }
 //     line      = [ statement ] "\n"
 //     statement = keyword [ name | name { name } | number | level { level } ]
 //
 // Keywords and level words are matched without regard to letter case. A "#" at the very beginning of a line
-// starts a comment. KeywordScanner makes tokens of the text, KeywordParser statements of the tokens.
+// starts a comment. KeywordScanner splits the text into tokens, KeywordParser makes statements of them.
 
-/// What a statement's keyword is followed by.
+/// The arguments that follow a statement's keyword.
 enum class KeywordArgument { None, Name, Names, Number, Levels };
 
 struct KeywordStatement {
@@ -37,7 +37,7 @@ struct KeywordLanguage {
     std::size_t statementCount;
     const KeywordLevel* levels;
     std::size_t levelCount;
-    const char* name = ""; // that of its files in messages: "tracer" or "log"
+    const char* name = ""; // of its files, as messages call them: "tracer" or "log"
 };
 
 /// A token of the text.
@@ -48,15 +48,15 @@ struct KeywordToken {
         Filler,    // blanks or a comment
         Statement, // value: the statement's index in its table
         Level,     // value: the level's bit
-        Number,    // value: the number; the largest one when it is beyond the range
+        Number,    // value: the number, INT32_MAX if it is larger
         Name,
-        Stray, // a character that belongs to no word
+        Stray, // a character that begins no other token
     };
     Kind kind = EndOfFile;
     std::int32_t value = 0;
     std::string text; // of a name
     int line = 0;     // counted from 1
-    int column = 0;   // its first character's, counted from 1 in bytes; 0 at the end of the text
+    int column = 0;   // of its first character, counted from 1 in bytes; 0 at the end of the text
 };
 
 /// The arguments of a complete statement.

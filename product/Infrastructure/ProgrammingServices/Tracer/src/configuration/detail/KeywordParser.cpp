@@ -4,7 +4,7 @@ namespace kf::detail {
 
 namespace {
 
-// Whether a statement of this kind may have one more argument like this.
+// Whether a statement that takes this kind of argument accepts another token of this kind.
 bool isArgumentExpected(KeywordArgument argument, KeywordToken::Kind kind, bool isFirst) {
     switch (argument) {
     case KeywordArgument::None:

@@ -19,7 +19,7 @@ public:
     void parse();
 
 protected:
-    /// The next token, which is no filler.
+    /// The next token; never a Filler.
     virtual KeywordToken getToken() = 0;
     /// Called once, for the token that getToken returned last. May end the process or throw.
     virtual void signalError(const char* message) = 0;

@@ -75,7 +75,7 @@ bool KeywordScanner::readLine() {
         int count = 0;
         readMoreData(buffer.data(), count, static_cast<int>(buffer.size()));
         if (count <= 0) {
-            // DELIBERATE: what has no "\n" behind it is no line.
+            // DELIBERATE: a last line without "\n" is ignored.
             m_text.clear();
             return false;
         }
@@ -86,7 +86,7 @@ bool KeywordScanner::readLine() {
     return true;
 }
 
-// The token that stands at the present position, which moves behind it.
+// Makes a token of the next `length` characters and moves behind them.
 KeywordToken KeywordScanner::token(KeywordToken::Kind kind, std::size_t length, std::int32_t value) {
     KeywordToken result;
     result.kind = kind;

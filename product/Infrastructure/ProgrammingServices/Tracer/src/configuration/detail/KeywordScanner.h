@@ -4,11 +4,11 @@
 
 namespace kf::detail {
 
-/// Makes tokens of a configuration text. A subclass supplies the text.
+/// Splits a configuration text into tokens. A subclass supplies the text.
 ///
-/// The longest word wins; of two equally long ones a statement's keyword does, which is recognised
-/// everywhere. Level words, numbers and names are recognised only behind the keyword that asks for them. A
-/// last line without "\n" is ignored.
+/// The longest match wins; of two equally long ones, the statement's keyword wins. Keywords are recognised
+/// everywhere; level words, numbers and names only behind a keyword that takes them. A last line without "\n"
+/// is ignored.
 class KeywordScanner {
 public:
     /// @param language  borrowed, of static storage duration
@@ -18,15 +18,15 @@ public:
     KeywordScanner(const KeywordScanner&) = delete;
     KeywordScanner& operator=(const KeywordScanner&) = delete;
 
-    /// The next token, fillers included; EndOfFile for ever once the text has ended.
+    /// The next token, fillers included; after the end of the text always EndOfFile.
     KeywordToken scan();
     /// The next token that is no filler.
     KeywordToken getToken();
 
 protected:
     const KeywordLanguage& getLanguage() const { return m_language; }
-    /// Supplies the next piece of the text, usually a line: puts at most `maximum` bytes into the buffer and
-    /// their number into `count`, 0 at the end of the text.
+    /// Supplies the next piece of the text, usually a line: stores at most `maximum` bytes in the buffer and
+    /// their number in `count`; 0 at the end of the text.
     virtual void readMoreData(char* buffer, int& count, int maximum) = 0;
 
 private:

@@ -13,7 +13,7 @@ void EventCount::awaitEventAfter(std::uint32_t seen) {
 }
 
 void EventCount::wakeAll() {
-    // Of many threads that notify at once, one does the work.
+    // When several threads notify at once, only one of them wakes the waiters.
     if (!m_isAwaited.exchange(false))
         return;
     {

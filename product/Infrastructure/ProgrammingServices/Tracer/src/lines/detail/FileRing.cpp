@@ -25,12 +25,12 @@ const char* suffixOf(std::int32_t index, char (&suffix)[LONGEST_SUFFIX + 1]) {
     return suffix;
 }
 
-/// This user or the superuser.
+/// Whether the owner is this user or the superuser.
 bool isTrusted(uid_t owner) {
     return owner == geteuid() || owner == 0;
 }
 
-/// Whether other users can put something into the folder of this file: a link to one of this user's files, say.
+/// Whether other users can create entries in this file's folder, such as a link to one of this user's files.
 bool mayOthersPutFilesBeside(const char* path) {
     char folder[PATH_MAX] = ".";
     if (const char* slash = std::strrchr(path, '/')) {
@@ -45,12 +45,14 @@ bool mayOthersPutFilesBeside(const char* path) {
     return (info.st_mode & (S_IWGRP | S_IWOTH)) != 0 || !isTrusted(info.st_uid);
 }
 
-/// Opens a regular file and nothing else: a pipe or a device in its place could keep the caller for ever. Where
-/// others may write the folder, as they may in the log folders that the framework makes, no link is followed and no
-/// file of theirs is opened: it would be this user's rights that write, wherever they want.
+/// Opens a regular file and nothing else: opening a pipe or a device could block for ever. If other users may
+/// write the folder, as they may in the log folders that the framework creates, no link is followed and none
+/// of their files is opened. Otherwise they could make this process write, with this user's rights, to a file
+/// of their choice.
 ///
-/// An application that is launched meanwhile does not inherit it. Async-signal-safe.
-/// @param isRefused  whether something is there that is not for the ring
+/// The descriptor is close-on-exec, so that applications launched meanwhile do not inherit it.
+/// Async-signal-safe.
+/// @param isRefused  set: whether there is something that the ring must not write to
 FileDescriptor openRegularFile(const char* path, int flags, bool& isRefused) {
     flags |= O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     isRefused = false;
@@ -61,7 +63,7 @@ FileDescriptor openRegularFile(const char* path, int flags, bool& isRefused) {
             file = FileDescriptor(::open(path, flags, 0666));
     }
     if (!file.isOpen()) {
-        isRefused = isRefused || errno == ENXIO; // a pipe that nobody reads, or a socket
+        isRefused = isRefused || errno == ENXIO; // a pipe without a reader, or a socket
         return file;
     }
     struct stat info;
@@ -101,7 +103,7 @@ void FileRing::nameCurrentFile() {
         m_fileIndex = 0;
     char suffix[LONGEST_SUFFIX + 1];
     m_currentFileName.assign(m_baseFileName).append(suffixOf(m_fileIndex, suffix));
-    m_queue.restoreFrontLine(); // what an earlier file has of it is no use in this one
+    m_queue.restoreFrontLine(); // its first part is in an earlier file: write it whole to this one
 }
 
 void FileRing::beginAnew() {
@@ -114,7 +116,7 @@ void FileRing::beginAnew() {
 void FileRing::continueFile(std::int32_t index) {
     m_fileIndex = index;
     m_lineCount = 0;
-    m_truncateOnNextOpen = false; // also when another name had begun a new file, not written to yet
+    m_truncateOnNextOpen = false; // also if an earlier base name had set it
     nameCurrentFile();
 
     const FileDescriptor file = open(O_RDONLY);
@@ -149,11 +151,11 @@ int FileRing::findLastUsedFile() const {
         retrieveModificationInfo(name, dateText, timeText);
         const long date = std::strtol(dateText.c_str(), nullptr, 10);
         const long time = std::strtol(timeText.c_str(), nullptr, 10);
-        // DELIBERATE: a file that exists beyond the ring ends the walk too, before its age is looked at.
+        // DELIBERATE: an existing file beyond the ring's maximum also ends the walk, whatever its age.
         if (n >= m_maximumFiles)
             return n - 1;
-        // DELIBERATE: date and time are compared separately, not as one time stamp, so a file of a later day
-        // but an earlier hour ends the walk.
+        // DELIBERATE: date and time of day are compared separately, not as one time stamp, so a file of a
+        // later day but an earlier hour ends the walk.
         if (date < previousDate || time < previousTime)
             return n - 1;
         previousDate = date;
@@ -190,7 +192,7 @@ bool FileRing::put(std::string_view line) {
 }
 
 void FileRing::putOnConsole(std::string_view line) {
-    // DELIBERATE: the line has its own end already, so an empty line follows it.
+    // DELIBERATE: the line already ends in "\n", so an empty line follows it.
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fputc('\n', stdout);
     std::fflush(stdout);
@@ -217,7 +219,7 @@ FileRing::Drain FileRing::drainToFile() {
     FileDescriptor file = openCurrentFile();
     if (!file.isOpen())
         return Drain::CannotOpen;
-    // Only the lines that wait now: a drain that wrote those that come meanwhile might never end.
+    // Only the lines that wait now: including those that are queued meanwhile, the drain might never end.
     for (std::size_t lines = m_queue.size(); lines > 0;) {
         if (!writeLines(file.get(), lines)) {
             file = m_isReporting && errno == EFBIG ? openEmptyNextFile() : FileDescriptor();
@@ -249,7 +251,7 @@ void FileRing::writeNow(std::string_view line) {
     if (m_output == Output::Nowhere)
         return;
     if (m_output == Output::Console) {
-        // Not through stdio, whose lock the crash may have left taken.
+        // Bypass stdio: the crash may have left its lock taken.
         writeFully(STDOUT_FILENO, line);
         writeFully(STDOUT_FILENO, "\n");
         return;
@@ -267,8 +269,9 @@ void FileRing::writeNow(std::string_view line) {
         openNextFile();
 }
 
-// Writes what fits into this file of so many lines, at least one, a chunk of the queue with each system call.
-// Lines leave the queue only as far as they were written, so that a full disk loses none.
+// Writes the next lines with one call: at most `lines`, at most what still fits into the file (but at least
+// one), and at most one chunk of the queue. Subtracts the number of removed lines from `lines`. Lines leave
+// the queue only once they are written, so a full disk loses none.
 bool FileRing::writeLines(int file, std::size_t& lines) {
     const std::int32_t room = m_lineCount < m_maximumLinesPerFile ? m_maximumLinesPerFile - m_lineCount : 1;
     const std::size_t wanted = std::min(lines, static_cast<std::size_t>(room));
@@ -276,8 +279,8 @@ bool FileRing::writeLines(int file, std::size_t& lines) {
     const std::size_t written = writeFully(file, text);
     const std::uint64_t before = m_queue.removedCount();
     m_lineCount += static_cast<std::int32_t>(m_queue.consume(written, wanted));
-    lines -= std::min(
-        lines, static_cast<std::size_t>(m_queue.removedCount() - before)); // some may have come meanwhile
+    // Cancelled slots of later lines may have been removed, too.
+    lines -= std::min(lines, static_cast<std::size_t>(m_queue.removedCount() - before));
     return written == text.size();
 }
 
@@ -285,9 +288,9 @@ FileDescriptor FileRing::openCurrentFile() {
     const bool truncate = m_truncateOnNextOpen;
     m_truncateOnNextOpen = false;
     FileDescriptor file = open(truncate ? O_RDWR | O_CREAT : O_WRONLY | O_CREAT | O_APPEND);
-    // Emptied once it is known to be a ring's file, not by the opening itself.
+    // Not with O_TRUNC: that would empty a file before open() has refused it.
     if (file.isOpen() && truncate && ftruncate(file.get(), 0) == 0)
-        m_queue.restoreFrontLine(); // the file had its first part
+        m_queue.restoreFrontLine(); // its first part was in the file
     return file;
 }
 
@@ -299,8 +302,9 @@ FileDescriptor FileRing::openNextFile() {
     return open(O_WRONLY | O_CREAT | O_APPEND);
 }
 
-// A file that has the size that this process may give it (RLIMIT_FSIZE) is what the crash is about, as a rule: signal 25.
-// Not open when the current file is empty: the next one would hold no more.
+// For a report, when the file has reached the size limit (RLIMIT_FSIZE). That limit is usually what the crash
+// is about: signal 25. Returns an empty owner if the current file has no lines, since the next one could hold
+// no more.
 FileDescriptor FileRing::openEmptyNextFile() {
     if (m_lineCount == 0)
         return FileDescriptor();
@@ -313,25 +317,25 @@ FileDescriptor FileRing::openEmptyNextFile() {
 FileDescriptor FileRing::open(int flags) {
     bool isRefused = false;
     FileDescriptor file = openRegularFile(m_currentFileName.c_str(), flags, isRefused);
-    // A refused file tends to stay, and every drain fails because of it: told once.
-    const bool isNews = !isRefused || !m_hasToldRefusal;
+    // A refused file usually stays, and then every drain fails: report it once.
+    const bool isReportDue = !isRefused || !m_hasReportedRefusal;
     if (!file.isOpen() && (flags & O_CREAT) != 0) {
-        m_hasToldRefusal = isRefused;
-        if (isNews)
-            tellCannotOpen();
+        m_hasReportedRefusal = isRefused;
+        if (isReportDue)
+            reportCannotOpen();
     }
     if (file.isOpen())
-        m_hasToldRefusal = false;
+        m_hasReportedRefusal = false;
     return file;
 }
 
-void FileRing::tellCannotOpen() const {
+void FileRing::reportCannotOpen() const {
     const auto piece = [](const char* text) { return iovec{const_cast<char*>(text), std::strlen(text)}; };
     const iovec message[] = {piece(m_owner), piece(" : can't open "), piece(m_currentFileName.c_str()),
                              piece("\n")};
-    // One call, past stdio: the messages of two processes do not mix, and no lock is waited for.
+    // One call that bypasses stdio: messages of two processes do not mix, and no lock is needed.
     if (writev(STDERR_FILENO, message, sizeof message / sizeof message[0]) < 0)
-        return; // there is nobody to tell
+        return; // there is nowhere left to report it
 }
 
 } // namespace kf::detail

@@ -13,56 +13,56 @@
 
 namespace kf::detail {
 
-/// Where finished lines go: a ring of numbered text files, "<base>_<index>.txt", each with a limited number
-/// of lines, and the queue of the lines that wait for it. The tracer and the logger each have one. Two names select
-/// another output, without a queue: "console" is standard output, "msvc" drops the lines.
+/// The output of the tracer or the logger: a ring of numbered text files, "<base>_<index>.txt", each with a
+/// limited number of lines, and the queue of lines that wait to be written. Two special names select another
+/// output, without a queue: "console" is standard output, "msvc" discards the lines.
 ///
 /// DELIBERATE: the tracer and the logger differ in three points:
-///  - Where a run begins. The tracer always begins with file 0 and empties it (Tracer::SetFileName). The
-///    logger continues the newest file of the ring (Logger::SetFileName, FindLastUsedFile here).
-///  - Who asks for a file to be emptied. The tracer does whenever it names one (Tracer::UpdateFileName); for
-///    the logger it is the drain alone, at a rotation, so that a continued file keeps its lines.
-///  - What a failed open does to the caller's lock: see Tracer::WriteOnFile and Logger::WriteOnFile.
+/// - Where a run begins. The tracer always starts with file 0 and empties it (Tracer::SetFileName). The
+///   logger continues the newest file of the ring (Logger::SetFileName, findLastUsedFile() here).
+/// - Who marks a file to be emptied. The tracer marks each file that it names (Tracer::UpdateFileName).
+///   For the logger only the drain does, at a rotation, so that a continued file keeps its lines.
+/// - What a failed open does to the caller's lock: see Tracer::WriteOnFile and Logger::WriteOnFile.
 ///
-/// Thread: the owner's lock guards it, except for reserve().
+/// Thread: guarded by the owner's lock, except where a function says otherwise.
 class FileRing {
 public:
-    /// @param owner  "Tracer" or "Logger", named in diagnostics; a literal
-    /// @param work   notified when a drain may have become needed, except for queued lines: their owner knows whether it
-    ///               drains at once. Borrowed
+    /// @param owner  "Tracer" or "Logger", for diagnostics; a literal
+    /// @param work   borrowed. Notified when a drain may have become necessary, except after a line was
+    ///              queued: the owner knows whether it drains at once
     FileRing(const char* owner, bool truncateOnNextOpen, EventCount& work)
         : m_owner(owner), m_truncateOnNextOpen(truncateOnNextOpen), m_work(work) {}
 
-    /// The folder of bare names, with its own trailing separator: nothing is put between it and the name.
+    /// The folder for bare file names. It ends with a separator, since names are appended as they are.
     void setFolderName(std::string folder) { m_folderName = std::move(folder); }
     void setMaximumFiles(std::int32_t files) { m_maximumFiles = files; }
     void setMaximumLinesPerFile(std::int32_t lines) { m_maximumLinesPerFile = lines; }
 
-    /// Sets the base name: a special name or a name with "/" or "\\" as it stands, any other behind the
-    /// folder (the executable's when none is set). A special name becomes the current name as well. Returns
-    /// false for a special name: there is no file to choose then.
+    /// Sets the base name. A special name, or a name with "/" or "\\", is taken as it is; the folder (the
+    /// executable's if none is set) is put in front of any other. Returns false for a special name, which
+    /// also becomes the current name: there is no file to choose.
     bool setBaseName(const std::string& name);
-    /// Makes the current name of the base name and the index, which first wraps to 0 at the maximum.
-    /// Never asks for memory, as long as the base name stays.
+    /// Forms the current file's name from the base name and the index, which wraps to 0 at the maximum. Does
+    /// not allocate while the base name stays the same.
     void nameCurrentFile();
-    /// Begins with file 0, which the next drain empties.
+    /// Starts over with file 0, which the next drain empties.
     void beginAnew();
     /// The next open of the current file empties it.
     void truncateOnNextOpen() {
         m_truncateOnNextOpen = true;
         m_work.notify();
     }
-    /// Goes on behind the last line of this file of the ring.
+    /// Continues this file of the ring: lines are appended, and its present lines count towards its limit.
     void continueFile(std::int32_t index);
-    /// The newest file of the ring: walks the indices upwards and stops at the first file that is absent or
-    /// older than its predecessor; -1 when there is no file 0, -2 when the maximum number of files is
+    /// The index of the ring's newest file: walks the indices upwards, up to the first file that is missing
+    /// or older than its predecessor. -1 if there is no file 0, -2 if the maximum number of files is
     /// negative.
     int findLastUsedFile() const;
 
-    /// Routes one finished line, which brings its "\n". On the console an empty line follows it. Returns true
-    /// when the line was queued.
+    /// Queues or outputs one finished line, which ends in "\n". On the console an empty line follows it.
+    /// Returns true if the line was queued.
     bool put(std::string_view line);
-    /// The same for a line that is built in the queue: see LineQueue::beginLine.
+    /// As put(), for a line that is built in the queue: see LineQueue::beginLine.
     char* beginLine(std::size_t room) { return m_queue.beginLine(room); }
     bool endLine(const char* end) {
         if (m_output != Output::File)
@@ -70,52 +70,54 @@ public:
         m_queue.endLine(end);
         return true;
     }
-    /// Whether lines are queued, for a file.
+    /// Whether the output is a file, so that lines are queued.
     bool isQueueing() const { return m_output == Output::File; }
     /// See LineQueue::reserve. Any thread, without the lock, while isQueueing().
     LineQueue::Slot reserve(std::size_t length) { return m_queue.reserve(length); }
     /// See LineQueue::makeSlot. Never fails.
     LineQueue::Slot makeSlot(std::size_t length) { return m_queue.makeSlot(length); }
-    /// For an owner that has queued a line and does not drain at once.
+    /// For an owner that has queued a line and does not drain at once. Any thread, without the lock.
     void notifyFlushThread() { m_work.notify(); }
     /// The number of queued lines.
     std::size_t waiting() const { return m_queue.size(); }
-    /// The memory that is kept for queued lines, in bytes.
+    /// The memory held for queued lines, in bytes.
     std::size_t queueMemory() const { return m_queue.bytes(); }
 
     enum class Drain {
-        Done,        // every line that waited is in a file, or the output is none
+        Done,        // every line that waited is in a file, or the output is no file
         CannotOpen,  // the current file could not be opened; nothing was written
-        Interrupted, // a later open or a write failed; the rest of the lines waits
+        Interrupted, // a later open or a write failed; the remaining lines stay queued
     };
-    /// Writes the queued lines, going on to the next file whenever one is full. The file is open only while
-    /// this runs. Failures to open are told on standard error.
+    /// Writes the queued lines, and goes on to the next file whenever one is full. The file is open only
+    /// during the call. A failed open is reported on standard error.
     ///
-    /// Only a regular file is opened, and where other users may write its folder only one that is this user's or
-    /// the superuser's, under no second name and behind no link. Anything else counts as a failure to open, told
-    /// once.
+    /// Opens only regular files. In a folder that other users may write, the file must also belong to this
+    /// user or the superuser, and have no second hard link; and symbolic links are not followed. Anything
+    /// else counts as a failed open, which is reported once.
     ///
-    /// DELIBERATE: the file that a drain went on to is still marked to be emptied, so the next drain discards
-    /// what this one put there.
+    /// DELIBERATE: a file that a drain rotates to stays marked to be emptied, so the next drain discards what
+    /// this one wrote to it.
     Drain drain();
-    /// Whether another drain has something to do: lines wait, the current file is to be emptied, the last drain failed, or
-    /// memory of a burst is to be given back.
+    /// Whether there is work for a drain: lines wait, the current file is to be emptied, the last drain
+    /// failed, or spare memory is to be freed.
     bool needsDrain() const;
-    /// Whether some thread is in drain(). Any thread, without the lock.
+    /// Whether a thread is in drain(). Any thread, without the lock.
     bool isDraining() const { return m_isDraining.load(std::memory_order_acquire); }
 
-    /// For the crash handler: drains the queue, and lets writeNow() write behind its lines. From now on nothing here
-    /// allocates or frees memory, and a drain waits for an unfinished line only as long as LineQueue::limitWaits says.
+    /// For the crash handler: drains the queue and enables writeNow(). From then on this object neither
+    /// allocates nor frees memory, and a drain waits for unfinished lines only as long as
+    /// LineQueue::limitWaits() says.
     ///
-    /// The drain and the lines of writeNow() count as one drain: a file that it has begun is not emptied. Where the current
-    /// file has reached its limit (RLIMIT_FSIZE), they go on in the next one.
+    /// The drain and all lines of writeNow() count as one drain: a file that they began is not emptied. If
+    /// the current file has reached the size limit (RLIMIT_FSIZE), they go on in the next one.
     void beginReport();
-    /// Writes one line at once, past the queue. Only behind beginReport().
+    /// Writes one line at once, bypassing the queue. Only after beginReport().
     void writeNow(std::string_view line);
 
-    /// Calls `writeOnFile`, which drains, until the lines that wait now are written. Lines that come meanwhile are not
-    /// waited for: one more drain could empty the file that the last one began. Gives up when a drain has written nothing,
-    /// since a file that cannot be opened or a full disk would keep the caller here for ever.
+    /// Calls `writeOnFile`, which drains, until the lines that wait now are written. Does not wait for lines
+    /// that are queued meanwhile: one more drain could empty the file that the last one began. Gives up when
+    /// a drain wrote nothing, because a file that cannot be opened or a full disk would make this loop
+    /// endless.
     template <typename WriteOnFile>
     void drainAll(WriteOnFile writeOnFile) const {
         std::uint64_t before = m_queue.removedCount();
@@ -149,7 +151,7 @@ private:
     FileDescriptor openEmptyNextFile();
     FileDescriptor open(int flags);
     bool writeLines(int file, std::size_t& lines);
-    void tellCannotOpen() const;
+    void reportCannotOpen() const;
     static void putOnConsole(std::string_view line);
 
     const char* m_owner;
@@ -163,9 +165,9 @@ private:
     std::int32_t m_lineCount = 0;
     bool m_truncateOnNextOpen;
     EventCount& m_work;
-    bool m_hasFailed = false; // the last drain
+    bool m_hasFailed = false; // the last drain did not finish
     bool m_isReporting = false;
-    bool m_hasToldRefusal = false;
+    bool m_hasReportedRefusal = false;
     std::atomic<bool> m_isDraining{false};
     LineQueue m_queue;
 };

@@ -15,16 +15,16 @@ void FlushThread::onTerminate() {
     m_work.notify();
 }
 
-// The lines of a second are written together, so the second begins when the first of them waits.
+// The second starts when the first line is queued, so that all lines of that second are written together.
 void FlushThread::run() {
     while (isRunning() && sleepUnlessStopped()) {
         flush();
-        // A silent one sleeps until it is stopped: a thread that ends by itself is one that nobody has joined.
+        // A silenced thread sleeps until it is stopped, rather than end while nobody joins it.
         m_work.await([this] { return m_stopped || (!m_isSilent && hasWork()); });
     }
 }
 
-// One second, which a stop cuts short. Returns false when stopped.
+// Sleeps for a second, or until stopped. Returns false if stopped.
 bool FlushThread::sleepUnlessStopped() {
     std::unique_lock<std::mutex> lock(m_mutex);
     return !m_wakeUp.wait_for(lock, std::chrono::seconds(1), [this] { return m_stopped.load(); });

@@ -10,26 +10,27 @@ namespace kf::detail {
 
 class EventCount;
 
-/// The body that the tracer's and the logger's flush threads share: flush() once a second while there is work, until
-/// stop(). While there is none, the thread sleeps without an end. It is nameless, so it does not appear in the trace.
+/// The loop of the tracer's and the logger's flush threads: calls flush() once a second while there is work,
+/// and sleeps without a timeout while there is none, until stop(). It is nameless, so that it does not appear
+/// in the trace.
 ///
-/// A subclass's destructor calls stop(), since flush() is its own.
+/// A subclass's destructor must call stop(), because flush() belongs to the subclass.
 class FlushThread : public KFThread {
 public:
     /// @param work  notified when there may be work; borrowed, outlives the thread
     explicit FlushThread(EventCount& work) : KFThread(nullptr), m_work(work) {}
 
     void onTerminate() override;
-    /// From now on nothing is written. Does not wait for the thread, so it may be called in a signal handler, and by the
+    /// Ends the flushing. Does not wait for the thread, so that a signal handler can call it, and so can the
     /// owner of the lock that a flush waits for.
     void silence() { m_isSilent = true; }
-    /// Whether nothing is to be written any more. To be asked again after a wait for a lock.
+    /// Whether silence() or stop() has ended the flushing. Check again after waiting for a lock.
     bool isSilent() const { return m_isSilent || m_stopped; }
 
 protected:
     void run() override;
     virtual void flush() = 0;
-    /// Whether another flush is wanted, in a second.
+    /// Whether there is something to flush. Called after each flush() and each notification.
     virtual bool hasWork() = 0;
 
 private:

@@ -11,19 +11,19 @@ namespace kf::detail {
 
 namespace {
 
-// Enough for the lines of an ordinary second; more than that is a burst. From this size on, calloc maps fresh pages;
-// it clears a smaller block itself, and touches all of its pages, which start-until-armed shows.
+// Enough for the lines of an ordinary second; more is a burst. From this size on calloc maps fresh pages; it clears a
+// smaller block itself, and touches all of its pages: start-until-armed-own-bus shows that.
 constexpr std::size_t FIRST_CHUNK = std::size_t{128} * 1024;
 
 constexpr int LONGEST_WAIT = 100; // milliseconds, where waits are limited
 
 } // namespace
 
-/// How the queue waits for a thread that is between two steps of its reservation or builds its line.
+/// Waits for a thread that has begun a reservation but not completed it, or is building its line.
 class LineQueue::Wait {
 public:
     explicit Wait(const LineQueue& queue) : m_queue(queue) {}
-    /// False when it has waited long enough.
+    /// Returns false once it has waited long enough.
     bool operator()() {
         if (m_queue.m_areWaitsLimited)
             return m_limited.sleep();
@@ -68,7 +68,7 @@ std::string_view LineQueue::lineInProgress(const char* end) const {
 LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     if (Chunk* const chunk = m_current.load(std::memory_order_relaxed)) {
         close(*chunk);
-        if (chunk->front == chunk->lines) { // too small for this one line
+        if (chunk->front == chunk->lines) { // it is empty, but too small for this line
             clear(*chunk);
             m_spare.splice(m_spare.begin(), m_chunks, std::prev(m_chunks.end()));
         }
@@ -98,7 +98,7 @@ LineQueue::Chunk& LineQueue::addChunk(std::size_t room) {
     return m_chunks.back();
 }
 
-/// Twice the size of the last one, so that a small burst takes little memory.
+/// Twice the size of the last chunk: a small burst then takes little memory.
 std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
     std::size_t bytes = m_chunks.empty() ? FIRST_CHUNK : 2 * m_chunks.back().slots.bytes();
     while (bytes < needed)
@@ -108,9 +108,9 @@ std::size_t LineQueue::sizeForNextChunk(std::size_t needed) const {
     return (needed + LARGEST_CHUNK - 1) / LARGEST_CHUNK * LARGEST_CHUNK;
 }
 
-/// From now on every reservation in it fails.
+/// Closes the chunk: from now on every reservation in it fails.
 void LineQueue::close(Chunk& chunk) {
-    // The order matters to a signal handler that interrupts this: it finds the lines, and waits for none.
+    // The order matters to a signal handler that interrupts this: it must find the lines without waiting.
     chunk.lines = linesIn(chunk);
     m_current.store(nullptr, std::memory_order_relaxed);
     chunk.lines = chunk.slots.close(chunk.front, Wait(*this));
@@ -122,12 +122,12 @@ void LineQueue::clear(Chunk& chunk) {
     chunk.slots.clear(chunk.written, chunk.touched);
     chunk.written = chunk.touched = 0;
     chunk.lines = 0;
-    // A signal handler in between finds no lines, rather than those that were written already.
+    // A signal handler that interrupts this must find no lines, not the written ones again.
     std::atomic_signal_fence(std::memory_order_seq_cst);
     chunk.front = 0;
 }
 
-/// From now on slots are reserved in this chunk, which was cleared.
+/// Makes this cleared chunk the one in which slots are reserved.
 void LineQueue::open(Chunk& chunk) {
     chunk.slots.open();
     m_current.store(&chunk, std::memory_order_release);
@@ -136,7 +136,7 @@ void LineQueue::open(Chunk& chunk) {
 // ---- Writing
 
 std::size_t LineQueue::linesIn(const Chunk& chunk) const {
-    // Not by m_current: a thread that has read it before it changed may still reserve, until the chunk is closed.
+    // Do not decide by m_current: a thread that has read it earlier may reserve until the chunk is closed.
     return chunk.slots.isClosed() ? chunk.lines : chunk.slots.lines(chunk.front, Wait(*this));
 }
 
@@ -152,8 +152,8 @@ std::size_t LineQueue::size() const {
     return lines;
 }
 
-/// The first chunk, except in a signal handler that interrupted the begin or the reuse of a chunk: then that one is first,
-/// and has no lines.
+/// The first chunk with lines. It is the first of all, unless a signal handler interrupted the opening or the
+/// reuse of a chunk: then an empty one may be in front.
 std::list<LineQueue::Chunk>::iterator LineQueue::firstChunkWithLines() {
     return std::find_if(
         m_chunks.begin(), m_chunks.end(), [this](const Chunk& chunk) { return waitingIn(chunk) != 0; });
@@ -202,7 +202,7 @@ void LineQueue::restoreFrontLine() {
         first->written = first->front == 0 ? 0 : first->slots.offsetBehind(first->front - 1);
 }
 
-/// Makes a chunk whose lines were all written ready for others.
+/// Empties a chunk whose lines were all written, for new lines.
 void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
     Chunk& chunk = *emptied;
     if (&chunk != m_current.load(std::memory_order_relaxed)) {
@@ -210,7 +210,8 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
         m_spare.splice(m_spare.begin(), m_chunks, emptied);
         return;
     }
-    // The order matters to a signal handler that interrupts this: it finds no lines here, and begins another chunk.
+    // The order matters to a signal handler that interrupts this: it must find no lines here and open another
+    // chunk.
     chunk.lines = chunk.front;
     m_current.store(nullptr, std::memory_order_relaxed);
     if (!chunk.slots.closeIfEmptied(chunk.front, Wait(*this))) {
@@ -225,7 +226,7 @@ void LineQueue::reuse(std::list<Chunk>::iterator emptied) {
 
 // ---- Memory
 
-// The next drain's lines are expected to need as many chunks as the last one's did.
+// The next drain is expected to need as many chunks as the last one.
 void LineQueue::trim() {
     const std::size_t kept = std::max(m_openedCount, m_spare.size() / 2);
     while (m_spare.size() > kept)

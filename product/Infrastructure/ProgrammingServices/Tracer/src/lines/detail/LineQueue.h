@@ -12,16 +12,17 @@
 
 namespace kf::detail {
 
-/// Lines that wait to be written, in a few large chunks of memory: the text of the lines, one behind the other, and the
-/// offset at which each of them ends. A line brings its own "\n", and may hold others; it never crosses chunks. A line
-/// takes its bytes and four more. It is built in its slot, so nothing is copied on the way to the file.
+/// The queue of the lines that wait to be written, in a few large chunks of memory. A chunk holds the text of
+/// its lines, one after the other, and the end offset of each. A line ends in its own "\n" and may contain
+/// others; it never crosses chunks. It takes its length plus four bytes. A line is built in its slot, so
+/// nothing is copied on the way to the file.
 ///
-/// Thread: the owner's lock guards everything but reserve(), which any thread may call at any time: it is lock-free. The
-/// order of the lines is that of their reservations. An owner that calls beginLine() and endLine() has no other threads
-/// that reserve.
+/// Thread: the owner's lock guards everything except reserve(), which is lock-free: any thread may call it at
+/// any time. The lines are in the order of their reservations. An owner that uses beginLine() and endLine()
+/// must have no other threads that reserve.
 ///
-/// LineSlots tells what happens without the lock. Chunks live as long as the queue, since a thread may be about to reserve
-/// in one that was just closed; their memory does not.
+/// LineSlots describes the lock-free part. A chunk's object lives as long as the queue, because a thread may
+/// be about to reserve in a chunk that was just closed; its memory may be freed earlier.
 class LineQueue {
 public:
     using Slot = LineSlots<std::atomic>::Slot;
@@ -30,65 +31,68 @@ public:
     LineQueue(const LineQueue&) = delete;
     LineQueue& operator=(const LineQueue&) = delete;
 
-    /// Reserves a slot, if there is memory for it. Any thread, without the lock. A reservation happens before all later
-    /// ones, in the memory model's sense. It is sequentially consistent, as is empty(): see EventCount.
+    /// Reserves a slot; fails if the current chunk has no room. Any thread, without the lock. In terms of the
+    /// memory model, a reservation happens before all later ones. It is sequentially consistent, as is
+    /// empty(): EventCount requires that.
     /// @param length  in bytes; at most LONGEST_SLOT
     Slot reserve(std::size_t length) {
         Chunk* const chunk = m_current.load(std::memory_order_acquire);
         return chunk != nullptr ? chunk->slots.reserve(length) : Slot();
     }
     static constexpr std::size_t LONGEST_SLOT = std::size_t{64} * 1024 * 1024;
-    /// In bytes, unless a single line needs more.
+    /// In bytes; only a single line that needs more makes a larger chunk.
     static constexpr std::size_t LARGEST_CHUNK = std::size_t{2} * 1024 * 1024;
 
-    /// The number of lines that wait. Cancelled slots count until they are removed.
+    /// The number of waiting lines. Cancelled slots count until they are removed.
     bool empty() const { return size() == 0; }
     std::size_t size() const;
-    /// The number of lines, and of cancelled slots, that were removed since the beginning.
+    /// The number of lines and cancelled slots that were removed so far.
     std::uint64_t removedCount() const { return m_removedCount; }
 
-    /// Reserves a slot, and allocates memory for it where that is needed.
+    /// Reserves a slot, and allocates memory if necessary.
     /// @param length  in bytes; at most LONGEST_SLOT
     Slot makeSlot(std::size_t length);
-    /// Appends one line. It ends at its first NUL byte, if it has one.
+    /// Appends one line, up to its first NUL byte.
     void push(std::string_view line);
-    /// Begins a line: returns where its bytes go, at most `room` of them, none of them NUL. To begin another one before
-    /// endLine() drops it.
+    /// Begins a line: returns where its bytes go, at most `room` of them, none of them NUL. Calling it again
+    /// before endLine() drops the line.
     char* beginLine(std::size_t room) {
         const Chunk* const chunk = m_current.load(std::memory_order_relaxed);
-        char* const place = chunk != nullptr ? chunk->slots.beginLine(room) : nullptr;
-        return place != nullptr ? place : addChunk(room).slots.text();
+        char* const begin = chunk != nullptr ? chunk->slots.beginLine(room) : nullptr;
+        return begin != nullptr ? begin : addChunk(room).slots.text();
     }
-    /// Ends the line that was begun, behind its last byte.
+    /// Ends the line in progress. @param end  behind its last byte
     void endLine(const char* end) { m_current.load(std::memory_order_relaxed)->slots.endLine(end); }
-    /// The line that was begun, so far.
+    /// The line in progress, up to `end`.
     std::string_view lineInProgress(const char* end) const;
 
-    /// The unwritten bytes of the first lines, `lines` of them at most; fewer where a chunk ends or a slot was cancelled;
-    /// none where the first slot was. Waits for a line that is not finished. Valid until the next push or consume.
+    /// The unwritten bytes of at most `lines` lines from the front. Stops at the end of a chunk and at a
+    /// cancelled slot, so it may be empty. Waits for unfinished lines. Valid until the next push or consume.
     std::string_view front(std::size_t lines);
-    /// Removes the first `bytes` bytes, a prefix of front(), and the cancelled slots behind them. A line that was written
-    /// in part keeps its rest. Returns the number of lines that were completed by this, `lines` at most: an empty line
-    /// behind the last one needs no byte, but may belong into the next file.
+    /// Removes the first `bytes` bytes, a prefix of front(), and the cancelled slots behind them. The rest of
+    /// a partly written line stays. Returns how many lines this completed, at most `lines`: an empty line
+    /// behind them needs no byte, but may belong to the next file.
     std::size_t consume(std::size_t bytes, std::size_t lines = SIZE_MAX);
-    /// Writes a line that was written in part again from its beginning, for a caller that empties the file.
+    /// Makes a partly written line start over, for a caller that empties the file or begins another.
     void restoreFrontLine();
-    /// From now on front() waits a tenth of a second at most: for a signal handler that ends the process, and may have
-    /// interrupted the very thread that would finish the line. A line that stays unfinished becomes question marks.
+    /// From now on each wait for an unfinished line lasts at most a tenth of a second. For a signal handler
+    /// that ends the process and may have interrupted the thread that would finish the line. A line that
+    /// stays unfinished becomes question marks.
     void limitWaits() { m_areWaitsLimited = true; }
 
-    /// Frees memory; to be called after a drain. Of the chunks that were not needed since the last call, half are freed.
+    /// Frees memory; call it after a drain. Of the spare chunks it keeps as many as were opened since the
+    /// last call, and at least half.
     void trim();
-    /// Whether trim() would free memory in the end, if it was called again and again and no line came.
+    /// Whether repeated calls of trim() would free memory if no line came.
     bool hasSpareMemory() const;
-    /// The memory of all chunks.
+    /// The memory of all chunks, in bytes.
     std::size_t bytes() const;
 
 private:
     struct Freeing {
         void operator()(char* memory) const { std::free(memory); }
     };
-    // From calloc, which gives fresh pages without touching them.
+    // From calloc, which returns fresh zero pages without touching them.
     using Memory = std::unique_ptr<char[], Freeing>;
     struct Chunk {
         explicit Chunk(std::size_t bytes) : slots(bytes) {}
@@ -96,11 +100,11 @@ private:
         LineSlots<std::atomic> slots;
         Memory memory;
 
-        // Under the lock:
-        std::size_t lines = 0;   // how many it has; valid when it is closed
-        std::size_t front = 0;   // index of the first line that waits
+        // Guarded by the owner's lock:
+        std::size_t lines = 0;   // number of lines; valid if the chunk is closed
+        std::size_t front = 0;   // index of the first waiting line
         std::size_t written = 0; // offset of the first unwritten byte
-        std::size_t touched = 0; // how many ends are not zero any more
+        std::size_t touched = 0; // number of ends that may not be 0
     };
     class Wait;
 
@@ -114,13 +118,14 @@ private:
     std::size_t linesIn(const Chunk& chunk) const;
     std::size_t waitingIn(const Chunk& chunk) const;
     std::list<Chunk>::iterator firstChunkWithLines();
-    std::atomic<Chunk*> m_current{nullptr}; // the last of m_chunks, where slots are reserved; null: closed
-    std::list<Chunk> m_chunks;              // with lines that wait; all but the last are closed
-    std::list<Chunk> m_spare;               // empty ones
-    std::list<Chunk> m_retired;             // whose memory was freed
+    std::atomic<Chunk*> m_current{nullptr}; // the last of m_chunks; null if that is closed
+    std::list<Chunk> m_chunks;              // chunks with waiting lines; all but the last are closed
+    std::list<Chunk> m_spare;               // empty chunks
+    std::list<Chunk> m_retired;             // chunks without memory
     bool m_areWaitsLimited = false;
     std::uint64_t m_removedCount = 0;
-    // Since the last trim: how many chunks were opened, and whether the last one held more than the first size has room for.
+    // Since the last trim(): how many chunks were opened, and whether the current one held more than
+    // FIRST_CHUNK.
     std::size_t m_openedCount = 0;
     bool m_isLastNeeded = false;
 };

@@ -10,17 +10,18 @@ namespace kf::detail {
 template <template <typename> typename Atomic>
 class LineSlots;
 
-/// A reserved slot: where a line of known length is built. Two words, so that functions return it in registers.
+/// A reserved slot, in which a line of known length is built. It has two words, so functions return it in
+/// registers.
 template <template <typename> typename Atomic>
 struct LineSlot {
     LineSlot() = default;
     /// False when the reservation failed.
     explicit operator bool() const { return m_text != nullptr; }
-    /// Room for as many bytes as were reserved; none of them may be NUL.
+    /// The reserved bytes. The caller fills them all, none with NUL.
     char* text() const { return m_text; }
-    /// Publishes the line. The drain waits for this, so nothing slow may come before it.
+    /// Publishes the line. The drain waits for this call, so nothing slow may come before it.
     void finish() const { m_end->store(offset(), std::memory_order_release); }
-    /// Instead of finish(): the drain passes over the slot.
+    /// Call this instead of finish() to make the drain skip the slot.
     void cancel() const { m_end->store(offset() | CANCELLED, std::memory_order_release); }
 
 private:
@@ -33,26 +34,27 @@ private:
     Atomic<std::uint32_t>* m_end = nullptr;
 };
 
-/// The lock-free half of a LineQueue: the slots of one chunk of memory. Any thread reserves one with a single addition and
-/// builds its line there. The owner, under its lock, counts the slots, waits for each, and empties the chunk.
+/// The lock-free half of a LineQueue: the slots of one chunk of memory. Any thread reserves one with a single
+/// atomic addition and builds its line there. The owner, under its lock, counts the slots, waits for each,
+/// and empties the chunk.
 ///
-/// Text grows from the front of the memory, the ends of the lines from its back. One word counts both: in its low half the
-/// offset of the first free byte, in its high half the number of lines.
+/// Text grows from the front of the memory, the ends of the lines from its back. One word holds both
+/// counters: the offset of the first free byte in its low half, the number of lines in its high half.
 ///
-///     open, 0 --reserve()--> open, some lines --reserve() that does not fit--> full, so that all later ones fail too
+///     open, 0 --reserve()--> open, some lines --reserve() that does not fit--> full: all later ones fail, too
 ///        ^                         |                                             |
 ///        |                         v  close(), closeIfEmptied()                  v
-///        +--------open()-------- CLOSED, behind which nothing fits <-------------+
+///        +--------open()--------- CLOSED: every reserve() fails <----------------+
 ///
-/// And one word for the end of each line, its offset plus one:
+/// One more word per line holds its end, as an offset plus one:
 ///
-///     0 --reserve()--> UNFINISHED --finish()--> written as it stands <--replace()-- 0 or UNFINISHED, in a signal handler
-///     |                     +-------cancel()--> CANCELLED: passed over
+///     0 --reserve()--> UNFINISHED --finish()--> finished <--replace()-- 0 or UNFINISHED, in a signal handler
+///     |                     +-------cancel()--> CANCELLED: the drain skips it
 ///     +--the first reserve() that does not fit--> VOID_LINE: here the lines stop
 ///
-/// Until a reservation has stored its end, that end is 0: the drain waits for it as for an unfinished one.
+/// An end is 0 until the reservation has stored it; the drain waits for it as for an unfinished line.
 ///
-/// @tparam Atomic  std::atomic; tests have another, which lets them choose the order of all accesses
+/// @tparam Atomic  std::atomic; tests use one of their own, with which they control the order of all accesses
 template <template <typename> typename Atomic>
 class LineSlots {
     using End = Atomic<std::uint32_t>;
@@ -94,10 +96,11 @@ public:
 
     std::size_t bytes() const { return m_bytes; }
     char* text() const { return m_memory; }
-    /// Zeroed memory of bytes(), or null. While closed.
+    /// Sets the memory: bytes() zero bytes, or null. Only while closed.
     void setMemory(char* memory) { m_memory = memory; }
     void open() { m_used.store(0, std::memory_order_release); }
-    /// Where no other thread reserves: the place of a line that is at most so long, null where it does not fit.
+    /// Only where no other thread reserves: where a line of at most `room` bytes goes; null if it does not
+    /// fit.
     char* beginLine(std::size_t room) const {
         const std::uint64_t used = m_used.load(std::memory_order_relaxed);
         return hasRoom(used, room) ? m_memory + offsetOf(used) : nullptr;
@@ -109,17 +112,19 @@ public:
         m_used.store(used + ONE_LINE + (offset - offsetOf(used)), std::memory_order_relaxed);
     }
     bool isClosed() const { return (m_used.load() & CLOSED) != 0; }
-    /// The number of slots. @param wait  returns false when it has waited long enough; @param first  a slot that is there
+    /// The number of slots.
+    /// @param first  index at which to start counting, at most the number of slots
+    /// @param wait   called to wait for another thread; returns false to give up
     template <typename Wait>
     std::size_t lines(std::size_t first, Wait wait) const {
         return linesOf(m_used.load(), first, wait);
     }
-    /// From now on every reservation fails. Returns the number of slots.
+    /// Makes all later reservations fail. Returns the number of slots.
     template <typename Wait>
     std::size_t close(std::size_t first, Wait wait) {
         return linesOf(m_used.exchange(CLOSED, std::memory_order_acquire), first, wait);
     }
-    /// The same if there are `lines` slots, and no more; else false, and all stays as it is.
+    /// As close(), but only if there are exactly `lines` slots; otherwise returns false and changes nothing.
     template <typename Wait>
     bool closeIfEmptied(std::size_t lines, Wait wait) {
         std::uint64_t used = m_used.load(std::memory_order_acquire);
@@ -131,7 +136,7 @@ public:
         m_used.store(CLOSED, std::memory_order_relaxed);
         return true;
     }
-    /// Waits until the slot is finished or cancelled. False when it has waited long enough.
+    /// Waits until the slot is finished or cancelled. Returns false if `wait` gave up.
     template <typename Wait>
     bool await(std::size_t line, Wait wait) const {
         for (;;) {
@@ -142,8 +147,8 @@ public:
                 return false;
         }
     }
-    /// Makes an unfinished line question marks. Where its end is not there yet, its length is not known: it becomes empty,
-    /// and its bytes, NULs, stand at the head of the next line.
+    /// Fills an unfinished line with question marks. If its end was not stored yet, its length is not known:
+    /// then the line becomes empty, and its bytes, NULs, go to the beginning of the next line.
     void replace(std::size_t line) {
         const std::size_t begin = line == 0 ? 0 : offsetBehind(line - 1);
         const bool isKnown = end(line).load(std::memory_order_relaxed) != 0;
@@ -154,19 +159,20 @@ public:
         }
         end(line).store(static_cast<std::uint32_t>(behind + 1), std::memory_order_release);
     }
-    /// Of a slot whose end is there: the offset behind its text.
+    /// The offset behind the slot's text. Its end must have been stored.
     std::size_t offsetBehind(std::size_t line) const {
         return (end(line).load(std::memory_order_relaxed) & ~(UNFINISHED | CANCELLED)) - 1;
     }
     bool isCancelled(std::size_t line) const {
         return (end(line).load(std::memory_order_acquire) & (UNFINISHED | CANCELLED)) == CANCELLED;
     }
-    /// Whether the slot is finished and ends at that offset or before it.
+    /// Whether the slot is finished and its text ends at `offset` or before.
     bool isWithin(std::size_t line, std::size_t offset) const {
-        return end(line).load(std::memory_order_acquire) - 1 <= offset; // an end with a mark, or 0, is not
+        // A marked end is larger than any offset, and so is 0 - 1.
+        return end(line).load(std::memory_order_acquire) - 1 <= offset;
     }
-    /// While closed: zeroes so many bytes of text, and ends, since a reserved end must read as 0 until it is stored, and may
-    /// lie where either was.
+    /// Zeroes this many bytes of text and this many ends, which may lie where new ones will: an end must read
+    /// as 0 until its reservation stores it. Only while closed.
     void clear(std::size_t textBytes, std::size_t ends) {
         std::memset(m_memory, 0, textBytes);
         for (std::size_t line = 0; line < ends; ++line)
@@ -177,11 +183,11 @@ private:
     static std::size_t offsetOf(std::uint64_t used) { return static_cast<std::uint32_t>(used); }
     static std::size_t lineOf(std::uint64_t used) { return static_cast<std::size_t>(used >> 32); }
     End& end(std::size_t line) const { return *(reinterpret_cast<End*>(m_memory + m_bytes) - 1 - line); }
-    /// Keeps one end in reserve, for VOID_LINE.
+    /// Leaves one end free, for VOID_LINE.
     bool hasRoom(std::uint64_t before, std::size_t length) const {
         return offsetOf(before) + length + (lineOf(before) + 2) * END_SIZE <= m_bytes;
     }
-    /// Whether all reservations that made this count succeeded.
+    /// Whether all reservations that `count` counts succeeded.
     bool hasNoFailure(std::uint64_t count) const {
         return offsetOf(count) + (lineOf(count) + 1) * END_SIZE <= m_bytes;
     }
@@ -189,7 +195,7 @@ private:
     std::size_t linesOf(std::uint64_t used, std::size_t first, Wait& wait) const {
         if (hasNoFailure(used))
             return lineOf(used);
-        for (std::size_t line = first;; ++line) { // to VOID_LINE, which may not be there yet
+        for (std::size_t line = first;; ++line) { // up to VOID_LINE, which may not be stored yet
             std::uint32_t value = 0;
             while ((value = end(line).load(std::memory_order_acquire)) == 0)
                 if (!wait())
@@ -199,7 +205,7 @@ private:
         }
     }
 
-    const std::size_t m_bytes; // threads decide by it, without the lock, whether a reservation succeeded
+    const std::size_t m_bytes; // read without the lock, to decide whether a reservation succeeded
     Atomic<std::uint64_t> m_used{CLOSED};
     char* m_memory = nullptr;
 };

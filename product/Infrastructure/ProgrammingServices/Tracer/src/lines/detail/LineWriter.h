@@ -5,7 +5,7 @@
 
 namespace kf::detail {
 
-/// Puts the pieces of a line one behind the other, where room for all of them is known to be.
+/// Appends the pieces of a line to a buffer. The caller has made sure that they all fit.
 class LineWriter {
 public:
     LineWriter() = default;

@@ -30,7 +30,7 @@ void MessageText::formatSlowly(const char* format, std::va_list arguments) {
     if (length >= 0 && length <= STACK_LIMIT) {
         m_length = std::strlen(m_short);
     } else {
-        // Zeroed, since a text that cannot be formatted may end without a terminator.
+        // Zeroed, since vsnprintf may leave a text that it cannot format without a terminator.
         m_long = std::make_unique<char[]>(HEAP_LIMIT + sizeof CUT_MARK);
         const int longLength = std::vsnprintf(m_long.get(), HEAP_LIMIT, format, again);
         m_length = std::strlen(m_long.get());

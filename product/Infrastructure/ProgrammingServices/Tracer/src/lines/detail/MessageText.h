@@ -10,16 +10,16 @@
 
 namespace kf::detail {
 
-/// The text of a message, formatted with printf's rules, with the limits that trace and log lines share. It
-/// ends at its first NUL byte.
+/// A message, formatted as printf does it, within the limits that trace and log lines share. It ends at its
+/// first NUL byte.
 ///
-/// The limits are exact: a text of 2048 or of 20000 characters is not seen as too long, so it loses its last
-/// character without a mark; a longer one than 20000 is cut to 19999 characters and marked " ...", and so is
-/// a text that cannot be formatted, as far as it got.
+/// The limits are exact: a text of 2048 or of 20000 characters is not taken as too long, so it loses its last
+/// character without a mark. A text of more than 20000 characters is cut to 19999 and marked " ...". So is a
+/// text that cannot be formatted, at the point where formatting failed.
 class MessageText {
 public:
     MessageText(const char* format, std::va_list arguments) KF_PRINTF_LIKE(2, 0);
-    /// The same with a format that was parsed beforehand.
+    /// The same, with a format that was parsed beforehand.
     /// @param arguments, again  two lists of the same arguments
     MessageText(const QuickFormat& quick, const char* format, std::va_list arguments, std::va_list again)
         KF_PRINTF_LIKE(3, 0);
@@ -37,7 +37,7 @@ private:
     static constexpr int HEAP_LIMIT = 20000;
 
     std::size_t m_length = 0;
-    std::unique_ptr<char[]> m_long; // when the short one does not hold the text
+    std::unique_ptr<char[]> m_long; // used when m_short is too small
     char m_short[STACK_LIMIT + 1];
 };
 

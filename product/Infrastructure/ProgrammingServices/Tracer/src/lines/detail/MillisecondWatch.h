@@ -9,9 +9,9 @@
 
 namespace kf::detail {
 
-/// The processor's time-stamp counter: constant rate, read in less than half the time of the clock. The rate is unknown,
-/// the read is not ordered with the instructions around it, and cores may differ. MillisecondWatch copes with all of
-/// that; do not use it elsewhere.
+/// The processor's time-stamp counter. Its rate is constant, and it is read in less than half the time of the
+/// clock. But the rate is unknown, the read is not ordered with the instructions around it, and cores may
+/// differ. MillisecondWatch copes with all of that; do not use the counter elsewhere.
 inline std::uint64_t processorTicks() {
 #if defined(__i386__) || defined(__x86_64__)
     return __rdtsc();
@@ -24,38 +24,39 @@ inline std::uint64_t processorTicks() {
 #endif
 }
 
-/// Tells most lines that the wall clock still shows the millisecond that it showed at the last look, by the
-/// ticks of a counter that is cheaper to read. Without it, every line reads the clock, and the log-line-latency row (median,
-/// one thread) takes 0.43 of spdlog's time instead of 0.25, where a third is the most.
+/// Tells most lines that the wall clock still shows the millisecond of the last clock read, from a counter
+/// that is cheaper to read. Without it, every line reads the clock, and the log-line-latency row (median, one
+/// thread) takes 0.43 of spdlog's time instead of 0.25, where a third is the most.
 ///
-/// How fast the counter runs is measured from look to look, and the smaller of the last two rates is
-/// believed: a clock that was set back, or a counter that jumped ahead, makes one too high. Whatever is in
-/// doubt makes the next line look at the clock: no rate yet, a counter that stands still, jumps or goes back
-/// (a sleeping machine, another core), a look that was interrupted. A clock that is set anew is noticed at
-/// the next look, within a millisecond.
+/// The counter's rate is measured between clock reads, and the smaller of the last two rates is used: one is
+/// too high when the clock was set back, or the counter jumped ahead. Whatever is in doubt makes the next
+/// line read the clock: no rate yet, a counter that stands still, jumps or goes back (a sleeping machine,
+/// another core), an interrupted clock read. A clock that is set is noticed at the next clock read, within a
+/// millisecond.
 ///
 /// Not thread-safe.
 class MillisecondWatch {
 public:
     /// @param ticks  of the counter, read just now
-    bool isSameMillisecond(std::uint64_t ticks) const { return ticks - m_looked < m_ticksLeft; }
+    bool isSameMillisecond(std::uint64_t ticks) const { return ticks - m_lastReadTicks < m_ticksLeft; }
 
-    /// Takes note of a look at the clock.
-    /// @param before, after  the ticks right before and behind it
-    /// @param microseconds   what the clock showed, since any moment
+    /// Records a clock read.
+    /// @param before, after  ticks right before and right after it
+    /// @param microseconds   what the clock showed, since any epoch
     void look(std::uint64_t before, std::uint64_t after, std::int64_t microseconds) {
         measure(before, after, microseconds);
-        // Round down: an extra clock read is cheaper than a stale stamp. The microsecond that was read may be over, too.
+        // Round down: an extra clock read is cheaper than a stale stamp. 999, as the microsecond may be over
+        // already.
         const std::uint64_t microsecondsLeft = static_cast<std::uint64_t>(999 - microseconds % 1000);
         const std::uint64_t ticksLeft = m_ticksPerMicrosecond * microsecondsLeft;
-        m_looked = before;
+        m_lastReadTicks = before;
         m_ticksLeft = ticksLeft - ticksLeft / 16;
     }
 
 private:
-    static constexpr std::int64_t SHORTEST = 100; // microseconds that a rate can be measured over
+    static constexpr std::int64_t SHORTEST = 100; // microseconds; a rate is not measured over less
     static constexpr std::int64_t LONGEST = 1000000;
-    static constexpr std::uint64_t PRECISION = 64; // part of the time that both looks may have taken
+    static constexpr std::uint64_t PRECISION = 64; // both reads may take up to this part of the measured time
 
     void measure(std::uint64_t before, std::uint64_t after, std::int64_t microseconds) {
         const std::int64_t passed = microseconds - m_startMicroseconds;
@@ -75,11 +76,11 @@ private:
         m_startMicroseconds = microseconds;
     }
 
-    std::uint64_t m_looked = 0;
+    std::uint64_t m_lastReadTicks = 0;
     std::uint64_t m_ticksLeft = 0;
     std::uint64_t m_ticksPerMicrosecond = 0;
     std::uint64_t m_lastRate = 0;
-    // The look that the rate is measured from.
+    // The clock read that the rate is measured from.
     std::uint64_t m_start = 0;
     std::uint64_t m_startDoubt = 0;
     std::int64_t m_startMicroseconds = 0;

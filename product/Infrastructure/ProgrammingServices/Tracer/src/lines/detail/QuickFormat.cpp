@@ -9,7 +9,8 @@ namespace kf::detail {
 
 namespace {
 
-/// The part of the buffer that is still free. What does not fit makes it full, and nothing more is written.
+/// The part of the buffer that is still free. A text that does not fit marks it full, and nothing more is
+/// written.
 class Output {
 public:
     Output(char* buffer, std::size_t size) : m_begin(buffer), m_next(buffer), m_end(buffer + size) {}
@@ -40,8 +41,8 @@ constexpr char DIGIT_PAIRS[] =
     "4142434445464748495051525354555657585960616263646566676869707172737475767778798081"
     "828384858687888990919293949596979899";
 
-/// Writes the digits in front of `end`, the last one first, and returns where they begin. (std::to_chars is not in the
-/// libraries of the oldest system that this runs on.)
+/// Writes the digits backwards from `end` and returns where they begin. (std::to_chars is missing from the
+/// libraries of the oldest supported system.)
 char* writeDigits(char* end, std::uint32_t value) {
     while (value >= 100) {
         end -= 2;
@@ -66,8 +67,8 @@ void putInteger(Output& output, bool negative, std::uint32_t magnitude) {
     output.put(begin, static_cast<std::size_t>(end - begin));
 }
 
-/// %.3f. The value is fraction * 2^-shift with whole numbers, so the decimals are exact, and so is the rounding: to nearest,
-/// and halves to even, as printf does.
+/// Appends the value as "%.3f" does; false if it is out of range. The value is mantissa * 2^-shift, both
+/// integers, so the decimals are exact. Rounds to nearest and ties to even, as printf does.
 bool putThousandths(Output& output, double value) {
     static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8, "not an IEEE double");
     std::uint64_t bits = 0;
@@ -90,7 +91,7 @@ bool putThousandths(Output& output, double value) {
     }
     char text[24];
     char* const end = text + sizeof text;
-    // The thousand brings the leading zeros along, and a digit in the point's place.
+    // The added 1000 yields the leading zeros, and a digit that the point replaces.
     char* begin = writeDigits(end, static_cast<std::uint32_t>(thousandths % 1000 + 1000));
     *begin = '.';
     begin = writeDigits(begin, static_cast<std::uint32_t>(thousandths / 1000));
@@ -100,7 +101,7 @@ bool putThousandths(Output& output, double value) {
     return true;
 }
 
-/// Whether vsnprintf would write a point as well, in the locale that the program has chosen.
+/// Whether vsnprintf would also write a point, in the program's current locale.
 bool isDecimalPointAPoint() {
     const char* const point = nl_langinfo(RADIXCHAR);
     return point[0] == '.' && point[1] == '\0';
@@ -117,7 +118,7 @@ int QuickFormat::write(char* buffer, std::size_t size, const char* format, std::
             return -1;
         case Kind::End:
             return output.isFull() ? -1 : output.finish();
-        case Kind::PercentSign: // stands at the text's end
+        case Kind::PercentSign: // the literal text ends with it
             break;
         case Kind::Text: {
             const char* const text = va_arg(arguments, const char*);

@@ -8,16 +8,18 @@
 
 namespace kf::detail {
 
-/// Formats what log lines mostly hold (texts, integers, seconds with three decimals) as vsnprintf does, byte for byte, in a
-/// fraction of its time: the log-line rows need it. LOG_MESSAGE has the constructor parse the format at compile time.
+/// Formats the usual arguments of log lines (texts, integers, seconds with three decimals) byte for byte as
+/// vsnprintf does, in a fraction of its time: the log-line rows need it. LOG_MESSAGE makes the constructor
+/// parse the format at compile time.
 ///
-/// It knows %%, %s, %d, %u, and %.3f of ordinary size where the locale's decimal point is a point. Everything else is left to
-/// the caller's vsnprintf, a message as a whole: so all of its numbers have the decimal point of the program's locale.
+/// Knows %%, %s, %d, %u, and %.3f for values below 2^32 where the locale's decimal point is a point. Any
+/// other format or argument makes the caller format the whole message with vsnprintf, so that all of its
+/// numbers have the locale's decimal point.
 ///
 /// Thread: any.
 class QuickFormat {
 public:
-    /// The format itself is not kept: write() gets it again.
+    /// The format itself is not kept: pass it again to write().
     constexpr explicit QuickFormat(const char* format) {
         const char* at = format;
         for (Piece& piece : m_pieces) {
@@ -42,26 +44,27 @@ public:
         m_pieces[0].kind = Kind::Unknown;
     }
 
-    /// @param buffer  receives the text and a terminating zero; undefined after a refusal
-    /// @param size    of the buffer, in bytes
-    /// @param format  the one that this was made of
-    /// @param arguments  used up, also by a refusal. A caller that needs them twice calls va_start twice: a va_copy that is
-    ///                   read at once stalls until it is written, a tenth of a log line's time.
-    /// @return the text's length, or -1 when the format, an argument or the buffer's size is not for it
+    /// @param buffer     receives the text and a terminating NUL; undefined when -1 is returned
+    /// @param size       of the buffer, in bytes
+    /// @param format     the one that was given to the constructor
+    /// @param arguments  consumed, also when -1 is returned. A caller that needs them twice calls va_start
+    ///                   twice: reading a va_copy at once stalls until it is written, which takes a tenth of
+    ///                   a log line's time
+    /// @return the text's length, or -1 when the format, an argument or the buffer's size is not supported
     int write(char* buffer, std::size_t size, const char* format, std::va_list arguments) const
         KF_PRINTF_LIKE(4, 0);
 
 private:
     enum class Kind : std::uint8_t { Unknown, End, PercentSign, Text, Integer, UnsignedInteger, Thousandths };
 
-    /// Some text of the format as it stands, and the conversion behind it.
+    /// A literal part of the format, and the conversion behind it.
     struct Piece {
-        std::uint16_t text = 0; // where it begins in the format
+        std::uint16_t text = 0; // where the literal part begins in the format
         std::uint16_t length = 0;
         Kind kind = Kind::Unknown;
     };
 
-    /// Reads what stands behind a "%".
+    /// Reads the conversion behind a "%" and moves `at` behind it.
     static constexpr Kind readConversion(const char*& at) {
         switch (*at++) {
         case '%':

@@ -11,7 +11,7 @@ namespace {
 constexpr std::time_t DAY = 24 * 60 * 60;
 
 std::atomic<bool> isTimeZoneKept{false};
-// What has to be added to a time in seconds, so that its remainder of a day is the local time of day.
+// The local time of day minus that of UTC, in seconds, modulo a day.
 std::atomic<std::time_t> lastOffset{0};
 
 std::tm toLocalTime(std::time_t second) {
@@ -23,7 +23,7 @@ std::tm toLocalTime(std::time_t second) {
         local.tm_sec = static_cast<int>(ofDay % 60);
         return local;
     }
-    tzset(); // localtime_r may look for the time zone only once: POSIX, localtime()
+    tzset(); // localtime_r alone may keep using an old time zone: POSIX, localtime()
     localtime_r(&second, &local);
     const std::time_t ofDay = (local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec;
     lastOffset.store((ofDay - second % DAY + DAY) % DAY, std::memory_order_relaxed);
@@ -59,7 +59,7 @@ bool TimeStamp::look(std::uint64_t ticks) {
 
 void TimeStamp::beginSecond(std::time_t second) {
     const std::tm local = toLocalTime(second);
-    // Hours, minutes and seconds have two digits each; the remainders only tell the compiler so.
+    // Each of them has two digits; the remainders only tell the compiler so.
     std::snprintf(m_text, sizeof m_text, "[%02d:%02d:%02d-", local.tm_hour % 100, local.tm_min % 100,
                   local.tm_sec % 100);
     m_text[LENGTH - 1] = ']';

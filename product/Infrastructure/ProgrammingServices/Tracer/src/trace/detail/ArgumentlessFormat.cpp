@@ -13,7 +13,7 @@ constexpr std::size_t LIMIT = 20001;
 
 constexpr char DIGITS[] = "0123456789";
 
-/// A width or a precision: digits, or a "*" (with the position of a "*1$"), which stands for 0. Moves behind it.
+/// Reads a width or a precision, and moves behind it: digits, or a "*" (or "*1$"), which stands for 0.
 std::size_t readNumber(const char*& at) {
     const bool isStar = *at == '*';
     if (isStar)
@@ -30,7 +30,7 @@ std::size_t readNumber(const char*& at) {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-/// @param format  put together from checked pieces, for one argument of this very type
+/// @param format  composed of checked pieces; takes one argument of exactly this type
 template <typename Argument>
 void appendFormatted(std::string& result, const std::string& format, Argument argument) {
     const int length = std::snprintf(nullptr, 0, format.c_str(), argument);
@@ -42,7 +42,8 @@ void appendFormatted(std::string& result, const std::string& format, Argument ar
 }
 #pragma GCC diagnostic pop
 
-/// Appends what the conversion at this "%" prints, or the "%" itself where there is none. Returns what follows.
+/// Appends what the conversion at this "%" prints, or the "%" itself if it begins none. Returns where to go
+/// on.
 const char* appendConversion(const char* percent, std::string& result) {
     const char* at = percent + 1;
     // "%1$5d" and "%5d" both begin with a number; only the first is a position.
@@ -70,7 +71,7 @@ const char* appendConversion(const char* percent, std::string& result) {
         break;
     case 'n':
         break;
-    case 'c': // An empty text rather than a NUL, which would end the message here.
+    case 'c': // An empty text instead of a NUL, which would end the message here.
     case 'C':
     case 's':
     case 'S':

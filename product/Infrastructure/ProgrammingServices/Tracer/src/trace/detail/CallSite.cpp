@@ -17,7 +17,7 @@ std::string_view CallSite::methodNameIn(std::string_view prettyName) {
     return blank == std::string_view::npos ? prettyName : prettyName.substr(blank + 1);
 }
 
-// Threads may come here at once; they all store the same.
+// Several threads may do this at once: they all store the same values.
 std::string_view CallSite::findName() const {
     const std::string_view name = m_signature ? methodNameIn(m_text) : std::string_view(m_text);
     m_length.store(static_cast<std::uint32_t>(name.size()), std::memory_order_relaxed);
@@ -27,7 +27,7 @@ std::string_view CallSite::findName() const {
 
 namespace {
 
-/// A site with texts of its own: whoever asked for it may have built them.
+/// A site with copies of its texts, since the caller's may not live long enough.
 struct FoundSite {
     FoundSite(const char* className_, const char* text_, bool signature, bool isConstructor)
         : className(className_), text(text_), isSignature(signature),

@@ -6,10 +6,11 @@
 
 namespace kf::detail {
 
-/// What the calls of one traced function have in common: its names, and the filters' verdict on it, which is cached
-/// until the filters change. Every marker macro has one, a static that is initialised at compile time.
+/// What all calls of one traced function share: its names, and the filters' verdict on it, which is cached
+/// until the filters change. Every marker macro defines one, as a static that is initialised at compile time.
 ///
-/// The texts must live as long as the process: string literals and __PRETTY_FUNCTION__ only. Thread: any.
+/// The texts must live as long as the process: string literals and __PRETTY_FUNCTION__ only. find() copies
+/// its texts. Thread: any.
 class CallSite {
 public:
     /// A free function, shown under this name.
@@ -25,8 +26,9 @@ public:
     CallSite(const CallSite&) = delete;
     CallSite& operator=(const CallSite&) = delete;
 
-    /// The site of a function that has no static of its own, looked up by its texts, and made at the first look. It lives
-    /// as long as the process. An empty class name is none. Slow: a lock and a list.
+    /// Finds the site of a function that has no static one by its texts, and creates it at the first call.
+    /// The site lives as long as the process. An empty class name counts as none. Slow: takes a lock and
+    /// searches a list.
     static CallSite& find(const char* className, const char* text, bool signature, bool isConstructor);
 
     /// Empty for all but constructors and destructors.
@@ -44,7 +46,7 @@ public:
     static std::string_view methodNameIn(std::string_view prettyName);
 
     enum class Verdict { Hidden, Printed, Unknown };
-    /// What keepVerdict stored for this generation of the filters (not 0), else Unknown.
+    /// The verdict that keepVerdict() stored for this generation of the filters (not 0); otherwise Unknown.
     Verdict getVerdict(std::uint32_t filterGeneration) const {
         const std::uint32_t verdict = m_verdict.load(std::memory_order_relaxed);
         return verdict >> 1 == filterGeneration ? static_cast<Verdict>(verdict & 1) : Verdict::Unknown;
@@ -63,7 +65,7 @@ private:
     // Set by the first call, so that a static site is initialised at compile time.
     mutable std::atomic<const char*> m_name{nullptr};
     mutable std::atomic<std::uint32_t> m_length{0};
-    std::atomic<std::uint32_t> m_verdict{0}; // the generation, and in the lowest bit a Verdict
+    std::atomic<std::uint32_t> m_verdict{0}; // the generation, shifted left; its lowest bit is a Verdict
 };
 
 } // namespace kf::detail

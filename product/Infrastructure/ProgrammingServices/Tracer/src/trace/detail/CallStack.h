@@ -8,14 +8,14 @@ namespace kf::detail {
 
 class CallSite;
 
-/// One thread's living calls, printed or not. It holds their sites, not their markers: a call that ends while the tracer
-/// is disabled leaves its entry behind, and a pointer to its marker would dangle.
+/// The active calls of one thread, printed or not. It holds their sites, not their markers: a call that ends
+/// while the tracer is disabled leaves its entry behind, and a pointer to its marker would dangle.
 ///
 /// Thread: the traced thread changes it without a lock, except for grow(). Others read depth() and siteAt() under the
 /// tracer's lock, and may find a call that is just ending.
 class CallStack {
 public:
-    /// A full stack has room for one more call: that of the crash handler, which must not allocate.
+    /// One entry is kept free for the crash handler, which must not allocate: a stack is full without it.
     bool isFull() const { return depth() + 1 >= m_capacity; }
     /// Makes room. The tracer's lock is held.
     void grow() {
@@ -28,7 +28,7 @@ public:
         m_calls = std::move(calls);
         m_capacity = capacity;
     }
-    /// Does nothing where not even that one fits.
+    /// Does nothing if not even the entry of the crash handler is free.
     void push(const CallSite& site, bool printed) {
         const std::size_t at = depth();
         if (at == m_capacity)
@@ -52,13 +52,13 @@ public:
     const CallSite* siteAt(std::size_t index) const {
         return m_calls[index].site.load(std::memory_order_relaxed);
     }
-    /// How many of the calls are printed. Owner only.
+    /// The number of calls that are printed. Only on the traced thread.
     std::size_t printed() const { return m_printed; }
 
 private:
     struct Call {
         std::atomic<const CallSite*> site;
-        bool printed; // owner only
+        bool printed; // only on the traced thread
     };
 
     std::unique_ptr<Call[]> m_calls;

@@ -7,7 +7,7 @@
 namespace kf::detail {
 
 std::uint64_t currentThreadKey() {
-    // pthread_t is a pointer on one host and an integer on another: this cast takes both.
+    // pthread_t is a pointer on one host and an integer on another: this cast accepts both.
     return std::uintptr_t(KFThread::getCurrentThreadId());
 }
 

@@ -10,7 +10,7 @@ std::uint64_t currentThreadKey();
 /// Its low 32 bits, as lines show them, so that the columns have one width on every host.
 std::int32_t currentThreadNumber();
 
-/// Identifies what may be followed by another at the same address. Not 0; no two calls return the same.
+/// A number that identifies an object whose address may be reused later. Not 0; no two calls return the same.
 std::uint64_t newUniqueNumber();
 
 } // namespace kf::detail

@@ -3,8 +3,8 @@
 #include "Tracer.h"
 #include "detail/FileRing.h"
 
-// How the tracer begins and ends a line, for the sources that write lines. Inline, since each traced call does both
-// twice; not in Tracer.h, which knows nothing of the queue.
+// How the tracer begins and ends a line, for the sources that write lines. Inline, since each traced call
+// does both twice. Not in Tracer.h, which does not know the queue.
 
 inline char* Tracer::beginLine(std::size_t room) {
     return isReporting() ? beginReportLine(room) : m_ring->beginLine(room);
