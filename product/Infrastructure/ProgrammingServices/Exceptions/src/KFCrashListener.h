@@ -2,9 +2,9 @@
 
 #include <string>
 
-/// Something that wants to hear of a crash before the process ends.
+/// Is notified of a crash before the process ends.
 ///
-/// The notice is the third entry of the virtual table, after the two destructors, so nothing may be declared
+/// onCrash() is the third entry of the virtual table, after the two destructors, so nothing may be declared
 /// in front of it.
 class KFCrashListener {
 public:

@@ -21,15 +21,14 @@
 
 using namespace kf::detail;
 
-/// The numbers are those of macOS and mean the same on every host, so the names of the host's <signal.h> are
-/// of no use here.
+/// Signal numbers are those of macOS on every host, so the names in the host's <signal.h> cannot be used.
 static constexpr int FIRST_SIGNAL = 1;
 static constexpr int LAST_SIGNAL = 30;
 static constexpr int ALARM_SIGNAL = 14;
 static constexpr int CONTRACT_SIGNAL = 30;
 static constexpr int WINDOW_SIZE_SIGNAL = 28;
 
-/// The signals of a thread that cannot go on, as this host numbers them.
+/// Signals after which the thread cannot go on, as this host numbers them.
 static constexpr int FAULT_SIGNALS[] = {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS};
 
 static constexpr struct {
@@ -73,8 +72,8 @@ std::map<std::string, std::string>& exceptParams() {
     return record.get();
 }
 
-/// Guards the record. Recursive, because the thread that recorded a broken contract keeps it while it raises
-/// the signal, and then reads the record as the handler. The process ends while it is held.
+/// Guards the record. Recursive, because the thread that recorded a broken contract still holds it when it
+/// raises the signal, and then reads the record in the handler. The process ends while it is held.
 KFMutex& recordLock() {
     static NeverDestroyed<KFMutex> lock(true);
     return lock.get();
@@ -93,8 +92,8 @@ KFExceptionHandler* KFExceptionHandler::GetInstance() {
     TRACE_FUNCTION("KFExceptionHandler::GetInstance");
     KFExceptionHandler* handler = m_globalHandler.load();
     if (handler == nullptr) {
-        // Without a lock: the constructor traces, and a contract broken on the way must find its way in here.
-        // When two threads come at once the later one's handler goes again; both install the same function.
+        // No lock: the constructor traces, and a contract that it breaks leads back to this function. If two
+        // threads come at once, the later one's handler is deleted; both install the same function.
         auto created = std::make_unique<KFExceptionHandler>();
         if (m_globalHandler.compare_exchange_strong(handler, created.get()))
             handler = created.release();
@@ -132,7 +131,7 @@ std::string textOrEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
-/// The record keeps a number in a field of 10 characters, its zero included; a longer text is cut.
+/// The record keeps a number in a field of 10 characters, its NUL included; a longer text is cut.
 std::string numberField(int number) {
     char field[10] = {};
     std::snprintf(field, sizeof field, "%d", number);
@@ -158,9 +157,9 @@ void KFExceptionHandler::throwException(int code, const char* name, const char* 
 
 namespace {
 
-/// Everything but what has to end a report that cannot go on: the alarm, and a fault in the report itself,
-/// which blocked would end the process by that signal. The signal being handled is blocked here, and others
-/// may have been by the thread.
+/// Blocks everything except the signals that must end a report which cannot go on: the alarm, and a fault in
+/// the report itself (a blocked fault would end the process by that signal). Sets the whole mask, because the
+/// kernel has blocked the signal being handled, and the thread may have blocked others.
 void blockOtherSignals() {
     sigset_t blocked;
     sigfillset(&blocked);
@@ -170,7 +169,7 @@ void blockOtherSignals() {
     pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-/// What hangs ends: the alarm comes back as a second signal.
+/// Ends a report that hangs: the alarm arrives as a second signal.
 void limitTime(int milliseconds) {
     struct itimerval limit = {};
     limit.it_value.tv_sec = milliseconds / 1000;
@@ -178,8 +177,8 @@ void limitTime(int milliseconds) {
     setitimer(ITIMER_REAL, &limit, nullptr);
 }
 
-/// Returns on the one thread that is to report. A second signal ends the process only where the report cannot
-/// go on: it has taken too long, or has met a fault itself. Other threads wait here for the end.
+/// Returns only on the thread that is to report. A second signal ends the process only if the report cannot
+/// go on: it has taken too long, or has faulted itself. Other threads wait here for the end.
 void becomeTheReporter(int sig) {
     static std::atomic<std::uint64_t> reporter{0};
     std::uint64_t nobody = 0;
@@ -198,7 +197,7 @@ const char* textOfSignal(int sig) {
     return nullptr;
 }
 
-/// Walks the record, since looking a key up makes a text of it, which may take memory.
+/// Searches linearly: find() would make a string of the key, which may allocate.
 const char* textOf(const std::map<std::string, std::string>& record, const char* key) {
     for (const auto& [name, text] : record)
         if (name == key)
@@ -218,7 +217,7 @@ void KFExceptionHandler::describeContractViolation(char* text, std::size_t size)
         describeViolation(exceptParams(), text, size);
         recordLock().release();
     } else {
-        // Signal 30 came from outside, just while another thread records: there is nothing to tell yet.
+        // Signal 30 was sent from outside, while another thread is recording: there is nothing to report yet.
         describeViolation({}, text, size);
     }
 }
@@ -237,8 +236,8 @@ void KFExceptionHandler::crashHandlerSignalFilter(int sig) {
     becomeTheReporter(sig);
     limitTime(ms_reportLimit);
 
-    // From here to EndReport() nothing may ask for memory or wait for a lock without a limit: the crash may
-    // have been found by malloc, or have interrupted whoever holds the lock.
+    // From here to EndReport() nothing may allocate or wait for a lock without a limit: malloc may have
+    // detected the crash, or the crash may have interrupted the holder of the lock.
     char text[CRASH_TEXT_SIZE] = {};
     describeCrash(sig, text, sizeof text);
     Tracer* const tracer = Tracer::mayBeActive() ? Tracer::GetInstance() : nullptr;

@@ -13,32 +13,33 @@ class KFCrashListener;
 /// threads, the object counts) and ends the process with status 0. The trace is the only record of a crash.
 /// DELIBERATE: the status says nothing.
 ///
-/// Signals are numbers of macOS on every host: 30 is the one that broken contracts raise, 28 (a window
-/// changed its size) is left alone. Harmless signals (a child's end, continue, terminal input and output) end
-/// the process like the others.
+/// Signal numbers are those of macOS on every host: 30 is raised by broken contracts, 28 (a window changed
+/// its size) is left alone. Harmless signals (a child's end, continue, terminal input and output) end the
+/// process like the others.
 ///
-/// The thread that was first in the handler reports. Its first act is to block all other signals but the
-/// alarm (14) and the faults, so that a second one does not cost the report; other threads that come here
-/// wait for the end. The report asks for no memory and waits for no lock without a limit, because the crash
-/// may have interrupted malloc or the tracer itself.
+/// The first thread to enter the handler reports. It first blocks all other signals except the alarm (14) and
+/// the faults, so that a second one does not cost the report; other threads that enter wait for the end. The
+/// report does not allocate, and waits for no lock without a limit, because the crash may have interrupted
+/// malloc or the tracer itself.
 ///
 /// Two guards keep a damaged process from lingering: a fault on the reporting thread ends the process at
-/// once, and so does a report that takes longer than 10 seconds. Behind the report the listeners and the
-/// functions registered for the process's end have 2 seconds together. The status is 0 in each case, and what
-/// was traced so far stands in the file.
+/// once, and so does a report that takes longer than 10 seconds. After the report, the listeners and the
+/// functions registered with atexit() have 2 seconds together. The status is 0 in each case, and what was
+/// traced so far is in the file.
 ///
-/// The handler runs on the stack of the thread that crashed. A stack that has overflown leaves it no room, so
-/// that one case ends the process by the signal itself, without a report.
+/// The handler runs on the stack of the thread that crashed. A stack that has overflowed leaves it no room:
+/// then the signal itself ends the process, without a report.
 class KFExceptionHandler {
 public:
-    /// The one handler of the process; created, and with it installed, on the first call. Never destroyed.
+    /// The handler of the process; created and installed by the first call. Never destroyed.
     /// Thread: any.
     static KFExceptionHandler* GetInstance();
 
     /// Use GetInstance(). Installs crashHandlerSignalFilter for the signals 1 to 30 except 28, and empties
     /// the record of the last broken contract. A signal that cannot be caught is traced as an error and left.
     KFExceptionHandler();
-    /// For a subclass, or one that was made at the same time as the process's; the signals stay installed.
+    /// For a subclass, or for one that was created at the same time as the process's; the signals stay
+    /// installed.
     ~KFExceptionHandler();
     KFExceptionHandler(const KFExceptionHandler&) = delete;
     KFExceptionHandler& operator=(const KFExceptionHandler&) = delete;
@@ -67,7 +68,7 @@ protected:
 
     /// Time that a report may take, in milliseconds.
     static int ms_reportLimit;
-    /// Behind the report, time for the listeners and for the functions registered for the process's end.
+    /// After the report, the time for the listeners and for the functions registered with atexit().
     static int ms_endLimit;
 
     /// The last broken contract: "Code", "Name", "Description", "InFile" and "AtLine". All five keys are

@@ -56,11 +56,11 @@ std::string pathOf(const std::string& folder, const std::string& name) {
 }
 
 bool makeFolder(const std::string& path) {
-    // Looking again after a failure: another thread or process may have made it in between.
+    // Check again after a failure: another thread or process may have created it meanwhile.
     return existFolder(path) || mkdir(path.c_str(), FOLDER_MODE) == 0 || existFolder(path);
 }
 
-/// Copies exactly `size` bytes, in pieces: a file may be larger than the memory that a 32-bit process has.
+/// Copies exactly `size` bytes, in pieces: a file may be larger than the address space of a 32-bit process.
 bool copyBytes(FILE* from, FILE* to, off_t size) {
     const std::size_t pieceSize = static_cast<std::size_t>(std::min<off_t>(size, COPY_BUFFER_SIZE));
     std::vector<char> buffer(pieceSize);
@@ -73,7 +73,7 @@ bool copyBytes(FILE* from, FILE* to, off_t size) {
     return true;
 }
 
-/// What is left of a wildcard pattern is looked for anywhere in a name: *.txt becomes txt.
+/// The pattern without its first wildcard, which a file name must then contain: *.txt becomes txt.
 std::string reducedPattern(const std::string& pattern) {
     for (const char* wildcard : {"*.*", "*.", "*"}) {
         const std::size_t position = pattern.find(wildcard);
@@ -83,16 +83,16 @@ std::string reducedPattern(const std::string& pattern) {
     return pattern;
 }
 
-/// `underWay` holds the source and the destination of this level and of all above it. A link back to one of
-/// them, or a destination that lies inside the source, would otherwise be copied into itself without end.
+/// `ancestors` holds the source and the destination of this level and of all above it. A link back to one of
+/// them, or a destination inside the source, would otherwise be copied into itself without end.
 bool copyTree(const std::string& source, const std::string& destination, const std::string& pattern,
-              std::vector<struct stat> underWay) {
+              std::vector<struct stat> ancestors) {
     const std::string reduced = reducedPattern(pattern);
     for (const std::string& folder : {source, destination}) {
         struct stat info;
         if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
             return false;
-        underWay.push_back(info);
+        ancestors.push_back(info);
     }
     for (const std::string& name : entriesOf(source)) {
         const std::string from = pathOf(source, name);
@@ -100,13 +100,13 @@ bool copyTree(const std::string& source, const std::string& destination, const s
         struct stat info;
         if (stat(from.c_str(), &info) != 0)
             return false;
-        // What goes wrong below an entry is ignored on purpose: the entries beside it are still copied.
+        // Failures below an entry are ignored on purpose: the entries beside it are still copied.
         if (S_ISDIR(info.st_mode)) {
             if (mkdir(to.c_str(), FOLDER_MODE) != 0 && errno != EEXIST)
                 return false;
-            if (std::none_of(underWay.begin(), underWay.end(),
+            if (std::none_of(ancestors.begin(), ancestors.end(),
                              [&](const struct stat& folder) { return isSameFile(folder, info); }))
-                copyTree(from, to, reduced, underWay);
+                copyTree(from, to, reduced, ancestors);
         } else if (S_ISREG(info.st_mode) && name.find(reduced) != std::string::npos) {
             Copy(from, to);
         }
@@ -114,8 +114,8 @@ bool copyTree(const std::string& source, const std::string& destination, const s
     return true;
 }
 
-// The File Manager is deprecated since 10.8 but there on every macOS that the product runs on, and its
-// successor is not there on the oldest one.
+// The File Manager is deprecated since 10.8, but present on every macOS that the product runs on. Its
+// successor is missing on the oldest one.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 constexpr FSVolumeRefNum COMMON_DOMAIN = kLocalDomain;
@@ -130,8 +130,8 @@ std::string applicationSupportFolder(FSVolumeRefNum domain, Boolean create = kDo
     return reinterpret_cast<const char*>(path);
 }
 
-/// An application-support folder above (or at) `path` that is missing is the system's to make: it knows which
-/// of its parts may be made at all, and with which mode. @return false when it did not
+/// If an application-support folder above (or at) `path` is missing, the system creates it: it knows which of
+/// its parts may be created, and with which mode. @return false if it did not
 bool makeSystemsFolder(const std::string& path) {
     for (const FSVolumeRefNum domain : {USER_DOMAIN, COMMON_DOMAIN}) {
         const std::string base = applicationSupportFolder(domain);
@@ -205,8 +205,8 @@ bool DeleteEmptyFolder(std::string path) {
 bool Copy(std::string source, std::string destination) {
     if (source.empty())
         return false;
-    // The destination first: so a missing source leaves an empty destination, and a file copied onto itself
-    // is emptied. Callers know both.
+    // The destination first: then a missing source leaves an empty destination, and a file copied onto itself
+    // is emptied. Callers rely on both.
     OpenFile to(fopen(destination.c_str(), "wb"));
     OpenFile from(fopen(source.c_str(), "rb"));
     if (!to || !from || fseeko(from.get(), 0, SEEK_END) != 0)
@@ -214,7 +214,7 @@ bool Copy(std::string source, std::string destination) {
     const off_t size = ftello(from.get());
     if (size < 0 || fseeko(from.get(), 0, SEEK_SET) != 0 || !copyBytes(from.get(), to.get(), size))
         return false;
-    return fclose(to.release()) == 0; // a full disk may show only now
+    return fclose(to.release()) == 0; // a full disk may be reported only now
 }
 
 bool copyFolder(std::string source, std::string destination, std::string pattern) {

@@ -4,8 +4,8 @@
 
 #include <pthread.h>
 
-// A POSIX mutex as an object. The framework's own locks are all recursive: the tracer and the logger take
-// theirs again inside operations that are themselves called under it.
+// A POSIX mutex as an object. The framework's own locks are all recursive: operations of the tracer and the
+// logger that take the lock call each other.
 //
 // Every operation returns the result of its POSIX call unchecked. Thread: any. Prefer KFLock to pairs of
 // acquire() and release().
@@ -24,7 +24,7 @@ public:
     int acquire() KF_ACQUIRE() { return pthread_mutex_trylock(&m_mutex) == 0 ? 0 : acquireContended(); }
     /// Takes the mutex if that is possible at once; never blocks.
     bool tryacquire() KF_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
-    /// Gives the mutex back. Returns pthread_mutex_unlock's result (0: released).
+    /// Releases the mutex. Returns pthread_mutex_unlock's result (0: released).
     int release() KF_RELEASE() { return pthread_mutex_unlock(&m_mutex); }
 
     /// The POSIX mutex, borrowed for as long as this object lives.

@@ -11,11 +11,11 @@
 
 using namespace kf::detail;
 
-// No operation here is traced: the tracer is built on this class. The begin and end notices are all it says.
+// No operation here is traced, because the tracer is built on this class. Only begin and end are announced.
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/OS/src/KFThread";
 
-/// The attributes are never destroyed: neither host keeps anything in them that would have to be given back.
+/// The attributes are never destroyed: on neither host do they hold anything that would have to be released.
 KFThread::KFThread(const char* name) {
     if (name != nullptr) {
         const std::size_t size = strlen(name) + 1;
@@ -28,8 +28,8 @@ KFThread::KFThread(const char* name) {
 
 KFThread::~KFThread() {
     if (m_running)
-        KFThread::onTerminate(); // the subclass and its onTerminate() are gone already
-    join(); // also when run() has returned: a thread that nobody joins keeps its stack for good
+        KFThread::onTerminate(); // the subclass and its onTerminate() are already gone
+    join();                      // even if run() has returned: a thread that nobody joins keeps its stack
 }
 
 bool KFThread::start() {
@@ -38,7 +38,7 @@ bool KFThread::start() {
             return false;
         join();
     }
-    m_running = true; // before the thread exists, which clears it; stays set when creation fails
+    m_running = true; // before the thread exists, since it clears this; stays set if creation fails
     m_joinable = true;
     pthread_t handle;
     if (pthread_create(&handle, &m_attr, threadStart, this) != 0) {
@@ -58,7 +58,7 @@ int KFThread::waitForThreadTermination(KFThread* thread) {
     return thread->join();
 }
 
-/// The lock makes every waiter stay until the body has ended, not only the one that joins.
+/// The lock makes every waiter wait until the body has ended, not only the one that joins.
 int KFThread::join() {
     if (m_joinable && pthread_equal(m_handle, pthread_self()))
         return EDEADLK;
@@ -75,7 +75,7 @@ void* KFThread::threadStart(void* arg) {
     if (arg == nullptr)
         return nullptr;
     KFThread* thread = static_cast<KFThread*>(arg);
-    // Both this and start() store the same handle, so that it is there for the body as well as for the owner.
+    // start() stores the same handle, but possibly after the body has begun.
     thread->m_handle = pthread_self();
     if (thread->m_name)
         announceThreadBegin(thread->m_name.get());

@@ -13,7 +13,7 @@ namespace StringManagement {
 
 namespace {
 
-/// A wide text's units are handed to the platform as UTF-32 bytes without any rearrangement.
+/// The units of a wide text are passed to the platform as UTF-32 bytes, as they are.
 static_assert(sizeof(wchar_t) == 4, "wide text holds UTF-32");
 
 constexpr CFStringEncoding WIDE_ENCODING = kCFStringEncodingUTF32LE;
@@ -28,7 +28,7 @@ CFOwned<CFStringRef> decoded(const void* bytes, std::size_t count, CFStringEncod
                                                         static_cast<CFIndex>(count), encoding, false));
 }
 
-/// The text in units of type Text, empty unless all of it can be represented.
+/// The text in units of type Text; empty if any part of it cannot be represented.
 template <class Text>
 Text encoded(CFStringRef string, CFStringEncoding encoding) {
     using Unit = typename Text::value_type;
@@ -89,7 +89,7 @@ std::string wStringToString(const std::wstring& w, enEncoding e) {
     if (!string)
         return std::string();
     const std::string text = encoded<std::string>(string.get(), platformEncoding(e));
-    return text.substr(0, text.find('\0')); // a C string is what is asked for
+    return text.substr(0, text.find('\0')); // the result is a C string
 }
 
 std::string stringToStringWithEncoding(const std::string& s, enEncoding from, enEncoding to) {

@@ -21,7 +21,7 @@
 /// A class that takes a lock in its constructor and releases it in its destructor.
 #define KF_SCOPED_CAPABILITY KF_THREAD_ANNOTATION_(scoped_lockable)
 
-/// The field may be touched only while the lock is held; KF_PT_: what the pointer points to.
+/// The field may be accessed only while the lock is held; KF_PT_: what the pointer points to.
 #define KF_GUARDED_BY(lock) KF_THREAD_ANNOTATION_(guarded_by(lock))
 #define KF_PT_GUARDED_BY(lock) KF_THREAD_ANNOTATION_(pt_guarded_by(lock))
 
@@ -33,7 +33,7 @@
 #define KF_REQUIRES(...) KF_THREAD_ANNOTATION_(requires_capability(__VA_ARGS__))
 #define KF_EXCLUDES(...) KF_THREAD_ANNOTATION_(locks_excluded(__VA_ARGS__))
 
-/// The function takes the lock, releases it, or takes it when it returns the given value.
+/// The function takes the lock; releases it; takes it if it returns the given value.
 #define KF_ACQUIRE(...) KF_THREAD_ANNOTATION_(acquire_capability(__VA_ARGS__))
 #define KF_RELEASE(...) KF_THREAD_ANNOTATION_(release_capability(__VA_ARGS__))
 #define KF_TRY_ACQUIRE(...) KF_THREAD_ANNOTATION_(try_acquire_capability(__VA_ARGS__))

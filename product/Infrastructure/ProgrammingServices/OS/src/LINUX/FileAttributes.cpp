@@ -13,8 +13,8 @@ namespace kf::detail {
 namespace {
 
 const char ACCESS_LIST[] = "system.posix_acl_access";
-/// The right to run as more than its user belongs to the content that was given it; a write into the file
-/// would take it away, too.
+/// File capabilities were granted to the old content, so they must not pass to the new one. The kernel also
+/// removes them when a file is written.
 const char CAPABILITIES[] = "security.capability";
 
 bool copyAttribute(int from, int to, const char* name) {
@@ -26,9 +26,9 @@ bool copyAttribute(int from, int to, const char* name) {
 } // namespace
 
 bool copyAttributes(int from, int to) {
-    // A new file may have got the list that its folder has for new files.
+    // A new file may have inherited its folder's default access list.
     fremovexattr(to, ACCESS_LIST);
-    std::string names(XATTR_LIST_MAX, '\0'); // each with its zero byte
+    std::string names(XATTR_LIST_MAX, '\0'); // each with its NUL
     const ssize_t size = flistxattr(from, names.data(), names.size());
     names.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     bool isListKept = true;

@@ -11,13 +11,13 @@
 
 namespace kf::detail {
 
-// The enumeration keeps no folder open between two calls and never uses more stack for a deeper tree: a
-// folder is read whole when it comes up, and what it holds is put aside as paths. A tree may be deeper than
-// PATH_MAX allows a path to be, so a folder is opened step by step.
+// The enumeration keeps no folder open between two calls, and needs no more stack for a deeper tree: a folder
+// is read completely when its turn comes, and the paths of its entries are stacked. A tree may be deeper than
+// PATH_MAX allows a path to be, so a folder is opened in several steps.
 
 namespace {
 
-/// As many characters of a path as one open takes.
+/// The most characters of a path that one openat() takes.
 constexpr std::size_t PATH_STEP = 2048;
 
 std::size_t charLength(std::string_view text, std::size_t at) {
@@ -27,8 +27,8 @@ std::size_t charLength(std::string_view text, std::size_t at) {
     return end - at;
 }
 
-/// "*" stands for any run of characters, "?" for one (a whole UTF-8 sequence, not a byte); everything else
-/// for itself. Upon a mismatch only the last "*" has to take more, so the time is bounded by the product of
+/// "*" matches any run of characters, "?" one character (a whole UTF-8 sequence, not a byte), everything else
+/// itself. After a mismatch only the last "*" has to match more, so the time is bounded by the product of
 /// both lengths.
 bool isLike(std::string_view text, std::string_view pattern) {
     std::size_t t = 0, p = 0;
@@ -62,9 +62,9 @@ public:
     }
 
     bool next(std::string& name) override {
-        while (!m_ahead.empty()) {
-            const Entry entry = m_ahead.back();
-            m_ahead.pop_back();
+        while (!m_pending.empty()) {
+            const Entry entry = m_pending.back();
+            m_pending.pop_back();
             if (entry.isFolder)
                 readFolder(entry.path);
             if (isLike(entry.path, m_pattern)) {
@@ -78,16 +78,16 @@ public:
 private:
     struct Entry {
         std::string path; // below m_folder
-        bool isFolder;    // a real one, no link
+        bool isFolder;    // a real one, not a link
     };
 
-    /// Puts a folder's entries in front of everything that is still ahead, so that they follow it.
+    /// Stacks a folder's entries on top of all pending ones, so that they come next.
     void readFolder(const std::string& path);
     int openFolder(const std::string& path) const;
 
     const std::string m_folder;
     const std::string m_pattern;
-    std::vector<Entry> m_ahead; // the next one at the back
+    std::vector<Entry> m_pending; // a stack, the next entry at the back
 };
 
 bool isFolder(DIR* directory, const dirent& entry) {
@@ -105,18 +105,18 @@ void FolderSearch::readFolder(const std::string& path) {
             close(descriptor);
         return;
     }
-    const std::size_t first = m_ahead.size();
+    const std::size_t first = m_pending.size();
     while (const dirent* entry = readdir(directory)) {
         if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
-            m_ahead.push_back(
+            m_pending.push_back(
                 {path.empty() ? entry->d_name : path + "/" + entry->d_name, isFolder(directory, *entry)});
         }
     }
     closedir(directory);
-    std::reverse(m_ahead.begin() + static_cast<std::ptrdiff_t>(first), m_ahead.end());
+    std::reverse(m_pending.begin() + static_cast<std::ptrdiff_t>(first), m_pending.end());
 }
 
-/// Opens a folder below m_folder, without following a link that may have taken a folder's place meanwhile.
+/// Opens a folder below m_folder. Follows no link, because one may have taken a folder's place meanwhile.
 int FolderSearch::openFolder(const std::string& path) const {
     constexpr int FLAGS = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     int folder = open(m_folder.c_str(), FLAGS);

@@ -16,8 +16,9 @@ std::string environmentPath(const char* variable) {
     return value != nullptr && value[0] == '/' ? value : std::string();
 }
 
-/// The folder that a line assigns; unchanged when the line is something else. Only "$HOME/..." and absolute paths count, as
-/// the format has it; a backslash takes the character behind it literally.
+/// Stores the folder that a line assigns; leaves `folder` as it is if the line is something else. As the
+/// format defines it, only "$HOME/..." and absolute paths count, and a backslash makes the next character
+/// literal.
 void readAssignment(const std::string& line, const std::string& home, std::string& folder) {
     int begin = 0;
     std::sscanf(line.c_str(), " XDG_DESKTOP_DIR = \"%n", &begin);
@@ -45,7 +46,7 @@ void readAssignment(const std::string& line, const std::string& home, std::strin
 } // namespace
 
 std::string FileSystemManagement::getUserDesktopFolder() {
-    // Without a separator at the end: empty for the root folder, and for an unknown one.
+    // Without a trailing separator, so empty for the root folder and for an unknown home.
     std::string home = LinuxPlatform::homeFolder();
     home.erase(home.find_last_not_of('/') + 1);
     const std::string configuration = environmentPath("XDG_CONFIG_HOME");

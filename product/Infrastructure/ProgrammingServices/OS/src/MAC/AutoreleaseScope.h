@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-/// An autorelease pool for the length of a C++ scope: callers of the C++ interfaces need not have one.
+/// An autorelease pool for a C++ scope: callers of the C++ interfaces need not have one.
 class AutoreleaseScope {
 public:
     AutoreleaseScope() : m_pool([[NSAutoreleasePool alloc] init]) {}

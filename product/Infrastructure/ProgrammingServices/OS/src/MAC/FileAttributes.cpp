@@ -6,7 +6,7 @@ namespace kf::detail {
 
 bool copyAttributes(int from, int to) {
     fcopyfile(from, to, nullptr, COPYFILE_XATTR | COPYFILE_ACL);
-    return true; // lists stand beside the mode here: its bits mean the same with and without one
+    return true; // access lists are separate from the mode here: its bits mean the same without them
 }
 
 } // namespace kf::detail

@@ -27,7 +27,7 @@ public:
 
     bool next(std::string& name) override {
         for (;;) {
-            const AutoreleaseScope pool; // one per entry: a large folder must not pile them up
+            const AutoreleaseScope pool; // one per entry: otherwise a large folder would accumulate them
             NSString* entry = [m_enumerator nextObject];
             if (entry == nil)
                 return false;
@@ -41,7 +41,7 @@ public:
 
 private:
     NSFileManager* m_manager;
-    NSString* m_pattern;                       // nil: not valid UTF-8, nothing is like it
+    NSString* m_pattern;                       // nil: not valid UTF-8, matches nothing
     NSDirectoryEnumerator* m_enumerator = nil; // nil: no entries
 };
 

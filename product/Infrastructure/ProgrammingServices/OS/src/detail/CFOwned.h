@@ -11,7 +11,7 @@ struct CFReleaser {
     void operator()(CFTypeRef object) const { CFRelease(object); }
 };
 
-/// A CoreFoundation reference that the holder owns (from a Create or Copy call) and releases; may be null.
+/// A CoreFoundation reference that its holder owns (from a Create or Copy call) and releases; may be null.
 template <class Ref>
 using CFOwned = std::unique_ptr<std::remove_pointer_t<Ref>, CFReleaser>;
 

@@ -2,10 +2,10 @@
 
 namespace kf::detail {
 
-/// Copies what a file carries beside content, owner and mode, its extended attributes and its access list,
-/// from one open file to another. What the system does not let this user copy stays behind. The mode of the
-/// other file is to be set afterwards: a list shows in its group bits on some systems.
-/// @return false when an access list stayed behind
+/// Copies a file's extended attributes and access list from one open file to another. Attributes that the
+/// system does not let this user copy are left out. Set the mode of the other file afterwards: on some
+/// systems an access list changes its group bits.
+/// @return false if an access list was left out
 bool copyAttributes(int from, int to);
 
 } // namespace kf::detail

@@ -46,13 +46,13 @@ bool readWhole(int descriptor, std::size_t limit, std::string& content) {
         return false;
     }
     std::size_t length = 0;
-    std::size_t room = static_cast<std::size_t>(status.st_size) + 1; // one more, so that the end shows
+    std::size_t room = static_cast<std::size_t>(status.st_size) + 1; // one more, to see the end of the file
     for (;;) {
         content.resize(room);
         length += readFully(descriptor, &content[length], room - length);
         if (length < room || length > limit)
             break;
-        room = std::min(2 * room, limit + 1); // it has grown meanwhile
+        room = std::min(2 * room, limit + 1); // the file has grown meanwhile
     }
     if (length > limit)
         errno = EFBIG;
@@ -68,7 +68,7 @@ bool isStillAt(const std::string& path, int descriptor) {
 
 void keepOwner(int descriptor, uid_t owner, gid_t group) {
     if (fchown(descriptor, owner, group) != 0 && fchown(descriptor, static_cast<uid_t>(-1), group) != 0)
-        errno = 0; // the writer owns it from now on
+        errno = 0; // the writer owns the file from now on
 }
 
 bool isUnsupported(int error) {

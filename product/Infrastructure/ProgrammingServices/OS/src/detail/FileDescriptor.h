@@ -11,11 +11,11 @@
 
 namespace kf::detail {
 
-/// Owner of one file descriptor: closes it when it goes. Not shared between threads.
+/// Owns one file descriptor, and closes it on destruction. Not shared between threads.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    /// Takes the result of open(2) or the like; a negative one makes an empty owner.
+    /// Takes ownership of the result of open(2) or the like; a negative one makes an empty owner.
     explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
     FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
@@ -24,7 +24,7 @@ public:
     }
     ~FileDescriptor() {
         if (isOpen()) {
-            const int error = errno; // a failing call's errno outlives the clean-up
+            const int error = errno; // keeps the error of the call that failed before
             close(m_descriptor);
             errno = error;
         }
@@ -38,16 +38,18 @@ private:
 };
 
 /// Opens a file with the access that this user has: to read and write it, else one of the two. For uses that
-/// need no particular access, such as locks; those of network file systems need the right to write.
+/// need no particular access, such as locks; locks of network file systems need write access.
 /// @param flags  more flags for open(2)
 FileDescriptor openWithSomeAccess(const std::string& path, int flags);
 
-/// Opens a file for reading; never waits, and opens nothing but a regular file: a pipe in its place would
-/// hang the caller, a device has no end. @return an empty owner, with errno EINVAL for what is no regular file
+/// Opens a file for reading, and only a regular file: a pipe could block the caller for ever, a device has no
+/// end.
+/// @return an empty owner on failure; errno is EINVAL if it is no regular file
 FileDescriptor openRegularFile(const std::string& path);
 
-/// Reads an open regular file from its first byte to its end. @return false, with errno set and `content`
-/// empty, when that fails; EFBIG: it holds more than `limit` bytes
+/// Reads an open regular file from its first byte to its end.
+/// @return false on failure, with errno set and `content` empty; EFBIG: the file holds more than `limit`
+/// bytes
 bool readWhole(int descriptor, std::size_t limit, std::string& content);
 
 /// Whether both describe one file, whatever paths lead to it.
@@ -55,26 +57,26 @@ inline bool isSameFile(const struct stat& one, const struct stat& other) {
     return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
 }
 
-/// Whether the open file is the one that stands at `path` now.
+/// Whether `path` leads to the open file now.
 bool isStillAt(const std::string& path, int descriptor);
 
-/// Gives an open file of this user that owner and group, as far as this user may: only the superuser may give
-/// a file away, but the group can be set by its members.
+/// Sets owner and group of an open file, as far as this user may: only the superuser may give a file away,
+/// but a member of the group may set the group.
 void keepOwner(int descriptor, uid_t owner, gid_t group);
 
-/// Whether the error says that the file system does not know an operation at all (a lock, a flush, a rename
-/// over a file), as some network file systems do, and some that are run by ordinary programs.
+/// Whether the error means that the file system does not support an operation at all (a lock, a flush, a
+/// rename over a file). Some network file systems do not, and some that run in user space.
 bool isUnsupported(int error);
 
-/// Whether the error says that this user can put no new file into the folder, beside the file that was meant
-/// or in its place: the folder may not be written, is read-only around a writable file, has no room for the
-/// longer name or holds a foreign link under it, a file system is mounted on the file, or the file system can
-/// make no such file or not rename it over another. Any other error (no descriptor or no room left) may be
-/// gone for the next user.
+/// Whether the error means that this user can create no new file in the folder, beside a file or in its
+/// place: the folder is not writable, or read-only around a writable file; it does not allow the longer name,
+/// or holds a foreign link under it; a file system is mounted on the file; or the file system cannot create
+/// such a file, or not rename it over another. Any other error (no descriptors or no space left) may be
+/// temporary.
 bool forbidsNewFile(int error);
 
-/// Reads until `size` bytes are there or the file ends. Returns their number; where they are fewer, errno is 0
-/// at the end of the file, and otherwise tells what has failed. Async-signal-safe.
+/// Reads until `size` bytes are read or the file ends. Returns their number. If they are fewer, errno is 0 at
+/// the end of the file, and otherwise the error. Async-signal-safe.
 inline std::size_t readFully(int descriptor, char* to, std::size_t size) {
     std::size_t length = 0;
     errno = 0;
@@ -91,8 +93,8 @@ inline std::size_t readFully(int descriptor, char* to, std::size_t size) {
     return length;
 }
 
-/// Writes all of the text, however many calls that takes. Returns the number of bytes that were written; errno
-/// tells why they are fewer than the text has. Async-signal-safe.
+/// Writes all of the text, with as many calls as that takes. Returns the number of bytes written; if they are
+/// fewer than the text has, errno is the error. Async-signal-safe.
 inline std::size_t writeFully(int descriptor, std::string_view text) {
     std::size_t written = 0;
     while (written < text.size()) {

@@ -21,7 +21,7 @@ thread_local const FileLock* innermost = nullptr;
 
 const int OPEN_FLAGS = O_NONBLOCK | O_NOFOLLOW;
 
-const int TRIES = 100; // others may make or remove it at the same moment, but not again and again
+const int TRIES = 100; // others may create or remove it at the same moment, but not every time
 
 /// Gives the lock file the mode and the group of the file, as far as this user may.
 void letOthersTakeIt(const std::string& path, int descriptor) {
@@ -29,7 +29,7 @@ void letOthersTakeIt(const std::string& path, int descriptor) {
     struct stat lock;
     if (stat(path.c_str(), &file) != 0 || fstat(descriptor, &lock) != 0)
         return;
-    // A lock file is empty. Another one, which somebody has put in its place, must not be opened to others.
+    // A lock file is empty. A file that somebody has put in its place must not be made accessible to others.
     if (!S_ISREG(lock.st_mode) || lock.st_nlink != 1 || lock.st_size != 0)
         return;
     // A user who may only write the file must still be able to open the lock file.
@@ -40,29 +40,31 @@ void letOthersTakeIt(const std::string& path, int descriptor) {
         fchmod(descriptor, mode);
 }
 
-/// Makes the lock file. It gets its name once others can open it: before, this process's umask alone would refuse them.
+/// Creates the lock file. It gets its name only when others can open it: the umask of this process alone
+/// could prevent that.
 FileDescriptor makeLockFile(const std::string& path, const std::string& lockPath) {
     static std::atomic<unsigned> calls{0};
     const int flags = O_RDWR | O_CREAT | O_EXCL | OPEN_FLAGS | O_CLOEXEC;
-    const std::string unready =
+    const std::string temporary =
         pathBeside(lockPath, "." + std::to_string(getpid()) + "-" + std::to_string(++calls));
-    FileDescriptor file(open(unready.c_str(), flags, 0666));
+    FileDescriptor file(open(temporary.c_str(), flags, 0666));
     if (!file.isOpen())
         return file;
     letOthersTakeIt(path, file.get());
-    const int error = link(unready.c_str(), lockPath.c_str()) == 0 ? 0 : errno;
-    unlink(unready.c_str());
+    const int error = link(temporary.c_str(), lockPath.c_str()) == 0 ? 0 : errno;
+    unlink(temporary.c_str());
     if (error == 0)
         return file;
     file = FileDescriptor();
     errno = error;
-    // Otherwise the file system has no hard links.
+    // EEXIST: somebody else was faster. Any other error: the file system has no hard links.
     return error == EEXIST ? FileDescriptor() : FileDescriptor(open(lockPath.c_str(), flags, 0666));
 }
 
-/// Opens the lock file, and makes it where it is missing. Two steps, because a system may refuse to open
-/// another user's file in a shared folder when the call could have made it.
-/// @return an empty owner: errno says why, and `isClosedToUser` that it is there and not for this user
+/// Opens the lock file, and creates it if it is missing. Two steps, because a system may refuse O_CREAT for
+/// another user's file in a shared folder.
+/// @return an empty owner on failure: errno is the reason, and `isClosedToUser` says that the file exists but
+/// this user may not open it
 FileDescriptor openLockFile(const std::string& path, const std::string& lockPath, bool& isClosedToUser) {
     FileDescriptor file;
     for (int i = 0; i < TRIES && !file.isOpen(); ++i) {
@@ -77,14 +79,13 @@ FileDescriptor openLockFile(const std::string& path, const std::string& lockPath
     return file;
 }
 
-/// For how long this process has held locks since it last let others in, in microseconds.
+/// How long this process has held locks since it last paused for others, in microseconds.
 std::atomic<long long> held{0};
 const long long FAIR_SHARE = 20000;
 
-/// A process that takes its lock again as soon as it has given it back would keep all others out: nobody
-/// hands a lock on, and those who wait look for it from time to time. Of four that wrote without pause, one
-/// waited in vain for 5 seconds. So a process that has had its share lets them in first, 2 percent of its
-/// time at most.
+/// A process that takes its lock again right after releasing it would keep all others out: the kernel hands
+/// no lock on, since waiters only poll. Of four that wrote without pause, one waited in vain for 5 seconds.
+/// So a process that has had its share pauses first, for 2 percent of its time at most.
 void takeTurns() {
     if (held >= FAIR_SHARE) {
         held = 0;
@@ -92,7 +93,7 @@ void takeTurns() {
     }
 }
 
-/// A process that could not make the lock file has locked the file itself: wait for it, too.
+/// A process that could not create the lock file has locked the file itself: wait for that lock, too.
 LockResult waitForOwnLock(const std::string& path, LockWait& wait) {
     const FileDescriptor file = openWithSomeAccess(path, O_NONBLOCK);
     const bool isBusy = file.isOpen() && wait.take(file.get(), LOCK_SH) == LockResult::BUSY;
@@ -125,7 +126,8 @@ LockResult FileLock::take(const std::string& path) {
             const LockResult result = wait.take(m_file.get(), LOCK_EX);
             return result == LockResult::HELD ? waitForOwnLock(path, wait) : result;
         }
-        // Else the next user might make the lock file, or take its lock, and this one would hold another.
+        // Do not lock the file itself then: the next user might take the lock file's lock, and both would
+        // hold one.
         if (isClosedToUser || !forbidsNewFile(errno))
             return LockResult::FAILED;
         m_file = openWithSomeAccess(path, O_NONBLOCK);
@@ -134,7 +136,7 @@ LockResult FileLock::take(const std::string& path) {
         const LockResult result = wait.take(m_file.get(), LOCK_EX);
         if (result != LockResult::HELD)
             return result;
-        // Meanwhile the file may have been replaced, or the lock file made by somebody who can.
+        // Meanwhile the file may have been replaced, or somebody else may have created the lock file.
         m_isOwn = isStillAt(path, m_file.get()) && !openWithSomeAccess(lockPath, OPEN_FLAGS).isOpen();
         if (m_isOwn)
             return result;

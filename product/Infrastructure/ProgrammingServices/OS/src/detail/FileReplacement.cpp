@@ -23,13 +23,13 @@ namespace kf::detail {
 
 namespace {
 
-const int MAX_LINKS = 40; // as many as the kernel follows before it says ELOOP
-const int TRIES = 100;    // names that somebody else has, or that are taken for a leftover meanwhile
+const int MAX_LINKS = 40; // as many as the kernel follows before ELOOP
+const int TRIES = 100;    // for names that exist, or that are removed as leftovers meanwhile
 
 const char DIGITS[] = "0123456789abcdef";
 const std::size_t SUFFIX_LENGTH = 16;
 
-/// With the separator at the end; empty for a bare name.
+/// The folder with its trailing separator; empty for a bare name.
 std::string folderPrefix(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
@@ -39,14 +39,14 @@ std::string folderOf(const std::string& path) {
     return prefix.empty() ? "." : prefix;
 }
 
-/// Whether the path names a descriptor of a process. Where it leads to is the same open file for everybody
-/// who holds it, so another file in its place would not do.
+/// Whether the path names an open descriptor of a process. All its holders use the same open file, so
+/// replacing it by another file would not reach them.
 bool isOpenDescriptor(const std::string& path) {
     return path.compare(0, 8, "/dev/fd/") == 0 || path.compare(0, 6, "/proc/") == 0;
 }
 
-/// The path that a chain of symbolic links ends in, whether or not a file is there yet; a descriptor ends it,
-/// too. realpath cannot be used: it fails for a link whose target is still to be created.
+/// Follows a chain of symbolic links to its last path, whether or not that exists yet; the path of a
+/// descriptor also ends the chain. Not realpath: it fails if the last target does not exist.
 bool followLinks(std::string& path) {
     for (int followed = 0; followed < MAX_LINKS; ++followed) {
         if (isOpenDescriptor(path))
@@ -81,8 +81,8 @@ bool flush(int descriptor, unsigned& lacks) {
 }
 
 void flushFolder(const std::string& folder) {
-    // The rename has happened; a folder that cannot be flushed (some network file systems) takes nothing
-    // back.
+    // The rename has happened. A folder that cannot be flushed (on some network file systems) does not undo
+    // it.
     const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_CLOEXEC));
     unsigned ignored = 0;
     if (descriptor.isOpen())
@@ -91,16 +91,16 @@ void flushFolder(const std::string& folder) {
 
 // ---- The file beside
 
-/// What the names of the files beside `path` begin with, folder included.
+/// The common beginning of the names of the files beside `path`, folder included.
 std::string stemOf(const std::string& path) {
     const std::string folder = folderPrefix(path);
     const std::string hidden = folder + "." + path.substr(folder.size());
-    const std::string whole = pathBeside(hidden, "." + std::string(SUFFIX_LENGTH, '0'));
-    return whole.substr(0, whole.size() - SUFFIX_LENGTH);
+    const std::string withSuffix = pathBeside(hidden, "." + std::string(SUFFIX_LENGTH, '0'));
+    return withSuffix.substr(0, withSuffix.size() - SUFFIX_LENGTH);
 }
 
-/// Digits that no other call gives, of this process or another. They need not be hard to guess: a name that
-/// is taken fails.
+/// Digits that no other call returns, in this process or another. They may be guessable: open() refuses a
+/// name that exists.
 std::string uniqueSuffix() {
     static std::atomic<std::uint64_t> calls{0};
     const auto time = std::chrono::system_clock::now().time_since_epoch();
@@ -116,11 +116,12 @@ bool isNameOfFileBeside(const std::string& name, const std::string& stem) {
            name.find_first_not_of(DIGITS, stem.size()) == std::string::npos;
 }
 
-/// Removes a file that a killed writer left; any other file stays.
+/// Removes a file that a killed writer has left; leaves any other file alone.
 void removeIfLeft(const std::string& path) {
     const FileDescriptor file = openWithSomeAccess(path, O_NOFOLLOW | O_NONBLOCK);
     struct stat found;
-    // The lock says last that no living writer has it; one that has only just made it then makes another.
+    // A lock that can be taken means that no living writer has it. One that has just created it then creates
+    // another.
     if (file.isOpen() && fstat(file.get(), &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink == 1 &&
         found.st_uid == geteuid() && LockWait::tryToTake(file.get(), LOCK_EX) == LockResult::HELD &&
         isStillAt(path, file.get()))
@@ -140,8 +141,8 @@ void removeLeftFiles(const std::string& path) {
             removeIfLeft(prefix + entry->d_name);
 }
 
-/// The file that is to become the new content, locked as long as it is open: a living writer's. Goes with the
-/// object, unless it has been renamed.
+/// The file that is to become the new content. It is locked while it is open, to mark it as a living
+/// writer's. Removed with the object, unless it was renamed.
 class FileBeside {
 public:
     FileBeside(const std::string& path, mode_t mode) {
@@ -152,7 +153,7 @@ public:
                 open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
             if (!m_file.isOpen() && errno != EEXIST)
                 return;
-            // Between these two calls it looks like a leftover, and another writer may have removed it.
+            // Between these two calls it looks like a leftover, so another writer may have removed it.
             if (m_file.isOpen() && LockWait::tryToTake(m_file.get(), LOCK_EX) != LockResult::BUSY &&
                 isStillAt(m_path, m_file.get()))
                 return;
@@ -183,12 +184,14 @@ private:
     FileDescriptor m_file;
 };
 
-/// After the content, so that who may not read the old file cannot read it under the new one's first mode.
+/// Called after the content is written: until then mode 0600 keeps out everyone who may not read the old
+/// file.
 void keepAttributes(const std::string& path, const struct stat& old, int descriptor) {
     keepOwner(descriptor, old.st_uid, old.st_gid);
     const FileDescriptor oldFile = openWithSomeAccess(path, O_NONBLOCK);
     mode_t mode = old.st_mode & 07777;
-    // The group's bits of a file with an access list are the most that the list gives to anybody.
+    // With an access list, the group bits are the mask of the list: without it they may give the group too
+    // much.
     if (oldFile.isOpen() && !copyAttributes(oldFile.get(), descriptor))
         mode &= ~static_cast<mode_t>(S_IRWXG);
     fchmod(descriptor, mode);
@@ -210,7 +213,7 @@ bool writeBeside(const std::string& path, const struct stat* old, std::string_vi
 // ---- In place
 
 /// Reserves the space that the new content needs beyond the old. A file system that cannot reserve is not an
-/// error: the write itself then tells.
+/// error: then the write itself may fail.
 bool reserve(int descriptor, off_t size) {
 #ifdef F_PREALLOCATE
     struct stat old;
@@ -222,13 +225,13 @@ bool reserve(int descriptor, off_t size) {
 #else
     const int error = size > 0 ? posix_fallocate(descriptor, 0, size) : 0;
     errno = error;
-    // EBADF: without the file system's help the C library looks at each block, which a file that may only be
-    // written does not let it do.
+    // EBADF: where the file system cannot reserve, the C library reads each block, and a write-only
+    // descriptor cannot.
     return error == 0 || error == EINVAL || error == EOPNOTSUPP || error == EBADF;
 #endif
 }
 
-/// Opens a file to write it in place, and keeps its readers out for as long as it is open.
+/// Opens a file to write it in place, and locks its readers out while it is open.
 FileDescriptor openInPlace(const std::string& path, unsigned& lacks) {
     LockWait wait;
     for (;;) {
@@ -248,7 +251,7 @@ FileDescriptor openInPlace(const std::string& path, unsigned& lacks) {
         case LockResult::FAILED:
             return FileDescriptor();
         }
-        if (isStillAt(path, file.get())) // else replaced, while this one waited
+        if (isStillAt(path, file.get())) // else it was replaced during the wait
             return file;
     }
 }
@@ -269,7 +272,7 @@ bool writeInPlace(const std::string& path, std::string_view content, unsigned& l
            flush(file.get(), lacks);
 }
 
-/// Opened to write only: with both ends of a pipe in hand, it would not see its reader go.
+/// Write-only: if this process also held the read end of a pipe, it would not notice that the reader is gone.
 bool writeToStream(const std::string& path, std::string_view content) {
     const FileDescriptor file(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
     return file.isOpen() && writeAll(file.get(), content);
@@ -285,7 +288,7 @@ bool replaceOrWriteInPlace(const std::string& givenPath, std::string_view conten
         return writeToStream(path, content);
     if (isOpenDescriptor(path))
         return writeInPlace(path, content, lacks);
-    // A file that may not be written stays as it is, although its folder would allow to rename over it.
+    // A file that is not writable stays as it is, although its folder would allow renaming over it.
     if (exists && access(path.c_str(), W_OK) != 0)
         return false;
     if (writeBeside(path, exists ? &old : nullptr, content, lacks))
@@ -312,15 +315,15 @@ bool FileReplacement::waitUntilWhole(int descriptor) {
 }
 
 std::vector<const char*> FileReplacement::takeUntold(unsigned lacks) {
-    static std::atomic<unsigned> told{0};
-    const unsigned untold = lacks & ~told.fetch_or(lacks);
+    static std::atomic<unsigned> reported{0};
+    const unsigned unreported = lacks & ~reported.fetch_or(lacks);
     std::vector<const char*> texts;
     for (const auto& [lack, text] : {
              std::pair(NO_LOCK, "no locks here, who writes at the same time may lose a change"),
              std::pair(NO_FLUSH, "no flush here, a power cut may lose what was written"),
              std::pair(NO_NEW_FILE, "no replacement here, a kill during a write may leave a mixture"),
          })
-        if ((untold & lack) != 0)
+        if ((unreported & lack) != 0)
             texts.push_back(text);
     return texts;
 }

@@ -5,7 +5,8 @@
 
 namespace kf::detail {
 
-/// What the file finders stand on: one deep enumeration of a folder, with a pattern. Each host has its own.
+/// One recursive enumeration of a folder, with a pattern: what the file finders are built on. Each host has
+/// its own.
 class FileSearch {
 public:
     virtual ~FileSearch() = default;
@@ -13,11 +14,11 @@ public:
     FileSearch(const FileSearch&) = delete;
     FileSearch& operator=(const FileSearch&) = delete;
 
-    /// Stores the next path below the folder that is like the pattern; false, with `name` untouched, at the
-    /// end. Does not throw.
+    /// Stores the next path below the folder that matches the pattern. At the end: false, and `name` stays as
+    /// it is. Does not throw.
     virtual bool next(std::string& name) = 0;
 
-    /// Which of the host's file managers a search asks; they are the same where the host has no such object.
+    /// Which of the host's file manager objects a search uses; no difference on a host without them.
     enum class Manager { Own, Shared };
     /// Never null: a folder that cannot be read has no entries.
     static std::unique_ptr<FileSearch> begin(const std::string& folder, const std::string& pattern,

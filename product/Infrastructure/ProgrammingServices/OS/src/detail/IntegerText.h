@@ -7,7 +7,7 @@
 
 namespace kf::detail {
 
-/// The number that a text begins with, 0 where it begins with none: as atoi() of a host where long has 32 bits, where
+/// The number at the beginning of a text, 0 if there is none: as atoi() on a host where long has 32 bits, and
 /// a number out of range becomes the nearest end of the range.
 inline int integerOf(const std::string& text) {
     constexpr long long SMALLEST = std::numeric_limits<int>::min();

@@ -4,7 +4,7 @@
 
 namespace kf::detail {
 
-/// Holds a KFMutex for the length of a scope.
+/// Holds a KFMutex for a scope.
 class KF_SCOPED_CAPABILITY KFLock {
 public:
     /// Blocks until the mutex is taken; the mutex must outlive the lock.
@@ -18,8 +18,8 @@ private:
     KFMutex& m_mutex;
 };
 
-/// Takes the mutex, and gives up after so many milliseconds: false. Async-signal-safe: the handler may have
-/// interrupted the holder, or a thread that was just about to become it.
+/// Takes the mutex, or gives up after so many milliseconds and returns false. Async-signal-safe: a handler
+/// may have interrupted the holder, or a thread that was about to become it.
 bool acquireWithin(KFMutex& mutex, int milliseconds) KF_TRY_ACQUIRE(true, mutex);
 
 } // namespace kf::detail

@@ -4,12 +4,13 @@
 
 namespace kf::detail {
 
-/// A wait with an end, in steps of a millisecond: for a condition that is looked at between them. Async-signal-safe.
+/// A wait with a time limit, in steps of a millisecond; the caller checks its condition between them.
+/// Async-signal-safe.
 class LimitedWait {
 public:
     explicit LimitedWait(int milliseconds) : m_left(milliseconds) {}
 
-    /// Sleeps for a millisecond. Returns false, at once, when the time is over.
+    /// Sleeps for a millisecond. Once the limit is reached, returns false at once.
     bool sleep() {
         if (m_left-- <= 0)
             return false;

@@ -11,7 +11,7 @@ namespace kf::detail {
 
 namespace {
 
-/// Short, because a writer that writes again and again leaves its lock for a few microseconds only.
+/// Short, because a writer that writes again and again releases its lock only for a few microseconds.
 const useconds_t PAUSE_MICROSECONDS = 100;
 
 std::atomic<int> longestWait{5000}; // milliseconds
@@ -39,7 +39,7 @@ LockResult LockWait::tryToTake(int descriptor, int operation) {
         return LockResult::HELD;
     if (errno == EWOULDBLOCK)
         return LockResult::BUSY;
-    // EBADF of an open file: this file system locks only what may be written, and this user may only read it.
+    // EBADF of an open file: this file system locks only writable descriptors, and this user may only read.
     return isUnsupported(errno) || errno == EBADF ? LockResult::UNSUPPORTED : LockResult::FAILED;
 }
 
@@ -55,8 +55,7 @@ LockResult LockWait::take(int descriptor, int operation) {
             errno = EWOULDBLOCK;
             return result;
         }
-        // The kernel's own wait has no end that could be set without a signal, and signals are the crash
-        // handler's.
+        // The kernel's own wait can only be limited with a signal, and signals belong to the crash handler.
         usleep(PAUSE_MICROSECONDS);
     }
 }

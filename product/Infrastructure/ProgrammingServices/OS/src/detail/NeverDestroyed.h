@@ -5,9 +5,9 @@
 
 namespace kf::detail {
 
-/// A static object that lives to the very end of the process: threads, signal handlers and the destructors of
-/// other static objects may use it until then. As a static of a function it is made when it is first asked
-/// for, which may be before main():
+/// A static object that is never destroyed: threads, signal handlers and the destructors of other static
+/// objects may use it until the process ends. As a static of a function it is created at the first call,
+/// which may be before main():
 ///
 ///     static KFMutex& recordLock() {
 ///         static NeverDestroyed<KFMutex> lock(true);

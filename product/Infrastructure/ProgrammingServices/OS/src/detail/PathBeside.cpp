@@ -8,7 +8,7 @@ namespace kf::detail {
 
 namespace {
 
-/// FNV-1a. A collision would cost nothing but waiting for another file's lock.
+/// FNV-1a. A collision would only mean waiting for another file's lock.
 std::string hashOf(const std::string& text) {
     std::uint64_t hash = 0xcbf29ce484222325u;
     for (const char character : text)

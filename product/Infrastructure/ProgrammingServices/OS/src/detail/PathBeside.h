@@ -4,9 +4,9 @@
 
 namespace kf::detail {
 
-/// Where a file's helper lies (its lock, its next content): in the file's folder, with the suffix behind its
-/// name. Where the file system takes no name as long as that, a hash of the name, "." and 16 hexadecimal
-/// digits, stands in the name's place. The same in every process. Thread: any.
+/// The path of a file's helper (its lock, its next content): in the file's folder, the file's name with the
+/// suffix. If the file system does not allow so long a name, a hash replaces the file's name: "." and 16
+/// hexadecimal digits. The same in every process. Thread: any.
 /// @param suffix  with its full stop, e.g. ".lock"
 std::string pathBeside(const std::string& path, const std::string& suffix);
 

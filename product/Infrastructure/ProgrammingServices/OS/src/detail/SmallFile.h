@@ -5,21 +5,22 @@
 #include <cstdint>
 #include <string>
 
-/// Files that people write, and that are small for that reason. What is larger, or no regular file, is a mistake or an
-/// attack: to read /dev/zero or a gigabyte of anything would take the machine's memory, to open a pipe for ever.
+/// Files that people write, and that are small for that reason. A larger one, or no regular file, is a
+/// mistake or an attack: reading /dev/zero or a gigabyte of anything would exhaust the memory, opening a pipe
+/// would block.
 namespace kf::detail::SmallFile {
 
-/// In bytes. (Not of off_t, which is another type in every second source of a 32-bit build.)
+/// In bytes. Not off_t, whose size differs between the sources of a 32-bit build.
 constexpr std::int64_t CONFIGURATION_LIMIT = 1024 * 1024;
 constexpr std::int64_t PROPERTY_LIST_LIMIT = 64 * 1024 * 1024;
 
-/// Opens a regular file of at most `limit` bytes for reading; never waits.
+/// Opens a regular file of at most `limit` bytes for reading; never blocks.
 /// @param refusal  why there is none: "No such file or directory", "it is no regular file", "it has 2000000 bytes, and may
 ///                 have 1048576"
-/// @return an empty owner when there is none
+/// @return an empty owner if there is none
 FileDescriptor open(const std::string& path, std::int64_t limit, std::string& refusal);
 
-/// Reads such a file whole; false, with `content` empty, when there is none or reading fails.
+/// Reads such a file completely; false, with `content` empty, if there is none or reading fails.
 bool read(const std::string& path, std::int64_t limit, std::string& content, std::string& refusal);
 
 } // namespace kf::detail::SmallFile

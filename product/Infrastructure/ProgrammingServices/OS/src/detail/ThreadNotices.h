@@ -2,8 +2,8 @@
 
 namespace kf::detail {
 
-// What a named thread announces when it begins and ends. Declared on the lowest floor, where KFThread stands;
-// defined by the tracer, two floors up, so that no include runs upwards.
+// What a named thread announces when it begins and ends. Declared on the lowest floor, with KFThread; defined
+// by the tracer, the floor above, so that no include runs upwards.
 
 /// Called on the new thread before its body, with the thread's name (not null, borrowed for the call).
 /// Does nothing unless a tracer exists and is enabled.
