@@ -32,8 +32,8 @@ Dictionary::Dictionary(const Dictionary& other, int level) : Item(other), m_leve
 
 Dictionary& Dictionary::operator=(const Dictionary& other) {
     TRACE_METHOD();
-    // The copy is made before anything is deleted, because the other may be a part of this tree. That must
-    // not save the content in an assignment to itself, which empties the dictionary.
+    // Copy before anything is deleted, because the other may be a part of this tree. An assignment to itself
+    // copies nothing, since it must leave the dictionary empty.
     Children children;
     if (this != &other)
         children = copyChildren(other);
@@ -326,7 +326,7 @@ void Dictionary::removeItem(Item& item) {
 
 void Dictionary::removeAllItems(Item& item) {
     TRACE_METHOD();
-    // The item may be one of those that go, and is compared with the others afterwards.
+    // The item may be one of those that are removed, and the others are compared with it afterwards.
     const std::unique_ptr<Item> sample(item.clone());
     removeEverywhere(*sample);
 }
@@ -343,7 +343,7 @@ void Dictionary::removeEverywhere(Item& item) {
 
 std::string Dictionary::toString(const std::string& indent) {
     TRACE_METHOD();
-    // No line break: traces are read by this form.
+    // No line break: readers of traces expect this form.
     std::string text = indent + "Dictionary [" + addressText(this) + "] '" + nameOf(*this) + "' items :";
     for (const auto& entry : m_children)
         text += entry.second->toString(indent + '\t');

@@ -9,7 +9,7 @@
 
 // Building and merging trees.
 
-/// Puts the item under the key, in place of what is there, and makes it a part of this tree.
+/// Stores the item under the key, replaces what is there, and makes the item a part of this tree.
 void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
     TRACE_METHOD();
     if (isTooDeep())
@@ -36,7 +36,7 @@ void Dictionary::setItem(const std::string& path, Item& item) {
     const std::string head(parts.head());
     if (parts.isKey()) {
         TRACE_MESSAGE(MSG_DEBUG, "Adding on key %s item %s", head.c_str(), item.toString("").c_str());
-        // Copied before the old item goes: the old one may be the item, or hold it.
+        // Copied before the old item is deleted: that may be the item, or own it.
         store(head, std::unique_ptr<Item>(item.clone()));
         TRACE_MESSAGE(MSG_DEBUG, "Dictionary is now %s", toString(std::string()).c_str());
         return;
@@ -85,7 +85,7 @@ void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
     if (target == nullptr)
         return;
     TRACE_MESSAGE(MSG_DEBUG, "item is a dictionary");
-    // All are cloned first, because source may stand below the target, where the new children can replace it.
+    // Clone all of them first: source may be below the target, where the new children can replace it.
     std::vector<std::pair<std::string, std::unique_ptr<Item>>> clones;
     for (const auto& [key, theirs] : source.m_children)
         clones.emplace_back(key, std::unique_ptr<Item>(theirs->clone()));
@@ -97,14 +97,14 @@ void Dictionary::addDictionary(const std::string& path, Dictionary& source) {
 
 void Dictionary::mergeDictionary(Dictionary& other) {
     TRACE_METHOD();
-    // All is cloned before anything is stored, because either tree may be a part of the other.
+    // Clone everything before anything is stored: either tree may be a part of the other.
     std::vector<Addition> additions;
     merge(other, additions);
     for (Addition& addition : additions)
         addition.target.store(addition.key, std::move(addition.item));
 }
 
-/// Collects what the other tree has to add to this one.
+/// Collects what this tree lacks of the other one.
 void Dictionary::merge(const Dictionary& other, std::vector<Addition>& additions) {
     TRACE_METHOD();
     TRACE_MESSAGE(MSG_DEBUG, "merging under %s", nameOf(*this).c_str());

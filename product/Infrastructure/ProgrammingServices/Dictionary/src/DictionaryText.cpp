@@ -38,7 +38,7 @@ std::string Dictionary::marshall(const std::string& indent) {
 }
 
 void Dictionary::askToMarshall(Item& item, std::string& indent, TextBuffer& text) {
-    // Our own classes append their lines; a subclass may have its own marshall(), so it is asked.
+    // Our own classes append their lines; a subclass may have its own marshall(), so that is called.
     const std::type_info& type = typeid(item);
     if (type == typeid(BasicItem))
         static_cast<const BasicItem&>(item).marshall(indent, text);
@@ -70,7 +70,7 @@ void Dictionary::saveToFile(const std::string& path) {
     askToMarshall(*this, indent, text);
     text.append(PLIST_END);
     unsigned lacks = 0;
-    // DELIBERATE: silent in failure. The caller learns nothing, and an existing file stays as it is.
+    // DELIBERATE: a failure is silent. The caller is not told, and an existing file stays as it is.
     static_cast<void>(FileReplacement::replace(path, text.view(), &lacks));
     for (const char* const lack : FileReplacement::takeUntold(lacks))
         TRACE_MESSAGE(MSG_WARNING, "File %s : %s", path.c_str(), lack);
@@ -90,8 +90,8 @@ void Dictionary::unMarshall(std::stringstream& in) {
     in.seekg(start + static_cast<std::stringstream::off_type>(lines.getPosition()));
 }
 
-/// Recurses once per level, up to MAXIMUM_DEPTH times, so its frame stays small: what leaves and new children need
-/// of the stack is in functions of their own.
+/// Recurses once per level, up to MAXIMUM_DEPTH times, so its stack frame stays small: what leaves and new
+/// children need of the stack is in functions of their own.
 void Dictionary::unMarshall(PropertyListReader& reader) {
     TRACE_METHOD();
     if (!reader.isAtDictionary())
@@ -119,7 +119,7 @@ void Dictionary::readLeaf(const PropertyListReader& reader) {
     } // else the key is dropped with its value line
 }
 
-/// Stored before it is filled, so that it knows how deep it is.
+/// Stored before it is filled, so that it has its level.
 Dictionary& Dictionary::addChild(const std::string& key) {
     auto made = std::make_unique<Dictionary>(key);
     Dictionary& child = *made;
@@ -138,7 +138,7 @@ void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver
     LineCursor lines(std::move(file));
     const bool hasHeader = holds(lines.next(), "<?xml");
     const bool hasVersion = holds(lines.next(), "<plist version=\"1.0\"");
-    std::string body; // of a subclass, which reads it out of a stream
+    std::string body; // of a subclass, which reads it from a stream
     Children former;
     former.swap(m_children);
     try {

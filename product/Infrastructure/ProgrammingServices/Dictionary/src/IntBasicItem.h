@@ -22,14 +22,14 @@ public:
     bool getValueAs(int& value) const override;
     Item* getItem(const std::string& path) const override;
     Item* getItem(const char* path) const override;
-    /// One line: <int>, the value in decimal, </int>. DELIBERATE: the element's name is not the <integer>
-    /// of property lists elsewhere, and the indent is not written; integer lines stand at the start of the line
+    /// One line: <int>, the value in decimal, </int>. DELIBERATE: the element is not called <integer>, as in
+    /// property lists elsewhere, and the indent is not written; integer lines begin at the start of the line
     /// in every saved file.
     std::string marshall(const std::string& indent) override;
     /// The value is shown in hexadecimal, without a prefix; readers of traces rely on it.
     std::string toString(const std::string& indent) override;
-    /// Converts as atoi does; a number out of range becomes the nearest end of the range. The value stays as
-    /// it was where this throws.
+    /// Converts as atoi() does; a number out of range becomes the nearest end of the range. If this throws,
+    /// the value is unchanged.
     void unMarshall(std::stringstream& in) override;
 
     void setValue(int value);

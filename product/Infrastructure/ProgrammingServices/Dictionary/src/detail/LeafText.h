@@ -9,15 +9,15 @@ namespace kf::detail {
 
 /// The text of a string leaf: in a block of memory of its own, or behind the leaf, in the leaf's block.
 ///
-/// The row dictionary-load of the benchmarks pays for the second: most leaves of a tree were read from a file
-/// and never change. With a std::string in place of this class loading takes a tenth longer, which is as long as
-/// the best rival takes.
+/// The row dictionary-load of the benchmarks needs the second form: most leaves of a tree are read from a
+/// file and never change. With a std::string in place of this class, loading takes a tenth longer, as long as
+/// the best rival.
 ///
 /// Errors: std::bad_alloc; the text stays as it was.
 /// Thread: one at a time.
 class LeafText {
 public:
-    /// The bytes behind a leaf that placeBehind() needs.
+    /// The bytes that placeBehind() needs behind the leaf.
     static std::size_t sizeBehind(std::string_view text) { return text.size() + 1; }
 
     LeafText() = default;
@@ -25,9 +25,9 @@ public:
     LeafText(const LeafText&) = delete;
     LeafText& operator=(const LeafText&) = delete;
 
-    /// The text may be a part of this one.
+    /// The text may be a part of the present one.
     void assign(std::string_view text) {
-        std::unique_ptr<char[]> own; // replaces the old block last: the text may be a part of that
+        std::unique_ptr<char[]> own; // moved last: the text may be a part of the old block
         if (!text.empty()) {
             own.reset(new char[sizeBehind(text)]);
             store(own.get(), text);
@@ -35,27 +35,27 @@ public:
         m_own = std::move(own);
         m_size = text.size();
     }
-    /// Only once, while it is empty. This is the last member of the leaf, and the leaf's block has sizeBehind(text)
-    /// bytes more than the leaf.
+    /// Only once, while this is empty. This must be the last member of the leaf, and the leaf's block must
+    /// have sizeBehind(text) bytes more than the leaf.
     void placeBehind(std::string_view text) {
         store(reinterpret_cast<char*>(this + 1), text);
         m_size = text.size();
     }
 
-    /// Borrowed, as all texts are: valid until another is assigned or the leaf goes.
+    /// Borrowed: valid until another text is assigned or the leaf is destroyed.
     std::string_view view() const { return {data(), m_size}; }
     const char* c_str() const { return m_size > 0 ? data() : ""; }
 
 private:
-    static void store(char* place, std::string_view text) {
-        text.copy(place, text.size());
-        place[text.size()] = '\0';
+    static void store(char* to, std::string_view text) {
+        text.copy(to, text.size());
+        to[text.size()] = '\0';
     }
     const char* data() const {
         return m_own != nullptr ? m_own.get() : reinterpret_cast<const char*>(this + 1);
     }
 
-    std::unique_ptr<char[]> m_own; // null where the text is behind the leaf, or empty
+    std::unique_ptr<char[]> m_own; // null if the text is behind the leaf, or empty
     std::size_t m_size = 0;
 };
 

@@ -7,9 +7,9 @@
 
 namespace kf::detail {
 
-static constexpr std::size_t BLOCK = 32768; // fits into the processor's first cache
+static constexpr std::size_t BLOCK = 32768; // fits into the processor's L1 cache
 
-/// Reads on until there is a line feed; false when none comes.
+/// Reads on until there is a line feed; false if none comes.
 bool LineCursor::findInFile(std::size_t& length) {
     if (!m_file.isOpen())
         return false;
@@ -24,7 +24,7 @@ bool LineCursor::findInFile(std::size_t& length) {
     return true;
 }
 
-/// Appends a block of the file to the rest; false, with the file closed, at the end of the text.
+/// Appends a block of the file to the rest; false if there is none. Closes the file at the end of the text.
 bool LineCursor::readMore() {
     if (!m_file.isOpen())
         return false;

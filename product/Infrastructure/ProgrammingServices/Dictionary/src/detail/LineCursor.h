@@ -9,20 +9,21 @@
 
 namespace kf::detail {
 
-/// Reads a text line by line: a borrowed text, or a file, which it owns and reads block by block. The row peak_bytes
-/// of dictionary-load pays for the blocks: with the whole text beside the tree that is made of it, loading needs a
-/// third more memory, and more than the best rival.
+/// Reads a text line by line: a borrowed text, or a file, which it owns and reads in blocks. The row
+/// peak_bytes of dictionary-load needs the blocks: with the text in memory beside the tree that is made of
+/// it, loading needs a third more memory, and more than the best rival.
 ///
-/// Positions are in bytes from the start of the text. Behind the end there are empty lines without end.
+/// Positions are in bytes from the start of the text. After the end, next() returns empty lines for ever.
 ///
-/// Errors: none is thrown. A file that cannot be read, or no further, ends the text there; finish() tells.
+/// Errors: none is thrown. A file that cannot be read, or not to its end, ends the text there; finish()
+/// tells.
 /// Thread: one at a time.
 class LineCursor {
 public:
     /// @param text outlives the cursor and all of its lines
     explicit LineCursor(std::string_view text) : m_rest(text) {}
-    /// The text of a file, up to its first zero byte.
-    /// @param file where reading begins; a pipe will do. One that is not open has failed
+    /// The text of a file, up to its first NUL byte.
+    /// @param file  read from its current position; may be a pipe. One that is not open counts as failed
     explicit LineCursor(FileDescriptor file) : m_file(std::move(file)), m_failed(!m_file.isOpen()) {}
 
     /// The next line without its line feed. A file's line is valid until the next call.
@@ -41,9 +42,9 @@ public:
     std::size_t getPosition() const { return m_position; }
     /// Where the line that next() returned last begins; 0 before the first.
     std::size_t getLinePosition() const { return m_linePosition; }
-    /// All that is left, as one text.
+    /// All that is left, as one string.
     std::string takeRest();
-    /// Passes over what is left. False when the file could not be read to its end.
+    /// Skips what is left. False if the file could not be read to its end.
     bool finish();
 
 private:
@@ -58,7 +59,7 @@ private:
     std::size_t m_position = 0;
     std::size_t m_linePosition = 0;
     FileDescriptor m_file; // closed at the end of the text
-    std::string m_buffer;  // of a file; m_rest is its end
+    std::string m_buffer;  // of a file; m_rest is its last part
     bool m_failed = false;
 };
 

@@ -5,7 +5,7 @@
 
 namespace kf::detail {
 
-// ---- One line, traced as the operations of Item that this is
+// ---- One line, traced under the names of the Item operations that these functions implement
 
 static const char KF_SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Item";
 static constexpr int NO_TAG_LINE = 180;
@@ -33,8 +33,8 @@ bool findElementText(std::string_view tag, std::string_view line, std::string_vi
     if (tagAt == std::string_view::npos)
         return false;
     const std::size_t start = tagAt + tag.size();
-    // DELIBERATE: the line's first "</", not the first one behind the tag. Where it stands before the value
-    // there is nothing to cut at, as if the line had none.
+    // DELIBERATE: the line's first "</", not the first one after the tag. If it is before the value, nothing
+    // is cut, as if the line had none.
     const std::size_t end = line.find("</");
     const bool isCut = end != std::string_view::npos && end >= start;
     text = trimmed(line.substr(start, isCut ? end - start : std::string_view::npos));

@@ -8,19 +8,19 @@
 
 namespace kf::detail {
 
-// ---- One line. A result is a part of it, and borrowed like it.
+// ---- One line. A result is a view into the line.
 
 inline bool holds(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
 }
 
-/// Item::trim
+/// As Item::trim().
 std::string_view trimmed(std::string_view text);
 
-/// Item::getXmlVal, but a missing tag is no error: false, with the text untouched.
+/// As Item::getXmlVal(), but a missing tag is no error: returns false and leaves the text alone.
 bool findElementText(std::string_view tag, std::string_view line, std::string_view& text);
 
-/// Item::getXmlVal
+/// As Item::getXmlVal().
 /// @throw KFDictionaryParsingException the line lacks the tag
 std::string_view requireElementText(std::string_view tag, std::string_view line);
 
@@ -28,29 +28,29 @@ std::string_view requireElementText(std::string_view tag, std::string_view line)
 
 /// Reads the keys of a dictionary and finds their values, one element per line.
 ///
-/// Errors: none; a line that does not fit ends the dictionary, or is passed over. findElementText() decides.
+/// Errors: none; a line that does not fit ends the dictionary, or is skipped. findElementText() decides.
 /// Thread: one at a time.
 class PropertyListReader {
 public:
     using Kind = DictionaryReadingObserver::Kind;
 
     /// @param lines    borrowed
-    /// @param observer borrowed; null: nobody is told
+    /// @param observer  borrowed; null: nobody is notified
     explicit PropertyListReader(LineCursor& lines, DictionaryReadingObserver* observer = nullptr)
         : m_lines(lines), m_observer(observer) {}
 
-    /// To the next line, which may begin a dictionary.
+    /// Reads the next line, which may begin a dictionary.
     void readLine() { m_valueLine = m_lines.next(); }
     bool isAtDictionary() const { return holds(m_valueLine, "<dict>"); }
-    /// Into the dictionary of this line.
+    /// Enters the dictionary of this line.
     void begin() {
         if (m_observer != nullptr)
             m_observer->onBegin(m_lines.getLinePosition());
     }
-    /// The next key of the dictionary, and the line of its value. False: a line without a key has ended the
-    /// dictionary. DELIBERATE: whatever that line is, </dict> is just one of them.
+    /// Reads the next key of the dictionary and the line of its value. False: a line without a key has ended
+    /// the dictionary. DELIBERATE: any such line does, not only </dict>.
     bool next();
-    /// Instead of begin() and next(): passes over a dictionary that is too deep as reading it would, without
+    /// In place of begin() and next(): skips a dictionary that is too deep, as reading it would, but without
     /// recursion.
     void skip();
 

@@ -9,15 +9,15 @@
 
 namespace kf::detail {
 
-/// A text that only grows at its end. The row dictionary-save of the benchmarks pays for it: with a std::string in
-/// its place, saving takes twice the time and is behind the best rival at some sizes. It checks its room once for
-/// several parts, and its growth does not copy a long text (realloc moves its pages).
+/// A text that only grows at its end. The row dictionary-save of the benchmarks needs it: with a std::string
+/// in its place, saving takes twice the time and is slower than the best rival at some sizes. It checks its
+/// room once for several parts, and growing does not copy a long text (realloc moves its pages).
 ///
 /// Errors: std::bad_alloc; the text stays as it was.
 /// Thread: one at a time.
 class TextBuffer {
 public:
-    /// Texts of any kind: literals, strings, views.
+    /// Parts may be literals, strings and views.
     template <typename... Parts>
     void append(const Parts&... parts) {
         const std::size_t more = (std::string_view(parts).size() + ...);
@@ -34,7 +34,7 @@ private:
     };
 
     void copy(std::string_view part) {
-        // An empty view may have no address, which memcpy must not be given.
+        // An empty view may be null, which memcpy must not be given.
         if (!part.empty())
             std::memcpy(m_data.get() + m_size, part.data(), part.size());
         m_size += part.size();
@@ -45,7 +45,7 @@ private:
         char* const data = static_cast<char*>(std::realloc(m_data.get(), capacity));
         if (data == nullptr)
             throw std::bad_alloc();
-        static_cast<void>(m_data.release()); // it was handed to realloc
+        static_cast<void>(m_data.release()); // realloc owns it now
         m_data.reset(data);
         m_capacity = capacity;
     }
