@@ -1,8 +1,7 @@
 #pragma once
 
-// The elementary types that every framework header builds on. Widths follow macOS's headers: a UInt32 is
-// an unsigned long where long has 32 bits, so that a printf format that is wrong on one host is wrong on
-// both.
+// The elementary types that every framework header builds on. Widths follow macOS's headers: a UInt32 is an
+// unsigned long where long has 32 bits, so that a wrong printf format is wrong on both hosts.
 
 #include <cstddef>
 #include <cstdint>
@@ -46,7 +45,7 @@ typedef unsigned char* StringPtr;
 typedef const unsigned char* ConstStringPtr;
 typedef const unsigned char* ConstStr255Param;
 
-/// Names a running process until it ends. {0, 0} is no process.
+/// Identifies a running process until it ends. {0, 0} is no process.
 struct ProcessSerialNumber {
     UInt32 highLongOfPSN;
     UInt32 lowLongOfPSN;

@@ -30,7 +30,7 @@ class String;
 
 typedef const LinuxPlatform::String* CFStringRef;
 
-/// Only a place in the signatures: memory always comes from the C++ heap, and the argument is ignored.
+/// Only a parameter of the signatures: memory always comes from the C++ heap, and the argument is ignored.
 typedef const struct CFAllocator* CFAllocatorRef;
 
 enum CFComparisonResult : CFIndex {
@@ -54,11 +54,11 @@ inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
 CF_EXPORT const CFAllocatorRef kCFAllocatorDefault;
 CF_EXPORT const CFAllocatorRef kCFAllocatorSystemDefault;
 
-/// Returns its argument, now owned once more.
+/// Adds a reference, and returns its argument.
 CF_EXPORT CFTypeRef CFRetain(CFTypeRef cf);
-/// Gives up one ownership; the last one destroys the object.
+/// Removes a reference; without one left, the object is destroyed.
 CF_EXPORT void CFRelease(CFTypeRef cf);
-/// Owners of the object. A constant answers with the largest number.
+/// The reference count. For a constant, the largest number.
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef cf);
 
 CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef cf);

@@ -1,8 +1,7 @@
 #pragma once
 
-// Maps of one pointer to another. What the pointers are is up to the callbacks: with the kCFType ones,
-// objects of this framework, which the dictionary owns; with NULL, plain pointers, compared as such and not
-// owned.
+// Maps from pointers to pointers. The callbacks say what the pointers are: with the kCFType ones, objects of
+// this framework, which the dictionary retains; with NULL, plain pointers, compared by address and not owned.
 
 #include <CoreFoundation/CFBase.h>
 
@@ -53,20 +52,20 @@ CF_EXPORT CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef al
 
 CF_EXPORT CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 CF_EXPORT Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key);
-/// Borrowed; NULL when absent.
+/// Borrowed; NULL if absent.
 CF_EXPORT const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
-/// Tells an absent key from a NULL value. `value` may be NULL.
+/// Distinguishes an absent key from a NULL value. `value` may be NULL.
 CF_EXPORT Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key,
                                                 const void** value);
-/// In no particular order, but in the same for both; either array may be NULL.
+/// In no particular order, but in the same for both arrays; either may be NULL.
 CF_EXPORT void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                             const void** values);
 CF_EXPORT void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
                                          void* context);
 
-/// Adds, unless the key is there already.
+/// Adds the value, unless the key exists already.
 CF_EXPORT void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
-/// Adds or replaces.
+/// Adds or replaces the value.
 CF_EXPORT void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
 CF_EXPORT void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key);
 CF_EXPORT void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary);

@@ -32,13 +32,13 @@ CF_EXPORT CFTypeID CFBooleanGetTypeID(void);
 CF_EXPORT Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 CF_EXPORT CFTypeID CFNumberGetTypeID(void);
-/// Reads a value of the type named from `valuePtr`.
+/// Reads a value of the given type from `valuePtr`.
 CF_EXPORT CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const void* valuePtr);
-/// The fixed-width type of the value stored.
+/// The fixed-width type of the stored value.
 CF_EXPORT CFNumberType CFNumberGetType(CFNumberRef number);
 CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
-/// Stores the value as the type named. When that loses something, stores the nearest value there is and
-/// returns FALSE.
+/// Stores the value as the given type. If that loses anything, stores the nearest possible value and returns
+/// FALSE.
 CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
 /// By value, whatever the types. `context` is ignored, as on macOS.
 CF_EXPORT CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void* context);

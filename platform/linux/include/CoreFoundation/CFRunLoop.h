@@ -19,16 +19,16 @@ enum CFRunLoopRunResult : SInt32 {
 };
 
 CF_EXPORT const CFRunLoopMode kCFRunLoopDefaultMode;
-/// Not a mode to run in: a source added to it takes part in every common mode, that is in the default mode.
+/// Not a mode to run in: a source added to it is in every common mode, that is in the default mode.
 CF_EXPORT const CFRunLoopMode kCFRunLoopCommonModes;
 
 CF_EXPORT CFTypeID CFRunLoopGetTypeID(void);
-/// Borrowed. The calling thread's loop lives as long as the thread, or longer if someone retains it.
+/// Borrowed. The calling thread's loop lives as long as the thread, or longer if it is retained.
 CF_EXPORT CFRunLoopRef CFRunLoopGetCurrent(void);
 
 /// Runs the calling thread's loop in the default mode until its last source is gone or it is stopped.
 CF_EXPORT void CFRunLoopRun(void);
-/// Runs for at most `seconds`; 0 makes one pass, which delivers at most one thing per source. May be called
+/// Runs for at most `seconds`; 0 makes one pass, which calls at most one callback per source. May be called
 /// from a callback.
 CF_EXPORT CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                                 Boolean returnAfterSourceHandled);
@@ -36,16 +36,16 @@ CF_EXPORT CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterv
 CF_EXPORT Boolean CFRunLoopIsWaiting(CFRunLoopRef loop);
 /// Any thread.
 CF_EXPORT void CFRunLoopWakeUp(CFRunLoopRef loop);
-/// Ends the innermost run of the loop, after the callback that is running; without effect on a loop that does
-/// not run. Any thread.
+/// Ends the innermost run of the loop, after the callback that is running; no effect on a loop that does not
+/// run. Any thread.
 CF_EXPORT void CFRunLoopStop(CFRunLoopRef loop);
 
 CF_EXPORT Boolean CFRunLoopContainsSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
-/// Any thread; the loop owns the source while it holds it. Adding twice is adding once.
+/// Any thread. The loop owns the source while it contains it. Adding a source twice is the same as once.
 CF_EXPORT void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 CF_EXPORT void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 
 CF_EXPORT CFTypeID CFRunLoopSourceGetTypeID(void);
-/// Takes the source out of every loop for good.
+/// Removes the source from every loop, for good.
 CF_EXPORT void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source);
 CF_EXPORT Boolean CFRunLoopSourceIsValid(CFRunLoopSourceRef source);

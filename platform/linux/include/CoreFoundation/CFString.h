@@ -29,19 +29,19 @@ enum : CFStringCompareFlags { kCFCompareCaseInsensitive = 1 };
 
 CF_EXPORT CFTypeID CFStringGetTypeID(void);
 
-/// A constant text; the same literal gives the same object for the life of the process. Never to be released,
-/// though an unneeded CFRelease does no harm. `literal` is ASCII or UTF-8.
+/// A constant text; the same literal gives the same object for the life of the process. It need not be
+/// released, though CFRelease does no harm. `literal` is ASCII or UTF-8.
 #define CFSTR(literal) LinuxPlatform::constantString("" literal "")
 namespace LinuxPlatform {
 CFStringRef constantString(const char* literal);
 }
 
-/// NULL when the bytes are not valid in the encoding, or the encoding is not known. Bytes above 0x7F read as
-/// ASCII stand for the Unicode character of that number.
+/// NULL if the bytes are not valid in the encoding, or the encoding is unknown. ASCII bytes above 0x7F are
+/// read as the Unicode characters of that number.
 CF_EXPORT CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text,
                                                 CFStringEncoding encoding);
-/// As above, for a counted run of bytes that may hold zeros. An external representation may begin with a byte
-/// order mark, which is then obeyed and dropped.
+/// As above, for a number of bytes that may include NULs. An external representation may begin with a byte
+/// order mark, which is honoured and removed.
 CF_EXPORT CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8* bytes, CFIndex numBytes,
                                               CFStringEncoding encoding, Boolean isExternalRepresentation);
 CF_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar* units,
@@ -61,26 +61,26 @@ CF_EXPORT CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef alloca
 CF_EXPORT CFIndex CFStringGetLength(CFStringRef text);
 CF_EXPORT UniChar CFStringGetCharacterAtIndex(CFStringRef text, CFIndex index);
 
-/// Encodes the units of `range` into `buffer`, whole characters only, until a character does not fit into the
-/// encoding (then `lossByte` takes its place, or, when that is 0, the conversion stops) or into the
-/// `maxBufLen` bytes. With a NULL buffer nothing is stored and no length limits. Returns the number of units
-/// converted; the bytes made go to `usedBufLen` unless NULL. An external representation begins with a byte
-/// order mark where the encoding has one.
+/// Encodes the units of `range` into `buffer`, whole characters only, until a character cannot be encoded
+/// (then `lossByte` takes its place or, if that is 0, the conversion stops) or does not fit into the
+/// `maxBufLen` bytes. With a NULL buffer nothing is stored and there is no limit. Returns the number of units
+/// converted, and stores the number of bytes in `usedBufLen` unless that is NULL. An external representation
+/// begins with a byte order mark if the encoding has one.
 CF_EXPORT CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
                                    Boolean isExternalRepresentation, UInt8* buffer, CFIndex maxBufLen,
                                    CFIndex* usedBufLen);
-/// The whole text and its final zero byte; FALSE when it does not fit or cannot be represented.
+/// The complete text and its final NUL; FALSE if it does not fit or cannot be represented.
 CF_EXPORT Boolean CFStringGetCString(CFStringRef text, char* buffer, CFIndex bufferSize,
                                      CFStringEncoding encoding);
-/// Most bytes that `length` units can need.
+/// The most bytes that `length` units can need.
 CF_EXPORT CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
 /// By unit values; kCFCompareCaseInsensitive folds the letters of ASCII and Latin-1.
 CF_EXPORT CFComparisonResult CFStringCompare(CFStringRef text1, CFStringRef text2,
                                              CFStringCompareFlags options);
 
-/// Foundation's numbers of encodings (1 ASCII, 4 UTF-8, 5 ISO Latin-1, ...; 0x80000000 + n for those that
-/// have none).
+/// Foundation's numbers of encodings (1 ASCII, 4 UTF-8, 5 ISO Latin-1, ...; 0x80000000 + n for those without
+/// one).
 CF_EXPORT CFStringEncoding CFStringConvertNSStringEncodingToEncoding(unsigned long encoding);
 CF_EXPORT unsigned long CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding);
 CF_EXPORT Boolean CFStringIsEncodingAvailable(CFStringEncoding encoding);

@@ -1,16 +1,16 @@
 #pragma once
 
 // File Manager, Folder Manager and Launch Services: the calls that the product makes, with their documented
-// behaviour, over what Linux has. All paths are UTF-8 and end with a zero byte; all calls may be made on any
-// thread. No call blocks on anything but the file system, and LSOpenApplication on another one.
+// behaviour, on Linux. All paths are UTF-8 and end with a NUL; all calls may be made on any thread. A call
+// blocks only on the file system, and LSOpenApplication also on another call of it.
 //
-// PLATFORM_ROOT. When this environment variable is set and not empty, the layer looks at the machine as if
-// that folder were its root: for application bundles (absolute paths that have a component ending in ".app"),
-// for the local domain of FSFindFolder, and for the list of running applications, which then holds only those
-// inside the root and reports their bundle paths without it. Demos, tests and images are run this way.
-// Everything else, the user's own folders above all, stays where it is. Trailing separators are ignored; a
-// relative folder is taken from the current one; where the folder does not exist, no bundle exists. A path
-// that already lies in the root is taken as it is. The variable is read anew by every call.
+// PLATFORM_ROOT. If this environment variable is set and not empty, the layer takes that folder as the root
+// of the machine for application bundles (absolute paths that have a component ending in ".app"), for the
+// local domain of FSFindFolder, and for the list of running applications, which then holds only those inside
+// the root and reports their bundle paths without it. Demos, tests and images are run this way. Everything
+// else, the user's own folders above all, stays where it is. Trailing separators are ignored; a relative
+// folder counts from the current one; if the folder does not exist, no bundle exists. A path that is already
+// inside the root is taken as it is. Every call reads the variable anew.
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <MacTypes.h>
@@ -27,7 +27,7 @@ enum {
     fnfErr = -43,           // nothing there (any more), or no such folder type
     opWrErr = -49,          // somebody has the file open for writing
     paramErr = -50,         // an argument that must not be null is, or a record has a version not known here
-    memFullErr = -108,      // no memory, or no process, to be had
+    memFullErr = -108,      // no memory, or no process could be created
     procNotFound = -600,    // the list of processes is exhausted
     errFSBadFSRef = -1401,  // the reference was never filled in
     pathTooLongErr = -2110, // the path does not fit the buffer
@@ -36,25 +36,25 @@ enum {
 
 // ---- File references
 
-/// Names one file or folder. Opaque, of fixed size, copied freely, valid within this process only, never to
-/// be released. One made by FSPathMakeRef follows its object's path, not the object: once that path is gone
-/// or names another object, every call that is given the reference answers fnfErr.
+/// Identifies one file or folder. Opaque, of fixed size, copied freely, valid within this process only, never
+/// released. One made by FSPathMakeRef follows its object's path, not the object: once that path is gone or
+/// names another object, every call with the reference returns fnfErr.
 struct FSRef {
     UInt8 hidden[80];
 };
 typedef struct FSRef FSRef;
 
-/// Makes a reference to what lies at `path`, symbolic links followed. A relative
-/// path counts from the current folder.
+/// Makes a reference to the object at `path`, with symbolic links followed. A relative path counts from the
+/// current folder.
 /// @param isDirectory  set to whether it is a folder; may be null
 /// @return noErr; fnfErr: nothing there, or a dangling link; afpAccessDenied: a folder on the way may not be
 ///         searched; bdNamErr: a name is too long; ioErr: links in a circle, or a failing disk;
 ///         paramErr: `path` or `ref` is null. `ref` and `isDirectory` are written on success only.
 OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory);
 
-/// Writes the path of a reference, absolute, without links and without a trailing separator, PLATFORM_ROOT
+/// Stores the path of a reference, absolute, without links and without a trailing separator, PLATFORM_ROOT
 /// included: a path for open(2).
-/// @param pathBufferSize  size of the buffer in bytes; the ending zero byte must fit too
+/// @param pathBufferSize  size of the buffer in bytes; the final NUL must fit too
 /// @return noErr; pathTooLongErr: the buffer is too small (nothing is written); fnfErr: the object is gone;
 ///         errFSBadFSRef; paramErr: `ref` or `path` is null
 OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathBufferSize);
@@ -74,14 +74,14 @@ enum { kApplicationSupportFolderType = 0x61737570 }; // 'asup'
 
 /// Finds a standard folder.
 ///
-/// Local domain: /var/lib, below PLATFORM_ROOT. User domain: $XDG_DATA_HOME when it is an absolute path, else
-/// .local/share in the home folder ($HOME when absolute, else the one of the user database).
+/// Local domain: /var/lib, below PLATFORM_ROOT. User domain: $XDG_DATA_HOME if it is an absolute path, else
+/// .local/share in the home folder ($HOME if absolute, else the one of the user database).
 ///
-/// A folder that does not exist (yet) is found all the same, with kDontCreateFolder too. On macOS the
-/// system makes these folders together with the account, so a caller may build on the path without asking; on
-/// Linux they appear with the first program that needs them, and the launcher may be that program. An error
-/// here would send a new account's trace and log files to a path without a beginning.
-/// The reference therefore stands for the place, and FSRefMakePath gives its path whether or not it exists.
+/// A folder that does not exist (yet) is found all the same, with kDontCreateFolder too. On macOS the system
+/// creates these folders together with the account, so callers use the path without a check; on Linux the
+/// first program that needs them creates them, and the launcher may be that program. An error here would send
+/// a new account's trace and log files to a path without a beginning. So the reference stands for the path,
+/// and FSRefMakePath returns it whether or not it exists.
 ///
 /// @param createFolder  kCreateFolder makes the folder, and those on the way: private (0700) in the user
 ///         domain, but not the home folder and what is above it, and 0755 in the local one; kDontCreateFolder
@@ -95,7 +95,7 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFold
 
 enum {
     kLSExecutableIncorrectFormat = -10661, // this system cannot run the executable
-    kLSUnknownErr = -10810,                // none of the reasons that have a number
+    kLSUnknownErr = -10810,                // any other reason
     kLSNotAnApplicationErr = -10811,       // the reference is not to an .app bundle
     kLSNoLaunchPermissionErr = -10826,     // the user may not execute it
     kLSNoExecutableErr = -10827            // the bundle has no executable, or names one outside itself
@@ -108,13 +108,13 @@ enum {
     kLSLaunchAndHide = 0x00100000 // the application is asked to begin hidden
 };
 
-typedef const struct __CFArray* CFArrayRef; // these two are named here, and used by nothing in this layer
+typedef const struct __CFArray* CFArrayRef; // only named here; nothing in this layer uses these two
 typedef struct AEDesc AEDesc;
 typedef AEDesc AERecord;
 typedef AERecord AppleEvent;
 
-/// What to open and how. The caller owns everything the record points to. Packed as on macOS, whose records of this age
-/// keep the alignment of the 68000: with 64 bits nothing is inserted behind the flags.
+/// What to open and how. The caller owns everything that the record points to. Packed as on macOS, whose
+/// records of this age keep the alignment of the 68000: with 64 bits there is no padding behind the flags.
 #pragma pack(push, 2)
 typedef struct LSApplicationParameters {
     CFIndex version; // 0
@@ -127,18 +127,18 @@ typedef struct LSApplicationParameters {
 } LSApplicationParameters;
 #pragma pack(pop)
 
-/// Starts an application bundle, unless it is running already, and returns once its executable has begun to
-/// run or could not.
+/// Starts an application bundle, unless it is running already. Returns when its executable has begun to run
+/// or has failed to.
 ///
-/// Which executable: Contents/MacOS/<name>, where the name is CFBundleExecutable of Contents/Info.plist (text
-/// or binary); without that key, or without a readable Info.plist of at most 64 KB, the bundle's own name
-/// without ".app". A name with a "/" in it is refused.
+/// The executable is Contents/MacOS/<name>, where the name is CFBundleExecutable of Contents/Info.plist (text
+/// or binary); without that key, or without a readable Info.plist of at most 64 KB, it is the bundle's own
+/// name without ".app". A name with a "/" in it is refused.
 ///
-/// What it gets: no arguments; the caller's environment with the variables below; folder "/"; standard input,
-/// output and error on /dev/null; no other open file; every signal at its default and none blocked; the file
-/// mode mask that this process was started with, whatever it has set since; a session of its own, so that no
-/// terminal and no process group ties it to the caller. It is nobody's child here: its end sends no SIGCHLD
-/// and leaves no zombie, also where this process adopts orphans (PR_SET_CHILD_SUBREAPER). Process 1 of a
+/// The process gets no arguments; the caller's environment with the variables below; folder "/"; standard
+/// input, output and error on /dev/null; no other open file; every signal at its default and none blocked;
+/// the umask that this process was started with, whatever it has set since; a session of its own, so that no
+/// terminal and no process group ties it to the caller. It is no child of this process: its end sends no
+/// SIGCHLD and leaves no zombie, even if this process adopts orphans (PR_SET_CHILD_SUBREAPER). Process 1 of a
 /// container is the exception: the kernel makes it the parent of every orphan.
 ///
 ///     PLATFORM_LAUNCHED=<process id>:<bundle path>
@@ -148,12 +148,12 @@ typedef struct LSApplicationParameters {
 ///         With kLSLaunchAndHide only: begin without showing a window, as the window system asks for on
 ///         macOS. The application should remove it from its environment once it has read it.
 ///
-/// Already running, in the sense of GetNextProcess: nothing is started and the result is noErr, as
-/// documented. The running application would also come to the front; no call for that works on every Linux
-/// desktop, so it stays where it is. Of two threads, or two processes of this user (and PLATFORM_ROOT), that
+/// If it is running already, in the sense of GetNextProcess, nothing is started and the result is noErr, as
+/// documented. On macOS the running application also comes to the front; no call for that works on every
+/// Linux desktop, so it stays where it is. If two threads, or two processes of this user (and PLATFORM_ROOT),
 /// open one bundle, the second waits and finds it running: each holds a lock, in /run/user/<id> or
-/// /tmp/zevolauncher-<id>, from its look at what runs until the start is known. After 10 seconds of waiting,
-/// or where no lock is to be had, it goes on without one and says so on standard error.
+/// /tmp/zevolauncher-<id>, from its check of what runs until the start is known. After 10 seconds of waiting,
+/// or if no lock can be taken, it goes on without one and reports that on standard error.
 ///
 /// @param outPSN  set on success to the application started or found running; may be null
 /// @return noErr, or

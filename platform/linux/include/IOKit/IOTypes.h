@@ -7,7 +7,7 @@
 
 typedef UInt32 IOOptionBits;
 
-/// A reference to something in the registry. Every one that a call returns is released with IOObjectRelease.
+/// A reference to an object of the registry. Every one that a call returns is released with IOObjectRelease.
 typedef mach_port_t io_object_t;
 typedef io_object_t io_iterator_t;
 typedef io_object_t io_registry_entry_t;

@@ -11,8 +11,9 @@ using namespace LinuxPlatform;
 
 namespace {
 
-/// The list that walks step through: that of the walk begun last. First come those that this process has started, which
-/// are known without a look at any other process; a walk that ends among them takes no list of the others.
+/// The list that walks step through, that of the latest walk. The applications that this process has started
+/// come first: they are known without reading any other process, and a walk that ends among them does not
+/// list the others.
 struct Walk {
     std::mutex mutex;
     std::vector<RunningApplication> started; // both by ascending process ids
@@ -25,7 +26,7 @@ Walk& walk() {
     return state;
 }
 
-/// Null where all have lower process ids.
+/// Null if none has a higher process id.
 const RunningApplication* firstAfter(const std::vector<RunningApplication>& applications, pid_t pid) {
     const auto next = std::upper_bound(
         applications.begin(), applications.end(), pid,
@@ -74,7 +75,8 @@ OSErr GetNextProcess(ProcessSerialNumber* psn) {
     }
     if (next == nullptr) {
         if (!current.hasOthers) {
-            // An unreadable /proc is an empty list: a caller that keeps asking after errors must come to an end.
+            // An unreadable /proc counts as an empty list: a caller that retries after errors must come to an
+            // end.
             listRunningApplications(current.others);
             const auto isStarted = [&](const RunningApplication& other) {
                 return hasProcess(current.started, other.pid);
@@ -99,7 +101,7 @@ CFDictionaryRef ProcessInformationCopyDictionary(const ProcessSerialNumber* psn,
         return nullptr;
     const ProcessSerialNumber now = serialNumberOf(application);
     if (now.highLongOfPSN != psn->highLongOfPSN)
-        return nullptr; // another process has come to have that id
+        return nullptr; // the id now belongs to another process
     const std::string bundle = outOfRoot(application.bundle);
     const std::string bundleName = lastComponent(bundle);
     const long long number =

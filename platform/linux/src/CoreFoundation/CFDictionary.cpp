@@ -63,7 +63,7 @@ public:
         return true;
     }
 
-    /// The copy: looking at it stays safe when an applier changes the dictionary.
+    /// A copy, so that the iteration stays valid if an applier changes the dictionary.
     std::vector<std::pair<const void*, const void*>> entries() const {
         return {m_entries.begin(), m_entries.end()};
     }
@@ -79,7 +79,7 @@ public:
             add(key, value);
             return;
         }
-        // Retained first: the new value may be the old one.
+        // Retain first: the new value may be the old one.
         const void* old = entry->second;
         entry->second = retainValue(value);
         releaseValue(old);

@@ -9,7 +9,7 @@
 namespace LinuxPlatform {
 namespace {
 
-/// Both ends of the 64-bit integers as exact doubles; the upper one is the first that does not fit.
+/// The range of the 64-bit integers as exact doubles; the upper end is the first value that does not fit.
 const double INTEGERS_BEGIN = -9223372036854775808.0;
 const double INTEGERS_END = 9223372036854775808.0;
 
@@ -26,7 +26,7 @@ CFNumberType fixedWidthInteger(std::size_t size) {
     }
 }
 
-/// One of the six fixed-width types for each of the named ones.
+/// Maps each named type to one of the six fixed-width types.
 CFNumberType canonical(CFNumberType type) {
     switch (type) {
     case kCFNumberCharType:
@@ -64,7 +64,7 @@ void write(void* to, T value) {
     std::memcpy(to, &value, sizeof(value));
 }
 
-/// Nearest 64-bit integer towards zero; false when that is not the value itself.
+/// The nearest 64-bit integer towards zero; false if that is not the value itself.
 bool toInteger(double real, std::int64_t& integer) {
     if (std::isnan(real)) {
         integer = 0;
@@ -169,7 +169,7 @@ CFComparisonResult Number::compareTo(const Number& other) const {
     }
     const double left = isReal() ? m_real : static_cast<double>(m_integer);
     const double right = other.isReal() ? other.m_real : static_cast<double>(other.m_integer);
-    // Numbers that are none sort before all others, so that the order stays total.
+    // NaNs sort before all other numbers, so that the order is total.
     if (std::isnan(left) || std::isnan(right)) {
         if (std::isnan(left) && std::isnan(right))
             return kCFCompareEqualTo;
@@ -181,7 +181,7 @@ CFComparisonResult Number::compareTo(const Number& other) const {
 }
 
 CFHashCode Number::hash() const {
-    // Through double for every number: an integer and a real of the same value are equal.
+    // Through double for every number, since an integer and a real of the same value are equal.
     return std::hash<double>()(isReal() ? m_real : static_cast<double>(m_integer));
 }
 
@@ -211,7 +211,7 @@ private:
 using namespace LinuxPlatform;
 
 /// Never destroyed: a signal handler may end the process while the thread that it interrupted holds the lock
-/// that an object's end takes.
+/// that an object's destructor takes.
 const CFBooleanRef kCFBooleanTrue = std::make_unique<const BooleanValue>(true).release();
 const CFBooleanRef kCFBooleanFalse = std::make_unique<const BooleanValue>(false).release();
 

@@ -16,7 +16,7 @@ const CFRunLoopMode kCFRunLoopCommonModes = CFSTR("kCFRunLoopCommonModes");
 namespace LinuxPlatform {
 namespace {
 
-/// Longer than this is for ever.
+/// In seconds; anything longer counts as for ever.
 const CFTimeInterval LONGEST_WAIT = 1.0e9;
 
 std::mutex& membershipLock() {
@@ -47,7 +47,7 @@ WakeUp::~WakeUp() {
 
 void WakeUp::signal() const {
     const std::uint64_t one = 1;
-    // The only failure left is a full counter, and then it is readable anyway.
+    // The only failure left is a full counter, and that is readable as well.
     [[maybe_unused]] const ssize_t written = write(m_descriptor, &one, sizeof(one));
 }
 
@@ -58,15 +58,15 @@ void WakeUp::clear() const {
 
 void RunLoopSource::invalidate() {
     const Owned<RunLoopSource> keepAlive = Owned<RunLoopSource>::share(this);
-    std::vector<Owned<RunLoopSource>> removed; // released after the lock is
+    std::vector<Owned<RunLoopSource>> removed; // released after the lock
     const std::lock_guard<std::mutex> lock(membershipLock());
     m_isValid = false;
     for (RunLoop* loop : m_loops)
-        loop->takeOut(*this, nullptr, removed);
+        loop->removeMemberships(*this, nullptr, removed);
     m_loops.clear();
 }
 
-/// Makes an activation the innermost one while it lasts.
+/// Makes an activation the innermost one during its lifetime.
 class RunLoop::ActivationScope {
 public:
     explicit ActivationScope(RunLoop& loop) : m_loop(loop) {
@@ -90,7 +90,7 @@ private:
 RunLoop::RunLoop() : Object(TypeID::RunLoop, Life::OfThread) {}
 
 RunLoop::~RunLoop() {
-    std::vector<Membership> released; // after the lock is
+    std::vector<Membership> released; // released after the lock
     const std::lock_guard<std::mutex> lock(membershipLock());
     released.swap(m_memberships);
     for (const Membership& membership : released) {
@@ -99,8 +99,8 @@ RunLoop::~RunLoop() {
     }
 }
 
-/// The main thread's loop stays until the process is gone. A signal handler may end the process while this
-/// thread, or the one interrupted, holds the membership lock, which a loop's end has to take.
+/// The main thread's loop is never released. A signal handler may end the process while this thread, or the
+/// interrupted one, holds the membership lock, which a loop's destructor takes.
 struct RunLoop::OfThread {
     RunLoop* const loop = handOver(std::make_unique<RunLoop>());
 
@@ -131,15 +131,15 @@ void RunLoop::add(RunLoopSource& source, const std::u16string& mode) {
 }
 
 void RunLoop::remove(RunLoopSource& source, const std::u16string& mode) {
-    std::vector<Owned<RunLoopSource>> removed; // released after the lock is
+    std::vector<Owned<RunLoopSource>> removed; // released after the lock
     const std::lock_guard<std::mutex> lock(membershipLock());
-    takeOut(source, &mode, removed);
+    removeMemberships(source, &mode, removed);
     for (std::size_t count = 0; count < removed.size(); ++count)
         source.m_loops.erase(std::find(source.m_loops.begin(), source.m_loops.end(), this));
 }
 
-void RunLoop::takeOut(const RunLoopSource& source, const std::u16string* mode,
-                      std::vector<Owned<RunLoopSource>>& removed) {
+void RunLoop::removeMemberships(const RunLoopSource& source, const std::u16string* mode,
+                                std::vector<Owned<RunLoopSource>>& removed) {
     for (auto membership = m_memberships.begin(); membership != m_memberships.end();) {
         if (membership->source.get() != &source || (mode && membership->mode != *mode)) {
             ++membership;
@@ -187,7 +187,7 @@ void RunLoop::sleep(std::vector<pollfd>& descriptors, const Clock::time_point* d
     m_isWaiting = false;
     if (ready > 0)
         return;
-    // Time is up, or a signal came in between: nothing counts as ready.
+    // A timeout, or an interruption by a signal: nothing is ready.
     for (pollfd& descriptor : descriptors)
         descriptor.revents = 0;
 }
@@ -209,7 +209,7 @@ bool RunLoop::deliverReady(const std::vector<Owned<RunLoopSource>>& sources, con
         bool isReady = false;
         for (; next < ends[index]; ++next)
             isReady = isReady || descriptors[next].revents != 0;
-        // A callback may have taken out the sources after its own.
+        // A callback may have removed the sources behind its own.
         if (!isReady || !contains(*sources[index].get(), mode))
             continue;
         handled = sources[index]->deliver() || handled;

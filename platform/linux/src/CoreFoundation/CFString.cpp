@@ -23,7 +23,7 @@ CFStringRef decoded(std::string_view bytes, CFStringEncoding encoding, bool exte
     return units ? newString(std::move(*units)) : nullptr;
 }
 
-/// Texts of CFSTR by their literals.
+/// The texts of CFSTR, by their literals.
 class ConstantTexts {
 public:
     static ConstantTexts& get() {
@@ -105,7 +105,7 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* units, C
 }
 
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef text) {
-    // Texts never change: the same object with one more owner is as good as a copy.
+    // Texts are immutable: one more reference is as good as a copy.
     return static_cast<CFStringRef>(CFRetain(text));
 }
 

@@ -19,7 +19,7 @@ __attribute__((format(printf, 1, 0))) void print(const char* format, va_list arg
         return;
     std::size_t length = std::min(static_cast<std::size_t>(needed), sizeof(line) - 2);
     line[length++] = '\n';
-    // Nobody is left to tell when standard error itself cannot be written to.
+    // If standard error cannot be written to, there is nowhere to report it.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, length);
 }
 

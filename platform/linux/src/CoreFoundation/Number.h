@@ -6,7 +6,7 @@
 
 namespace LinuxPlatform {
 
-/// What a CFNumberRef points to: a 64-bit integer or a double, and the width it was made with.
+/// What a CFNumberRef points to: a 64-bit integer or a double, and the type that it was created with.
 class Number final : public Object {
 public:
     Number(CFNumberType type, std::int64_t value)
@@ -14,7 +14,7 @@ public:
     Number(CFNumberType type, double value)
         : Object(TypeID::Number, Life::Counted), m_type(type), m_real(value) {}
 
-    /// nullptr for a type that does not exist.
+    /// Null for an unknown type.
     static std::unique_ptr<Number> make(CFNumberType type, const void* value);
 
     CFNumberType numberType() const { return m_type; }

@@ -12,11 +12,11 @@ const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
 
 namespace LinuxPlatform {
 
-/// Every object there is. The reference counts are changed under this lock too, so that no other thread can
+/// All live objects. The reference counts are changed under this lock too, so that no other thread can
 /// destroy an object between its look-up and the change.
 class LiveObjectList {
 public:
-    /// Outlives every static object, for these may release theirs at exit.
+    /// Never destroyed, since static objects may release theirs at exit.
     static LiveObjectList& get() {
         static LiveObjectList& list = *new LiveObjectList;
         return list;
@@ -42,7 +42,7 @@ public:
         return object;
     }
 
-    /// `last` receives the object when this was its last owner; it is off the list then.
+    /// `last` receives the object if this was its last reference; then it is no longer listed.
     bool release(CFTypeRef cf, std::unique_ptr<const Object>& last) {
         const std::lock_guard<std::mutex> lock(m_lock);
         const Object* object = find(cf);
@@ -55,7 +55,7 @@ public:
         return true;
     }
 
-    /// 0 for what is no object.
+    /// 0 for something that is no object.
     CFIndex owners(CFTypeRef cf) {
         const std::lock_guard<std::mutex> lock(m_lock);
         const Object* object = find(cf);

@@ -2,8 +2,9 @@
 
 // Base of every CoreFoundation object: the reference count, and what CFEqual, CFHash and "%@" need.
 //
-// All live objects are listed. CFRetain and CFRelease look an object up before they touch it, so one release
-// too many becomes a message instead of a corrupted heap; and the list's length tells tests what was leaked.
+// All live objects are listed. CFRetain and CFRelease look an object up before they access it, so that one
+// release too many causes a message instead of heap corruption; and the length of the list shows tests what
+// was leaked.
 
 #include <CoreFoundation/CFBase.h>
 
@@ -17,8 +18,8 @@ enum class TypeID : CFTypeID { String = 1, Number, Boolean, Dictionary, RunLoop,
 class Object {
 public:
     enum class Life {
-        Counted,  ///< belongs to those who created or retained it
-        OfThread, ///< a thread's run loop: counted references, but nobody's leak
+        Counted,  ///< owned by those who created or retained it
+        OfThread, ///< a thread's run loop: reference-counted, but nobody's leak
         Constant  ///< never destroyed; retaining and releasing change nothing
     };
 
@@ -35,7 +36,7 @@ public:
     virtual std::u16string description() const;
 
 protected:
-    /// The new object has one owner: whoever asked for it.
+    /// The new object has one reference: its creator's.
     Object(TypeID type, Life life);
 
 private:
@@ -46,15 +47,15 @@ private:
     mutable CFIndex m_owners = 1; ///< guarded by the list's lock
 };
 
-/// Objects that clients still have to release.
+/// The number of objects that clients still have to release.
 std::size_t liveObjectCount();
 
-/// The object behind a reference that a caller hands in.
+/// The object behind a reference that a caller passes.
 inline const Object& objectOf(CFTypeRef cf) {
     return *static_cast<const Object*>(cf);
 }
 
-/// Hands a new object over to a caller of the framework.
+/// Passes the ownership of a new object to a caller of the framework.
 template <class T>
 T* handOver(std::unique_ptr<T> object) {
     return object.release();
@@ -65,7 +66,7 @@ template <class T>
 class Owned {
 public:
     Owned() = default;
-    /// Takes over a reference that the caller owns.
+    /// Takes ownership of a reference.
     explicit Owned(T* object) : m_object(object) {}
     Owned(const Owned& other) : m_object(other.m_object) { retain(); }
     Owned(Owned&& other) noexcept : m_object(other.m_object) { other.m_object = nullptr; }
@@ -78,7 +79,7 @@ public:
             CFRelease(m_object);
     }
 
-    /// Shares an object that somebody else owns.
+    /// Adds a reference to an object that somebody else owns.
     static Owned share(T* object) {
         Owned shared(object);
         shared.retain();

@@ -2,10 +2,10 @@
 
 // Run loops and their sources.
 //
-// A source names descriptors; its loop sleeps in ppoll on the descriptors of all its sources and on one of
-// its own, by which other threads wake it. One lock guards the membership of all sources in all loops. It is
-// never held while a source delivers or is destroyed, and of other locks only that of the live objects is
-// taken under it.
+// A source has descriptors; its loop sleeps in ppoll on the descriptors of all its sources and on one of its
+// own, by which other threads wake it. One lock guards the membership of all sources in all loops. It is
+// never held while a source delivers or is destroyed; the only lock that may be taken under it is that of the
+// live objects.
 
 #include "Object.h"
 
@@ -18,7 +18,7 @@
 
 namespace LinuxPlatform {
 
-/// A counter that poll can wait for; several calls of signal() before one of clear() count as one.
+/// An event counter that poll can wait for; several calls of signal() before one of clear() count as one.
 class WakeUp {
 public:
     WakeUp();
@@ -26,7 +26,7 @@ public:
     WakeUp& operator=(const WakeUp&) = delete;
     ~WakeUp();
 
-    /// False when the system had no descriptor left.
+    /// False if the system had no descriptor left.
     bool isOpen() const { return m_descriptor >= 0; }
     int descriptor() const { return m_descriptor; }
     void signal() const;
@@ -36,15 +36,15 @@ private:
     const int m_descriptor;
 };
 
-/// What a CFRunLoopSourceRef points to. Derived by those who have something to deliver.
+/// What a CFRunLoopSourceRef points to. Subclasses have something to deliver.
 class RunLoopSource : public Object {
 public:
-    /// Adds the descriptors whose readability means that deliver() may have something to do. Asked before each
+    /// Adds the descriptors that are readable when deliver() may have something to do. Called before each
     /// sleep.
     virtual void appendDescriptors(std::vector<pollfd>& descriptors) const = 0;
 
-    /// Calls at most one callback, on the thread of the loop; true when it has called one. What remains must
-    /// keep a descriptor readable.
+    /// Calls at most one callback, on the loop's thread; returns whether it has called one. If anything is
+    /// left to deliver, a descriptor must stay readable.
     virtual bool deliver() = 0;
 
     void invalidate();
@@ -57,7 +57,7 @@ private:
     friend class RunLoop;
 
     std::atomic<bool> m_isValid{true};
-    std::vector<RunLoop*> m_loops; ///< those that hold it; guarded by the membership lock
+    std::vector<RunLoop*> m_loops; ///< the loops that contain it; guarded by the membership lock
 };
 
 /// What a CFRunLoopRef points to.
@@ -66,7 +66,7 @@ public:
     RunLoop();
     ~RunLoop() override;
 
-    /// The calling thread's own.
+    /// The calling thread's loop.
     static RunLoop& current();
 
     void add(RunLoopSource& source, const std::u16string& mode);
@@ -100,9 +100,9 @@ private:
     void sleep(std::vector<pollfd>& descriptors, const Clock::time_point* deadline);
     bool deliverReady(const std::vector<Owned<RunLoopSource>>& sources, const std::u16string& mode,
                       const Activation& activation, const Clock::time_point* deadline, bool onlyOne);
-    /// Moves the memberships of a source, in one mode or in all, to `removed`. With the lock held.
-    void takeOut(const RunLoopSource& source, const std::u16string* mode,
-                 std::vector<Owned<RunLoopSource>>& removed);
+    /// Moves the memberships of a source, in one mode or (null) in all, to `removed`. The lock is held.
+    void removeMemberships(const RunLoopSource& source, const std::u16string* mode,
+                           std::vector<Owned<RunLoopSource>>& removed);
 
     WakeUp m_wakeUp;
     std::atomic<bool> m_isWaiting{false};

@@ -31,7 +31,7 @@ private:
 /// device can make its own description unreadable.
 CFStringRef makeString(std::string_view text);
 
-/// UTF-8.
+/// The text in UTF-8.
 std::string textOf(CFStringRef text);
 
 /// printf with "%@".

@@ -16,12 +16,12 @@ std::u16string fromNarrow(std::string_view text) {
     return units.value_or(std::u16string());
 }
 
-/// va_list in a class: a bare one may be an array, which changes its type when passed on.
+/// A va_list in a struct: a bare one may be an array, which changes its type when it is passed on.
 struct Arguments {
     va_list list;
 };
 
-/// One conversion of the format, with '*' replaced by the numbers that the arguments gave for it.
+/// One conversion of the format, with each '*' replaced by its argument.
 struct Conversion {
     std::string flagsWidthPrecision;
     std::string length;
@@ -33,7 +33,7 @@ struct Conversion {
     }
 };
 
-/// A negative width asks for left alignment, which its text does by itself; a negative precision counts as
+/// A negative width means left alignment, which its minus sign expresses; a negative precision counts as
 /// none.
 void appendStar(int number, std::string& flagsWidthPrecision) {
     const bool isPrecision = !flagsWidthPrecision.empty() && flagsWidthPrecision.back() == '.';
@@ -59,7 +59,7 @@ Conversion readConversion(std::u16string_view format, std::size_t& position, Arg
     return conversion;
 }
 
-/// The format is put together above from conversions known to fit the argument.
+/// The format was composed above from a conversion that fits the argument.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 template <class T>

@@ -19,7 +19,7 @@ const bool LITTLE_ENDIAN_HOST = false;
 #define HOST_UTF32 "UTF-32BE"
 #endif
 
-/// Foundation names an encoding that it has no small number for by this bit and CoreFoundation's number.
+/// Foundation's number of an encoding without a small one: this bit and CoreFoundation's number.
 const unsigned long FOUNDATION_FLAG = 0x80000000UL;
 
 const TextEncoding ENCODINGS[] = {
@@ -53,7 +53,7 @@ public:
 
     bool isOpen() const { return m_handle != closed(); }
 
-    /// Converts as much as it can; `input` shrinks to what is left, and the result is 0 or iconv's errno.
+    /// Converts as much as possible. `input` becomes what is left; returns 0 or iconv's errno.
     int convert(std::string_view& input, char*& output, std::size_t& outputRoom) {
         // iconv does not write to its input; only its C signature lacks the const.
         char* from = const_cast<char*>(input.data());
@@ -68,7 +68,7 @@ private:
     static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
 
     // The C library loads and unloads its conversion modules under a lock of its own, which the thread
-    // sanitizer does not see.
+    // sanitizer does not know.
     static std::mutex ms_openAndClose;
 
     iconv_t m_handle;
@@ -89,7 +89,7 @@ std::u16string widen(std::string_view bytes) {
     return units;
 }
 
-/// Obeys and removes a byte order mark; returns the iconv name to read the rest with.
+/// Removes a byte order mark; returns the iconv name for the rest, which the mark may change.
 const char* takeByteOrderMark(std::string_view& bytes, const TextEncoding& encoding) {
     struct Mark {
         CFStringEncoding encoding;
@@ -116,7 +116,7 @@ std::optional<std::u16string> convert(std::string_view bytes, const char* iconvN
     Converter converter(HOST_UTF16, iconvName);
     if (!converter.isOpen())
         return std::nullopt;
-    // No encoding here makes more than one unit of a byte.
+    // No encoding here makes more than one unit of one byte.
     std::u16string units(bytes.size(), u'\0');
     char* output = reinterpret_cast<char*>(units.data());
     std::size_t room = units.size() * sizeof(char16_t);
@@ -147,7 +147,7 @@ std::string_view bytesOf(std::u16string_view units) {
     return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
 }
 
-/// Copies leading ASCII characters, which look the same in the plain encodings.
+/// Copies leading ASCII characters, which are the same in the plain encodings.
 void encodeAsciiPrefix(std::u16string_view units, std::size_t maxBytes, EncodedText& result) {
     while (result.unitsRead < units.size() && units[result.unitsRead] < 0x80 &&
            result.bytes.size() < maxBytes)
@@ -171,7 +171,7 @@ void encodeByIconv(std::u16string_view units, const TextEncoding& encoding, UInt
         const int error = converter.convert(input, output, roomLeft);
         result.bytes.resize(start + room - roomLeft);
         result.unitsRead = units.size() - input.size() / sizeof(char16_t);
-        // What is left begins with a character that the encoding lacks (or half of one), or no room remains.
+        // The rest begins with a character that the encoding lacks (or half of one), or the buffer is full.
         if (error == 0 || error == E2BIG || lossByte == 0 || result.bytes.size() >= maxBytes)
             return;
         result.bytes += static_cast<char>(lossByte);
@@ -189,7 +189,7 @@ void appendByteOrderMark(CFStringEncoding encoding, std::size_t maxBytes, Encode
         result.bytes += mark;
 }
 
-/// Null where no row of the table matches.
+/// Null if no row of the table matches.
 template <typename Matches>
 const TextEncoding* findRow(Matches matches) {
     const auto* found = std::find_if(std::begin(ENCODINGS), std::end(ENCODINGS), matches);
@@ -210,8 +210,7 @@ std::optional<std::u16string> decodeText(std::string_view bytes, CFStringEncodin
     const TextEncoding* known = findEncoding(encoding);
     if (!known)
         return std::nullopt;
-    // macOS reads an "ASCII" byte above 0x7F as the Unicode character of that number: that is ISO
-    // Latin-1.
+    // macOS reads an "ASCII" byte above 0x7F as the Unicode character of that number, which is ISO Latin-1.
     if (encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1)
         return widen(bytes);
     const char* iconvName = external ? takeByteOrderMark(bytes, *known) : known->iconvName;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Texts to bytes and back, in the encodings that CFString names. The plain cases (ASCII, ISO Latin-1, and
-// UTF-8 that is all ASCII) are copied; everything else goes through iconv(3), never with its
+// Conversions between texts and bytes, in the encodings that CFString names. The plain cases (ASCII, ISO
+// Latin-1, and UTF-8 that is all ASCII) are copied; everything else goes through iconv(3), never with its
 // transliterations.
 
 #include <CoreFoundation/CFString.h>
@@ -19,23 +19,23 @@ struct TextEncoding {
     CFIndex bytesPerUnit; ///< most bytes that one UTF-16 unit can need
 };
 
-/// nullptr for an encoding that is not known.
+/// Null for an unknown encoding.
 const TextEncoding* findEncoding(CFStringEncoding number);
 const TextEncoding* findFoundationEncoding(unsigned long number);
 
-/// Nothing when the bytes are not valid, or the encoding is not known.
+/// Nothing if the bytes are not valid, or the encoding is unknown.
 std::optional<std::u16string> decodeText(std::string_view bytes, CFStringEncoding encoding, bool external);
 
 struct EncodedText {
     std::string bytes;
-    std::size_t unitsRead = 0; ///< fewer than given when a character did not fit the encoding or the limit
+    std::size_t unitsRead = 0; ///< fewer than given if a character did not fit the encoding or the limit
 };
 
-/// Whole characters of `units`, in at most `maxBytes` bytes. `lossByte` as for CFStringGetBytes.
+/// Encodes whole characters of `units`, into at most `maxBytes` bytes. `lossByte` as for CFStringGetBytes.
 EncodedText encodeText(std::u16string_view units, CFStringEncoding encoding, UInt8 lossByte, bool external,
                        std::size_t maxBytes);
 
-/// UTF-8 of a text; what has none (half a surrogate pair) becomes '?'.
+/// The text in UTF-8; half a surrogate pair becomes '?'.
 std::string toUtf8(std::u16string_view units);
 
 } // namespace LinuxPlatform

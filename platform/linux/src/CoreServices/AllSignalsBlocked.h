@@ -4,8 +4,8 @@
 
 namespace LinuxPlatform {
 
-/// As long as one lives, no handler of this process runs on this thread, nor on a thread or in a process that it starts
-/// meanwhile.
+/// While one exists, no signal handler of this process runs on this thread, nor on a thread or in a process
+/// that it starts meanwhile.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {

@@ -10,7 +10,7 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// The bundle's name without ".app". A link to a bundle gives it its name, whatever the folder is called.
+/// The bundle's name without ".app". If a link of such a name leads to the bundle, the link's name counts.
 std::string ownName(const ReferencedPath& bundle) {
     std::string name = lastComponent(bundle.named);
     if (!isBundleName(name))

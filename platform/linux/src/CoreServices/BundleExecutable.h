@@ -5,17 +5,19 @@
 #include <CoreServices/CoreServices.h>
 #include <string>
 
-// Which file an application bundle is started by. Looks, starts nothing; any thread.
+// Finds the file that an application bundle is started by. Starts nothing; any thread.
 
 namespace LinuxPlatform {
 
 /// Whether something is an application bundle.
-/// @return noErr, kLSNotAnApplicationErr, or what the system says of the path
+/// @return noErr, kLSNotAnApplicationErr, or the result for the errno of stat(2)
 OSStatus checkBundle(const ReferencedPath& bundle);
 
-/// The file that a bundle is started by: CFBundleExecutable of its Info.plist, else its own name, in Contents/MacOS.
-/// @return noErr; kLSNoExecutableErr: there is none, or it would lie elsewhere (then `file` says which was looked for,
-///     where one was); kLSNoLaunchPermissionErr: this user may not look
+/// The file that a bundle is started by: CFBundleExecutable of its Info.plist, else its own name, in
+/// Contents/MacOS.
+/// @return noErr; kLSNoExecutableErr: there is none, or it would be elsewhere (`file` is then the path that
+/// was
+///     tried, if any); kLSNoLaunchPermissionErr: this user may not search a folder on the way
 OSStatus findBundleExecutable(const ReferencedPath& bundle, std::string& file);
 
 } // namespace LinuxPlatform

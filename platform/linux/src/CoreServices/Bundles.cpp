@@ -20,8 +20,7 @@ std::string absolutePath(const std::string& path) {
     if (path[0] == '/')
         return path;
     std::unique_ptr<char, decltype(&std::free)> here(::getcwd(nullptr, 0), &std::free);
-    // Without a current folder nothing can be found below a relative root; nothing is what the caller shall
-    // find.
+    // Without a current folder, nothing below a relative root can be found; this path makes sure of that.
     return std::string(here ? here.get() : "") + "/" + path;
 }
 

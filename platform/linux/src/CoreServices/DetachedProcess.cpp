@@ -15,23 +15,23 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// How a process is started that is nobody's child here.
+// How a process is started that is not a child of this one.
 //
 //   this process -- clone, exit signal 0 --> middle process -- clone --> the program
 //
-// An exec gives every process the exit signal SIGCHLD back, so a direct child cannot run a program and stay
-// silent. The middle process never execs: it is waited for, by its id, and its end sends no signal. Its own
+// An exec resets the exit signal of every process to SIGCHLD, so a direct child cannot run a program and end
+// silently. The middle process never execs: it is waited for, by its id, and its end sends no signal. Its own
 // child, the program, is adopted by init, or by the user's service manager, when the middle process ends.
 //
-// Both use this process's memory, each on a stack of its own, because to copy the page tables twice takes
-// longer than all the rest of a start. CLONE_VFORK makes each parent wait until its child has ended or run
-// its program, so the calling thread is not in the way; the other threads go on. Between clone and exec runs
-// only what is safe beside them: system calls, some of them made directly because a preloaded library may
-// have put a lock around the C library's function. What a call changes, apart from errno, belongs to the new
-// process alone.
+// Both use this process's memory, each on a stack of its own, because copying the page tables twice takes
+// longer than all the rest of a start. CLONE_VFORK makes each parent wait until its child has ended or called
+// exec, so the calling thread does not interfere; the other threads go on. Between clone and exec only code
+// runs that is safe beside them: system calls, some of them made directly, because a preloaded library may
+// have put a lock around the C library's function. What these calls change, apart from errno, belongs to the
+// new process alone.
 
-// A sanitizer's books about stacks and signal actions cannot be kept for several processes in one memory:
-// there, each process gets a copy.
+// A sanitizer cannot track the stacks and signal actions of several processes in one memory: under it, each
+// process gets a copy.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ZEVO_COPIES_MEMORY 1
 #elif defined(__has_feature)
@@ -47,7 +47,7 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// The mask that the user's session set. Read before main, because the product sets it to 0 for its own
+/// The umask that the user's session set. Read before main(), because the product sets it to 0 for its own
 /// folders.
 mode_t readFileModeMask() {
     const mode_t mask = ::umask(022);
@@ -61,12 +61,12 @@ struct Outcome {
     int error;
 };
 
-/// Memory that this process and the two it starts see in common, also where they have copies of the rest.
-/// It stays, so that the next start finds its pages in place; a forked process, which sees it too, gets its
-/// own.
+/// Memory that this process shares with the two it starts, even if they have copies of the rest. It is never
+/// freed, so that the next start finds its pages in place; a forked process, which would share it too,
+/// allocates its own.
 class SharedMemory {
 public:
-    /// False when there is no memory.
+    /// False if there is no memory.
     bool prepare() {
         if (m_content == nullptr || m_owner != ::getpid()) {
             void* memory = ::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE,
@@ -80,7 +80,7 @@ public:
         return true;
     }
     volatile Outcome* outcome() const { return &m_content->outcome; }
-    /// The highest address of each, from where it grows.
+    /// The highest address of each stack: stacks grow down.
     void* stackOfMiddleProcess() const { return m_content->stacks[0] + STACK_SIZE; }
     void* stackOfProgram() const { return m_content->stacks[1] + STACK_SIZE; }
 
@@ -94,7 +94,7 @@ private:
     pid_t m_owner = -1;
 };
 
-/// A process that adopts orphans would adopt the program, and be sent its SIGCHLD in the end.
+/// A process that adopts orphans would adopt the program, and get a SIGCHLD at its end.
 class NoAdoption {
 public:
     NoAdoption() {
@@ -113,7 +113,7 @@ private:
     int m_before = 0;
 };
 
-/// Everything that the two processes need, in place before the first of them exists.
+/// Everything that the two processes need, prepared before the first of them exists.
 struct Preparation {
     const char* file;
     char* const* arguments;
@@ -134,8 +134,8 @@ int runNewProcess(void* process) {
     return 0;
 }
 
-/// Returns the id of the new process once that has ended or become a program; -1, with errno, when there is
-/// none.
+/// Returns the id of the new process once that has ended or called exec; -1, with errno, if it was not
+/// created.
 long startProcess(NewProcess process, int exitSignal, void* stack) {
 #if ZEVO_COPIES_MEMORY
     static_cast<void>(stack);
@@ -163,8 +163,8 @@ void setAllSignals(void (*disposition)(int)) {
         ::sigaction(signal, &action, nullptr);
 }
 
-/// Ignoring a signal for a moment also discards one that is pending: what was sent to the launcher's process
-/// group before this process left it was not meant for the program.
+/// Ignoring a signal for a moment also discards a pending one: what was sent to the launcher's process group
+/// before this process left it was not meant for the program.
 void resetSignals() {
     sigset_t pending;
     if (::sigpending(&pending) != 0 || !::sigisemptyset(&pending))
@@ -177,7 +177,7 @@ bool putNullDeviceOnStandardFiles() {
     if (nullDevice < 0)
         return false;
     for (int file = 0; file <= 2; ++file) {
-        // The null device has one of these numbers already where this process had none of its own there.
+        // The null device already has one of these numbers if this process had no file there.
         if (file != nullDevice && ::syscall(SYS_dup3, nullDevice, file, 0) < 0)
             return false;
     }
@@ -214,14 +214,14 @@ void writeDigits(char* place, std::size_t width, pid_t pid) {
     if (pid < 0)
         preparation.shared->outcome()->error = errno;
     else if (preparation.shared->outcome()->error != 0)
-        ::syscall(SYS_wait4, pid, nullptr, 0, nullptr); // or its adopter would be told of its end
+        ::syscall(SYS_wait4, pid, nullptr, 0, nullptr); // reaped here, not by its adopter
     preparation.shared->outcome()->pid = static_cast<pid_t>(pid);
     endProcess();
 }
 
 /// Starts the middle process and waits for its end.
 int runBothProcesses(const Preparation& preparation) {
-    const AllSignalsBlocked blocked; // a handler would write to the files that all of them share
+    const AllSignalsBlocked blocked; // a handler would write to files that all of them share
     const NoAdoption noAdoption;
     const long middle =
         startProcess({runMiddleProcess, &preparation}, 0, preparation.shared->stackOfMiddleProcess());

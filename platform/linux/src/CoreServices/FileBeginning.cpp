@@ -26,7 +26,7 @@ int readBeginning(const std::string& path, std::size_t limit, int flags, std::st
         const ssize_t count = ::read(file, piece, wanted);
         if (count > 0)
             content.append(piece, static_cast<std::size_t>(count));
-        // Neither a file of /proc nor a script grows meanwhile: a short read is the end, and saves another
+        // Neither a file of /proc nor a script grows meanwhile: a short read is the end. That saves another
         // call for each of some hundred processes.
         if (count < static_cast<ssize_t>(wanted) || content.size() == limit)
             break;

@@ -5,12 +5,11 @@
 
 namespace LinuxPlatform {
 
-/// What a file of /proc or another small file begins with.
+/// Reads the beginning of a file of /proc or of another small file. Any thread.
 /// @param limit    in bytes
 /// @param flags    more flags for open(2)
-/// @param content  empty when there is no such file, or none for this user
-/// @return 0, or what this process or the machine lacks to read it: an errno that isLackOfMeans()
-///     knows. Any thread.
+/// @param content  empty if there is no such file, or this user may not read it
+/// @return 0, or the errno if this process or the machine has no descriptors or memory left (isLackOfMeans())
 int readBeginning(const std::string& path, std::size_t limit, int flags, std::string& content);
 
 } // namespace LinuxPlatform

@@ -52,7 +52,7 @@ private:
 };
 
 PathTable& pathTable() {
-    // Never destroyed: a reference may be used until the very end of the process.
+    // Never destroyed: a reference may be used until the process ends.
     static PathTable& table = *new PathTable;
     return table;
 }
@@ -64,8 +64,8 @@ FSRef pack(const Record& record) {
     return ref;
 }
 
-/// The path in the form that bundle paths are reported and compared in. "." and ".." cannot be taken out
-/// without knowing which components are links; a path with such components is known by its real path.
+/// The path in the form in which bundle paths are reported and compared. "." and ".." cannot be removed
+/// without knowing which components are links, so a path with such components is replaced by its real path.
 std::string tidyPath(const std::string& path, const std::string& real) {
     if (path[0] != '/')
         return real;

@@ -15,7 +15,7 @@ using namespace LinuxPlatform;
 
 namespace {
 
-/// Callers of FSRefMakePath reserve 2048 bytes, and would have no path at all for a longer one.
+/// Callers of FSRefMakePath have buffers of 2048 bytes: with a longer path they would have none at all.
 const std::size_t LONGEST_PATH = 2047;
 
 const char DATA_FOLDER_IN_HOME[] = ".local/share";
@@ -63,13 +63,13 @@ std::string userDataFolder() {
     return home.empty() ? home : home + DATA_FOLDER_IN_HOME;
 }
 
-/// How much of the user's data folder is the home folder: nothing when it lies elsewhere.
+/// How many characters of the user's data folder are the home folder; 0 if it is elsewhere.
 std::size_t lengthOfHome(const std::string& data) {
     const std::string home = homeFolder();
     return !home.empty() && data.compare(0, home.size(), home) == 0 ? home.size() - 1 : 0;
 }
 
-/// @param given  the length of the part of the path that is not made: it is there, or nothing is made
+/// @param given  length of the part of the path that is not created: it exists, or nothing is created
 OSStatus createFolders(const std::string& path, std::size_t given, mode_t mode) {
     for (std::size_t end = path.find('/', given + 1);; end = path.find('/', end + 1)) {
         if (::mkdir(path.substr(0, end).c_str(), mode) != 0 && errno != EEXIST && errno != EISDIR)
@@ -99,7 +99,7 @@ OSErr FSFindFolder(FSVolumeRefNum vRefNum, OSType folderType, Boolean createFold
     if (path.empty() || path.size() > LONGEST_PATH)
         return fnfErr;
     if (createFolder) {
-        // A home that is not there yet is somebody else's to make or to mount.
+        // A home folder that does not exist is for somebody else to create or to mount.
         const OSStatus status =
             isUsers ? createFolders(path, lengthOfHome(path), 0700) : createFolders(path, 0, 0755);
         if (status != noErr)

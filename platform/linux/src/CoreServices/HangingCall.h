@@ -9,9 +9,9 @@
 
 namespace LinuxPlatform {
 
-/// A signal of these comes from what the thread itself has done: where it is blocked, the kernel ends the process without
-/// its crash handler.
-inline void hearOwnFaults() {
+/// Unblocks the signals that a thread causes itself: if such a signal is blocked, the kernel ends the process
+/// without its crash handler.
+inline void unblockOwnFaults() {
     sigset_t faults;
     ::sigemptyset(&faults);
     for (const int fault : {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS})
@@ -19,10 +19,11 @@ inline void hearOwnFaults() {
     ::pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
 }
 
-/// Makes a call that may wait for a file system for ever. A thread that waits so hears no signal, and the launcher could
-/// not be told to stop: so another thread makes the call, which hears no signal but those of its own faults, and this one
-/// waits for it where signals reach it. Where there is no thread to be had, this one makes the call.
-/// @return what the call returns; what it throws, comes out here
+/// Makes a call that may block on a file system for ever. A thread that blocks so handles no signal, and the
+/// launcher could not be told to stop. So another thread makes the call, with all signals blocked except
+/// those of its own faults, and this one waits where signals reach it. If no thread can be created, this one
+/// makes the call.
+/// @return what the call returns; an exception of the call is rethrown here
 template <typename Call>
 auto makeHangingCall(Call call) -> decltype(call()) {
     std::packaged_task<decltype(call())()> task(call);
@@ -32,7 +33,7 @@ auto makeHangingCall(Call call) -> decltype(call()) {
     try {
         const AllSignalsBlocked onTheOtherThread;
         other = std::thread([&task, &isJoined] {
-            hearOwnFaults();
+            unblockOwnFaults();
             task();
             isJoined.get_future().wait();
         });
@@ -40,7 +41,8 @@ auto makeHangingCall(Call call) -> decltype(call()) {
         return call();
     }
     result.wait();
-    // A signal may end the program up to here, but not once the other thread ends: it would never be joined.
+    // Up to here a signal may end the program; not once the other thread is ending, since it would never be
+    // joined.
     const AllSignalsBlocked whileItEnds;
     isJoined.set_value();
     other.join();

@@ -15,7 +15,7 @@ namespace LinuxPlatform {
 namespace {
 
 std::string readSmallRegularFile(const std::string& path) {
-    // Non-blocking, because what bears the name may be a pipe that nobody writes to.
+    // Non-blocking, because the path may lead to a pipe without a writer.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return std::string();

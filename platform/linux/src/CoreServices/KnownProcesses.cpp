@@ -15,9 +15,9 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// How many processes there are, told by one call: a folder has two links, and one more for each folder in
-/// it. In a namespace of its own, /proc counts the processes of all (proc_root_getattr() in the kernel's
-/// fs/proc/root.c). -1 when it cannot be told.
+/// The number of processes, with one call: a folder has two links, and one more for each folder in it. In a
+/// PID namespace of its own, /proc counts the processes of all (proc_root_getattr() in the kernel's
+/// fs/proc/root.c). -1 if it cannot be read.
 long countProcesses(long otherFolders) {
     struct stat folder;
     return ::stat(processesFolder().c_str(), &folder) == 0
@@ -25,7 +25,7 @@ long countProcesses(long otherFolders) {
                : -1;
 }
 
-/// In the /proc of another namespace the ids are those of other processes.
+/// In the /proc of another PID namespace, the ids are those of other processes.
 bool isListOfThisProcess() {
     char target[32];
     const ssize_t length = ::readlink((processesFolder() + "/self").c_str(), target, sizeof target);
@@ -46,25 +46,25 @@ KnownProcesses& KnownProcesses::get() {
     return processes;
 }
 
-int KnownProcesses::visit(const std::string& root, uid_t user, const Look& look) {
+int KnownProcesses::visit(const std::string& root, uid_t user, const Inspect& inspect) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (root != m_root || user != m_user)
         m_known.clear();
     m_root = root;
     m_user = user;
-    const int error = visitAll(look);
+    const int error = visitAll(inspect);
     if (error == 0 || error == ESRCH)
-        noteWhetherThereIsAList(error == 0);
+        reportMissingList(error == 0);
     return error;
 }
 
 void KnownProcesses::add(pid_t pid) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto place = placeOf(pid);
-    if (place != m_known.end() && place->pid == pid)
-        place->time = LOOK_AGAIN;
+    const auto position = positionOf(pid);
+    if (position != m_known.end() && position->pid == pid)
+        position->time = INSPECT_AGAIN;
     else
-        m_known.insert(place, {pid, ProcessorClock(pid), LOOK_AGAIN, false});
+        m_known.insert(position, {pid, ProcessorClock(pid), INSPECT_AGAIN, false});
 }
 
 void KnownProcesses::forget() {
@@ -72,35 +72,35 @@ void KnownProcesses::forget() {
     m_known.clear();
 }
 
-std::vector<KnownProcesses::Known>::iterator KnownProcesses::placeOf(pid_t pid) {
+std::vector<KnownProcesses::Known>::iterator KnownProcesses::positionOf(pid_t pid) {
     return std::lower_bound(
         m_known.begin(), m_known.end(), pid, [](const Known& known, pid_t id) { return known.pid < id; });
 }
 
 bool KnownProcesses::isKnown(pid_t pid) {
-    const auto place = placeOf(pid);
-    return place != m_known.end() && place->pid == pid;
+    const auto position = positionOf(pid);
+    return position != m_known.end() && position->pid == pid;
 }
 
-int KnownProcesses::visitAll(const Look& look) {
+int KnownProcesses::visitAll(const Inspect& inspect) {
     const long count = countProcesses(m_otherFolders);
-    int error = visitKnown(look);
+    int error = visitKnown(inspect);
     if (error == 0 && (static_cast<long>(m_known.size()) != count || !isKnown(::getpid())))
-        error = visitOthers(look);
+        error = visitOthers(inspect);
     return error == 0 && !isKnown(::getpid()) ? ESRCH : error;
 }
 
-int KnownProcesses::visitKnown(const Look& look) {
+int KnownProcesses::visitKnown(const Inspect& inspect) {
     int error = 0;
     for (Known& known : m_known) {
-        // Read first, so that what it does while it is looked at shows next time.
+        // Read first, so that what the process does during the inspection shows next time.
         const SInt64 time = known.clock.now();
         known.hasEnded = time < 0;
         if (known.hasEnded || time == known.time)
             continue;
-        known.time = LOOK_AGAIN; // also where the look fails
+        known.time = INSPECT_AGAIN; // also if the inspection fails
         bool isApplication = false;
-        error = look(known.pid, isApplication);
+        error = inspect(known.pid, isApplication);
         if (error != 0)
             return error;
         if (!isApplication)
@@ -111,7 +111,7 @@ int KnownProcesses::visitKnown(const Look& look) {
     return 0;
 }
 
-int KnownProcesses::visitOthers(const Look& look) {
+int KnownProcesses::visitOthers(const Inspect& inspect) {
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(processesFolder().c_str()), &::closedir);
     if (folder == nullptr)
         return isLackOfMeans(errno) ? errno : ESRCH;
@@ -130,11 +130,11 @@ int KnownProcesses::visitOthers(const Look& look) {
         const ProcessorClock clock(pid);
         const SInt64 time = clock.now();
         bool isApplication = false;
-        const int error = look(pid, isApplication);
+        const int error = inspect(pid, isApplication);
         if (error != 0)
             return error;
         if (time >= 0)
-            others.push_back({pid, clock, isApplication ? LOOK_AGAIN : time, false});
+            others.push_back({pid, clock, isApplication ? INSPECT_AGAIN : time, false});
     }
     m_known.insert(m_known.end(), others.begin(), others.end());
     std::sort(m_known.begin(), m_known.end(),
@@ -143,7 +143,7 @@ int KnownProcesses::visitOthers(const Look& look) {
     return 0;
 }
 
-void KnownProcesses::noteWhetherThereIsAList(bool isThere) {
+void KnownProcesses::reportMissingList(bool isThere) {
     if (!isThere && m_isThere)
         report("CoreServices: %s does not show this process, so it tells of no other either; "
                "no application will be started",

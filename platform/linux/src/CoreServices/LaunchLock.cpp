@@ -17,7 +17,8 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// Whether a folder is this user's, and nobody else can put a file or a link there. If not, errno says why.
+/// Whether a folder is this user's, and nobody else can create a file or a link in it. If not, errno is the
+/// reason.
 bool isPrivate(const std::string& folder) {
     struct stat found;
     if (::lstat(folder.c_str(), &found) != 0)
@@ -36,7 +37,7 @@ bool isPrivate(const std::string& folder) {
 LaunchLock::LaunchLock(const std::string& file, std::chrono::milliseconds longest) : m_path(file) {
     const auto deadline = std::chrono::steady_clock::now() + longest;
     while (open() && !lock()) {
-        // Asked for again and again: there is no call that waits for a lock so long and no longer.
+        // Polled: no call waits for a lock with a time limit.
         if (errno == EWOULDBLOCK && std::chrono::steady_clock::now() >= deadline)
             errno = ETIMEDOUT;
         if (errno != EWOULDBLOCK) {
@@ -68,14 +69,14 @@ bool LaunchLock::open() {
     return m_file >= 0;
 }
 
-/// False with EWOULDBLOCK when it is to be asked again.
+/// False, with EWOULDBLOCK, if it has to be tried again.
 bool LaunchLock::lock() {
     if (::flock(m_file, LOCK_EX | LOCK_NB) != 0)
         return false;
     struct stat locked;
     if (::fstat(m_file, &locked) == 0 && locked.st_nlink > 0)
         return true;
-    close(); // its last holder has removed it; whoever comes now makes another one
+    close(); // its last holder has removed it; the next open() creates another one
     errno = EWOULDBLOCK;
     return false;
 }

@@ -5,17 +5,18 @@
 
 namespace LinuxPlatform {
 
-/// The lock that launchers of one user hold from their look at the running applications until what they start
-/// shows there: else two of them, which the same device wakes up, both find nothing running. Advisory;
-/// released when the object goes or, by the system, when the process dies; never inherited by a program that
-/// is started meanwhile. One at a time in a process.
+/// The lock that launchers of one user hold from their check of the running applications until the
+/// application that they start shows there. Otherwise two launchers that the same device wakes up would both
+/// find nothing running. Advisory; released when the object is destroyed or, by the system, when the process
+/// dies; programs that are started meanwhile do not inherit it. One at a time in a process.
 ///
-/// A launcher that cannot have the lock starts applications all the same: twice is better than never. It says
-/// so on standard error.
+/// A launcher that cannot get the lock starts applications all the same: twice is better than never. It
+/// reports that on standard error.
 class LaunchLock {
 public:
-    /// Locks `file`, a path in a folder that must be this user's and closed to others; makes that folder, if
-    /// it is missing, and the file. Waits at most so long for another process: what that one starts may hang.
+    /// Locks `file`, a path in a folder that must be this user's and closed to others; creates that folder,
+    /// if it is missing, and the file. Waits at most this long for another process: what that one starts may
+    /// hang.
     LaunchLock(const std::string& file, std::chrono::milliseconds longest);
     /// Removes the file again, while nobody else can hold its lock.
     ~LaunchLock();

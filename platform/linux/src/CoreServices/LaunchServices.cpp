@@ -52,8 +52,8 @@ DetachedProcess planOf(const std::string& file, const ReferencedPath& bundle, LS
 }
 
 /// A process has its executable a moment before it has its environment. Until then another process's list of
-/// running applications would miss a script's bundle, and somebody might start it again. Where it never gets
-/// one (it may have cleared it itself), a while must do.
+/// running applications would miss a script's bundle, and that process might start it again. The wait is
+/// limited, since the process may never get one (it may have cleared it itself).
 void awaitEnvironment(pid_t pid) {
     for (int tries = 0; tries < 200 && !isComplete(pid); ++tries) {
         const struct timespec pause = {0, 100 * 1000};
@@ -69,8 +69,8 @@ OSStatus openApplication(const LSApplicationParameters& parameters, ProcessSeria
     if (status != noErr)
         return status;
 
-    // Two threads, or two launchers, that open one bundle: the second finds it running. That takes a look of
-    // its own, whatever the caller has seen before: the first one may have been through meanwhile.
+    // If two threads, or two launchers, open one bundle, the second must find it running. So check again
+    // under the locks, whatever the caller has seen before: the first one may have started it meanwhile.
     static std::mutex oneAtATime;
     const std::lock_guard<std::mutex> oneThread(oneAtATime);
     const LaunchLock oneLauncher(launchLockFile(), LONGEST_WAIT_FOR_ANOTHER);

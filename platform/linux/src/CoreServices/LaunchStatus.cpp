@@ -9,7 +9,7 @@ OSStatus statusOfFailedStart(int error, const std::string& file) {
     switch (error) {
     case ENOENT:
     case ENOTDIR:
-        // The file is there: what is missing is the loader or the interpreter that it asks for.
+        // If the file exists, the loader or the interpreter that it names is missing.
         return ::access(file.c_str(), F_OK) == 0 ? kLSExecutableIncorrectFormat : kLSNoExecutableErr;
     case ENOEXEC:
     case ELIBBAD:

@@ -12,13 +12,13 @@ const char LAUNCHED_VARIABLE[] = "PLATFORM_LAUNCHED=";
 
 namespace {
 
-/// An environment may have megabytes; ours is the first entry of it, or close to that in a shell's child.
+/// An environment may have megabytes; our variable is the first entry, or close to that in a shell's child.
 const std::size_t ENVIRONMENT_LIMIT = 256 * 1024;
 const std::size_t COMMAND_LINE_LIMIT = 16 * 1024;
 const std::size_t STATUS_LIMIT = 4096;
 
 std::string& folder() {
-    static std::string& path = *new std::string("/proc"); // never destroyed: lists are read to the very end
+    static std::string& path = *new std::string("/proc"); // never destroyed: read until the process ends
     return path;
 }
 

@@ -5,18 +5,18 @@
 #include <sys/types.h>
 #include <vector>
 
-// What /proc tells of a process. Any thread.
+// What /proc tells about a process. Any thread.
 //
-// A function that returns an int returns an error as readBeginning() does (FileBeginning.h). Such an error says
-// nothing about the process that was asked for.
+// A function that returns an int returns an errno as readBeginning() does (FileBeginning.h). Such an error
+// says nothing about the process.
 
 namespace LinuxPlatform {
 
-/// What everybody may read of every process: its status line.
+/// What everybody may read about every process: its status line.
 struct ProcessStatus {
-    std::string name;     // of the file that it runs, cut to 15 bytes, unless it has given itself another one
+    std::string name;     // of the file that it runs, cut to 15 bytes, unless the process has set another one
     char state = '\0';    // a letter
-    UInt64 startTime = 0; // in clock ticks since boot; 0: there is no such process, or it is hidden
+    UInt64 startTime = 0; // in clock ticks since boot; 0: no such process, or it is hidden
 
     bool hasEnded() const { return state == 'Z' || state == 'X'; }
 };
@@ -28,14 +28,14 @@ struct LaunchNote {
     std::string bundle;
 };
 
-/// The name and the value's form of the variable with that note. The process id has a fixed width, so that it
-/// can be filled in where no memory can be had.
+/// The name of that variable, and the width of the process id in its value. The width is fixed, so that the
+/// id can be filled in where no memory can be allocated.
 extern const char LAUNCHED_VARIABLE[]; // "PLATFORM_LAUNCHED="
 const int LAUNCHED_PID_WIDTH = 10;
 
 /// /proc, or the folder that tests read instead.
 const std::string& processesFolder();
-/// For tests. Thread: while no other one reads.
+/// For tests. Thread: any, while no other one reads.
 void setProcessesFolder(const std::string& path);
 
 class ProcessFolder {
@@ -46,11 +46,11 @@ public:
     int readLaunchNote(LaunchNote& note) const;
     /// The first `most` words of the command line.
     int readArguments(std::size_t most, std::vector<std::string>& arguments) const;
-    /// The user who started it: neither the owner of its folder nor the user that it acts as tells that of a
-    /// set-user-id program.
+    /// The user who started it, also for a set-user-id program, where neither the owner of the folder nor the
+    /// effective user is that one.
     int readUser(uid_t& user) const;
-    /// The file that it runs. Without the right to look into it errno is EACCES, and `file` is empty; also
-    /// for a kernel thread and for one that has ended.
+    /// The file that it runs. Empty, with errno EACCES, if this user may not read the link; also empty for a
+    /// kernel thread and for a process that has ended.
     std::string executable() const;
 
 private:

@@ -19,12 +19,12 @@ namespace LinuxPlatform {
 namespace {
 
 const std::size_t FIRST_LINE_LIMIT = 256;
-/// "interpreter", one option, "script" is what the kernel makes of a script; env and its like add little.
+/// The kernel runs a script as "interpreter", one option, "script"; env and its like add little.
 const std::size_t SCRIPT_ARGUMENT_LIMIT = 4;
-/// What the kernel keeps of the name of the file that a process runs.
+/// The bytes that the kernel keeps of the name of the file that a process runs.
 const std::size_t KEPT_NAME_LENGTH = 15;
 
-/// Whether the file is a script for the interpreter of that name. An editor that has the script open is not.
+/// Whether the file is a script for the interpreter of that name. A file that an editor has open is not.
 int isScriptFor(const std::string& file, const std::string& interpreter, bool& isOne) {
     isOne = false;
     struct stat found;
@@ -57,10 +57,10 @@ int findBundleOfScript(const ProcessFolder& process, std::string& bundle) {
     return error;
 }
 
-/// The file that a process claims to run, where the system does not tell which one it is: for a program with
-/// file capabilities or a set-user-id bit, and for one that has asked not to be looked into. A process may
-/// write anything into its command line; so it counts only for a file in a bundle whose name the kernel knows
-/// the process by. Else an application would never be started as long as such a process runs.
+/// The file that a process claims to run, if the system does not show which one it is: for a program with
+/// file capabilities or a set-user-id bit, and for one that has made itself undumpable. A process may write
+/// anything into its command line, so the claim counts only for a file in a bundle whose name the kernel
+/// knows the process by. Otherwise a false claim could keep an application from ever being started.
 int findClaimedExecutable(const ProcessFolder& process, std::string& executable) {
     std::vector<std::string> arguments;
     int error = process.readArguments(1, arguments);
@@ -74,16 +74,16 @@ int findClaimedExecutable(const ProcessFolder& process, std::string& executable)
     if (error != 0 || status.name != lastComponent(file).substr(0, KEPT_NAME_LENGTH))
         return error;
     const std::string real = realPath(file);
-    executable = real.empty() ? file : real; // deleted since
+    executable = real.empty() ? file : real; // the file was deleted
     return 0;
 }
 
-/// The bundle that a process runs, and whether it has been launched for it. Empty when it runs none.
+/// The bundle that a process runs, and whether the process was launched for it. Empty if it runs none.
 int findBundle(const ProcessFolder& process, RunningApplication& application) {
     LaunchNote note;
     int error = 0;
-    // What Launch Services starts leads a session of its own, and does to its end. To ask for that is cheaper
-    // than to read the environment of everything.
+    // What Launch Services starts leads a session of its own, to its end. Checking that is cheaper than
+    // reading the environment of every process.
     const bool mayBeLaunched = ::getsid(application.pid) == application.pid;
     if (mayBeLaunched)
         error = process.readLaunchNote(note);
@@ -95,14 +95,14 @@ int findBundle(const ProcessFolder& process, RunningApplication& application) {
     if (error == 0 && !application.bundle.empty() && !mayBeLaunched)
         error = process.readLaunchNote(note);
     if (application.bundle == note.bundle)
-        application.bundle.clear(); // a part of the launched script, not the script once more
+        application.bundle.clear(); // a part of the launched script, not the script again
     return error;
 }
 
-/// One that this process has not started.
+/// As inspect(), for a process that this one has not started.
 int inspectOther(pid_t pid, const std::string& root, RunningApplication& application, bool& isOne) {
-    // Only the user who started a process may send it a signal, and the superuser: those of everybody else
-    // need not be asked what they run.
+    // Only the superuser and the user who started a process may send it a signal, so the processes of all
+    // others need not be inspected.
     if (::kill(pid, 0) != 0 && errno == EPERM)
         return 0;
     const ProcessFolder process(pid);
@@ -114,7 +114,7 @@ int inspectOther(pid_t pid, const std::string& root, RunningApplication& applica
     if (error != 0 || application.executable.empty())
         return error;
     error = findBundle(process, application);
-    // A launcher that lies in a bundle is not the bundle's application.
+    // A launcher inside a bundle is not the bundle's application.
     if (error != 0 || application.bundle.empty() || !liesIn(application.bundle, root) ||
         application.executable == readExecutableLink("/proc/self/exe"))
         return error;
@@ -130,7 +130,7 @@ int inspectOther(pid_t pid, const std::string& root, RunningApplication& applica
 }
 
 /// Whether the process is a running application, and which.
-/// @return 0, or the errno that says why it cannot be told
+/// @return 0, or the errno if that cannot be determined
 int inspect(pid_t pid, const std::string& root, RunningApplication& application, bool& isOne) {
     isOne = false;
     if (pid == ::getpid())
@@ -142,7 +142,7 @@ int inspect(pid_t pid, const std::string& root, RunningApplication& application,
         return inspectOther(pid, root, application, isOne);
     const std::string executable = ProcessFolder(pid).executable();
     if (!executable.empty())
-        application.executable = executable; // it may have become another program
+        application.executable = executable; // it may have executed another program
     isOne = liesIn(application.bundle, root);
     return 0;
 }
@@ -214,7 +214,7 @@ int findRunningApplication(pid_t pid, RunningApplication& application) {
 
 RunningApplication noteStartedApplication(pid_t pid, const std::string& bundle,
                                           const std::string& executable) {
-    ProcessStatus status; // where it cannot be read, it is known by its descriptor
+    ProcessStatus status; // if it cannot be read, the pidfd identifies the process
     ProcessFolder(pid).readStatus(status);
     const RunningApplication application = {pid, status.startTime, bundle, executable, true};
     StartedApplications::get().add(application);
@@ -226,7 +226,7 @@ bool isComplete(pid_t pid) {
     const ProcessFolder process(pid);
     ProcessStatus status;
     std::vector<std::string> arguments;
-    // Where something is lacking, waiting would not help.
+    // If resources are lacking, waiting would not help.
     return process.readStatus(status) != 0 || status.startTime == 0 || status.hasEnded() ||
            process.readArguments(1, arguments) != 0 || !arguments.empty();
 }
@@ -237,7 +237,7 @@ void readProcessesFrom(const std::string& folder) {
 }
 
 ProcessSerialNumber serialNumberOf(const RunningApplication& application) {
-    // The highest bit keeps clear of the serial numbers with a high word of 0, which mean something else.
+    // The highest bit avoids the serial numbers with a high word of 0, which have special meanings.
     ProcessSerialNumber number;
     number.highLongOfPSN = 0x80000000u | static_cast<UInt32>(application.startTime & 0x7FFFFFFFu);
     number.lowLongOfPSN = static_cast<UInt32>(application.pid);

@@ -13,7 +13,7 @@ namespace LinuxPlatform {
 
 namespace {
 
-/// A descriptor that becomes readable when the process ends; closed by an exec. -1 when there is none to be had.
+/// A pidfd, which becomes readable when the process ends; close-on-exec. -1 if there is none.
 int openProcess(pid_t pid) {
 #if defined(SYS_pidfd_open)
     return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
@@ -45,7 +45,8 @@ void StartedApplications::forget(const Condition& isForgotten) {
 void StartedApplications::add(const RunningApplication& application) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     forgetEnded();
-    // One whose end could not be seen may still bear the id, which is the new one's now.
+    // An application whose end could not be detected may still be listed with this id, which is the new one's
+    // now.
     forget([&application](const Started& started) { return started.application.pid == application.pid; });
     m_started.push_back({application, m_usesDescriptors ? openProcess(application.pid) : -1});
 }
@@ -66,7 +67,7 @@ int StartedApplications::find(pid_t pid, RunningApplication& application, bool& 
                                     [pid](const Started& started) { return started.application.pid == pid; });
     if (place == m_started.end())
         return 0;
-    const int error = lookWhetherItRuns(*place, isOne);
+    const int error = checkWhetherItRuns(*place, isOne);
     if (error == 0 && isOne)
         application = place->application;
     return error;
@@ -77,10 +78,10 @@ void StartedApplications::useDescriptors(bool areUsed) {
     m_usesDescriptors = areUsed;
 }
 
-int StartedApplications::lookWhetherItRuns(const Started& started, bool& runs) {
+int StartedApplications::checkWhetherItRuns(const Started& started, bool& runs) {
     if (started.descriptor >= 0) {
         struct pollfd end = {started.descriptor, POLLIN, 0};
-        runs = ::poll(&end, 1, 0) <= 0; // an interrupted call says nothing of its end
+        runs = ::poll(&end, 1, 0) <= 0; // an interrupted call says nothing about its end
         return 0;
     }
     ProcessStatus status;
@@ -88,17 +89,17 @@ int StartedApplications::lookWhetherItRuns(const Started& started, bool& runs) {
     const int error = ProcessFolder(pid).readStatus(status);
     if (status.startTime != 0)
         runs = status.startTime == started.application.startTime && !status.hasEnded();
-    else // gone, or in a /proc that hides what this user may not look into
+    else // it is gone, or /proc hides it from this user
         runs = ::kill(pid, 0) == 0 || errno == EPERM;
     return error;
 }
 
-/// Keeps those of which it cannot be told.
+/// Removes those that have ended; keeps those of which that cannot be determined.
 int StartedApplications::forgetEnded() {
     int firstError = 0;
     const auto hasEnded = [&firstError](const Started& started) {
         bool runs = true;
-        const int error = lookWhetherItRuns(started, runs);
+        const int error = checkWhetherItRuns(started, runs);
         if (error != 0 && firstError == 0)
             firstError = error;
         return error == 0 && !runs;

@@ -6,25 +6,25 @@
 
 namespace LinuxPlatform {
 
-/// The applications that this process has started. Each is running until its process ends, whatever /proc lets
-/// this user read of it. A descriptor of the process (pidfd, Linux 5.3) tells its end; where there is none to
-/// be had, the start time in the process's status line does. Any thread.
+/// The applications that this process has started. Each counts as running until its process ends, whatever
+/// /proc lets this user read. A pidfd (Linux 5.3) shows the end; without one, the start time in the process's
+/// status line does. Any thread.
 class StartedApplications {
 public:
-    /// Lives to the very end of the process, as lists are read until then.
+    /// Never destroyed, since lists are read until the process ends.
     static StartedApplications& get();
 
     void add(const RunningApplication& application);
 
     /// Those that still run.
-    /// @return 0, or the errno that says why it cannot be told
+    /// @return 0, or the errno if that cannot be determined
     int list(std::vector<RunningApplication>& applications);
 
-    /// The one of that process, if it still runs; `isOne` tells.
+    /// The application of that process, if it still runs; `isOne` says whether it does.
     /// @return 0, or the errno that says why it cannot be told
     int find(pid_t pid, RunningApplication& application, bool& isOne);
 
-    /// For tests: whether descriptors are used from here on.
+    /// For tests: whether pidfds are used from now on.
     void useDescriptors(bool areUsed);
 
 private:
@@ -33,7 +33,7 @@ private:
         int descriptor; // -1: none
     };
 
-    static int lookWhetherItRuns(const Started& started, bool& runs);
+    static int checkWhetherItRuns(const Started& started, bool& runs);
     int forgetEnded();
     template <typename Condition>
     void forget(const Condition& isForgotten);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The classes of registry objects and what they derive from: what IOObjectConformsTo and a matching
-// dictionary's class ask for.
+// The classes of registry objects and their base classes, for IOObjectConformsTo and for the class in a
+// matching dictionary.
 
 #include <string_view>
 

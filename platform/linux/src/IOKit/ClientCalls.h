@@ -1,7 +1,7 @@
 #pragma once
 
-// What the calls of <IOKit/IOKitLib.h> have in common: from a client's reference to the object, with the
-// error that the client gets when there is none.
+// What the calls of <IOKit/IOKitLib.h> share: finding the object of a client's reference, and the error if
+// there is none.
 
 #include "RegistryServer.h"
 
@@ -9,12 +9,11 @@
 
 namespace LinuxPlatform {
 
-/// KERN_SUCCESS and the object; or KERN_INVALID_NAME for what is no reference, which is reported when it is
-/// not 0.
+/// KERN_SUCCESS and the object; KERN_INVALID_NAME for an invalid reference, which is reported unless it is 0.
 kern_return_t findObject(const RegistryServer::Access& server, io_object_t handle, const char* function,
                          std::shared_ptr<RegistryObject>& object);
 
-/// As above; KERN_INVALID_ARGUMENT for a reference to something else than a T.
+/// As above; KERN_INVALID_ARGUMENT for a reference to an object that is no T.
 template <class T>
 kern_return_t find(const RegistryServer::Access& server, io_object_t handle, const char* function,
                    std::shared_ptr<T>& found) {
@@ -26,11 +25,11 @@ kern_return_t find(const RegistryServer::Access& server, io_object_t handle, con
     return found ? KERN_SUCCESS : KERN_INVALID_ARGUMENT;
 }
 
-/// Gives up one reference. An object that dies of it is destroyed under the lock.
+/// Releases one reference. If it was the last one, the object is destroyed under the lock.
 kern_return_t releaseReference(const RegistryServer::Access& server, io_object_t handle,
                                const char* function);
 
-/// Copies a text that must fit with its final zero byte; false, and an empty text, when it does not.
+/// Copies a text with its final NUL; if it does not fit, false and an empty text.
 bool copyWhole(std::string_view text, char* to, std::size_t size);
 /// Copies as many whole UTF-8 characters as fit.
 void copyCut(std::string_view text, char* to, std::size_t size);

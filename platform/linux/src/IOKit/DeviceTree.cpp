@@ -29,7 +29,7 @@ const char* classOf(DeviceKind kind) {
     return ClassName::SERVICE;
 }
 
-/// The device itself chooses its name, so it may hold anything; traces and paths are lines of UTF-8.
+/// The device itself chooses its name, so it may contain anything; traces and paths are lines of UTF-8.
 std::string printableName(std::string name) {
     const bool isUtf8 = decodeText(name, kCFStringEncodingUTF8, false).has_value();
     for (char& byte : name) {
@@ -106,7 +106,7 @@ void DeviceTree::reconcile(const std::vector<Device>& present) {
         if (other == byPath.end() || !isSame(node.device, *other->second))
             leaving.push_back(path);
     }
-    // All leave before any arrives: what hung on a device that was replaced is forgotten with it, and arrives
+    // All leave before any arrives: the descendants of a replaced device are forgotten with it, and arrive
     // again.
     for (const std::string& path : leaving)
         leave(path);
@@ -145,7 +145,7 @@ PropertyTable DeviceTree::propertiesOf(const Device& device) const {
         if (!text.empty())
             properties[key] = text;
     };
-    // An interface is found by the ids of its device.
+    // Interfaces are matched by the ids of their device.
     const auto parent = m_nodes.find(device.parent);
     const bool takesIds = device.kind == DeviceKind::UsbInterface && parent != m_nodes.end();
     const Device& withIds = takesIds ? parent->second.device : device;
@@ -184,7 +184,7 @@ std::vector<std::string> DeviceTree::subtree(const std::string& path) const {
     if (knows(path))
         paths.push_back(path);
     std::set<std::string> seen(paths.begin(),
-                               paths.end()); // a feed may tell of devices that hang on each other
+                               paths.end()); // a feed may report devices that are each other's parents
     for (std::size_t index = 0; index < paths.size(); ++index) {
         for (const std::string& child : childrenOf(paths[index]))
             if (seen.insert(child).second)

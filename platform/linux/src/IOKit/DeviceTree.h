@@ -9,8 +9,8 @@
 
 namespace LinuxPlatform {
 
-/// The devices that are there, by their paths, and the registry entries made of them. Feeds tell it what they
-/// see; they may tell the same twice, and in any order. Used with the server's lock held.
+/// The present devices, by their paths, and the registry entries made of them. Feeds may report the same
+/// device twice, and devices in any order. Used with the server's lock held.
 class DeviceTree {
 public:
     explicit DeviceTree(Registry& registry) : m_registry(registry) {}
@@ -22,7 +22,7 @@ public:
     void leaveAll();
     void matchAgain(const std::string& path);
 
-    /// `present` are all devices there are: the others have left, and those that are new arrive.
+    /// `present` is the complete list of devices: known ones that are missing leave, new ones arrive.
     void reconcile(const std::vector<Device>& present);
 
     bool knows(const std::string& path) const { return m_nodes.count(path) != 0; }
@@ -30,7 +30,7 @@ public:
 private:
     struct Node {
         Device device;
-        EntryPointer entry; ///< none while it waits for its parent
+        EntryPointer entry; ///< null while it waits for its parent
     };
     /// (parent's path, child's path)
     using Link = std::pair<std::string, std::string>;
@@ -39,7 +39,7 @@ private:
     void attach(Node& node, const EntryPointer& parent);
     PropertyTable propertiesOf(const Device& device) const;
     std::vector<std::string> childrenOf(const std::string& path) const;
-    /// The paths of a device and of what hangs on it, itself first.
+    /// The paths of a device and its descendants, itself first.
     std::vector<std::string> subtree(const std::string& path) const;
 
     Registry& m_registry;

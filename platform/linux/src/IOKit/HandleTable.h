@@ -9,26 +9,25 @@
 
 namespace LinuxPlatform {
 
-/// The io_object_t values that clients hold. A value is not used again before all others have been, so that
-/// one that was released too often is recognised instead of meaning something else. Used with the server's
-/// lock held.
+/// The io_object_t values that clients hold. A value is reused only after all others, so that one that was
+/// released too often is detected instead of naming another object. Used with the server's lock held.
 class HandleTable {
 public:
     explicit HandleTable(io_object_t lastValue = 0x1000) : m_lastValue(lastValue) {}
 
-    /// A new reference. While a client holds one to the same object already, it has the same value.
+    /// Adds a reference. While a client already holds one to the same object, it has the same value.
     io_object_t add(std::shared_ptr<RegistryObject> object);
 
-    /// nullptr for what is no reference.
+    /// Null for an invalid reference.
     std::shared_ptr<RegistryObject> find(io_object_t handle) const;
 
     bool retain(io_object_t handle);
-    /// Gives up one reference. Returns false for what is none; `last` receives the object when this was the
-    /// last one.
+    /// Releases one reference; false if it is invalid. `last` receives the object if this was its last
+    /// reference.
     bool release(io_object_t handle, std::shared_ptr<RegistryObject>& last);
 
     std::uint32_t count(io_object_t handle) const;
-    /// All references that are held, those to the same object counted each.
+    /// The number of references that are held; several to the same object count each.
     std::size_t total() const { return m_total; }
 
 private:

@@ -62,7 +62,7 @@ kern_return_t IOObjectRetain(io_object_t object) {
 }
 
 kern_return_t IOObjectRelease(io_object_t object) {
-    // Nothing is nothing to release: callers need not test what a failed call left them with.
+    // 0 needs no release: callers need not check what a failed call left them with.
     if (object == IO_OBJECT_NULL)
         return KERN_SUCCESS;
     return releaseReference(RegistryServer::enter(), object, "IOObjectRelease");

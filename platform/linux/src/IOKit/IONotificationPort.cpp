@@ -31,7 +31,7 @@ void IONotificationPortDestroy(IONotificationPortRef notify) {
 }
 
 mach_port_t IONotificationPortGetMachPort(IONotificationPortRef notify) {
-    const mach_port_t thePort = 1; // nobody receives from it, so that all ports can have the same name
+    const mach_port_t thePort = 1; // nobody receives from it, so all ports can have the same name
     return notify && RegistryServer::enter(RegistryServer::Freshness::UpToDate)->hearsOfDevices()
                ? thePort
                : MACH_PORT_NULL;

@@ -36,7 +36,7 @@ std::optional<PropertyValue> searchProperty(const RegistryEntry& entry, const st
     return std::nullopt;
 }
 
-/// Reads under the lock, and makes the object after it.
+/// Reads under the lock, and creates the object after releasing it.
 CFTypeRef findAndMakeObject(io_registry_entry_t entry, CFStringRef key, IOOptionBits options,
                             const char* function) {
     if (!key)
@@ -155,7 +155,8 @@ CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef
 
 CFTypeRef IORegistryEntrySearchCFProperty(io_registry_entry_t entry, const io_name_t plane, CFStringRef key,
                                           CFAllocatorRef, IOOptionBits options) {
-    // The plane only says along which edges to search; the entry's own properties belong to none.
+    // The plane only says along which edges to search; the entry's own properties are the same in every
+    // plane.
     const IOOptionBits usable = isServicePlane(plane) ? options : 0;
     return findAndMakeObject(entry, key, usable, "IORegistryEntrySearchCFProperty");
 }

@@ -10,13 +10,13 @@ namespace LinuxPlatform {
 /// What an io_iterator_t refers to. Used with the server's lock held.
 class RegistryIterator : public RegistryObject {
 public:
-    /// nullptr at the end, and when the iterator is not valid.
+    /// Null at the end, and if the iterator is not valid.
     virtual EntryPointer next() = 0;
     virtual void reset() = 0;
     virtual bool isValid() const = 0;
 };
 
-/// Over services that were found once; it stays valid whatever becomes of them.
+/// Iterates over services that were found once; stays valid whatever becomes of them.
 class ListIterator final : public RegistryIterator {
 public:
     explicit ListIterator(std::vector<EntryPointer> entries) : m_entries(std::move(entries)) {}
@@ -33,7 +33,7 @@ private:
 
 enum class Direction { Children, Parents };
 
-/// Over what hangs below an entry, or above it; no longer valid once the registry has changed.
+/// Iterates over the entries below or above an entry; becomes invalid when the registry changes.
 class WalkIterator final : public RegistryIterator {
 public:
     WalkIterator(const Registry& registry, EntryPointer start, Direction direction, bool recursive);
@@ -53,8 +53,8 @@ private:
     std::size_t m_position = 0;
 };
 
-/// The neighbours of an entry in one direction; all the way, each once and nearer ones of a branch first, if
-/// asked.
+/// The neighbours of an entry in one direction; if recursive, all the way, each once, the nearer ones of a
+/// branch first.
 std::vector<EntryPointer> walk(const RegistryEntry& start, Direction direction, bool recursive);
 
 } // namespace LinuxPlatform

@@ -78,7 +78,7 @@ void MatchingCriteria::readNested(CFTypeRef dictionary) {
 }
 
 bool MatchingCriteria::match(const RegistryEntry& service, const KernelHabits& habits) const {
-    // The class last: to find out what it derives from takes longest.
+    // The class last: finding out what it derives from takes longest.
     return (!m_name || service.name() == *m_name) && hasAll(service, m_properties) &&
            matchOther(service, habits) && classConformsTo(service.className(), m_className);
 }
@@ -89,8 +89,8 @@ bool MatchingCriteria::matchOther(const RegistryEntry& service, const KernelHabi
     return habits.matching ? passClass(service) : hasAll(service, m_other);
 }
 
-/// A USB device wants both of its ids to be asked for, a USB interface its number as well, which this registry
-/// does not publish. Other classes know none of these keys.
+/// A USB device requires both of its ids, a USB interface also its number, which this registry does not
+/// publish. Other classes know none of these keys.
 bool MatchingCriteria::passClass(const RegistryEntry& service) const {
     if (classConformsTo(service.className(), ClassName::USB_DEVICE))
         return asksForIdsOf(service);

@@ -6,11 +6,11 @@
 
 namespace LinuxPlatform {
 
-/// What a matching dictionary asks for, read once so that the dictionary can be given up.
+/// What a matching dictionary asks for, read once so that the dictionary can be released.
 ///
-/// The keys that every service knows (class, name, properties in a dictionary of their own) count for all. Any
-/// other key stands for a property of that name; with the kernel's habit of matching, the service's class says
-/// what it stands for.
+/// The keys that every service knows (class, name, properties in a nested dictionary) apply to all. Any other
+/// key stands for a property of that name; with the kernel's habit of matching, the service's class decides
+/// what it means.
 class MatchingCriteria {
 public:
     explicit MatchingCriteria(CFDictionaryRef dictionary);
@@ -31,7 +31,7 @@ private:
 
     std::string m_className;
     std::optional<std::string> m_name;
-    Pairs m_properties; ///< in a dictionary of their own
+    Pairs m_properties; ///< of the nested dictionary
     Pairs m_other;
 };
 

@@ -6,7 +6,7 @@ namespace LinuxPlatform {
 
 void PortSource::appendDescriptors(std::vector<pollfd>& descriptors) const {
     const int feed = RegistryServer::enter()->feedDescriptor();
-    // poll leaves a descriptor of -1 alone.
+    // poll ignores a descriptor of -1.
     descriptors.push_back({feed, POLLIN, 0});
     descriptors.push_back({m_queue->descriptor(), POLLIN, 0});
 }

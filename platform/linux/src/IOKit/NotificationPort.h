@@ -9,7 +9,7 @@
 
 namespace LinuxPlatform {
 
-/// Brings a port's messages to a run loop. It also sleeps on the host's feed, so that devices are noticed.
+/// Delivers a port's messages on a run loop. It also sleeps on the host's feed, so that devices are noticed.
 class PortSource final : public RunLoopSource {
 public:
     explicit PortSource(std::shared_ptr<NotificationQueue> queue) : m_queue(std::move(queue)) {}

@@ -13,14 +13,14 @@ namespace LinuxPlatform {
 
 class NotificationQueue;
 
-/// One callback that is due, complete in itself: it is called without any lock.
+/// One callback that is due, with everything that it needs, because it is called without any lock.
 struct Delivery {
     /// The iterator or service that the callback is about.
     std::shared_ptr<RegistryObject> argument;
     std::function<void(io_object_t argument)> call;
 };
 
-/// What a client has registered with a port. Its messages die with it.
+/// A client's registration with a port. Its messages are dropped when it is destroyed.
 class Notification {
 public:
     explicit Notification(std::shared_ptr<NotificationQueue> queue) : m_queue(std::move(queue)) {}
@@ -37,8 +37,8 @@ private:
     const std::shared_ptr<NotificationQueue> m_queue;
 };
 
-/// The messages of a notification port, first come, first served. Shared by the port, its run-loop source and
-/// its notifications, for any of them may go first. Used with the server's lock held.
+/// The messages of a notification port, first in, first out. Shared by the port, its run-loop source and its
+/// notifications, any of which may be destroyed first. Used with the server's lock held.
 class NotificationQueue {
 public:
     bool isUsable() const { return m_wakeUp.isOpen(); }
@@ -46,9 +46,9 @@ public:
     int descriptor() const { return m_wakeUp.descriptor(); }
 
     void post(Notification& from, std::uint32_t messageType);
-    /// Drops what waits of this one.
+    /// Drops the waiting messages of this notification.
     void cancel(const Notification& from);
-    /// False when nothing waits.
+    /// False if nothing waits.
     bool take(Delivery& delivery);
     /// Drops everything, now and from now on.
     void close();

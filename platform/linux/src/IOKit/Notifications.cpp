@@ -6,7 +6,7 @@ namespace LinuxPlatform {
 namespace {
 
 /// How many services the iterator of a notification holds on a Mac.
-const std::size_t KERNELS_ROOM = 1024;
+const std::size_t KERNEL_ITERATOR_CAPACITY = 1024;
 
 } // namespace
 
@@ -65,7 +65,7 @@ void MatchingNotification::offer(const EntryPointer& service) {
 }
 
 bool MatchingNotification::append(const EntryPointer& service) {
-    if (m_registry.habits().matching && m_services.size() >= KERNELS_ROOM)
+    if (m_registry.habits().matching && m_services.size() >= KERNEL_ITERATOR_CAPACITY)
         return false;
     m_services.push_back(service);
     return true;

@@ -13,9 +13,9 @@ namespace LinuxPlatform {
 
 /// What IOServiceAddMatchingNotification registers. Used with the server's lock held.
 ///
-/// It posts one message when a service joins its empty, drained iterator, and no other until the iterator has
-/// been drained again. A service that leaves before it was taken out is still handed out: whoever then asks
-/// to hear of its end is told at once, so a short visit is seen as an arrival and a removal.
+/// It posts one message when a service is added to its empty, drained iterator, and no other until the
+/// iterator has been drained again. A service that leaves before it was taken out is still returned: a client
+/// that then asks for its end is notified at once, so a short visit is seen as an arrival and a removal.
 class MatchingNotification final : public RegistryIterator, private Notification, private RegistryObserver {
 public:
     enum class About { Arrivals, FirstArrivals, Terminations };
@@ -35,7 +35,7 @@ private:
     void serviceTerminated(const EntryPointer& service) override;
     Delivery prepare(std::uint32_t messageType) override;
     void offer(const EntryPointer& service);
-    /// False when there is no room for it.
+    /// False if there is no room for it.
     bool append(const EntryPointer& service);
 
     Registry& m_registry;

@@ -65,7 +65,7 @@ std::uint32_t Registry::freeLocation(const RegistryEntry& parent, std::uint32_t 
                            [location](const auto& sibling) { return sibling->location() == location; });
     };
     std::uint32_t location = wanted;
-    // No port has a number up there.
+    // No port has such a high number.
     for (std::uint32_t next = 0x80000000U; isTaken(location); ++next)
         location = next;
     return location;

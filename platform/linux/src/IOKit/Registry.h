@@ -9,7 +9,7 @@
 
 namespace LinuxPlatform {
 
-/// Hears of every service that comes and goes.
+/// Is notified of every service that comes or goes.
 class RegistryObserver {
 public:
     virtual ~RegistryObserver() = default;
@@ -18,8 +18,8 @@ public:
     virtual void serviceTerminated(const EntryPointer& service) = 0;
 };
 
-/// The graph of entries. It knows nothing of where they come from, and calls nobody but its observers, which
-/// only queue what they hear. Used with the server's lock held.
+/// The graph of entries. It does not know where they come from, and calls nobody but its observers, which
+/// only queue what they are told. Used with the server's lock held.
 class Registry {
 public:
     Registry();
@@ -28,22 +28,22 @@ public:
     /// The one entry that every network interface is a parent of.
     const EntryPointer& networkStack() const { return m_networkStack; }
 
-    /// Adds an entry below `parent`. `location` gives way when a sibling has it already.
+    /// Adds an entry below `parent`. If a sibling already has this location, it gets another one.
     EntryPointer publish(const EntryPointer& parent, std::string className, std::string name,
                          std::uint32_t location, PropertyTable properties);
-    /// Tells the observers of an entry that is there already.
+    /// Notifies the observers of an entry that exists already.
     void publishAgain(const EntryPointer& entry);
     /// Makes `child`, which has other parents, a child of `parent` too.
     void addParent(const EntryPointer& child, const EntryPointer& parent);
-    /// Takes an entry out, after everything that hangs on it alone.
+    /// Removes an entry, after everything that is only below it.
     void terminate(const EntryPointer& entry);
 
-    /// By their ids, and so parents before their children.
+    /// Sorted by id, and so parents before their children.
     using ServiceTable = std::map<std::uint64_t, EntryPointer>;
-    /// All services that are there.
+    /// All present services.
     const ServiceTable& services() const { return m_services; }
-    /// Those that have a property with this number; null when none has. A watch for each of a thousand
-    /// devices need not look at all of them a thousand times.
+    /// Those that have a property with this number; null if there are none. So the notifications for a
+    /// thousand devices need not each check all of them.
     const ServiceTable* findServicesWith(std::string_view key, std::int32_t number) const;
 
     /// Changes whenever an entry comes or goes.

@@ -12,7 +12,7 @@
 
 namespace LinuxPlatform {
 
-/// Hears what becomes of one entry. Used with the server's lock held.
+/// Is notified of what becomes of one entry. Used with the server's lock held.
 class EntryObserver {
 public:
     virtual ~EntryObserver() = default;
@@ -22,8 +22,8 @@ public:
 using PropertyValue = std::variant<std::int32_t, std::string>;
 using PropertyTable = std::map<std::string, PropertyValue, std::less<>>;
 
-/// A node of the registry. Class, name and properties stay as they are after it has been published; its place
-/// in the graph is changed by Registry alone.
+/// A node of the registry. Class, name and properties do not change once it is published; only Registry
+/// changes its position in the graph.
 class RegistryEntry final : public RegistryObject {
 public:
     RegistryEntry(std::uint64_t id, std::string className, std::string name, PropertyTable properties);
@@ -35,7 +35,7 @@ public:
     const PropertyTable& properties() const { return m_properties; }
     const PropertyValue* findProperty(std::string_view key) const;
 
-    /// Empty once the entry has left the registry, and for its root.
+    /// Empty for the root, and once the entry has left the registry.
     const std::vector<RegistryEntry*>& parents() const { return m_parents; }
     const std::vector<std::shared_ptr<RegistryEntry>>& children() const { return m_children; }
     bool isAttached() const { return m_isAttached; }
@@ -43,10 +43,10 @@ public:
     void addObserver(EntryObserver& observer) { m_observers.push_back(&observer); }
     void removeObserver(EntryObserver& observer);
 
-    /// "IOService:/..." by way of the first parents; nothing when the entry has left the registry.
+    /// "IOService:/...", along the first parents; nothing if the entry has left the registry.
     ///
     /// Each component ends in "@" and a location of eight digits that is unique among its siblings, and no
-    /// name contains a slash. So one path is a prefix of another only if its entry lies above the other's.
+    /// name contains a slash. So one path is a prefix of another only if its entry is above the other's.
     std::optional<std::string> path() const;
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
-// The side of the calls that on macOS lies in the kernel: the registry, its devices, and the references
-// that clients hold. There is one per process, behind one lock. Callbacks are called, and objects of
-// CoreFoundation made or destroyed, without it.
+// What is part of the kernel on macOS: the registry, its devices, and the references that clients hold. There
+// is one per process, behind one lock. Callbacks are called, and CoreFoundation objects created or destroyed,
+// without the lock.
 
 #include "DeviceFeed.h"
 #include "DeviceTree.h"
@@ -18,13 +18,13 @@ class RegistryServer {
 public:
     class Access;
     enum class Freshness {
-        AsIs,    ///< what was known when the registry was last looked at
-        UpToDate ///< what the host's feed has to tell by now, too
+        AsIs,    ///< what was known at the last update
+        UpToDate ///< with everything that the host's feed has to report
     };
 
     RegistryServer() : m_devices(m_registry) {}
 
-    /// Locks the server for the life of the result.
+    /// Locks the server for the lifetime of the result.
     static Access enter(Freshness freshness = Freshness::AsIs);
 
     Registry& entries() { return m_registry; }
@@ -33,11 +33,11 @@ public:
     /// Ports that are not yet destroyed.
     std::set<const void*>& ports() { return m_ports; }
 
-    /// -1 when there is nothing to wait for.
+    /// -1 if there is nothing to wait for.
     int feedDescriptor() const { return m_feed ? m_feed->descriptor() : -1; }
-    /// Whether anything will tell of devices that arrive or leave: the host's feed, or somebody by hand.
+    /// Whether anything reports devices that arrive or leave: the host's feed, or a caller by hand.
     bool hearsOfDevices() const { return !m_feed || m_feed->hears(); }
-    /// No feed of the host's from here on, and none of its devices.
+    /// Removes the host's feed, for good, and all of its devices.
     void dropFeed();
 
 private:

@@ -4,8 +4,8 @@
 
 namespace LinuxPlatform {
 
-/// The file that one of /proc's "exe" links names, without the mark that the kernel adds when the file has
-/// been deleted; an empty text, with errno set, when the link cannot be read. Any thread.
+/// The file that an "exe" link of /proc names, without the suffix that the kernel adds when the file was
+/// deleted; an empty text, with errno set, if the link cannot be read. Any thread.
 std::string readExecutableLink(const std::string& link);
 
 } // namespace LinuxPlatform

@@ -10,8 +10,8 @@ std::string executablePath() {
     const std::string path = LinuxPlatform::readExecutableLink("/proc/self/exe");
     if (!path.empty())
         return path;
-    // Without /proc, what the program was started by; it may be relative to a folder that has been left
-    // since.
+    // Without /proc, the path that the program was started by; it may be relative to a folder that is no
+    // longer the current one.
     const auto* started = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     return started != nullptr ? started : std::string();
 }

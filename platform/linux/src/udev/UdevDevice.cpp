@@ -9,13 +9,13 @@
 namespace LinuxPlatform {
 namespace {
 
-/// The errno of the last answer that this thread's description could not have for lack of means; 0: none.
-thread_local int lackMet = 0;
+/// The errno of the last query of this thread's description that lacked memory or descriptors; 0: none.
+thread_local int resourceError = 0;
 
 template <typename Answer>
 Answer* noted(Answer* answer) {
     if (!answer && isLackOfMeans(errno))
-        lackMet = errno;
+        resourceError = errno;
     return answer;
 }
 
@@ -59,8 +59,8 @@ Ids idsFromAttributes(udev_device& device) {
             parseId(view(udev_device_get_sysattr_value(&device, "idProduct")))};
 }
 
-/// An event may be read when its device is gone or going, or another one is at its port: sysfs then has
-/// nothing, one of the ids, or the other one's. So the event comes first.
+/// An event may be read when its device is gone or going, or another one is at its port: then sysfs has
+/// nothing, one of the ids, or those of the other one. So the event comes first.
 Ids readIds(udev_device& device) {
     const Ids own = idsFromProperties(device);
     return own.vendor && own.product ? own : idsFromAttributes(device);
@@ -72,8 +72,8 @@ int parseNumber(std::string_view text) {
     return number;
 }
 
-/// The number that the bus has given to the device; empty when it is not known. Another device at the same
-/// port has another one.
+/// The number that the bus gave the device; empty if it is unknown. Another device at the same port has
+/// another one.
 std::string busNumber(udev_device& device) {
     int number = parseNumber(view(udev_device_get_property_value(&device, "DEVNUM")));
     if (number < 0)
@@ -124,12 +124,13 @@ void describeUsbDevice(udev_device& device, const KnownPath& isKnown, Device& de
 
 void describeUsbInterface(udev_device& device, Device& described) {
     described.kind = DeviceKind::UsbInterface;
-    // The kernel's tree has it directly below its device, which may be gone from sysfs by now.
+    // In the kernel's tree its parent is its device. The path shows that even if sysfs has lost the device by
+    // now.
     described.parent = parentPath(described.path);
     described.location = trailingNumber(view(udev_device_get_sysname(&device)));
 }
 
-/// The interface, or at least the device, that a port or network card belongs to; empty for one that is not
+/// The interface, or at least the device, that a serial port or a network card belongs to; empty if it is not
 /// on USB.
 std::string findUsbParent(udev_device& device, const std::string& path, const KnownPath& isKnown) {
     std::string parent = pathOfParent(device, "usb_interface");
@@ -175,10 +176,10 @@ std::optional<Device> describe(udev_device& device, const KnownPath& isKnown) {
 } // namespace
 
 std::optional<Device> describeDevice(udev_device& device, const KnownPath& isKnown) {
-    lackMet = 0;
+    resourceError = 0;
     errno = 0;
     std::optional<Device> described = describe(device, isKnown);
-    errno = lackMet;
+    errno = resourceError;
     return described;
 }
 

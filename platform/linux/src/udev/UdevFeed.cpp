@@ -21,14 +21,15 @@ const int RECEIVE_BUFFER_BYTES = 1024 * 1024;
 /// A monitor that fails this often in a row is broken.
 const int TOLERATED_FAILURES = 16;
 
-/// So many broken monitors in a row are no accident.
+/// So many broken monitors in a row are no coincidence.
 const int TOLERATED_MONITORS = 4;
 
-/// Rescans in one go; a kernel that goes on losing events is asked again when the loop comes round.
+/// Rescans in one call. If the kernel goes on losing events, the loop's next pass tries again.
 const int RESCANS_AT_ONCE = 3;
 
-/// The daemon sends what a monitor hears. Where /dev is the kernel's own, libudev listens without looking for
-/// it; elsewhere it looks, and makes a monitor of no multicast group without it. Neither hears anything.
+/// The daemon sends what a monitor receives. Where /dev is the kernel's own, libudev listens without checking
+/// for the daemon; elsewhere it checks, and without the daemon makes a monitor of no multicast group. Neither
+/// receives anything.
 bool isDeaf(udev_monitor& monitor) {
     sockaddr_nl address{};
     socklen_t size = sizeof(address);
@@ -38,8 +39,8 @@ bool isDeaf(udev_monitor& monitor) {
     return isKernels && (address.nl_groups == 0 || access("/run/udev/control", F_OK) != 0);
 }
 
-/// Whether a message waits in the monitor's socket; errno says why not. Asked before each receive, because libudev does
-/// not tell a socket that fails from a message that it cannot read.
+/// Whether a message waits in the monitor's socket; if not, errno is the reason. Called before each receive,
+/// because libudev does not distinguish a failing socket from a message that it cannot read.
 bool hasMessage(udev_monitor& monitor) {
     char first;
     return recv(udev_monitor_get_fd(&monitor), &first, sizeof(first), MSG_PEEK | MSG_DONTWAIT) >= 0;
@@ -53,7 +54,7 @@ void UdevFeed::start(DeviceTree& devices) {
         report("IOKit: udev cannot be used (%s); no device will be seen", std::strerror(errno));
         return;
     }
-    // First the monitor, then the scan: a device that arrives in between is seen twice rather than never.
+    // First the monitor, then the scan: a device that arrives in between is seen twice, not never.
     listen();
     scan(devices);
 }
@@ -104,7 +105,7 @@ void UdevFeed::scan(DeviceTree& devices) {
     if (m_isScanDue && !wasDue)
         report("IOKit: cannot look at all devices (%s); trying again with the next event",
                std::strerror(scanned.error));
-    // What could not be looked at has not left.
+    // What could not be read has not left.
     if (!m_isScanDue || !m_hasScanned)
         devices.reconcile(scanned.devices);
     m_hasScanned = true;
@@ -141,7 +142,8 @@ UdevFeed::Drained UdevFeed::drain(DeviceTree& devices) {
                 m_brokenMonitors = 0;
                 continue;
             }
-            // Another message is not of interest, or one that libudev cannot read: without an action, say. It is gone.
+            // Otherwise the message is not of interest, or libudev cannot read it (no action, say). It is
+            // gone.
             if (errno != ENOMEM && errno != ENOBUFS)
                 continue;
         }
@@ -151,7 +153,7 @@ UdevFeed::Drained UdevFeed::drain(DeviceTree& devices) {
         case EAGAIN:
             return result;
         case ENOBUFS: // The kernel has dropped what did not fit into the socket's buffer.
-        case ENOMEM:  // Neither did it fit into ours.
+        case ENOMEM:  // The message did not fit into our memory.
             result = Drained::EventsLost;
             ++failures;
             continue;
@@ -186,7 +188,7 @@ bool UdevFeed::apply(udev_device& event, DeviceTree& devices) {
     const bool isUnreadable = device->kind == DeviceKind::UsbDevice && !device->vendor && !device->product;
     if (isArrival)
         devices.arrive(*device);
-    else if (!isUnreadable || !devices.knows(device->path)) // Gone already, and its removal is on the way.
+    else if (!isUnreadable || !devices.knows(device->path)) // It is gone already, and its removal follows.
         devices.change(*device);
     return true;
 }

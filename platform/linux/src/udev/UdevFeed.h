@@ -20,15 +20,15 @@ private:
     void listenAnew(int error);
     void scan(DeviceTree& devices);
     Drained drain(DeviceTree& devices);
-    /// False when what the event tells could not be read for want of memory or descriptors.
+    /// False if the device of the event could not be read for lack of memory or descriptors.
     bool apply(udev_device& event, DeviceTree& devices);
 
     UdevPointer<udev> m_context;
-    UdevPointer<udev_monitor> m_monitor; ///< none when udev cannot be listened to
+    UdevPointer<udev_monitor> m_monitor; ///< null if udev cannot be listened to
     bool m_isDeaf = false;               ///< nobody sends to the monitor
     bool m_hasScanned = false;
-    bool m_isScanDue = false; ///< the last look at all devices has missed some that are there
-    int m_brokenMonitors = 0; ///< one after the other, without an event in between
+    bool m_isScanDue = false; ///< the last scan has missed devices that are present
+    int m_brokenMonitors = 0; ///< in a row, without an event in between
 };
 
 } // namespace LinuxPlatform

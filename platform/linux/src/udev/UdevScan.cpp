@@ -15,9 +15,9 @@
 namespace LinuxPlatform {
 namespace {
 
-/// The lists are sysfs's own, links to the devices. libudev's enumeration would open several files for each of
-/// the sixty-odd virtual consoles before it could be told that they are not wanted, which takes longer than
-/// all the rest of the start; here a look at where the link leads is enough.
+/// The lists are sysfs's own: links to the devices. libudev's enumeration would open several files for each
+/// of the sixty-odd virtual consoles before they could be told apart from modems, which takes longer than all
+/// the rest of the start; here reading the link is enough.
 const char USB_DEVICES[] = "/sys/bus/usb/devices";
 const char TTY_DEVICES[] = "/sys/class/tty";
 const char NET_DEVICES[] = "/sys/class/net";
@@ -41,7 +41,7 @@ std::string resolve(const std::string& link) {
     return text.front() == '/' ? std::string(text) : "/sys/" + std::string(text);
 }
 
-/// Paths of a list's devices; a parent's comes before its children's.
+/// The paths of a list's devices, each parent before its children.
 std::vector<std::string> listDevices(const char* list, int& error) {
     std::vector<std::string> paths;
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(list));
@@ -58,9 +58,9 @@ std::vector<std::string> listDevices(const char* list, int& error) {
     return paths;
 }
 
-/// Whether libudev has read the device's uevent file to its end: it passes over a line that it has no memory for and says
-/// nothing. The kernel writes these two for each device of their kind.
-bool isWhole(udev_device& device) {
+/// Whether libudev has read the device's uevent file to its end: it silently skips a line for which it has no
+/// memory. The kernel writes these two properties for each device of their kind.
+bool isComplete(udev_device& device) {
     const char* const subsystem = udev_device_get_subsystem(&device);
     const std::string_view kind = subsystem ? subsystem : "";
     return kind == "usb"   ? udev_device_get_devtype(&device) != nullptr
@@ -92,13 +92,13 @@ private:
         if (!device) {
             if (isLackOfMeans(errno))
                 m_error = errno;
-            return; // Else it has just gone; an event will say the same.
+            return; // Otherwise it has just gone; an event will report that.
         }
         const auto isKnown = [this](const std::string& other) { return m_paths.count(other) != 0; };
         std::optional<Device> described = describeDevice(*device, isKnown);
         if (isLackOfMeans(errno))
             m_error = errno;
-        else if (!isWhole(*device))
+        else if (!isComplete(*device))
             m_error = ENOMEM;
         if (described) {
             m_paths.insert(described->path);

@@ -7,11 +7,10 @@
 
 namespace LinuxPlatform {
 
-/// Everything on the bus that the registry has a place for, as it is now.
+/// Everything on the bus that has a place in the registry, at this moment.
 struct ScannedDevices {
     std::vector<Device> devices;
-    int error =
-        0; ///< the errno of a device that is there and could not be looked at, for want of memory or descriptors
+    int error = 0; ///< errno if a present device could not be read for lack of memory or descriptors
 };
 ScannedDevices scanDevices(udev& context);
 

@@ -45,7 +45,7 @@ private:
         char* const data = static_cast<char*>(std::realloc(m_data.get(), capacity));
         if (data == nullptr)
             throw std::bad_alloc();
-        static_cast<void>(m_data.release()); // realloc owns it now
+        static_cast<void>(m_data.release()); // realloc has already released it
         m_data.reset(data);
         m_capacity = capacity;
     }
