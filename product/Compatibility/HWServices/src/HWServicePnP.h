@@ -4,12 +4,14 @@
 
 class HWServicePnPClient;
 
-/// Tells registered clients when a USB device arrives or goes away. One per process, over the device registry.
+/// Notifies registered clients when a USB device arrives or leaves. One per process, over the device
+/// registry.
 ///
 /// Call registerClient() for every client first, then registerService(), then run the run loop.
 ///
-/// Errors: none is thrown but std::bad_alloc. What the system refuses is traced as an error, and the clients are
-/// told of nothing. Thread: one for all of it, and for every notification; nothing is locked.
+/// Errors: nothing is thrown except std::bad_alloc. If the system refuses a registration, that is traced as
+/// an error and the clients are not notified. Thread: one for all calls and all notifications; nothing is
+/// locked.
 class HWServicePnP {
 public:
     virtual ~HWServicePnP();
@@ -17,24 +19,24 @@ public:
     HWServicePnP(const HWServicePnP&) = delete;
     HWServicePnP& operator=(const HWServicePnP&) = delete;
 
-    /// The one instance, created by the first call and never destroyed.
+    /// The instance, created by the first call and never destroyed.
     static HWServicePnP* getInstance();
 
-    /// Appends a client, which is borrowed and must outlive the service's notifications: there is no way to
-    /// take it back. A client registered twice is told twice. Not null.
+    /// Appends a client. It is borrowed and must outlive the service's notifications, because it cannot be
+    /// unregistered. A client that is registered twice is notified twice. Not null.
     void registerClient(HWServicePnPClient* client);
 
-    /// For an implementation that has something to prepare before registerService(); may be called again. The one
-    /// over IOKit does nothing, and need not be called.
+    /// For an implementation that has something to prepare before registerService(); may be called again. The
+    /// implementation over IOKit does nothing, and need not be called.
     virtual void init() = 0;
-    /// Whether the service can be used here. DELIBERATE: the one over IOKit always says no, also while it notifies.
-    /// Do not ask, register.
+    /// Whether the service can be used here. DELIBERATE: the implementation over IOKit always returns false,
+    /// even while it notifies. Do not ask, register.
     virtual bool isAvailable() = 0;
-    /// Notifies the clients from now on, in the run loop of the calling thread. To be called once, or again
-    /// after unRegisterService(). Where the system tells nobody of devices, that is an error in the trace and
-    /// in the log.
+    /// Notifies the clients from now on, in the run loop of the calling thread. Call it once, or again after
+    /// unRegisterService(). If the system does not report devices to anyone, that is an error in the trace
+    /// and in the log.
     virtual void registerService() = 0;
-    /// Ends the notifications; to be called on the thread that called registerService().
+    /// Ends the notifications. Call it on the thread that called registerService().
     virtual void unRegisterService() = 0;
 
 protected:

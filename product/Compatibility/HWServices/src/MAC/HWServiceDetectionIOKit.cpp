@@ -31,7 +31,7 @@ struct Wanted {
     std::string networkAdapter;
 };
 
-/// What was found, by the keys of a result; what is found later takes the place of what was found before.
+/// What was found, by the keys of a result; later findings replace earlier ones.
 using Findings = std::map<std::string, std::string>;
 
 std::string textOf(const Dictionary& dictionary, const char* key) {
@@ -39,8 +39,8 @@ std::string textOf(const Dictionary& dictionary, const char* key) {
     return text == nullptr ? std::string() : text;
 }
 
-/// POSIX basic syntax, any letter case, anywhere in the name. An empty pattern matches nothing, nor does one
-/// that does not compile.
+/// POSIX basic syntax, in any letter case, anywhere in the name. An empty pattern matches nothing, nor does
+/// one that does not compile.
 bool matchesPattern(const std::string& name, const std::string& pattern) {
     regex_t compiled;
     if (pattern.empty() || regcomp(&compiled, pattern.c_str(), REG_ICASE | REG_NOSUB) != 0)
@@ -50,7 +50,7 @@ bool matchesPattern(const std::string& name, const std::string& pattern) {
     return isMatch;
 }
 
-/// Null when the entry's properties cannot be read.
+/// Null if the entry's properties cannot be read.
 CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
     CFMutableDictionaryRef properties = nullptr;
     if (IORegistryEntryCreateCFProperties(entry, &properties, kCFAllocatorDefault, 0) != KERN_SUCCESS)
@@ -58,7 +58,7 @@ CFOwned<CFMutableDictionaryRef> readProperties(io_registry_entry_t entry) {
     return CFOwned<CFMutableDictionaryRef>(properties);
 }
 
-/// A text property of the entry or of something below it; empty when there is none.
+/// A text property of the entry or of something below it; empty if there is none.
 std::string searchText(io_registry_entry_t entry, CFStringRef key) {
     const CFOwned<CFTypeRef> property(IORegistryEntrySearchCFProperty(
         entry, kIOServicePlane, key, kCFAllocatorDefault, kIORegistryIterateRecursively));
@@ -85,7 +85,7 @@ void storePort(const std::string& name, const std::string& path, const Wanted& w
     } else if (StringManagement::compareNoCase(name, wanted.modemPort)) {
         found["DetectedModemPortName"] = path;
     } else {
-        // DELIBERATE: each for itself, so that one port which both patterns match serves as both.
+        // DELIBERATE: checked independently, so that one port which matches both patterns serves as both.
         if (matchesPattern(name, wanted.port))
             found["DetectedPortName"] = path;
         if (matchesPattern(name, wanted.modemPort))
@@ -104,8 +104,8 @@ void examineSerialPort(io_registry_entry_t entry, const Wanted& wanted, Findings
     storePort(name, path, wanted, found);
 }
 
-/// The network stack is one entry that all interfaces share: the device's own are those of its parents that
-/// lie below the device.
+/// The network stack is one entry that all interfaces share. The device's own interfaces are those of its
+/// parents that are below the device.
 Findings examineNetworkStack(io_registry_entry_t stack, const std::string& devicePath) {
     TRACE_FUNCTION("examineNetworkStack");
     Findings found;
@@ -174,7 +174,7 @@ Findings examineDevice(io_service_t device, const Wanted& wanted) {
     return found;
 }
 
-/// The pair of a device's ids that a list of devices holds; empty when it lacks one.
+/// The device's ids as a pair in the form of getConnectedDevices(); empty if it lacks one.
 std::string readIdPair(io_service_t device) {
     TRACE_FUNCTION("readIdPair");
     const CFOwned<CFMutableDictionaryRef> properties = readProperties(device);
@@ -225,7 +225,7 @@ void HWServiceDetectionIOKit::unRegisterService() {
 
 namespace {
 
-/// The USB devices that have these numbers. @return what failed; empty when nothing did
+/// The USB devices with these numbers. @return the failure as a text; empty on success
 std::string findDevices(std::initializer_list<std::pair<CFStringRef, SInt32>> numbers,
                         IOObjectHandle& devices) {
     CFOwned<CFMutableDictionaryRef> matching(IOServiceMatching("IOUSBDevice"));

@@ -4,7 +4,7 @@
 
 #include <IOKit/IOKitLib.h>
 
-/// Device detection by a scan of the IOKit registry. Texts longer than 255 bytes are cut.
+/// Device detection by a scan of the IOKit registry. Strings of more than 255 bytes are cut.
 class HWServiceDetectionIOKit : public HWServiceDetection {
 public:
     HWServiceDetectionIOKit();

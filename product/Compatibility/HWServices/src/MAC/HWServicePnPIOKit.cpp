@@ -24,19 +24,19 @@ using namespace kf::detail;
 
 static const char KF_SOURCE[] = "product/Compatibility/HWServices/src/MAC/HWServicePnPIOKit";
 
-/// For the log as well: a launcher that never does anything gives no other sign of the reason.
+/// Also logged: otherwise a launcher that never does anything would give no sign of the reason.
 static const char DEAF[] = "No device that arrives or leaves from now on will be noticed.";
 
 namespace {
 
 using Clients = std::vector<HWServicePnPClient*>;
 
-/// What the top-level notification is registered with.
+/// The context of the top-level notification.
 struct RegistrationContext {
     Clients* clients;
 };
 
-/// What the watch of the services below one device is registered with. Its iterator is the watch.
+/// The context of the notification for the services below one device. Its iterator is the registration.
 struct ChildWatchRecord {
     Clients* clients;
     SInt32 vendor;
@@ -45,8 +45,8 @@ struct ChildWatchRecord {
     IOObjectHandle iterator;
 };
 
-/// What the interest notification of one device is registered with: made when the device is matched, freed
-/// when it is terminated.
+/// The context of one device's interest notification: created when the device is matched, freed when it is
+/// terminated.
 struct DeviceRecord {
     Clients* clients;
     SInt32 vendor;
@@ -71,15 +71,15 @@ std::string formatHardwareId(SInt32 vendor, SInt32 product) {
     return buffer;
 }
 
-/// Leaves the id as it is where the device lacks the property.
+/// Leaves the id as it is if the device lacks the property.
 void readId(io_service_t device, CFStringRef key, SInt32& id) {
     const CFOwned<CFTypeRef> property(
         IORegistryEntrySearchCFProperty(device, kIOServicePlane, key, kCFAllocatorDefault, 0));
     readNumber(property.get(), id);
 }
 
-/// Both ids and no class: matches the device itself and the services below it that carry or ignore them. It may
-/// match any other service of the machine as well, where that one's class lets unknown keys pass.
+/// Both ids and no class: matches the device itself, and the services below it that have these ids or ignore
+/// the keys. It may also match any other service of the machine whose class accepts unknown keys.
 CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
     CFOwned<CFMutableDictionaryRef> matching(CFDictionaryCreateMutable(
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
@@ -88,8 +88,8 @@ CFOwned<CFMutableDictionaryRef> makeMatching(SInt32 vendor, SInt32 product) {
     return matching;
 }
 
-/// Tells every client, in the order of their registration. No exception may pass through IOKit, which has
-/// called us, and what goes wrong in one client must not keep the others from being told.
+/// Notifies every client, in the order of registration. No exception may pass through IOKit, which has called
+/// us, and a failure of one client must not keep the others from being notified.
 void tellClients(const Clients& clients, void (HWServicePnPClient::*event)(std::string&), std::string hid) {
     TRACE_FUNCTION("tellClients");
     for (HWServicePnPClient* client : clients) {
@@ -101,7 +101,7 @@ void tellClients(const Clients& clients, void (HWServicePnPClient::*event)(std::
     }
 }
 
-/// Registers the watch of the services below a device and arms it.
+/// Registers the notification for the services below a device, and arms it.
 void watchChildren(DeviceRecord& record, const std::string& devicePath, bool initial) {
     TRACE_FUNCTION("watchChildren");
     CFOwned<CFMutableDictionaryRef> matching = makeMatching(record.vendor, record.product);
@@ -121,8 +121,8 @@ void watchChildren(DeviceRecord& record, const std::string& devicePath, bool ini
                       static_cast<unsigned>(result));
 }
 
-/// Makes a device's record, with everything that watches it. Takes over the device and releases it; returns
-/// its hardware identifier.
+/// Creates a device's record and all its notifications. Consumes the reference to the device; returns its
+/// hardware identifier.
 std::string watchDevice(Clients* clients, io_service_t service, bool initial) {
     TRACE_FUNCTION("watchDevice");
     const IOObjectHandle device(service);
@@ -140,13 +140,13 @@ std::string watchDevice(Clients* clients, io_service_t service, bool initial) {
         IOServiceAddInterestNotification(notificationPort, device.get(), kIOGeneralInterest,
                                          DeviceNotification, record.get(), record->interest.receive());
     if (result != KERN_SUCCESS) {
-        // Gone already. Nobody would ever tell us to free the record, so there is none.
+        // Already gone. No notification would ever free the record, so it is dropped now.
         TRACE_MESSAGE(MSG_ERROR, "IOServiceAddInterestNotification returned 0x%08x.",
                       static_cast<unsigned>(result));
         return hid;
     }
     watchChildren(*record, path, initial);
-    // IOKit holds it from here on; DeviceNotification() takes it back.
+    // IOKit owns it from here on; DeviceNotification() takes it back.
     static_cast<void>(record.release());
     return hid;
 }
@@ -259,8 +259,8 @@ void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial) {
             const IOObjectHandle service(next);
             std::string path;
             readPath(service.get(), path);
-            // The ids alone do not tell two equal devices apart, and many classes do not even compare them;
-            // the path tells.
+            // The ids alone do not distinguish two equal devices, and many classes do not even compare them;
+            // the path does.
             if (isBelow(path, record.devicePath) && !initial)
                 tellClients(*record.clients, &HWServicePnPClient::onDeviceArrival,
                             formatHardwareId(record.vendor, record.product));

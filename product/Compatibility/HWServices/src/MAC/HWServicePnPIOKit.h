@@ -7,8 +7,8 @@
 
 /// Plug-and-play notifications from the IOKit registry.
 ///
-/// Devices that are present when registerService() runs are watched, but no client is told that they arrived:
-/// HWServiceDetection finds those. Their removal is told like any other.
+/// Devices that are present when registerService() runs are watched, but no client is notified of their
+/// arrival: HWServiceDetection finds those. Clients are notified of their removal like of any other.
 class HWServicePnPIOKit : public HWServicePnP {
 public:
     HWServicePnPIOKit();
@@ -18,24 +18,24 @@ public:
     /// DELIBERATE: always false; no caller relies on it.
     bool isAvailable() override;
     void registerService() override;
-    /// The records of devices still present are not freed: their notifications refer to them.
+    /// Does not free the records of devices that are still present: their notifications refer to them.
     void unRegisterService() override;
 
 private:
     CFRunLoopSourceRef m_runLoopSource;
 };
 
-// The callbacks given to IOKit. `refCon` is, for each, the record that it was registered with.
+// The callbacks for IOKit. `refCon` is the context that each was registered with.
 
-/// Match of class "IOUSBDevice". A device that is matched again is told of again, and watched once more.
+/// Match of class "IOUSBDevice". A device that is matched again is reported again, and watched once more.
 void DeviceAddedCallback(void* refCon, io_iterator_t it) noexcept;
-/// Drains the iterator, which arms it. With `initial` no client is told.
+/// Drains the iterator, which arms it. With `initial`, no client is notified.
 void DeviceAdded(void* refCon, io_iterator_t it, bool initial);
 
-/// Match of any service that does not refuse a watched device's vendor and product ids: on a Mac most services of
-/// the machine, so that only those whose path lies below the device's are told of.
+/// Match of any service that does not refuse a watched device's vendor and product ids. On a Mac these are
+/// most services of the machine, so only those whose path is below the device's are reported.
 void ChildDeviceAddedCallback(void* refCon, io_iterator_t it) noexcept;
-/// Drains the iterator, which arms it. With `initial` no client is told. `refCon` must not be null.
+/// Drains the iterator, which arms it. With `initial`, no client is notified. `refCon` must not be null.
 void ChildDeviceAdded(void* refCon, io_iterator_t it, bool initial);
 
 /// "IOGeneralInterest" of a watched device: its termination frees the device's records.

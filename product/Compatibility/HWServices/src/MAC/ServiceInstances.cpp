@@ -1,4 +1,5 @@
-// Which implementation each service has: the one over IOKit. Compiled for both hosts: Linux has its calls, too.
+// Chooses the implementation of each service: the one over IOKit. Compiled for both hosts: Linux has its
+// calls, too.
 
 #include "CallMarker.h"
 #include "ContractChecks.h"

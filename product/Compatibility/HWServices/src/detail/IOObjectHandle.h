@@ -17,14 +17,14 @@ public:
     io_object_t get() const { return m_object; }
     explicit operator bool() const { return m_object != IO_OBJECT_NULL; }
 
-    /// Releases what is owned, if anything, and owns `object` instead.
+    /// Releases the present reference, if any, and takes ownership of `object`.
     void reset(io_object_t object = IO_OBJECT_NULL) {
         if (m_object != IO_OBJECT_NULL)
             IOObjectRelease(m_object);
         m_object = object;
     }
 
-    /// Where a call stores an object that it hands over. Empties the handle first.
+    /// Where a call stores a reference that it passes to the caller. Empties the handle first.
     io_object_t* receive() {
         reset();
         return &m_object;

@@ -13,7 +13,7 @@ bool readNumber(CFTypeRef object, SInt32& value) {
     TRACE_FUNCTION("readNumber");
     if (object == nullptr || CFGetTypeID(object) != CFNumberGetTypeID())
         return false;
-    // The result only tells whether the number lost something; what was stored serves all the same.
+    // The result only says whether the conversion was lossy; the stored number is usable anyway.
     CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberSInt32Type, &value);
     return true;
 }
@@ -23,15 +23,16 @@ bool readText(CFTypeRef object, std::string& value) {
     if (object == nullptr || CFGetTypeID(object) != CFStringGetTypeID())
         return false;
     const CFStringRef text = static_cast<CFStringRef>(object);
-    const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
+    const CFRange all = CFRangeMake(0, CFStringGetLength(text));
     UInt8 buffer[256] = {};
     const CFIndex room = sizeof buffer - 1;
     CFIndex used = 0;
     const CFIndex converted =
-        CFStringGetBytes(text, whole, kCFStringEncodingUTF8, 0, false, buffer, room, &used);
-    // It stopped early although the longest character would have fitted: UTF-8 cannot hold the text.
+        CFStringGetBytes(text, all, kCFStringEncodingUTF8, 0, false, buffer, room, &used);
+    // It stopped early although even the longest character would have fitted: UTF-8 cannot represent the
+    // text.
     const CFIndex longestCharacter = 4;
-    if (converted < whole.length && used + longestCharacter <= room)
+    if (converted < all.length && used + longestCharacter <= room)
         return false;
     value = reinterpret_cast<const char*>(buffer);
     return true;

@@ -4,8 +4,8 @@
 
 namespace kf::detail {
 
-/// One walk through an iterator of the device registry, from begin to end. IOIteratorNext() ends early when the
-/// registry changes during a walk; then the walk begins again:
+/// One walk through an iterator of the device registry, from begin to end. IOIteratorNext() ends early if the
+/// registry changes during a walk; then the walk starts over:
 ///
 ///     RegistryWalk walk(iterator);
 ///     do {
@@ -26,9 +26,9 @@ public:
     /// The next entry, which the caller releases; 0 at the end.
     io_registry_entry_t next() const { return IOIteratorNext(m_iterator); }
 
-    /// To be asked at the end. True when entries may have been missed: drop what was found, and
-    /// the next one is the first again. After ten attempts the answer is false, which is traced as an error:
-    /// use what the last one found. The iterator of a notification never has to begin again.
+    /// To be called at the end. True if entries may have been missed: drop what was found, since next()
+    /// returns the first entry again. After ten attempts it returns false, which is traced as an error: use
+    /// what the last one found. The iterator of a notification never starts over.
     bool beginsAgain() { return !IOIteratorIsValid(m_iterator) && reset(); }
 
 private:
