@@ -37,7 +37,7 @@ void removeFolder(const std::string& path) {
         FileSystemManagement::deleteFolder(path, true);
 }
 
-/// The domain's pair of stores, made with this scope when there is none yet.
+/// The domain's pair of stores; if there is none yet, creates it with this scope.
 template <typename Store>
 std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>&
 storesOf(std::map<std::string, std::pair<std::unique_ptr<Store>, std::unique_ptr<Store>>>& stores,

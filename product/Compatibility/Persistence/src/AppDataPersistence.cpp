@@ -19,13 +19,13 @@ void forEachParam(std::string_view content, Visit visit) {
         content.remove_prefix(std::min(line.size() + 1, content.size()));
         const std::size_t equals = line.find('=');
         const std::string_view name = line.substr(0, equals);
-        // DELIBERATE: a line without "=" is both, the name and the value of a parameter that is just there.
+        // DELIBERATE: a line without "=" is both the name and the value of a parameter.
         if (!name.empty())
             visit(name, equals == std::string_view::npos ? line : line.substr(equals + 1));
     }
 }
 
-/// What keeps a parameter from being read back, or null when nothing does.
+/// Why a parameter could not be read back; null if it could.
 const char* findFault(const std::string& name, const std::string& value) {
     if (name.empty())
         return "the name is empty";
@@ -38,7 +38,7 @@ const char* findFault(const std::string& name, const std::string& value) {
     return nullptr;
 }
 
-/// Traces why a parameter is not stored. @return false
+/// Traces why a parameter is refused. @return false
 bool refuse(const std::string& name, const char* fault) {
     TRACE_FUNCTION("refuse");
     TRACE_MESSAGE(MSG_ERROR, "Parameter '%s' refused : %s", name.c_str(), fault);
@@ -68,7 +68,7 @@ bool AppDataPersistence::readPersistenceFile(t_paramMap& params) const {
     std::string content;
     if (!m_file.read(content))
         return false;
-    // A saved file is in order, so each parameter belongs at the end.
+    // A saved file is sorted, so each parameter belongs at the end.
     forEachParam(content, [&params](std::string_view name, std::string_view value) {
         params.insert_or_assign(params.end(), std::string(name), std::string(value));
     });
@@ -107,7 +107,7 @@ bool AppDataPersistence::readParam(const std::string& name, std::string& value) 
     std::string_view found;
     bool isFound = false;
     if (m_file.read(content)) {
-        // To the end: a later line replaces an earlier one.
+        // Read to the end: a later line replaces an earlier one.
         forEachParam(content, [&](std::string_view itsName, std::string_view itsValue) {
             if (itsName == name) {
                 found = itsValue;
@@ -119,7 +119,7 @@ bool AppDataPersistence::readParam(const std::string& name, std::string& value) 
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());
         return false;
     }
-    value = found; // not before: name and value may be one string
+    value = found; // only now: name and value may be one string
     return true;
 }
 

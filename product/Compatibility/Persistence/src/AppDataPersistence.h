@@ -18,22 +18,23 @@ public:
     AppDataPersistence(const std::string& scope, const std::string& domain, t_PersistenceMode mode);
     ~AppDataPersistence() override;
 
-    /// Refuses, before anything is touched, what could not be read back: an empty name, "=" or a line feed in
+    /// Refuses, before anything is changed, what could not be read back: an empty name, "=" or a line feed in
     /// the name, a line feed in the value.
     bool writeParam(const std::string& name, const std::string& value) override;
     bool readParam(const std::string& name, std::string& value) override;
     /// Empties the file; a missing one is not created.
     void eraseAllParams() override;
 
-    /// Where the parameters of a domain lie. Creates the folders above the file when they are missing.
+    /// The path of a domain's parameter file. Creates the missing folders above it.
     static std::string getPersistenceFilePath(const std::string& scope, const std::string& domain,
                                               t_PersistenceMode mode);
 
-    /// Adds the file's parameters to the map. @return false when there is a file and it cannot be read
+    /// Adds the file's parameters to the map. @return false if the file exists but cannot be read
     bool readPersistenceFile(t_paramMap& params) const;
 
-    /// Replaces the file's content by the map's. @return false, with the reason traced, when that failed or
-    /// when a parameter could not be read back (see writeParam); the old content then stands
+    /// Replaces the file's content by the map's.
+    /// @return false, with the reason traced, if that failed or a parameter could not be read back (see
+    /// writeParam); the old content then remains
     bool writePersistenceFile(const t_paramMap& params) const;
 
 private:

@@ -17,10 +17,10 @@ using namespace kf::detail;
 namespace {
 
 const char FILE_SUFFIX[] = "_binary.dat";
-const std::size_t RECORD_OVERHEAD = 9; // two lengths and the name's zero byte
+const std::size_t RECORD_OVERHEAD = 9; // two lengths and the name's NUL
 
-/// Calls visit(record) for each whole record, in the order of the file.
-/// @return the offset of the first byte that is not part of one: the content's length in a sound file
+/// Calls visit(record) for each complete record, in the order of the file.
+/// @return the offset of the first byte behind them: the content's length if the file is undamaged
 template <typename Visit>
 std::size_t forEachRecord(const std::string& content, Visit visit) {
     std::size_t offset = 0;
@@ -33,7 +33,7 @@ std::size_t forEachRecord(const std::string& content, Visit visit) {
 void addToMap(const t_Param::Record& record, BinaryAppDataPersistence::ParamMap& params) {
     std::string name(record.name, record.nameLength);
     const t_Param param(name, record.data, record.size);
-    // A saved file is in order, so each parameter belongs at the end.
+    // A saved file is sorted, so each parameter belongs at the end.
     params.insert_or_assign(params.end(), std::move(name), param);
 }
 
@@ -42,7 +42,7 @@ bool isRegularFile(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// What keeps a block from being read back, or null when nothing does.
+/// Why a block could not be read back; null if it could.
 const char* findFault(const std::string& name, const char* data, int size) {
     if (name.empty())
         return "the name is empty";
@@ -85,7 +85,7 @@ bool BinaryAppDataPersistence::readPersistenceFile(ParamMap& params) {
     return true;
 }
 
-/// An error where the records end before the content does.
+/// Traces an error if the records end before the content does.
 void BinaryAppDataPersistence::traceDamage(const std::string& content, std::size_t end) const {
     TRACE_METHOD();
     if (end != content.size()) {
@@ -98,7 +98,7 @@ void BinaryAppDataPersistence::traceDamage(const std::string& content, std::size
 bool BinaryAppDataPersistence::writePersistenceFile(const ParamMap& params) {
     TRACE_METHOD();
     return m_file.whileMemoryLasts([&] {
-        // Writing drops what lies behind a damage, so a copy is kept. An empty map is meant to drop it.
+        // Writing drops what is behind the damage, so save a copy. An empty map is meant to drop it.
         if (!params.empty() && !keepDamagedFile())
             return false;
         std::string content;
@@ -165,16 +165,14 @@ char* BinaryAppDataPersistence::readUnformattedParam(const std::string& name, in
                          entry->second.getBufferSize()};
             }
         }
-    } else if (m_file.read(
-                   content)) { // the row parameter-read-binary: a map of all blocks takes many times as long
-        traceDamage(content, forEachRecord(
-                                 content,
-                                 [&](const t_Param::Record& record) {
-                                     // To the end: a later record replaces an earlier one.
-                                     if (record.nameLength == name.size() &&
-                                         memcmp(record.name, name.data(), name.size()) == 0)
-                                         found = record;
-                                 }));
+    } else if (m_file.read(content)) {
+        // The row parameter-read-binary needs this: a map of all blocks takes many times as long.
+        traceDamage(content, forEachRecord(content, [&](const t_Param::Record& record) {
+                        // Read to the end: a later record replaces an earlier one.
+                        if (record.nameLength == name.size() &&
+                            memcmp(record.name, name.data(), name.size()) == 0)
+                            found = record;
+                    }));
     }
     if (found.name == nullptr) {
         TRACE_MESSAGE(MSG_DEBUG, "Parameter '%s' not found", name.c_str());

@@ -14,7 +14,7 @@ BinaryPersistenceManager::BinaryPersistenceManager(const std::string& scope, con
 
 BinaryPersistenceManager::~BinaryPersistenceManager() {
     TRACE_DESTRUCTOR("BinaryPersistenceManager");
-    m_persistenceObject.reset(); // here, so that the trace shows it as part of this call
+    m_persistenceObject.reset(); // here, so that the trace shows its destruction as part of this call
 }
 
 std::unique_ptr<BinaryPersistence> BinaryPersistenceManager::buildPersistence(const std::string& scope,

@@ -18,7 +18,7 @@ char* putLength(char* at, std::size_t length) {
     return at + LENGTH_SIZE;
 }
 
-/// Reads a length and makes sure that as many bytes follow it.
+/// Reads a length and checks that as many bytes follow it.
 bool getLength(const char* bytes, std::size_t end, std::size_t& offset, std::size_t& length) {
     uint32_t value = 0;
     if (end - offset < LENGTH_SIZE)
@@ -46,7 +46,7 @@ t_Param::t_Param(const t_Param& other) : m_name(other.m_name), m_data(other.m_da
 
 t_Param& t_Param::operator=(const t_Param& other) {
     TRACE_METHOD();
-    std::string data = other.m_data; // before anything is changed: there may be no memory for it
+    std::string data = other.m_data; // first: the allocation may fail
     m_name = other.m_name;
     m_data = std::move(data);
     return *this;
@@ -86,7 +86,7 @@ bool t_Param::unMarshall(const char* bytes, std::size_t length, std::size_t& off
     if (!getLength(bytes, length, at, nameSize) || nameSize == 0)
         return false;
     record.name = bytes + at;
-    record.nameLength = nameSize - 1; // without the zero byte, or what stands in its place
+    record.nameLength = nameSize - 1; // without the NUL, or the byte in its place
     at += nameSize;
     if (!getLength(bytes, length, at, dataSize) || dataSize > static_cast<std::size_t>(INT_MAX))
         return false;

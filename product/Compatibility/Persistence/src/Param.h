@@ -16,18 +16,18 @@ public:
 
     /// The number of data bytes.
     int getBufferSize() const;
-    /// The data, never null; borrowed until the block is assigned to or destroyed.
+    /// The data, never null; borrowed until the block is assigned or destroyed.
     const char* getInternalBuffer() const;
 
     /// The block's record, in the machine's own byte order:
     ///     4 bytes  length of the name + 1
-    ///              the name and one zero byte
+    ///              the name and a NUL
     ///     4 bytes  size of the data
     ///              the data
     /// @return a new buffer of `length` bytes, which the caller frees with delete[]
     char* marshall(int& length) const;
 
-    /// A record as it stands in a file: pointers into the file's bytes.
+    /// A record in a file: pointers into the file's bytes.
     struct Record {
         const char* name;
         std::size_t nameLength;
@@ -35,10 +35,11 @@ public:
         int size;
     };
 
-    /// Reads the record that begins at `offset` and moves `offset` behind it. DELIBERATE: lengths are
-    /// trusted as written, the name's last byte is taken for its zero byte.
-    /// @return false, with `offset` unmoved, when no whole record begins there: a length runs past the end or
-    ///         leaves no room for the name's zero byte
+    /// Reads the record that begins at `offset` and moves `offset` behind it. DELIBERATE: lengths are trusted
+    /// as written, and the name's last byte is taken for its NUL.
+    /// @return false, with `offset` unchanged, if no complete record begins there: a length runs past the end
+    /// or
+    ///         leaves no room for the name's NUL
     static bool unMarshall(const char* bytes, std::size_t length, std::size_t& offset, Record& record);
 
 private:

@@ -14,7 +14,7 @@ PersistenceManager::PersistenceManager(const std::string& scope, const std::stri
 
 PersistenceManager::~PersistenceManager() {
     TRACE_DESTRUCTOR("PersistenceManager");
-    m_persistenceObject.reset(); // here, so that the trace shows it as part of this call
+    m_persistenceObject.reset(); // here, so that the trace shows its destruction as part of this call
 }
 
 std::unique_ptr<StringPersistence> PersistenceManager::buildPersistence(const std::string& scope,

@@ -7,15 +7,16 @@
 
 class StringPersistence;
 
-/// The front of a text parameter store: what a caller holds. It owns the store and checks the callers'
-/// contract: an empty name reports a violation (see ContractChecks.h) and, where that returns, is looked for like
-/// any other. Nothing is kept in memory between two calls, so stores of one domain, in this process or another,
-/// see each other's writes. Nothing throws; what fails is traced as an error. Thread: any.
+/// The interface of a text parameter store for its users. It owns the store and checks the contract: an empty
+/// name reports a violation (see ContractChecks.h) and, if that returns, is treated like any other. Nothing
+/// is cached between two calls, so stores of one domain, in this process or another, see each other's writes.
+/// Nothing throws; failures are traced as errors. Thread: any.
 class PersistenceManager {
 public:
-    /// Makes the store of a domain: the folders above its file are created when they are missing, the file with
-    /// the first write. A folder that cannot be made shows when the file is written.
-    /// @param scope  the product's name; @param mode whose store it is
+    /// Creates the store of a domain, and the missing folders above its file; the first write creates the
+    /// file. If a folder cannot be created, the writes fail.
+    /// @param scope  the product's name
+    /// @param mode   whose store it is
     PersistenceManager(const std::string& scope, const std::string& domain, t_PersistenceMode mode);
     ~PersistenceManager();
     PersistenceManager(const PersistenceManager&) = delete;

@@ -17,8 +17,8 @@ namespace kf::detail {
 
 namespace {
 
-/// No store comes near it. A file that claims more (its length costs nothing while it is all holes) is not
-/// read into memory, and none is written.
+/// No store comes near it. A larger file (which takes no disk space if it is sparse) is not read into memory,
+/// and none is written.
 const std::size_t MAX_SIZE = INT_MAX - 1;
 
 std::string withFolder(const std::string& path) {
@@ -76,7 +76,7 @@ bool PersistenceFile::whileLocked(const std::function<bool()>& action) const {
     switch (lock.getResult()) {
     case LockResult::HELD:
         break;
-    case LockResult::UNSUPPORTED: // nobody has one
+    case LockResult::UNSUPPORTED: // nobody can lock here
         traceLacks(FileReplacement::NO_LOCK);
         break;
     case LockResult::BUSY:
@@ -95,7 +95,7 @@ bool PersistenceFile::whileMemoryLasts(const std::function<bool()>& action) cons
     try {
         return action();
     } catch (const std::bad_alloc&) {
-    } catch (const std::length_error&) { // of a text longer than half the address space
+    } catch (const std::length_error&) { // a text longer than half the address space
     }
     TRACE_MESSAGE(MSG_ERROR, "Not enough memory for parameter file '%s'", m_path.c_str());
     return false;
