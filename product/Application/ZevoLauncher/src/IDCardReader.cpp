@@ -41,7 +41,7 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
         end = std::min(content.find('\n', begin), content.size());
         const std::string line = content.substr(begin, end - begin);
         ++number;
-        // DELIBERATE: a card that holds "&" anywhere is refused, even where a comment would be meant.
+        // DELIBERATE: a card that contains "&" anywhere is refused, even in what is meant as a comment.
         if (line.find('&') != std::string::npos) {
             if (observer != nullptr)
                 observer->onRefused(number);
@@ -53,7 +53,7 @@ bool IDCardReader::readIDCard(IDCardObserver* observer) {
     return stored;
 }
 
-/// False when the line has an empty key.
+/// Returns false if the line has an empty key.
 bool IDCardReader::storePair(const std::string& line, int number, IDCardObserver* observer) {
     TRACE_METHOD();
     const std::string::size_type equals = line.find('=');

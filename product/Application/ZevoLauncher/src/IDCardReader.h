@@ -6,8 +6,8 @@
 
 class IDCardObserver;
 
-/// Reads the identity card, the file "ID.txt" of "KEY=VALUE" lines that says which build and which customer
-/// configuration this installation is. An ordinary object; one thread at a time.
+/// Reads the identity card: the file "ID.txt" of "KEY=VALUE" lines, which identifies the build and the
+/// customer configuration of this installation. An ordinary object; one thread at a time.
 ///
 /// A key is everything before the first "=", blanks and letter case included; a value ends at its first
 /// non-printing character, so carriage returns never become part of it. A line without "=" is its own key and
@@ -16,15 +16,15 @@ class IDCardReader {
 public:
     static constexpr char FILE_NAME[] = "ID.txt";
 
-    /// `folder` is followed directly by the file's name: it ends with a separator. Reads nothing yet.
+    /// The file's name is appended to `folder`, so that ends with a separator. Reads nothing yet.
     explicit IDCardReader(std::string folder);
     virtual ~IDCardReader();
 
-    /// Reads the card, adding to what earlier calls read. True when at least one pair was stored and no line
-    /// held "&"; at such a line the reading ends, and the pairs before it stay.
+    /// Reads the card, in addition to what earlier calls have read. True if at least one pair was stored and
+    /// no line contained "&"; at such a line the reading ends, and the pairs before it stay.
     bool readIDCard() { return readIDCard(nullptr); }
     /// The same.
-    /// @param observer borrowed; is told of the lines
+    /// @param observer  borrowed; notified of the lines
     bool readIDCard(IDCardObserver* observer);
 
     /// The value of a key, or an empty text.

@@ -41,7 +41,7 @@ void LauncherLock::waitForIt() {
 void LauncherLock::noteProcess() {
     TRACE_METHOD();
     const std::string process = std::to_string(getpid()) + "\n";
-    // Only for support and the next launcher's message. The lock holds even where this fails. Truncating first would
+    // Only for support and for the next launcher's message. The lock is held even if this fails. Truncating first would
     // free the file's block and take another one, at every start.
     struct stat status;
     const auto size = static_cast<off_t>(process.size());

@@ -4,22 +4,23 @@
 
 #include <string>
 
-/// The lock of a log folder: the launcher that holds it is the one that runs, and traces and logs there.
-/// Advisory. Released when the object goes or, by the system, when the process ends, however it does; not
-/// inherited by the applications that are started. Not shared between threads.
+/// The lock of a log folder: the launcher that holds it is the active one, which traces and logs there.
+/// Advisory. Released when the object is destroyed or, by the system, when the process ends, however it does;
+/// the applications that are started do not inherit it. Not shared between threads.
 ///
-/// The file "launcher.lock" holds the launcher's process id as a decimal text. It stays when that ends.
+/// The file "launcher.lock" contains the launcher's process id as decimal text. It stays when the launcher
+/// ends.
 class LauncherLock {
 public:
-    /// Takes the lock, unless another launcher has it. `folder` ends with its separator.
+    /// Takes the lock, unless another launcher holds it. `folder` ends with a separator.
     explicit LauncherLock(const std::string& folder);
     ~LauncherLock();
     LauncherLock(const LauncherLock&) = delete;
     LauncherLock& operator=(const LauncherLock&) = delete;
 
-    /// False also where no lock is to be had: the folder cannot be written, or its file system has no locks.
+    /// Also false if no lock can be taken: the folder is not writable, or its file system has no locks.
     bool isHeldByAnother() const { return m_isHeldByAnother; }
-    /// The process id of the other launcher; 0 while it has not written it.
+    /// The process id of the other launcher; 0 if it has not written it yet.
     long otherProcess() const;
     /// Waits until the other launcher has ended, and takes its lock.
     void waitForIt();

@@ -73,10 +73,10 @@ void ZevoLauncher::onDeviceArrival(std::string& hardwareId) {
         processDevice();
 }
 
-/// DELIBERATE: what was started stays when the modem goes.
+/// DELIBERATE: the started applications stay when the modem leaves.
 void ZevoLauncher::onDeviceRemoval(std::string&) {}
 
-/// DELIBERATE: not traced by itself; the two calls are.
+/// DELIBERATE: not traced itself; the two calls are.
 void ZevoLauncher::onResumeStandbyMode() {
     if (isDeviceFound())
         processDevice();

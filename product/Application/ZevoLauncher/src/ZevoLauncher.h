@@ -4,12 +4,12 @@
 
 #include <string>
 
-/// The launcher itself: whenever the configured modem, or the CD-ROM that it first presents itself as, is
-/// present at start or arrives, it starts the main application and, hidden, the notifier, each unless it runs
-/// already. No launch is remembered: every trigger looks at the running processes afresh.
+/// The launcher itself. When the configured modem, or the CD-ROM that it first presents itself as, is present
+/// at start or arrives, it starts the main application and, hidden, the notifier, each unless it is running
+/// already. It remembers no launches: every trigger checks the running processes anew.
 ///
 /// Construct, init(), run(). Everything happens on the main thread. The object must outlive the
-/// notifications: nothing takes it off the plug-and-play service's list.
+/// notifications, because it cannot be unregistered from the plug-and-play service.
 class ZevoLauncher : public HWServicePnPClient {
 public:
     ZevoLauncher();
@@ -24,16 +24,17 @@ public:
 
     void init();
 
-    /// Reads the configuration, registers for notifications, looks for a modem that is already there, and
-    /// runs the run loop until that ends. An unreadable configuration is traced and nothing matches from then
-    /// on. A configured id to find that is too short to hold ids throws std::out_of_range.
+    /// Reads the configuration, registers for notifications, looks for a modem that is already connected, and
+    /// runs the run loop until that ends. If the configuration cannot be read, that is traced and nothing
+    /// matches. Throws std::out_of_range if the configured id of the modem to find is too short to contain
+    /// ids.
     void run();
 
-    /// Whether the modem to find is connected now.
+    /// Whether the modem to find is connected at the moment.
     bool isDeviceFound();
-    /// Starts whichever of the two applications is not running. Failures are traced; nothing is retried.
+    /// Starts those of the two applications that are not running. Failures are traced; nothing is retried.
     void processDevice();
-    /// Whether a running process has exactly this bundle path (an ASCII text).
+    /// Whether a running process has exactly this bundle path (ASCII).
     bool isProcessRunning(std::string bundlePath);
 
 private:

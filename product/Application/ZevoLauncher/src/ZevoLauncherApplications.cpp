@@ -9,7 +9,7 @@
 
 using namespace kf::detail;
 
-// What the launcher asks of the system about the applications: which of them run, and to start one.
+// What the launcher asks of the system about the applications: which of them are running, and to start one.
 
 /// All bits set: every key that the Process Manager knows.
 static const UInt32 ALL_INFORMATION = 0xFFFFFFFF;
@@ -20,7 +20,7 @@ CFOwned<CFStringRef> makeString(const char* text) {
     return CFOwned<CFStringRef>(CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingASCII));
 }
 
-/// Whether the process information holds exactly this text under the key.
+/// Whether the process information has exactly this text under the key.
 bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef text) {
     const CFTypeRef value = CFDictionaryGetValue(information, key);
     return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID() &&
@@ -30,7 +30,7 @@ bool hasText(CFDictionaryRef information, CFStringRef key, CFStringRef text) {
 } // namespace
 
 // The Process Manager, the File Manager and this call of Launch Services are deprecated since macOS 10.8 to
-// 10.10. They are what 32-bit macOS has, and later systems still carry them.
+// 10.10. They are what 32-bit macOS has, and later systems still include them.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
@@ -69,7 +69,7 @@ bool ZevoLauncher::isProcessRunning(std::string bundlePath) {
         const OSStatus status = GetNextProcess(&process);
         if (status == procNotFound)
             return false;
-        // DELIBERATE: any other failure is asked again; the end of the list is the only way out.
+        // DELIBERATE: retried after any other failure; only the end of the list ends the loop.
         if (status != noErr)
             continue;
         const CFOwned<CFDictionaryRef> information(

@@ -13,12 +13,12 @@ ZevoLauncherConfigReader* ZevoLauncherConfigReader::ms_theUniqueInstance = nullp
 const std::string ZevoLauncherConfigReader::ms_configurationFile = "Launcher.cfg";
 const std::string ZevoLauncherConfigReader::ms_FileKeyHardwareIdToDetect = "MacHardwareIdToDetect";
 const std::string ZevoLauncherConfigReader::ms_FileKeyHardwareIdToFind = "MacHardwareIdToFind";
-/// Written exactly so, with a capital H and a capital I: installed configuration files use this key.
+/// Spelled exactly so, with a capital H and a capital I: installed configuration files use this key.
 const std::string ZevoLauncherConfigReader::ms_FileKeyCdRomHidToDetect = "MacCdRomHIdToDetect";
 
 namespace {
 
-/// A key that is absent, or whose value is no text, leaves `value` as it is.
+/// Stores the value of a key. If the key is missing, or its value is no text, `value` stays as it is.
 void takeValue(const Dictionary& dictionary, const std::string& key, std::string& value) {
     if (const char* text = dictionary.getValue(key))
         value = text;

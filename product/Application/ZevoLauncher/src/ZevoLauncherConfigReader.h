@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// The launcher's own configuration: "Launcher.cfg" beside the executable, a property list that names the
-/// hardware to react to. Each identifier has the form "USB#Vid_%04x&Pid_%04x"; the form is not checked. A key
-/// that the file lacks gives an empty text.
+/// The launcher's own configuration: "Launcher.cfg" beside the executable, a property list with the hardware
+/// to react to. Each identifier has the form "USB#Vid_%04x&Pid_%04x"; the form is not checked. A missing key
+/// gives an empty text.
 ///
-/// The file is read by the first getter that succeeds in reading it and never again. Main thread only.
+/// The first getter that can read the file does so; it is never read again. Main thread only.
 class ZevoLauncherConfigReader {
 public:
     static const std::string ms_configurationFile; // its name
@@ -15,20 +15,21 @@ public:
     static const std::string ms_FileKeyHardwareIdToFind;
     static const std::string ms_FileKeyCdRomHidToDetect;
 
-    /// The one instance, created by the first call and never deleted.
+    /// The instance, created by the first call and never deleted.
     static ZevoLauncherConfigReader* getInstance();
     ~ZevoLauncherConfigReader();
 
     ZevoLauncherConfigReader(const ZevoLauncherConfigReader&) = delete;
     ZevoLauncherConfigReader& operator=(const ZevoLauncherConfigReader&) = delete;
 
-    /// Each loads the configuration if that has not worked yet, and throws what loadConfiguration() throws.
+    /// Each loads the configuration if that has not succeeded yet, and throws what loadConfiguration()
+    /// throws.
     std::string getModemHIdToDetect();
     std::string getModemHIdToFind();
     std::string getCdRomHIdToDetect();
 
-    /// Does nothing once loaded. Throws KFConfigurationReaderFileNotFoundException when the file cannot be
-    /// read or is no property list; the next call tries again.
+    /// Does nothing once loaded. Throws KFConfigurationReaderFileNotFoundException if the file cannot be read
+    /// or is no property list; the next call tries again.
     void loadConfiguration();
 
 private:

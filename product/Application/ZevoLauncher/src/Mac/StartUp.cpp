@@ -21,7 +21,7 @@
 
 using namespace kf::detail;
 
-// Support knows these failures by this file and these lines; they do not follow the code around.
+// Support identifies these failures by this file and these lines; they do not change with the code.
 static const char KF_SOURCE[] = "product/Application/ZevoLauncher/src/Mac/Main";
 static const int NO_CARD_LINE = 43;
 static const int NO_LOG_FOLDER_LINE = 54;
@@ -30,19 +30,19 @@ static const char DOMAIN_NAME[] = "Logs";
 
 namespace {
 
-/// Ends the process through the crash handler; returns only where that is not in force.
+/// Ends the process through the crash handler; returns only if that is not installed.
 void reportFailure(const char* message, int line) {
     TRACE_FUNCTION("reportFailure");
     KFExceptionHandler::GetInstance()->throwException(0, "INTERNAL ERROR", message, KF_SOURCE, line);
 }
 
-/// DELIBERATE: the two messages carry quotation marks of their own and differ in the blank before the colon;
-/// support searches for them as they are.
+/// DELIBERATE: the two messages contain quotation marks and differ in the blank before the colon; support
+/// searches for them as they are.
 void readCard(IDCardReader& card) {
     TRACE_FUNCTION("readCard");
     if (card.readIDCard())
         return;
-    // There is neither a trace nor a log to read this in.
+    // Standard error: there is neither a trace nor a log yet.
     const std::string path = FileSystemManagement::getCurrentExecutableDirectory() + IDCardReader::FILE_NAME;
     std::string refusal = "no line in it is right, or one holds \"&\"";
     SmallFile::open(path, SmallFile::CONFIGURATION_LIMIT, refusal);
@@ -55,21 +55,21 @@ void makeLogFolder(const std::string& folder) {
     TRACE_FUNCTION("makeLogFolder");
     if (FileSystemManagement::existFile(folder))
         return;
-    // Without the user's folder the path begins at the root, where the superuser could make anything.
-    const bool isPlaceKnown = !FileSystemManagement::getUserAppDataDirectory().empty();
-    if (isPlaceKnown && FileSystemManagement::createFolder(folder))
+    // Without the user's folder the path begins at the root, where the superuser could create anything.
+    const bool isUserFolderKnown = !FileSystemManagement::getUserAppDataDirectory().empty();
+    if (isUserFolderKnown && FileSystemManagement::createFolder(folder))
         return;
-    // There is neither a trace nor a log to read this in.
+    // Standard error: there is neither a trace nor a log yet.
     std::fprintf(stderr, "ZevoLauncher : cannot create the log folder %s%s\n", folder.c_str(),
-                 isPlaceKnown ? "" : " : the system knows no folder for the user's application data");
+                 isUserFolderKnown ? "" : " : the system knows no folder for the user's application data");
     reportFailure("\"cannot start ZevoLauncher : unable to log\"", NO_LOG_FOLDER_LINE);
 }
 
-/// Into the running launcher's log: a logger of its own, which comes and goes with the line.
+/// Logs one line into the running launcher's log, with a logger that exists only for this line.
 void logOnce(const std::string& line, const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("logOnce");
     if (!FileSystemManagement::existFile(configurationFile))
-        return; // the start that follows warns of that
+        return; // the start that follows warns about that
     Logger logger;
     logger.SetFolderName(logFolder);
     logger.ReadConfigFile(configurationFile.c_str());
@@ -78,11 +78,11 @@ void logOnce(const std::string& line, const std::string& logFolder, const std::s
     logger.FinishLogging();
 }
 
-/// Two launchers of one log folder would empty each other's trace, and each would do what the other one does.
-/// The second waits and follows the first, whose session may just be ending.
+/// Two launchers with one log folder would empty each other's trace, and both would do the same. The second
+/// one waits and then takes over: the session of the first may just be ending.
 void awaitEndOfOtherLauncher(const std::string& logFolder, const std::string& loggerConfigurationFile) {
     TRACE_FUNCTION("awaitEndOfOtherLauncher");
-    // Held until the process ends. A second start-up in the same process is no second launcher.
+    // Held until the process ends. A second start-up in the same process is not a second launcher.
     static LauncherLock* lock = nullptr;
     if (lock != nullptr)
         return;
@@ -99,9 +99,10 @@ void awaitEndOfOtherLauncher(const std::string& logFolder, const std::string& lo
     lock->waitForIt();
 }
 
-/// The tracer or the logger, which live to the end of the process: threads may trace and log until then.
+/// Creates the tracer or the logger. They are never destroyed: threads may trace and log until the process
+/// ends.
 template <typename Facility>
-void make(const std::string& logFolder, const std::string& configurationFile) {
+void create(const std::string& logFolder, const std::string& configurationFile) {
     static NeverDestroyed<Facility> facility;
     Facility::SetInstance(&facility.get());
     facility.get().SetFolderName(logFolder);
@@ -112,9 +113,9 @@ void startTracer(const std::string& logFolder, const std::string& configurationF
     TRACE_FUNCTION("startTracer");
     if (Tracer::GetInstance() != nullptr)
         return;
-    make<Tracer>(logFolder, configurationFile);
-    // Before the first traced call, even one of this file: that would register the thread under its number, and
-    // a later name has no effect.
+    create<Tracer>(logFolder, configurationFile);
+    // Before the first traced call, even one in this file: that would register the thread as "th_<id>", and a
+    // later name has no effect.
     if (Tracer::isActive())
         Tracer::GetInstance()->BeginningOfThread("MAIN");
 }
@@ -122,7 +123,7 @@ void startTracer(const std::string& logFolder, const std::string& configurationF
 void startLogger(const std::string& logFolder, const std::string& configurationFile) {
     TRACE_FUNCTION("startLogger");
     if (Logger::GetInstance() == nullptr)
-        make<Logger>(logFolder, configurationFile);
+        create<Logger>(logFolder, configurationFile);
 }
 
 void logBanner(const std::string& executable, IDCardReader& card) {
@@ -143,7 +144,7 @@ void openStandardFiles() {
     TRACE_FUNCTION("openStandardFiles");
     int file = 0;
     do {
-        file = open("/dev/null", O_RDWR); // gets the lowest number that is free
+        file = open("/dev/null", O_RDWR); // returns the lowest number that is free
     } while (file >= STDIN_FILENO && file <= STDERR_FILENO);
     if (file > STDERR_FILENO)
         close(file);
