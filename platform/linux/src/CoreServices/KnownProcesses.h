@@ -49,10 +49,8 @@ public:
     /// Inspects every process that may be an application by now, in no order. The result for a process
     /// depends on the root and the user; a change of one makes all processes new.
     /// @return 0; the first error of an inspection; the errno if this process lacks the means to read /proc;
-    /// ESRCH
-    ///     if /proc does not list this process, which always exists: it is another namespace's, or missing.
-    ///     That is
-    ///     reported on standard error, once until /proc can be read again.
+    ///     ESRCH if /proc does not list this process, which always exists: it is another namespace's, or
+    ///     missing. That is reported on standard error, once until /proc can be read again.
     int visit(const std::string& root, uid_t user, const Inspect& inspect);
 
     /// Adds a process that was started here and may be an application. It then counts as known: no reason to

@@ -21,8 +21,7 @@ struct RunningApplication {
 /// All of them, in ascending order of process ids. Processes that come or go meanwhile may be missing.
 /// @return 0; the errno if the list cannot be read (it is empty then): because this process has no descriptor
 ///     left, for instance, or ESRCH if /proc is missing, empty or another namespace's. ESRCH is also reported
-///     on
-///     standard error, once until lists can be read again.
+///     on standard error, once until lists can be read again.
 int listRunningApplications(std::vector<RunningApplication>& applications);
 
 /// Those that this process has started, in ascending order of process ids, without reading any other process.

@@ -14,8 +14,7 @@ class Dictionary;
 /// Keys of a device description (all strings, all optional):
 ///   VendorID, ProductID   the USB ids in decimal
 ///   PortHID, ModemPortHID name of the data and of the modem port's TTY device, in any letter case, or a
-///   POSIX
-///                         basic regular expression that matches a part of it
+///                         POSIX basic regular expression that matches a part of it
 ///   NetworkAdapterHID     not empty: look for the network interface (the text itself is not compared)
 ///   ModemHID              display name
 ///

@@ -38,8 +38,7 @@ public:
     /// Reads the record that begins at `offset` and moves `offset` behind it. DELIBERATE: lengths are trusted
     /// as written, and the name's last byte is taken for its NUL.
     /// @return false, with `offset` unchanged, if no complete record begins there: a length runs past the end
-    /// or
-    ///         leaves no room for the name's NUL
+    ///         or leaves no room for the name's NUL
     static bool unMarshall(const char* bytes, std::size_t length, std::size_t& offset, Record& record);
 
 private:

@@ -28,9 +28,8 @@ public:
 
     /// Reads the file. A missing file counts as empty.
     /// @return false, with the reason traced, if the file exists but cannot be read, is being written in
-    /// place for
-    ///         5 seconds, has 2 GB and more, or does not fit into memory. A write after that would lose its
-    ///         content
+    ///         place for 5 seconds, has 2 GB and more, or does not fit into memory. A write after that would
+    ///         lose its content
     bool read(std::string& content) const;
 
     /// Replaces the file.
@@ -40,14 +39,12 @@ public:
 
     /// Runs `action` while no other store may write the file.
     /// @return the action's result; false, with the reason traced, if the lock cannot be taken within 5
-    /// seconds or
-    ///         memory runs out. If the file system has no locks, the action runs without one
+    ///         seconds or memory runs out. If the file system has no locks, the action runs without one
     bool whileLocked(const std::function<bool()>& action) const;
 
     /// Runs `action`, which holds the file's content in memory.
     /// @return the action's result; false, with the reason traced, if it runs out of memory: a 32-bit process
-    /// cannot
-    ///         hold a text of 1.1 GB
+    ///         cannot hold a text of 1.1 GB
     bool whileMemoryLasts(const std::function<bool()>& action) const;
 
     /// Whether the file exists.
