@@ -6,11 +6,11 @@
 
 namespace Zevo {
 
-/// Is this stream a terminal that takes colours, and does nobody object? NO_COLOR in the environment, if not empty, and
-/// TERM=dumb do.
+/// Whether to use colours on this stream: it is a terminal, NO_COLOR in the environment is unset or empty,
+/// and TERM is not "dumb".
 bool takesColours(std::FILE* stream);
 
-/// Puts the terminal's colours around texts, or leaves them as they are.
+/// Adds the terminal's colours to texts, or leaves them as they are.
 class Colours {
 public:
     explicit Colours(bool on) : m_on(on) {}

@@ -5,12 +5,12 @@
 
 namespace Zevo {
 
-/// Where something stands. Lines and columns count from 1, columns in bytes.
+/// A position in a file. Lines and columns count from 1, columns in bytes.
 struct Place {
-    std::string file; ///< as it is shown to people
+    std::string file; ///< as shown to people
     int line = 0;     ///< 0: the file as a whole
     int column = 0;
-    int length = 1;   ///< how many bytes are meant
+    int length = 1;   ///< number of bytes
     std::string text; ///< the line
 };
 
@@ -18,9 +18,9 @@ struct Place {
 struct Finding {
     std::string id; ///< names the kind of mistake, the same for ever: "trace-statement-misspelt"
     Place place;
-    std::string wrong;    ///< what is wrong, and what comes of it
-    std::string expected; ///< what should stand there; empty where the first says it
-    std::string meant;    ///< a likely correction; empty where there is none
+    std::string wrong;    ///< what is wrong, and its consequence
+    std::string expected; ///< what should be there; empty if `wrong` says it
+    std::string meant;    ///< a likely correction; empty if there is none
 };
 
 using Findings = std::vector<Finding>;

@@ -7,15 +7,15 @@
 
 namespace Zevo {
 
-/// How a program asks for a modem, for what it says where a name does not do.
+/// Parts of the messages with which a program asks for a modem, if a name does not select one.
 struct ModemQuestion {
-    const char* otherwise;              ///< "its ids, as in --modem 12d1:1001"
-    const char* option;                 ///< what stands before ids: "--modem ", or nothing
-    UsbIds (*idsOf)(const KnownModem&); ///< by which it asks for one of several
+    const char* otherwise;              ///< what to give instead: "its ids, as in --modem 12d1:1001"
+    const char* option;                 ///< what precedes ids: "--modem ", or nothing
+    UsbIds (*idsOf)(const KnownModem&); ///< the ids by which it asks for one of several
 };
 
-/// The only modem whose names hold all words of the text, which blanks, "-" and "_" keep apart.
-/// @throw UsageError there is none, or there are several, which are listed; or the text is meant as ids and is none
+/// The only modem whose names contain all words of the text; words are separated by blanks, "-" and "_".
+/// @throw UsageError there is none, or several, which are listed; or the text looks like ids but is not valid
 KnownModem chooseByName(const std::string& text, const std::vector<KnownModem>& database,
                         const ModemQuestion& question);
 

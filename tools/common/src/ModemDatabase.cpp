@@ -103,7 +103,7 @@ std::vector<UsbIds> targetsIn(const std::string& text, const UsbIds& cdRom) {
             targets.push_back({vendor >= 0 ? vendor : cdRom.vendor, number});
     }
     if (targets.empty())
-        targets.push_back(cdRom); // it keeps its ids
+        targets.push_back(cdRom); // it keeps its ids when switched
     return targets;
 }
 

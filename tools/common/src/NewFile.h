@@ -8,23 +8,23 @@
 
 namespace Zevo {
 
-/// A result that goes to a file which was not there before: nobody's file is written over, and what did not become
-/// whole is removed again, also when Ctrl-C ends the program. For its owner's eyes only, as traces and logs are.
+/// An output file that must not exist yet, so no existing file is overwritten. An incomplete file is removed
+/// again, also if Ctrl-C ends the program. Only its owner may read it, as with traces and logs.
 class NewFile {
 public:
-    /// Throws UsageError when the file is there already, std::runtime_error when it cannot be made.
+    /// Throws UsageError if the file exists already, std::runtime_error if it cannot be created.
     explicit NewFile(std::string path);
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     /// Removes the file, unless keep() was called.
     ~NewFile();
 
-    /// For those who write by themselves; stays this object's.
+    /// For callers that write to it themselves; this object keeps the ownership.
     int descriptor() const { return m_file; }
-    /// Throws std::runtime_error when not all of it could be written.
+    /// Throws std::runtime_error if not all of it could be written.
     void write(std::string_view text);
-    /// The file is whole; nothing is written to it behind that. Throws std::runtime_error, and does not keep it, when the
-    /// system has lost something of it.
+    /// The file is complete; nothing more is written to it. If the system has lost some of it, throws
+    /// std::runtime_error and does not keep it.
     void keep();
 
 private:

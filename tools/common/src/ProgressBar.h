@@ -7,20 +7,21 @@
 
 namespace Zevo {
 
-/// One line that tells how far a long work has come, on a terminal only, and only from its second second on. It is wiped
-/// out when the work ends, so that nothing of it stands between the results. Used on one thread.
+/// One line that shows the progress of a long operation, only on a terminal, and only after a second. It is
+/// erased when the operation ends, so that it does not stay between the results. Used on one thread.
 class ProgressBar {
 public:
     using Clock = std::chrono::steady_clock;
 
     /// @param stream borrowed; standard error, so that results can be piped
-    ///  @param total  how much there is to do, in any unit; 0 when that is not known
+    ///  @param total  the total amount, in any unit; 0 if unknown
     ProgressBar(std::string what, std::uint64_t total, std::FILE* stream = stderr);
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
     ~ProgressBar();
 
-    /// So much is done. Cheap enough for every few hundred lines; draws ten times a second at most.
+    /// Reports the amount done so far. Cheap enough for every few hundred lines; draws at most ten times a
+    /// second.
     void at(std::uint64_t done) { at(done, Clock::now()); }
     void at(std::uint64_t done, Clock::time_point now);
 

@@ -80,7 +80,7 @@ Place SourceText::atText(int number, std::string_view text) const {
 
 int SourceText::lineOf(std::size_t offset) const {
     const auto next = std::upper_bound(m_lineStarts.begin(), m_lineStarts.end(), offset);
-    // What stands behind the last line feed belongs to no line that has bytes.
+    // The text behind the last line feed is empty, and no line.
     return static_cast<int>(next - m_lineStarts.begin()) +
            (offset >= m_bytes.size() && endsWithLineFeed() ? 1 : 0);
 }

@@ -9,13 +9,13 @@
 
 namespace Zevo {
 
-/// A file as its bytes, and the places in it. What the bytes mean is the product's readers' business.
+/// The bytes of a file, and positions in it. What the bytes mean, the product's readers decide.
 class SourceText {
 public:
-    /// Reads the file. @param shown how people are told its name
+    /// Reads the file. @param shown  the name that people are shown
     SourceText(const std::string& path, std::string shown);
 
-    /// Empty when the file could be read; else what is in the way, for people.
+    /// Empty if the file could be read; otherwise the reason, for people.
     const std::string& whyUnreadable() const { return m_whyUnreadable; }
     const std::string& bytes() const { return m_bytes; }
     const std::string& shownName() const { return m_shown; }
@@ -23,12 +23,12 @@ public:
     int lineCount() const { return static_cast<int>(m_lineStarts.size()); }
     /// Without its line feed and the carriage return before it; empty behind the last line.
     std::string_view line(int number) const;
-    /// The file as a whole.
+    /// The position of the whole file.
     Place wholeFile() const;
     Place at(int number, int column, int length = 1) const;
-    /// The line, from its first to its last character that is no blank.
+    /// The line without leading and trailing blanks.
     Place atLine(int number) const;
-    /// The first place of this text in the line, or the whole line where it is not in it.
+    /// The first position of this text in the line, or the whole line if it does not contain the text.
     Place atText(int number, std::string_view text) const;
     int lineOf(std::size_t offset) const;
     Place atOffset(std::size_t offset, int length = 1) const;

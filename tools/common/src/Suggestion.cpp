@@ -6,7 +6,7 @@
 namespace Zevo {
 namespace {
 
-// Inserted, left out and wrong letters and swapped neighbours, each counted once.
+// Edit distance: inserted, missing and wrong letters and swapped neighbours count one each.
 std::size_t distance(const std::string& left, const std::string& right) {
     std::vector<std::size_t> before, previous(right.size() + 1), current(right.size() + 1);
     for (std::size_t j = 0; j <= right.size(); ++j)

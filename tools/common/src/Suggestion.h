@@ -6,11 +6,12 @@
 
 namespace Zevo {
 
-/// What somebody who wrote this word is likely to have meant: the one that differs in letter case only, else the nearest
-/// by inserted, left out, wrong and swapped letters. Empty when none is near. A word that is among them is itself meant.
+/// The word that somebody probably meant: the one that differs only in letter case, else the nearest by
+/// inserted, missing, wrong and swapped letters. Empty if none is near. A word that is one of them is
+/// returned as it is.
 std::string meantBy(std::string_view word, const std::vector<std::string_view>& candidates);
 
-/// ASCII letters made small.
+/// Converts ASCII letters to lower case.
 std::string smallLetters(std::string_view text);
 
 } // namespace Zevo

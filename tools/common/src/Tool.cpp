@@ -15,14 +15,14 @@ int complain(const CLI::App& app, const std::string& what, ExitStatus status) {
     return status;
 }
 
-// "zevo-check fix", where that is what the caller has meant to use.
+// The command with the chosen subcommand, if any: "zevo-check fix".
 std::string chosenCommand(const CLI::App& app) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     return app.get_name() + (chosen.empty() ? "" : " " + chosen.front()->get_name());
 }
 
 std::string problemText(const CLI::App& app, const CLI::ParseError& problem) {
-    // A word that is no subcommand would be told as a subcommand that lacks.
+    // Otherwise a word that is no subcommand would be reported as a missing subcommand.
     const std::vector<std::string> words = app.remaining();
     if (app.get_require_subcommand_min() > 0 && app.get_subcommands().empty() && !words.empty())
         return "there is no subcommand " + words.front();
@@ -60,11 +60,11 @@ int runTool(CLI::App& app, int argumentCount, const char* const* arguments,
     for (CLI::App* const subcommand : app.get_subcommands({}))
         subcommand->set_help_flag("-h,--help", HELP);
     const int status = parseAndWork(app, argumentCount, arguments, work);
-    // Whoever reads the result of a script must learn that half of it is missing.
+    // A script that reads the result must notice that half of it is missing.
     errno = 0;
     std::cout.flush();
     if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout))
-        // What was lost earlier has left no reason behind.
+        // An earlier loss has left no errno.
         return complain(app,
                         "cannot write to standard output" +
                             (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()),

@@ -8,10 +8,10 @@
 
 namespace Zevo {
 
-/// How every tool ends.
+/// The exit statuses of all tools.
 enum ExitStatus { FINE = 0, PROBLEMS_FOUND = 1, WRONG_USAGE = 2 };
 
-/// Thrown where a wrong word of the command line shows only after the parser has passed it.
+/// Thrown if an argument turns out to be wrong only after the parser has accepted it.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -20,13 +20,13 @@ public:
 /// "NAME VERSION", as --version prints it.
 std::string versionText(const std::string& toolName);
 
-/// The whole run of a tool: adds --version, parses, works.
+/// Runs a tool: adds --version, parses the command line, calls `work`.
 ///
-/// @param app  the tool's options and subcommands; its name stands before what goes wrong
-/// @param work is called once the command line is understood; its result becomes the status
-/// @return FINE for --help and --version; WRONG_USAGE, with the reason on standard error, for a command line that is not
-///         understood and for a UsageError; PROBLEMS_FOUND, with the reason, for every other exception that leaves
-///         work, and when standard output could not be written
+/// @param app   the tool's options and subcommands; its name precedes error messages
+/// @param work  called once the command line is parsed; its result becomes the status
+/// @return FINE for --help and --version; WRONG_USAGE, with the reason on standard error, for a command line
+///         that is not understood and for a UsageError; PROBLEMS_FOUND, with the reason, for every other
+///         exception that leaves work, and if standard output could not be written
 int runTool(CLI::App& app, int argumentCount, const char* const* arguments,
             const std::function<ExitStatus()>& work);
 

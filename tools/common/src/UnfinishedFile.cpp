@@ -10,7 +10,7 @@ namespace {
 
 constexpr int INTERRUPTIONS[] = {SIGINT, SIGTERM, SIGHUP};
 
-// All that the handler reads.
+// All data that the signal handler reads.
 std::atomic<const char*> unfinishedPath{nullptr};
 std::atomic<pid_t> writerOfIt{0};
 static_assert(std::atomic<const char*>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free);
@@ -24,7 +24,7 @@ extern "C" void removeAndEnd(int signal) {
     const char* const path = unfinishedPath;
     if (path != nullptr)
         unlink(path);
-    // Whoever waits for this program is to see how it ended.
+    // The exit status must tell the parent how this program ended.
     std::signal(signal, SIG_DFL);
     raise(signal);
 }
@@ -32,7 +32,7 @@ extern "C" void removeAndEnd(int signal) {
 void handleUnlessIgnored(int signal) {
     struct sigaction before = {};
     sigaction(signal, nullptr, &before);
-    if (before.sa_handler == SIG_IGN) // nohup, for instance
+    if (before.sa_handler == SIG_IGN) // ignored, by nohup for instance
         return;
     struct sigaction action = {};
     action.sa_handler = &removeAndEnd;

@@ -6,21 +6,22 @@
 
 namespace Zevo {
 
-/// A file that is being written, and is removed unless keep() is called, as nobody could tell it from a whole one: at the
-/// end of this object, and where Ctrl-C or a request to terminate ends the program. A program has one at a time.
+/// A file that is being written. It is removed unless keep() is called, because nobody could distinguish it
+/// from a complete one: when this object is destroyed, or if Ctrl-C or a request to terminate ends the
+/// program. At most one at a time in a program.
 class UnfinishedFile {
 public:
-    /// From here on; the file need not be there yet. `writer` is a child that writes it, and is ended before Ctrl-C removes it;
-    /// 0 for none.
+    /// Starts the protection; the file need not exist yet. `writer` is a child that writes it, and is killed
+    /// before Ctrl-C removes the file; 0: none.
     explicit UnfinishedFile(std::string path, pid_t writer = 0);
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-    /// Removes the file, unless it was kept. The writer has ended before that.
+    /// Removes the file, unless it was kept. The writer must have ended before.
     ~UnfinishedFile();
 
-    /// The writer has ended; to be said before its process number may be another's.
+    /// To be called when the writer has ended, before its pid can be reused.
     void hasNoWriter();
-    /// The file is whole, or has got another name.
+    /// The file is complete, or was renamed.
     void keep();
 
 private:
@@ -28,7 +29,7 @@ private:
     bool m_isKept = false;
 };
 
-/// Holds Ctrl-C and requests to terminate back, for the moment between making a file and knowing of it.
+/// Blocks Ctrl-C and requests to terminate, between creating a file and registering it here.
 class HeldInterruptions {
 public:
     HeldInterruptions();
@@ -36,7 +37,7 @@ public:
     HeldInterruptions& operator=(const HeldInterruptions&) = delete;
     ~HeldInterruptions();
 
-    /// What was held back before, for children.
+    /// The signal mask from before, for children.
     const sigset_t& before() const { return m_before; }
 
 private:

@@ -17,18 +17,18 @@ typedef SampleMachine::Bundle Bundle;
 const std::chrono::milliseconds GLANCE(50);
 const std::chrono::milliseconds READING_TIME(3000);
 
-/// What stands behind this text in the line; empty when the line does not hold it.
+/// The part of the line behind this text; empty if the line does not contain it.
 std::string behind(const std::string& line, const std::string& text) {
     const std::string::size_type at = line.find(text);
     return at == std::string::npos ? std::string() : line.substr(at + text.size());
 }
 
-/// Thrown out of a script: no statement of it is to blame.
+/// Thrown out of a script when no statement of it is wrong.
 struct LauncherGone {
     std::string what;
 };
 
-/// What the launcher's environment says is true here as well: where applications and logs are looked for.
+/// Takes over the launcher's environment, because applications and logs are looked up here as well.
 const SampleMachine& entered(const SampleMachine& machine) {
     for (const std::string& entry : machine.environment()) {
         const std::string::size_type equals = entry.find('=');
@@ -64,7 +64,7 @@ Script Demo::chosenScript() const {
     const UsbDevice& last = isSwitched ? m_setup.modem.modem : m_setup.modem.first();
     const std::string stick = m_machine.folder() + "/stick.modem";
     writeTextFile(stick, modemFileText(m_setup.modem));
-    // Nobody wants to wait long for what will not happen.
+    // No long waits for an event that will not come.
     const bool isHopeless = !m_setup.isAwaited(m_setup.modem.first());
     const Script script =
         readScript(std::string(ZEVO_DEMO_SCRIPTS) + (isSwitched ? "/switched-modem.sim" : "/plain-modem.sim"),
@@ -204,7 +204,7 @@ void Demo::tellStarts(Bundle bundle) {
         m_narrator.say(std::string(isHidden ? "Started hidden: " : "Started: ") +
                        SampleMachine::pathOf(bundle) + " (process " + std::to_string(start.pid()) + ")");
     }
-    // The launcher may have found it running before it could tell of its start itself.
+    // The launcher may have found it running before the application could report its start.
     if (!m_machine.startsOf(bundle).empty() && m_foundRunning.erase(SampleMachine::pathOf(bundle)) != 0)
         m_narrator.sayOnce("It runs already and is not started again: " + SampleMachine::pathOf(bundle));
 }

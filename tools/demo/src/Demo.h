@@ -14,15 +14,15 @@
 
 namespace Zevo {
 
-/// The launcher at work on a sample machine, and what people are told about it. What should happen and does
-/// not is thrown as std::runtime_error; Ctrl-C as Interrupted. Either way the end of this object ends every
-/// process and removes every file.
+/// Runs the launcher on a sample machine and tells people what happens. If an expected event does not come,
+/// throws std::runtime_error; on Ctrl-C, Interrupted. In either case the destructor ends every process and
+/// removes every file.
 class Demo : private PlayListener {
 public:
     explicit Demo(const DemoWishes& wishes);
     ~Demo() override;
 
-    /// A modem's life on a bus, as one of the scripts tells it.
+    /// Plays one of the scripts: a modem on a virtual bus.
     void runOn(Bus& bus);
 
     /// On the machine's own bus, until Ctrl-C.
@@ -37,8 +37,8 @@ private:
     Script chosenScript() const;
     void showFiles();
 
-    /// Tells what happens until the condition holds; throws with this complaint when it does not come to
-    /// hold.
+    /// Reports what happens until the condition holds. If it does not come to hold, throws with this
+    /// complaint.
     void tellUntil(const std::function<bool()>& condition, const std::string& complaint);
     void tellFor(std::chrono::milliseconds duration);
     void tellNews();
@@ -52,7 +52,7 @@ private:
     TextFollower m_trace;
     TextFollower m_complaints; // its standard error
     std::set<pid_t> m_toldStarts;
-    std::set<std::string> m_foundRunning; // bundles, not told of yet
+    std::set<std::string> m_foundRunning; // bundles, not reported yet
     std::unique_ptr<LauncherProcess> m_launcher;
 };
 

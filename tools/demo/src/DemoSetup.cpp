@@ -14,7 +14,7 @@ namespace {
 
 const char TRACE_CONFIGURATION[] = "tracer_zevolauncher.cfg";
 
-/// "12d1:1001" of an identifier in any form that people write; empty where it holds none.
+/// "12d1:1001" for an identifier in any form that people write; empty if it contains none.
 std::string shortFormOf(const std::string& hardwareId) {
     const std::string form = hardwareIdMeantBy(hardwareId);
     return form.empty() ? form : form.substr(8, 4) + ":" + form.substr(17, 4);
@@ -26,7 +26,7 @@ CheckResult checked(const std::string& folder, CheckOptions& options) {
     return checkInstallation(options);
 }
 
-/// What is missing there is missing on the machine, too. The trace is another matter: what is told comes from it.
+/// A missing file is missing on the machine, too, except the trace configuration: the demo reads the trace.
 void installFrom(const std::string& given, const SampleMachine& machine) {
     const std::string folder = given.back() == '/' ? given : given + "/";
     if (!std::filesystem::is_directory(folder))
@@ -71,7 +71,7 @@ DemoSetup::DemoSetup(const SampleMachine& machine, const DemoWishes& wishes) {
         installFrom(wishes.configuration, machine);
     else if (!wishes.modem.empty())
         installFor(modem, machine);
-    // Written at once, so that what happens is told when it happens.
+    // Direct writing, so that events are reported when they happen.
     machine.install(TRACE_CONFIGURATION, machine.installedText(TRACE_CONFIGURATION) + "\nTRACE_MUST_FLUSH\n");
     CheckOptions options;
     const CheckResult result = checked(machine.installationFolder() + "/", options);

@@ -5,12 +5,12 @@
 
 namespace Zevo {
 
-/// Tells people what happens: one line each, with the time, at once.
+/// Tells people what happens, one line at a time, with the time.
 class Narrator {
 public:
     void say(const std::string& text);
 
-    /// What was said since the last new step is not said again: a composite device arrives several times.
+    /// Suppresses repetitions since the last new step: a composite device arrives several times.
     void sayOnce(const std::string& text);
     void beginStep() { m_said.clear(); }
 

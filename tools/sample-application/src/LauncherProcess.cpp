@@ -21,7 +21,7 @@ void redirect(const char* path, int flags, int descriptor) {
     close(file);
 }
 
-/// They are the texts' own, and as good as long as those stay.
+/// They point into the texts, and are valid as long as those.
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
     std::vector<const char*> result;
     for (const std::string& text : texts)

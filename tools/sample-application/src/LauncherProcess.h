@@ -11,10 +11,9 @@ namespace Zevo {
 class SampleMachine;
 
 /// The real launcher, started on a sample machine. Its standard output and standard error go to files of the
-/// machine. Environment entries, "NAME=value", are added to this process's own, in which a virtual bus has
-/// left what is needed to see it. It stands in a process group of its own, so that Ctrl-C at the terminal does
-/// not reach it, and does not outlive its starter. Throws std::runtime_error when the program cannot be
-/// started.
+/// machine. Environment entries, "NAME=value", are added to this process's own, which a virtual bus has
+/// prepared. It runs in a process group of its own, so that Ctrl-C at the terminal does not reach it, and
+/// does not outlive its parent. Throws std::runtime_error if the program cannot be started.
 class LauncherProcess {
 public:
     explicit LauncherProcess(const SampleMachine& machine, const std::vector<std::string>& environment = {});
@@ -30,10 +29,10 @@ public:
     /// Waits for the end; false at the deadline.
     bool waitForEnd(std::chrono::milliseconds longest = LONGEST_WAIT);
 
-    /// After the end: -1 before it, and when a signal ended the process.
+    /// After the end. -1 before it, and if a signal ended the process.
     int exitStatus() const;
 
-    /// After the end: the signal that ended the process, 0 when none did.
+    /// After the end: the signal that ended the process, 0 if none did.
     int endingSignal() const;
 
     std::string standardError() const;

@@ -32,8 +32,8 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return result;
 }
 
-/// A second name for the program where the file system allows it: a process is known by the name it was
-/// started by.
+/// A hard link to the program, or a copy if the file system does not allow links: a process is identified by
+/// the name that it was started by.
 void installProgram(const std::string& source, const std::string& destination) {
     if (link(source.c_str(), destination.c_str()) == 0)
         return;
@@ -50,7 +50,7 @@ std::string nameOf(SampleMachine::Bundle bundle) {
     return bundle == SampleMachine::Bundle::mainApplication ? "Quillmarsh" : "Murmel";
 }
 
-/// An application's Info.plist, read by the platform.
+/// An application's Info.plist, which the platform reads.
 std::string informationAbout(const std::string& name) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<!DOCTYPE plist PUBLIC \"-//Apple Computer//DTD PLIST 1.0//EN\" "

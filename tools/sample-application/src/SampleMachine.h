@@ -9,13 +9,13 @@
 
 namespace Zevo {
 
-/// What one started application told about itself; see sample-application.c for the names.
+/// What one started application reported about itself; sample-application.c lists the names.
 class StartReport {
 public:
     explicit StartReport(const std::string& text) : m_text(text) {}
 
     pid_t pid() const;
-    /// The first value of this name, empty when there is none.
+    /// The first value with this name, empty if there is none.
     std::string value(const std::string& name) const;
     std::vector<std::string> values(const std::string& name) const;
     const std::string& text() const { return m_text; }
@@ -35,7 +35,7 @@ class SampleMachine {
 public:
     enum class Bundle { mainApplication, notifier };
 
-    /// With the product's own default files installed. Throws std::runtime_error when it cannot be laid out.
+    /// With the product's default files installed. Throws std::runtime_error if it cannot be created.
     SampleMachine();
     ~SampleMachine();
     SampleMachine(const SampleMachine&) = delete;
@@ -48,7 +48,7 @@ public:
     std::string outputFile() const { return folder() + "/standard-output.txt"; }
     std::string dataFolder() const { return folder() + "/data"; }
 
-    /// Where the launcher's trace and log lie, for the installed card's upgrade code.
+    /// Where the launcher's trace and log are, for the upgrade code of the installed card.
     std::string logFolder() const;
 
     /// The launcher's environment on this machine.
@@ -60,21 +60,21 @@ public:
     /// Installs a Launcher.cfg with these keys and identifiers.
     void installLauncherConfiguration(const std::map<std::string, std::string>& identifiers) const;
 
-    /// The bundle's path as the launcher names it, and where it really lies.
+    /// The bundle's path as the launcher uses it, and its real one.
     static std::string pathOf(Bundle bundle);
     std::string placeOf(Bundle bundle) const { return folder() + "/root" + pathOf(bundle); }
     std::string executableOf(Bundle bundle) const;
     void createBundle(Bundle bundle) const;
     void removeBundle(Bundle bundle) const;
 
-    /// Every start of the bundle's program since the machine exists, ended ones included, in no order.
+    /// All starts of the bundle's program since the machine was created, ended ones included, in no order.
     std::vector<StartReport> startsOf(Bundle bundle) const;
 
-    /// Processes that run a program of this machine, the launcher included.
+    /// Processes that run a program of this machine, including the launcher.
     std::vector<pid_t> processes() const;
     std::vector<pid_t> processesOf(Bundle bundle) const;
 
-    /// Tells the applications to quit and waits until they have; false when one does not.
+    /// Asks the applications to quit and waits until they have; false if one does not.
     bool quit(Bundle bundle) const;
     bool quitApplications() const { return quit(Bundle::notifier) && quit(Bundle::mainApplication); }
 

@@ -24,8 +24,8 @@ std::vector<std::string> monitorSockets(const std::string& busFolder) {
     return result;
 }
 
-/// A connection is writable exactly while the other end's queue has room. Of a monitor that is gone, only the
-/// name is left: nothing to wait for.
+/// A connection is writable exactly while the other end's queue has room. If the monitor is gone, only its
+/// name is left, and there is nothing to wait for.
 bool hasRoom(const std::string& path, std::chrono::milliseconds longest) {
     const int connection = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};

@@ -4,9 +4,9 @@
 
 namespace Zevo {
 
-/// The monitors of a virtual bus read events from sockets with room for a few; the sender gives up, and ends
-/// the process, when one is full. Waits until every monitor of the bus in this folder has room for another
-/// event. Throws std::runtime_error when one does not read for too long.
+/// The monitors of a virtual bus read events from sockets with room for a few. If one is full, the sender
+/// gives up and ends the process. Waits until every monitor of the bus in this folder has room for another
+/// event. Throws std::runtime_error if one does not read for too long.
 void waitForEventRoom(const std::string& busFolder);
 
 } // namespace Zevo

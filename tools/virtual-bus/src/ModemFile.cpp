@@ -70,7 +70,7 @@ private:
         }
     }
 
-    /// What would be lost without a word is refused.
+    /// Refuses a repetition: otherwise one of the two would be lost silently.
     void requireFirst(const std::string& what) {
         require(m_seen.insert(what).second, what + " stands here for the second time");
     }
@@ -147,7 +147,7 @@ private:
         return result;
     }
 
-    /// It becomes the name of a folder on the bus.
+    /// The value becomes the name of a folder on the bus.
     void requireName(const std::string& name) const {
         require(name.find('/') == std::string::npos,
                 "\"" + name + "\" is no name; expected: one without a slash");
@@ -167,7 +167,7 @@ private:
     std::set<std::string> m_seen;
 };
 
-/// Nothing that never ends, and nothing that was taken for a modem's file by mistake.
+/// Opens no endless file, and nothing that was taken for a modem file by mistake.
 std::string whyNoModemFile(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)

@@ -22,8 +22,7 @@ bool TextFollower::waitFor(const std::string& awaited, std::chrono::milliseconds
         [&] {
             const std::string::size_type found = text().find(awaited, searched);
             if (found == std::string::npos) {
-                // What was searched once is not searched again, apart from a beginning of the text at its
-                // end.
+                // Do not search the same bytes again, except for the beginning of the text at their end.
                 const std::string::size_type overlap = std::min(m_text.size(), awaited.size());
                 searched = std::max(searched, m_text.size() - overlap);
                 return false;

@@ -4,16 +4,16 @@
 
 namespace Zevo {
 
-/// A folder of its own below the temporary folder, removed with everything in it.
+/// A temporary folder, removed with everything in it.
 class ThrowAwayFolder {
 public:
-    /// Throws std::runtime_error when there is no room for it.
+    /// Throws std::runtime_error if it cannot be created.
     explicit ThrowAwayFolder(const std::string& name);
     ~ThrowAwayFolder();
     ThrowAwayFolder(const ThrowAwayFolder&) = delete;
     ThrowAwayFolder& operator=(const ThrowAwayFolder&) = delete;
 
-    /// Absolute, free of links, without a separator at its end.
+    /// Absolute, with links resolved, without a trailing separator.
     const std::string& path() const { return m_path; }
 
 private:

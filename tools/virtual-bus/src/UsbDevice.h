@@ -5,7 +5,7 @@
 
 namespace Zevo {
 
-/// What a driver makes of an interface: a serial port or a network interface. The bus gives it the lowest
+/// What a driver creates for an interface: a serial port or a network interface. The bus gives it the lowest
 /// free number, as the kernel does: the prefix "ttyUSB" becomes ttyUSB0, ttyUSB1, ...
 struct UsbFunction {
     std::string subsystem; // "tty" or "net"
@@ -20,13 +20,13 @@ struct UsbInterface {
     unsigned usbClass = 0xff;
     unsigned subClass = 0xff;
     unsigned protocol = 0xff;
-    std::string driver; // empty: no driver takes it
+    std::string driver; // empty: no driver binds to it
     std::vector<UsbFunction> functions;
 
     bool operator==(const UsbInterface& other) const;
 };
 
-/// One personality of a device, as it shows itself on the bus.
+/// One personality of a device, as it appears on the bus.
 struct UsbDevice {
     unsigned vendor = 0;
     unsigned product = 0;
@@ -36,24 +36,24 @@ struct UsbDevice {
     std::string serial;
     std::string release = "0000"; // its own version, four hexadecimal digits
 
-    /// A modem's file may leave a personality out.
+    /// A modem file may omit a personality.
     bool isKnown() const { return vendor != 0; }
     bool operator==(const UsbDevice& other) const;
 };
 
-/// The text by which the launcher knows this device, for example USB#Vid_12d1&Pid_1001.
+/// The identifier that the launcher uses for this device, for example USB#Vid_12d1&Pid_1001.
 std::string hardwareIdentifier(const UsbDevice& device);
 
 /// For example 12d1:1001, as lsusb shows it.
 std::string shortIdentifier(const UsbDevice& device);
 
-/// A device with one storage interface, as every modem shows itself before it is switched.
+/// A device with one storage interface, as every modem before it is switched.
 UsbDevice makeCdRom(unsigned vendor, unsigned product);
 
-/// A device with two serial ports, as the plainest modems are once they are switched.
+/// A device with two serial ports, as the simplest modems after switching.
 UsbDevice makeModem(unsigned vendor, unsigned product);
 
-/// A device with one vendor-specific interface that no driver takes.
+/// A device with one vendor-specific interface to which no driver binds.
 UsbDevice makePlainDevice(unsigned vendor, unsigned product);
 
 } // namespace Zevo

@@ -14,7 +14,7 @@ namespace {
 const char PRELOADED_LIBRARY[] = "libumockdev-preload.so.0";
 const char RESTARTED[] = "ZEVO_VIRTUAL_BUS_RESTARTED";
 
-/// The path of a library of this process whose file name begins so; empty when there is none.
+/// The path of a library of this process whose file name begins with this text; empty if there is none.
 std::string loadedLibrary(const std::string& beginning) {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);)
@@ -23,7 +23,8 @@ std::string loadedLibrary(const std::string& beginning) {
     return std::string();
 }
 
-/// The runtime of a sanitizer that this program was built with, where it is a library: it has to be loaded before any other.
+/// The runtime library of the sanitizer that this program was built with, if it is shared: it has to be
+/// loaded before any other.
 std::string sanitizerRuntime() {
     const std::string runtime = loadedLibrary("libasan.so");
     return runtime.empty() ? loadedLibrary("libtsan.so") : runtime;
@@ -40,8 +41,8 @@ void preload() {
     libraries += PRELOADED_LIBRARY;
     const std::string others = variable("LD_PRELOAD");
     setenv("LD_PRELOAD", (others.empty() ? libraries : libraries + ":" + others).c_str(), 1);
-    // A sanitizer, which may be part of this program, calls the preloaded library when it prepares a report file, before
-    // that library is ready.
+    // A sanitizer in this program calls the preloaded library when it prepares a report file, before that
+    // library is ready.
     for (const char* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"})
         if (std::getenv(options))
             setenv(options, (variable(options) + ":log_path=stderr").c_str(), 1);

@@ -2,9 +2,9 @@
 
 namespace Zevo {
 
-/// A virtual bus is only there for processes that libumockdev-preload was loaded into before they began. Where it was not,
-/// starts this program once more with it, with the same arguments, and does not return.
-/// Throws std::runtime_error when that cannot be done; says what to install where the library is missing.
+/// A virtual bus exists only for processes that were started with libumockdev-preload. If this one was not,
+/// starts this program again with it and with the same arguments, and does not return.
+/// Throws std::runtime_error if that is impossible; says what to install if the library is missing.
 void restartForVirtualBus(char* const* arguments);
 
 } // namespace Zevo

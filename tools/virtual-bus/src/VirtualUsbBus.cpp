@@ -15,7 +15,7 @@ const unsigned ROOT_HUB_VENDOR = 0x1d6b;
 const unsigned ROOT_HUB_PRODUCT = 0x0002;
 const unsigned USB_MAJOR = 189;
 
-/// At least so many digits, with zeros in front.
+/// With at least this many digits, zero-padded.
 std::string hexadecimal(unsigned value, int digits = 1) {
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "%0*x", digits, value);
@@ -28,7 +28,7 @@ std::string threeDigits(unsigned value) {
     return buffer;
 }
 
-/// The identifiers as the kernel writes them into PRODUCT; the last number is the device's own version.
+/// The ids as the kernel writes them into PRODUCT; the last number is the device's release.
 std::string productTriple(const UsbDevice& device) {
     const std::string::size_type digit = device.release.find_first_not_of('0');
     return hexadecimal(device.vendor) + "/" + hexadecimal(device.product) + "/" +
@@ -220,7 +220,7 @@ void VirtualUsbBus::removeNode(const Node& node) {
 
 void VirtualUsbBus::unplugAll() {
     while (!m_ports.empty()) {
-        const std::string port = m_ports.rbegin()->first; // of its own: the key goes while it is unplugged
+        const std::string port = m_ports.rbegin()->first; // a copy: the key is erased by unplugging
         unplug(port);
     }
 }

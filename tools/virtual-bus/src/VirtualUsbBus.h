@@ -12,22 +12,23 @@ typedef struct _UMockdevTestbed UMockdevTestbed;
 
 namespace Zevo {
 
-/// A USB bus of its own for the programs that this process starts: they see its devices, and nothing of the
-///  machine's, in /sys and through libudev.
+/// A USB bus for the programs that this process starts: in /sys and through libudev they see its devices, and
+/// none of the machine's.
 ///
-///  The process that owns the bus must itself run under umockdev-wrapper, as restartForVirtualBus() sees to, and so
-/// must the programs that look at it; children started from it inherit what they need in their environment. One bus per
-/// process at a time, one thread at a time, and one udev monitor per bus: two would answer to one name.
+/// The process that owns the bus must itself run under umockdev-wrapper, which restartForVirtualBus() does,
+/// and so must the programs that read it; its children inherit the environment for that. One bus per process
+/// at a time, one thread at a time, and one udev monitor per bus: two would have the same name.
 ///
-///  A port is named as in sysfs: "1-2" is port 2 of bus 1, "1-2.3" is port 3 of the hub at 1-2. The events of
-/// a plug and of an unplug come in the kernel's order: a device before its interfaces, children gone before
-/// their parents. An event waits until there is room in the monitor's queue; so a stopped program stops the
-/// bus too.
+/// A port is named as in sysfs: "1-2" is port 2 of bus 1, "1-2.3" is port 3 of the hub at 1-2. The events of
+/// a plug and of an unplug come in the kernel's order: a device before its interfaces, children are removed
+/// before their parents. An event waits until there is room in the monitor's queue; so a stopped program
+/// stops the bus, too.
 ///
-///  Every operation throws std::runtime_error when the bus cannot do it.
+/// Every operation throws std::runtime_error if the bus cannot perform it.
 class VirtualUsbBus {
 public:
-    /// Whether a text looks like a port: numbers from 1 on, that of the bus, a dash, and those on the way with dots.
+    /// Whether a text has the form of a port: numbers from 1 on, first the bus's, a dash, then the ports,
+    /// separated by dots.
     static bool isPort(const std::string& text);
 
     VirtualUsbBus();
@@ -39,30 +40,30 @@ public:
     void unplug(const std::string& port);
     void unplugAll();
 
-    /// What a modem does when it is switched: it leaves its port and comes back there as something else.
+    /// What a modem does when it is switched: it leaves its port and returns there as something else.
     void switchMode(const std::string& port, const UsbDevice& next);
 
-    /// Sends one more event for the device at this port, which stays as it is.
+    /// Sends one more event for the device at this port, which does not change.
     void announce(const std::string& port, const char* action);
 
     bool isPlugged(const std::string& port) const { return m_ports.count(port) != 0; }
 
-    /// What is plugged in, by its port.
+    /// The plugged-in devices, by port.
     const std::map<std::string, UsbDevice>& devices() const { return m_devices; }
 
-    /// The first port of bus 1 that nothing is plugged into.
+    /// The first free port of bus 1.
     std::string freePort() const;
 
-    /// The folder in which the bus lies; gone when the bus is.
+    /// The folder of the bus; removed with the bus.
     const std::string& folder() const { return m_folder; }
 
-    /// Events sent since the bus exists.
+    /// The number of events sent since the bus was created.
     unsigned long eventCount() const { return m_eventCount; }
 
 private:
     struct Node {
         std::string sysPath;
-        std::string function; // "ttyUSB0", when this node holds that name
+        std::string function; // "ttyUSB0", if this node has that name
         bool isBound = false;
     };
     struct TestbedDeleter {

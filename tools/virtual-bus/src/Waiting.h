@@ -5,10 +5,10 @@
 
 namespace Zevo {
 
-/// Long enough for a busy machine and a sanitizer; a wait that succeeds never takes it.
+/// Long enough for a busy machine and a sanitizer; only a wait that fails lasts so long.
 const std::chrono::seconds LONGEST_WAIT(20);
 
-/// Asks until the condition holds; false when it still does not at the deadline.
+/// Polls until the condition holds; false if it does not by the deadline.
 template <class Condition>
 bool waitUntil(Condition holds, std::chrono::milliseconds longest = LONGEST_WAIT) {
     const auto deadline = std::chrono::steady_clock::now() + longest;

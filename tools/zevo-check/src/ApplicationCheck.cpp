@@ -35,7 +35,7 @@ bool beginsWithWord(std::string_view command, std::string_view word) {
            (command.size() == word.size() || command[word.size()] == ' ');
 }
 
-// A script that leaves its work to a process behind it has ended when the launcher looks for it.
+// A script that leaves its work to a background process has ended when the launcher checks for it.
 void checkScript(const SourceText& script, Findings& findings) {
     const std::string_view head = trimmed(script.line(1).substr(2));
     const std::string interpreter(head.substr(0, head.find_first_of(" \t")));
@@ -108,7 +108,7 @@ bool checkApplication(const char* path, Findings& findings) {
 }
 
 void checkApplications(Findings& findings) {
-    std::string missing; // what lies in it is missing, too
+    std::string missing; // without it, everything in it is missing, too
     for (const LauncherApplication& application : LAUNCHER_APPLICATIONS) {
         if (!missing.empty() && LinuxPlatform::liesIn(application.path, missing))
             continue;

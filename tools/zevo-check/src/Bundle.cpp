@@ -29,7 +29,7 @@ namespace {
 const char* const CONFIGURATION[] = {"ID.txt", "Launcher.cfg", "tracer_zevolauncher.cfg",
                                      "logger_launcher.cfg"};
 
-// More of a ring than this does not fit into a ticket; the newest of it does.
+// A ticket has room for this much of the rings; the newest part is kept.
 constexpr std::uint64_t MOST_BYTES_OF_RINGS = 64'000'000;
 
 void addWhoThisIs(Pseudonyms& pseudonyms) {
@@ -67,7 +67,7 @@ struct RingFile {
     std::uint64_t size;
 };
 
-// The newest first.
+// Newest first.
 std::vector<RingFile> filesOf(const std::vector<const LiveRing*>& rings) {
     std::vector<RingFile> files;
     for (const LiveRing* const ring : rings) {
@@ -90,7 +90,7 @@ std::string endOf(const RingFile& file, std::uint64_t most) {
     text.read(end.data(), static_cast<std::streamsize>(end.size()));
     end.resize(static_cast<std::size_t>(text.gcount()));
     if (length < file.size)
-        end.erase(0, std::min(end.size(), end.find('\n') + 1)); // half a line
+        end.erase(0, std::min(end.size(), end.find('\n') + 1)); // an incomplete line
     return end;
 }
 

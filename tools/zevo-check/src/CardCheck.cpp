@@ -18,7 +18,7 @@ namespace {
 const char UPGRADE_CODE[] = "UPGRADE_CODE";
 const char NO_START[] = "the launcher ends at once, without a word";
 
-// What the banner of the log shows, and what it is called there.
+// The keys that the log's banner shows.
 const std::vector<std::string_view> BANNER_KEYS = {
     "COMMERCIAL_VERSION", "PRODUCT_NAME", "BU_NAME", "BUILD_TARGET", "REFERENCE_VERSION", "PRODUCT_VERSION"};
 const std::vector<std::string_view> OTHER_KEYS = {UPGRADE_CODE, "FLEET_ID", "CUSTOMER_ID",
@@ -54,7 +54,7 @@ private:
     Findings& m_findings;
     std::vector<std::string_view> m_keys;
     std::map<std::string, int> m_linesOfKeys;
-    std::set<std::string> m_meantKeys; // what is misspelt is not missing
+    std::set<std::string> m_meantKeys; // a misspelt key is not missing
     bool m_isRefused = false;
     bool m_hasOldLineEnds = false;
 };
@@ -111,7 +111,7 @@ void CardCheck::checkKey(int line, const std::string& key) {
         return;
     }
     if (plain != key)
-        return; // the mark is told by itself
+        return; // the byte order mark has a finding of its own
     if (plain != trimmed(plain)) {
         add("card-key-with-blanks", m_card.at(line, 1, static_cast<int>(plain.size())),
             fmt::format("blanks belong to the key: \"{}\" is not found", plain),
@@ -185,7 +185,7 @@ void CardCheck::onRefused(int line) {
 
 void CardCheck::checkWhatIsMissing() {
     if (m_hasOldLineEnds)
-        return; // it stands there, in a line that is too long
+        return; // it is there, in a line that is too long
     if (isMissing(UPGRADE_CODE))
         add("card-upgrade-code-missing", m_card.wholeFile(),
             "no UPGRADE_CODE: all installations share one folder for their data and logs",

@@ -11,8 +11,8 @@ struct CardResult {
     std::string upgradeCode;
 };
 
-/// Reads a folder's identity card with the product's reader and says what is wrong with it.
-/// @param folder with its separator at the end
+/// Reads a folder's identity card with the product's reader and reports what is wrong with it.
+/// @param folder  with a trailing separator
 CardResult checkCard(const std::string& folder, Findings& findings);
 
 } // namespace Zevo

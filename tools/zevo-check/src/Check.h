@@ -11,21 +11,21 @@
 namespace Zevo {
 
 struct CheckOptions {
-    std::string folder; ///< of the launcher; empty: the current one. Else with its separator at the end
+    std::string folder; ///< of the launcher; empty: the current one. Else with a trailing separator
     bool withApplications = true;
-    /// How many bytes a folder has room for; for tests.
+    /// Returns the free bytes of a folder; tests replace it.
     std::function<std::uint64_t(const std::string&)> freeBytes;
 };
 
 struct CheckResult {
     Findings findings;
     HardwareIds ids;
-    std::string logFolder; ///< where trace and log go; empty when the card cannot be read
+    std::string logFolder; ///< where trace and log go; empty if the card cannot be read
     RingResult trace;
     RingResult log;
 };
 
-/// Reads everything that the launcher reads at its start, and looks where it will look. Changes nothing.
+/// Reads everything that the launcher reads at its start, and checks where it will write. Changes nothing.
 CheckResult checkInstallation(const CheckOptions& options);
 
 } // namespace Zevo

@@ -36,7 +36,7 @@ bool isAmong(const std::string& word, const std::vector<std::string_view>& words
         [&word](std::string_view other) { return smallLetters(word) == smallLetters(other); });
 }
 
-// TRACE_CLOCK is the trace's LOG_CLOCK.
+// The other language's statement or level with the same ending: TRACE_CLOCK for LOG_CLOCK.
 std::string counterpart(const std::string& word, const std::vector<std::string_view>& words) {
     for (const std::string_view candidate : words) {
         const std::string end = smallLetters(candidate.substr(candidate.find('_')));
@@ -140,7 +140,7 @@ void KeywordFileCheck::checkForm() {
     checkLostLine();
 }
 
-// TRACE_THE_CALLS: the keyword, and then a name that begins at once.
+// TRACE_THE_CALLS, for instance: the keyword, and a name directly behind it.
 void KeywordFileCheck::checkBlankBehindKeyword(const ReadLine& line) {
     const std::string statement = keyword(line.statement);
     if (line.words.size() < 2 ||
@@ -155,7 +155,7 @@ void KeywordFileCheck::checkBlankBehindKeyword(const ReadLine& line) {
         "a blank or a tab behind the keyword", statement);
 }
 
-// A last line without its line feed never reaches the parser.
+// A last line without a line feed never reaches the parser.
 void KeywordFileCheck::checkLostLine() {
     const int number = m_file.lineCount();
     if (m_file.bytes().empty() || m_file.endsWithLineFeed())
@@ -171,10 +171,10 @@ void KeywordFileCheck::checkLostLine() {
         add("last-line-without-line-feed", m_file.atLine(number),
             "the last line has no line feed, so it is ignored", "a line feed at the end of the file");
     if (isLost)
-        m_isWithoutErrors = false; // what seems to be missing may stand there
+        m_isWithoutErrors = false; // what seems to be missing may be in it
 }
 
-// The word, from blank to blank, that the token is a part of.
+// The word, from blank to blank, that contains the token.
 Place KeywordFileCheck::wholeWordAt(const KeywordToken& token) const {
     const std::string_view text = m_file.line(token.line);
     std::size_t start = std::min(text.size(), static_cast<std::size_t>(token.column) - 1);
@@ -207,7 +207,7 @@ void KeywordFileCheck::tellWrongLevel(const Place& word, const std::string& text
                 : meantBy(text, levelsOf(m_dialect.language)));
 }
 
-// Why the product's parser did not want this word.
+// Reports why the product's parser refused this word.
 void KeywordFileCheck::tellStop(const ReadLine& line) {
     m_isWithoutErrors = false;
     const KeywordToken& stop = line.stop;

@@ -9,15 +9,15 @@
 
 namespace Zevo {
 
-/// What the trace's and the log's configuration file have in common when they are checked.
+/// The common part of the checks of the trace's and the log's configuration file.
 class KeywordFileCheck {
 public:
-    /// Which of the two: its languages, and what people are told.
+    /// What differs between the two: the languages, and the words of the findings.
     struct Dialect {
-        const char* id;     ///< begins a finding's id: "trace"
+        const char* id;     ///< prefix of a finding's id: "trace"
         const char* done;   ///< "traced"
         const char* fileOf; ///< "the trace's file"
-        const char* other;  ///< the other one's
+        const char* other;  ///< the same for the other one
         const kf::detail::KeywordLanguage& language;
         const kf::detail::KeywordLanguage& otherLanguage;
         int on; ///< indices of statements
@@ -25,12 +25,12 @@ public:
         int setFileName;
         int setMaxLines;
         int setMaxFiles;
-        int bytesOfALine; ///< about
+        int bytesOfALine; ///< estimated
     };
 
-    /// Where lines would go, as far as the product's reader got.
+    /// The ring that the file configures, as far as the product's reader has read it.
     struct Ring {
-        std::string baseName; ///< with its folder; empty when none was given
+        std::string baseName; ///< with its folder; empty if none is given
         int files;
         int lines;
         std::string logFolder;
@@ -41,12 +41,12 @@ public:
                      Findings& findings)
         : m_dialect(dialect), m_file(file), m_lines(lines), m_findings(findings) {}
 
-    /// The byte order mark, words without a place, a last line that is lost.
+    /// Checks the byte order mark, misplaced words, and a last line that is lost.
     void checkForm();
-    /// Numbers and repetitions.
+    /// Checks numbers and repetitions.
     void checkArguments();
-    /// Whether anything can be on at the end. A file that only switches off is meant so.
-    ///  @param isOn  what the product's reader has come to
+    /// Checks whether anything can be on at the end. A file that only switches off is intended.
+    /// @param isOn  the result of the product's reader
     bool checkSwitch(bool isOn);
     void checkRing(const Ring& ring);
 

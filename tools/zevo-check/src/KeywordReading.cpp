@@ -12,7 +12,8 @@ using namespace kf::detail;
 namespace Zevo {
 namespace {
 
-/// The product's parser and scanner, watched. Switched is what the statements are executed on.
+/// The product's parser and scanner, recording each line. Switched is the object that the statements
+/// configure.
 template <typename Parser, typename Scanner, typename Switched, bool IGNORES_WHILE_OFF>
 class Watched : public Parser {
 public:
@@ -21,7 +22,7 @@ public:
 
     ReadLines readAll() {
         do
-            this->parse(); // which returns at a word that has no place
+            this->parse(); // returns at a misplaced word
         while (!m_isAtEnd);
         return std::move(m_lines);
     }
@@ -45,7 +46,7 @@ protected:
         line.stop = m_last;
         if (!line.words.empty() && line.words.front().kind == KeywordToken::Statement)
             line.statement = line.words.front().value;
-        // The product would end here. What stands below is to be checked as well.
+        // The product would end here. Skip the line, so that the following ones are checked as well.
         while (m_last.kind != KeywordToken::EndOfLine && m_last.kind != KeywordToken::EndOfFile)
             getToken();
     }

@@ -10,20 +10,20 @@ class Tracer;
 
 namespace Zevo {
 
-/// A line of a trace or log configuration as the product's parser took it.
+/// A line of a trace or log configuration as the product's parser interpreted it.
 struct ReadLine {
     int statement = -1;                          ///< its index in the language; -1: none
-    std::vector<kf::detail::KeywordToken> words; ///< all that were read, without the line's end
+    std::vector<kf::detail::KeywordToken> words; ///< all that were read, without the end of the line
     kf::detail::KeywordArguments arguments;      ///< of a complete statement
     bool isComplete = false;                     ///< the statement was executed
     bool hasEffect = false;                      ///< and was not ignored
-    kf::detail::KeywordToken stop; ///< of a line that is not complete: the word that has no place there
+    kf::detail::KeywordToken stop;               ///< of an incomplete line: the misplaced word
 };
 
 using ReadLines = std::vector<ReadLine>;
 
-/// Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where that would end
-/// the process, it goes on with the next line.
+/// Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where the
+/// product would end the process, this goes on with the next line.
 ReadLines readTraceConfiguration(const std::string& path, Tracer& tracer);
 /// The same for the log.
 ReadLines readLogConfiguration(const std::string& path, Logger& logger);

@@ -24,7 +24,7 @@ using kf::detail::DictionaryReadingObserver;
 
 const char NOTHING_MATCHES[] = "the launcher runs, and no device matches";
 
-/// What the reader made of one dictionary's lines.
+/// A key as the reader interpreted it.
 struct ReadKey {
     std::string key;
     int line;
@@ -75,7 +75,7 @@ private:
     Findings& m_findings;
     std::vector<std::map<std::string, int>> m_open; // the keys of each open dictionary, and their lines
     std::map<std::string, ReadKey> m_outermost;
-    std::map<std::string, std::string> m_misspelt; // the key that was meant, and what stands there
+    std::map<std::string, std::string> m_misspelt; // the correct key, and the one in the file
     int m_endOfAll = 0;
 };
 
@@ -123,7 +123,7 @@ void LauncherConfigurationCheck::checkKey(const ReadKey& read, bool isOutermost)
             fmt::format("a dictionary, so {} counts as missing", read.key), "<string>...</string>");
 }
 
-// The reader looks for a value on the line below the key and for nothing else.
+// The reader expects a value on the line below the key, and nowhere else.
 void LauncherConfigurationCheck::tellSkippedValue(const ReadKey& read) {
     const std::string_view keyLine = m_file.line(read.line);
     const std::string_view value = m_file.line(read.valueLine);
@@ -211,7 +211,7 @@ std::string LauncherConfigurationCheck::take(const Dictionary& dictionary, const
                                              const char* ifMissing) {
     if (const char* const value = dictionary.getValue(key))
         return value;
-    // Told already: it is misspelt, or its value is none.
+    // Reported already: it is misspelt, or its value is not valid.
     if (m_endOfAll == 0 || m_misspelt.count(key) != 0 || m_outermost.count(key) != 0)
         return {};
     add("launcher-key-missing", m_file.atLine(m_endOfAll),
@@ -273,7 +273,7 @@ std::string hardwareIdMeantBy(const std::string& text) {
     static const std::regex hexadecimal(
         "(?:usb#)?(?:vid_?)?(?:0x)?([0-9a-f]{1,4})(?:[:/]|&amp;|&)(?:pid_?)?(?:0x)?([0-9a-f]{1,4})",
         std::regex::icase);
-    static const std::regex decimal("([0-9]{1,5})\\|([0-9]{1,5})"); // as connected devices are listed
+    static const std::regex decimal("([0-9]{1,5})\\|([0-9]{1,5})"); // as in the list of connected devices
     std::string plain = text.substr(0, 100);
     plain.erase(std::remove(plain.begin(), plain.end(), ' '), plain.end());
     std::smatch numbers;

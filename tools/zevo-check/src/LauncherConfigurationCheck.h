@@ -6,19 +6,19 @@
 
 namespace Zevo {
 
-/// The three identifiers as the launcher gets them; empty where it gets none.
+/// The three identifiers as the launcher reads them; empty if it reads none.
 struct HardwareIds {
     std::string modem;
     std::string cdRom;
     std::string modemToFind;
 };
 
-/// Reads Launcher.cfg with the product's reader and says what is wrong with it.
-/// @param folder with its separator at the end
+/// Reads Launcher.cfg with the product's reader and reports what is wrong with it.
+/// @param folder  with a trailing separator
 HardwareIds checkLauncherConfiguration(const std::string& folder, Findings& findings);
 
-/// The identifier that devices with these numbers are reported under, if the text holds two such numbers in any form that
-/// people write ("12d1:1001", "USB#VID_12D1&PID_1001"); else empty.
+/// The identifier under which devices with these ids are reported, if the text contains two such numbers in
+/// any form that people write ("12d1:1001", "USB#VID_12D1&PID_1001"); else empty.
 std::string hardwareIdMeantBy(const std::string& text);
 
 } // namespace Zevo

@@ -44,11 +44,11 @@ std::string decimalPairOf(const std::string& hardwareId) {
     try {
         return HardwareId::toDecimalPair(hardwareId);
     } catch (const std::out_of_range&) {
-        return {}; // the launcher ends on it, which is told elsewhere
+        return {}; // the launcher ends because of it, which is reported elsewhere
     }
 }
 
-// A notification port that nothing feeds has no descriptor; the launcher asks the same.
+// A notification port that receives nothing has no Mach port; the launcher checks the same.
 bool canHearOfHotPlug() {
     const IONotificationPortRef port = IONotificationPortCreate(kIOMasterPortDefault);
     if (port == nullptr)
@@ -116,7 +116,7 @@ std::string textOf(const std::string& path) {
     return text.str();
 }
 
-// When the machine was started, as the kernel tells it.
+// The boot time, as the kernel reports it.
 std::time_t startOfMachine() {
     std::istringstream lines(textOf("/proc/stat"));
     for (std::string word; lines >> word;) {
@@ -129,10 +129,10 @@ std::time_t startOfMachine() {
 
 std::time_t startOfProcess(pid_t process) {
     const std::string status = textOf(fmt::format("/proc/{}/stat", process));
-    const std::size_t end = status.rfind(')'); // the name before it may hold anything
+    const std::size_t end = status.rfind(')'); // the name before it may contain anything
     if (end == std::string::npos)
         return 0;
-    static constexpr int FIELDS_BETWEEN = 19; // from the state to what comes before the start
+    static constexpr int FIELDS_BETWEEN = 19; // from the state to the field before the start time
     std::istringstream fields(status.substr(end + 1));
     std::string skipped;
     for (int i = 0; i < FIELDS_BETWEEN; ++i)
@@ -149,15 +149,15 @@ std::string programOf(pid_t process) {
     return length > 0 ? std::string(path.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
-// Who holds the lock of the log folder, and who waits for it. The kernel tells it: to try the lock would make a launcher
-// that starts at this moment believe that another one runs.
+// The processes that hold the lock of the log folder or wait for it, as the kernel reports them. Trying the
+// lock would make a launcher that starts at this moment believe that another one is running.
 std::vector<LiveLauncher> launchersNow(const std::string& logFolder) {
     std::vector<LiveLauncher> launchers;
     struct stat lock;
     if (logFolder.empty() || stat((logFolder + "launcher.lock").c_str(), &lock) != 0)
         return launchers;
     std::istringstream lines(textOf("/proc/locks"));
-    // 4: FLOCK  ADVISORY  WRITE 1816 00:2d:917515 0 EOF, and "4: -> FLOCK ..." for one that waits
+    // 4: FLOCK  ADVISORY  WRITE 1816 00:2d:917515 0 EOF, and "4: -> FLOCK ..." for a waiting one
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
         std::string number, kind, advisory, write, file;
@@ -188,7 +188,7 @@ void add(CheckResult& result, const char* id, const std::string& file, std::stri
     result.findings.push_back({id, std::move(place), std::move(wrong), std::move(expected), ""});
 }
 
-// The files are read once, when the launcher starts; that moment is known to the second only.
+// The files are read once, when the launcher starts; that time is known only to the second.
 void checkAge(const LiveLauncher& launcher, CheckResult& result) {
     static constexpr std::time_t UNSURE = 2;
     for (const char* const name :

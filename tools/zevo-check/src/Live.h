@@ -9,13 +9,13 @@
 
 namespace Zevo {
 
-/// A USB device that is connected now.
+/// A connected USB device.
 struct LiveDevice {
     int vendor = 0;
     int product = 0;
-    std::string name;       ///< as the device tells it; may be empty
+    std::string name;       ///< as the device reports it; may be empty
     std::string hardwareId; ///< as the launcher gets it
-    // What of the configuration it matches.
+    // Which configured identifiers it matches.
     bool isModem = false;
     bool isCdRom = false;
     bool isModemToFind = false;
@@ -28,7 +28,7 @@ struct LiveApplication {
     std::vector<pid_t> processes; ///< that run it
 };
 
-/// The files of a ring that are there.
+/// The existing files of a ring.
 struct LiveRing {
     std::string baseName; ///< up to "_0.txt"; empty: off, or no files
     int files = 0;
@@ -37,15 +37,15 @@ struct LiveRing {
     std::time_t lastWritten = 0; ///< 0: never
 };
 
-/// A process that holds the log folder's lock, or waits for it.
+/// A process that holds the lock of the log folder, or waits for it.
 struct LiveLauncher {
     pid_t process = 0;
-    std::time_t since = 0; ///< 0: not known
-    std::string program;   ///< empty: not known
+    std::time_t since = 0; ///< 0: unknown
+    std::string program;   ///< empty: unknown
     bool isWaiting = false;
 };
 
-/// What is true of this machine at this moment.
+/// The state of this machine at this moment.
 struct Live {
     std::vector<LiveDevice> devices;
     bool hearsOfHotPlug = false;
@@ -55,11 +55,11 @@ struct Live {
     std::vector<LiveLauncher> launchers;
 };
 
-/// The USB devices that are connected, and what they are in this configuration. In the order of their ids.
+/// The connected USB devices, and what they are in this configuration. Sorted by ids.
 std::vector<LiveDevice> connectedDevices(const HardwareIds& ids);
 
-/// Looks at the machine as the launcher does, and says in `result` what is wrong there. Changes nothing, and takes no
-/// lock that a launcher might want. Main thread only.
+/// Checks the machine as the launcher does, and adds to `result` what is wrong there. Changes nothing, and
+/// takes no lock that a launcher might want. Main thread only.
 Live lookAtMachine(const CheckOptions& options, CheckResult& result);
 
 } // namespace Zevo

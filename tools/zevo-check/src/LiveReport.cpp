@@ -16,7 +16,7 @@ std::string timeText(std::time_t time) {
     return text;
 }
 
-// A device tells its own name; it shall not write to the terminal.
+// A device chooses its own name; it must not send control characters to the terminal.
 std::string harmless(std::string name) {
     std::replace_if(
         name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; },

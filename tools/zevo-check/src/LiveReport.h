@@ -9,7 +9,7 @@
 
 namespace Zevo {
 
-/// A few lines about each: devices, hot-plug, applications, files, launchers.
+/// A few lines on each: devices, hot-plug, applications, files, launchers.
 std::string asText(const Live& live, const Colours& colours);
 
 /// The member "live" of docs/schemas/zevo-check.json.

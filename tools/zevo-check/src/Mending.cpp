@@ -27,7 +27,7 @@ namespace {
 
 const char* const NAMES[] = {"ID.txt", "Launcher.cfg", "tracer_zevolauncher.cfg", "logger_launcher.cfg"};
 
-/// A folder that goes with the object.
+/// A temporary folder, removed with the object.
 class PassingFolder {
 public:
     PassingFolder() : m_path((std::filesystem::temp_directory_path() / "zevo-check-XXXXXX").string()) {
@@ -57,7 +57,7 @@ bool endsIn(const std::string& id, std::string_view end) {
     return id.size() >= end.size() && id.compare(id.size() - end.size(), end.size(), end) == 0;
 }
 
-// Where the place's line begins in the text.
+// The offset in the text at which the finding's line begins.
 std::size_t offsetOf(const std::string& text, const Place& place) {
     std::size_t start = 0;
     for (int line = 1; line < place.line; ++line)
@@ -65,7 +65,7 @@ std::size_t offsetOf(const std::string& text, const Place& place) {
     return start + static_cast<std::size_t>(place.column) - 1;
 }
 
-/// Does what the finding asks for; false when that has no one right answer.
+/// Corrects the finding; false if there is more than one possible correction.
 bool mend(const Finding& finding, std::string& text) {
     if (endsIn(finding.id, "-byte-order-mark")) {
         text.erase(0, 3);
@@ -98,7 +98,7 @@ bool hasTwice(const Findings& findings, const std::string& key) {
         });
 }
 
-// One change at a time: the next check sees the places as they are then.
+// One change at a time: the next check then reports the new positions.
 bool mendOne(const std::string& folder) {
     for (const Finding& finding : check(folder)) {
         const std::string before = SourceText(finding.place.file, "").bytes();
@@ -108,7 +108,7 @@ bool mendOne(const std::string& folder) {
         write(finding.place.file, text);
         if (finding.meant.empty() || !hasTwice(check(folder), finding.meant))
             return true;
-        // The right key is there as well: one of the two would win, and it is not told which was meant to.
+        // The correct key exists, too. One of the two would win, and nobody knows which was intended.
         write(finding.place.file, before);
     }
     return false;
@@ -126,7 +126,7 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-// Without its line feed; what nobody would see is named.
+// Without its line feed; invisible characters are named.
 std::string visible(const std::string& line) {
     std::string text;
     std::size_t start = 0;
@@ -179,7 +179,7 @@ std::string differenceText(const MendedFile& file, const Colours& colours) {
     const std::vector<std::string> after = linesOf(file.after);
     std::string text = colours.strong("--- " + file.name) + "\n" + colours.strong("+++ " + file.name) + "\n";
     const bool isLineByLine =
-        before.size() == after.size(); // else the lines themselves were not seen as such
+        before.size() == after.size(); // otherwise the line structure itself has changed
     for (std::size_t i = 0; isLineByLine && i < before.size(); ++i) {
         if (before[i] != after[i])
             text += fmt::format("line {}\n{}\n{}\n", i + 1, colours.error("-" + visible(before[i])),
@@ -195,7 +195,7 @@ std::string differenceText(const MendedFile& file, const Colours& colours) {
 }
 
 std::string writeMended(const std::string& folder, const MendedFile& file) {
-    // A package's files are links into the folder of the machine's configuration: the copy shall lie there, too.
+    // A package's files are links to the machine's configuration folder: the copy belongs there, too.
     const std::string path = std::filesystem::canonical(folder + file.name).string();
     if (SourceText(path, "").bytes() != file.before)
         throw std::runtime_error(path + " has changed meanwhile; it is left as it is");

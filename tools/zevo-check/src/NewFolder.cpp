@@ -35,7 +35,7 @@ ChosenModem chooseByIds(const UsbIds& ids, const std::vector<KnownModem>& databa
                  [&ids](const KnownModem& known) {
                      return std::find(known.modems.begin(), known.modems.end(), ids) != known.modems.end();
                  });
-    // One that shows other ids before it is switched tells more than one that keeps its own.
+    // A modem with other ids before it is switched is more informative than one that keeps its own.
     std::stable_partition(sources.begin(), sources.end(),
                           [&ids](const KnownModem& known) { return !(known.cdRom == ids); });
     if (!sources.empty()) {
@@ -44,7 +44,7 @@ ChosenModem chooseByIds(const UsbIds& ids, const std::vector<KnownModem>& databa
             modem.otherCdRoms.push_back(sources[i].cdRom);
         return modem;
     }
-    // The ids that it is plugged in with, and switched from.
+    // Or the ids that it is plugged in with, and switched from.
     for (const KnownModem& known : database)
         if (known.cdRom == ids)
             return chosen(known, known.modems.front());

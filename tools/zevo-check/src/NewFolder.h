@@ -11,18 +11,20 @@ namespace Zevo {
 struct ChosenModem {
     UsbIds modem;
     UsbIds cdRom;
-    std::string names;               ///< empty where it is not known
-    std::vector<UsbIds> otherCdRoms; ///< of other modems that become the same
-    bool isKnown = false;            ///< the CD-ROM personality is the database's; else it is the modem's own
+    std::string names;               ///< empty if unknown
+    std::vector<UsbIds> otherCdRoms; ///< of other modems that have the same ids after switching
+    bool isKnown = false;            ///< the CD-ROM personality is from the database, else the modem's own
 };
 
-/// What somebody means by "12d1:1001", by the ids of a modem that still shows itself as a CD-ROM drive, or by a name.
-/// @param connected what is plugged in, looked at when the text is empty
-/// @throw UsageError it is none, or several; says which
+/// The modem that is meant by "12d1:1001", by the ids of a modem that still shows itself as a CD-ROM drive,
+/// or by a name.
+/// @param connected  the connected devices, used if the text is empty
+/// @throw UsageError it means none, or several; says which
 ChosenModem chooseModem(const std::string& text, const std::vector<KnownModem>& database,
                         const std::vector<UsbIds>& connected);
 
-/// Writes the four files of an installation for the modem. The folder is made; one that holds any of them is refused.
+/// Writes the four files of an installation for the modem. Creates the folder; refuses one that contains any
+/// of them.
 /// @throw UsageError it is refused
 /// @throw std::runtime_error it cannot be written
 void writeNewFolder(const std::string& folder, const ChosenModem& modem);

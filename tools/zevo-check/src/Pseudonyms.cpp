@@ -80,7 +80,7 @@ std::string Pseudonyms::withoutSerials(const std::string& text) {
     std::string result;
     std::size_t done = 0;
     for (std::size_t at = small.find(WORD); at != std::string::npos; at = small.find(WORD, at + 1)) {
-        // "SerialNumber = 0123", "serial: 0123", "iSerial 3 0123" are what programs write.
+        // "SerialNumber = 0123", "serial: 0123", "iSerial 3 0123" are the forms that programs write.
         std::size_t start = at + WORD.size();
         while (start < small.size() &&
                (isWordCharacter(small[start]) || small[start] == ' ' || small[start] == '"'))

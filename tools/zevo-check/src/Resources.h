@@ -2,7 +2,7 @@
 
 namespace Zevo {
 
-// The files that the launcher is shipped with, as they were when this program was built.
+// The default files of the launcher, embedded when this program was built.
 extern const char SHIPPED_CARD[];
 extern const char SHIPPED_TRACE_CONFIGURATION[];
 extern const char SHIPPED_LOG_CONFIGURATION[];

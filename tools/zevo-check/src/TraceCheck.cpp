@@ -63,12 +63,12 @@ private:
     Tracer& m_tracer;
 };
 
-// The words behind a line's keyword.
+// The argument at this index behind a line's keyword.
 const KeywordToken& argumentOf(const ReadLine& line, std::size_t index) {
     return line.words[index + 1];
 }
 
-// As with the log; but what stands above TRACE_ON is ignored.
+// As for the log, but statements above TRACE_ON are ignored.
 bool TraceCheck::checkSwitch() {
     if (!m_common.checkSwitch(m_tracer.isEnabled()))
         return false;
@@ -96,7 +96,7 @@ void TraceCheck::checkIgnored() {
 void TraceCheck::addMissing(const char* id, const char* wrong, TracerStatement statement,
                             const char* expected) {
     if (m_common.has(indexOf(statement)))
-        return; // it is there, and ignored: that is told
+        return; // it is there, but ignored, which is reported
     m_common.add(id, m_common.placeOf(*m_common.last(DIALECT.on)), wrong, expected);
 }
 
@@ -112,7 +112,7 @@ void TraceCheck::checkThreads() {
             continue;
         for (std::size_t i = 0; i < line.arguments.names.size(); ++i) {
             const std::string& name = line.arguments.names[i];
-            // Threads that have no name are called th_ and a number.
+            // Unnamed threads are called th_ and a number.
             if (isNameCovered(name, MAIN_THREAD) || isNameCovered(name, "th_1") ||
                 name.compare(0, 3, "th_") == 0)
                 continue;
@@ -129,7 +129,7 @@ void TraceCheck::checkThreads() {
             "a line TRACE_THE_THREAD *");
 }
 
-// All names that a pattern could be a slip of: functions, and classes with "::*".
+// All names that a pattern could be a misspelling of: functions, and classes with "::*".
 const std::vector<std::string>& possiblePatterns() {
     static const std::vector<std::string> patterns = [] {
         std::set<std::string> all;

@@ -1,4 +1,4 @@
-// zevo-check: is this installation right?
+// zevo-check: checks an installation.
 
 #include "Bundle.h"
 #include "Check.h"
@@ -34,7 +34,7 @@ std::string installedFolder() {
         FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_LAUNCHER_FROM_HERE;
     if (!FileSystemManagement::existFile(folder + "/ZevoLauncher"))
         return std::string();
-    // It is told to people: without the way from here to there.
+    // Shown to people, so without "..".
     const std::unique_ptr<char, decltype(&std::free)> shortest(realpath(folder.c_str(), nullptr), &std::free);
     return withSeparator(shortest != nullptr ? shortest.get() : folder);
 }
@@ -48,7 +48,7 @@ std::string chosenFolder(const std::string& given) {
 }
 
 void print(const nlohmann::ordered_json& json) {
-    // File names may hold bytes that are no UTF-8.
+    // File names may contain bytes that are not UTF-8.
     std::cout << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
@@ -79,7 +79,7 @@ ExitStatus checkFolder(const Wanted& wanted) {
     return result.findings.empty() ? FINE : PROBLEMS_FOUND;
 }
 
-// What is wrong without the applications is what can be mended here.
+// Reports what is left. Without the applications: they cannot be corrected here.
 ExitStatus tellTheRest(const std::string& folder, const Colours& colours) {
     CheckOptions options;
     options.folder = folder;

@@ -9,11 +9,12 @@
 
 namespace Zevo {
 
-/// The path of a bundle that "application" or "notifier" names; empty for other words.
+/// The path of the bundle that the word "application" or "notifier" names; empty for other words.
 std::string applicationCalled(const std::string& word);
 
-/// Sees applications start, as often as it looks; one that starts and ends between two looks is missed. What runs when
-/// the watch begins has not started. Paths are those that the launcher knows, below PLATFORM_ROOT where that is set.
+/// Detects starts of applications by polling; one that starts and ends between two polls is missed.
+/// Applications that run when the watch begins count as already started. Paths are those that the launcher
+/// uses, below PLATFORM_ROOT if that is set.
 class ApplicationWatch {
 public:
     struct Start {
@@ -23,20 +24,20 @@ public:
 
     ApplicationWatch();
 
-    /// @throw std::runtime_error the system does not tell what runs
+    /// @throw std::runtime_error the system does not show what is running
     void look();
 
-    /// A start that was not taken yet.
+    /// Takes a start of this bundle that was not taken yet.
     std::optional<Start> take(const std::string& bundle);
-    /// Any start that was not taken yet.
+    /// Takes any start that was not taken yet.
     std::optional<Start> takeAny();
-    /// A process that runs the bundle at the last look; 0: none.
+    /// A process that ran the bundle at the last poll; 0: none.
     pid_t processOf(const std::string& bundle) const;
 
 private:
-    std::set<std::pair<pid_t, unsigned long>> m_known; // process and its start
+    std::set<std::pair<pid_t, unsigned long>> m_known; // process and its start time
     std::vector<Start> m_running;
-    std::vector<Start> m_starts; // not taken
+    std::vector<Start> m_starts; // not taken yet
 };
 
 } // namespace Zevo

@@ -5,17 +5,17 @@
 
 namespace Zevo {
 
-/// Thrown out of every wait once somebody has pressed Ctrl-C, so that all that was started is ended on the way out.
+/// Thrown by every wait after Ctrl-C, so that everything that was started is ended during the unwinding.
 struct Interrupted {};
 
-/// From here on, in this thread and in those it starts, Ctrl-C, requests to terminate and ends of children only show in
-/// waits.
+/// Blocks Ctrl-C, requests to terminate and SIGCHLD in this thread and in those it starts. From now on they
+/// show only in waits.
 void holdInterruptions();
 
-/// What holdInterruptions() holds: those that interrupt, and SIGCHLD.
+/// The signals that holdInterruptions() blocks: those that interrupt, and SIGCHLD.
 sigset_t heldSignals();
 
-/// Waits so long, or throws Interrupted.
+/// Waits for this long, or throws Interrupted.
 void waitOrThrow(std::chrono::milliseconds duration);
 
 } // namespace Zevo

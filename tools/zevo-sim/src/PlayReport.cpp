@@ -15,7 +15,7 @@ std::size_t expectationCount(const Played& played) {
         [](const Outcome& outcome) { return outcome.step.isExpectation(); }));
 }
 
-/// Expectations, and what was refused.
+/// The steps that count as tests: expectations, and refused events.
 std::vector<const Outcome*> casesOf(const Played& played) {
     std::vector<const Outcome*> cases;
     for (const Outcome& outcome : played.outcomes)
@@ -24,7 +24,7 @@ std::vector<const Outcome*> casesOf(const Played& played) {
     return cases;
 }
 
-/// For XML's text and attributes: bytes that may not stand there become question marks.
+/// Escapes a text for XML; bytes that XML does not allow become question marks.
 std::string escaped(const std::string& text) {
     std::string result;
     for (const char c : text) {

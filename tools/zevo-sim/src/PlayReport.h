@@ -10,7 +10,7 @@
 
 namespace Zevo {
 
-/// A script that was played.
+/// The results of a script.
 struct Played {
     std::string script;
     std::vector<Outcome> outcomes;
@@ -20,13 +20,13 @@ struct Played {
     bool isFine() const;
 };
 
-/// What came of a step, as file:line:column: what is wrong, with the line; empty where nothing is.
+/// The failure of a step as file:line:column: what is wrong, with the line; empty if it succeeded.
 std::string complaintText(const Outcome& outcome, const Colours& colours);
 /// One line.
 std::string summaryText(const Played& played, const Colours& colours);
 /// As docs/schemas/zevo-sim.json describes it.
 nlohmann::ordered_json asJson(const Played& played);
-/// JUnit's XML: one test case for each expectation, and for each event that the bus refused.
+/// As JUnit XML: one test case for each expectation, and for each event that the bus refused.
 std::string junitText(const Played& played);
 
 } // namespace Zevo

@@ -12,16 +12,16 @@
 
 namespace Zevo {
 
-/// What came of a step.
+/// The result of a step.
 struct Outcome {
     Step step;
     bool isMet = true;
-    bool isRefused = false; ///< the bus did not do it; isMet is false then
-    std::string told;       ///< what happened, or why it is not met
+    bool isRefused = false; ///< the bus did not perform it; isMet is then false
+    std::string told;       ///< what happened, or why the expectation is not met
     double seconds = 0;     ///< how long it took
 };
 
-/// Hears of a script's course.
+/// Is notified while a script is played.
 class PlayListener {
 public:
     virtual ~PlayListener() = default;
@@ -31,20 +31,20 @@ public:
     virtual void timePasses() {}
 };
 
-/// So often is the device plugged in and unplugged, as fast as the programs on the bus read. @param done is told after each
-/// round how many there were.
+/// Plugs the device in and unplugs it this many times, as fast as the programs on the bus read.
+/// @param done  called after each round with the number of rounds
 void storm(Bus& bus, const Modem& modem, unsigned count, const std::function<void(unsigned)>& done);
 
 /// Plays a script on a bus.
 ///
-/// The time of an expectation counts from the last statement that was none; "nothing started for" counts from its own
-/// beginning. A start is expected once: the next expectation of it wants another one. Texts in files are looked for from the
-/// file's beginning, and behind what was found before.
+/// The time of an expectation counts from the last statement that is no expectation; "nothing started for"
+/// counts from its own beginning. Each start meets one expectation: the next one needs another start. Texts
+/// in files are searched from the beginning of the file, and then behind the last one found.
 class Player {
 public:
     Player(Bus& bus, PlayListener& listener);
 
-    /// Plays all of it, whatever comes of its steps. @throw Interrupted
+    /// Plays all steps, whatever their results. @throw Interrupted
     std::vector<Outcome> play(const Script& script);
 
 private:

@@ -32,7 +32,7 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return names;
 }
 
-/// The first line of an attribute, without blanks at its ends; empty where there is none.
+/// The first line of an attribute, without surrounding blanks; empty if there is none.
 std::string attribute(const std::string& folder, const char* name) {
     std::ifstream file(folder + "/" + name);
     std::string line;
@@ -58,7 +58,7 @@ std::string withoutNumber(const std::string& name) {
     return name.substr(0, name.find_last_not_of("0123456789") + 1);
 }
 
-/// What a driver made: tty/ttyACM0 and net/wwan0 below the interface, or ttyUSB0/tty/ttyUSB0.
+/// What a driver created: tty/ttyACM0 and net/wwan0 below the interface, or ttyUSB0/tty/ttyUSB0.
 void addFunctions(const std::string& folder, UsbInterface& interface) {
     for (const std::string& entry : entriesOf(folder)) {
         if (entry == "tty" || entry == "net")
@@ -148,8 +148,8 @@ Modem asModem(const SeenDevice& seen, const std::vector<KnownModem>& database, s
     return modem;
 }
 
-/// Some devices repeat their serial number in a name. What stands in its own line is made such that it is replaced as a
-/// whole there.
+/// Some devices repeat their serial number in a name. The serial number itself is changed so that the
+/// pseudonyms replace all of it.
 Modem withoutSerialInTexts(Modem modem) {
     static constexpr std::size_t SHORTEST = 4;
     for (UsbDevice* const device : {&modem.cdRom, &modem.modem}) {

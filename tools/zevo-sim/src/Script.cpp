@@ -23,7 +23,7 @@ const char A_TIME[] = "a time, as in 500ms, 2s or 1min";
 const char A_DEVICE[] = "ids as in 12d1:1446, a modem's name as in huawei-e220, or its file";
 const char A_PORT[] = "a port, as in 1-1 or 1-1.2";
 constexpr unsigned MOST_ROUNDS = 1000000;
-constexpr std::size_t LONGEST_LINE = 8192; // with the values of its variables
+constexpr std::size_t LONGEST_LINE = 8192; // after its variables are replaced
 
 struct Word {
     std::string text;
@@ -32,7 +32,7 @@ struct Word {
     bool isQuoted = false;
 };
 
-/// Ends the reading of a statement.
+/// Thrown to end the reading of a statement.
 struct Mistake {
     Finding finding;
 };
@@ -90,7 +90,7 @@ private:
         m_words.clear();
         m_length = 0;
         const std::string line(m_source.line(m_line));
-        // Names with one would mean something else to the system's calls.
+        // System calls would cut a name at a NUL.
         const std::size_t zero = line.find('\0');
         if (zero != std::string::npos)
             throw Mistake{{"script-zero-byte", m_source.at(m_line, static_cast<int>(zero) + 1),
@@ -132,7 +132,7 @@ private:
                 word.text += written.substr(i, end - i);
             }
             i = end;
-            // Variables made of variables can become longer than any memory.
+            // Variables made of variables could grow beyond any memory.
             if (m_length + word.text.size() > LONGEST_LINE)
                 fail("script-line-long", word, "the line is too long with the values of its variables",
                      fmt::format("{} characters at most", LONGEST_LINE));
@@ -159,7 +159,7 @@ private:
                        meantBy(word.text, candidates)}};
     }
 
-    /// The place behind the last word.
+    /// The position behind the last word.
     Word endOfLine() const {
         const Word& last = m_words.back();
         return {"", last.column + last.length, 1, false};
@@ -178,7 +178,7 @@ private:
         return true;
     }
 
-    /// One of these words; where it is missing, `expected` says what for people.
+    /// Takes one of these words; if it is missing, `expected` tells people which.
     std::string takeOneOf(const std::vector<std::string_view>& words, const std::string& expected) {
         const Word& word = take(expected);
         for (const std::string_view each : words)
@@ -190,7 +190,7 @@ private:
 
     void takeWord(const char* word) { takeOneOf({word}, fmt::format("\"{}\"", word)); }
 
-    // ---- what statements are made of ----
+    // ---- parts of statements ----
 
     milliseconds takeTime() {
         const Word& word = take(A_TIME);
@@ -371,7 +371,7 @@ private:
     Script m_script;
     int m_line = 0;
     std::vector<Word> m_words;
-    std::size_t m_length = 0; ///< of the words
+    std::size_t m_length = 0; ///< of the words, in bytes
     std::size_t m_next = 0;
     Step m_step;
 };
@@ -386,7 +386,7 @@ Script readScript(const std::string& path, const std::map<std::string, std::stri
 std::optional<milliseconds> durationIn(const std::string& text) {
     static const std::regex form("([0-9]{1,8})(?:\\.([0-9]{1,3}))?[ ]*(ms|s|min)");
     static constexpr long LONGEST = 24L * 60 * 60 * 1000;
-    static constexpr std::size_t LONGEST_TEXT = 32; // the match of a long one would need a stack as long
+    static constexpr std::size_t LONGEST_TEXT = 32; // matching a long one would need too much stack
     std::smatch parts;
     if (text.size() > LONGEST_TEXT || !std::regex_match(text, parts, form))
         return std::nullopt;

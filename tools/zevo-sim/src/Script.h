@@ -36,11 +36,11 @@ struct Step {
     Place place;
     std::string text;                               ///< as written, with the values of variables
     Modem modem;                                    ///< plug, storm
-    std::optional<UsbDevice> next;                  ///< switchTo; missing: the other personality
+    std::optional<UsbDevice> next;                  ///< switchTo; none: the other personality
     std::string port;                               ///< empty: not named
-    std::vector<std::string> ids;                   ///< unplug: of the device that is meant
+    std::vector<std::string> ids;                   ///< unplug: ids of the device
     std::optional<std::chrono::milliseconds> after; ///< plug: when it switches by itself
-    std::chrono::milliseconds time{0};              ///< wait; an expectation's longest time
+    std::chrono::milliseconds time{0};              ///< wait; maximum time of an expectation
     unsigned count = 0;                             ///< storm
     std::string bundle;                             ///< an application's path
     std::optional<int> status;                      ///< expectEnd
@@ -54,16 +54,16 @@ struct Step {
 struct Script {
     std::string name;
     std::vector<Step> steps;
-    Findings findings; ///< what is wrong with it; it may not be played then
+    Findings findings; ///< what is wrong with it; if anything is, it must not be played
 };
 
-/// Reads a script of events and expectations; docs/zevo-sim.md describes the language. Everything that is wrong is found, not
-/// only the first.
-/// @param variables set from outside; they win over the script's own
+/// Reads a script of events and expectations; docs/zevo-sim.md describes the language. Reports all mistakes,
+/// not only the first.
+/// @param variables  set from outside; they override the script's own
 Script readScript(const std::string& path, const std::map<std::string, std::string>& variables,
                   const std::vector<KnownModem>& database);
 
-/// "2s", "500 ms", "1.5s", "1 min". Nothing: it is none, or longer than a day.
+/// "2s", "500 ms", "1.5s", "1 min". Nothing if it is no time, or longer than a day.
 std::optional<std::chrono::milliseconds> durationIn(const std::string& text);
 
 /// As people write it: "500 ms", "1.5 s".

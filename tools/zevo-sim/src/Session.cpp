@@ -35,7 +35,7 @@ Json asJson(const UsbDevice& device) {
     return json;
 }
 
-/// Never returns. The reason of a failure goes to the pipe, which closes by itself otherwise.
+/// Never returns. The reason of a failure goes to the pipe, which a successful exec closes.
 [[noreturn]] void becomeProgram(const std::vector<std::string>& command, const std::string& folder,
                                 int failures) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -81,7 +81,7 @@ Session::~Session() {
     waitpid(m_program, &m_status, 0);
 }
 
-// ---- what is asked ----
+// ---- requests ----
 
 Json Session::ask(const Json& request) {
     const std::string what = request.at("do").get<std::string>();
@@ -260,7 +260,7 @@ void Session::serveUntilEnd() {
         try {
             idle(std::chrono::hours(1));
         } catch (const Interrupted&) {
-            // The program knows of it, and ends in its own time.
+            // The program has received the signal, and ends in its own time.
         }
     }
 }
@@ -286,7 +286,7 @@ void Session::answerOne() {
     if (poll(&waited, 1, 0) != 1)
         return;
     const FileDescriptor connection(accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    // Whoever connects asks at once; one that does not may not hold everybody up.
+    // A client sends its request at once; one that does not must not block the others.
     static constexpr timeval LONGEST = {1, 0};
     setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &LONGEST, sizeof LONGEST);
     const std::string request = connection.isOpen() ? receiveMessage(connection.get()) : std::string();
@@ -311,7 +311,7 @@ void Session::takeSignals() {
         if (signal.ssi_signo == SIGCHLD)
             continue;
         ++m_interruptions;
-        // Ctrl-C at a terminal reaches the program without us.
+        // Ctrl-C at a terminal reaches the program directly.
         const bool isKnownToProgram = signal.ssi_code == SI_KERNEL && m_interruptions == 1;
         if (programRuns() && !isKnownToProgram)
             kill(m_program, m_interruptions == 1 ? SIGTERM : SIGKILL);

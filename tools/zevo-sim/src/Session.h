@@ -10,10 +10,11 @@
 
 namespace Zevo {
 
-/// A virtual bus, the program that was started for it, and the socket through which other processes plug and unplug.
+/// A virtual bus, the program that was started for it, and the socket through which other processes plug and
+/// unplug.
 ///
-/// Everything happens in idle(), on one thread. Before one is made, restartForVirtualBus() and holdInterruptions() were
-/// called.
+/// Everything happens in idle(), on one thread. Call restartForVirtualBus() and holdInterruptions() before
+/// creating one.
 class Session : public Bus {
 public:
     /// @param command the program and its arguments, not started yet; may be empty
@@ -26,11 +27,11 @@ public:
     const std::string& folder() const { return m_folder.path(); }
     pid_t program() const { return m_program; }
     bool programRuns() const { return m_program > 0 && !m_hasEnded; }
-    /// As waitpid() gives it, once the program has ended.
+    /// The status as waitpid() returns it, once the program has ended.
     int programStatus() const { return m_status; }
 
-    /// Answers other processes, lets devices switch that are due, until the time is over, the program ends, or somebody
-    /// interrupts. A first interruption is passed on to the program, the second ends it.
+    /// Answers other processes and switches devices that are due, until the time is over, the program ends,
+    /// or an interruption comes. The first interruption is passed on to the program, the second kills it.
     void idle(std::chrono::milliseconds duration) override;
     /// As idle(), until the program ends.
     void serveUntilEnd();

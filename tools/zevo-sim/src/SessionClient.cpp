@@ -39,7 +39,7 @@ std::string chosenSession(const std::string& given) {
 } // namespace
 
 SessionClient::SessionClient(const std::string& folder) : m_folder(chosenSession(folder)) {
-    list(); // a dead one is told at once
+    list(); // reports a dead session at once
 }
 
 void SessionClient::idle(std::chrono::milliseconds duration) {

@@ -7,7 +7,7 @@ namespace Zevo {
 /// The bus of a session that another process runs.
 class SessionClient : public Bus {
 public:
-    /// @param folder of the session; empty: the one that the environment names, else this user's only one.
+    /// @param folder  of the session; empty: the one in the environment, else this user's only one
     /// @throw UsageError there is none, or several; says which
     /// @throw std::runtime_error it is dead
     explicit SessionClient(const std::string& folder);

@@ -17,13 +17,13 @@
 namespace Zevo {
 namespace {
 
-constexpr std::size_t LONGEST_MESSAGE = 128 * 1024; // what every kernel's socket has room for
+constexpr std::size_t LONGEST_MESSAGE = 128 * 1024; // fits into every kernel's socket buffer
 
 FileDescriptor makeSocket() {
     return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
 }
 
-/// A socket's address has little room; a path through the open folder is short.
+/// A socket address holds only a short path; a path through the open folder is short.
 sockaddr_un addressIn(const FileDescriptor& folder) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;

@@ -1,4 +1,4 @@
-// zevo-sim: a USB bus to order.
+// zevo-sim: a USB bus that plays scripts.
 
 #include "DeviceChoice.h"
 #include "FindingText.h"
@@ -103,7 +103,7 @@ ExitStatus run(const Wanted& wanted, char* const* arguments) {
     return tellEnd(session, wanted.program.front());
 }
 
-// ---- the commands for a running bus ----
+// ---- commands for a running bus ----
 
 ExitStatus plug(const Wanted& wanted) {
     const std::vector<KnownModem> known = database(wanted);
@@ -274,7 +274,7 @@ Played playOn(Bus& bus, const Script& script, const Wanted& wanted) {
     return played;
 }
 
-/// Where the script left the program running, that is ended now, and has to end in time.
+/// Ends the program if the script left it running; it has to end in time.
 bool endsInTime(Session& session) {
     static constexpr milliseconds TIME_TO_END(10000);
     if (session.programRuns()) {

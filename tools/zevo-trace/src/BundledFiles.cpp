@@ -19,7 +19,8 @@ constexpr std::size_t BLOCK = std::size_t{1} << 16U;
     throw std::runtime_error(path + ": cannot be unpacked: " + std::strerror(errno));
 }
 
-/// What a bundle holds so far, by its own words, which nothing of it exceeds: also what nobody wants has to be gone through.
+/// The number and total size of a bundle's files so far. Sizes are those that the bundle declares, which no
+/// file exceeds. Unwanted files count as well: they must be decompressed, too.
 class Total {
 public:
     Total(const std::string& path, const BundleLimits& limits) : m_path(path), m_limits(limits) {}
@@ -45,7 +46,7 @@ private:
     std::uint64_t m_bytes = 0;
 };
 
-/// What is unpacked of the entry at hand; `isWhole` tells whether that is all of it.
+/// The unpacked part of the present entry; `isWhole` says whether it is complete.
 BundledFile unpack(archive* packed, archive_entry* entry, const std::string& path, bool& isWhole) {
     BundledFile file;
     file.name = archive_entry_pathname(entry);

@@ -34,7 +34,7 @@ void CallTree::add(const JournalLine& journalLine) {
         stack.calls.push_back({m_names.numberOf(line.text), line.depth, time, 0});
         m_observer.callBegins(stack.thread, stack.calls.back());
     } else if (line.kind == LineKind::exit) {
-        // An exit stands one unit deeper than its entry.
+        // An exit is indented one unit deeper than its entry.
         endDownTo(stack, line.depth, time, CallEnd::implied);
         if (!stack.calls.empty() && stack.calls.back().depth + 1 == line.depth)
             end(stack, time,
@@ -52,7 +52,7 @@ void CallTree::finish() {
 }
 
 CallTree::Stack& CallTree::stackOf(const TraceLine& line, int run) {
-    // Nearly every line is of the thread of the one before it.
+    // Nearly every line belongs to the thread of the line before.
     if (m_current != nullptr && m_current->thread.number == line.threadNumber &&
         m_current->thread.name == line.threadName)
         return *m_current;

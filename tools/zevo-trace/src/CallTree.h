@@ -11,7 +11,7 @@
 
 namespace Zevo {
 
-/// Numbers texts, so that each is kept and compared once.
+/// Numbers texts, so that each is stored and compared once.
 class NameTable {
 public:
     std::uint32_t numberOf(std::string_view name);
@@ -28,43 +28,44 @@ struct TracedThread {
     int run = 0;
     std::int32_t number = 0;
     std::string name;
-    std::uint32_t index = 0; ///< counts the threads of the journal, from 0
+    std::uint32_t index = 0; ///< number of the thread in the journal, from 0
 };
 
-/// How the end of a call was found.
+/// How the end of a call was determined.
 enum class CallEnd {
-    returned, ///< its exit is there
-    implied,  ///< a line that cannot stand inside it follows
-    open,     ///< nothing tells of an end: it had not returned when the trace ended
+    returned, ///< its exit line is there
+    implied,  ///< a line follows that cannot be inside it
+    open,     ///< it had not returned when the trace ended
 };
 
 struct OpenCall {
     std::uint32_t name = 0;
     std::uint32_t depth = 0;
-    Moment begin = -1; ///< -1: not known
-    Moment inside = 0; ///< milliseconds in the calls that it made
+    Moment begin = -1; ///< -1: unknown
+    Moment inside = 0; ///< milliseconds spent in the calls that it made
 };
 
-/// Gets what CallTree finds, in the order of the lines.
+/// Receives what CallTree finds, in the order of the lines.
 class CallObserver {
 public:
     virtual ~CallObserver() = default;
     virtual void callBegins(const TracedThread&, const OpenCall&) {}
-    /// @param end when, -1: not known
+    /// @param end  its time, -1: unknown
     virtual void callEnds(const TracedThread&, const OpenCall&, Moment /*end*/, CallEnd) {}
 };
 
-/// Makes calls of lines: one stack for each thread. What begins always ends, innermost first, whatever is missing from the
-/// trace: exits that are not written, lines lost at a rotation, a program that was killed.
+/// Turns lines into calls, with one stack for each thread. Every call that begins also ends, innermost first,
+/// whatever is missing from the trace: exits that are not written, lines lost at a rotation, a program that
+/// was killed.
 class CallTree {
 public:
     explicit CallTree(CallObserver& observer) : m_observer(observer) {}
 
     void add(const JournalLine& line);
-    /// Ends what is still open.
+    /// Ends the calls that are still open.
     void finish();
 
-    /// The thread of the line that was added last, nullptr when it has none, and its open calls, outermost first.
+    /// The thread of the line that was added last (null if it has none), and its open calls, outermost first.
     const TracedThread* thread() const { return m_current == nullptr ? nullptr : &m_current->thread; }
     const std::vector<OpenCall>& openCalls() const {
         return m_current == nullptr ? m_none : m_current->calls;

@@ -22,7 +22,7 @@ void CrashReader::remember(const JournalLine& line) {
         return;
     std::deque<std::string>& last = m_last[std::string(line.line.threadName)];
     if (last.size() == m_lines) {
-        // The memory of the oldest line serves the newest.
+        // Reuse the memory of the oldest line for the newest.
         std::string oldest = std::move(last.front());
         last.pop_front();
         oldest.assign(line.line.whole);

@@ -24,18 +24,18 @@ struct CrashReport {
     int run = 0;
     Moment time = -1;
     bool isDated = false;
-    std::string cause;  ///< empty: the filters hide it
-    std::string thread; ///< that received the signal; empty: not known
+    std::string cause;  ///< empty: hidden by the filters
+    std::string thread; ///< that received the signal; empty: unknown
     std::vector<Stack> stacks;
-    std::vector<std::pair<std::string, int>> objects; ///< of each class so many live
-    std::vector<std::string> before;                  ///< the last lines of that thread, as they stand
+    std::vector<std::pair<std::string, int>> objects; ///< class, and number of its living objects
+    std::vector<std::string> before;                  ///< the last lines of that thread, unchanged
     bool isWhole = false;                             ///< the report has its last line
 };
 
 /// Finds the crash reports of a journal.
 class CrashReader {
 public:
-    /// @param lines so many of the thread's last lines are kept
+    /// @param lines  the number of the thread's last lines to keep
     explicit CrashReader(std::size_t lines) : m_lines(lines) {}
 
     void add(const JournalLine& line);
@@ -47,7 +47,7 @@ private:
 
     std::size_t m_lines;
     std::vector<CrashReport> m_reports;
-    std::map<std::string, std::deque<std::string>, std::less<>> m_last; // of each thread
+    std::map<std::string, std::deque<std::string>, std::less<>> m_last; // by thread
     bool m_isInFilter = false;
     bool m_isInStack = false;
     bool m_isInObjects = false;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t MOST_MESSAGES = 5;
 
-/// The next call; messages on the way go to `messages`.
+/// The next call; stores the messages before it in `messages`.
 std::optional<Step> nextCall(const Steps& steps, std::vector<Step>& messages) {
     messages.clear();
     for (;;) {
@@ -19,7 +19,7 @@ std::optional<Step> nextCall(const Steps& steps, std::vector<Step>& messages) {
     }
 }
 
-// Addresses in brackets are another machine's.
+// Addresses in brackets differ between machines.
 std::string withoutAddresses(const std::string& text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -76,7 +76,7 @@ std::optional<Parting> findParting(const Steps& good, const Steps& bad) {
     }
     if (!parting.good && !parting.bad && parting.differentMessages == 0)
         return std::nullopt;
-    // What has returned in both is not where they are.
+    // A call that has returned in both is not open.
     std::uint32_t depth = 0;
     for (const auto& step : {parting.good, parting.bad})
         depth = step ? std::max(depth, step->depth) : depth;

@@ -25,26 +25,26 @@ struct Step {
     std::string place;
 };
 
-/// Where two call trees of one thread part.
+/// Where two call trees of one thread diverge.
 struct Parting {
     std::vector<Step> common; ///< the calls that are open there in both, outermost first
-    std::uint64_t steps = 0;  ///< so many calls before it are the same
-    std::optional<Step> good; ///< the next call of each; nothing: it has none
+    std::uint64_t steps = 0;  ///< the number of equal calls before it
+    std::optional<Step> good; ///< the next call of each; nothing: there is none
     std::optional<Step> bad;
     std::vector<std::pair<Step, Step>> messages; ///< that differ before it, good and bad
-    std::uint64_t differentMessages = 0;         ///< in all; `messages` holds the first few
+    std::uint64_t differentMessages = 0;         ///< their total number; `messages` holds the first few
 };
 
-/// The calls and messages of one thread of one run, one after the other; nothing at the end.
+/// The calls and messages of one thread of one run, one at a time; nothing at the end.
 using Steps = std::function<std::optional<Step>()>;
 
-/// Compares until the calls part; nothing when they never do and no message differs.
+/// Compares until the calls diverge; nothing if they never do and no message differs.
 std::optional<Parting> findParting(const Steps& good, const Steps& bad);
 
 void tell(const std::optional<Parting>& parting, const Colours& colours, const Sink& sink);
 nlohmann::ordered_json jsonOf(const std::optional<Parting>& parting);
 
-/// What takes longer in the bad one, by the mean time of a call: the largest differences first.
+/// The calls that take longer in the bad one, by mean time: the largest differences first.
 struct Slower {
     std::string call;
     double goodMean = 0; ///< milliseconds

@@ -11,13 +11,13 @@
 namespace Zevo {
 namespace {
 
-/// A JSON text; what is no UTF-8 becomes the replacement character.
+/// A JSON text; invalid UTF-8 becomes the replacement character.
 std::string jsonText(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/// Microseconds since the first line, which never go back on a thread: a viewer takes nesting from them. Lines without
-/// times get one microsecond each, so that their order shows.
+/// Microseconds since the first line, never decreasing on a thread, since viewers derive nesting from them.
+/// Lines without times get one microsecond each, to keep their order.
 class Timeline {
 public:
     std::int64_t at(const TracedThread& thread, Moment time) {
@@ -104,7 +104,7 @@ private:
         return m_quotedNames[call.name];
     }
 
-    // Not before there is something to export: half a text is none.
+    // Only when there is something to export: an incomplete text is invalid.
     void begin() {
         if (m_isFirst)
             m_sink("{\"traceEvents\":[\n");
@@ -133,7 +133,7 @@ public:
 
     void add(const JournalLine& line) override { m_tree.add(line); }
 
-    // The frames stand before the profiles, and are known only now: the profiles wait in files.
+    // The format has the frames before the profiles, but they are known only now: the profiles wait in files.
     void finish() override {
         m_tree.finish();
         m_sink(
@@ -261,7 +261,7 @@ public:
     void finish() override { m_tree.finish(); }
 
 private:
-    // Of the call itself: its exit and its messages stand one unit deeper.
+    // The depth of the call itself: its exit and its messages are indented one unit deeper.
     static std::uint32_t callDepth(const TraceLine& line) {
         const bool isDeeper = line.kind == LineKind::exit || line.kind == LineKind::message;
         return isDeeper && line.depth > 0 ? line.depth - 1 : line.depth;
@@ -276,8 +276,8 @@ private:
             m_returned = end - call.begin;
     }
 
-    // What is true of a run stands in each of its lines, so that a question about one line needs no other. A run tells
-    // its version and its modem only a few lines after its first.
+    // Facts about a run are in each of its lines, so that a query on one line needs no other. A run shows its
+    // version and its modem only a few lines after its first.
     void noteRun(const JournalLine& line) {
         const bool isFirst = m_run.empty() || line.run != m_number;
         if (isFirst) {
@@ -313,11 +313,11 @@ private:
     std::string m_machine;
     CallTree m_tree{*this};
     std::uint64_t m_lines = 0;
-    Moment m_returned = -1; // milliseconds that the call took which the line ends
+    Moment m_returned = -1; // duration in milliseconds of the call that the line ends
     int m_number = 0;       // of the run
     Moment m_begin = -1;    // of the run
     std::string m_started, m_version, m_modem;
-    std::string m_run; // how its lines begin
+    std::string m_run; // common beginning of its lines
 };
 
 } // namespace

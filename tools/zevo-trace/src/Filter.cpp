@@ -28,7 +28,7 @@ bool isCovered(const std::vector<std::string>& patterns, std::string_view name) 
         [&](const std::string& pattern) { return isNameCovered(pattern, name); });
 }
 
-/// A pattern of TRACE_THE_CALL that begins with "-" hides what the rest covers.
+/// A pattern of TRACE_THE_CALL that begins with "-" hides what the rest matches.
 bool isHiding(const std::string& pattern) {
     return pattern.size() >= 2 && pattern[0] == '-';
 }
@@ -134,7 +134,7 @@ bool Filter::wantsCall(std::string_view name) {
     return m_isWanted[number];
 }
 
-// A message is wanted with its call, as the tracer writes it with its call only.
+// A message is wanted if its call is, because the tracer writes it only with its call.
 bool Filter::wantsItsCall(const TraceLine& line) {
     if (m_rules.calls.empty())
         return true;
@@ -147,7 +147,7 @@ bool Filter::wantsItsCall(const TraceLine& line) {
 bool Filter::isWithin(const TraceLine& line) const {
     if (m_rules.within.empty())
         return true;
-    // The call that has just returned is not among the open ones any more.
+    // The call that has just returned is no longer among the open ones.
     if (line.kind == LineKind::exit && isCovered(m_rules.within, line.text))
         return true;
     const std::vector<OpenCall>& calls = m_tree.openCalls();

@@ -8,16 +8,16 @@
 
 namespace Zevo {
 
-/// A moment as somebody writes it: a time of day, with or without a date.
+/// A moment as people write it: a time of day, with or without a date.
 class TimeBound {
 public:
     TimeBound() = default;
-    /// "10:40", "10:40:21", "10:40:21-912" or "10:40:21.912", behind a date, "2026-01-31 ", or not. Throws UsageError
-    /// for any other text.
+    /// "10:40", "10:40:21", "10:40:21-912" or "10:40:21.912", with or without a date before it, "2026-01-31
+    /// ". Throws UsageError for any other text.
     explicit TimeBound(const std::string& text);
 
     bool isSet() const { return m_timeOfDay >= 0; }
-    /// -1, 0, 1: the line stands before this moment, at it, behind it. Without a date only the times of day count.
+    /// -1, 0, 1: the line is before, at or after this moment. Without a date only the times of day count.
     int compare(const JournalLine& line) const;
 
 private:
@@ -26,25 +26,26 @@ private:
     std::int32_t m_precision = 1; // a bound without seconds is the whole minute
 };
 
-/// What of a journal is wanted.
+/// Which part of a journal is wanted.
 struct FilterRules {
     std::vector<std::string> threads; ///< patterns of names; empty: all
     std::vector<std::string>
         calls; ///< patterns as behind TRACE_THE_CALL, "-" hides; only hiding ones: all others
     std::vector<std::string> within; ///< patterns: only what happens inside such a call, itself included
     std::string levels;              ///< of 'D', 'E', 'W', '0' to '5'; empty: all lines
-    std::vector<std::string> texts;  ///< the line holds one of them, in any letter case; empty: all
+    std::vector<std::string> texts;  ///< the line contains one of them, in any letter case; empty: all
     TimeBound from;
     TimeBound to;
     int run = 0; ///< 0: all
 };
 
-/// Chooses lines. Patterns mean what they mean in the tracer's own configuration: the product's matching is asked.
+/// Selects lines. Patterns mean the same as in the tracer's own configuration, because the product's code
+/// matches them.
 class Filter : private CallObserver {
 public:
     explicit Filter(FilterRules rules);
 
-    /// To be asked for every line of the journal, in order.
+    /// Call it for every line of the journal, in order.
     bool wants(const JournalLine& line);
 
 private:
@@ -57,12 +58,12 @@ private:
     FilterRules m_rules;
     CallTree m_tree;
     NameTable m_names;
-    std::vector<bool> m_isWanted; // each name, once it was asked for
-    bool m_wantedLast = false;    // what the line above got goes for the text that goes on with it
+    std::vector<bool> m_isWanted; // by name, once determined
+    bool m_wantedLast = false;    // applies to the following text lines, too
     bool m_readsCalls = false;
 };
 
-/// "error,warning" or "E,W": the letters of levels. Throws UsageError for a name that is none.
+/// "error,warning" or "E,W": the letters of levels. Throws UsageError for an unknown name.
 std::string levelsOf(const std::string& names);
 
 } // namespace Zevo

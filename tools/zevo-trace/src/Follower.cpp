@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t BEGINNING = 256;
 
-/// The first characters of a file, no more than were asked for.
+/// The first characters of a file, at most this many.
 std::string beginningOf(const std::string& path, std::size_t length) {
     std::string result(length, '\0');
     std::ifstream file(path, std::ios::binary);
@@ -37,7 +37,7 @@ void Follower::poll(const std::function<void(std::string_view line)>& take) {
     const Place place = newest();
     if (place.path.empty() || place.path == m_path)
         return;
-    // What was written to the old file since it was read stands before what the new one holds.
+    // First what was written to the old file since it was read, then the new file.
     if (m_reader)
         readOn(take);
     open(place.path);
@@ -82,7 +82,7 @@ void Follower::readOn(const std::function<void(std::string_view line)>& take) {
         m_beginning = beginningOf(m_path, std::min<std::uint64_t>(BEGINNING, m_reader->position()));
 }
 
-// A file that was emptied begins with another time, or does not begin yet.
+// A file that was emptied begins with another time, or is still empty.
 bool Follower::wasBegunAgain() {
     return beginningOf(m_path, m_beginning.size()) != m_beginning;
 }

@@ -10,16 +10,16 @@
 
 namespace Zevo {
 
-/// Follows a ring that is being written, from file to file: a rotation, a file that is emptied and begun again, and a
-/// program that starts anew with file 0. Used on one thread.
+/// Follows a ring that is being written, from file to file: rotations, files that are emptied and restarted,
+/// and a program that restarts with file 0. Used on one thread.
 class Follower {
 public:
     /// @param baseName as in Ring
     /// @param path     the file of the ring to begin with; empty: there is none yet
-    /// @param position so many bytes of it are known
+    /// @param position the number of its bytes that were already read
     explicit Follower(std::string baseName, const std::string& path = "", std::uint64_t position = 0);
 
-    /// Hands over every whole line that has been written since; does not wait for any.
+    /// Passes on every complete line that was written since; does not wait.
     void poll(const std::function<void(std::string_view line)>& take);
 
 private:
@@ -37,7 +37,7 @@ private:
     std::string m_baseName;
     std::string m_path;
     std::unique_ptr<LineReader> m_reader;
-    std::string m_beginning; // the first characters of the file, to tell it from one that was begun again
+    std::string m_beginning; // the first characters of the file, to distinguish it from a restarted one
 };
 
 } // namespace Zevo

@@ -11,7 +11,7 @@ std::string placeOf(const JournalLine& line) {
     return (*line.file == "-" ? "standard input" : *line.file) + ":" + std::to_string(line.number);
 }
 
-/// One ring, with the line that comes next.
+/// One ring, with its next line.
 class Journal::Stream {
 public:
     explicit Stream(Ring ring) : m_ring(std::move(ring)) { advance(); }
@@ -64,7 +64,7 @@ private:
         m_hasLine = true;
         m_line.line = m_parser.parse(text);
         m_line.isCut = isCut;
-        // What goes on with a line, and what is torn, belongs to what stands above it.
+        // A continuation or a torn line belongs to the line above.
         if (m_line.line.kind == LineKind::log || m_line.line.hasThread)
             m_line.isTrace = m_line.line.hasThread;
         else if (m_line.number == 0)
@@ -81,7 +81,7 @@ private:
         m_beginsRun = false;
     }
 
-    /// Files that were put together into one: only the new number of the thread MAIN tells of a new start.
+    /// Files that were concatenated: only the new number of the thread MAIN shows a restart.
     bool isOtherMain() {
         const TraceLine& line = m_line.line;
         if (!line.hasThread || line.kind == LineKind::stackCall || line.threadName != "MAIN")
@@ -92,10 +92,10 @@ private:
     }
 
     Ring m_ring;
-    std::size_t m_file = 0; // of those in the ring that have been opened
+    std::size_t m_file = 0; // number of the ring's files that were opened
     std::optional<LineReader> m_reader;
     std::uint64_t m_finished = 0;
-    std::uint64_t m_wholeLines = 0; // bytes of the current file
+    std::uint64_t m_wholeLines = 0; // bytes of the complete lines of the current file
     LineParser m_parser;
     JournalLine m_line;
     bool m_hasLine = false;

@@ -5,10 +5,10 @@
 
 namespace Zevo {
 
-/// The log folders of this user's launchers, one for each upgrade code, the one that was written to last first.
+/// The log folders of this user's launchers, one per upgrade code, the most recently written first.
 std::vector<std::string> logFolders();
 
-/// Where logFolders() looks, with an asterisk in the place of the upgrade code.
+/// Where logFolders() searches, with an asterisk for the upgrade code.
 std::string logFolderPattern();
 
 } // namespace Zevo

@@ -14,13 +14,13 @@
 namespace Zevo {
 namespace {
 
-// The browser loads nothing from anywhere, whatever the viewer may ask for.
+// Forbids the browser to load anything from elsewhere, whatever the viewer may request.
 constexpr std::string_view POLICY =
     R"(<meta http-equiv="Content-Security-Policy" content="default-src 'none'; script-src 'unsafe-inline' 'wasm-unsafe-eval'; )"
     R"(style-src 'unsafe-inline'; font-src data:; img-src data:">)";
 
-// The viewer takes a profile from a script when the page's address asks for one; the next script but one is that
-// script. What else stands in the address, such as "#view=sandwich", stays.
+// The viewer reads a profile from a script if the page's address requests one; the next script but one is
+// that script. Other parts of the address, such as "#view=sandwich", stay.
 constexpr std::string_view ASK_FOR_PROFILE = R"(<script>
 if (!location.hash.includes("localProfilePath="))
     location.hash += (location.hash.length > 1 ? "&" : "") + "localProfilePath=in-this-page";
@@ -45,7 +45,7 @@ std::string base64(std::string_view bytes) {
     return text;
 }
 
-/// Hands on what it gets in base64, packed with gzip.
+/// Compresses its input with gzip and passes it on as base64.
 class Packer {
 public:
     explicit Packer(const Sink& sink) : m_sink(sink), m_archive(archive_write_new()) {
@@ -54,7 +54,7 @@ public:
         archive_entry_set_filetype(entry.get(), AE_IFREG);
         require(archive_write_set_format_raw(m_archive.get()));
         require(archive_write_add_filter_gzip(m_archive.get()));
-        // The same trace makes the same page.
+        // The same trace gives the same page.
         require(archive_write_set_filter_option(m_archive.get(), "gzip", "timestamp", nullptr));
         require(archive_write_set_bytes_per_block(m_archive.get(), 0));
         require(archive_write_open(m_archive.get(), this, nullptr, &Packer::take, nullptr));
@@ -80,7 +80,7 @@ private:
         return static_cast<la_ssize_t>(length);
     }
 
-    // Three bytes are four digits: what is left over waits.
+    // Three bytes make four digits: the rest waits.
     void take(std::string_view bytes) {
         m_rest += bytes;
         const std::size_t whole = m_rest.size() / 3 * 3;
@@ -92,7 +92,7 @@ private:
         if (result < ARCHIVE_WARN)
             throw std::runtime_error(std::string("the profile cannot be packed: ") +
                                      archive_error_string(m_archive.get()));
-        // Not from within take(): what a sink throws must not pass through a library that knows no exceptions.
+        // Not within take(): an exception of a sink must not pass through a library that knows no exceptions.
         m_sink(m_text);
         m_text.clear();
     }
@@ -105,7 +105,7 @@ private:
     std::unique_ptr<archive, Free> m_archive;
 };
 
-/// The files of the viewer, each with its folder in what is told of it.
+/// The files of the viewer; messages name each with its folder.
 class Viewer {
 public:
     explicit Viewer(const std::string& folder) : m_folder(folder) {}
@@ -122,7 +122,7 @@ public:
         return text;
     }
 
-    /// Cuts "BEGIN name END" out of the text; its place goes to `place`, its name is returned.
+    /// Removes "BEGIN name END" from the text; stores its position in `place`, returns its name.
     std::string cut(std::string& text, std::string_view begin, std::string_view end,
                     std::size_t& place) const {
         place = text.find(begin);
@@ -146,7 +146,7 @@ void replaceAll(std::string& text, std::string_view what, std::string_view by) {
         text.replace(at, what.size(), by);
 }
 
-/// The style sheet with its font in it.
+/// The style sheet with its font embedded.
 std::string styleOf(const Viewer& viewer, const std::string& name) {
     constexpr std::string_view BEGIN = "url(\"./", END = "\")";
     std::string style = viewer.read(name);

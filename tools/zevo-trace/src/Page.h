@@ -7,21 +7,22 @@
 
 namespace Zevo {
 
-/// A page that shows a profile over time, on its own: the viewer and the profile stand in it, and it fetches nothing,
-/// from the network or from other files; it says so to the browser, which sees to it.
+/// A self-contained page that shows a profile over time. It contains the viewer and the profile, and loads
+/// nothing from the network or from other files; a policy in the page makes the browser enforce this.
 ///
-/// The viewer is speedscope's release as npm has it: index.html and what that names, and two licences.
+/// The viewer is speedscope's npm release: index.html, the files that it refers to, and two licences.
 class Page {
 public:
-    /// Where the viewer lies beside this program: in an installation, and in the build folder.
+    /// Where the viewer is, relative to this program: in an installation, and in the build folder.
     static std::string viewerBesideProgram();
 
-    /// Reads the viewer. Throws std::runtime_error, with the file and the remedy, when it is not there, and when it is
-    /// not built as this class knows it.
+    /// Reads the viewer. Throws std::runtime_error, with the file and the remedy, if it is missing, or does
+    /// not have the structure that this class expects.
     explicit Page(const std::string& viewerFolder);
 
     /// Writes the page.
-    /// @param writeProfile is called once, and writes the profile, in speedscope's file format; it is packed
+    /// @param writeProfile called once; writes the profile in speedscope's file format, which is compressed
+    /// here
     void write(const Sink& sink, const std::function<void(const Sink&)>& writeProfile) const;
 
 private:

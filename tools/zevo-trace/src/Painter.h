@@ -7,10 +7,10 @@
 
 namespace Zevo {
 
-/// A line as it stands, with colours: errors and warnings, calls, what is less important.
+/// A line as it is, with colours: errors and warnings, calls, less important parts.
 std::string painted(const TraceLine& line, const Colours& colours);
 
-/// "2026-01-31 10:40:21.912", or the time alone where the day is not known; "" without a time.
+/// "2026-01-31 10:40:21.912", or the time alone if the day is unknown; "" without a time.
 std::string textOf(Moment time, bool isDated);
 /// "10:40:21.912"
 std::string timeTextOf(Moment time);

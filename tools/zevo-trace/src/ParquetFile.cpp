@@ -19,7 +19,7 @@ extern char** environ; // NOLINT(readability-redundant-declaration): a Mac's hea
 namespace Zevo {
 namespace {
 
-/// Beside this program, in an installation as in the build folder.
+/// Beside this program, both in an installation and in the build folder.
 std::string writerScript() {
     std::string script =
         FileSystemManagement::getCurrentExecutableDirectory() + ZEVO_FLEET_FROM_HERE "/fleet.mjs";
@@ -44,8 +44,8 @@ ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPa
     if (pipe(ends) != 0)
         throw std::runtime_error(std::string("cannot make a pipe: ") + std::strerror(errno));
     m_input = ends[1];
-    fcntl(m_input, F_SETFD, FD_CLOEXEC); // or the writer would wait for the end of its own input for ever
-    std::signal(SIGPIPE, SIG_IGN);       // a writer that ends early is told as an error
+    fcntl(m_input, F_SETFD, FD_CLOEXEC); // or the writer would inherit it, and never see end of file
+    std::signal(SIGPIPE, SIG_IGN);       // a writer that ends early is reported as an error
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
@@ -65,7 +65,7 @@ ParquetFile::ParquetFile(const std::string& path) : m_path(path), m_unfinishedPa
 int ParquetFile::start(const char* program, const posix_spawn_file_actions_t& actions,
                        char* const* arguments) {
     const HeldInterruptions held;
-    posix_spawnattr_t attributes; // the writer does not hold them back
+    posix_spawnattr_t attributes; // the writer must not inherit the blocked signals
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setsigmask(&attributes, &held.before());
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
@@ -86,7 +86,7 @@ ParquetFile::~ParquetFile() {
 }
 
 int ParquetFile::waitForWriter() {
-    // Its number is nobody else's until the second wait.
+    // Its pid is not reused before the second wait.
     siginfo_t end;
     while (waitid(P_PID, static_cast<id_t>(m_writer), &end, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
     }
@@ -101,7 +101,7 @@ int ParquetFile::waitForWriter() {
 void ParquetFile::write(std::string_view jsonLines) {
     if (kf::detail::writeFully(m_input, jsonLines) == jsonLines.size())
         return;
-    waitForWriter(); // its own words come first
+    waitForWriter(); // its own messages come first
     complain(m_path);
 }
 

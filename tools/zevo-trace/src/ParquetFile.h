@@ -10,22 +10,22 @@
 
 namespace Zevo {
 
-/// A Parquet file of a journal's JSON lines, written by DuckDB's own writer in a process beside this one. Under its name
-/// stands a whole file or none, and beside it nothing, also when Ctrl-C ends this program.
+/// A Parquet file of a journal's JSON lines, written by DuckDB in another process. Under its name there is a
+/// complete file or none, and beside it nothing, even if Ctrl-C ends this program.
 class ParquetFile {
 public:
-    /// Starts the writer. Throws UsageError when the file is there already, std::runtime_error when Node.js or what
-    /// belongs to this program is missing.
+    /// Starts the writer. Throws UsageError if the file exists already, std::runtime_error if Node.js or a
+    /// part of this program is missing.
     explicit ParquetFile(const std::string& path);
     ParquetFile(const ParquetFile&) = delete;
     ParquetFile& operator=(const ParquetFile&) = delete;
-    /// Ends the writer and removes what it has written, unless finish() was called.
+    /// Ends the writer and removes its output, unless finish() was called.
     ~ParquetFile();
 
-    /// Parts of lines, one behind the other. Throws std::runtime_error when the writer has ended; it has told the reason
-    /// on standard error, a missing DuckDB and what to install for instance.
+    /// Writes a part of the lines. Throws std::runtime_error if the writer has ended; it has reported the
+    /// reason on standard error, for instance that DuckDB is missing and what to install.
     void write(std::string_view jsonLines);
-    /// Behind the last line; to be called once. Throws as write() does.
+    /// After the last line; call it once. Throws as write() does.
     void finish();
 
 private:
@@ -34,7 +34,7 @@ private:
 
     std::string m_path;
     std::string m_unfinishedPath;
-    std::optional<UnfinishedFile> m_unfinished; // while the writer runs, and until the file has its name
+    std::optional<UnfinishedFile> m_unfinished; // while the writer runs, and until the file is renamed
     pid_t m_writer = -1;
     int m_input = -1; // of the writer
 };

@@ -21,7 +21,7 @@ namespace {
 constexpr std::string_view ENDING = ".txt";
 constexpr int QUARTER_HOUR = 15 * 60 * 1000;
 
-/// "/x/trace_12.txt" is file 12 of "/x/trace"; what has another form is file 0 of itself.
+/// "/x/trace_12.txt" is file 12 of "/x/trace"; a name of another form is file 0 of itself.
 std::string baseNameOf(const std::string& path, long& index) {
     index = 0;
     if (path.size() <= ENDING.size() || path.compare(path.size() - ENDING.size(), ENDING.size(), ENDING) != 0)
@@ -67,8 +67,8 @@ Moment localMoment(const timespec& time) {
     return (static_cast<Moment>(time.tv_sec) + parts.tm_gmtoff) * 1000 + time.tv_nsec / 1000000;
 }
 
-/// Looks at every line, but only at what the order and the dates depend on. False when nothing of a trace or of a log
-/// is in the file.
+/// Reads every line, but only what the order and the dates depend on. False if the file contains nothing of a
+/// trace or a log.
 bool lookAt(RingFile& file) {
     constexpr std::string_view MAIN_COLUMN = "][MAIN ";
     LineReader reader(file.path, file.unpacked.get());
@@ -126,8 +126,8 @@ std::int32_t clockDistance(Moment a, Moment b) {
     return static_cast<std::int32_t>((((b - a + half) % DAY) + DAY) % DAY - half);
 }
 
-/// The files were last written when their last lines were, give or take a second and another machine's time zone: then
-/// their times tell the order and the days. The zone's distance goes to `shift`.
+/// If the files' modification times agree with their last lines, give or take a second and another time zone,
+/// they give the order and the days. Stores the time zone's offset in `shift`.
 bool areTimesTrue(const Ring& ring, Moment& shift) {
     constexpr int LATE = 10 * 1000, EARLY = 2 * 1000;
     std::optional<Moment> common;
@@ -146,8 +146,8 @@ bool areTimesTrue(const Ring& ring, Moment& shift) {
     return common.has_value();
 }
 
-/// Without the files' times: the ring is cut where the time of day steps back from one file to the next, if that happens
-/// once; then what stands behind the cut is older.
+/// Without modification times: if the time of day steps back from one file to the next exactly once, the ring
+/// is cut there, and the files behind the cut are older.
 void orderByContent(Ring& ring, std::vector<std::string>& notes) {
     std::vector<RingFile>& files = ring.files;
     std::size_t cuts = 0, cut = 0;
@@ -178,13 +178,13 @@ void markRuns(Ring& ring) {
         }
         const RingFile& before = ring.files[i - 1];
         const std::optional<std::int32_t> here = file.facts.mainThread, there = before.facts.mainThread;
-        // Its begin may be lost: a later run has then written over it.
+        // Its beginning may be lost, if a later run has overwritten it.
         file.beginsRun = ring.isTrace && ((here && there && *here != *there) || before.facts.endsWithReport);
     }
 }
 
 void dateFiles(Ring& ring, Moment shift) {
-    Moment next = 0; // the moment of the first line of the file behind
+    Moment next = 0; // the moment of the first line of the next file
     for (std::size_t i = ring.files.size(); i-- > 0;) {
         RingFile& file = ring.files[i];
         const std::int32_t last = std::max(file.facts.lastTime, 0), first = std::max(file.facts.firstTime, 0);

@@ -5,7 +5,7 @@
 
 namespace Zevo {
 
-/// Where results go, piece by piece.
+/// Receives output, piece by piece.
 using Sink = std::function<void(std::string_view text)>;
 
 } // namespace Zevo

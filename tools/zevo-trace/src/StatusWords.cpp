@@ -33,8 +33,8 @@ StatusWords wordsOfStatus(int status) {
     return found == WORDS.end() ? StatusWords{"", "", ""} : found->second;
 }
 
-// Linux's number. It comes together with a request to end, and may be the first to be heard.
-// fleet/crash-causes.sql lists the same requests to end.
+// Linux's number. It comes together with a request to terminate, and may be handled first.
+// fleet/crash-causes.sql lists the same requests.
 const char TOLD_TO_CONTINUE[] = "UNKNOWN SIGNAL (18)";
 
 std::string wordsOfCause(const std::string& cause) {

@@ -9,9 +9,9 @@
 namespace Zevo {
 namespace {
 
-constexpr Moment ONE_PLUGGING = 2000; // what a device and its parts announce within so long is one arrival
+constexpr Moment ONE_PLUGGING = 2000; // a device's notifications within this time are one arrival
 
-/// What stands behind the beginning; nothing when the text does not begin so.
+/// The rest of the text behind this beginning; nothing if it does not begin so.
 std::optional<std::string> behind(std::string_view text, std::string_view beginning) {
     if (text.substr(0, beginning.size()) != beginning)
         return std::nullopt;
@@ -33,7 +33,7 @@ std::string withoutDot(std::string text) {
     return text;
 }
 
-/// The last attempt ended as an earlier one of the same event did: they become one.
+/// The last attempt ended like an earlier one of the same event: merges them.
 void joinWithLike(std::vector<LaunchAttempt>& attempts) {
     const LaunchAttempt last = attempts.back();
     for (std::size_t i = 0; i + 1 < attempts.size(); ++i) {
@@ -46,7 +46,7 @@ void joinWithLike(std::vector<LaunchAttempt>& attempts) {
     }
 }
 
-// No program can catch these signals: a healthy launcher says so at each start.
+// No program can catch these signals: a healthy launcher reports that at each start.
 bool isHarmless(std::string_view error) {
     return behind(error, "Cant install signal handler for ").has_value();
 }
@@ -144,7 +144,7 @@ LaunchAttempt* StoryTeller::pending(RunStory& story) const {
                : nullptr;
 }
 
-// The line behind "Start executable" tells what came of it: a failure, or that the launcher went on.
+// The line after "Start executable" shows the outcome: a failure, or that the launcher went on.
 void StoryTeller::settle(RunStory& story, const JournalLine& line) {
     LaunchAttempt* const attempt = pending(story);
     if (attempt == nullptr || !line.line.hasThread || line.line.threadNumber != m_startingThread)
@@ -243,12 +243,12 @@ void StoryTeller::addArrival(RunStory& run, const JournalLine& line, const std::
 void StoryTeller::addAttempt(RunStory& run, const std::string& path, Moment time,
                              LaunchAttempt::Outcome outcome) {
     if (run.events.empty())
-        run.events.emplace_back(); // its begin is lost: the trace begins in the midst of it
+        run.events.emplace_back(); // its beginning is lost: the trace begins in the middle of it
     std::vector<LaunchAttempt>& attempts = run.events.back().attempts;
     const bool isKnown = std::any_of(attempts.begin(), attempts.end(), [&](const LaunchAttempt& attempt) {
         return attempt.path == path && attempt.outcome != LaunchAttempt::Outcome::failed;
     });
-    // The device's other parts find running what its first part has started.
+    // The other parts of the device find running what the first part has started.
     if (outcome == LaunchAttempt::Outcome::alreadyRunning && isKnown)
         return;
     LaunchAttempt attempt;

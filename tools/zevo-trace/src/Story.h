@@ -11,30 +11,30 @@
 
 namespace Zevo {
 
-/// What came of one application at one trigger.
+/// The outcome for one application at one trigger.
 struct LaunchAttempt {
     enum class Outcome { started, alreadyRunning, failed, unknown };
 
     std::string path;
     Outcome outcome = Outcome::unknown;
     int status = 0; ///< of a failure
-    int times = 1;  ///< each part of a device is a reason to try again
+    int times = 1;  ///< each part of a device triggers another attempt
     Moment begin = -1;
     Moment end = -1;
 };
 
-/// Something that made the launcher look, or could have.
+/// An event that made the launcher check, or could have.
 struct DeviceEvent {
     enum class Kind { absentAtStart, presentAtStart, arrival, removal };
 
     Kind kind = Kind::arrival;
     std::string identifier; ///< as the trace has it; empty at the start
     Moment time = -1;
-    int notifications = 1; ///< a device announces itself and each of its parts
+    int notifications = 1; ///< a device and each of its parts notify
     std::vector<LaunchAttempt> attempts;
 };
 
-/// One run of the launcher, as its trace and its log tell it.
+/// One run of the launcher, according to its trace and its log.
 struct RunStory {
     Moment begin = -1;
     Moment end = -1;
@@ -45,40 +45,42 @@ struct RunStory {
     std::string toFind;
     std::string configurationFile;                ///< the one that could not be read
     std::vector<std::string> configurationErrors; ///< the first one is the reason
-    std::vector<std::string> connected;           ///< identifiers, as arrivals have them
+    std::vector<std::string> connected;           ///< identifiers, in the form of arrivals
     std::vector<DeviceEvent> events;
     std::map<std::string, std::string> deviceNames; ///< by identifier
-    std::string crash;                              ///< the cause, when its report is there
+    std::string crash;                              ///< the cause, if its report is there
     Moment crashTime = -1;
     std::vector<std::string> otherErrors;
     std::vector<std::string> logErrors;
 
     int run = 0;
     bool isDated = false;
-    bool hasBegun = false;     ///< its begin is in the trace, so that what is missing did not happen
+    bool hasBegun = false;     ///< its beginning is in the trace, so what is missing did not happen
     bool isConfigured = false; ///< the three identifiers are known
     bool hasFailedConfiguration = false;
-    bool hasLooked = false; ///< for what was connected at the start
-    bool isDeaf = false;    ///< nothing will tell it of arrivals
+    bool hasLooked = false; ///< for the devices connected at the start
+    bool isDeaf = false;    ///< nothing will notify it of arrivals
     bool hasDebugMessages = false;
 };
 
-/// "USB#Vid_12d1&Pid_1001" and "4817|4097" are "12d1:1001"; any other text stays.
+/// "USB#Vid_12d1&Pid_1001" and "4817
+/// 4097" become "12d1:1001"; any other text is unchanged.
 std::string shortIdentifier(const std::string& identifier);
 /// Whether arrivals are reported in this form, in any letter case.
 bool isIdentifier(const std::string& identifier);
 bool isSameIdentifier(const std::string& a, const std::string& b);
 
-/// The modem that is waited for, as a trace message tells it; nothing when it tells of something else.
+/// The modem that the launcher waits for, if this trace message names it; nothing otherwise.
 std::optional<std::string> expectedModemOf(std::string_view message);
-/// What the log says of the identity card: "Product version" and its value; nothing when it says something else.
+/// The part of the identity card in this line of the log: "Product version" and its value; nothing if there
+/// is none.
 std::optional<std::pair<std::string, std::string>> cardEntryOf(std::string_view logLine);
 
-/// Makes stories of a journal's lines.
+/// Turns a journal's lines into stories.
 class StoryTeller {
 public:
     void add(const JournalLine& line);
-    /// All runs, in their order; to be called once, behind the last line.
+    /// All runs, in their order; call it once, after the last line.
     std::vector<RunStory> takeStories();
 
 private:
@@ -91,10 +93,10 @@ private:
     LaunchAttempt* pending(RunStory& story) const;
 
     std::vector<RunStory> m_stories;
-    bool m_isStarting = false; // the last attempt's outcome is not told yet
+    bool m_isStarting = false; // the outcome of the last attempt is not known yet
     std::int32_t m_startingThread = 0;
     bool m_isInFilter = false; // the crash handler's message comes next
-    bool m_isListing = false;  // what is connected
+    bool m_isListing = false;  // the connected devices
 };
 
 } // namespace Zevo

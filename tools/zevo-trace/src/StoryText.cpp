@@ -47,7 +47,7 @@ bool isExpected(const RunStory& story, const DeviceEvent& event) {
     return isSameIdentifier(event.identifier, story.modem) || isSameIdentifier(event.identifier, story.cdRom);
 }
 
-/// What an identifier that arrived is to those that are waited for.
+/// How an arrived identifier relates to the configured ones.
 std::string relationOf(const RunStory& story, const std::string& identifier) {
     if (!story.isConfigured)
         return story.hasFailedConfiguration
@@ -149,7 +149,7 @@ std::string atTime(Moment time) {
     return time < 0 ? "" : " at " + timeTextOf(time);
 }
 
-/// Why nothing was started, when no attempt was made.
+/// Why nothing was started, if no attempt was made.
 std::string reasonForNone(const RunStory& story) {
     if (story.hasFailedConfiguration)
         return "its configuration could not be read: " + (story.configurationErrors.empty()
@@ -196,7 +196,7 @@ Answer answerToAttempts(const RunStory& story) {
         if (event.attempts.empty())
             continue;
         mainApplication = mainApplication.empty() ? event.attempts.front().path : mainApplication;
-        // The latest trigger counts: what failed before may have been mended.
+        // The latest trigger counts: earlier failures may have been fixed.
         failure = nullptr;
         for (const LaunchAttempt& attempt : event.attempts) {
             if (attempt.outcome == Outcome::failed && failure == nullptr)

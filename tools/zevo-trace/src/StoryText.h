@@ -10,10 +10,10 @@
 
 namespace Zevo {
 
-/// What came of a run, for who asks whether the application was started.
+/// The result of a run, for people who ask whether the application was started.
 struct Answer {
-    bool isGood = false; ///< it was started, or ran already, and nothing else failed
-    std::string text;    ///< a sentence or more
+    bool isGood = false; ///< it was started, or was running already, and nothing else failed
+    std::string text;    ///< one or more sentences
 };
 Answer answerOf(const RunStory& story);
 

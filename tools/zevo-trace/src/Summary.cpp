@@ -23,7 +23,7 @@ void Summary::callEnds(const TracedThread& thread, const OpenCall& call, Moment 
     CallTotals& totals = m_totals[call.name];
     const std::uint32_t outer = --m_active[thread.index][call.name];
     if (how == CallEnd::open) {
-        // How long it takes is not known yet; what it did until now is no measure.
+        // Its duration is not known yet; the time so far is no measure.
         ++totals.open;
         return;
     }

@@ -27,13 +27,13 @@ std::string_view withoutBlanksBehind(std::string_view text) {
     return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
-/// A whole text that is a number.
+/// The number that a complete text consists of.
 bool readNumber(std::string_view text, std::int32_t& number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size();
 }
 
-/// Takes "[content]" off the front.
+/// Removes "[content]" from the front.
 bool takeBracket(std::string_view& rest, std::string_view& content) {
     if (rest.empty() || rest[0] != '[')
         return false;
@@ -56,7 +56,7 @@ bool takeThread(std::string_view& rest, TraceLine& line) {
     return true;
 }
 
-/// The two columns of TRACE_OBJECT_COUNT, where they are.
+/// The two columns of TRACE_OBJECT_COUNT, if they are there.
 void takeObject(std::string_view& rest, TraceLine& line) {
     std::string_view tail = rest, count, address;
     if (!takeBracket(tail, count) || !takeBracket(tail, address) || count.size() < 5)
@@ -112,7 +112,7 @@ void takeBody(std::string_view rest, TraceLine& line) {
     line.text = rest;
 }
 
-/// The level of a log line's tag, which is taken off the front.
+/// The level of a log line's tag, which is removed from the front.
 char takeLogLevel(std::string_view& rest) {
     constexpr std::size_t TAG_SIZE = 10;
     constexpr struct {
@@ -221,7 +221,7 @@ LineKind LineParser::kindOfBareLine(std::string_view line) const {
         return LineKind::objectsHead;
     if (line.size() >= STACK_HEAD.size() && isAll(line, '-') && m_inReport)
         return LineKind::rule;
-    if (line.empty()) // the heads of a report bring one along
+    if (line.empty()) // the headings of a report are preceded by an empty line
         return LineKind::text;
     const bool isDamaged = isAll(line, '?') || line.find(THREAD_MARK) != std::string_view::npos ||
                            line.find('\0') != std::string_view::npos;

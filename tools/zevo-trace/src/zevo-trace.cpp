@@ -28,7 +28,7 @@ using namespace Zevo;
 
 namespace {
 
-/// What the commands have in common, as the command line gives it.
+/// The common options of the commands, from the command line.
 struct Options {
     std::vector<std::string> paths;
     bool json = false;
@@ -51,7 +51,7 @@ void printJson(const nlohmann::ordered_json& json) {
     toOutput(json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
-/// The journal of a command, with its progress bar; says at its end what was wrong with the files.
+/// The journal of a command, with its progress bar; at its end reports what was wrong with the files.
 class Source {
 public:
     explicit Source(const std::vector<std::string>& paths)
