@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What the checks for macOS know of an SDK; they source this file, and define fail.
+# What the checks for macOS have in common about an SDK. They source this file, and define fail.
 
-# The oldest macOS, as the build has it.
+# The oldest macOS, as the build defines it.
 oldest_macos() { sed -n 's/.*set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\) .*/\1/p' "$top/cmake/ZevoMacFloor.cmake"; }
 
 # find_sdk FOLDER: sets sdk, and its folders frameworks, include and stubs.
@@ -17,7 +17,7 @@ find_sdk() {
     fi
 }
 
-# find_cxx_library CLANG: sets cxx_library to the headers of libc++, the compiler's own where it has them.
+# find_cxx_library CLANG: sets cxx_library to the headers of libc++, the compiler's own if it has them.
 find_cxx_library() {
     local folder
     cxx_library=""
@@ -32,11 +32,12 @@ find_cxx_library() {
 # check_older_library FOLDER: the headers of an older libc++.
 check_older_library() { [ -f "$1/vector" ] || fail "$1 holds no headers of a C++ library: it lacks the file vector"; }
 
-# cxx_folders LIBRARY SCRATCH: the folders to search for the C++ library, one a line. SCRATCH, in front, gets what the
-# library lacks:
-#  - Distributions build libc++ for themselves and switch off what it knows of the systems that lack a part of it; a copy
-#    of its settings switches that on again.
-#  - The sources of an older libc++ are without those of its ABI library, whose header the tests' framework includes.
+# cxx_folders LIBRARY SCRATCH: the include folders for the C++ library, one per line. SCRATCH, in front, gets
+# what the library lacks:
+#  - Distributions build libc++ for themselves, and switch off what it knows about systems that lack a part of
+#    it; a
+#    copy of its settings switches that on again.
+#  - The sources of an older libc++ lack those of its ABI library, whose header the tests' framework includes.
 cxx_folders() {
     local settings=$1/__config_site file
     mkdir -p "$2"

@@ -1,4 +1,4 @@
-// A page of `zevo-trace view` in a browser without a window, driven through a library that ./zevo installs from npm.
+// Shows a page of `zevo-trace view` in a headless browser, controlled through a library that ./zevo installs from npm.
 'use strict';
 const fs = require('fs');
 const path = require('path');
@@ -18,7 +18,7 @@ function chromium() {
 // the folder of the packages, build/npm/node_modules in a tree.
 exports.withBrowser = async function (nodeModules, work) {
     const playwright = require(path.resolve(nodeModules, 'playwright-core'));
-    // Where this runs as root in a container, the browser has no sandbox. What it opens here is our own.
+    // If this runs as root in a container, the browser has no sandbox. It opens only pages of our own.
     const browser = await playwright.chromium.launch({executablePath: chromium(), args: ['--no-sandbox']});
     try {
         return await work(await browser.newContext({offline: true, viewport: {width: 1200, height: 500}}));
@@ -27,8 +27,9 @@ exports.withBrowser = async function (nodeModules, work) {
     }
 };
 
-// openPage(BROWSER, FILE, [HASH]): opens the file, with HASH at the end of its address, and returns its tab when the viewer
-// shows the trace. The tab has two more members: asked, the addresses that it asked for, and seconds, how long it took.
+// openPage(BROWSER, FILE, [HASH]): opens the file, with HASH at the end of its address, and returns its tab
+// when the viewer shows the trace. The tab has two more members: asked, the requested addresses, and seconds,
+// how long it took.
 exports.openPage = async function (browser, file, hash = '') {
     const tab = await browser.newPage();
     tab.asked = [];
@@ -41,7 +42,7 @@ exports.openPage = async function (browser, file, hash = '') {
     });
     const begin = process.hrtime.bigint();
     await tab.goto(pathToFileURL(path.resolve(file)) + hash);
-    // The title names the profile once it is read. The second frame behind that is drawn from it.
+    // The title names the profile once it is read. The second frame after that is drawn from it.
     await tab.waitForFunction(() => document.title.endsWith(' - speedscope'));
     await tab.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
     tab.seconds = Number(process.hrtime.bigint() - begin) / 1e9;

@@ -1,4 +1,4 @@
--- What do launchers crash of, and in which call? Being told to end is no crash.
+-- Why do launchers crash, and in which call? A request to end is no crash.
 with causes as (
     select machine, started, run, coalesce(version, 'unknown') as version, text as cause
     from lines

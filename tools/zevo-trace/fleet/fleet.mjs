@@ -1,4 +1,4 @@
-// Hands files of zevo-trace's lines to DuckDB: answers questions over many machines, and writes Parquet. docs/fleet.md.
+// Runs DuckDB on files of zevo-trace's lines: queries over many machines, and writing Parquet. docs/fleet.md.
 import { existsSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
@@ -22,8 +22,8 @@ Exit status: 0 done, 1 something failed, 2 wrong usage.
 
 class UsageError extends Error {}
 
-// Beside this program or above it; where ./zevo puts what the tree takes from npm; in the folder that the user stands in;
-// where "npm install --global" puts it.
+// Beside this program or above it; where ./zevo puts the npm packages of the tree; in the current folder;
+// where "npm install --global" installs.
 function* placesOfEngine() {
     for (let folder = here, above; ; folder = above) {
         yield folder;
@@ -56,10 +56,10 @@ function statementOver(name, files) {
 
 async function withEngine(work) {
     const { DuckDBInstance } = findEngine();
-    // What does not fit into memory goes there, and not into the current folder.
+    // What does not fit into memory is swapped there, not into the current folder.
     const folder = mkdtempSync(join(tmpdir(), 'zevo-fleet-'));
     try {
-        // Nothing is taken from the network: what is needed is built in.
+        // Nothing is loaded from the network: everything needed is built in.
         const instance = await DuckDBInstance.create(':memory:', {
             temp_directory: folder,
             autoinstall_known_extensions: 'false',
@@ -88,7 +88,7 @@ async function makeViews(connection, files) {
 function printTable(names, rows) {
     const cells = rows.map((row) => row.map((cell) => (cell === null ? '' : String(cell))));
     const widths = names.map((name, i) => Math.max(name.length, ...cells.map((row) => row[i].length)));
-    // Numbers stand below each other from the right.
+    // Numbers are aligned to the right.
     const isNumber = names.map((_, i) => rows.every((row) => row[i] === null || typeof row[i] === 'number'));
     const print = (row) =>
         console.log(row.map((cell, i) => (isNumber[i] ? cell.padStart(widths[i]) : cell.padEnd(widths[i]))).join('  ').trimEnd());

@@ -1,4 +1,4 @@
--- The lines of all machines, from files of JSON lines. Only this statement is DuckDB's own.
+-- The lines of all machines, from files of JSON lines. Only this statement is specific to DuckDB.
 create view lines as
 select * from read_json('fleet/*.jsonl', format = 'newline_delimited', columns = {
     machine: 'varchar', run: 'integer', started: 'varchar', version: 'varchar', modem: 'varchar', line: 'bigint',

@@ -1,4 +1,4 @@
--- Which machines' newest run hears of no device that arrives, and since when is that so?
+-- On which machines is the newest run not notified of arriving devices, and since when?
 with runs as (
     select machine, started, run, max(version) as version,
         max(case when text = 'No device that arrives or leaves from now on will be noticed.' then 1 else 0 end) as is_deaf

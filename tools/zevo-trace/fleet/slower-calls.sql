@@ -1,4 +1,4 @@
--- Which calls take longer than on the version before? A call holds the time of the calls that it makes.
+-- Which calls take longer than on the version before? A call includes the time of the calls that it makes.
 with spans as (
     select call, version, min(started) as since, count(*) as calls, avg(duration) as mean
     from lines

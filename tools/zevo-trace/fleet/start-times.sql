@@ -1,4 +1,4 @@
--- How do the start times of the main application spread, in milliseconds, version by version?
+-- What is the distribution of the main application's start times, in milliseconds, per version?
 with ranked as (
     select version, ms, cume_dist() over (partition by version order by ms) as share
     from starts

@@ -1,4 +1,4 @@
--- Every attempt to start an application. The line behind the announcement tells what came of it: a failure with its status,
+-- Every attempt to start an application. The line behind the announcement has its outcome: a failure with its status,
 -- or that the launcher went on (status 0). Null: the trace ends there.
 create view starts as
 select machine, run, started, coalesce(version, 'unknown') as version, coalesce(modem, 'unknown') as modem, time,

@@ -1,4 +1,4 @@
--- Which devices of the modem's maker arrive that nobody waits for: another model, or another personality?
+-- Which unexpected devices of the modem's maker arrive: another model, or another personality?
 with arrivals as (
     select machine, call, text,
         lead(text, 1) over (partition by machine, started, run, thread order by line) as modem_text,
