@@ -1,5 +1,5 @@
 #pragma once
 
-/// Ends a child process at once: nothing is flushed and nothing destroyed that belongs to its parent. In a build for
-/// `./zevo coverage` what it counted is kept.
+/// Ends a child process at once: nothing that belongs to its parent is flushed or destroyed. In a build for
+/// `./zevo coverage` its counters are saved.
 [[noreturn]] void endChild(int status);

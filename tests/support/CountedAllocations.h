@@ -1,17 +1,17 @@
 #pragma once
 
-// Counts what a program asks `new` for, and refuses it where a test wants that. To be included by one source
-// of it, the one that looks at the count.
+// Counts the calls of `new` in a program, and lets them fail if a test wants that. Include it in one source
+// of the program, the one that reads the count.
 
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
 static std::int64_t allocations = 0;
-/// At this count there is no memory left.
+/// From this count on, allocations fail.
 [[maybe_unused]] static std::int64_t allocationsEnd = INT64_MAX;
 
-// The compiler cannot see that these belong together.
+// The compiler cannot see that this new and this delete belong together.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(std::size_t size) {
     if (allocations < allocationsEnd) {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// While it lives, the application-data folders that the system tells lie below a folder of the test's: "user" is the
+/// While one exists, the system's application-data folders are below a folder of the test: "user" is the
 /// user's and "var/lib" the machine's. One at a time.
 class DataFolders {
 public:

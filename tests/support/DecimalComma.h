@@ -2,7 +2,7 @@
 
 #include "TemporaryFolder.h"
 
-/// The program's locale has a decimal comma as long as this lives.
+/// While one exists, the program's locale has a decimal comma.
 class DecimalComma {
 public:
     DecimalComma();

@@ -2,5 +2,6 @@
 
 #include <string>
 
-/// The path of the file or folder behind a descriptor, free of links; empty where the system does not tell.
+/// The path of the file or folder behind a descriptor, with links resolved; empty if the system does not know
+/// it.
 std::string descriptorPath(int descriptor);

@@ -20,7 +20,7 @@ ExecutableFolder::~ExecutableFolder() {
     executable.clear();
 }
 
-// In place of the platform's: the linker takes this one for every program that uses the class.
+// Replaces the platform's function: the linker uses this one for every program that uses the class.
 int _NSGetExecutablePath(char* buffer, uint32_t* size) {
     if (executable.size() >= *size) {
         *size = static_cast<uint32_t>(executable.size() + 1);

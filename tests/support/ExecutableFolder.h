@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// While it lives, the running program seems to be a file called "program" in this folder of its own, so that
-/// the product reads its configuration there. One at a time.
+/// While one exists, the running program appears to be a file called "program" in this folder of its own, so
+/// that the product reads its configuration there. One at a time.
 class ExecutableFolder {
 public:
     ExecutableFolder();
@@ -14,7 +14,7 @@ public:
     ExecutableFolder(const ExecutableFolder&) = delete;
     ExecutableFolder& operator=(const ExecutableFolder&) = delete;
 
-    /// With a separator at the end, free of links.
+    /// With a trailing separator, with links resolved.
     std::string path() const { return m_path + "/"; }
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
 

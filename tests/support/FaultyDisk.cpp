@@ -11,7 +11,7 @@
 
 namespace {
 
-// Read by every write, also by one in a signal handler.
+// Read by every write, also in signal handlers.
 std::array<char, 1024> faultyPath;
 FaultyDisk::Fault fault;
 std::atomic<bool> isFaulty{false};

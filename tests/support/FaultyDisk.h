@@ -2,19 +2,19 @@
 
 #include <string>
 
-/// What write(2) does to one file of this program, as long as one of these lives: there is no room for it, or it hangs.
-/// One at a time. A program that uses it links FaultyDisk.cpp, which stands in for write(2).
+/// While one exists, write(2) on one file of this program fails for lack of space, or blocks. One at a time.
+/// A program that uses it links FaultyDisk.cpp, which replaces write(2).
 class FaultyDisk {
 public:
     enum class Fault { IsFull, Hangs };
 
-    /// @param path  the file need not be there yet; up to 1023 bytes
+    /// @param path  up to 1023 bytes; the file need not exist yet
     FaultyDisk(const std::string& path, Fault fault);
-    /// The file can be written again, and who hung goes on.
+    /// Ends the fault: the file can be written again, and blocked calls go on.
     ~FaultyDisk();
     FaultyDisk(const FaultyDisk&) = delete;
     FaultyDisk& operator=(const FaultyDisk&) = delete;
 
-    /// Whether a write has met the fault.
+    /// Whether a write has hit the fault.
     bool wasMet() const;
 };

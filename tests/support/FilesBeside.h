@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// The names of the files that a replacement of the file at `path` has made beside it, and those like them.
+/// The names of the files beside the file at `path` that its replacement creates, and of similar ones.
 inline std::vector<std::string> filesBeside(const std::string& path) {
     const std::string::size_type slash = path.rfind('/');
     const std::string stem = "." + path.substr(slash + 1) + ".";

@@ -8,17 +8,18 @@
 #include <stdexcept>
 #include <string>
 
-/// Whether a value is as a schema says; knows as much of the language as the schemas in docs/schemas use, and refuses more.
+/// Whether a value conforms to a schema. Knows the part of the language that the schemas in docs/schemas use,
+/// and refuses the rest.
 class JsonSchema {
 public:
     explicit JsonSchema(nlohmann::json schema) : m_schema(std::move(schema)) {}
 
-    /// @param pointer to the part of the schema that is meant; empty: all of it
+    /// @param pointer  to the part of the schema to check against; empty: all of it
     void expectValid(const nlohmann::json& value, const std::string& pointer = {}) const {
         EXPECT_EQ(violationIn(value, pointer), "");
     }
 
-    /// What is wrong first, with its place in the value, which begins as "it"; empty when nothing is.
+    /// The first mistake, with its path in the value, which begins with "it"; empty if there is none.
     std::string violationIn(const nlohmann::json& value, const std::string& pointer = {}) const {
         return violation(value, m_schema.at(nlohmann::json::json_pointer(pointer)), "it");
     }
@@ -102,7 +103,7 @@ private:
         for (const json& name : schema.value("required", json::array()))
             if (!value.contains(name.get<std::string>()))
                 return where + " lacks " + name.dump();
-        // A schema that passes over what it does not describe would hide a member that was forgotten.
+        // A schema that allows members which it does not describe would not notice a missing description.
         const json& others = schema.at("additionalProperties");
         const json properties = schema.value("properties", json::object());
         for (const auto& [name, member] : value.items()) {

@@ -7,10 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// How a child tells that all went well. Not 0, which is what the crash handler ends a process with.
+/// The exit status of a child if all went well. Not 0, with which the crash handler ends a process.
 const int WENT_WELL = 42;
 
-/// Runs `action` in a child process, which it tells its result. Returns the child's exit status, -1 when it
+/// Runs `action` in a child process, which exits with its result. Returns the child's exit status, -1 if it
 /// died.
 template <typename Action>
 int statusOfAnotherProcess(Action action) {
@@ -21,8 +21,7 @@ int statusOfAnotherProcess(Action action) {
     return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-/// Runs `action` in a child process and returns its result; false as well when the child died or ended
-/// itself.
+/// Runs `action` in a child process and returns its result; also false if the child died or ended by itself.
 template <typename Action>
 bool inAnotherProcess(Action action) {
     return statusOfAnotherProcess(action) == WENT_WELL;
@@ -37,8 +36,8 @@ bool isEndedByCrashHandler(Action action) {
            }) == 0;
 }
 
-/// The same in `folder`, as a user whom file modes bind: the superuser's children become nobody's. Paths are
-/// to be relative, since the folders above may be closed to that user.
+/// The same in `folder`, as a user to whom file modes apply: the superuser's children become nobody's. Paths
+/// must be relative, since that user may not have access to the folders above.
 template <typename Action>
 bool asOrdinaryUser(const std::string& folder, Action action) {
     return inAnotherProcess([&] {
@@ -49,7 +48,7 @@ bool asOrdinaryUser(const std::string& folder, Action action) {
     });
 }
 
-/// The same as the same user, but bound by file modes, which the superuser is not unless it lays that down.
+/// The same as the same user, but with file modes applied, which the superuser otherwise bypasses.
 template <typename Action>
 bool boundByFileModes(Action action) {
     return inAnotherProcess([&] {

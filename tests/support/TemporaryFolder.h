@@ -7,7 +7,7 @@
 #include <string>
 #include <unistd.h>
 
-/// A folder of a test's own, below $TMPDIR; goes, with all that it holds, when the object goes.
+/// A temporary folder for one test, below $TMPDIR; removed with its content when the object is destroyed.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -25,7 +25,7 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    /// Without a separator at the end.
+    /// Without a trailing separator.
     const std::string& path() const { return m_path; }
     /// The path of an entry of the folder.
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }

@@ -7,7 +7,7 @@
 #include <string>
 #include <unistd.h>
 
-/// A terminal without a window: what is written to its stream can be read back.
+/// A pseudo-terminal: what is written to its stream can be read back.
 class Terminal {
 public:
     Terminal() {
@@ -25,7 +25,7 @@ public:
 
     std::FILE* stream() const { return m_stream; }
 
-    /// All that was written since the last call.
+    /// Everything that was written since the last call.
     std::string written() {
         std::fflush(m_stream);
         std::string result;

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-/// The whole content of a file, byte for byte; throws when it cannot be read.
+/// The content of a file, byte for byte; throws if it cannot be read.
 inline std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
@@ -13,7 +13,7 @@ inline std::string readFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-/// Makes or replaces a file; throws when it cannot be written.
+/// Creates or replaces a file; throws if it cannot be written.
 inline void writeFile(const std::string& path, const std::string& content) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     if (!(file << content).flush())

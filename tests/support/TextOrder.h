@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// Whether the parts stand in the text, one behind the other.
+/// Whether the text contains the parts, in this order.
 inline bool standInOrder(const std::string& text, const std::vector<std::string>& parts) {
     std::string::size_type at = 0;
     for (const std::string& part : parts) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <unistd.h>
 
-/// While it lives, every call and every message of the test program is traced into a file of its own.
+/// While one exists, every call and every message of the test program is traced into a file of its own.
 class TraceCapture {
 public:
     TraceCapture() {
@@ -23,7 +23,7 @@ public:
 
     Tracer& tracer() { return m_tracer; }
 
-    /// What has been traced by now; empty before the first line.
+    /// The trace so far; empty before the first line.
     std::string text() const {
         const std::string path = m_folder / "trace_0.txt";
         return access(path.c_str(), F_OK) == 0 ? readFile(path) : std::string();

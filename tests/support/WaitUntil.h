@@ -4,8 +4,8 @@
 #include <functional>
 #include <thread>
 
-/// Waits until the condition holds. False when it did not within the time. Looks once a millisecond: other
-/// tests need the processor meanwhile.
+/// Waits until the condition holds; false if it does not within the time. Polls once a millisecond, because
+/// other tests need the processor meanwhile.
 inline bool waitUntil(const std::function<bool()>& condition,
                       std::chrono::seconds limit = std::chrono::seconds(20)) {
     const auto deadline = std::chrono::steady_clock::now() + limit;

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-/// For a scope, the calling thread obeys file modes, also when it is the superuser's. It stays the same user, so
-/// that the owner's permissions count. Throws std::runtime_error where the system has no such thing: on macOS the
-/// superuser cannot be bound, and the tests are run by an ordinary user.
+/// While one exists, file modes apply to the calling thread, also if it is the superuser's. Its user stays
+/// the same, so the owner's permissions count. Throws std::runtime_error if the system has no such feature:
+/// on macOS file modes never apply to the superuser, and the tests are run by an ordinary user.
 class WithoutPrivileges {
 public:
     WithoutPrivileges();
@@ -12,9 +12,9 @@ public:
     WithoutPrivileges(const WithoutPrivileges&) = delete;
     WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
 
-    /// The same to the end of the process, whose answers from access(2) agree then. Only before it has threads.
+    /// The same until the process ends; then access(2) agrees. Only before it has threads.
     static void forGood();
 
 private:
-    [[maybe_unused]] std::uint32_t m_before[2] = {}; // on Linux: what comes back at the end
+    [[maybe_unused]] std::uint32_t m_before[2] = {}; // on Linux: what is restored at the end
 };

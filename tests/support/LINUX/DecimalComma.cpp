@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
-// Few machines have such a locale ready: it is made.
+// Few machines have such a locale installed, so one is made.
 DecimalComma::DecimalComma() {
     const std::string make = "localedef --no-archive -i de_DE -f UTF-8 " + (m_folder / "de_DE.UTF-8");
     EXPECT_EQ(std::system(make.c_str()), 0);

@@ -6,15 +6,15 @@
 #include <gtest/gtest.h>
 #include <string>
 
-/// A test that has to leave the live objects of the platform layer as it found them: nothing leaked, nothing
-/// released too often.
+/// Base of tests that must leave the live objects of the platform layer as they found them: nothing leaked,
+/// nothing released too often.
 class LiveObjectsTest : public ::testing::Test {
 protected:
     LiveObjectsTest() : m_before(LinuxPlatform::countLiveObjects()) {}
 
     void TearDown() override { EXPECT_EQ(LinuxPlatform::countLiveObjects(), m_before); }
 
-    /// Runs something that breaks a rule on purpose, and returns what was said about it.
+    /// Runs an action that breaks a rule on purpose, and returns what was reported about it.
     std::string ComplaintsOf(const std::function<void()>& work) {
         const std::size_t complaints = LinuxPlatform::countLiveObjects().complaints;
         ::testing::internal::CaptureStderr();

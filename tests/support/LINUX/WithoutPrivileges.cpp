@@ -14,7 +14,7 @@ static void setCapabilities(const __user_cap_data_struct (&data)[2]) {
         throw std::runtime_error("cannot change the capabilities");
 }
 
-// Only those in effect change: the others let them come back.
+// Only the effective capabilities change: the permitted ones allow restoring them.
 static void exchangeEffective(const std::uint32_t (&wanted)[2], std::uint32_t (&before)[2]) {
     __user_cap_data_struct data[2];
     if (syscall(SYS_capget, &header, data) != 0)

@@ -14,7 +14,8 @@ DataFolders::~DataFolders() {
     root.clear();
 }
 
-// In place of the File Manager's: it asks no variable where the user's folders are, and tests must not write there.
+// Replaces the File Manager's function, which reads no variable for the user's folders: tests must not write
+// there.
 OSErr FSFindFolder(FSVolumeRefNum domain, OSType type, Boolean, FSRef* folder) {
     if (root.empty() || type != kApplicationSupportFolderType ||
         (domain != kLocalDomain && domain != kUserDomain))

@@ -2,5 +2,6 @@
 
 #include <gtest/gtest.h>
 
-/// Elsewhere such a test has to leave the live objects of the frameworks as it found them; macOS does not count them.
+/// On Linux such a test must leave the live objects of the frameworks as it found them; macOS does not count
+/// them.
 class LiveObjectsTest : public ::testing::Test {};
