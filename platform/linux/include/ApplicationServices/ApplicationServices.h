@@ -39,8 +39,8 @@ enum { kProcessDictionaryIncludeAllInformationMask = static_cast<int>(0xFFFFFFFF
 OSErr GetNextProcess(ProcessSerialNumber* psn);
 
 /// Describes one application.
-/// @param infoToReturn  kProcessDictionaryIncludeAllInformationMask; any other value gets all as well
-/// @return a dictionary that the caller releases, or null when that application has ended. Its keys:
+/// @param infoToReturn  kProcessDictionaryIncludeAllInformationMask; any other value returns all, too
+/// @return a dictionary that the caller releases, or null if that application has ended. Its keys:
 ///         "PSN" (CFNumber, 64 bits: the high word, then the low word), "pid" (CFNumber, a long),
 ///         "BundlePath" (CFString), "CFBundleName" (CFString: the bundle's name without ".app"),
 ///         "CFBundleExecutable" (CFString: the path of the file that the process runs). A text that is not

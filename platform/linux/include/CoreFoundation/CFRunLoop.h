@@ -15,7 +15,7 @@ enum CFRunLoopRunResult : SInt32 {
     kCFRunLoopRunFinished = 1,     ///< no source is left in the mode
     kCFRunLoopRunStopped = 2,      ///< CFRunLoopStop
     kCFRunLoopRunTimedOut = 3,     ///< the time is up
-    kCFRunLoopRunHandledSource = 4 ///< one source has delivered, and no more was asked for
+    kCFRunLoopRunHandledSource = 4 ///< one source has delivered, as requested
 };
 
 CF_EXPORT const CFRunLoopMode kCFRunLoopDefaultMode;

@@ -26,7 +26,7 @@ enum {
     tmfoErr = -42,          // no file descriptor left
     fnfErr = -43,           // nothing there (any more), or no such folder type
     opWrErr = -49,          // somebody has the file open for writing
-    paramErr = -50,         // an argument that must not be null is, or a record has a version not known here
+    paramErr = -50,         // an argument is null that must not be, or a record has an unknown version
     memFullErr = -108,      // no memory, or no process could be created
     procNotFound = -600,    // the list of processes is exhausted
     errFSBadFSRef = -1401,  // the reference was never filled in
@@ -64,7 +64,7 @@ OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 pathBufferSize);
 typedef SInt16 FSVolumeRefNum;
 
 enum {
-    kLocalDomain = -32765, // everybody's on this machine
+    kLocalDomain = -32765, // all users of this machine
     kUserDomain = -32763   // the user's own
 };
 
@@ -105,7 +105,7 @@ typedef OptionBits LSLaunchFlags;
 
 enum {
     kLSLaunchDefaults = 0x00000001,
-    kLSLaunchAndHide = 0x00100000 // the application is asked to begin hidden
+    kLSLaunchAndHide = 0x00100000 // the application should begin hidden
 };
 
 typedef const struct __CFArray* CFArrayRef; // only named here; nothing in this layer uses these two

@@ -34,7 +34,7 @@ enum { kIORegistryIterateRecursively = 0x00000001, kIORegistryIterateParents = 0
 CF_EXPORT const mach_port_t kIOMasterPortDefault;
 CF_EXPORT const mach_port_t kIOMainPortDefault;
 
-/// Both arguments only name the one registry there is.
+/// There is one registry; both ports stand for it.
 CF_EXPORT kern_return_t IOMasterPort(mach_port_t bootstrapPort, mach_port_t* masterPort);
 
 // -- Notification ports

@@ -186,9 +186,9 @@ bool putNullDeviceOnStandardFiles() {
     return true;
 }
 
-void writeDigits(char* place, std::size_t width, pid_t pid) {
+void writeDigits(char* digits, std::size_t width, pid_t pid) {
     for (std::size_t i = width; i > 0; --i, pid /= 10)
-        place[i - 1] = static_cast<char>('0' + pid % 10);
+        digits[i - 1] = static_cast<char>('0' + pid % 10);
 }
 
 [[noreturn]] void becomeProgram(const Preparation& preparation) {

@@ -63,13 +63,13 @@ int StartedApplications::list(std::vector<RunningApplication>& applications) {
 int StartedApplications::find(pid_t pid, RunningApplication& application, bool& isOne) {
     isOne = false;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto place = std::find_if(m_started.begin(), m_started.end(),
+    const auto found = std::find_if(m_started.begin(), m_started.end(),
                                     [pid](const Started& started) { return started.application.pid == pid; });
-    if (place == m_started.end())
+    if (found == m_started.end())
         return 0;
-    const int error = checkWhetherItRuns(*place, isOne);
+    const int error = checkWhetherItRuns(*found, isOne);
     if (error == 0 && isOne)
-        application = place->application;
+        application = found->application;
     return error;
 }
 

@@ -21,7 +21,7 @@ public:
     int list(std::vector<RunningApplication>& applications);
 
     /// The application of that process, if it still runs; `isOne` says whether it does.
-    /// @return 0, or the errno that says why it cannot be told
+    /// @return 0, or the errno if that cannot be determined
     int find(pid_t pid, RunningApplication& application, bool& isOne);
 
     /// For tests: whether pidfds are used from now on.

@@ -59,7 +59,7 @@ Dictionary::Children Dictionary::copyChildren(const Dictionary& other) const {
             copy.reset(new Dictionary(*dictionary, m_level + 1));
         else
             copy.reset(item->clone());
-        place(copies, key, std::move(copy));
+        insertOrReplace(copies, key, std::move(copy));
     }
     return copies;
 }

@@ -28,7 +28,7 @@ class TextBuffer;
 /// builders clone() it. DELIBERATE: a copied or assigned tree has ordinary dictionaries in place of a
 /// subclass's.
 ///
-/// Errors: only what says so throws, apart from std::bad_alloc.
+/// Errors: only operations that say so throw, apart from std::bad_alloc.
 /// Thread: a tree is used by one thread at a time.
 ///
 /// Warning: this is a global name. If a program that links the framework defines a Dictionary of its own
@@ -206,7 +206,7 @@ private:
     void setLevel(int level);
     Children copyChildren(const Dictionary& other) const;
     void store(std::string_view key, std::unique_ptr<Item> item);
-    static void place(Children& children, std::string_view key, std::unique_ptr<Item> item);
+    static void insertOrReplace(Children& children, std::string_view key, std::unique_ptr<Item> item);
 
     int m_level = 1; // 1 if nobody owns this dictionary, else its owner's plus 1
     Children m_children;

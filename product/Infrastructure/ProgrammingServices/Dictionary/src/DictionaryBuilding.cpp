@@ -16,10 +16,10 @@ void Dictionary::store(std::string_view key, std::unique_ptr<Item> item) {
         return;
     if (Dictionary* const dictionary = item->getAsDictionary())
         dictionary->setLevel(m_level + 1);
-    place(m_children, key, std::move(item));
+    insertOrReplace(m_children, key, std::move(item));
 }
 
-void Dictionary::place(Children& children, std::string_view key, std::unique_ptr<Item> item) {
+void Dictionary::insertOrReplace(Children& children, std::string_view key, std::unique_ptr<Item> item) {
     // Files hold their keys in order, so most insertions are at the end.
     children.emplace_hint(children.end(), key, nullptr)->second = std::move(item);
 }

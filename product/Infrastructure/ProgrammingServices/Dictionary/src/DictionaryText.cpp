@@ -80,7 +80,7 @@ void Dictionary::saveToFile(const std::string& path) {
 
 void Dictionary::unMarshall(std::stringstream& in) {
     const std::stringstream::pos_type start = in.tellg();
-    if (start == std::stringstream::pos_type(-1)) // the stream is at its end already, or broken
+    if (start == std::stringstream::pos_type(-1)) // the stream is at its end, or has failed
         return;
     const std::string text = in.str();
     LineCursor lines(std::string_view(text).substr(static_cast<std::size_t>(start)));
@@ -111,11 +111,11 @@ void Dictionary::unMarshall(PropertyListReader& reader) {
 void Dictionary::readLeaf(const PropertyListReader& reader) {
     const std::string& key = reader.getKey();
     if (reader.getKind() == PropertyListReader::Kind::String) {
-        place(m_children, key, BasicItem::read(key, reader.getValueLine()));
+        insertOrReplace(m_children, key, BasicItem::read(key, reader.getValueLine()));
     } else if (reader.getKind() == PropertyListReader::Kind::Integer) {
         auto leaf = std::make_unique<IntBasicItem>(key);
         leaf->unMarshall(reader.getValueLine());
-        place(m_children, key, std::move(leaf));
+        insertOrReplace(m_children, key, std::move(leaf));
     } // else the key is dropped with its value line
 }
 
@@ -160,7 +160,7 @@ void Dictionary::loadFromFile(const std::string& path, DictionaryReadingObserver
     if (!former.empty()) {
         m_children.swap(former);
         for (auto& [key, child] : former)
-            place(m_children, key, std::move(child));
+            insertOrReplace(m_children, key, std::move(child));
     }
     if (!hasHeader) {
         TRACE_MESSAGE(MSG_ERROR, "No XML header found");

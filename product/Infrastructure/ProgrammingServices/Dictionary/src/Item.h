@@ -17,7 +17,7 @@ class TextBuffer;
 /// A leaf has a value only of its own type; nothing is converted. An item belongs to at most one dictionary,
 /// which deletes it. The order of the virtual operations is fixed: new ones are added at the end.
 ///
-/// Errors: only what says so throws, apart from std::bad_alloc.
+/// Errors: only operations that say so throw, apart from std::bad_alloc.
 /// Thread: a tree is used by one thread at a time.
 ///
 /// Warning: this is a global name. If a program that links the framework defines an Item of its own outside a

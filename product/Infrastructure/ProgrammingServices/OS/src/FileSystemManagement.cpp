@@ -34,7 +34,7 @@ struct FileCloser {
 };
 using OpenFile = std::unique_ptr<FILE, FileCloser>;
 
-/// The names in a folder, without "." and "..", in the order of the C library's collation; none at all when the folder
+/// The names in a folder, without "." and "..", in the order of the C library's collation; none if the folder
 /// cannot be read.
 std::vector<std::string> entriesOf(const std::string& folder) {
     std::vector<std::string> names;

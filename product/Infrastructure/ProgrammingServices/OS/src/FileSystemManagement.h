@@ -3,13 +3,12 @@
 #include <string>
 
 // Existence tests, creation, copying and deletion of files and folders, the standard folders of the user and
-// of the machine, and the executable's own path. Paths are narrow texts with '/' as separator.
+// of the machine, and the executable's own path. Paths are narrow strings with '/' as separator.
 //
 // Nothing here throws or traces: the results are the only report, and work done before a failure is kept.
 // Some operations are lenient, do nothing, or return an inverted result on purpose: callers rely on it.
 //
-// Thread: any. createFolder() and copyFolder() set the file creation mask of the whole process to 0 and leave
-// it so.
+// Thread: any. createFolder() and copyFolder() set the umask of the process to 0 and leave it so.
 namespace FileSystemManagement {
 
 /// '/'

@@ -52,7 +52,7 @@ FileDescriptor openRegularFile(const std::string& path);
 /// bytes
 bool readWhole(int descriptor, std::size_t limit, std::string& content);
 
-/// Whether both describe one file, whatever paths lead to it.
+/// Whether both describe the same file, whatever their paths.
 inline bool isSameFile(const struct stat& one, const struct stat& other) {
     return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
 }

@@ -76,7 +76,7 @@ public:
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
     void setMaximumLinesPerFile(std::int32_t lines);
-    /// Adds message types to those that are written.
+    /// Adds message types to the mask.
     void addToLevelMask(std::int32_t types) { m_levelMask.fetch_or(types, std::memory_order_relaxed); }
     std::int32_t getLevelMask() const { return m_levelMask.load(std::memory_order_relaxed); }
 
@@ -119,7 +119,7 @@ public:
     KFMutex& getLock() KF_RETURN_CAPABILITY(m_lock) { return m_lock; }
     /// The files and their queue. The caller holds the lock.
     const kf::detail::FileRing& getFileRing() const KF_REQUIRES(m_lock) { return *m_ring; }
-    /// What the flush thread waits for.
+    /// Notifies the flush thread.
     kf::detail::EventCount& getFlushWork() const { return *m_flushWork; }
 
 private:

@@ -100,7 +100,7 @@ public:
     std::string_view getMethodName() const { return m_site.getMethodName(); }
     bool isConstructor() const { return m_site.isConstructor(); }
     const void* getObject() const { return m_object; }
-    /// True when the entry line was written.
+    /// Whether the entry line was written.
     bool isPrinted() const { return m_printed; }
     /// The thread tracer that recorded the call, or null. Do not dereference it: the thread may have ended
     /// its trace since, and another thread tracer may have the same address. Compare its number instead.

@@ -78,7 +78,7 @@ public:
     void setDirectWrite(bool directWrite);
     void setMaximumFiles(std::int32_t files);
     void setMaximumLinesPerFile(std::int32_t lines);
-    /// Adds message types to those that are written.
+    /// Adds message types to the mask.
     void addToLevelMask(std::uint32_t types) { m_levelMask.fetch_or(types, std::memory_order_relaxed); }
     void setBarIndentation(bool on) { m_barIndentation = on; }
     void setIndentHiddenCalls(bool on) { m_indentHiddenCalls = on; }
@@ -106,7 +106,7 @@ public:
     bool isCallPermittedToPrint(std::string_view name);
     /// A forbidden call is hidden even if it is also permitted.
     bool isCallForbiddenToPrint(std::string_view name);
-    /// Permitted and not forbidden. The call site caches the answer until the filters change.
+    /// Whether the call is permitted and not forbidden. The call site caches that until the filters change.
     bool isPrinted(kf::detail::CallSite& site);
     /// "void ZevoLauncher::init(int)" gives "ZevoLauncher::init".
     static std::string extractMethodName(const char* prettyName);
@@ -157,7 +157,7 @@ public:
     /// Writes the number of living objects per class, even if the calling thread is not traced.
     void PrintAllObjectsCount();
 
-    // ---- the crash handler's
+    // ---- for the crash handler
 
     /// The calling thread begins to report a crash: the queued lines are written, then every line at once
     /// (direct write). Until EndReport() nothing here allocates. Waits for the lock at most a second, since

@@ -28,7 +28,7 @@ void ConfigFileStream::readLine(char* buffer, int& count, int maximum) {
         length = static_cast<std::size_t>(static_cast<const char*>(end) - begin) + 1;
     m_next += length;
     if (end == nullptr && length < most)
-        length = 0; // the end of the file cuts it short
+        length = 0; // a last line without "\n"
     std::memcpy(buffer, begin, length);
     count = static_cast<int>(length);
 }

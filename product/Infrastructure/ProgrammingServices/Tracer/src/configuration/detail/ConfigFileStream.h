@@ -8,13 +8,13 @@ namespace kf::detail {
 /// A configuration file as both languages read it: line by line.
 class ConfigFileStream {
 public:
-    /// Reads the file. When that fails, warns on standard error: "Warning: cannot open <kind> configuration
-    /// file "<name>"", and supplies an empty text. A file that is there and refused (see SmallFile.h) is told in a
-    /// second line.
+    /// Reads the file. If that fails, warns on standard error: "Warning: cannot open <kind> configuration
+    /// file "<name>"", and supplies an empty text. If the file exists but is refused (see SmallFile.h), a
+    /// second line says why.
     ConfigFileStream(const char* kind, const char* fileName);
 
-    /// Reads one line, or a piece of it when it is longer than `maximum` bytes.
-    /// DELIBERATE: a line that the end of the file cuts short counts as the end: 0 bytes.
+    /// Reads one line, or a piece of it if it is longer than `maximum` bytes.
+    /// DELIBERATE: a last line without "\n" counts as the end of the file: 0 bytes.
     void readLine(char* buffer, int& count, int maximum);
 
 private:

@@ -103,7 +103,7 @@ void FileRing::nameCurrentFile() {
         m_fileIndex = 0;
     char suffix[LONGEST_SUFFIX + 1];
     m_currentFileName.assign(m_baseFileName).append(suffixOf(m_fileIndex, suffix));
-    m_queue.restoreFrontLine(); // its first part is in an earlier file: write it whole to this one
+    m_queue.restoreFrontLine(); // part of it is in an earlier file: write all of it to this one
 }
 
 void FileRing::beginAnew() {

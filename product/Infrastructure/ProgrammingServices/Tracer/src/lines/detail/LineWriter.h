@@ -17,7 +17,7 @@ public:
     }
     void put(char character) { *m_next++ = character; }
 
-    /// Behind the last piece.
+    /// A pointer behind the last piece.
     char* end() const { return m_next; }
 
 private:
