@@ -45,8 +45,7 @@ public:
     /// @param microseconds   what the clock showed, since any epoch
     void look(std::uint64_t before, std::uint64_t after, std::int64_t microseconds) {
         measure(before, after, microseconds);
-        // Round down: an extra clock read is cheaper than a stale stamp. 999, as the microsecond may be over
-        // already.
+        // Round down: an extra clock read is cheaper than a stale stamp. 999: the microsecond may be over.
         const std::uint64_t microsecondsLeft = static_cast<std::uint64_t>(999 - microseconds % 1000);
         const std::uint64_t ticksLeft = m_ticksPerMicrosecond * microsecondsLeft;
         m_lastReadTicks = before;
