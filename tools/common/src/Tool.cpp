@@ -22,7 +22,7 @@ std::string chosenCommand(const CLI::App& app) {
 }
 
 std::string problemText(const CLI::App& app, const CLI::ParseError& problem) {
-    // Otherwise a word that is no subcommand would be reported as a missing subcommand.
+    // Otherwise a word that is not a subcommand would be reported as a missing subcommand.
     const std::vector<std::string> words = app.remaining();
     if (app.get_require_subcommand_min() > 0 && app.get_subcommands().empty() && !words.empty())
         return "there is no subcommand " + words.front();

@@ -23,7 +23,7 @@ struct ReadLine {
 using ReadLines = std::vector<ReadLine>;
 
 /// Reads a trace configuration into a tracer (borrowed, not registered), with the product's parser. Where the
-/// product would end the process, this goes on with the next line.
+/// product would end the process, this continues with the next line.
 ReadLines readTraceConfiguration(const std::string& path, Tracer& tracer);
 /// The same for the log.
 ReadLines readLogConfiguration(const std::string& path, Logger& logger);

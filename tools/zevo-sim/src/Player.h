@@ -37,9 +37,9 @@ void storm(Bus& bus, const Modem& modem, unsigned count, const std::function<voi
 
 /// Plays a script on a bus.
 ///
-/// The time of an expectation counts from the last statement that is no expectation; "nothing started for"
-/// counts from its own beginning. Each start meets one expectation: the next one needs another start. Texts
-/// in files are searched from the beginning of the file, and then behind the last one found.
+/// The time of an expectation counts from the last statement that is not an expectation; "nothing started
+/// for" counts from its own beginning. Each start meets one expectation: the next one needs another start.
+/// Texts in files are searched from the beginning of the file, and then behind the last one found.
 class Player {
 public:
     Player(Bus& bus, PlayListener& listener);

@@ -63,7 +63,7 @@ struct Script {
 Script readScript(const std::string& path, const std::map<std::string, std::string>& variables,
                   const std::vector<KnownModem>& database);
 
-/// "2s", "500 ms", "1.5s", "1 min". Nothing if it is no time, or longer than a day.
+/// "2s", "500 ms", "1.5s", "1 min". Nothing if it is not a time, or longer than a day.
 std::optional<std::chrono::milliseconds> durationIn(const std::string& text);
 
 /// As people write it: "500 ms", "1.5 s".

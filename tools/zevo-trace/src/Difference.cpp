@@ -132,7 +132,7 @@ nlohmann::ordered_json jsonOf(const std::optional<Parting>& parting) {
 }
 
 std::vector<Slower> findSlower(const Summary& good, const Summary& bad) {
-    // The clock of a trace has milliseconds: less is no difference.
+    // The clock of a trace has milliseconds: less is not a difference.
     constexpr double LEAST = 1;
     std::vector<Slower> result;
     for (const std::string& name : bad.names()) {

@@ -16,8 +16,8 @@
 // bundle counts, a helper tool inside the bundle too. Zombies, and processes that other users have started,
 // do not; nor does this process, or another one of the same executable: a launcher inside a bundle is not the
 // bundle's application. With PLATFORM_ROOT set, only bundles inside the root count (see
-// <CoreServices/CoreServices.h>). A process that was no application is not inspected again until it runs: one
-// whose folder is renamed to a bundle while it sleeps is listed when it wakes up.
+// <CoreServices/CoreServices.h>). A process that was not an application is not inspected again until it runs:
+// one whose folder is renamed to a bundle while it sleeps is listed when it wakes up.
 
 #include <CoreServices/CoreServices.h>
 

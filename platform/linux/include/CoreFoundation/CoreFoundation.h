@@ -7,7 +7,7 @@
 // function returns is borrowed. Every function may be called from any thread; two threads must not change one
 // object at once.
 //
-// Releasing too often, or passing something that is no live object, is reported on standard error and
+// Releasing too often, or passing something that is not a live object, is reported on standard error and
 // otherwise ignored; LinuxPlatform.h counts these reports, and the live objects.
 
 #include <CoreFoundation/CFBase.h>

@@ -137,7 +137,7 @@ typedef struct LSApplicationParameters {
 /// The process gets no arguments; the caller's environment with the variables below; folder "/"; standard
 /// input, output and error on /dev/null; no other open file; every signal at its default and none blocked;
 /// the umask that this process was started with, whatever it has set since; a session of its own, so that no
-/// terminal and no process group ties it to the caller. It is no child of this process: its end sends no
+/// terminal and no process group ties it to the caller. It is not a child of this process: its end sends no
 /// SIGCHLD and leaves no zombie, even if this process adopts orphans (PR_SET_CHILD_SUBREAPER). Process 1 of a
 /// container is the exception: the kernel makes it the parent of every orphan.
 ///
@@ -153,7 +153,7 @@ typedef struct LSApplicationParameters {
 /// Linux desktop, so it stays where it is. If two threads, or two processes of this user (and PLATFORM_ROOT),
 /// open one bundle, the second waits and finds it running: each holds a lock, in /run/user/<id> or
 /// /tmp/zevolauncher-<id>, from its check of what runs until the start is known. After 10 seconds of waiting,
-/// or if no lock can be taken, it goes on without one and reports that on standard error.
+/// or if no lock can be taken, it continues without one and reports that on standard error.
 ///
 /// @param outPSN  set on success to the application started or found running; may be null
 /// @return noErr, or
@@ -161,11 +161,11 @@ typedef struct LSApplicationParameters {
 ///         kLSNotAnApplicationErr        not a folder named *.app, nor a link of that name to a folder
 ///         kLSNoExecutableErr            no such file in it, not a regular one, or a name that is refused
 ///         kLSNoLaunchPermissionErr      the file may not be executed by this user
-///         kLSExecutableIncorrectFormat  it is no program for this system, or its interpreter is missing
+///         kLSExecutableIncorrectFormat  it is not a program for this system, or its interpreter is missing
 ///         opWrErr                       somebody is writing to it
 ///         tmfoErr, memFullErr, ioErr    as their names say
-///         procNotFound                  it cannot be told what runs: /proc is missing, or does not show this
-///                                       very process; nothing is started
+///         procNotFound                  the running applications are unknown: /proc is missing, or does not
+///                                       show this process; nothing is started
 ///         kLSUnknownErr                 anything else that stopped it
 ///         errFSBadFSRef                 the reference was never filled in
 ///         paramErr                      a null record or application, another version, or one of the fields

@@ -55,7 +55,7 @@ public:
         return true;
     }
 
-    /// 0 for something that is no object.
+    /// 0 for something that is not an object.
     CFIndex owners(CFTypeRef cf) {
         const std::lock_guard<std::mutex> lock(m_lock);
         const Object* object = find(cf);

@@ -52,7 +52,7 @@ std::string rootFolder() {
     std::string real = realPath(given);
     if (real.empty())
         return given;
-    dropTrailingSeparators(real); // a root of "/" is no root
+    dropTrailingSeparators(real); // a root of "/" counts as none
     return real;
 }
 

@@ -19,10 +19,10 @@ inline void unblockOwnFaults() {
     ::pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
 }
 
-/// Makes a call that may block on a file system for ever. A thread that blocks so handles no signal, and the
-/// launcher could not be told to stop. So another thread makes the call, with all signals blocked except
-/// those of its own faults, and this one waits where signals reach it. If no thread can be created, this one
-/// makes the call.
+/// Makes a call that may block on a file system for ever. A thread blocked like that handles no signal, so
+/// SIGTERM could not end the launcher. Therefore another thread makes the call, with all signals blocked
+/// except those of its own faults, and this one waits where signals reach it. If no thread can be created,
+/// this one makes the call.
 /// @return what the call returns; an exception of the call is rethrown here
 template <typename Call>
 auto makeHangingCall(Call call) -> decltype(call()) {

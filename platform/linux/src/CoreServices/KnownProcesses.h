@@ -30,10 +30,10 @@ private:
 /// process. With 300 others, an arrival takes 1.6 ms with it and 9.1 ms without, since each of its
 /// enumerations would inspect each process again.
 ///
-/// A process that was no application is kept with the CPU time that it had used until then. Most processes
-/// sleep most of the time, and one that has not run since is what it was: reading its clock takes a tenth of
-/// inspecting it. (The kernel updates the clock of a running process with each tick, so the list may show a
-/// process as it was a tick ago, about as long as it takes to read the list.)
+/// A process that was not an application is kept with the CPU time that it had used until then. Most
+/// processes sleep most of the time, and one that has not run since is what it was: reading its clock takes a
+/// tenth of inspecting it. (The kernel updates the clock of a running process with each tick, so the list may
+/// show a process as it was a tick ago, about as long as it takes to read the list.)
 ///
 /// As long as there are as many processes as are known, no other one has come, and /proc need not be read,
 /// which takes twice as long as the clocks. That is the usual case: a device and its interfaces arrive in a
@@ -65,7 +65,7 @@ private:
     struct Known {
         pid_t pid;
         ProcessorClock clock;
-        SInt64 time; // when it was no application; INSPECT_AGAIN if it was one
+        SInt64 time; // when it was not an application; INSPECT_AGAIN if it was one
         bool hasEnded;
     };
 
@@ -80,7 +80,7 @@ private:
     std::string m_root;
     uid_t m_user = 0;
     std::vector<Known> m_known; // sorted by id
-    long m_otherFolders = 0;    // the folders of /proc that are no processes
+    long m_otherFolders = 0;    // the folders of /proc that are not processes
     bool m_isThere = true;
 };
 

@@ -16,7 +16,7 @@ public:
     virtual bool isValid() const = 0;
 };
 
-/// Iterates over services that were found once; stays valid whatever becomes of them.
+/// Iterates over services that were found once; stays valid even after they have left.
 class ListIterator final : public RegistryIterator {
 public:
     explicit ListIterator(std::vector<EntryPointer> entries) : m_entries(std::move(entries)) {}

@@ -19,7 +19,7 @@ public:
 };
 
 /// The graph of entries. It does not know where they come from, and calls nobody but its observers, which
-/// only queue what they are told. Used with the server's lock held.
+/// only queue their notifications. Used with the server's lock held.
 class Registry {
 public:
     Registry();

@@ -12,7 +12,7 @@
 
 namespace LinuxPlatform {
 
-/// Is notified of what becomes of one entry. Used with the server's lock held.
+/// Is notified when one entry has left the registry. Used with the server's lock held.
 class EntryObserver {
 public:
     virtual ~EntryObserver() = default;

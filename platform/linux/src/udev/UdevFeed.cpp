@@ -21,10 +21,10 @@ const int RECEIVE_BUFFER_BYTES = 1024 * 1024;
 /// A monitor that fails this often in a row is broken.
 const int TOLERATED_FAILURES = 16;
 
-/// So many broken monitors in a row are no coincidence.
+/// This many broken monitors in a row are not a coincidence.
 const int TOLERATED_MONITORS = 4;
 
-/// Rescans in one call. If the kernel goes on losing events, the loop's next pass tries again.
+/// Rescans in one call. If the kernel continues to lose events, the loop's next pass tries again.
 const int RESCANS_AT_ONCE = 3;
 
 /// The daemon sends what a monitor receives. Where /dev is the kernel's own, libudev listens without checking

@@ -18,7 +18,7 @@ const std::string ZevoLauncherConfigReader::ms_FileKeyCdRomHidToDetect = "MacCdR
 
 namespace {
 
-/// Stores the value of a key. If the key is missing, or its value is no text, `value` stays as it is.
+/// Stores the value of a key. If the key is missing, or its value is not a text, `value` stays as it is.
 void takeValue(const Dictionary& dictionary, const std::string& key, std::string& value) {
     if (const char* text = dictionary.getValue(key))
         value = text;

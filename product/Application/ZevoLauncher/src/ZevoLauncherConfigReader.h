@@ -29,7 +29,7 @@ public:
     std::string getCdRomHIdToDetect();
 
     /// Does nothing once loaded. Throws KFConfigurationReaderFileNotFoundException if the file cannot be read
-    /// or is no property list; the next call tries again.
+    /// or is not a property list; the next call tries again.
     void loadConfiguration();
 
 private:

@@ -12,6 +12,6 @@ void openStandardFiles();
 /// that launcher has ended: the tracer's first line would empty its trace.
 ///
 /// A missing card and a log folder that cannot be created are reported to the exception handler, which ends
-/// the process; should that report return, start-up goes on with empty values. Standard error names the card
-/// or the log folder.
+/// the process; should that report return, start-up continues with empty values. Standard error names the
+/// card or the log folder.
 void initTracesAndLogs();

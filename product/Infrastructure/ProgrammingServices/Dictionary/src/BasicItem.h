@@ -23,7 +23,7 @@ public:
     const char* getValue() const override;
     Item* getItem(const std::string& path) const override;
     Item* getItem(const char* path) const override;
-    /// One line: indent, <string>, the value as it stands (nothing is escaped), </string>.
+    /// One line: indent, <string>, the value (nothing is escaped), </string>.
     std::string marshall(const std::string& indent) override;
     std::string toString(const std::string& indent) override;
     /// If this throws, the value is unchanged.

@@ -51,15 +51,15 @@ public:
     Item* clone() override;
     ~Dictionary() override;
     /// As findItem(), but returns the item's text. A dictionary that has the key, but not as a string leaf,
-    /// returns null at once; its owner goes on with its other children.
+    /// returns null at once; its owner continues with its other children.
     const char* findValue(const std::string& key) const override;
     Dictionary* getAsDictionary() override;
     using Item::getValue;
     const char* getValue(const std::string& path) const override;
     using Item::getValueAs;
     bool getValueAs(const std::string& path, int& value) const override;
-    /// DELIBERATE: looser than getItem. "a.b" is true when there is a key a and any child dictionary, not only
-    /// a, says true for b.
+    /// DELIBERATE: looser than getItem. "a.b" is true if the key a exists and any child dictionary, not
+    /// only a, contains b.
     bool contains(const std::string& path) override;
     Item* getItem(const std::string& path) const override;
     /// @param cpath  not null (a broken contract; returns null if that does not end the process)

@@ -70,7 +70,7 @@ void Dictionary::saveToFile(const std::string& path) {
     askToMarshall(*this, indent, text);
     text.append(PLIST_END);
     unsigned lacks = 0;
-    // DELIBERATE: a failure is silent. The caller is not told, and an existing file stays as it is.
+    // DELIBERATE: a failure is silent. The caller does not learn of it, and an existing file stays as it is.
     static_cast<void>(FileReplacement::replace(path, text.view(), &lacks));
     for (const char* const lack : FileReplacement::takeUntold(lacks))
         TRACE_MESSAGE(MSG_WARNING, "File %s : %s", path.c_str(), lack);

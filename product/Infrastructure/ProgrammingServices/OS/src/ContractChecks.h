@@ -4,7 +4,7 @@
 //
 // A failed check throws nothing. It is recorded, a signal is raised, and the crash handler writes the record
 // and the call stacks to the trace and ends the process. Where no handler is installed and the signal is
-// ignored, the check returns and the caller goes on.
+// ignored, the check returns and the caller continues.
 //
 // Use, in a .cpp file:
 //

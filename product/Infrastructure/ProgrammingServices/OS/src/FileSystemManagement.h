@@ -44,7 +44,7 @@ bool DeleteEmptyFolder(std::string path);
 bool Copy(std::string source, std::string destination);
 /// Copies a tree. Links are followed; a link that leads back up the tree is copied as an empty folder.
 /// `pattern` filters the files, never the folders: *.log copies the files whose name contains log anywhere;
-/// an empty pattern, "*" and "*.*" copy all. False if `source` is no folder, if `destination` or a folder
+/// an empty pattern, "*" and "*.*" copy all. False if `source` is not a folder, if `destination` or a folder
 /// directly in it cannot be created, or if an entry of `source` leads nowhere; failures further below are not
 /// reported.
 bool copyFolder(std::string source, std::string destination, std::string pattern);

@@ -33,7 +33,7 @@ int encodingToCodePage(enEncoding e);
 /// Decodes a narrow text, embedded NUL bytes included. Empty if the bytes are not valid in that encoding.
 std::wstring stringToWString(const std::string& s, enEncoding e);
 
-/// Encodes a wide text as a C string: it is cut at an embedded NUL. Empty if a unit is no code point
+/// Encodes a wide text as a C string: it is cut at an embedded NUL. Empty if a unit is not a code point
 /// (surrogates, beyond 0x10FFFF) or cannot be represented in that encoding.
 std::string wStringToString(const std::wstring& w, enEncoding e);
 

@@ -10,7 +10,7 @@ namespace StringManagement {
 /// One unit per code point. Empty for nil, and for a text that is not valid Unicode.
 std::wstring NSStringToWString(NSString* s);
 
-/// A new string, which the caller owns and releases; nil if a unit is no code point. The attribute tells
+/// A new string, which the caller owns and releases; nil if a unit is not a code point. The attribute tells
 /// compilers with automatic reference counting.
 NSString* WStringToNSString(const std::wstring& w) NS_RETURNS_RETAINED;
 

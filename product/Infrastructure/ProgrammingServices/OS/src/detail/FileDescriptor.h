@@ -44,7 +44,7 @@ FileDescriptor openWithSomeAccess(const std::string& path, int flags);
 
 /// Opens a file for reading, and only a regular file: a pipe could block the caller for ever, a device has no
 /// end.
-/// @return an empty owner on failure; errno is EINVAL if it is no regular file
+/// @return an empty owner on failure; errno is EINVAL if it is not a regular file
 FileDescriptor openRegularFile(const std::string& path);
 
 /// Reads an open regular file from its first byte to its end.

@@ -83,9 +83,9 @@ FileDescriptor openLockFile(const std::string& path, const std::string& lockPath
 std::atomic<long long> held{0};
 const long long FAIR_SHARE = 20000;
 
-/// A process that takes its lock again right after releasing it would keep all others out: the kernel hands
-/// no lock on, since waiters only poll. Of four that wrote without pause, one waited in vain for 5 seconds.
-/// So a process that has had its share pauses first, for 2 percent of its time at most.
+/// A process that takes its lock again right after releasing it would keep all others out: waiters poll, so
+/// the kernel passes the lock to none of them. Of four that wrote without pause, one never got the lock in 5
+/// seconds. So a process that has had its share pauses first, for 2 percent of its time at most.
 void takeTurns() {
     if (held >= FAIR_SHARE) {
         held = 0;

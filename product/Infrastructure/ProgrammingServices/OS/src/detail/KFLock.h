@@ -18,7 +18,7 @@ private:
     KFMutex& m_mutex;
 };
 
-/// Takes the mutex, or gives up after so many milliseconds and returns false. Async-signal-safe: a handler
+/// Takes the mutex, or gives up after this many milliseconds and returns false. Async-signal-safe: a handler
 /// may have interrupted the holder, or a thread that was about to become it.
 bool acquireWithin(KFMutex& mutex, int milliseconds) KF_TRY_ACQUIRE(true, mutex);
 

@@ -98,7 +98,7 @@ public:
     /// the lock still held by the calling thread. Other threads that log then wait.
     void WriteOnFile() KF_NO_THREAD_SAFETY_ANALYSIS; // since it may leave the lock held
     /// As WriteOnFile(), for the crash handler. Waits for the lock at most 50 milliseconds (a second if its
-    /// owner is writing the lines), then goes on without it. Does not allocate. Silences the flush thread.
+    /// owner is writing the lines), then continues without it. Does not allocate. Silences the flush thread.
     void WriteAtCrash() KF_NO_THREAD_SAFETY_ANALYSIS; // the analysis cannot express a lock that may be lost
     bool areAllMsgFlushed();
     /// Disables the logger, writes every queued line that can be written, and silences the flush thread. A

@@ -9,7 +9,7 @@
 
 class ThreadTracer;
 
-// A call marker stands at the top of every traced function, through one of these macros. It writes the call's
+// A call marker is at the top of every traced function, through one of these macros. It writes the call's
 // entry line when it is constructed, and the exit line when the function returns or unwinds:
 //
 //     void ZevoLauncher::init() {
@@ -28,7 +28,8 @@ class ThreadTracer;
 //                                      TRACE_MESSAGE may stand unbraced after an if or an else
 // the same as a stream; include TraceStream.h
 //
-// All names are string literals. TRACE_MESSAGE and TRACE_STREAM use the marker of the innermost enclosing scope.
+// All names are string literals. TRACE_MESSAGE and TRACE_STREAM use the marker of the innermost enclosing
+// scope.
 
 #define TRACE_METHOD()                                                                                       \
     KF_CALL_MARKER_(static_cast<const void*>(this), __PRETTY_FUNCTION__, ::kf::detail::CallSite::Signature())

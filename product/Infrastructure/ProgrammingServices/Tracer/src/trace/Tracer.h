@@ -161,7 +161,7 @@ public:
 
     /// The calling thread begins to report a crash: the queued lines are written, then every line at once
     /// (direct write). Until EndReport() nothing here allocates. Waits for the lock at most a second, since
-    /// the crash may have interrupted its owner; after that this thread goes on without the lock.
+    /// the crash may have interrupted its owner; after that this thread continues without the lock.
     void BeginReport() KF_NO_THREAD_SAFETY_ANALYSIS; // the analysis cannot express a lock that may be lost
     /// Ends the report. Other threads may then write lines again.
     void EndReport() KF_NO_THREAD_SAFETY_ANALYSIS;

@@ -20,7 +20,7 @@ public:
 
     /// The next token, fillers included; after the end of the text always EndOfFile.
     KeywordToken scan();
-    /// The next token that is no filler.
+    /// The next token that is not a filler.
     KeywordToken getToken();
 
 protected:

@@ -84,11 +84,11 @@ public:
     std::size_t queueMemory() const { return m_queue.bytes(); }
 
     enum class Drain {
-        Done,        // every line that waited is in a file, or the output is no file
+        Done,        // every line that waited is in a file, or the output is not a file
         CannotOpen,  // the current file could not be opened; nothing was written
         Interrupted, // a later open or a write failed; the remaining lines stay queued
     };
-    /// Writes the queued lines, and goes on to the next file whenever one is full. The file is open only
+    /// Writes the queued lines, and continues with the next file whenever one is full. The file is open only
     /// during the call. A failed open is reported on standard error.
     ///
     /// Opens only regular files. In a folder that other users may write, the file must also belong to this
