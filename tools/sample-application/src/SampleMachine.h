@@ -26,11 +26,11 @@ private:
 
 /// The launcher's surroundings in a throw-away folder:
 ///
-///      root/Applications/Quillmarsh.app, with Murmel.app inside      two bundles around the sample
-/// application installation/                                               the real launcher and its four
-/// files data/                                                       where its trace and its log go
+///     root/Applications/Quillmarsh.app    the main application; in it Murmel.app, the notifier
+///     installation/                       the real launcher and its four files
+///     data/                               where its trace and its log go
 ///
-///  Ends every process of the folder before it removes the folder.
+/// Ends every process of the folder before it removes the folder.
 class SampleMachine {
 public:
     enum class Bundle { mainApplication, notifier };
