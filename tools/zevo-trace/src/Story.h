@@ -63,8 +63,7 @@ struct RunStory {
     bool hasDebugMessages = false;
 };
 
-/// "USB#Vid_12d1&Pid_1001" and "4817
-/// 4097" become "12d1:1001"; any other text is unchanged.
+/// "USB#Vid_12d1&Pid_1001" and "4817|4097" become "12d1:1001"; any other text is unchanged.
 std::string shortIdentifier(const std::string& identifier);
 /// Whether arrivals are reported in this form, in any letter case.
 bool isIdentifier(const std::string& identifier);

@@ -49,9 +49,8 @@ public:
     /// Looks for the described device and adds its ports to `result`. If the device is not connected, or none
     /// of its ports is found, `result` stays as it was.
     virtual void detectDeviceHID(Dictionary& device, Dictionary& result) = 0;
-    /// Inserts one "vendor
-    /// product" (both decimal) per connected USB device; keeps what `devices` already holds. The first
-    /// argument is ignored.
+    /// Inserts one "vendor|product" (both decimal) per connected USB device; keeps what `devices` already
+    /// holds. The first argument is ignored.
     virtual void getConnectedDevices(std::string ignored, std::set<std::string>& devices) = 0;
 
 private:
