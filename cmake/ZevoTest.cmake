@@ -34,6 +34,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     endif()
   endforeach()
 endif()
+if(ZEVO_FUZZ)
+  target_compile_options(zevo_test_options INTERFACE -fno-sanitize=fuzzer-no-link) # the fuzzer follows what they test
+endif()
 if(ZEVO_SANITIZE)
   # To optimize instrumented tests takes as long as everything else about them; what they test is optimized.
   target_compile_options(zevo_test_options INTERFACE -O0)
