@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

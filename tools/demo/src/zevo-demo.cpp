@@ -4,6 +4,8 @@
 #include "Tool.h"
 #include "VirtualBusProcess.h"
 
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 
 namespace {

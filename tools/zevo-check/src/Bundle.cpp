@@ -11,6 +11,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>

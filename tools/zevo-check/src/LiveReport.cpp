@@ -1,6 +1,7 @@
 #include "LiveReport.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #include "Colours.h"
 #include "Live.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 

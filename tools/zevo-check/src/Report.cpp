@@ -3,6 +3,7 @@
 #include "FindingText.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace Zevo {
 namespace {

@@ -3,7 +3,7 @@
 #include "Check.h"
 #include "Colours.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 

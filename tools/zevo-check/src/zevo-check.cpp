@@ -10,6 +10,9 @@
 
 #include "FileSystemManagement.h"
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include <cstdlib>
 #include <iostream>
 #include <memory>

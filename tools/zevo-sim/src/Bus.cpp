@@ -1,5 +1,7 @@
 #include "Bus.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Zevo {
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "ModemFile.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <chrono>
 #include <optional>

@@ -1,6 +1,7 @@
 #include "Player.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace Zevo {
 namespace {

@@ -5,6 +5,7 @@
 #include "Waiting.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>

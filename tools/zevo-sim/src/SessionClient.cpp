@@ -5,6 +5,7 @@
 #include "Tool.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdlib>
 

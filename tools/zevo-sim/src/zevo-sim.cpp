@@ -11,7 +11,9 @@
 #include "Tool.h"
 #include "VirtualBusProcess.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstring>

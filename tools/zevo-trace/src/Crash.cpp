@@ -4,6 +4,7 @@
 #include "StatusWords.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace Zevo {
 

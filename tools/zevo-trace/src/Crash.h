@@ -4,7 +4,7 @@
 #include "Journal.h"
 #include "Sink.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <deque>
 #include <map>

@@ -5,7 +5,7 @@
 #include "Sink.h"
 #include "Summary.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <deque>
 #include <functional>

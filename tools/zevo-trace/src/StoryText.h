@@ -4,7 +4,7 @@
 #include "Sink.h"
 #include "Story.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 

@@ -4,7 +4,7 @@
 #include "Colours.h"
 #include "Sink.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <vector>
 

@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -3,6 +3,7 @@
 #include "TraceFiles.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
