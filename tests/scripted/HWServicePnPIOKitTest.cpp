@@ -20,8 +20,6 @@ using testing::Not;
 
 namespace {
 
-const char MODEM[] = "USB#Vid_12d1&Pid_1001";
-
 using Events = std::vector<std::string>;
 
 /// Writes down what it is told.

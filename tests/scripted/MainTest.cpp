@@ -28,7 +28,6 @@ namespace {
 const char TRACE_ALL[] = "TRACE_ON\nTRACE_SET_FILE_NAME trace\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\n"
                          "TRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR\nTRACE_CALL_EXIT\n";
 const char LOG_ALL[] = "LOG_ON\nLOG_SET_FILE_NAME log\nLOG_SET_MSG_FILTER LOG_LEVEL_0\n";
-const char MODEM[] = "USB#Vid_12d1&Pid_1001";
 const char RULE[] = "-----------------------------------------------";
 
 class MainTest : public ScriptedTest {

@@ -14,6 +14,9 @@
 #include <string>
 #include <vector>
 
+/// The identifier of a modem, as the launcher writes it.
+inline constexpr char MODEM[] = "USB#Vid_12d1&Pid_1001";
+
 /// One service of the scripted registry, as the test describes it.
 struct ScriptedEntry {
     std::string name;

@@ -24,7 +24,6 @@ using testing::Not;
 
 namespace {
 
-const char MODEM[] = "USB#Vid_12d1&Pid_1001";
 const char CD_ROM[] = "USB#Vid_12d1&Pid_1446";
 const char MAIN[] = "/Applications/Quillmarsh.app";
 const char NOTIFIER[] = "/Applications/Quillmarsh.app/Contents/MacOS/Murmel.app";

@@ -1,6 +1,7 @@
 #include "BasicItem.h"
 #include "Dictionary.h"
 #include "IntBasicItem.h"
+#include "NumberAt.h"
 #include "TraceCapture.h"
 
 #include <gmock/gmock.h>
@@ -9,12 +10,6 @@
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
-
-static int numberAt(const Dictionary& dictionary, const std::string& path) {
-    int value = 0;
-    EXPECT_TRUE(dictionary.getValueAs(path, value)) << path;
-    return value;
-}
 
 TEST(DictionaryAddValue, MakesTheDictionariesOnTheWay) {
     Dictionary dictionary;

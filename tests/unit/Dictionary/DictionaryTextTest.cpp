@@ -4,6 +4,7 @@
 #include "IntBasicItem.h"
 #include "KFDictionaryFileException.h"
 #include "KFDictionaryParsingException.h"
+#include "NumberAt.h"
 #include "OtherProcess.h"
 #include "Substitute.h"
 #include "TemporaryFolder.h"
@@ -52,12 +53,6 @@ SUBSTITUTE(ssize_t, read, (int descriptor, void* to, size_t size)) {
 
 static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
 static const char SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
-
-static int numberAt(const Dictionary& dictionary, const std::string& path) {
-    int value = 0;
-    EXPECT_TRUE(dictionary.getValueAs(path, value)) << path;
-    return value;
-}
 
 /// Reads a body and says what was left in the stream.
 static std::string unMarshall(Dictionary& dictionary, const std::string& text) {

@@ -1,5 +1,6 @@
 #include "RecordedProcess.h"
 
+#include "ForbiddenPage.h"
 #include "WaitUntil.h"
 
 #include <atomic>
@@ -7,7 +8,6 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
@@ -21,12 +21,6 @@ using testing::HasSubstr;
 namespace {
 
 constexpr int LAST_SIZE = 60;
-
-/// A page that may not be touched: a fault for which no undefined behaviour is needed.
-void touchAForbiddenPage() {
-    void* const page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0);
-    *static_cast<volatile char*>(page) = 1;
-}
 
 /// An object that shows in the object counts.
 class Counted {

@@ -3,6 +3,7 @@
 #include "ContractChecks.h"
 #include "CrashingChild.h"
 #include "FaultyDisk.h"
+#include "ForbiddenPage.h"
 #include "KFCrashListener.h"
 #include "KFThread.h"
 #include "Logger.h"
@@ -15,7 +16,6 @@
 #include <csignal>
 #include <gmock/gmock.h>
 #include <sstream>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <thread>
@@ -56,12 +56,6 @@ static void crashWith(int sig) {
     TRACE_FUNCTION("outermostCall");
     const CountedVictim victim;
     raiseInATracedCall(sig);
-}
-
-/// A page that may not be touched: a fault for which no undefined behaviour is needed.
-static void touchAForbiddenPage() {
-    void* const page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0);
-    *static_cast<volatile char*>(page) = 1;
 }
 
 static std::string rest(const std::string& text, const std::string& from) {

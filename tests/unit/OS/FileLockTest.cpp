@@ -3,6 +3,7 @@
 #include "OtherProcess.h"
 #include "TemporaryFolder.h"
 #include "TextFile.h"
+#include "Trees.h"
 #include "WithoutPrivileges.h"
 #include "WrappedCalls.h"
 #include "detail/FileReplacement.h"
@@ -30,11 +31,6 @@ bool isLocked(const std::string& path) {
 void waitForAWaiter() {
     while (WrappedCalls::microsecondsSlept().empty())
         std::this_thread::yield();
-}
-
-mode_t modeOf(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }
 
 int countFiles(const std::string& path) {

@@ -15,7 +15,7 @@ using namespace kf::detail;
 using testing::ElementsAre;
 
 namespace {
-const char* const POSITION = " product/Infrastructure/ProgrammingServices/Tracer/src/Logger:";
+const char* const LOGGER_POSITION = " product/Infrastructure/ProgrammingServices/Tracer/src/Logger:";
 } // namespace
 
 class LoggerCore : public Logged {
@@ -40,8 +40,8 @@ TEST_F(LoggerCore, SettingANullInstanceBreaksBothContractsAndStoresIt) {
     Logger::SetInstance(none);
     EXPECT_EQ(Logger::GetInstance(), nullptr);
     EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: pTheLogger != NULL") + POSITION + "49",
-                            std::string("ENSURE VIOLATION: m_pInstance != NULL") + POSITION + "51"));
+                ElementsAre(std::string("REQUIRE VIOLATION: pTheLogger != NULL") + LOGGER_POSITION + "49",
+                            std::string("ENSURE VIOLATION: m_pInstance != NULL") + LOGGER_POSITION + "51"));
 }
 
 TEST_F(LoggerCore, DestroyedLoggerIsNoLongerTheInstance) {
@@ -141,7 +141,7 @@ TEST_F(LoggerCore, EmptyLineBreaksTheContract) {
     m_logger.SetFileName("msvc");
     m_logger.PrintString("");
     EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: !(msg.empty())") + POSITION + "242"));
+                ElementsAre(std::string("REQUIRE VIOLATION: !(msg.empty())") + LOGGER_POSITION + "242"));
 }
 
 TEST_F(LoggerCore, ThreadNameIsNoPartOfALine) {
@@ -267,7 +267,7 @@ TEST_F(LoggerCore, NullConfigurationFileBreaksTheContract) {
     m_logger.ReadConfigFile(nullptr);
     testing::internal::GetCapturedStderr();
     EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: fileName != NULL") + POSITION + "80"));
+                ElementsAre(std::string("REQUIRE VIOLATION: fileName != NULL") + LOGGER_POSITION + "80"));
 }
 
 TEST_F(LoggerCore, CrashHandlersDrainWritesWhenTheLockIsFree) {

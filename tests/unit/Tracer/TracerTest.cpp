@@ -15,7 +15,7 @@ using namespace kf::detail;
 using testing::ElementsAre;
 
 namespace {
-const char* const POSITION = " product/Infrastructure/ProgrammingServices/Tracer/src/Tracer:";
+const char* const TRACER_POSITION = " product/Infrastructure/ProgrammingServices/Tracer/src/Tracer:";
 } // namespace
 
 class TracerCore : public Traced {};
@@ -34,8 +34,8 @@ TEST_F(TracerCore, SettingANullInstanceBreaksBothContractsAndStoresIt) {
     Tracer::SetInstance(none);
     EXPECT_EQ(Tracer::GetInstance(), nullptr);
     EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: pTheTracer != NULL") + POSITION + "106",
-                            std::string("ENSURE VIOLATION: m_Instance != NULL") + POSITION + "108"));
+                ElementsAre(std::string("REQUIRE VIOLATION: pTheTracer != NULL") + TRACER_POSITION + "106",
+                            std::string("ENSURE VIOLATION: m_Instance != NULL") + TRACER_POSITION + "108"));
 }
 
 TEST_F(TracerCore, DestroyedTracerIsNoLongerTheInstance) {
@@ -131,16 +131,18 @@ TEST_F(TracerCore, ForbiddenCallIsHiddenAlthoughPermitted) {
 TEST_F(TracerCore, EmptyAndNullPatternsBreakTheContract) {
     m_tracer.TraceTheThread("");
     m_tracer.TraceTheCall("");
-    EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: !strThreadName.empty()") + POSITION + "162",
-                            std::string("REQUIRE VIOLATION: !strClassName.empty()") + POSITION + "143"));
+    EXPECT_THAT(
+        takeContractViolations(),
+        ElementsAre(std::string("REQUIRE VIOLATION: !strThreadName.empty()") + TRACER_POSITION + "162",
+                    std::string("REQUIRE VIOLATION: !strClassName.empty()") + TRACER_POSITION + "143"));
     m_tracer.TraceTheThread(nullptr);
     m_tracer.TraceTheCall(nullptr);
-    EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: threadName != NULL") + POSITION + "160",
-                            std::string("REQUIRE VIOLATION: !strThreadName.empty()") + POSITION + "162",
-                            std::string("REQUIRE VIOLATION: className != NULL") + POSITION + "140",
-                            std::string("REQUIRE VIOLATION: !strClassName.empty()") + POSITION + "143"));
+    EXPECT_THAT(
+        takeContractViolations(),
+        ElementsAre(std::string("REQUIRE VIOLATION: threadName != NULL") + TRACER_POSITION + "160",
+                    std::string("REQUIRE VIOLATION: !strThreadName.empty()") + TRACER_POSITION + "162",
+                    std::string("REQUIRE VIOLATION: className != NULL") + TRACER_POSITION + "140",
+                    std::string("REQUIRE VIOLATION: !strClassName.empty()") + TRACER_POSITION + "143"));
 }
 
 // ---- threads
@@ -214,7 +216,7 @@ TEST_F(TracerCore, EndOfAnUnregisteredThreadChangesNothing) {
 TEST_F(TracerCore, ThreadWithoutANameBreaksTheContract) {
     m_tracer.BeginningOfThread(nullptr);
     EXPECT_THAT(takeContractViolations(),
-                ElementsAre(std::string("REQUIRE VIOLATION: threadName != NULL") + POSITION + "537"));
+                ElementsAre(std::string("REQUIRE VIOLATION: threadName != NULL") + TRACER_POSITION + "537"));
 }
 
 TEST_F(TracerCore, SwitchingAnUnregisteredThreadChangesNothing) {

@@ -23,7 +23,7 @@ namespace {
 
 const char MODEM[] = "USB#Vid_12d1&Pid_1001";
 
-class Client : public HWServicePnPClient {
+class RecordingClient : public HWServicePnPClient {
 public:
     void onResumeStandbyMode() override {}
     void onDeviceArrival(std::string& hid) override { arrivals.push_back(hid); }
@@ -106,7 +106,7 @@ protected:
 
     LinuxPlatform::LiveObjects m_before;
     LinuxPlatform::KernelHabits m_habits;
-    Client m_client;
+    RecordingClient m_client;
     HWServicePnPIOKit m_service;
     bool m_isRegistered = false;
 };

@@ -50,8 +50,8 @@ std::vector<std::string> threadsThatWaitFor(const void* memory, std::size_t size
     return found;
 }
 
-bool isAwaited(KFMutex& mutex) {
-    return !threadsThatWaitFor(mutex.getHandle(), sizeof *mutex.getHandle(), false).empty();
+bool isAwaited(KFMutex& awaited) {
+    return !threadsThatWaitFor(awaited.getHandle(), sizeof *awaited.getHandle(), false).empty();
 }
 
 bool isSleptOn(const EventCount& events) {

@@ -144,7 +144,7 @@ std::vector<std::string> sortedLines(const std::string& file) {
     return lines;
 }
 
-std::vector<std::string> linesOf(const std::string& letters) {
+std::vector<std::string> linesOfLetters(const std::string& letters) {
     std::string file;
     for (const char letter : letters)
         if (letter != 'x')
@@ -186,17 +186,17 @@ TEST(LineSlots, EveryOrderOfTwoWritersAndADrainWritesEachLineOnce) {
             const auto chunk = std::make_shared<Chunk>(scene.room);
             std::vector<Interleavings::Thread> threads = writersOf(chunk, scene.writers);
             threads.push_back({[chunk] { chunk->drain(); }});
-            return Interleavings::Run{threads, [chunk] { return chunk->hash(); },
-                                      [chunk, &scene] {
-                                          EXPECT_TRUE(chunk->hasDrained()) << "it waits for ever";
-                                          chunk->drain();
-                                          EXPECT_EQ(sortedLines(chunk->file()), linesOf(chunk->reserved()));
-                                          std::string all;
-                                          for (const std::string& letters : scene.writers)
-                                              all += letters;
-                                          EXPECT_EQ(chunk->reserved().size() + chunk->elsewhere().size(),
-                                                    all.size());
-                                      }};
+            return Interleavings::Run{
+                threads, [chunk] { return chunk->hash(); },
+                [chunk, &scene] {
+                    EXPECT_TRUE(chunk->hasDrained()) << "it waits for ever";
+                    chunk->drain();
+                    EXPECT_EQ(sortedLines(chunk->file()), linesOfLetters(chunk->reserved()));
+                    std::string all;
+                    for (const std::string& letters : scene.writers)
+                        all += letters;
+                    EXPECT_EQ(chunk->reserved().size() + chunk->elsewhere().size(), all.size());
+                }};
         });
         EXPECT_GT(orders, 1U);
     }
@@ -228,11 +228,11 @@ TEST(LineSlots, EveryOrderWithASignalsDrainKeepsEachFinishedLineAndEndsTheOthers
                         const auto isReplaced = [](const std::string& line) { return line.front() == '?'; };
                         written.erase(std::remove_if(written.begin(), written.end(), isReplaced),
                                       written.end());
-                        const std::vector<std::string> reserved = linesOf(chunk->reserved());
+                        const std::vector<std::string> reserved = linesOfLetters(chunk->reserved());
                         EXPECT_TRUE(
                             std::includes(reserved.begin(), reserved.end(), written.begin(), written.end()))
                             << testing::PrintToString(written);
-                        const std::vector<std::string> finished = linesOf(chunk->finishedAtSignal());
+                        const std::vector<std::string> finished = linesOfLetters(chunk->finishedAtSignal());
                         EXPECT_TRUE(
                             std::includes(written.begin(), written.end(), finished.begin(), finished.end()))
                             << testing::PrintToString(written);
