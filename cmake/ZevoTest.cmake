@@ -37,6 +37,10 @@ endif()
 if(ZEVO_FUZZ)
   target_compile_options(zevo_test_options INTERFACE -fno-sanitize=fuzzer-no-link) # the fuzzer follows what they test
 endif()
+if(ZEVO_JOIN_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC takes joined sources for headers, in which an anonymous namespace is a mistake. Where each is compiled alone it looks.
+  target_compile_options(zevo_test_options INTERFACE -Wno-subobject-linkage)
+endif()
 if(ZEVO_SANITIZE)
   # To optimize instrumented tests takes as long as everything else about them; what they test is optimized.
   target_compile_options(zevo_test_options INTERFACE -O0)
@@ -77,6 +81,9 @@ function(zevo_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zevo_test_support GTest::gmock GTest::gtest GTest::gtest_main
     zevo_options zevo_test_options)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for what lies in MAC/ or LINUX/
+  if(ZEVO_JOIN_TESTS)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  endif()
   get_target_property(precompiled zevo_test_headers PRECOMPILE_HEADERS)
   if(precompiled AND NOT arg_SOURCES MATCHES "\\.mm") # they are for C++ only
     target_precompile_headers(${name} REUSE_FROM zevo_test_headers)
