@@ -7,32 +7,33 @@
 
 namespace Zevo {
 
-/// One fault of a machine, in a real run. In its short form an attack takes seconds and belongs to the tests; in its long
-/// form (ZEVO_ATTACK=long, as `./zevo attack` sets it) it takes minutes and goes through everything.
+/// One fault of the machine while the real launcher runs. The short form takes seconds and is one of the
+/// tests; the long form (ZEVO_ATTACK=long, which `./zevo attack NAME` sets) takes minutes and tries every
+/// case.
 class Attack : public LauncherTest {
 protected:
     Attack() : m_faults(m_machine.folder()) {}
-    /// How often applications were started is not what an attack is about.
+    /// Accepts any number of application starts.
     void TearDown() override;
 
     static bool isLong();
-    /// As many as the form asks for.
+    /// The number for the form that runs.
     static int count(int ofShortForm, int ofLongForm) { return isLong() ? ofLongForm : ofShortForm; }
-    /// What the attack measured, for people: one line.
+    /// Prints one line about what the attack measured, for people.
     static void tellFigure(const std::string& text);
 
-    /// The launcher, whose faults are this test's.
+    /// Starts the launcher so that m_faults controls its faults.
     void startWithFaults() {
         startLauncher(m_faults.environment());
         ASSERT_GT(m_faults.allocations(), 0u) << "the launcher knows nothing of its faults";
     }
     void startWithFaultsWithoutWaiting() { startLauncherWithoutWaiting(m_faults.environment()); }
 
-    /// Whether the trace ends with a cause, the stacks and the counts.
+    /// Whether the trace holds a crash report: call stacks and object counts.
     bool hasReport();
-    /// A modem comes and goes, and both applications are started for it.
+    /// Makes the applications quit, plugs the modem in and out; true if that started both.
     bool servesAModem();
-    /// The same, in the words of a test.
+    /// Expects servesAModem(), and shows standard error and the trace if not.
     void expectServesAModem();
 
     Faults m_faults;

@@ -13,12 +13,12 @@ int removeEntry(const char* path, const struct stat*, int, struct FTW*) {
     return remove(path);
 }
 
-/// Trace and log cannot be written while the launcher runs, for a reason that is told by an errno.
+/// While the launcher runs, writing trace and log fails with the parameter's errno.
 class Disk : public Attack, public testing::WithParamInterface<std::pair<const char*, int>> {
 protected:
     Disk() { expectStandardError(testing::_); }
 
-    /// All arrivals of these devices stand in the trace, in their order, each in a whole line.
+    /// Expects that the trace has a whole line for the arrival of each of these devices, in this order.
     void expectArrivalsInOrder(const std::vector<UsbDevice>& devices) {
         m_trace.restart();
         for (const UsbDevice& device : devices)

@@ -26,7 +26,8 @@ Faults::~Faults() {
 }
 
 std::vector<std::string> Faults::environment() const {
-    // In front of the virtual bus, which calls the C library and nothing in between.
+    // Before the virtual bus's library: that one calls the C library directly and would bypass a library
+    // behind it.
     const char* const preloaded = std::getenv("LD_PRELOAD");
     return {"LD_PRELOAD=" ZEVO_FAULTS_LIBRARY ":" + std::string(preloaded == nullptr ? "" : preloaded),
             ZEVO_FAULT_FILE "=" + m_path};

@@ -7,31 +7,34 @@
 
 namespace Zevo {
 
-/// Faults of the machine that the launcher runs on, which come and go while it runs. One at a time; everything works
-/// until a wish is made. Belongs to one launcher at a time.
+/// Switches faults of the machine on and off while the launcher runs. At first everything works; a test
+/// switches on one fault at a time. For one launcher at a time.
 class Faults {
 public:
-    /// @param folder where the file that the launcher shares is put; throws std::runtime_error when it cannot be
+    /// Creates the file through which it controls the launcher; throws std::runtime_error if it cannot.
+    ///
+    /// @param folder the folder for that file
     explicit Faults(const std::string& folder);
     ~Faults();
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
 
-    /// What the launcher's environment needs.
+    /// The variables that the launcher's environment needs.
     std::vector<std::string> environment() const;
-    /// Everything works again, and the counts are 0.
+    /// Switches all faults off and sets the counts to 0.
     void reset();
 
     unsigned long allocations() const { return read(m_page->allocations); }
-    /// The allocation with this number, counted from the launcher's start, fails, and the next ones up to so many.
+    /// Makes howMany allocations fail from this one on, counted from 1 since the launcher's start; number 0:
+    /// none fails.
     void failAllocation(unsigned long number, unsigned long howMany = 1);
     unsigned long failedAllocations() const { return read(m_page->failed_allocations); }
 
-    /// Nothing can be written below the folder, with this errno; 0: it can again.
+    /// Makes writing below the folder fail with this errno; 0: it works again.
     void refuseWriting(const std::string& folder, int error);
     unsigned long refusedWrites() const { return read(m_page->refused_writes); }
 
-    /// /proc, or /sys, cannot be looked at, with this errno; 0: it can again.
+    /// Makes access to paths below /proc, or /sys, fail with this errno; 0: it works again.
     void refuseProc(int error) { write(m_page->proc_error, error); }
     void refuseSys(int error) { write(m_page->sys_error, error); }
     unsigned long refusedLooks() const { return read(m_page->refused_looks); }

@@ -23,7 +23,7 @@ protected:
     }
 };
 
-// The moments lie close together: from the first instruction to a launcher that watches.
+// The moments are spread over 60 ms: from the first instruction to a launcher that watches.
 TEST_F(Kill, AtAnyMomentOfTheStartTheNextStartWorks) {
     const int moments = count(12, 400);
     const std::chrono::microseconds longest(60000);
@@ -39,12 +39,12 @@ TEST_F(Kill, AtAnyMomentOfTheStartTheNextStartWorks) {
     tellFigure(std::to_string(moments) + " moments of the start; every start behind them works");
 }
 
-// The moments lie within the time that an end takes when nobody disturbs it.
+// The moments are spread over the time that an undisturbed end takes.
 TEST_F(Kill, AtAnyMomentOfTheEndTheNextStartWorks) {
     startLauncher();
     const auto begin = std::chrono::steady_clock::now();
     m_launcher->sendSignal(SIGTERM);
-    while (m_launcher->isRunning()) // waitForEnd() looks too seldom to tell the time
+    while (m_launcher->isRunning()) // waitForEnd() polls too seldom to measure this
         std::this_thread::yield();
     const auto longest = std::chrono::steady_clock::now() - begin;
     const int moments = count(8, 200);
@@ -63,11 +63,12 @@ TEST_F(Kill, AtAnyMomentOfTheEndTheNextStartWorks) {
                " of them before it was over; every start behind them works");
 }
 
-// ---- what is started
+// ---- the applications
 
 class Application : public Attack {
 protected:
-    /// In the place of the main application's program.
+    /// Replaces the main application's program by a shell script that reports its start and then runs the
+    /// text.
     void installScript(const std::string& text) {
         const std::string program = m_machine.executableOf(Bundle::mainApplication);
         unlink(program.c_str());
@@ -77,7 +78,7 @@ protected:
         ASSERT_EQ(chmod(program.c_str(), 0755), 0);
     }
 
-    /// A line of a script: a child that goes on when the script has ended.
+    /// Script lines that start the command as a child, which outlives the script, and record its pid.
     std::string inBackground(const std::string& command) const {
         return command + " </dev/null >/dev/null 2>&1 &\necho $! >> '" + childFile() + "'";
     }
@@ -98,7 +99,8 @@ protected:
             kill(pid, SIGTERM);
     }
 
-    /// The script's processes are no process of the machine's own programs.
+    /// Use it in place of servesAModem(), which cannot make a script quit: its process runs the shell's
+    /// program, and the machine finds only processes that run its own programs.
     void plugModem() {
         m_bus.plug("1-1", makePlainDevice(m_modem.modem.vendor, m_modem.modem.product));
         m_bus.unplug("1-1");
@@ -139,11 +141,11 @@ TEST_F(Application, ThatIsReplacedWhileItRunsIsNotStartedTwice) {
     EXPECT_EQ(startCount(Bundle::mainApplication), 1);
     EXPECT_EQ(startCount(Bundle::notifier), 1);
     for (const StartReport& start : m_machine.startsOf(Bundle::mainApplication))
-        kill(start.pid(), SIGTERM); // its program is no file any more
+        kill(start.pid(), SIGTERM); // quitApplications() does not find it: its program file is deleted
     tellFigure(std::to_string(rounds) + " times replaced, started once");
 }
 
-// What a daemon does: the program that was started ends, and its child goes on.
+// As a daemon does: the program that was started ends, and its child goes on.
 TEST_F(Application, ThatForksAndGoesOnInItsBundleIsNotStartedTwice) {
     installScript("daemon=\"$(dirname \"$0\")/daemon\"\n"
                   "cp \"$(command -v sleep)\" \"$daemon\"\n" +

@@ -19,7 +19,7 @@ struct Sample {
 class Load : public Attack {
 protected:
     Load() {
-        // A ring, as in the field: what has gone by does not stay.
+        // A ring, as in the field, so that old lines are overwritten.
         m_machine.install(
             "tracer_zevolauncher.cfg",
             "TRACE_ON\nTRACE_MUST_FLUSH\nTRACE_OBJECT_COUNT\nTRACE_CALL_EXIT\nTRACE_THE_THREAD *\n"
@@ -27,7 +27,7 @@ protected:
             "TRACE_SET_MAX_LINES 20000\nTRACE_SET_MAX_FILES 3\nTRACE_SET_FILE_NAME trace\n");
     }
 
-    /// A device is one that nobody waits for, a modem, or a modem as a CD-ROM, in turn.
+    /// Takes three devices in turn: one that is not the modem, the modem, and its CD-ROM personality.
     void plugAndUnplug(int cycle) {
         const UsbDevice device = cycle % 3 == 0   ? makePlainDevice(0x1234, 0x5678)
                                  : cycle % 3 == 1 ? m_modem.modem
@@ -36,7 +36,7 @@ protected:
         m_bus.unplug("1-1");
     }
 
-    /// Of the trace, whichever file is the latest.
+    /// The end of each trace file: any of them may be the newest.
     std::string lastLines() {
         std::string result;
         for (const char* file : {"/trace_0.txt", "/trace_1.txt", "/trace_2.txt"}) {
@@ -52,7 +52,8 @@ protected:
         return {cycles, residentMemoryOf(pid), descriptorCountOf(pid), threadCountOf(pid)};
     }
 
-    /// The counts of live objects that its end leaves in the trace, by class.
+    /// Terminates the launcher; returns the counts of live objects, by class, that it then writes into the
+    /// trace.
     std::map<std::string, std::string> objectsAtEnd() {
         terminateLauncher();
         std::map<std::string, std::string> result;
@@ -67,7 +68,7 @@ protected:
         return result;
     }
 
-    /// For a picture of the whole run.
+    /// Appends the sample to the file from which draw-samples draws the run.
     static void keep(const Sample& sample) {
         const char* const path = std::getenv("ZEVO_ATTACK_SAMPLES");
         if (path != nullptr)
@@ -81,12 +82,12 @@ int cyclesAsked(int otherwise) {
     return text == nullptr ? otherwise : std::atoi(text);
 }
 
-// Memory that the C library keeps for the next time grows by steps until the run has seen all of its sizes.
+// The memory that malloc retains for reuse grows in steps until every size has occurred.
 const long GROWTH_ALLOWED_KIB = 1024;
 
 TEST_F(Load, ManyPlugAndUnplugCyclesLeaveMemoryDescriptorsThreadsAndObjectsFlat) {
     startLauncher();
-    expectServesAModem(); // once, with all that the first time makes
+    expectServesAModem(); // creates all that is created only once
     const auto objectsWithoutLoad = objectsAtEnd();
     ASSERT_FALSE(objectsWithoutLoad.empty());
 
@@ -94,7 +95,7 @@ TEST_F(Load, ManyPlugAndUnplugCyclesLeaveMemoryDescriptorsThreadsAndObjectsFlat)
     const int warmUp = cycles / 10;
     const int step = cycles < 200 ? 1 : cycles / 200;
     startLauncher();
-    expectServesAModem(); // the applications stay: this is about the bus
+    expectServesAModem(); // the applications keep running: the cycles start none
     Sample warm{};
     Sample last{};
     long most = 0;
@@ -130,7 +131,7 @@ TEST_F(Load, ManyPlugAndUnplugCyclesLeaveMemoryDescriptorsThreadsAndObjectsFlat)
 class Idle : public Attack {};
 
 TEST_F(Idle, NothingWakesTheLauncherUp) {
-    // Lines wait in memory, as in the field: a thread writes them within its second, and then sleeps.
+    // As in the field, lines wait in memory: the flush thread writes them within a second, then sleeps.
     for (const char* file : {"tracer_zevolauncher.cfg", "logger_launcher.cfg"})
         m_machine.install(file, SampleMachine().installedText(file));
     startLauncherWithoutWaiting();

@@ -11,13 +11,13 @@ using testing::HasSubstr;
 
 namespace {
 
-// ---- what a process may have
+// ---- resource limits
 
 class Limits : public Attack {
 protected:
     Limits() { expectStandardError(testing::_); }
 
-    /// While the launcher runs.
+    /// Sets a soft limit of the running launcher.
     void limit(__rlimit_resource resource, rlim_t to) {
         rlimit both{};
         ASSERT_EQ(prlimit(m_launcher->pid(), resource, nullptr, &both), 0);
@@ -30,7 +30,7 @@ TEST_F(Limits, WithoutAFreeDescriptorItMissesWhatItMustAndGoesOnWithTheNext) {
     startLauncher();
     const int rounds = count(3, 100);
     for (int round = 0; round < rounds; ++round) {
-        // None is free, or one, or two, or three.
+        // 0 to 3 descriptors are free.
         limit(RLIMIT_NOFILE, static_cast<rlim_t>(descriptorCountOf(m_launcher->pid()) + round % 4));
         m_bus.plug("1-1", m_modem.modem);
         m_bus.unplug("1-1");
@@ -43,13 +43,13 @@ TEST_F(Limits, WithoutAFreeDescriptorItMissesWhatItMustAndGoesOnWithTheNext) {
 TEST_F(Limits, WithoutMemoryToBeHadItEndsWithItsReportOrGoesOn) {
     int ended = 0;
     int round = 0;
-    // One that has gone on once has memory of its own by then, and so each is a new one. Often what it has is enough: at least
-    // one has to end, or this shows nothing.
+    // Each round starts a new launcher: one that went on retains memory and would not run short again. Often
+    // even a new one has enough, but at least one must end, or the test shows nothing.
     for (const int rounds = count(5, 100); round < rounds || (ended == 0 && round < 10 * rounds); ++round) {
         if (m_launcher && m_launcher->isRunning())
             terminateLauncher();
         startLauncher();
-        // What it has, and some KiB on top: another amount each time.
+        // Its resident size plus some KiB, a different amount each round.
         limit(RLIMIT_AS, static_cast<rlim_t>(residentMemoryOf(m_launcher->pid()) + round % 5 * 16) * 1024);
         for (unsigned i = 0; i < 50 && m_launcher->isRunning(); ++i)
             m_bus.plug("2-" + std::to_string(i + 1), makePlainDevice(0x2000, i + 1));
@@ -88,7 +88,7 @@ TEST_F(Limits, AFileThatMayNotGrowEndsItWithItsReportInTheNextFile) {
     tellFigure(std::to_string(rounds) + " of " + std::to_string(rounds) + " reports in the next file");
 }
 
-/// Processes that only wait, and end with this object.
+/// Processes that only wait; the destructor ends them.
 class Crowd {
 public:
     explicit Crowd(int size) {
@@ -126,7 +126,7 @@ TEST_F(Limits, ManyProcessesInTheListAreLookedThroughForEveryArrival) {
     tellFigure(std::to_string(crowd.size()) + " processes more: both applications run " +
                std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(took).count()) +
                " ms after the modem is plugged in");
-    // A launcher that has not started them finds them behind all others.
+    // A new launcher finds the running applications at the end of the process list, behind the crowd.
     const int starts = startCount(Bundle::mainApplication);
     terminateLauncher();
     startLauncher();
@@ -142,8 +142,8 @@ class Clock : public Attack {};
 TEST_F(Clock, SetBackAndForwardIsFollowedByTheStampsAndStopsNothing) {
     std::string configuration = m_machine.installedText("tracer_zevolauncher.cfg");
     const std::string direct = "TRACE_MUST_FLUSH\n";
-    configuration.replace(configuration.find(direct), direct.size(),
-                          "TRACE_CLOCK\n"); // with the flush thread
+    // Not written directly: this is about the flush thread.
+    configuration.replace(configuration.find(direct), direct.size(), "TRACE_CLOCK\n");
     m_machine.install("tracer_zevolauncher.cfg", configuration);
     startWithFaults();
     const long HOUR = 3600;
@@ -153,14 +153,14 @@ TEST_F(Clock, SetBackAndForwardIsFollowedByTheStampsAndStopsNothing) {
             break;
         m_faults.setClockAhead(ahead);
         expectServesAModem();
-        plugMarker(); // its lines have come through the queue: the flush thread wakes up
+        plugMarker(); // its line reaches the file: the flush thread still wakes up
         ++settings;
     }
     m_faults.setClockAhead(0);
     tellFigure("set " + std::to_string(settings) + " times; every line is written within its second or so");
 }
 
-// ---- what the kernel tells
+// ---- /proc and /sys
 
 class Kernel : public Attack {
 protected:
@@ -224,7 +224,7 @@ TEST_P(Events, ThatAreSpoiltAreFollowedByWholeOnes) {
             ++starts;
         }
     }
-    // What comes and goes in whole events is noticed to have gone, too.
+    // The removal of a device whose events are whole is noticed, too.
     plugMarker();
     m_bus.plug("1-3", makePlainDevice(0x2000, 0x3000));
     m_bus.unplug("1-3");

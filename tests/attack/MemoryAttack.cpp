@@ -6,14 +6,13 @@ using namespace Zevo;
 
 namespace {
 
-/// What became of launchers that were refused memory.
+/// How many launchers that ran short of memory ended in which way.
 struct Outcomes {
     int wentOn = 0;
-    int toldDeaf = 0; // goes on, and has told that it will not see a device come
-    int toldUnknown =
-        0; // goes on, and has told that it does not know its modem: its configuration could not be read
+    int toldDeaf = 0;    // goes on, and has traced that it will notice no device
+    int toldUnknown = 0; // goes on, and has traced that it could not read its configuration
     int endedWithReport = 0;
-    int endedWithWords = 0; // before there is a trace
+    int endedWithWords = 0; // on standard error, before there is a trace
 
     int all() const { return wentOn + toldDeaf + toldUnknown + endedWithReport + endedWithWords; }
 };
@@ -31,7 +30,7 @@ class Memory : public Attack {
 protected:
     Memory() { expectStandardError(testing::_); }
 
-    /// Whether the start-up is done, one way or the other; false when it hangs.
+    /// Waits until the launcher has started up or ended; false if it hangs.
     bool waitForStartUp() {
         return waitUntil([this] {
             return !m_launcher->isRunning() ||
@@ -39,7 +38,7 @@ protected:
         });
     }
 
-    /// The launcher has ended: as it should, with its reason told?
+    /// Counts how the launcher ended; false if it gave no reason.
     bool countEnd(Outcomes& outcomes) {
         if (m_launcher->exitStatus() == 0 && hasReport())
             ++outcomes.endedWithReport;
@@ -56,7 +55,7 @@ protected:
                m_trace.text();
     }
 
-    /// Takes the points from 1 to the last one, so many of them.
+    /// The step from point to point that takes about so many of the points from 1 to the last.
     static int stepThrough(int last, int points) { return std::max(1, last / points); }
 
     void refuseEachAtStart(unsigned long more) {

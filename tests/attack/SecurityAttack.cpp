@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// What somebody else may try: a device, a file, another user, another process.
+/// What a hostile device, file, user or process may try.
 class Security : public Attack {
 protected:
     mode_t modeOf(const std::string& path) const {
@@ -34,7 +34,8 @@ TEST_F(Security, TextsOfADeviceAreNoFormats) {
     tellFigure("a modem whose texts are formats is a modem");
 }
 
-// It is the installation's, and whoever may write it may write the program: a path in it is followed.
+// A path in ID.txt is followed: the file belongs to the installation, and who can write it can replace the
+// program, too.
 TEST_F(Security, AnUpgradeCodeThatIsAPathLeavesTheDataFolderWithTheUsersRightsOnly) {
     m_machine.install("ID.txt", "UPGRADE_CODE=../../outside\n");
     createFolders(m_machine.dataFolder() + "/Ferrow");
@@ -56,7 +57,7 @@ TEST_F(Security, FoldersThatItMakesAreOpenToAllAndAFoldersOwnerMayCloseThem) {
     EXPECT_EQ(modeOf(m_machine.logFolder() + "/trace_0.txt"), 0644u);
 }
 
-// The log folder is open to all: anybody may put a link where the trace is to be.
+// The log folder is open to all: anybody may put a link where the trace file will be.
 TEST_F(Security, ALinkInTheOpenLogFolderIsNotFollowed) {
     const std::string theirs = m_machine.folder() + "/precious";
     writeTextFile(theirs, "precious");
@@ -69,7 +70,7 @@ TEST_F(Security, ALinkInTheOpenLogFolderIsNotFollowed) {
     EXPECT_EQ(readTextFile(theirs), "precious");
 }
 
-// As a launcher gets it that is started by something which was launched itself.
+// A launcher inherits such a variable if the program that starts it was launched through Launch Services.
 TEST_F(Security, AForgedMarkOfAStartStartsNothingAndHidesNoRealApplication) {
     startLauncher(
         {"PLATFORM_LAUNCHED=" + std::to_string(getpid()) + ":" + m_machine.placeOf(Bundle::mainApplication)});
@@ -90,7 +91,7 @@ TEST_F(Security, WhatIsStartedHasTheLaunchersNiceValueAndLimits) {
     EXPECT_EQ(files.rlim_cur, 123u);
 }
 
-// A program of the same name elsewhere, in a bundle that is not the configured one.
+// It has the same name, in a bundle other than the configured one.
 TEST_F(Security, ALookAlikeOfTheApplicationElsewhereCountsForNothing) {
     const std::string elsewhere = m_machine.folder() + "/root/elsewhere/Quillmarsh.app/Contents/MacOS";
     createFolders(elsewhere);

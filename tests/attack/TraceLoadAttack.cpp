@@ -26,13 +26,13 @@ bool isLong() {
     return form != nullptr && std::strcmp(form, "long") == 0;
 }
 
-/// In KiB, what of this process is in memory.
+/// The resident memory of this process, in KiB.
 long residentMemory() {
     const std::string status = readFile("/proc/self/status");
     return std::atol(status.c_str() + status.find("VmRSS:") + 6);
 }
 
-/// A tracer and a logger of the test's own, with rings that turn.
+/// A tracer whose ring rotates, and a logger.
 class TraceLoad : public testing::Test {
 protected:
     TraceLoad() {

@@ -1,5 +1,5 @@
-/* An allocation fails. What the stand-in for the bus asks for itself neither counts nor fails: it is no part of a real
-   machine, and gives up without memory. */
+/* Allocations fail. Those of the virtual bus's preloaded library neither count nor fail: a real machine has
+   no such library, and it gives up when it gets no memory. */
 
 #define _GNU_SOURCE
 #include "mapped-faults.h"
@@ -9,7 +9,7 @@
 #include <stddef.h>
 #include <string.h>
 
-/* The C library's own, past what is defined here. */
+/* The C library's own functions, which the definitions below replace. */
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);

@@ -1,6 +1,6 @@
-/* What a test and the library that it has preloaded into the launcher share: one page of a file, mapped by both. The
-   test writes the wishes and reads the counts, also while the launcher runs. All fields are read and written with
-   __atomic operations. */
+/* The memory that a test shares with the library that it preloads into the launcher: a file that both map.
+   The test switches faults on and off and reads the counts, also while the launcher runs. Both access all
+   fields but disk_folder with __atomic operations; disk_folder is set before disk_error. */
 #pragma once
 
 #include <limits.h>
@@ -12,26 +12,28 @@
 enum event_fault { EVENTS_WHOLE, EVENTS_TWICE, EVENTS_EXCHANGED, EVENTS_CUT };
 
 struct faults {
-    /* Memory. The allocation with the number fail_from fails (the first has 1; 0: none does), and fail_more behind it. */
+    /* Memory: allocation number fail_from (the first is 1; 0: none) and the fail_more allocations after it
+       fail. */
     uint64_t allocations;
     uint64_t fail_from;
     uint64_t fail_more;
     uint64_t failed_allocations;
 
-    /* Files below this folder: opening them for writing, and every write, fails with disk_error; 0: they work. */
+    /* Opening a file below this folder for writing, and writing into one, fails with disk_error; 0: it works.
+       */
     char disk_folder[PATH_MAX];
     int32_t disk_error;
     uint64_t refused_writes;
 
-    /* What opens or reads anything below /proc or /sys fails with this; 0: it works. */
+    /* Opening, listing or querying a path below /proc or /sys fails with this; 0: it works. */
     int32_t proc_error;
     int32_t sys_error;
     uint64_t refused_looks;
 
-    /* The clock that people set, in seconds ahead of the real one. The monotonic one goes on. */
+    /* How many seconds the wall clock is ahead of the real one. The monotonic clock is not shifted. */
     int64_t clock_shift;
 
-    /* What becomes of the events on their way from the kernel. */
+    /* How events are spoilt on their way from the kernel. */
     int32_t event_fault; /* enum event_fault */
     uint64_t touched_events;
 };

@@ -2,5 +2,6 @@
 
 #include "faults.h"
 
-/* The shared page; null where there is none, or where this process is not the launcher: what it starts is spared. */
+/* The shared memory; null if there is none or this process is not the launcher: the programs that it starts
+   see no faults. */
 struct faults* mappedFaults(void);

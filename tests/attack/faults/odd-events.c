@@ -19,7 +19,7 @@ struct message {
     size_t credentialsLength;
 };
 
-/* What has been taken from the socket and is still to be told. */
+/* Messages that were taken from the socket and are not delivered yet. */
 static struct message kept[2];
 static int keptCount = 0;
 
@@ -42,13 +42,14 @@ static int take(int socket, struct message* message) {
     return 1;
 }
 
-/* Whether the event in front, or the next to come, is not simply the socket's. */
+/* Whether the next message is taken from kept[], or must be spoilt, and so does not come directly from the
+   socket. */
 static int isSpoilt(const struct faults* faults, int socket) {
     return faults && isMonitor(socket) &&
            (keptCount > 0 || __atomic_load_n(&faults->event_fault, __ATOMIC_RELAXED) != EVENTS_WHOLE);
 }
 
-/* Sees to a message to tell; errno says why there is none. */
+/* Puts the next message into kept[0]; returns 0 and sets errno if there is none. */
 static int fetch(int socket, struct faults* faults) {
     const int fault = __atomic_load_n(&faults->event_fault, __ATOMIC_RELAXED);
     if (keptCount > 0)
@@ -66,7 +67,7 @@ static int fetch(int socket, struct faults* faults) {
     }
     if (fault == EVENTS_EXCHANGED) {
         kept[1] = kept[0];
-        if (!take(socket, &kept[0])) { /* it is alone */
+        if (!take(socket, &kept[0])) { /* no other to exchange it with */
             kept[0] = kept[1];
             return 1;
         }
@@ -76,7 +77,7 @@ static int fetch(int socket, struct faults* faults) {
     return 1;
 }
 
-/* libudev asks for the size first, by a look at nothing. */
+/* libudev first asks for the message's size: it peeks with an empty buffer. */
 ssize_t recv(int socket, void* buffer, size_t size, int flags) {
     ssize_t (*next)(int, void*, size_t, int) = (ssize_t(*)(int, void*, size_t, int))dlsym(RTLD_NEXT, "recv");
     struct faults* const faults = mappedFaults();

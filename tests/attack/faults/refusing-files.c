@@ -1,4 +1,4 @@
-/* A disk that takes nothing, and file systems of the kernel that may not be read. */
+/* A disk that cannot be written, and /proc and /sys that cannot be read. */
 
 #define _GNU_SOURCE
 #include "mapped-faults.h"
@@ -50,7 +50,7 @@ static int refusesToOpen(const char* path, int flags) {
     return refusesToLook(path);
 }
 
-/* Asked by a crash handler too, so without memory of its own. */
+/* Allocates nothing, because a crash handler calls it, too. */
 static int refusesToWrite(int descriptor) {
     struct faults* const faults = mappedFaults();
     char link[64];

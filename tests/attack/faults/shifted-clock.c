@@ -1,4 +1,4 @@
-/* Somebody sets the clock. */
+/* The wall clock is set forward or back. */
 
 #define _GNU_SOURCE
 #include "mapped-faults.h"
