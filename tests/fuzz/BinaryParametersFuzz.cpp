@@ -3,8 +3,8 @@
 
 #include <memory>
 
-// Whatever the file holds: it is read without harm up to the damage, every block before it can be asked for,
-// and a write keeps them all and is read back.
+// Whatever the file holds: it is read safely up to the damage, every block before the damage can be read by
+// name, and a write keeps all of them and can be read back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const StoreFolder folder;
     BinaryAppDataPersistence store("Fuzz", "Domain", PERSISTENCE_CURRENT_USER);

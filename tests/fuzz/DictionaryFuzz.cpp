@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Whatever was read can be used, copied and written, and what was written can be read.
+// A dictionary that was read can be used, copied and written, and the written text can be read.
 static void exercise(Dictionary& dictionary) {
     Dictionary copy(dictionary);
     require(copy.equals(dictionary));

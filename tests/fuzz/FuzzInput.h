@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <string>
 
-/// Takes the bytes of a fuzz program's input apart. Behind the end come zeros and empty texts.
+/// Splits the input of a fuzz program into values. After its end it yields zeros and empty texts.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : m_next(data), m_end(data + size) {}
 
     bool isEmpty() const { return m_next == m_end; }
     std::uint8_t byte() { return isEmpty() ? std::uint8_t{0} : *m_next++; }
-    /// Up to the next line feed, which is taken too.
+    /// The text up to the next line feed, which is consumed, too.
     std::string line() {
         std::string text;
         while (!isEmpty()) {

@@ -12,7 +12,7 @@
 
 struct SyntaxError {};
 
-/// A language's scanner over a text in memory, which it gets in pieces of a given size.
+/// A language's scanner that reads a text in memory, in pieces of a given size.
 template <typename Scanner>
 class PieceScanner : public Scanner {
 public:
@@ -33,7 +33,7 @@ private:
     std::size_t m_read = 0;
 };
 
-/// A language's parser over such a scanner; a syntax error is thrown.
+/// A language's parser over such a scanner; stops at the first syntax error.
 template <typename Scanner, typename Parser>
 class PieceParser : public Parser {
 public:
@@ -74,7 +74,7 @@ std::vector<std::string> tokensOf(Scanner& scanner) {
     return tokens;
 }
 
-/// A file yields the same words as its text does, in whatever pieces that is read.
+/// A file yields the same tokens as its text, read whole or in pieces.
 template <typename Scanner, typename FileScanner>
 void checkWords(const std::string& text) {
     PieceScanner<Scanner> whole(text, text.size());

@@ -13,18 +13,19 @@
 
 using namespace kf::detail;
 
-// The formats are the input's, so no compiler can check them: what fits them is chosen here.
+// The formats come from the input, so the compiler cannot check them. The code below passes arguments that
+// fit.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-// A format whose arguments fit, with any width, any flags and any text around: a log line holds what vsnprintf makes of
-// it, cut where lines are cut, and the quick way gives the same or refuses.
+// For a format with fitting arguments, any width, any flags and any text around: the log line is what
+// vsnprintf writes, cut to the longest line, and QuickFormat writes the same or refuses.
 
 namespace {
 
 const std::size_t LONGEST = 20000;
 
-/// As lines are cut: see MessageText.
+/// Cuts a text as the logger cuts a line: see MessageText.
 std::string limited(const std::string& text) {
     if (text.size() == 2048 || text.size() == LONGEST)
         return text.substr(0, text.size() - 1);
@@ -56,7 +57,7 @@ void compareWithQuickFormat(const std::string& expected, const char* format, ...
     va_end(arguments);
 }
 
-/// Flags, width and precision of the input's choice.
+/// A conversion with flags, width and precision from the input.
 std::string conversion(FuzzInput& input, const char* length, const char* types) {
     static const char FLAGS[] = "-0+ #'";
     const std::uint8_t shape = input.byte();
@@ -73,7 +74,7 @@ std::string conversion(FuzzInput& input, const char* length, const char* types) 
     return text;
 }
 
-/// The text stands for itself in a format.
+/// The text, escaped so that a format prints it literally.
 std::string plain(const std::string& text) {
     std::string plainText;
     for (const char c : text.substr(0, text.find('\0')))

@@ -5,7 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
-// A modem's file is refused with its line, or it is a modem that is the same once it is written and read again.
+// A modem file is refused, naming file and line, or its modem stays the same when it is written and read
+// again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::istringstream file(std::string(reinterpret_cast<const char*>(data), size));
     Zevo::Modem modem;

@@ -6,11 +6,11 @@
 #include "TemporaryFolder.h"
 #include "TextFile.h"
 
-// Names and patterns of any bytes, below a folder of the program's own.
+// Names and patterns of any bytes, below a temporary folder.
 
 namespace {
 
-/// Every entry that the finder finds.
+/// The number of entries that the finder finds.
 int countOf(FileFinder&& finder) {
     int count = 0;
     for (std::string name; finder.findNextFile(name); ++count)
@@ -23,8 +23,8 @@ int countOf(FileFinder&& finder) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const TemporaryFolder folder;
     FuzzInput input(data, size);
-    const std::string relative =
-        input.line().substr(0, 600); // each folder of a deep tree is walked to from the root
+    // Limited, because each folder of a deep tree is reached from the root again.
+    const std::string relative = input.line().substr(0, 600);
     const std::string name = input.line();
     const std::string pattern = input.line();
     if ((relative + name).find("..") != std::string::npos)

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-/// Ends the process when a fuzz program's rule is broken: that is how libFuzzer and the tests hear of it.
+/// Aborts the process if the condition is false: so libFuzzer and the tests notice it.
 inline void require(bool condition) {
     if (!condition)
         std::abort();

@@ -10,7 +10,7 @@
 namespace {
 
 std::deque<ScriptedDevice> events;
-int sockets[2] = {-1, -1}; // the monitor's, and where it gets a byte for each event
+int sockets[2] = {-1, -1}; // the monitor's, and its peer, which sends one byte for each event
 
 const char* valueIn(const std::map<std::string, std::string>& values, const std::string& name) {
     const auto found = values.find(name);
@@ -27,7 +27,7 @@ struct udev_device {
 void ScriptedUdev::send(ScriptedDevice event) {
     events.push_back(std::move(event));
     if (sockets[1] >= 0 && ::send(sockets[1], "e", 1, MSG_DONTWAIT) != 1)
-        events.pop_back(); // as many as the socket holds
+        events.pop_back(); // the socket's buffer is full
 }
 
 extern "C" {
@@ -64,7 +64,7 @@ int udev_monitor_get_fd(udev_monitor*) {
 udev_device* udev_monitor_receive_device(udev_monitor*) {
     char byte;
     if (events.empty() || recv(sockets[0], &byte, 1, MSG_DONTWAIT) != 1)
-        std::abort(); // it has looked first
+        std::abort(); // the feed polls before it receives
     ScriptedDevice event = std::move(events.front());
     events.pop_front();
     if (event.syspath.empty()) {
@@ -75,7 +75,7 @@ udev_device* udev_monitor_receive_device(udev_monitor*) {
 }
 
 udev_device* udev_device_new_from_syspath(udev*, const char*) {
-    return nullptr; // nothing is there but what events tell
+    return nullptr; // devices exist only in events
 }
 udev_device* udev_device_unref(udev_device* device) {
     delete device;

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-/// One event or device as libudev tells it. What a map does not hold, udev does not know.
+/// One event or device as libudev reports it. libudev returns null for names that a map lacks.
 struct ScriptedDevice {
     std::string syspath;
     std::map<std::string, std::string> properties; ///< ACTION, SUBSYSTEM, DEVTYPE and DEVNAME among them
@@ -13,10 +13,10 @@ struct ScriptedDevice {
     std::map<std::string, std::string> parents;
 };
 
-/// The events that libudev has for the feed; ScriptedUdev.cpp stands in for the library. One thread.
+/// The events that libudev delivers to the feed; ScriptedUdev.cpp is a stub of the library. One thread.
 namespace ScriptedUdev {
 
-/// The next event; without a path one that libudev cannot read.
+/// Queues an event; one without a path is one that libudev cannot read.
 void send(ScriptedDevice event);
 
 } // namespace ScriptedUdev

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <unistd.h>
 
-// Whatever the file holds: every line is a statement, a variable or a mistake that can be told with its place.
+// Whatever the file holds: every line is a statement, a variable or a mistake, reported with its place.
 
 namespace {
 
@@ -33,7 +33,7 @@ void requireWhole(const Zevo::Step& step, int lines) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const TemporaryFolder folder;
-    // Devices may be files: relative ones are looked for where there is none.
+    // A device may be a file name: a relative one is searched for in this folder.
     static const bool isThere = chdir(folder.path().c_str()) == 0;
     require(isThere);
     const std::string path = folder / "script.sim";

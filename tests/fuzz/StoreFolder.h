@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-/// Application-data folders of the fuzz program's own, in which a store finds the bytes it is given.
+/// Application-data folders for the fuzz program; the input is written into the file of a store there.
 class StoreFolder {
 public:
     std::string file(const std::string& name) const { return m_folder / "user/Ferrow/Fuzz/" + name; }

@@ -1,8 +1,8 @@
 #include "AppDataPersistence.h"
 #include "StoreFolder.h"
 
-// Whatever the file holds: it is read without harm, every parameter in it can be asked for, and a write keeps
-// them all and is read back.
+// Whatever the file holds: it is read safely, every parameter in it can be read by name, and a write keeps
+// all of them and can be read back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const StoreFolder folder;
     AppDataPersistence store("Fuzz", "Domain", PERSISTENCE_CURRENT_USER);

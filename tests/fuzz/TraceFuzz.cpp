@@ -9,8 +9,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-// Whatever the file holds: each line comes out once, every command has an answer, and what is written for other
-// programs is JSON.
+// Whatever the file holds: no line is lost, every command gives an answer, and every export is valid JSON.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const TemporaryFolder folder;
     const std::string path = folder / "trace_0.txt";

@@ -6,8 +6,8 @@
 #include "TraceStream.h"
 #include "Tracer.h"
 
-// What traced code hands over that the compiler does not check: streamed text, which is a format without arguments, and
-// the compiler's text of a function, of which the trace shows a part.
+// Texts of traced code that the compiler does not check: streamed text, which is used as a format without
+// arguments, and the function's signature as the compiler gives it, of which the trace shows the name.
 
 namespace {
 

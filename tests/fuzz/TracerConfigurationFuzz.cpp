@@ -32,7 +32,7 @@ struct Outcome {
     }
 };
 
-// Statements and filters, and a traced call under them.
+/// Parses the statements, asks the filters, and traces a call under them.
 Outcome readInPieces(const std::string& text, std::size_t piece) {
     Tracer tracer;
     Tracer::SetInstance(&tracer);

@@ -5,9 +5,10 @@
 
 #include <set>
 
-// Events of udev, each a few lines of text: "p=/sys/devices/usb1/1-1" is the path, "P=..." a parent's; "a=add" and the
-// like are properties and attributes by one letter, in upper case the attributes. An empty line ends the event. Whatever
-// comes: the registry stays a registry, and is empty again in the end.
+// The input is udev events, each a few lines of text: "p=/sys/devices/usb1/1-1" is the path, "P=..." and
+// "Q=..." are parents' paths; a lower-case letter names a property ("a=add"), an upper-case one an attribute.
+// An empty line ends the event. After any events each service has a path of its own, and when all devices
+// have left, the registry is as at first.
 
 using namespace LinuxPlatform;
 
@@ -68,7 +69,7 @@ void addTo(ScriptedDevice& event, const std::string& line) {
     }
 }
 
-/// Every service that is there has a path of its own, below the root.
+/// Each service of the registry has a path of its own, below the root.
 void checkPaths(const Registry& registry) {
     std::set<std::string> paths;
     for (const auto& [id, service] : registry.services()) {
