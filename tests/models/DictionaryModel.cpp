@@ -60,7 +60,7 @@ std::string itemPathBelow(const Node& tree, const Node& item, const std::string&
 
 // ---- reading
 
-/// A text that is read line by line, as a stream is: behind its end every line is empty.
+/// A text that is read line by line, like a stream: after its end every line is empty.
 struct Lines {
     std::string text;
     std::size_t position = 0;
@@ -83,14 +83,14 @@ std::string trim(const std::string& text) {
     return first == std::string::npos ? "" : text.substr(first, last - first + 1);
 }
 
-/// False where the line lacks the tag.
+/// False if the line lacks the tag.
 bool xmlValue(const std::string& tag, const std::string& line, std::string& value) {
     const std::size_t begin = line.find(tag);
     if (begin == std::string::npos)
         return false;
     const std::size_t behindTag = begin + tag.size();
     const std::size_t end = line.find("</");
-    // The first "</" of the line, also where it stands before the value: then there is nothing to cut at.
+    // Only the first "</" of the line counts. If it precedes the value, the value is not cut.
     const bool cuts = end != std::string::npos && end >= behindTag;
     value = trim(line.substr(behindTag, cuts ? end - behindTag : std::string::npos));
     return true;
@@ -174,7 +174,7 @@ bool contains(const Node& node, std::string_view path) {
         return false;
     if (parts.isKey)
         return true;
-    // Any child will do, not only the one under the head.
+    // Any child that contains the rest will do, not only the one whose key is the head.
     return std::any_of(node.children.begin(), node.children.end(),
                        [&](const Node& child) { return contains(child, parts.rest); });
 }

@@ -15,12 +15,12 @@
 #include <string>
 #include <vector>
 
-// Random sequences of operations on the framework's Dictionary and on its model: after each the two hold and answer the
-// same, and save the same bytes.
+// Random sequences of operations on the framework's Dictionary and on its model: after each operation both
+// hold the same items, give the same answers and save the same bytes.
 
 namespace {
 
-// ---- what happens
+// ---- operations
 
 /// A leaf of a tree that is passed to an operation.
 struct Leaf {
@@ -33,7 +33,7 @@ struct Leaf {
 enum class Operation {
     AddText,
     AddNumber,
-    SetLeaf, // whose own name is not its key
+    SetLeaf, // a leaf whose own name is not its key
     SetTree,
     AddDictionary,
     Merge,
@@ -82,10 +82,10 @@ void showValue(const Step& step, std::ostream& out) {
     out << "}, \"" << step.file << "\")\n";
 }
 
-// ---- how it is made up
+// ---- generators
 
 rc::Gen<std::string> someKey() {
-    // Few, so that operations meet one another. One looks like a path, which only a file can make a key.
+    // Few, so that operations often use the same keys.
     return rc::gen::elementOf(std::vector<std::string>{"a", "b", "c", "ab", "d", ""});
 }
 
@@ -110,6 +110,7 @@ rc::Gen<Leaf> someLeaf() {
 }
 
 rc::Gen<std::string> someLine() {
+    // The key "a.b" looks like a path; only a file can contain such a key.
     return rc::gen::elementOf(std::vector<std::string>{"<key>a</key>",
                                                        "\t<key>b</key>",
                                                        "<key> c </key>",
@@ -181,7 +182,7 @@ struct rc::Arbitrary<Step> {
 
 namespace {
 
-// ---- the same for both
+// ---- operations on both
 
 std::unique_ptr<Item> itemOf(const Leaf& leaf) {
     if (leaf.isNumber)
@@ -193,7 +194,7 @@ model::Node nodeOf(const Leaf& leaf) {
     return leaf.isNumber ? model::numberLeaf(leaf.path, leaf.number) : model::textLeaf(leaf.path, leaf.text);
 }
 
-/// Both kinds of a tree.
+/// A tree of the framework and its model.
 struct Both {
     Dictionary tree;
     model::Node model = model::emptyTree();
@@ -285,7 +286,7 @@ void perform(const Step& step, Both& both, const TemporaryFolder& folder) {
     }
 }
 
-// ---- what both answer, as texts
+// ---- answers of both, as texts
 
 std::string shown(Item* item) {
     static const std::regex ADDRESS("\\[0x[0-9a-f]+\\]");
@@ -362,14 +363,15 @@ RC_GTEST_PROP(DictionaryModelTest, AnswersAsItsModel, (const std::vector<Step>& 
 
 // ---- laws
 
-/// What the format can hold: no line feed, no zero, no "<", no blank at either end.
+/// A text that the format can hold: no line feed, no zero, no "<", no blank at either end.
 rc::Gen<std::string> someSupportedText() {
     const auto character = rc::gen::suchThat(rc::gen::arbitrary<char>(),
                                              [](char c) { return c != '\n' && c != '\0' && c != '<'; });
     return rc::gen::map(rc::gen::container<std::string>(character), &Item::trim);
 }
 
-/// Fills a tree with such texts, some levels deep. No key holds a full stop, which would make a path of it.
+/// Fills a tree with such texts, to a depth of `levels`. No key contains a full stop, which would make it a
+/// path.
 void fill(Dictionary& tree, int levels) {
     const auto keys = *rc::gen::resize(6, rc::gen::container<std::vector<std::string>>(someSupportedText()));
     for (std::string key : keys) {
@@ -409,7 +411,7 @@ RC_GTEST_PROP(DictionaryLawsTest, MergingAddsWhatIsMissingAndNothingElse,
     RC_ASSERT(again.equals(merged));
     again.mergeDictionary(one.tree);
     RC_ASSERT(again.equals(merged));
-    // A merge never changes a leaf: who has a value keeps it.
+    // A merge never changes a leaf that exists.
     for (const Leaf& leaf : ours) {
         Item* const item = one.tree.getItem(leaf.path);
         if (item != nullptr && item->getAsDictionary() == nullptr)

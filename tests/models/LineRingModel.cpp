@@ -16,7 +16,7 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-/// The bit of a level word, for instance of "TRACE_ERROR" behind the prefix "trace_"; in any letter case.
+/// The bit of a level word, for instance of "TRACE_ERROR" with the prefix "trace_"; ignores the word's case.
 unsigned levelBit(const std::string& prefix, const std::string& word) {
     const std::vector<std::string> words = {"debug",   "error",   "warning", "level_0", "level_1",
                                             "level_2", "level_3", "level_4", "level_5"};
@@ -26,7 +26,7 @@ unsigned levelBit(const std::string& prefix, const std::string& word) {
     return 0;
 }
 
-/// A number of a statement: the largest one where it is beyond the range.
+/// The number that a statement gives, at most INT32_MAX.
 int numberOf(const std::string& digits) {
     std::int64_t number = 0;
     for (const char digit : digits) {
@@ -52,13 +52,13 @@ void LineRing::put(const std::string& line) {
 
 bool LineRing::drain() {
     if (isNowhere(current))
-        return true; // what waits from before goes on waiting for a file
+        return true; // lines that were queued earlier keep waiting for a file
     if (blocked.count(current) != 0)
         return false;
     if (m_truncates)
         files[current].clear();
     m_truncates = false;
-    files[current]; // an open file is there, also when nothing is written
+    files[current]; // opening creates the file, even if nothing is written
     while (!m_queue.empty()) {
         files[current] += m_queue.front();
         m_queue.pop_front();
@@ -66,7 +66,8 @@ bool LineRing::drain() {
             continue;
         ++index;
         nameCurrent();
-        // DELIBERATE: lines that this drain goes on to write are emptied away by the next one.
+        // DELIBERATE: the next drain truncates this file and loses the lines that this drain still writes
+        // into it.
         m_truncates = true;
         lineCount = 0;
         if (blocked.count(current) != 0)
@@ -79,7 +80,7 @@ bool LineRing::drain() {
 std::string messageText(const std::string& text) {
     if (text.size() > 20000)
         return text.substr(0, 19999) + " ...";
-    // The limits take one more than the text has room for, and the last character goes unmarked.
+    // Each limit admits one character more than the buffer holds: the last character is cut without a mark.
     if (text.size() == 2048 || text.size() == 20000)
         return text.substr(0, text.size() - 1);
     return text;

@@ -10,12 +10,13 @@
 
 namespace model {
 
-/// A ring of text files and the lines that wait for it, as the rules of trace and log files have it. The files are a map.
+/// A model of a ring of text files and its queue of lines, after the rules of trace and log files. The files
+/// are a map.
 class LineRing {
 public:
     explicit LineRing(bool truncatesFirst) : m_truncates(truncatesFirst) {}
 
-    // Settings, and what the rules of the tracer and the logger change themselves.
+    // Settings, and state that the models of tracer and logger change directly.
     int maximumFiles = 10;
     int maximumLines = 100000;
     std::string folder; // with its separator
@@ -24,18 +25,18 @@ public:
     int index = 0;
     int lineCount = 0;
 
-    /// By path. A path that is blocked cannot be opened.
+    /// The contents by path, and the paths that cannot be opened.
     std::map<std::string, std::string> files;
     std::set<std::string> blocked;
 
-    /// Nothing is written for this one.
+    /// Whether this is the name for which nothing is written.
     static bool isNowhere(const std::string& name) { return name == "msvc"; }
     std::string fileName(int number) const { return base + "_" + std::to_string(number) + ".txt"; }
-    /// Of the base name and the index, which first wraps.
+    /// Wraps the index, then forms the current name from the base name and the index.
     void nameCurrent();
     void truncateNext(bool truncates = true) { m_truncates = truncates; }
     void put(const std::string& line);
-    /// False when the current file could not be opened; nothing was written then.
+    /// False if the current file cannot be opened; then nothing is written.
     bool drain();
     bool isEmpty() const { return m_queue.empty(); }
 
@@ -44,15 +45,15 @@ private:
     std::deque<std::string> m_queue;
 };
 
-/// The text of a message as it stands in a line: its limits and its mark.
+/// The text of a message as a line shows it: cut to the limit, with the mark of a cut.
 std::string messageText(const std::string& text);
 
-/// A statement of a configuration file: its words, in lower case the first.
+/// A statement of a configuration file: its words, the first in lower case.
 using Statement = std::vector<std::string>;
-/// The statements of a text without errors. A last line without line feed is none.
+/// The statements of a text without errors. A last line without line feed is ignored.
 std::vector<Statement> statementsOf(const std::string& text);
 
-/// What the rules of the tracer and of the logger have in common, without a flush thread. Times are written as "[time]".
+/// What the models of tracer and logger share. There is no flush thread; times are written as "[time]".
 class LineOutput {
 public:
     LineRing ring;
@@ -71,16 +72,16 @@ protected:
         : ring(truncatesFirst), m_prefix(std::move(prefix)), m_tags(tags) {}
     virtual ~LineOutput() = default;
 
-    /// Does what a statement asks for that both languages have; any other leaves all as it is.
+    /// Executes a statement that both languages share; ignores any other.
     void execute(const Statement& statement);
     virtual void setFileName(const std::string& name) = 0;
-    /// Base name and current name of an output. False for one that has no files.
+    /// Sets the ring's base name and current name. False for the name for which nothing is written.
     bool nameRing(const std::string& name);
 
     bool isEnabled() const { return m_isEnabled; }
     bool isInLevelMask(unsigned level) const { return (m_levelMask & level) != 0; }
     std::string time() const { return m_printsTime ? "[time]" : ""; }
-    /// Empty for what is no level.
+    /// The tag of a level; empty if it is none.
     std::string tag(unsigned level) const;
 
 private:

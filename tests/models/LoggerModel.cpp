@@ -8,7 +8,7 @@
 namespace model {
 namespace {
 
-/// The day and the time of the day of a file's last change, each as a number that can be compared.
+/// The day and the time of day of a file's last change, each as a number, for comparisons.
 struct ModificationTime {
     int day = 0;
     int time = 0;
@@ -23,7 +23,7 @@ ModificationTime modificationTime(const std::string& path) {
             (local.tm_hour * 100 + local.tm_min) * 100 + local.tm_sec};
 }
 
-/// What successive reads of a line meet; a last line needs no line feed.
+/// The number of lines; a last line without line feed counts, too.
 int lineCountOf(const std::string& content) {
     const auto feeds = std::count(content.begin(), content.end(), '\n');
     return static_cast<int>(feeds) + (content.empty() || content.back() == '\n' ? 0 : 1);
@@ -55,7 +55,7 @@ int Logger::findLastUsedFile() const {
         if (ring.files.count(path) == 0 || number + 1 > ring.maximumFiles)
             return number - 1;
         const ModificationTime now = modificationTime(path);
-        // DELIBERATE: day and time are compared each by itself, not as one point in time.
+        // DELIBERATE: day and time of day are compared separately, not as one point in time.
         if (now.day < before.day || now.time < before.time)
             return number - 1;
         before = now;

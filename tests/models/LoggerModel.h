@@ -6,7 +6,7 @@
 
 namespace model {
 
-/// A logger, as its rules are written down.
+/// A model of the logger.
 class Logger : public LineOutput {
 public:
     Logger()
@@ -16,14 +16,14 @@ public:
                      false) {}
 
     void configure(const std::string& text);
-    /// Goes on with the newest file; reads the times of the files from the disk, since nobody can foretell them.
+    /// Continues the newest file. Takes the files' times from the disk, because a model cannot predict them.
     void setFileName(const std::string& name) override;
     void updateFileName() { ring.nameCurrent(); }
     int findLastUsedFile() const;
 
-    /// A line of a call site: the switch and the mask decide.
+    /// A call site's line: written if the logger is enabled and the level is in the mask.
     void log(unsigned level, const std::string& text);
-    /// A line whatever they say.
+    /// A line that is always written.
     void printMessage(unsigned level, const std::string& text);
 };
 

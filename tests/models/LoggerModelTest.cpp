@@ -10,8 +10,8 @@
 #include <utime.h>
 #include <vector>
 
-// Random sequences of operations on the framework's logger and on its model, with files that change meanwhile: after each,
-// the files of both hold the same bytes.
+// Random sequences of operations on the framework's logger and on its model, and changes of the files in
+// between: after each step, the files of both hold the same bytes.
 
 namespace {
 
@@ -96,7 +96,7 @@ protected:
     }
 
     void perform(const Step& step) {
-        const LoggerMsgType type = static_cast<LoggerMsgType>(1u << step.number % 10); // the last is none
+        const LoggerMsgType type = static_cast<LoggerMsgType>(1u << step.number % 10); // the last is no level
         const std::string path = m_files.folder() / ("log_" + std::to_string(step.number % 5) + ".txt");
         if (performShared(step.operation, m_logger, m_model, m_files, step.number, step.text, path))
             return;
@@ -110,7 +110,7 @@ protected:
             m_model.printMessage(type, step.text);
             break;
         case Operation::Configure:
-            m_files.unblock(); // a file name among the statements looks for files, and finds no folders
+            m_files.unblock(); // a file name statement reads the ring's files, which must not be folders
             configure(step.configuration);
             break;
         case Operation::Finish:
@@ -133,7 +133,7 @@ protected:
         }
     }
 
-    /// Files of a former run: some of them, with some content, and each with a time of its own.
+    /// Writes some files of a former run, with different contents and times.
     void putRing(unsigned number) {
         constexpr std::array<const char*, 4> CONTENTS = {"", "a line\n", "one\n\nthree\n",
                                                          "no line feed\nat the end"};
@@ -145,9 +145,9 @@ protected:
         }
     }
 
-    /// Gives a file one of a few times: of several days, and at several times of the day.
+    /// Gives a file one of a few modification times, on several days and at several times of day.
     void age(const std::string& path, unsigned number) {
-        constexpr std::time_t NOON = 1767182400; // of the last day of a year
+        constexpr std::time_t NOON = 1767182400; // on the last day of a year
         constexpr std::time_t HOUR = 3600;
         constexpr std::array<std::time_t, 6> TIMES = {
             NOON, NOON + 1, NOON - HOUR, NOON + 23 * HOUR, NOON + 24 * HOUR, NOON - 24 * HOUR};

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// RapidCheck's own headers do not pass the warnings that ours do.
+// RapidCheck's headers are not free of these warnings, which are errors here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wshadow"
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-// Random runs: each test of these programs makes up 500 inputs, and reduces one that fails to the smallest that still does. For
-// more inputs, and other ones:
+// Each test of these programs generates 500 random inputs; an input that fails is reduced to the smallest one
+// that still fails. For more and other inputs:
 //
 //     RC_PARAMS="max_success=100000" build/test/tests/models/DictionaryModelTest
 

@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// What is done to the files of a ring from outside, and what they hold.
+/// Changes the files of a ring from outside, on disk and in the model, and reads them.
 class RingFiles {
 public:
     explicit RingFiles(model::LineRing& model) : m_model(model) { model.folder = m_folder.path() + "/"; }
@@ -29,7 +29,7 @@ public:
         writeFile(path, content);
         m_model.files[path] = content;
     }
-    /// No file can be opened there, until unblock().
+    /// Puts a folder in the file's place, so that it cannot be opened until unblock().
     void block(const std::string& path) {
         if (m_model.files.count(path) == 0 && m_model.blocked.insert(path).second)
             mkdir(path.c_str(), 0777);
@@ -39,7 +39,7 @@ public:
             rmdir(path.c_str());
         m_model.blocked.clear();
     }
-    /// The files that are there, by path, as the model writes them.
+    /// The contents of the files on disk by path, with "[time]" in place of times, as in the model.
     std::map<std::string, std::string> read() const {
         static const std::regex TIME("\\[[0-9]{2}:[0-9]{2}:[0-9]{2}-[0-9]{3}\\]");
         std::map<std::string, std::string> files;
@@ -65,9 +65,9 @@ private:
     model::LineRing& m_model;
 };
 
-/// An operation that tracer and logger have alike, or that is done to their files, on the framework's and on the model. False
-/// for any other.
-/// @param operation  of an enumeration that names these so
+/// Performs an operation that tracer and logger share, or one on their files, on the framework and on the
+/// model. False for any other operation.
+/// @param operation  an enumerator of the caller's; the shared ones have the names below
 template <typename Operation, typename Framework, typename Model>
 bool performShared(Operation operation, Framework& framework, Model& model, RingFiles& files, unsigned number,
                    const std::string& text, const std::string& path) {
@@ -104,9 +104,9 @@ bool performShared(Operation operation, Framework& framework, Model& model, Ring
     }
 }
 
-/// A configuration text of some of these lines and of those that both languages have; at times the last one lacks its line
-/// feed.
-/// @param prefix  of the language's words
+/// A configuration text of random lines: these and some that both languages share. Sometimes the last line
+/// lacks its line feed.
+/// @param prefix  the prefix of the language's keywords, which replaces "@"
 inline rc::Gen<std::string> someConfiguration(const std::string& prefix, std::vector<std::string> lines) {
     for (std::string line : {"@ON",
                              "@ON\t \r",
@@ -139,7 +139,7 @@ inline rc::Gen<std::string> someConfiguration(const std::string& prefix, std::ve
                         [](const auto& parts) { return joined(parts.first, "\n") + parts.second; });
 }
 
-/// Mostly short; some of the lengths where texts are cut.
+/// Mostly a short text; sometimes one of a length near the limits at which texts are cut.
 inline rc::Gen<std::string> someMessage() {
     return rc::gen::map(
         rc::gen::weightedElement<int>({{200, 5},

@@ -12,14 +12,14 @@
 #include <utility>
 #include <vector>
 
-// Parameter stores over random names and values: what was accepted is read back equal, by this store object and by a new one,
-// and the file holds it in the documented form; what was refused changes nothing.
+// Parameter stores with random names and values: an accepted value is read back equal, by the same store
+// object and by a new one, and the file holds it in the documented form; a refused one changes nothing.
 
 namespace {
 
 using Parameters = std::vector<std::pair<std::string, std::string>>;
 
-/// Any bytes, and more often those that mean something to the formats.
+/// Any bytes; those that have a meaning in the formats are frequent.
 rc::Gen<std::string> someBytes() {
     const auto character =
         rc::gen::oneOf(rc::gen::elementOf(std::string("ab=\n\r \t\0%", 9)), rc::gen::arbitrary<char>());
@@ -29,7 +29,7 @@ rc::Gen<std::string> someBytes() {
 Parameters someParameters() {
     const auto name =
         rc::gen::oneOf(rc::gen::elementOf(std::vector<std::string>{"a", "b", "name", ""}), someBytes());
-    // Few: each is flushed to the disk.
+    // Few, because each is flushed to the disk.
     return *rc::gen::resize(10, rc::gen::container<Parameters>(rc::gen::pair(name, someBytes())));
 }
 
@@ -87,7 +87,7 @@ std::string read(BinaryAppDataPersistence& store, const std::string& name) {
     return data != nullptr ? std::string(data.get(), static_cast<std::size_t>(size)) : "(none)";
 }
 
-/// As it stands in front of a name or a block.
+/// The length as the file has it before a name or a block.
 std::string lengthOf(std::size_t length) {
     std::string text;
     for (int byte = 0; byte < 4; ++byte)

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Of a few characters, so that texts meet one another.
+/// A text of few different characters, so that equal texts are frequent.
 rc::Gen<std::string> someText() {
     return rc::gen::container<std::string>(rc::gen::elementOf(std::string("aAbB.,; /\xC4\xE4")));
 }
@@ -49,7 +49,7 @@ RC_GTEST_PROP(StringLawsTest, TokensAreWhatStandsBetweenDelimiters, ()) {
     }
 }
 
-/// Any text of code points but 0, which ends a text.
+/// A text of any code points except 0, which ends a text.
 rc::Gen<std::wstring> someWideText() {
     const auto plain = rc::gen::inRange<std::uint32_t>(1, 0x80);
     const auto below = rc::gen::inRange<std::uint32_t>(1, 0xD800);
@@ -88,14 +88,14 @@ RC_GTEST_PROP(PathLawsTest, WhatIsMadeAndCopiedIsThereUntilItIsRemoved, ()) {
     const std::string copy = folder / "copy/";
 
     RC_ASSERT(createFolder(tree + path));
-    RC_ASSERT(createFolder(tree + path)); // twice is as good as once
+    RC_ASSERT(createFolder(tree + path)); // idempotent
     RC_ASSERT(createFile(tree + path, "file"));
     RC_ASSERT(existFolder(tree + path));
     RC_ASSERT(copyFolder(folder / "tree", folder / "copy", "*"));
     RC_ASSERT(existFile(copy + path + "/file"));
 
     RC_ASSERT(!DeleteEmptyFolder(tree + path));
-    RC_ASSERT(!deleteFile(tree + path + "/file")); // DELIBERATE: false says that it is gone
+    RC_ASSERT(!deleteFile(tree + path + "/file")); // DELIBERATE: false means that the file was deleted
     RC_ASSERT(DeleteEmptyFolder(tree + path));
     RC_ASSERT(!existFile(tree + path));
     RC_ASSERT(deleteFolder(folder / "copy", true));

@@ -55,7 +55,7 @@ void Tracer::configure(const std::string& text) {
     for (const Statement& statement : statementsOf(text)) {
         const std::string& keyword = statement[0];
         const std::vector<std::string> words(statement.begin() + 1, statement.end());
-        // DELIBERATE: whatever stands before the switch-on is passed over.
+        // DELIBERATE: statements before TRACE_ON are ignored.
         if (keyword != "trace_on" && !isEnabled())
             continue;
         execute(statement);
@@ -93,7 +93,8 @@ Tracer::ThreadTracer* Tracer::tracerOf(int thread) {
 }
 
 Tracer::ThreadTracer* Tracer::takerOf(int thread, const Marker& marker) {
-    // A thread that has ended its trace in the middle of a call ends that call's trace with it.
+    // A call does not outlast the trace of its thread: if that ended during the call, the call's trace ended
+    // with it.
     ThreadTracer* const tracer = tracerOf(thread);
     return tracer != nullptr && marker.taker == tracer->number ? tracer : nullptr;
 }
@@ -179,10 +180,12 @@ void Tracer::endCall(int thread, const Marker& marker) {
     if (tracer->isEnabled && m_printsExits && marker.isPrinted) {
         const std::string column =
             std::string(NO_COUNT) + (marker.object != 0 ? addressColumn(marker) : NO_ADDRESS);
-        // DELIBERATE: the call still counts, so the line stands one unit deeper than that of its entry.
+        // DELIBERATE: the call is still on the stack, so this line is indented one unit deeper than that of
+        // its entry.
         printString(lineBegin(thread, *tracer, column) + "<- " + marker.method + "\n");
     }
-    // DELIBERATE: the innermost one, also where that is another's because the thread was switched meanwhile.
+    // DELIBERATE: removes the innermost call, even if it is another one because the thread was switched
+    // meanwhile.
     if (!tracer->stack.empty())
         tracer->stack.pop_back();
 }
@@ -201,7 +204,7 @@ void Tracer::printStacks(int thread) {
             continue;
         printString("\n-------------- CALLSTACK --------------\n");
         for (std::size_t depth = tracer.stack.size(); depth > 0; --depth) {
-            // DELIBERATE: the id is that of the thread that asks.
+            // DELIBERATE: each line has the id of the calling thread.
             printString(threadColumn(thread, tracer) + formatted("    [%d] %s\n", static_cast<int>(depth),
                                                                  tracer.stack[depth - 1].method.c_str()));
         }

@@ -9,10 +9,10 @@
 
 namespace model {
 
-/// A tracer, as its rules are written down; for threads that take turns.
+/// A model of the tracer, for threads that take turns.
 class Tracer : public LineOutput {
 public:
-    /// @param keys  of the threads, whole
+    /// @param keys  the full keys of the threads; lines show their lower 32 bits as ids
     explicit Tracer(std::vector<std::uint64_t> keys)
         : LineOutput("trace_",
                      {">> [D] ", ">> [E] ", ">> [W] ", ">> [0] ", ">> [1] ", ">> [2] ", ">> [3] ", ">> [4] ",
@@ -20,21 +20,21 @@ public:
                      true),
           m_keys(std::move(keys)) {}
 
-    /// One call, from its begin to its end. Passed back to the operations by whoever has it.
+    /// One call, from its begin to its end. The caller keeps it and passes it to the operations.
     struct Marker {
         std::string className;
         std::string method;
         bool isConstructor = false;
         std::uint64_t object = 0;
         bool isPrinted = false;
-        std::uint64_t taker = 0; // number of the thread tracer that took it in; 0 is none
+        std::uint64_t taker = 0; // number of the thread tracer that recorded it; 0: none did
     };
 
     void configure(const std::string& text);
     void setFileName(const std::string& name) override;
     void updateFileName();
 
-    // On a thread, given by its number.
+    // Operations on a thread, given by its number.
     void beginThread(int thread, const std::string& name);
     void endThread(int thread);
     void switchThread(int thread, bool on);

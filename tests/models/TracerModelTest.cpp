@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
-// Random sequences of operations on the framework's tracer and on its model, by three threads that take turns: after each,
-// the files of both hold the same bytes.
+// Random sequences of operations on the framework's tracer and on its model, by three threads that take
+// turns: after each operation, the files of both hold the same bytes.
 
 namespace {
 
@@ -131,7 +131,7 @@ struct rc::Arbitrary<Step> {
 
 namespace {
 
-/// A thread that does what it is told, one thing after the other.
+/// A thread that runs tasks one after the other.
 class Worker {
 public:
     Worker() : m_thread([this] { work(); }) {}
@@ -142,7 +142,7 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Returns when it is done.
+    /// Runs the task on the thread; returns when it is done.
     void run(std::function<void()> task) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_task = std::move(task);
@@ -170,10 +170,10 @@ private:
     std::condition_variable m_changed;
     std::function<void()> m_task;
     bool m_ends = false;
-    std::thread m_thread; // last: it uses the others
+    std::thread m_thread; // declared last, because it uses the other members
 };
 
-/// A call on both sides.
+/// A call, in the framework and in the model.
 struct Call {
     std::unique_ptr<CallMarker> marker;
     model::Tracer::Marker model;
@@ -181,7 +181,7 @@ struct Call {
 
 const char OBJECTS[4] = {};
 
-/// One of the forms of a call marker.
+/// Begins a call with one of the forms of a call marker.
 Call makeCall(unsigned number) {
     constexpr std::array<const char*, 2> FUNCTIONS = {"init", "B::run"};
     constexpr std::array<const char*, 4> PRETTY_NAMES = {
@@ -268,7 +268,7 @@ protected:
         case Operation::Stream: {
             if (calls.empty())
                 break;
-            // Mostly of the innermost call, as in a function.
+            // Mostly from the innermost call, as in a function.
             const Call& call = step.number % 8 == 0 ? calls.front() : calls.back();
             if (step.operation == Operation::Message)
                 writeMessage(*call.marker, type, step.text);
@@ -325,7 +325,7 @@ protected:
 };
 
 RC_GTEST_FIXTURE_PROP(TracerModelTest, WritesAsItsModel, (const std::vector<Step>& steps)) {
-    // Random statements alone seldom let a call into the trace.
+    // With random statements alone, calls are seldom traced.
     configure(*rc::gen::elementOf(std::vector<std::string>{
         "",
         "TRACE_ON\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\nTRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR "
