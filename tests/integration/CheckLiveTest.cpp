@@ -19,20 +19,21 @@ struct Answer {
     std::string text;
 };
 
-// zevo-check on the launcher's machine and bus.
+/// Runs zevo-check on the launcher's machine and bus.
 class CheckLive : public LauncherTest {
 protected:
     CheckLive() {
         std::string trace = m_machine.installedText("tracer_zevolauncher.cfg");
         const std::string lines = "MAX_LINES 100000000";
-        trace.replace(trace.find(lines), lines.size(),
-                      "MAX_LINES 100000"); // a ring that every disk has room for
+        // A ring for which every disk has room.
+        trace.replace(trace.find(lines), lines.size(), "MAX_LINES 100000");
         m_machine.install("tracer_zevolauncher.cfg", trace);
     }
 
     Answer check(const std::string& options, const std::vector<std::string>& more = {}) {
-        // The virtual bus calls a monitor by the number of its descriptor, whatever process it is in: one with the
-        // launcher's number would take the launcher's place.
+        // The virtual bus identifies a monitor by its descriptor's number alone, whatever its process: a
+        // monitor with the launcher's number would replace the launcher's. So zevo-check inherits descriptors
+        // that occupy the low numbers.
         std::vector<int> taken;
         for (int i = 0; i < 30; ++i)
             taken.push_back(dup(STDERR_FILENO));

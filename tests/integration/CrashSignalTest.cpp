@@ -28,7 +28,7 @@ std::string textOf(int signal) {
         {20, "SIGNAL_SIGCHLD"},
         {21, "SIGNAL_SIGTTIN"},
         {22, "SIGNAL_SIGTTOU"},
-        {30, " :  - In File :  - At Line : "}, // nothing was recorded: no contract is broken
+        {30, " :  - In File :  - At Line : "}, // no contract check has failed: nothing was recorded
     };
     const auto found = TEXTS.find(signal);
     return found == TEXTS.end() ? "UNKNOWN SIGNAL (" + std::to_string(signal) + ")" : found->second;
@@ -72,7 +72,7 @@ TEST_F(CrashSignal, Number28ChangesNothing) {
     EXPECT_TRUE(m_launcher->isRunning());
 }
 
-// Signals 9 and 19 cannot be caught on Linux: the kernel keeps them for itself.
+// Signals 9 and 19 cannot be caught on Linux: the kernel handles them itself.
 TEST_F(CrashSignal, Number9IsTheKernelsAndLeavesNoReport) {
     startLauncher();
     ASSERT_TRUE(endLauncherBySignal(9));
@@ -85,7 +85,7 @@ TEST_F(CrashSignal, Number19StopsTheLauncherUntilItIsContinued) {
     startLauncher();
     m_launcher->sendSignal(19);
     ASSERT_TRUE(waitUntil([&] { return stateOf(m_launcher->pid()) == 'T'; }));
-    expectEndWithReport(18); // to be continued is caught like nearly everything, and ends the launcher
+    expectEndWithReport(18); // SIGCONT is caught like nearly every signal, and ends the launcher
 }
 
 TEST_F(CrashSignal, InstallingTheHandlersTracesTheTwoThatCannotBeCaught) {
@@ -105,7 +105,7 @@ TEST_F(CrashSignal, NeedsNoTraceToEndWithStatus0) {
     EXPECT_EQ(m_launcher->exitStatus(), 0);
 }
 
-/// With the flush threads at work, as in the field.
+/// With trace lines in the queue of the flush thread, as in the field.
 class QueuedTrace : public CrashSignal {
 protected:
     QueuedTrace() {
@@ -124,7 +124,7 @@ TEST_F(QueuedTrace, LosesNoLine) {
     EXPECT_EQ(m_trace.count("Start executable : /Applications/Quillmarsh.app\n"), 1);
 }
 
-/// The signal that stops the launcher, and the one that comes right behind it; 0: none.
+/// The signal that stops the launcher, and one that follows at once; 0: none.
 class Stop : public QueuedTrace, public testing::WithParamInterface<std::pair<int, int>> {};
 
 TEST_P(Stop, LeavesTraceAndLogWholeWhateverSignalComesNext) {
@@ -135,7 +135,7 @@ TEST_P(Stop, LeavesTraceAndLogWholeWhateverSignalComesNext) {
     ASSERT_TRUE(m_launcher->waitForEnd());
     EXPECT_EQ(m_launcher->exitStatus(), 0);
     EXPECT_EQ(m_trace.count("\t\t\tLaunching ZevoLauncher\n"), 1);
-    // The second one may be delivered first, or at the same moment to another thread.
+    // The second signal may be delivered first, or to another thread at the same moment.
     EXPECT_EQ(m_trace.count("SIGNAL_FILTER\n"), 2) << "the call and the stack";
     EXPECT_GE(m_trace.count("-------------- CALLSTACK --------------\n"), 1);
     EXPECT_EQ(m_trace.count("    [1] ZevoLauncher::Main\n"), 1);

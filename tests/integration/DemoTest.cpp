@@ -20,7 +20,8 @@ namespace {
 
 const char READY[] = "The launcher is ready.";
 
-/// The demo as a user starts it, with a temporary folder of its own to see what it leaves there.
+/// The demo as a user starts it, with a temporary folder of its own, so that a test sees what it leaves
+/// there.
 class Demo : public testing::Test {
 protected:
     Demo() : m_folder("zevo-demo-test"), m_output(m_folder.path() + "/output.txt") {

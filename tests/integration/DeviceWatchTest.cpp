@@ -74,7 +74,7 @@ TEST_F(DeviceWatch, CompositeModemArrivesSeveralTimesAndStartsEachApplicationOnc
     startLauncher();
     m_bus.plug("1-1", composite.modem);
     plugMarker();
-    // The device, and each of its five interfaces, at the least.
+    // At least one for the device and one for each of its five interfaces.
     EXPECT_GE(arrivalsOf(composite.modem), 6);
     expectStarts(1, 1);
 }
@@ -153,7 +153,7 @@ TEST_F(DeviceWatch, OnlyTheNotifierIsStartedWhenTheMainApplicationRuns) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    plugMarker(); // past the last of the modem's arrivals
+    plugMarker(); // the modem's last arrival is dealt with
     ASSERT_TRUE(m_machine.quit(Bundle::notifier));
     unplugAndWait("1-1");
     m_bus.plug("1-1", m_modem.modem);
@@ -169,7 +169,7 @@ TEST_F(DeviceWatch, OnlyTheMainApplicationIsStartedWhenTheNotifierRuns) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
     expectStarts(1, 1);
-    plugMarker(); // past the last of the modem's arrivals
+    plugMarker(); // the modem's last arrival is dealt with
     ASSERT_TRUE(m_machine.quit(Bundle::mainApplication));
     m_bus.plug("1-2", m_modem.modem);
     expectStarts(2, 1);
@@ -225,8 +225,8 @@ TEST_F(DeviceWatch, TwoEqualModemsStartEachApplicationOnce) {
     expectStarts(2, 2);
 }
 
-// A device's arrivals are told from its neighbour's by their paths: port 1-1 must not take those of port 1-10
-// for its own, nor those of an equal modem anywhere else.
+// The services below a device are recognised by their paths: a watch of port 1-1 must not report those of
+// port 1-10, nor those of an equal modem elsewhere.
 TEST_F(DeviceWatch, ModemsAtPorts1And10DoNotAnswerForEachOther) {
     startLauncher();
     m_bus.plug("1-1", m_modem.modem);
@@ -262,7 +262,7 @@ TEST_F(DeviceWatch, EventsOfOtherKindsAreIgnored) {
     expectStarts(1, 1);
 }
 
-// Plugged in at a point of the start-up that the trace names, each time for a launcher of its own.
+/// A point of the start-up, recognised by a text of the trace, at which the modem is plugged in.
 struct StartPoint {
     const char* name;
     const char* traceText;

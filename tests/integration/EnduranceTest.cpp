@@ -6,7 +6,7 @@ using namespace Zevo;
 
 namespace {
 
-// A sanitizer's runtime keeps freed memory back, on purpose; here as little as it can be told to.
+// A sanitizer's runtime deliberately retains freed memory; sanitizerKeepingLittle() limits that.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 const long GROWTH_ALLOWED_KIB = 16 * 1024;
 #else
@@ -20,7 +20,7 @@ std::string sanitizerKeepingLittle() {
 
 class Endurance : public LauncherTest {
 protected:
-    /// One line per arrival and removal is enough here; the file is opened anew for each.
+    /// Traces few lines per arrival and removal, because each line opens the file anew.
     void traceOnlyWhatIsCounted() {
         m_machine.install(
             "tracer_zevolauncher.cfg",
@@ -70,8 +70,8 @@ TEST_F(Endurance, AThousandArrivalsAndRemovalsMissNothingAndLeaveMemoryAndDescri
     for (int round = 1; round <= ROUNDS; ++round) {
         m_bus.plug("1-1", round % 20 == 0 ? m_modem.modem : simple);
         m_bus.unplug("1-1");
-        // Bursts, but not one of a thousand: what a busy machine has still to deliver is not what is
-        // measured.
+        // In bursts, but not in one of a thousand: events that a busy machine has not delivered yet take
+        // memory, too, and are not to be measured.
         if (round % BURST == 0)
             waitForRemovals(BURST);
         if (round == WARM_UP) {

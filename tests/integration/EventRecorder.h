@@ -8,8 +8,8 @@
 
 namespace Zevo {
 
-/// A udev monitor that writes down what comes. It reads in a thread of its own: the bus waits while the
-/// monitor's queue is full, so who plugs cannot be who reads.
+/// A udev monitor that records its events. It reads in a thread of its own: the bus blocks while the
+/// monitor's queue is full, so the thread that plugs in devices cannot be the one that reads.
 class EventRecorder {
 public:
     EventRecorder();
@@ -19,7 +19,7 @@ public:
 
     /// "<action> <subsystem> <name>" of every event so far, in order of arrival.
     std::vector<std::string> events();
-    /// The same, once this many have arrived.
+    /// As events(), once this many have arrived.
     std::vector<std::string> waitFor(std::size_t count);
     void forget();
 
@@ -34,7 +34,7 @@ private:
     std::thread m_thread;
 };
 
-/// The sysfs paths of every device of this subsystem that an enumeration finds.
+/// The sysfs paths of all devices of this subsystem that an enumeration finds.
 std::vector<std::string> enumerate(const char* subsystem);
 
 } // namespace Zevo

@@ -8,10 +8,10 @@ using testing::HasSubstr;
 
 namespace {
 
-/// The application lies on a file system that does not answer any more.
+/// The application is on a file system that no longer responds.
 class HangingFileSystem : public LauncherTest, public testing::WithParamInterface<const char*> {};
 
-// A thread that waits for a file system hears no signal.
+// A thread that waits for a file system handles no signal.
 TEST_P(HangingFileSystem, DoesNotKeepTheLauncherFromEndingWithItsReport) {
     const std::string file = m_machine.placeOf(Bundle::mainApplication) + GetParam();
     const char* preloaded = std::getenv("LD_PRELOAD");

@@ -1,4 +1,4 @@
-// The hardware services in this very process, so that the platform's live objects can be counted.
+// The hardware services run in the test's own process, so that it can count the platform's live objects.
 
 #include "HWServiceDetection.h"
 #include "HWServicePnP.h"
@@ -19,7 +19,7 @@ using namespace Zevo;
 
 namespace {
 
-/// Counts, and ends the run loop when the device that it waits for has gone.
+/// Counts arrivals and removals, and ends the run loop at the removal of the last device.
 class CountingClient : public HWServicePnPClient {
 public:
     explicit CountingClient(const UsbDevice& last) : m_last(hardwareIdentifier(last)) {}
@@ -51,8 +51,8 @@ protected:
         LinuxPlatform::adoptHabits(habits);
     }
 
-    /// The modem comes and goes so many times while this thread's run loop delivers; then the last device
-    /// does.
+    /// Another thread plugs the modem in and out so many times, and then the last device, while this thread's
+    /// run loop delivers the events.
     void plugAndUnplug(int rounds) {
         std::thread user([this, rounds] {
             for (int round = 0; round < rounds; ++round) {
@@ -67,7 +67,7 @@ protected:
     }
 
     const Modem m_modem = readModemFile(ZEVO_MODEMS "/composite.modem");
-    const UsbDevice m_simple; // the same device to the services, with less to plug in
+    const UsbDevice m_simple; // the same identifiers, but fewer events for each
     const UsbDevice m_last;
     CountingClient m_client;
     VirtualUsbBus m_bus;

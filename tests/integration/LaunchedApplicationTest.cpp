@@ -18,7 +18,7 @@ protected:
         startLauncher();
         m_bus.plug("1-1", m_modem.modem);
         expectStarts(1, 1);
-        plugMarker(); // past the last of the modem's arrivals, nothing is started any more
+        plugMarker(); // the modem's last arrival is dealt with: nothing more is started
     }
 
     std::vector<StartReport> bothStarts() {
@@ -72,7 +72,8 @@ TEST_F(LaunchedApplication, LeadsASessionOfItsOwn) {
     }
 }
 
-// The launcher sets its own to 0 when it creates folders; what it starts must not create files for everybody.
+// The launcher sets its own umask to 0 to create folders; the applications must not inherit it, or all users
+// could write their files.
 TEST_F(LaunchedApplication, HasTheFileModeMaskThatTheLauncherWasStartedWith) {
     const mode_t before = umask(027);
     launch();

@@ -36,7 +36,7 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return result;
 }
 
-/// The fields of /proc/<pid>/stat from the state on; the name before them may hold anything.
+/// The fields of /proc/<pid>/stat from the state on. The name before them may contain any characters.
 std::string statusFields(const std::string& pid) {
     const std::string text = readTextFile("/proc/" + pid + "/stat");
     const std::string::size_type end = text.rfind(')');
@@ -79,7 +79,7 @@ void LauncherTest::configure(const std::string& toDetect, const std::string& toF
 }
 
 void LauncherTest::startLauncherWithoutWaiting(const std::vector<std::string>& environment) {
-    unlink(m_trace.path().c_str()); // a second launcher begins it anew, but not before its first line
+    unlink(m_trace.path().c_str()); // a second launcher empties it only when it writes its first line
     m_trace.restart();
     m_launcher = std::make_unique<LauncherProcess>(m_machine, environment);
 }
@@ -95,7 +95,7 @@ void LauncherTest::waitUntilWatching() {
 }
 
 void LauncherTest::plugMarker() {
-    // Two, one after the other: the first one's arrival may overtake notifications that came with it.
+    // Two markers, one after the other: the first one's arrival may overtake notifications that came with it.
     for (int round = 0; round < 2; ++round) {
         const UsbDevice marker = makePlainDevice(MARKER_VENDOR, ++m_markers);
         m_bus.plug("9-" + std::to_string(m_markers), marker);
@@ -135,8 +135,8 @@ int LauncherTest::arrivalsOf(const UsbDevice& device) {
 bool LauncherTest::endLauncherBySignal(int number) {
     m_launcher->sendSignal(number);
 #ifdef __SANITIZE_THREAD__
-    // The thread sanitizer takes every signal itself and calls the handler later. Now and then it does not,
-    // so that nothing comes of the signal.
+    // The thread sanitizer intercepts every signal and calls the handler later. Now and then it does not, and
+    // the signal is lost.
     for (int times = 0; times < 5 && !m_launcher->waitForEnd(std::chrono::seconds(4)); ++times)
         m_launcher->sendSignal(number);
 #endif
@@ -159,7 +159,7 @@ void LauncherTest::TearDown() {
     EXPECT_TRUE(m_machine.quitApplications()) << "an application does not quit";
     EXPECT_EQ(startCount(Bundle::mainApplication), m_expectedStarts[0]);
     EXPECT_EQ(startCount(Bundle::notifier), m_expectedStarts[1]);
-    // One that has ended stays in the list until its parent, or init, has noticed.
+    // A process that has ended stays in the list until its parent, or init, has reaped it.
     waitUntil([&] { return m_machine.processes().empty(); });
     EXPECT_THAT(m_machine.processes(), testing::IsEmpty()) << "a process is left over";
 }

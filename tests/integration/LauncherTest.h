@@ -12,9 +12,9 @@
 namespace Zevo {
 
 /// One machine, one virtual bus, and the real launcher on them. Everything is checked from outside: the
-/// trace, the log, standard error, the processes started. At the end the launcher is told to terminate, and a
-/// test fails when it does not end well, when it said something on standard error that the test did not
-/// expect, when an application was started more often than the test expected, or when a process is left over.
+/// trace, the log, standard error, the started processes. At its end a test terminates the launcher; it fails
+/// if the launcher does not end with status 0, if it wrote something on standard error that the test did not
+/// expect, if an application was started more or less often than expected, or if a process is left over.
 class LauncherTest : public testing::Test {
 protected:
     typedef SampleMachine::Bundle Bundle;
@@ -22,33 +22,34 @@ protected:
     LauncherTest();
     void TearDown() override;
 
-    /// Starts the launcher and waits until it has looked at the present devices and watches for others.
+    /// Starts the launcher and waits until it has examined the present devices and watches for others.
     void startLauncher(const std::vector<std::string>& environment = {});
     void startLauncherWithoutWaiting(const std::vector<std::string>& environment = {});
     void waitUntilWatching();
 
-    /// Plugs in a device of nobody's and waits until the launcher has dealt with its arrival: whatever the
-    /// launcher was going to do about earlier events, it has done then.
+    /// Plugs in a device that is no modem and waits until the launcher has dealt with its arrival: then it
+    /// has dealt with all earlier events, too.
     void plugMarker();
 
-    /// So many starts of each application since the test began, no more and no less.
+    /// Expects exactly this number of starts of each application since the test began.
     void expectStarts(int ofMainApplication, int ofNotifier);
     int startCount(Bundle bundle) { return static_cast<int>(m_machine.startsOf(bundle).size()); }
     StartReport onlyStartOf(Bundle bundle);
 
     int arrivalsOf(const UsbDevice& device);
-    /// False when the signal has not ended the launcher by the deadline.
+    /// False if the signal does not end the launcher before the deadline.
     bool endLauncherBySignal(int number);
     void terminateLauncher();
 
-    /// Standard error is expected to be this, not empty.
+    /// Expects standard error to match, rather than to be empty.
     void expectStandardError(const testing::Matcher<std::string>& matcher) { m_standardError = matcher; }
 
     /// Installs identifiers for the modem's two personalities.
     void configureFor(const UsbDevice& modem, const UsbDevice& cdRom);
     void configure(const std::string& toDetect, const std::string& toFind, const std::string& cdRomToDetect);
 
-    /// Trace and log as an installation has them, in place of the test's own, but every line is written at once.
+    /// Uses the trace and log configuration of an installation in place of the test's, but with direct
+    /// writing.
     void useInstalledTraceAndLog();
 
     static Modem modemNamed(const std::string& fileName);
@@ -70,14 +71,14 @@ private:
 
 /// Processes whose parent is this one, zombies included.
 std::vector<pid_t> childrenOf(pid_t parent);
-/// The letter by which the kernel tells what a process does: 'R', 'S', 'T', 'Z'; '-' when there is none.
+/// The kernel's letter for the state of a process: 'R', 'S', 'T', 'Z'; '-' if there is no such process.
 char stateOf(pid_t pid);
-/// In KiB, what of the process is in memory.
+/// The resident memory of the process, in KiB.
 long residentMemoryOf(pid_t pid);
 int descriptorCountOf(pid_t pid);
 int threadCountOf(pid_t pid);
-/// How often its threads have given up a processor, of their own will or not, a line for each: equal texts mean that none
-/// has woken up meanwhile.
+/// The voluntary and involuntary context switches of each of its threads, as text: two equal texts mean that
+/// no thread has woken up in between.
 std::string switchesOf(pid_t pid);
 
 } // namespace Zevo

@@ -13,28 +13,29 @@ protected:
     void SetUp() override {
         m_lossFile = m_machine.folder() + "/lost-events";
         expectStandardError(HasSubstr("lost"));
-        // In front of the virtual bus, which calls the C library and nothing in between.
+        // Before the virtual bus's library: that one calls the C library directly and would bypass a library
+        // behind it.
         const char* preloaded = std::getenv("LD_PRELOAD");
         startLauncher({"LD_PRELOAD=" ZEVO_LOST_EVENTS_LIBRARY ":" + std::string(preloaded ? preloaded : ""),
                        "ZEVO_LOSE_EVENTS=" + m_lossFile});
     }
 
     void beginLosing() {
-        plugMarker(); // what was sent before has been read
+        plugMarker(); // all earlier events have been read
         writeTextFile(m_lossFile, "");
         m_sentBefore = m_bus.eventCount();
     }
 
-    /// Until now every event was lost; from here on they come, and the first reading tells of the loss.
+    /// Ends the loss of events: from now on they are delivered, after a first read that reports the loss.
     void endLosing() {
         const std::size_t sent = m_bus.eventCount() - m_sentBefore;
-        // Or more: the marker's interface may have come behind its device, and so have been lost as well.
+        // Or more: the event of the marker's interface may come after beginLosing(), and is then lost, too.
         ASSERT_TRUE(waitUntil([&] { return readTextFile(m_lossFile).size() >= sent; }));
         unlink(m_lossFile.c_str());
         plugMarker();
     }
 
-    // Without serial ports: their events are not all for the launcher, and those that are lost are counted.
+    // Without serial ports, some of whose events the launcher does not receive: lost events are counted.
     const UsbDevice m_plainModem = makePlainDevice(m_modem.modem.vendor, m_modem.modem.product);
 
 private:
@@ -62,7 +63,7 @@ TEST_F(LostEvents, ModemThatLeftInTheGapIsRemoved) {
 TEST_F(LostEvents, ModemThatSwitchedInTheGapIsRemovedAndArrives) {
     m_bus.plug("1-1", m_modem.cdRom);
     expectStarts(1, 1);
-    plugMarker(); // the launcher is done with the arrival: it will not look for the applications once more
+    plugMarker(); // the arrival is dealt with: it causes no further starts
     ASSERT_TRUE(m_machine.quitApplications());
     beginLosing();
     m_bus.switchMode("1-1", m_plainModem);

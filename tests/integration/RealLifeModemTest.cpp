@@ -19,13 +19,14 @@ void PrintTo(const Modem& modem, std::ostream* stream) {
 
 namespace {
 
-const std::size_t MODEM_COUNT = 75; // every vendor of the data, and a second one of some
+const std::size_t MODEM_COUNT = 75; // one modem of every vendor in the data, a second of some
 
 unsigned idOf(int number) {
     return static_cast<unsigned>(number);
 }
 
-/// Those that become something else, with the first of what they may become.
+/// The modems whose switching changes their identifiers, each with the first personality that it may switch
+/// to.
 std::vector<Modem> switchedModems() {
     std::vector<Modem> result;
     for (const KnownModem& known : readModemDatabase(ZEVO_SWITCHING_DATA)) {
@@ -41,7 +42,8 @@ std::vector<Modem> switchedModems() {
     return result;
 }
 
-/// As many vendors as possible: the first modem of every vendor, then the second ones, until there are so many.
+/// MODEM_COUNT modems of as many vendors as possible: the first one of every vendor, then the second ones,
+/// and so on.
 std::vector<Modem> chosenModems() {
     const std::vector<Modem> modems = switchedModems();
     std::map<unsigned, std::size_t> seen;
@@ -59,7 +61,7 @@ std::string identifiersOf(const Modem& modem) {
     return hardwareIdentifier(modem.cdRom) + " " + hardwareIdentifier(modem.modem);
 }
 
-/// Configured, plugged in as what it shows first, switched: as its owner would.
+/// A real modem, used as its owner would: configured, plugged in with its first personality, switched.
 class RealLifeModem : public LauncherTest, public testing::WithParamInterface<Modem> {};
 
 TEST_P(RealLifeModem, StartsEachApplicationOnceWhilePluggedInAndSwitched) {

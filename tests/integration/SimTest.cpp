@@ -16,7 +16,7 @@ struct Answer {
     std::string text;
 };
 
-/// zevo-sim and the real launcher, as quality assurance calls them.
+/// zevo-sim and the real launcher, used as quality assurance would.
 class Sim : public testing::Test {
 protected:
     Sim() : m_trace(m_machine.logFolder() + "/tracer_zevolauncher_0.txt") {

@@ -26,7 +26,7 @@ protected:
         return lstat(path.c_str(), &status) == 0;
     }
 
-    /// Without a trace, that the launcher works is seen from what it starts.
+    /// Expects that the launcher starts the applications: without a trace, only that shows that it works.
     void expectItWorks() {
         m_bus.plug("1-1", m_modem.modem);
         expectStarts(1, 1);
@@ -173,8 +173,8 @@ TEST_F(StartUp, LauncherConfigurationThatIsNoPropertyListIsAsGoodAsNone) {
     expectStarts(0, 0);
 }
 
-// An id without its markers is rewritten from its fourth character on. An empty one has none, and that error
-// is nobody's: it ends the launcher as a crash does.
+// An identifier without markers is read from its fourth character on. An empty one has none, and nothing
+// catches the exception: the launcher ends as in a crash.
 TEST_F(StartUp, WithoutTheIdToFindEndsAsACrash) {
     m_machine.installLauncherConfiguration({{"MacHardwareIdToDetect", "USB#Vid_12d1&Pid_1001"},
                                             {"MacCdRomHIdToDetect", "USB#Vid_12d1&Pid_1446"}});

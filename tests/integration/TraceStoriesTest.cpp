@@ -14,7 +14,7 @@ using testing::Not;
 
 namespace {
 
-/// What zevo-trace makes of the traces that the launcher really writes, with the product's own configuration.
+/// What zevo-trace reports about real traces of the launcher, with the product's own configuration.
 class TraceStories : public LauncherTest {
 protected:
     TraceStories() { useInstalledTraceAndLog(); }

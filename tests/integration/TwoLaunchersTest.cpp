@@ -26,7 +26,7 @@ protected:
     std::string log() const { return readTextFile(m_log.path()); }
 
     void waitUntilSecondWatches() {
-        // Its log goes on behind the line; its trace begins anew, some lines before that.
+        // It continues the log after its line, but begins the trace file anew, shortly before that.
         const std::string goesOn = m_logLine + "[LEVEL_0] Starting Vurl ZevoLauncher with ID card :\n";
         ASSERT_TRUE(waitUntil([&] { return log().find(goesOn) != std::string::npos; })) << log();
         const std::string watches = "<- ZevoLauncher::isDeviceFound\n";

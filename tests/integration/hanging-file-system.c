@@ -1,8 +1,9 @@
-/* Preloaded into the launcher: one file lies on a file system that does not answer.
+/* Preloaded into the launcher: one file is on a file system that does not respond.
 
-   Whoever asks about the file named by ZEVO_HANGING_FILE waits in the kernel in a way that no signal interrupts, as
-   behind a server that is gone: for a child that shares its memory and never ends. That child goes with the waiting
-   thread. While it waits, there is a file of that name with ".waits" behind it. */
+   A thread that calls stat for the file named by ZEVO_HANGING_FILE waits in the kernel, where no signal
+   interrupts it, as if a server were gone: it waits for a child that shares its memory (CLONE_VFORK) and
+   never ends. The child is killed when the waiting thread ends. While the thread waits, a file of that name
+   with ".waits" appended exists. */
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -34,8 +35,8 @@ static void hangAt(const char* path) {
     clone(waitForEver, childsStack + sizeof childsStack, CLONE_VM | CLONE_VFORK, note);
 }
 
-/* Asked by a sanitizer that looks for leaks at the end: for that it stops every thread, and the one that waits cannot be
-   stopped. */
+/* Switches the leak check off. It stops every thread at the end of the process, and the one that waits cannot
+   be stopped. */
 int __lsan_is_turned_off(void);
 
 int __lsan_is_turned_off(void) {

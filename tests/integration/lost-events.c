@@ -1,7 +1,7 @@
 /* Preloaded into the launcher: the kernel loses device events, as it does when a reader is too slow.
 
-   While the file named by ZEVO_LOSE_EVENTS exists, events on the udev monitor's socket are thrown away, and
-   each leaves one byte in that file. Once the file is gone, the next reading of the socket fails with
+   While the file named by ZEVO_LOSE_EVENTS exists, events on the udev monitor's socket are discarded, and
+   each appends one byte to that file. Once the file is gone, the next read from the socket fails with
    ENOBUFS, once, as the kernel reports such a loss. */
 
 #define _GNU_SOURCE
@@ -31,7 +31,7 @@ static void throwEventsAway(int socket, const char* path) {
     }
 }
 
-/* Whether the reading fails instead; errno says how. */
+/* Whether a read from the socket is to fail; then sets errno. */
 static int readingFails(int socket) {
     const char* path = getenv("ZEVO_LOSE_EVENTS");
     if (!path || !isMonitor(socket))
