@@ -30,7 +30,7 @@ protected:
         device.descendants.push_back(&port);
         return port;
     }
-    /// The network stack, with these interfaces as its parents, below the device.
+    /// Adds a network stack below the device, with these interfaces as its parents.
     ScriptedEntry& addNetworkStack(ScriptedEntry& device, const std::vector<ScriptedEntry*>& interfaces) {
         ScriptedEntry& stack =
             registry().add("stack", device.path + "/net/stack").with("IOClass", "IONetworkStack");
@@ -326,8 +326,8 @@ TEST_F(HWServiceDetectionIOKitTest, DescendantsOfOtherClassesWithoutClassOrUnrea
     EXPECT_THAT(script().callsOf("IORegistryEntrySearchCFProperty"), IsEmpty());
 }
 
-// What each walk finds is forgotten when it breaks off: first the one over the devices, then over the
-// descendants of one, then over the interfaces.
+/// The walk with the parameter's number breaks off, and what it has found so far is discarded: 1 is the walk
+/// over the devices, 2 that over a device's descendants, 3 that over the interfaces.
 class BrokenWalkTest : public HWServiceDetectionIOKitTest, public testing::WithParamInterface<int> {
 protected:
     BrokenWalkTest() {
@@ -336,7 +336,7 @@ protected:
         describe("NetworkAdapterHID", "any");
         ScriptedEntry& first = addModem("first", "IOService:/usb@14000000");
         ScriptedEntry& second = addModem("second", "IOService:/usb@15000000");
-        addPort(first, "dial1", "/dev/cu.dial1"); // has left when a walk begins again
+        addPort(first, "dial1", "/dev/cu.dial1"); // is gone when a walk starts again
         ScriptedEntry& port = addPort(first, "data1", "/dev/cu.data1");
         ScriptedEntry& stack =
             addNetworkStack(first, {&addInterface(first.path + "/net", "wwan0"), &addInterface("", "")});
@@ -345,7 +345,7 @@ protected:
         m_left = {{1, {&second}}, {2, {&port, &stack}}, {3, {&addInterface("", "")}}};
     }
 
-    /// What is still there when the walk begins again.
+    /// The services that are still there when the walk starts again.
     std::map<int, std::vector<ScriptedEntry*>> m_left;
 };
 

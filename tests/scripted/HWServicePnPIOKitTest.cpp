@@ -22,7 +22,7 @@ namespace {
 
 using Events = std::vector<std::string>;
 
-/// Writes down what it is told.
+/// Records its notifications.
 class RecordingClient : public HWServicePnPClient {
 public:
     explicit RecordingClient(std::vector<std::string>& events, const std::string& name = "")
@@ -57,7 +57,8 @@ protected:
             .with("idProduct", 0x1001);
     }
 
-    /// Registered services come in this order: the devices, then for each its interest and its children.
+    /// The order of the registrations: first that for devices, then, for each device, its interest and its
+    /// children.
     const ScriptedNotification& devices() { return registry().notifications().at(0); }
     const ScriptedNotification& interest(size_t device = 0) {
         return registry().notifications().at(1 + 2 * device);
@@ -66,8 +67,8 @@ protected:
         return registry().notifications().at(2 + 2 * device);
     }
 
-    /// What a client is told of an arriving device. Where the watch below it lets the device itself through, that
-    /// comes first.
+    /// A client's notifications of an arriving device. If the notification of its children includes the
+    /// device itself, as the kernel's does, there is one more.
     static Events arrival(const std::string& hid, const std::string& client = "") {
         return Events(matchesAsKernel() ? 2 : 1, client + "arrival " + hid);
     }
@@ -78,11 +79,11 @@ protected:
             all.insert(all.end(), part.begin(), part.end());
         return all;
     }
-    /// Of two things that one delivery holds.
+    /// The events of two services in one delivery, which the kernel reverses.
     static Events asDelivered(const Events& first, const Events& second) {
         return matchesAsKernel() ? oneAfterTheOther({second, first}) : oneAfterTheOther({first, second});
     }
-    /// What was called about the services that the test has made.
+    /// The calls about services that the test has added.
     Events callsAboutOwn() {
         Events own;
         for (const std::string& call : script().calls())
@@ -260,7 +261,7 @@ TEST_F(HWServicePnPIOKitTest, ServicesPresentBelowAPresentDeviceGiveNoArrivalEit
     registry().matches = {{&modem}, {&modem, &interface}};
     registerWithClient();
     EXPECT_THAT(m_events, IsEmpty());
-    // A service that appears later below it does.
+    // A service that appears below it later gives one.
     registry().deliver(children(), {&registry().add("late", modem.path + "/late@1")});
     EXPECT_THAT(m_events, ElementsAre(std::string("arrival ") + MODEM));
     terminate();
@@ -627,7 +628,7 @@ TEST_F(HWServicePnPIOKitTest, UnregisteringDeliberatelyLeavesTheRecordsOfPresent
     registry().deliver(devices(), {&addModem()});
     m_service.unRegisterService();
     EXPECT_THAT(unreleased(), ElementsAre("interest in modem", "iterator 2"));
-    // Still whole: a message on its way is served.
+    // The record is still intact: a message that is on its way is handled.
     terminate();
     EXPECT_EQ(m_events, oneAfterTheOther({arrival(MODEM), removal(MODEM)}));
 }

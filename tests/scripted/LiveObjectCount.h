@@ -2,5 +2,5 @@
 
 #include <cstddef>
 
-/// How many objects of CoreFoundation there are; always 0 where the system does not count them.
+/// The number of live objects of CoreFoundation; always 0 on a system that does not count them.
 std::size_t liveObjectCount();

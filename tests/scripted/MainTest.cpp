@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <sys/stat.h>
 
-// The process entry itself, compiled under this name: this program has a main of its own.
+/// The launcher's main, compiled under this name because the test program has a main of its own.
 int launcherMain();
 
 using testing::AllOf;
@@ -24,7 +24,7 @@ using testing::StartsWith;
 
 namespace {
 
-// Nothing is written at once, so that what stands in the files when main has returned was written by its end.
+// Without direct writing: what the files hold when main has returned was written at its end.
 const char TRACE_ALL[] = "TRACE_ON\nTRACE_SET_FILE_NAME trace\nTRACE_THE_THREAD *\nTRACE_THE_CALL *\n"
                          "TRACE_SET_MSG_FILTER TRACE_DEBUG TRACE_ERROR\nTRACE_CALL_EXIT\n";
 const char LOG_ALL[] = "LOG_ON\nLOG_SET_FILE_NAME log\nLOG_SET_MSG_FILTER LOG_LEVEL_0\n";
@@ -41,8 +41,8 @@ protected:
     }
     void write(const std::string& name, const std::string& content) { writeFile(m_folder / name, content); }
 
-    /// Runs main in a process of its own, which it makes many things of; its run loop does `whileRunning` and
-    /// ends. `check` follows, when main has returned.
+    /// Runs main in a child process, because it changes much of its process. Its run loop calls
+    /// `whileRunning` and ends; when main has returned, `check` is called.
     template <typename Check>
     void runMain(std::function<void()> whileRunning, Check check) {
         EXPECT_TRUE(inAnotherProcess([&] {
@@ -106,7 +106,8 @@ TEST_F(MainTest, ItsEndEndsTheTraceOfTheMainThread) {
         Tracer::GetInstance()->setEnabled(true);
         TRACE_FUNCTION("afterMain");
     });
-    // A thread that is still registered would keep its name and go on below ZevoLauncher::Main.
+    // If the thread were still registered, the line would have its name and be indented below
+    // ZevoLauncher::Main.
     EXPECT_THAT(trace(), testing::ContainsRegex("\\[th_-?[0-9]+ *\\]afterMain\n"));
 }
 
@@ -135,7 +136,7 @@ TEST_F(MainTest, WithoutAFolderForApplicationDataItTellsWhereItWantedToLogAndEnd
 
 TEST_F(MainTest, AFolderThatIsThereIsLoggedIntoWhateverTheSystemKnows) {
     ScriptedApplications::current().standardFolder.clear();
-    // Beside the executable, where a log folder is taken that somebody has put there.
+    // Beside the executable: a log folder that exists there is used.
     for (const char* folder : {"Logs", "Logs/Logs"})
         ASSERT_EQ(mkdir((m_folder / folder).c_str(), 0777), 0);
     runMain();

@@ -29,7 +29,7 @@ CFTypeRef Script::handOver(CFTypeRef object, const std::string& name) {
 std::vector<std::string> Script::unreleasedObjects() const {
     std::vector<std::string> names;
     for (const HandedOver& handedOver : m_handedOver) {
-        // One reference is the script's own.
+        // The script itself owns one reference.
         if (CFGetRetainCount(handedOver.object.get()) > 1)
             names.push_back(handedOver.name);
     }

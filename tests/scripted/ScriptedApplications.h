@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// The answers that the Process Manager, the File Manager and Launch Services give.
+/// The scripted answers of the Process Manager, the File Manager and Launch Services.
 class ScriptedApplications {
 public:
     static ScriptedApplications& current();
@@ -27,17 +27,17 @@ public:
     void addProcessWithNumberFor(const std::string& key);
     void addVanishedProcess();
     void addError(OSErr status);
-    /// No process at all.
+    /// Removes all processes.
     void quitAll() { steps.clear(); }
 
-    /// What each walk through the processes meets before its end.
+    /// The answers that each walk through the processes gets before its end.
     std::vector<Step> steps;
-    /// The status for a path; 0 for all others.
+    /// The status of each call by path; 0 for all other paths.
     std::map<std::string, OSStatus> referenceStatus;
     std::map<std::string, OSStatus> launchStatus;
-    /// Every standard folder; empty: none is found.
+    /// The path of every standard folder; empty: none is found.
     std::string standardFolder;
-    /// Whether what is launched is found running afterwards.
+    /// Whether a launched application is in the list of processes afterwards.
     bool launchedApplicationsRun = false;
 
     // ---- for the definitions of the calls

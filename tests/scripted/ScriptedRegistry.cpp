@@ -22,7 +22,7 @@ static const char STRANGER[] = "stranger";
 ScriptedRegistry::ScriptedRegistry() {
     if (!m_isKernel)
         return;
-    // Beside every device, above every device, and one that has left already.
+    // One beside all devices, one above them, and one that has already left.
     for (const char* path : {"IOService:/ACPI@0/thermal@1", "IOService:/", ""})
         m_strangers.push_back(&add(STRANGER + std::string(" ") + path, path));
 }
@@ -167,7 +167,7 @@ void note(const std::string& call) {
     Script::current().note(call);
 }
 
-// The handles that stand for the one port, its source and the current run loop.
+// Their addresses are the handles of the only port, its source and the current run loop.
 char PORT, SOURCE, RUN_LOOP;
 
 std::string nameOf(CFRunLoopRef loop) {
@@ -297,8 +297,8 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
     return registry().retain(next);
 }
 
-// Noted only where the answer is no: a walk's end is seldom anything else, and tests that list the calls would
-// list it everywhere.
+// Recorded only if the answer is no: every walk ends with this call, and the answer is nearly always yes.
+// Tests that list the calls would have to list it everywhere.
 boolean_t IOIteratorIsValid(io_iterator_t iterator) {
     const ScriptedRegistry::Object* const found = registry().find(iterator);
     if (found != NULL && found->isValid)
@@ -352,7 +352,7 @@ CFTypeRef IORegistryEntrySearchCFProperty(io_registry_entry_t object, const io_n
          optionsText(options) + ")");
     if (entry == NULL || entry->properties.count(name) == 0)
         return NULL;
-    // A copy of its own, as the real call gives, so that each one must be released.
+    // A new copy each time, like the real call's, so that each must be released.
     const CFTypeRef property = entry->properties.at(name).get();
     const CFOwned<CFStringRef> text(
         CFStringCreateWithFormat(kCFAllocatorDefault, NULL, CFSTR("%@"), property));

@@ -43,26 +43,26 @@ struct ScriptedNotification {
 
 /// What changes in the registry while the product walks an iterator.
 struct ScriptedChange {
-    /// How many walks it breaks off, one after the other, each after so many entries.
+    /// How many walks in succession it breaks off, and after how many entries each.
     int walks = 1;
     std::size_t after = 0;
-    /// What the walks find that begin again.
+    /// The services that a walk finds when it starts again.
     std::vector<ScriptedEntry*> left = {};
 };
 
-/// The answers that IOKit and the run loop give, and what the product registered and owns.
+/// The scripted answers of IOKit and the run loop, and what the product has registered and owns.
 ///
-/// Where it matches as the kernel, a notification without a class gets every service of the machine: what the
-/// test has added, some strangers, and the strangers again with everything that arrives.
+/// If it matches as the kernel does, a notification without a class gets every service of the machine: those
+/// that the test has added, and some strangers, which it gets again with each arrival.
 class ScriptedRegistry {
 public:
     ScriptedRegistry();
     static ScriptedRegistry& current();
     void reset();
 
-    // ---- written by the test
+    // ---- set by the test
 
-    /// What the next calls that look for services find: one list per call, then nothing.
+    /// What the next searches for services find: one list per search, then nothing.
     std::deque<std::vector<ScriptedEntry*>> matches;
     bool isMatchingNull = false;
     bool isPortNull = false;
@@ -71,16 +71,17 @@ public:
     kern_return_t matchingResult = KERN_SUCCESS; // of IOServiceAddMatchingNotification
     kern_return_t interestResult = KERN_SUCCESS; // of IOServiceAddInterestNotification
     kern_return_t iteratorResult = KERN_SUCCESS; // of the calls that make an iterator over an entry
-    /// By the number of the iterator.
+    /// The changes during walks, by the number of the iterator.
     std::map<int, ScriptedChange> changes;
-    /// What happens while the run loop runs.
+    /// Called while the run loop runs.
     std::function<void()> whileRunning;
 
     ScriptedEntry& add(const std::string& name, const std::string& path);
 
     // ---- events
 
-    /// The services arrive at a notification in this order, and its callback is called.
+    /// Puts the services into the notification's iterator, in this order or, as the kernel does, in reverse;
+    /// then calls the notification's callback.
     void deliver(const ScriptedNotification& notification, const std::vector<ScriptedEntry*>& services);
     void send(const ScriptedNotification& notification, natural_t message);
     /// An iterator of these services, which the test passes to the product and releases.
@@ -91,7 +92,7 @@ public:
     /// In the order of their registration; a deque, so that references stay valid.
     const std::deque<ScriptedNotification>& notifications() const { return m_notifications; }
     std::vector<std::string> unreleasedObjects() const;
-    /// Whether a call is about a service that the test knows nothing of.
+    /// Whether a call is about a stranger, which the test has not added.
     static bool isAboutStranger(const std::string& call);
 
     // ---- for the definitions of the calls
@@ -109,13 +110,13 @@ public:
     };
     io_object_t newObject(const std::string& name);
     io_object_t newIterator(const std::vector<ScriptedEntry*>& services);
-    /// Null when nobody may use it.
+    /// Null, and a failure of the test, if the product does not own the object.
     Object* find(io_object_t object);
     std::string nameOf(io_object_t object);
     io_object_t retain(ScriptedEntry* entry);
     std::vector<ScriptedEntry*> nextMatches();
     std::vector<ScriptedEntry*> nextMatchesOf(const std::string& notification);
-    /// The next service of an iterator, null at its end, for which an invalid one is at once.
+    /// The next service of an iterator; null at its end, and always for an invalid iterator.
     static ScriptedEntry* takeNext(Object& iterator);
     std::deque<ScriptedNotification>& registered() { return m_notifications; }
     int livePorts = 0;

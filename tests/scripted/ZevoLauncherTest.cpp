@@ -45,9 +45,9 @@ protected:
             .with("idProduct", product);
     }
 
-    /// Runs the launcher in a process of its own, since the services and the configuration are one per
-    /// process and never destroyed. Configures with the file's content, unless that is empty; `events` happen
-    /// while the run loop runs, `check` follows. Neither ends the other process.
+    /// Runs the launcher in a child process, because services and configuration exist once per process and
+    /// are never destroyed. Writes the content, unless it is empty, into the launcher's configuration file.
+    /// Calls `events` while the run loop runs, then `check`; neither may end the child process.
     template <typename Check>
     void run(const std::string& content, std::function<void()> events, Check check) {
         EXPECT_TRUE(inAnotherProcess([&] {
@@ -57,7 +57,7 @@ protected:
             m_launcher.init();
             m_launcher.run();
             check();
-            // What the services watch with is theirs as long as the process lives.
+            // The services own their notifications as long as the process lives.
             EXPECT_THAT(unreleased(),
                         testing::Each(testing::ContainsRegex("^(port$|iterator |interest in )")));
             return !HasFailure();
@@ -68,7 +68,7 @@ protected:
         run(content, nullptr, check);
     }
 
-    /// The notification of arriving devices, while the run loop runs.
+    /// A device arrives; to be called while the run loop runs.
     void arrive(int vendor, int product) {
         registry().deliver(registry().notifications().at(0), {&addDevice(vendor, product)});
     }
@@ -306,7 +306,7 @@ TEST_F(ZevoLauncherTest, VolumeNotificationsAndRemovalsDoNothing) {
     EXPECT_THAT(trace.text(), IsEmpty());
 }
 
-// ---- looking for the modem that is already there
+// ---- searching for a modem that is already there
 
 TEST_F(ZevoLauncherTest, TheIdToFindIsComparedInDecimal) {
     run(
@@ -354,7 +354,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, IdToFindTest,
     testing::Values(IdToFind{"AsItShouldBe", "USB#Vid_12d1&Pid_1001", "4817|4097"},
                     IdToFind{"UpperCaseDigits", "USB#Vid_12D1&Pid_100A", "4817|4106"},
-                    // Neither marker: the sum wraps around to position 3, and #VID is no number.
+                    // Without markers, the position overflows and becomes 3; "#VID" is no number.
                     IdToFind{"UpperCaseMarkersAreDeliberatelyNotFound", "USB#VID_12D1&PID_1001", "0|0"},
                     IdToFind{"WithoutMarkersTheFourCharactersFromPositionThreeAreTakenOnPurpose",
                              "xxx12d1yyy", "4817|4817"},
@@ -430,7 +430,7 @@ TEST_F(ZevoLauncherTest, RunRegistersThenLooksForTheModemThenRunsTheLoop) {
 
 TEST_F(ZevoLauncherTest, AModemThatIsThereAtStartStartsTheApplicationsOnceBeforeTheLoop) {
     ScriptedEntry& modem = addDevice(0x12D1, 0x1001);
-    // The watch of the devices, the watch of the modem's children, the search.
+    // For the notification of devices, for that of the modem's children, and for the search.
     registry().matches = {{&modem}, {&modem}, {&modem}};
     run(launcherConfiguration(MODEM, MODEM, CD_ROM), [&] {
         EXPECT_THAT(launches(), ElementsAre(MAIN_STARTED, NOTIFIER_STARTED_HIDDEN));

@@ -1,6 +1,7 @@
 #include "LiveObjectCount.h"
 
-// Of CoreFoundation alone: a count of everything would link the calls in that the script stands for.
+// Counts CoreFoundation's objects alone: a count of all objects would link in the real calls that the script
+// replaces.
 namespace LinuxPlatform {
 std::size_t liveObjectCount();
 }
