@@ -39,7 +39,7 @@ bool isCallTakenIn() {
     return CallMarker("a").getThreadTracer() != nullptr;
 }
 
-/// A tracer that takes in every call, and is not registered yet.
+/// A tracer that records every call and is not registered yet.
 class OtherTracer : public Tracer {
 public:
     OtherTracer() {
@@ -98,7 +98,7 @@ TEST_F(CallMarking, ATracerThatIsSwitchedOffDoesNotSwitchOffTheOneThatReplacesIt
 TEST_F(CallMarking, MarkerOfADisabledTracerHasNoThreadTracer) {
     traceEverything();
     m_tracer.TraceTheCall("-hidden");
-    for (const bool enabled : {true, false}) { // the tracer knows both calls, and would take them in again
+    for (const bool enabled : {true, false}) { // in the second round the tracer already knows both calls
         m_tracer.setEnabled(enabled);
         for (const char* name : {"shown", "hidden"}) {
             const CallMarker marker(name);

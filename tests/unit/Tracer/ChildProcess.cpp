@@ -18,7 +18,7 @@ ChildResult runInChild(const std::function<void()>& action) {
         if (std::freopen(output.c_str(), "w", stdout) == nullptr ||
             std::freopen(errors.c_str(), "w", stderr) == nullptr)
             _exit(127);
-        // The action may end the process in any way.
+        // Unbuffered, because the action may end the process in any way.
         std::setvbuf(stdout, nullptr, _IONBF, 0);
         std::setvbuf(stderr, nullptr, _IONBF, 0);
         action();

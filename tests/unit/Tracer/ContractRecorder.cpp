@@ -10,7 +10,7 @@ std::mutex mutex;
 std::vector<std::string> violations;
 } // namespace
 
-// Instead of the exception handler's, which would end the process.
+// Replaces the exception handler's definition, which would end the process.
 void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
                                          int line) {
     const std::lock_guard<std::mutex> lock(mutex);

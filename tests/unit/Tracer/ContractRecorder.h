@@ -3,6 +3,6 @@
 #include <string>
 #include <vector>
 
-/// Broken contracts are recorded in these tests and do nothing else, as where no crash handler is installed.
-/// Each is "<kind>: <condition> <source>:<line>".
+/// Returns and forgets the contract violations so far, each as "<kind>: <condition> <source>:<line>". In
+/// these tests a violation is only recorded, and the code continues as it does without a crash handler.
 std::vector<std::string> takeContractViolations();

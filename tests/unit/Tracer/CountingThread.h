@@ -9,7 +9,7 @@ struct OwnEventCount {
     kf::detail::EventCount m_events;
 };
 
-/// Flushes once a second while it is told that there is work.
+/// Counts its flushes, one a second while setWork() says that there is work.
 class CountingThread : private OwnEventCount, public kf::detail::FlushThread {
 public:
     explicit CountingThread(bool hasWork = true) : FlushThread(m_events), m_hasWork(hasWork) {}
@@ -19,7 +19,7 @@ public:
         m_events.notify();
     }
     std::atomic<int> m_flushes{0};
-    std::atomic<int> m_looks{0}; // for work
+    std::atomic<int> m_looks{0}; // the calls of hasWork()
 
 protected:
     void flush() override { ++m_flushes; }

@@ -7,7 +7,7 @@
 
 using namespace kf::detail;
 
-// The configuration files that are delivered.
+/// The configuration files that are installed.
 class DefaultConfiguration : public Traced {};
 
 TEST_F(DefaultConfiguration, TraceFileHasTheFieldsDefaults) {

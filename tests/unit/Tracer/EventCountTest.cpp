@@ -44,7 +44,7 @@ TEST(EventCount, WakesEveryWaiter) {
     other.join();
 }
 
-// Two threads that wait for each other in turn: a wake-up that is lost stops both.
+// Two threads wait for each other in turn: a lost wake-up stops both.
 TEST(EventCount, LosesNoWakeUp) {
     constexpr int ROUNDS = 20000;
     EventCount events;

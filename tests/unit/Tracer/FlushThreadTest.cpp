@@ -32,7 +32,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-/// Flushes when asked to.
+/// A flush thread whose flush() the test calls.
 class HandFlushed : public TracerFlushThread {
 public:
     using TracerFlushThread::flush;
@@ -119,7 +119,7 @@ TEST(FlushingThread, MayBeStoppedBeforeItHasStarted) {
 
 class Flushing : public Traced {
 protected:
-    /// Until any flush thread has come round.
+    /// Waits until any flush thread has flushed at least once.
     static void waitForAFlush() {
         CountingThread clock;
         clock.start();
@@ -136,7 +136,7 @@ TEST_F(Flushing, TraceReachesItsFileWithinAboutASecond) {
     EXPECT_EQ(lines(), std::vector<std::string>{"a\n"});
 }
 
-// DELIBERATE: see FileRing::drain. The drain comes although no line does.
+// DELIBERATE: see FileRing::drain. The next drain comes even without a new line.
 TEST_F(Flushing, FileThatARotationBeganIsEmptiedASecondLater) {
     const std::string path = m_folder / "tracer.cfg";
     writeFile(path, "TRACE_ON\nTRACE_SET_MAX_LINES 2\nTRACE_SET_FILE_NAME trace\n");
@@ -165,7 +165,7 @@ TEST_F(Flushing, DirectlyWritingTracerHasNoFlushThread) {
     m_tracer.ReadConfigFile(path.c_str());
     m_tracer.setDirectWrite(false);
     m_tracer.PrintString("waits\n");
-    // A flush thread would take less than two seconds.
+    // If there were a flush thread, it would write within two seconds.
     CountingThread clock;
     clock.start();
     ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
@@ -220,7 +220,7 @@ TEST_F(Flushing, ConfigurationMayBeReadAgain) {
     EXPECT_TRUE(waitUntil([this] { return file() != "(none)" && !lines().empty(); }));
 }
 
-// Its next drain would empty the file that the last one has gone on to.
+// One more drain would empty the file that the rotation in the last drain has begun.
 TEST_F(Flushing, FinishedTraceIsNotTouchedAgain) {
     const std::string path = m_folder / "tracer.cfg";
     writeFile(path, "TRACE_ON\nTRACE_SET_MAX_LINES 2\nTRACE_SET_FILE_NAME trace\n");
@@ -267,8 +267,9 @@ TEST_F(Flushing, TraceReadsItsConfigurationAnewBehindItsEnd) {
     EXPECT_TRUE(waitUntil([this] { return file() == "again\n"; }));
 }
 
-/// In this folder, a process that may have no more threads. Paths are to be relative: folders above may be
-/// closed to its user, since such a limit does not bind the superuser.
+/// Runs the action in a child process that can create no threads, in this folder. The limit does not bind the
+/// superuser, so the process becomes another user, who may not be able to open the folders above: use
+/// relative paths.
 static ChildResult withoutThreads(const std::string& folder, const std::function<void()>& action) {
     return runInChild([&] {
         const rlimit none = {0, 0};
@@ -328,14 +329,14 @@ TEST_F(Flushing, DirectlyWritingLoggerHasNoFlushThread) {
     logger.ReadConfigFile(path.c_str());
     logger.setDirectWrite(false);
     logger.PrintMsg(MSG_ERROR, "waits");
-    // A flush thread would take less than two seconds.
+    // If there were a flush thread, it would write within two seconds.
     CountingThread clock;
     clock.start();
     ASSERT_TRUE(waitUntil([&] { return clock.m_flushes == 2; }));
     EXPECT_FALSE(logger.areAllMsgFlushed());
 }
 
-// The flush thread is held up in its drain.
+// The disk hangs while the flush thread drains.
 TEST_F(Flushing, DestroyedLoggerIsDisabledAndWaitsForItsFlushThread) {
     std::optional<Logger> logger(std::in_place);
     logger->SetFileName(m_folder / "log");

@@ -18,7 +18,7 @@ constexpr KeywordStatement STATEMENTS[] = {{"X_ON", KeywordArgument::None},
 constexpr KeywordLevel LEVELS[] = {{"X_LOW", 1}, {"X_LOWER", 2}, {"X_TOP", 256}};
 constexpr KeywordLanguage LANGUAGE = {STATEMENTS, 5, LEVELS, 3};
 
-// Supplies a text in pieces of a given size.
+/// Scans a text that it reads in pieces of a given size.
 class TextScanner : public KeywordScanner {
 public:
     TextScanner(std::string text, std::size_t piece)
@@ -71,7 +71,7 @@ private:
     int m_line = 0;
 };
 
-// What the text does, whatever the pieces that it is read in.
+/// The effects of parsing the text, which must be the same for every size of pieces.
 std::vector<std::string> resultOf(const std::string& text) {
     TextParser whole(text, 8192);
     whole.parse();

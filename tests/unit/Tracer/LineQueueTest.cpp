@@ -13,7 +13,7 @@ using namespace kf::detail;
 
 namespace {
 
-/// Appends all waiting lines to a text; returns how many they were.
+/// Appends all queued lines to a text; returns their number.
 std::size_t writeAll(LineQueue& queue, std::string& written) {
     std::size_t completed = 0;
     while (!queue.empty()) {
@@ -24,7 +24,7 @@ std::size_t writeAll(LineQueue& queue, std::string& written) {
     return completed;
 }
 
-/// A queue whose memory is there, so that slots can be reserved.
+/// A queue that has memory already, so that slots can be reserved.
 class ReservedPlaces : public testing::Test {
 protected:
     ReservedPlaces() {
@@ -411,7 +411,8 @@ TEST_F(ReservedPlaces, ThatAreForgottenInTheMiddleOfAWrittenLineLoseNothing) {
 }
 
 TEST_F(ReservedPlaces, LieInClearedMemory) {
-    // Until its end is there, a reserved line is told by the 0 where its end will be, be it among former lines' texts.
+    // Slots need cleared memory, even where former lines were: a zero in place of its end marks a line as
+    // unfinished.
     const std::string longLine(500, 'x');
     for (int chunk = 0; chunk < 3; ++chunk) {
         while (LineQueue::Slot slot = queue.reserve(longLine.size()))
@@ -462,7 +463,7 @@ TEST(LineQueue, ManyThreadsAndADrainLoseNoLineAndKeepTheOrderOfEach) {
         last = running == 0;
         const std::lock_guard<std::mutex> locked(lock);
         for (std::size_t waiting = queue.size(); waiting > 0;) {
-            // In part, as a disk that is full for a moment takes it.
+            // Partly, as if the disk became full for a moment.
             const std::string_view front = queue.front(waiting);
             const std::size_t taken = front.size() > 3 ? front.size() / 3 * 2 : front.size();
             written += front.substr(0, taken);

@@ -5,7 +5,7 @@
 #include "detail/FileRing.h"
 #include "detail/KFLock.h"
 
-/// A registered logger of the test's own, disabled to begin with; its files are in the test's folder.
+/// A logger for the test, registered and at first disabled; its files are in the test's folder.
 class Logged : public Traced {
 protected:
     Logged() {
@@ -14,7 +14,7 @@ protected:
     }
 
     std::string path(int index) const { return m_folder / ("log_" + std::to_string(index) + ".txt"); }
-    /// The content of a file of the ring "log"; "(none)" when it does not exist.
+    /// The content of a file of the ring "log"; "(none)" if it does not exist.
     std::string log(int index = 0) const {
         return access(path(index).c_str(), F_OK) == 0 ? readFile(path(index)) : "(none)";
     }

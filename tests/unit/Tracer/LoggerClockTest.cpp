@@ -1,4 +1,4 @@
-// What a clock that is set back does to the log. This program's gettimeofday takes the place of the system's.
+// How a clock that is set back affects the log. The program replaces gettimeofday with its own.
 
 #include "Logged.h"
 #include "Substitute.h"
@@ -53,7 +53,7 @@ protected:
     }
     ~LogWhoseClockIsSetBack() override { secondsAhead = 0; }
 
-    /// Until a line's stamp is so many hours ahead of the machine's clock.
+    /// Logs until a line's stamp is so many hours ahead of the machine's clock.
     void logUntilAheadBy(int hours) {
         int ahead = -1;
         while (ahead != hours) {

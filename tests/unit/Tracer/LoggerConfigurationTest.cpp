@@ -88,7 +88,7 @@ TEST_F(LoggerConfiguration, SyntaxErrorTellsItsLineAndEndsTheProcess) {
     EXPECT_EQ(result.errors, "syntax error at line 3 of log config file\n");
 }
 
-// Else the trace file is an earlier run's, and nothing tells so.
+// Otherwise the trace file would still be an earlier run's, with no sign of that.
 TEST_F(LoggerConfiguration, BeforeItEndsTheProcessTheTraceIsFinished) {
     for (const char* text : {"LOG_SET_FILE_NAME a\\b\n", "LOG_ON\n"}) { // a syntax error; no file name
         writeFile(m_path, text);

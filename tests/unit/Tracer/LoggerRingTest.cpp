@@ -21,7 +21,7 @@ protected:
         for (int i = first; i <= last; ++i)
             m_logger.PrintString(std::to_string(i) + "\n");
     }
-    /// Makes a file of the ring "log", last written at this local time of a day in 2021.
+    /// Makes a file of the ring "log" that was last written at this day and local hour in May 2021.
     void makeFile(int index, int day, int hour, const std::string& content = "old\n") {
         writeFile(path(index), content);
         std::tm local{};
@@ -322,7 +322,7 @@ TEST_F(LoggerRing, FailedOpenDeliberatelyKeepsTheLock) {
         return free;
     };
     EXPECT_FALSE(isFreeForOthers());
-    // The thread that holds it goes on.
+    // The thread that holds it can still log.
     ASSERT_EQ(mkdir(folder.c_str(), 0777), 0);
     print(2, 2);
     m_logger.WriteOnFile();
@@ -417,7 +417,7 @@ TEST_F(LoggerRing, ThreadsThatLogDoNotWaitForTheDisk) {
     m_logger.SetFileName("log");
     const std::string line(999, 'x');
     std::string expected;
-    for (int lines = 0; lines < 200; ++lines) { // more than the first memory of the queue
+    for (int lines = 0; lines < 200; ++lines) { // more than the queue's first chunk holds
         m_logger.PrintString(line + "\n");
         expected += line + "\n";
     }

@@ -175,7 +175,7 @@ TEST_F(LoggerCore, TheStampsOfManyThreadsAscend) {
     int count = 0;
     int stepsBack = 0;
     for (; std::getline(lines, line); ++count) {
-        // At midnight the first stamp of a day is smaller than the last of the day before.
+        // At midnight stamps begin again at 00.
         if (line < before && line.compare(0, 3, "[00") != 0)
             ++stepsBack;
         before = line;

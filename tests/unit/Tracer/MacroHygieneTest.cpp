@@ -1,4 +1,4 @@
-// The macros as a hostile user writes them. That this file compiles without a warning is half of the test.
+// The macros in the most hostile user code. Half of the test is that this file compiles without a warning.
 #include "LogMessage.h"
 #include "Logger.h"
 #include "TraceStream.h"
@@ -10,7 +10,7 @@ using testing::ElementsAre;
 
 namespace hostile {
 
-// Names that the macros use, with other meanings. The macros mean the global ones.
+// Names that the macros use, with other meanings here: the macros must still find the global ones.
 struct Tracer {};
 struct Logger {};
 struct CallMarker {};

@@ -88,7 +88,7 @@ TEST(MessageText, HugeWidthIsCutAndMarked) {
     EXPECT_EQ(text("%*d", 1000000, 7), std::string(19999, ' ') + " ...");
 }
 
-// Also where one number can be formatted quickly and the other one, or its value, cannot.
+// Also if QuickFormat supports the conversion and value of one number but not those of the other.
 TEST(MessageText, AllNumbersHaveTheDecimalPointOfTheLocale) {
     const DecimalComma comma;
     EXPECT_EQ(text("%.3f s", 1.5), "1,500 s");

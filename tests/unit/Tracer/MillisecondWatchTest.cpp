@@ -6,10 +6,10 @@ using namespace kf::detail;
 
 namespace {
 
-constexpr std::uint64_t RATE = 3000; // ticks of a microsecond
-constexpr std::uint64_t LOOK = 60;   // ticks that a look takes
+constexpr std::uint64_t RATE = 3000; // ticks in a microsecond
+constexpr std::uint64_t LOOK = 60;   // ticks that a clock read takes
 
-/// A counter and a clock that agree, and a watch that has looked at both for long enough to know the rate.
+/// A counter and a clock that agree, and a watch that has recorded enough clock reads to know the rate.
 class Watched : public testing::Test {
 protected:
     void SetUp() override {
@@ -56,7 +56,8 @@ TEST_F(Watched, NeverTellsAMillisecondThatIsOver) {
 }
 
 TEST_F(Watched, AllowsForTheMicrosecondThatTheClockCutsOff) {
-    const std::uint64_t before = ticksAt(1001999) - 1; // the clock still shows what is over now
+    // One tick before the microsecond that the clock shows is over.
+    const std::uint64_t before = ticksAt(1001999) - 1;
     watch.look(before, before + LOOK, 1001998);
     EXPECT_FALSE(isSameAt(1002000));
     watch.look(ticksAt(1002000) - 1, ticksAt(1002000) + LOOK, 1001999);
@@ -69,8 +70,8 @@ TEST_F(Watched, LooksAgainWhenTheCounterGoesBack) {
 }
 
 TEST_F(Watched, AnInterruptedLookMeasuresNoRate) {
-    // 5 milliseconds between the counter and the clock: by the clock, the counter would run at 3.5 times the
-    // rate, and by the next look's at a fraction of it.
+    // 5 milliseconds pass between reading the counter and the clock: by this clock read, the counter would
+    // run at a quarter of its rate, and by the next one at 3.5 times.
     const std::uint64_t before = ticksAt(1002000);
     watch.look(before, ticksAt(1007000), 1007000);
     lookAt(1009000);
@@ -91,7 +92,7 @@ TEST_F(Watched, ForgetsTheRateWhenTheClockIsSetOrTheMachineSlept) {
 }
 
 TEST_F(Watched, DoesNotBelieveARateThatAClockSetBackMakesTooHigh) {
-    // An hour without a look, and the clock set back by so much that it shows a tenth of a second more.
+    // No clock read for an hour; then the clock, set back, shows only a tenth of a second more.
     const std::uint64_t hour = RATE * 3600000000u;
     watch.look(ticksAt(1100000) + hour, ticksAt(1100000) + hour + LOOK, 1100000);
     EXPECT_TRUE(watch.isSameMillisecond(ticksAt(1100900) + hour));
@@ -106,7 +107,7 @@ TEST_F(Watched, DoesNotBelieveARateThatACounterThatJumpedMakesTooHigh) {
 }
 
 TEST_F(Watched, FollowsAnotherRate) {
-    // Half as fast from here on, as a processor that saves power may be that has no constant counter.
+    // From here on at half the rate, as when a processor whose counter's rate is not constant saves power.
     const std::uint64_t start = ticksAt(1000200);
     const auto slowly = [start](std::int64_t microseconds) {
         return start + RATE / 2 * static_cast<std::uint64_t>(microseconds - 1000200);

@@ -11,7 +11,7 @@
 
 using namespace kf::detail;
 
-// What may stand in the place of a ring's file without being one.
+// Things that may exist under the name of a ring's file and must not be written into.
 
 namespace {
 
@@ -22,13 +22,14 @@ protected:
         m_ring.beginAnew();
         m_ring.put("line\n");
     }
-    /// One drain, and what it said on standard error.
+    /// Drains once; returns what that writes on standard error.
     std::string drain(FileRing::Drain expected) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(m_ring.drain(), expected);
         return testing::internal::GetCapturedStderr();
     }
-    /// Refused and told, refused again without a word, no line lost; then the place is free, and the line gets there.
+    /// Expects that the file is refused with a message, then refused again silently, and that no line is
+    /// lost: when the obstacle is removed, the line is written.
     void expectRefused() {
         EXPECT_EQ(drain(FileRing::Drain::CannotOpen), "Ring : can't open " + m_path + "\n");
         for (int i = 0; i < 3; ++i)

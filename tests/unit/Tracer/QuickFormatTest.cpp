@@ -43,7 +43,7 @@ std::string asPrintf(const char* format, ...) {
 
 #pragma GCC diagnostic pop
 
-/// The two agree, and the quick one did not refuse.
+/// Expects that QuickFormat writes what printf does, and does not refuse.
 template <typename... Arguments>
 void expectSame(const char* format, Arguments... arguments) {
     EXPECT_EQ(quickly(4096, format, arguments...), asPrintf(format, arguments...)) << format;
@@ -75,9 +75,9 @@ TEST(QuickFormat, AgreesWithPrintfOnRandomNumbers) {
     std::mt19937_64 random(20260101);
     for (int i = 0; i < 200000; ++i) {
         const std::uint64_t bits = random();
-        // Exponents around 1, where rounding matters, up to those of 2^32.
+        // Values around 1, where rounding matters, and up to 2^32.
         expectSame("%.3f", std::ldexp(static_cast<double>(bits >> 11), -21 - static_cast<int>(bits % 96)));
-        // Sixteenths of thousandths, so that ties are met.
+        // Sixteenths, so that ties occur.
         expectSame("%.3f", static_cast<double>(bits % 100000) / 16);
         expectSame("%d %u", static_cast<int>(bits), static_cast<unsigned>(bits));
         if (testing::Test::HasFailure())

@@ -11,7 +11,7 @@ using namespace kf::detail;
 
 using testing::ElementsAre;
 
-// The lines of one thread: layout, depth, messages and stack.
+/// The lines of one thread: layout, depth, messages and stack.
 class ThreadTracing : public Traced {
 protected:
     ThreadTracing() { traceEverything(); }
@@ -74,7 +74,7 @@ TEST_F(ThreadTracing, BarsMarkTheUnits) {
 }
 
 TEST_F(ThreadTracing, EveryDepthHasItsBars) {
-    constexpr std::size_t DEPTH = 100; // more than a few copies of what is kept ready
+    constexpr std::size_t DEPTH = 100; // several times the length of the indentation that is kept ready
     for (const bool bars : {true, false}) {
         m_tracer.setBarIndentation(bars);
         std::vector<std::string> expected;
@@ -362,7 +362,7 @@ TEST_F(ThreadTracing, StackOfAnotherThreadDeliberatelyCarriesTheIdOfTheOneThatAs
     EXPECT_NE(file().find(expected), std::string::npos) << file();
 }
 
-// What is registered behind it may get the same memory.
+// A thread tracer that is registered afterwards may get the same memory.
 TEST_F(ThreadTracing, CallThatOutlivesItsThreadsTraceWritesNothingUnderAnotherName) {
     m_tracer.setPrintExits(true);
     for (int round = 0; round < 20; ++round) {

@@ -23,7 +23,7 @@ long long nowInMilliseconds() {
     return now.tv_sec * 1000LL + now.tv_usec / 1000;
 }
 
-// Today's (or, just after midnight, tomorrow's) time of day that the stamp tells, in milliseconds.
+/// The time of day that the stamp shows, in milliseconds since midnight.
 long long stampInMilliseconds(const std::string& stamp) {
     int hours = 0;
     int minutes = 0;
@@ -81,7 +81,7 @@ TEST(TimeStamp, NeverLagsBehindTheClockNorGoesAheadOfIt) {
     }
 }
 
-/// What the process's time zone is as long as this lives.
+/// Sets the process's time zone for a scope.
 class TimeZone {
 public:
     explicit TimeZone(const char* zone) {

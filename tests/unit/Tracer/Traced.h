@@ -34,7 +34,7 @@ inline std::vector<std::string> withoutThreadColumns(const std::string& text) {
     return lines;
 }
 
-/// A registered tracer of the test's own, disabled to begin with, and a folder for its files.
+/// A tracer for the test, registered and at first disabled, and a folder for its files.
 class Traced : public testing::Test {
 protected:
     Traced() {
@@ -43,7 +43,7 @@ protected:
     }
     ~Traced() override { EXPECT_EQ(takeContractViolations(), std::vector<std::string>{}); }
 
-    /// Every thread, every call and every message, at once into "trace_0.txt".
+    /// Traces every thread, call and message, with direct writing, into "trace_0.txt".
     void traceEverything() {
         m_tracer.setEnabled(true);
         m_tracer.setDirectWrite(true);
@@ -52,7 +52,7 @@ protected:
         m_tracer.TraceTheCall("*");
         m_tracer.SetFileName("trace");
     }
-    /// The content of a file of the ring "trace"; "(none)" when it does not exist.
+    /// The content of a file of the ring "trace"; "(none)" if it does not exist.
     std::string file(int index = 0) const {
         const std::string path = m_folder / ("trace_" + std::to_string(index) + ".txt");
         return access(path.c_str(), F_OK) == 0 ? readFile(path) : "(none)";

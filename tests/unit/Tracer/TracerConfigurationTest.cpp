@@ -177,7 +177,7 @@ TEST_F(TracerConfiguration, SyntaxErrorBeforeTraceOnIsOneToo) {
     EXPECT_EQ(result.errors, "syntax error at line 1 of tracer config file\n");
 }
 
-// Else what an earlier run has left looks like this one's.
+// Otherwise an earlier run's trace would look like this run's.
 TEST_F(TracerConfiguration, SyntaxErrorBelowTheFileNameLeavesAnEmptyTrace) {
     for (const char* more : {"", "TRACE_MUST_FLUSH\n"}) {
         writeFile(m_folder / "trace_0.txt", "of an earlier run\n");

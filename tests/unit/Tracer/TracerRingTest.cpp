@@ -280,12 +280,12 @@ TEST_F(TracerRing, AnEmptyLineCountsAsOne) {
     EXPECT_EQ(ring().getFileIndex(), 3);
 }
 
-// The file that a rotation has begun is emptied by the next drain: then the line begins anew as well.
+// The next drain empties the file that a rotation has begun, so it must write the line from its beginning.
 TEST_F(TracerRing, FullDiskInTheMiddleOfARotationLeavesNoHalfLine) {
     const std::string longLine(99, 'x');
     const ChildResult result = runInChild([&] {
         signal(SIGXFSZ, SIG_IGN);
-        const rlimit full = {50, RLIM_INFINITY}; // a file takes that much, and a part of the long line
+        const rlimit full = {50, RLIM_INFINITY}; // room for the short lines, and for a part of the long one
         const rlimit free = {RLIM_INFINITY, RLIM_INFINITY};
         m_tracer.setMaximumLinesPerFile(2);
         m_tracer.SetFileName("trace");

@@ -265,7 +265,7 @@ TEST_F(TracerCore, StacksArePrintedInTheOrderOfTheThreadIds) {
             waitFor([&] { return known == COUNT; });
             const auto rank = static_cast<std::size_t>(std::count_if(
                 ids.begin(), ids.end(), [&](std::uint64_t id) { return id < ids[i]; }));
-            // The highest id comes first, so that the order of registration is another one.
+            // Registers the highest id first, so that the order of registration is not that of the ids.
             waitFor([&] { return registered == COUNT - 1 - rank; });
             m_tracer.BeginningOfThread(("rank " + std::to_string(rank)).c_str());
             TRACE_FUNCTION("a");
@@ -307,8 +307,8 @@ TEST_F(TracerCore, RefusedThreadIsTracedOnceTheFiltersPermitIt) {
 
 namespace {
 
-/// Makes a call twice, the second time while another thread has the tracer's lock. It never comes back if
-/// that call waits for the lock.
+/// Makes a call twice, the second time while another thread holds the tracer's lock. Hangs if that call waits
+/// for the lock.
 void callAgainWhileLocked(Tracer& tracer, const std::function<void()>& call) {
     std::atomic<bool> called{false};
     std::atomic<bool> locked{false};

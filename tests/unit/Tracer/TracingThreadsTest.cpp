@@ -9,7 +9,7 @@
 #include <set>
 #include <thread>
 
-// Many threads at once. What the thread sanitizer sees is the main result.
+/// Many threads at once; mainly for the thread sanitizer.
 class TracingThreads : public Traced {};
 
 // Not in an unnamed namespace: clang's name of one holds a parenthesis, where the method's name would end.

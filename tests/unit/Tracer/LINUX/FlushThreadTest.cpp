@@ -17,7 +17,7 @@
 #include <unistd.h>
 #include <vector>
 
-// What this host alone tells of threads that wait.
+// Only this host shows on what a thread waits.
 
 using namespace kf::detail;
 
@@ -27,7 +27,7 @@ std::string taskFolder(const std::string& thread) {
     return "/proc/self/task/" + thread + "/";
 }
 
-/// The threads of this process that wait in the kernel for a word of that memory: proc(5), /proc/<pid>/syscall.
+/// The threads of this process that wait for a futex in this memory, from /proc/<pid>/syscall (proc(5)).
 /// @param withoutEnd  only those that wait without a timeout
 std::vector<std::string> threadsThatWaitFor(const void* memory, std::size_t size, bool withoutEnd) {
     const auto begin = reinterpret_cast<std::uintptr_t>(memory);
@@ -58,7 +58,7 @@ bool isSleptOn(const EventCount& events) {
     return !threadsThatWaitFor(&events, sizeof events, true).empty();
 }
 
-/// How often the thread has gone to sleep.
+/// The number of times that the thread has gone to sleep.
 long sleepsOf(const std::string& thread) {
     std::ifstream file(taskFolder(thread) + "status");
     for (std::string line; std::getline(file, line);)
@@ -165,7 +165,7 @@ TEST_F(FlushThreadThatWaits, DestroyedWithALockThatAFailedOpenHasKeptTheLoggerEn
     logger.Initialize();
     logger.PrintMsg(MSG_ERROR, "waits");
     testing::internal::CaptureStderr();
-    logger.WriteOnFile(); // the lock is this thread's from now on
+    logger.WriteOnFile(); // fails to open the file, and keeps the lock
     EXPECT_TRUE(waitUntil([&] { return isAwaited(logger.getLock()); }));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }

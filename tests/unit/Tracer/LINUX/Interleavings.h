@@ -12,34 +12,35 @@
 #include <utility>
 #include <vector>
 
-/// Runs a few threads in every order of their steps. A step is an access to a SteppedAtomic: exactly one thread runs at a
-/// time, on a stack of its own, and hands over before each. An order is not followed further where it comes to a state that
-/// was there before: each thread has seen the same values, and the shared memory holds the same.
+/// Runs a few threads in every order of their steps. A step is an access to a SteppedAtomic: exactly one
+/// thread runs at a time, on a stack of its own, and yields before each access. An order is abandoned when it
+/// reaches a known state: each thread has seen the same values before, and the shared memory was the same.
 ///
-/// A thread that is not run to its end leaves its stack as it is: what it owns there is lost.
+/// A thread that does not run to its end never unwinds its stack: what it owns there leaks.
 ///
-/// What it shows holds for sequentially consistent memory; that weaker orders suffice is for the thread sanitizer to see, in the
-/// tests with real threads.
+/// The results hold for sequentially consistent memory. That weaker memory orders suffice is checked by the
+/// thread sanitizer, in the tests with real threads.
 class Interleavings {
 public:
     struct Thread {
         std::function<void()> run;
-        /// Asked while it has not begun; looks at plain variables.
+        /// Called until the thread has begun; may read plain variables only.
         std::function<bool()> mayBegin = [] { return true; };
     };
-    /// One run, from fresh variables.
+    /// One run, with new variables.
     struct Run {
         std::vector<Thread> threads;
         std::function<std::uint64_t()> memory; ///< a hash of all variables that threads share, plain ones too
         std::function<void()> check;           ///< when all threads have ended or are frozen
     };
 
+    /// @param begin  called for each order; creates its variables
     /// @return  the number of orders that were run to their end
     static std::size_t runAll(const std::function<Run()>& begin) {
         std::set<std::uint64_t> known;
         std::vector<Choice> choices;
         std::size_t ended = 0;
-        bool hasFailed = false; // one order that fails is enough to read
+        bool hasFailed = false; // stops at the first order that fails
         do {
             Interleavings order(begin());
             current() = &order;
@@ -54,17 +55,17 @@ public:
 
     // ---- for the threads
 
-    /// The calling thread hands over; nothing outside runAll().
+    /// The calling thread yields. Does nothing outside runAll().
     static void step() {
         if (self() >= 0)
             current()->handOver(false);
     }
-    /// The same until another thread has changed something.
+    /// The calling thread yields until another one has changed something.
     static void waitForChange() {
         if (self() >= 0)
             current()->handOver(true);
     }
-    /// What the thread has learned since its last step, or changed.
+    /// Records a value that the thread has seen or changed in its step.
     static void note(std::uint64_t value, bool isChange) {
         if (self() < 0)
             return;
@@ -72,7 +73,7 @@ public:
         state.history = mix(state.history, value);
         current()->m_changes += isChange ? 1 : 0;
     }
-    /// That thread takes no further step.
+    /// Stops a thread for good: it takes no further step.
     static void freeze(std::size_t thread) { current()->m_states[thread].isFrozen = true; }
     /// The number of the calling thread.
     static int self() { return number(); }
@@ -95,7 +96,7 @@ private:
     };
     struct State {
         std::uint64_t history = 0;
-        std::uint64_t waitsSince = 0; // the changes at its wait
+        std::uint64_t waitsSince = 0; // the number of changes when it began to wait
         bool hasBegun = false;
         bool hasEnded = false;
         bool isFrozen = false;
@@ -122,7 +123,7 @@ private:
         return ofThread;
     }
 
-    /// Follows the choices and makes those that are missing. False when the order came to a known state.
+    /// Follows the choices and adds those that are missing. False if the order reaches a known state.
     bool follow(std::vector<Choice>& choices, std::set<std::uint64_t>& known) {
         for (std::size_t i = 0; i < m_states.size(); ++i)
             prepare(i);
@@ -159,7 +160,7 @@ private:
     std::uint64_t stateHash() const {
         std::uint64_t hash = m_run.memory();
         for (const State& state : m_states) {
-            // What a thread has seen no longer matters once it takes no more steps.
+            // What a thread has seen does not matter if it takes no more steps.
             hash = mix(hash, state.hasEnded || state.isFrozen ? 0 : state.history);
             hash = mix(hash, (state.hasBegun ? 1u : 0u) + (state.hasEnded ? 2u : 0u) +
                                  (state.isFrozen ? 4u : 0u) +
@@ -208,7 +209,7 @@ private:
     std::uint64_t m_changes = 0;
 };
 
-/// Takes the place of std::atomic: each access is a step.
+/// Replaces std::atomic: each access is a step.
 template <typename T>
 class SteppedAtomic {
 public:
@@ -240,7 +241,7 @@ public:
         (isEqual ? m_value : expected) = isEqual ? value : m_value;
         return isEqual;
     }
-    /// Not a step.
+    /// Reads the value without a step.
     T value() const { return m_value; }
 
 private:

@@ -19,7 +19,7 @@ void waitForOthers() {
     Interleavings::waitForChange();
 }
 
-/// A chunk with room for so many lines of 4 bytes, its writers, and the owner's side of it as LineQueue has it.
+/// A chunk for a number of lines of 4 bytes each, its writers, and its owner, which does what LineQueue does.
 class Chunk {
 public:
     explicit Chunk(std::size_t lines) : m_memory(memoryFor(lines)), m_slots(m_memory.size() * 4) {
@@ -27,7 +27,7 @@ public:
         m_slots.open();
     }
 
-    /// A writer's line: its letter three times; cancelled where that is an "x".
+    /// Writes a line: its letter three times. The line of an "x" is cancelled.
     void write(char letter) {
         const Slots::Slot slot = m_slots.reserve(4);
         if (!slot) {
@@ -41,11 +41,11 @@ public:
             slot.cancel();
         else
             slot.finish();
-        m_finished += letter; // in the same step
+        m_finished += letter; // in the same step as finish() or cancel()
     }
     static std::string lineOf(char letter) { return std::string(3, letter) + "\n"; }
 
-    /// Writes what waits, and opens the chunk again where nothing came meanwhile.
+    /// Writes the queued lines into the file; empties and reopens the chunk if no line has come meanwhile.
     void drain() {
         m_isDraining = true;
         const auto wait = [] {
@@ -65,7 +65,7 @@ public:
         m_isDraining = false;
         m_hasDrained = true;
     }
-    /// The drain of a signal handler: it waits for a change once, and then no more.
+    /// The drain of a signal handler: it waits once for other threads, and then no more.
     void drainInSignal() {
         m_finishedAtSignal = m_finished;
         const auto once = [hasWaited = false]() mutable {
@@ -90,7 +90,7 @@ public:
     bool hasDrained() const { return m_hasDrained; }
     const std::string& file() const { return m_file; }
     const std::string& signalFile() const { return m_signalFile; }
-    /// The letters of the lines that have a slot.
+    /// The letters of the lines that got a slot.
     const std::string& reserved() const { return m_reserved; }
     const std::string& elsewhere() const { return m_elsewhere; }
     const std::string& finishedAtSignal() const { return m_finishedAtSignal; }
@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    /// Room for one more end, VOID_LINE's.
+    /// With one more slot, for VOID_LINE.
     static std::vector<std::uint32_t> memoryFor(std::size_t lines) {
         return std::vector<std::uint32_t>(2 * lines + 1);
     }
@@ -134,7 +134,7 @@ private:
     bool m_hasDrained = false;
 };
 
-/// The lines of a file, sorted: writers learn of their slots in another order than they get them.
+/// The lines of a file, sorted: writers record their letters in another order than that of their slots.
 std::vector<std::string> sortedLines(const std::string& file) {
     std::vector<std::string> lines;
     std::istringstream stream(file);
@@ -152,7 +152,7 @@ std::vector<std::string> linesOfLetters(const std::string& letters) {
     return sortedLines(file);
 }
 
-/// Each writer writes the lines of its letters.
+/// The threads of the writers; each writes the lines of its letters.
 std::vector<Interleavings::Thread> writersOf(const std::shared_ptr<Chunk>& chunk,
                                              const std::vector<std::string>& writers) {
     std::vector<Interleavings::Thread> threads;
@@ -202,10 +202,10 @@ TEST(LineSlots, EveryOrderOfTwoWritersAndADrainWritesEachLineOnce) {
     }
 }
 
-// The handler interrupts the drain, or one of the writers while no drain runs, at each of their steps; what it has interrupted
-// never goes on. The other writers do.
+// The handler interrupts the drain, or a writer while no drain runs, at each of their steps. The interrupted
+// thread does not continue; the other writers do.
 TEST(LineSlots, EveryOrderWithASignalsDrainKeepsEachFinishedLineAndEndsTheOthers) {
-    // One thread more makes many more orders.
+    // Only two of the scenes: one more thread multiplies the number of orders.
     for (const Scene& scene : {Scene{3, {"a", "b"}}, Scene{1, {"a", "b"}}}) {
         const std::size_t drain = scene.writers.size();
         for (const std::size_t interrupted : {std::size_t{0}, drain}) { // the writers are alike
@@ -217,7 +217,7 @@ TEST(LineSlots, EveryOrderWithASignalsDrainKeepsEachFinishedLineAndEndsTheOthers
                 threads.push_back(
                     {[chunk, interrupted, drain] {
                          Interleavings::freeze(interrupted);
-                         Interleavings::freeze(drain); // which waits for the handler's lock
+                         Interleavings::freeze(drain); // it waits for the lock, which the handler holds
                          chunk->drainInSignal();
                      },
                      [chunk, interrupted, drain] { return interrupted == drain || !chunk->isDraining(); }});
