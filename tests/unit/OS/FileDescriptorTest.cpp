@@ -49,7 +49,7 @@ TEST_F(WholeFiles, OfMoreThanTheLimitAreNotRead) {
     EXPECT_EQ(m_content, "");
 }
 
-// A pipe tells no size either, like a file that grows between the question and the reading.
+// A pipe stands for a file that grows after its size was queried: its size is not known in advance either.
 TEST_F(WholeFiles, ThatGrowMeanwhileAreReadUpToTheLimit) {
     for (const std::size_t size : {0u, 1u, 2u, 3u, 4u, 99u, 100u, 101u, 200u}) {
         int ends[2];

@@ -41,13 +41,13 @@ protected:
         ASSERT_EQ(symlink(target.c_str(), (m_folder / name).c_str()), 0);
     }
 
-    /// What a FileFinder finds, sorted.
+    /// The names that a FileFinder finds, sorted.
     std::vector<std::string> find(const std::string& pattern) { return find(m_folder.path(), pattern); }
     static std::vector<std::string> find(const std::string& folder, const std::string& pattern) {
         FileFinder finder(folder, pattern);
         return sorted(rest(finder));
     }
-    /// What a PatternFileFinder finds, sorted.
+    /// The names that a PatternFileFinder finds, sorted.
     std::vector<std::string> findExactly(const std::string& pattern) {
         PatternFileFinder finder(m_folder.path(), pattern);
         return sorted(rest(finder));

@@ -48,7 +48,7 @@ protected:
         WrappedCalls::reset();
         LockWait::setLongest(std::chrono::seconds(5));
     }
-    /// As somebody else would hold it.
+    /// Locks the file as another process would.
     static FileDescriptor locked(const std::string& path) {
         FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
         EXPECT_EQ(flock(file.get(), LOCK_EX), 0);
@@ -69,7 +69,7 @@ TEST_F(FileLockTest, IsHeldUntilTheObjectGoes) {
 }
 
 TEST_F(FileLockTest, ThreadsTakeTurns) {
-    int counter = 0; // loaded and stored apart, so that only the lock keeps an addition from being lost
+    int counter = 0; // not incremented atomically: without the lock, additions would be lost
     std::thread threads[4];
     for (std::thread& thread : threads) {
         thread = std::thread([&] {
@@ -107,7 +107,7 @@ TEST_F(FileLockTest, IsReleasedWhenItsProcessIsKilled) {
 TEST_F(FileLockTest, IsNotInheritedByAProgramThatIsStarted) {
     auto lock = std::make_unique<FileLock>(m_file);
     EXPECT_TRUE(isLocked(m_file + ".lock"));
-    FILE* const program = popen("cat", "w"); // until the end of its input
+    FILE* const program = popen("cat", "w"); // runs until the end of its input
     ASSERT_NE(nullptr, program);
     lock.reset();
     EXPECT_FALSE(isLocked(m_file + ".lock"));
@@ -143,7 +143,8 @@ TEST_F(FileLockTest, TheFileThatIsLockedItselfIsTheOneThatStandsThereAfterTheWai
     EXPECT_TRUE(newIsLocked.get_future().get());
 }
 
-// Another one who can make it would hold another file's lock.
+// A process that can create the lock file would lock that one, and the two locks would not exclude each
+// other.
 TEST_F(FileLockTest, DoesNotFallBackToTheFileWhereTheLockFileFailsForAnotherReason) {
     writeFile(m_file, "content");
     mkdir((m_file + ".lock").c_str(), 0777);
@@ -223,7 +224,7 @@ TEST_F(FileLockTest, TheLockFileHasTheModeOfTheFileWhateverTheMask) {
     umask(mask);
 }
 
-// Who came in between would be refused.
+// A process that found it before its mode is set could not open it.
 TEST_F(FileLockTest, TheLockFileIsNotThereBeforeOthersCanOpenIt) {
     writeFile(m_file, "content");
     chmod(m_file.c_str(), 0666);
@@ -287,7 +288,7 @@ TEST_F(FileLockTest, UsersWhoMayWriteTheFileLoseNoChange) {
     EXPECT_EQ(readFile(m_file), std::to_string(2 * changes));
 }
 
-// Those who may take it would not notice a lock of the file itself.
+// Users who may open the lock file would not notice a lock on the file itself.
 TEST_F(FileLockTest, ALockFileThatTheUserMayNotOpenIsNotPassedOver) {
     writeFile(m_file, "content");
     chmod(m_file.c_str(), 0666);
@@ -313,7 +314,7 @@ TEST_F(FileLockTest, WhoCouldOnlyLockTheFileItselfTakesTheLockFileThatIsMadeMean
     chmod(m_folder.path().c_str(), 0555);
     std::promise<bool> lockFileIsLocked;
     std::thread waiting([&] {
-        const WithoutPrivileges user; // of this thread only
+        const WithoutPrivileges user; // this thread only
         const FileLock lock(m_file);
         lockFileIsLocked.set_value(lock.isHeld() && isLocked(m_file + ".lock") && !isLocked(m_file));
     });

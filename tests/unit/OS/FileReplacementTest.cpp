@@ -39,7 +39,7 @@ protected:
         struct stat status;
         return lstat(path.c_str(), &status) == 0;
     }
-    /// No file of this process may grow beyond so many bytes: the nearest thing to a full disk.
+    /// Lets no file of this process grow beyond so many bytes, which is the closest to a full disk.
     static void limitFileSize(rlim_t bytes) {
         signal(SIGXFSZ, SIG_IGN);
         const struct rlimit limit = {bytes, bytes};
@@ -194,7 +194,7 @@ TEST_F(FileReplacementTest, RemovesNothingThatIsNotCertainlyAKilledWritersFile) 
     for (const std::string& name : names)
         writeFile(name, "mine");
     writeFile(m_folder / "target", "mine");
-    const FileDescriptor locked(open(names[4].c_str(), O_RDONLY | O_CLOEXEC)); // a living writer's
+    const FileDescriptor locked(open(names[4].c_str(), O_RDONLY | O_CLOEXEC)); // of a writer that still runs
     ASSERT_EQ(flock(locked.get(), LOCK_EX), 0);
     ASSERT_EQ(link(names[5].c_str(), (m_folder / "second name").c_str()), 0);
     unlink(names[6].c_str());
@@ -301,7 +301,7 @@ TEST_F(FileReplacementTest, FailsForADescriptorThatIsNotOpen) {
     EXPECT_FALSE(FileReplacement::replace("/dev/fd/987654", "new"));
 }
 
-// ---- Disks and folders that do not let it
+// ---- Disks and folders that refuse
 
 TEST_F(FileReplacementTest, ADiskThatFailsAtTheLastByteLeavesTheOldContentWhole) {
     writeFile(m_file, "old");
@@ -444,7 +444,7 @@ TEST_F(FileReplacementTest, IsWrittenInPlaceWithoutALockWhereTheFileSystemHasNon
 }
 
 TEST_F(FileReplacementTest, WhatTheFileSystemLacksIsToldOnce) {
-    EXPECT_TRUE(inAnotherProcess([] { // told once in a process
+    EXPECT_TRUE(inAnotherProcess([] { // reported once per process
         const unsigned two = FileReplacement::NO_LOCK | FileReplacement::NO_FLUSH;
         return FileReplacement::takeUntold(0).empty() && FileReplacement::takeUntold(two).size() == 2 &&
                FileReplacement::takeUntold(two).empty() && FileReplacement::takeUntold(7).size() == 1;

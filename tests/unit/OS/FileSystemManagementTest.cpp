@@ -232,7 +232,8 @@ TEST_F(FileSystemManagementTest, CreateFileFailsWhenTheFileCannotBeOpened) {
     EXPECT_FALSE(createFile(m_folder.path(), "missing/file"));
 }
 
-// DELIBERATE: a backslash counts as a separator at the end of the folder, though it is none here.
+// DELIBERATE: a backslash at the end of the folder counts as a separator, although it is none on this
+// platform.
 TEST_F(FileSystemManagementTest, CreateFilePutsNoSeparatorAfterABackslash) {
     EXPECT_TRUE(createFile(m_folder / "dir\\", "file"));
     EXPECT_TRUE(isFolder(m_folder / "dir\\"));
@@ -289,7 +290,7 @@ TEST_F(FileSystemManagementTest, DeleteFolderMayKeepTheFolderItself) {
     EXPECT_FALSE(exists("a/file"));
 }
 
-// DELIBERATE: without removing the folder itself there was nothing to do.
+// DELIBERATE: an empty folder that is to stay leaves nothing to delete, and that gives false.
 TEST_F(FileSystemManagementTest, DeleteFolderThatKeepsAnEmptyFolderReturnsFalse) {
     makeFolder("empty");
     EXPECT_FALSE(deleteFolder(m_folder / "empty", false));
@@ -341,8 +342,8 @@ TEST_F(FileSystemManagementTest, DeleteFolderRemovesWhatItCanAndIgnoresTheRest) 
     {
         const WithoutPrivileges user;
         EXPECT_FALSE(deleteFolder(m_folder / "a", true));
-        EXPECT_TRUE(
-            deleteFolder(m_folder / "a", false)); // it held something, even though that is still there
+        // True, because the folder was not empty, even though its content is still there.
+        EXPECT_TRUE(deleteFolder(m_folder / "a", false));
     }
     ASSERT_EQ(chmod((m_folder / "a/closed").c_str(), 0777), 0);
     EXPECT_TRUE(exists("a/closed/kept"));
@@ -463,7 +464,7 @@ TEST_F(CopyFolderTest, CopiesEverythingWithAnEmptyPattern) {
     }
 }
 
-// DELIBERATE: what is left of the pattern is looked for anywhere in the name.
+// DELIBERATE: the pattern without its wildcard matches anywhere in the name.
 TEST_F(CopyFolderTest, ThePatternStarDotLogCopiesEveryFileWhoseNameContainsLog) {
     makeSource({"a.log", "alarm.logic", "catalog", "a.txt", "LOG"});
     EXPECT_TRUE(copy("*.log"));
@@ -482,7 +483,7 @@ TEST_F(CopyFolderTest, OnlyTheFirstWildcardOfThePatternIsRemoved) {
     EXPECT_FALSE(copied("a.txt"));
     EXPECT_FALSE(copied("txt"));
     EXPECT_FALSE(copied("b*.txt"));
-    // The folder below gets the pattern that is left, and reduces that once more.
+    // The subfolder is copied with the reduced pattern, which is then reduced once more.
     EXPECT_TRUE(copied("sub/a.txt"));
     EXPECT_TRUE(copied("sub/txt"));
 }

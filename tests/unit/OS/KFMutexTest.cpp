@@ -20,7 +20,7 @@ protected:
     KFMutexTest() { WrappedCalls::reset(); }
 };
 
-/// Whether another thread gets the mutex at once (it gives it back).
+/// Whether another thread can lock the mutex at once (it unlocks it again).
 bool isFreeForOthers(KFMutex& mutex) {
     bool taken = false;
     std::thread([&] {
@@ -31,7 +31,7 @@ bool isFreeForOthers(KFMutex& mutex) {
     return taken;
 }
 
-/// The same through tryacquire().
+/// As isFreeForOthers(), through tryacquire().
 bool canBeTriedByOthers(KFMutex& mutex) {
     bool taken = false;
     std::thread([&] {
@@ -43,7 +43,7 @@ bool canBeTriedByOthers(KFMutex& mutex) {
     return taken;
 }
 
-// The tests take a recursive mutex twice in one function, which the thread-safety analysis does not know.
+// The tests lock a recursive mutex twice in one function, which the thread-safety analysis does not support.
 int take(KFMutex& mutex) KF_NO_THREAD_SAFETY_ANALYSIS;
 int take(KFMutex& mutex) {
     return mutex.acquire();

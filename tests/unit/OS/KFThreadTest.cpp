@@ -23,7 +23,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Opens once; whoever waits before goes on then.
+/// Opens once; wait() blocks until then.
 class Gate {
 public:
     void open() {
@@ -57,7 +57,7 @@ private:
     std::atomic<int> m_terminations{0};
 };
 
-/// A body that runs until it is asked to finish, the way a subclass is meant to be written.
+/// A thread that runs until onTerminate() asks it to finish, as a subclass should be written.
 class WaitingThread : public KFThread {
 public:
     explicit WaitingThread(const char* name = nullptr) : KFThread(name) {}
@@ -101,7 +101,7 @@ const char SOURCE[] = "product/Infrastructure/ProgrammingServices/OS/src/KFThrea
 
 } // namespace
 
-// The upper floor's, which are not linked in then.
+// Replace the upper floor's definitions, which are then not linked in.
 void kf::detail::announceThreadBegin(const char* name) {
     note(std::string("begin of ") + name);
 }
@@ -169,7 +169,7 @@ TEST_F(KFThreadTest, IsRunningFromStartUntilTheBodyHasReturned) {
     EXPECT_FALSE(thread.isRunning());
 }
 
-// DELIBERATE: the flag is set before the thread is created, and stays when there is none.
+// DELIBERATE: the flag is set before the thread is created, and stays set if that fails.
 TEST_F(KFThreadTest, IsRunningStaysTrueAfterAStartThatFailed) {
     BodyThread thread([](BodyThread&) {});
     WrappedCalls::get().pthreadCreateError = EAGAIN;
@@ -270,7 +270,7 @@ TEST_F(KFThreadTest, TheDestructorWaitsForARunningBodyWithoutTheSubclassOnTermin
 
     private:
         void run() override {
-            std::atomic<bool>& hasFinished = m_finished; // the subclass goes while the body still runs
+            std::atomic<bool>& hasFinished = m_finished; // the subclass is destroyed while the body runs
             Gate& mayFinish = m_finish;
             m_begun.open();
             mayFinish.wait();
@@ -328,7 +328,7 @@ TEST_F(KFThreadTest, CanBeStartedAgainWhenItsBodyHasReturned) {
         ASSERT_TRUE(thread.start());
         thread.stop();
         ASSERT_TRUE(thread.start());
-        while (thread.isRunning()) // returned, but nobody has waited for it
+        while (thread.isRunning()) // the body has returned, but the thread is not joined
             std::this_thread::yield();
         ASSERT_TRUE(thread.start());
         thread.stop();
@@ -461,7 +461,7 @@ TEST_F(KFThreadTest, TheBaseOnTerminateDoesNothing) {
     thread.stop();
 }
 
-// What the thread sanitizer looks at: the flag and the handle are read while the thread begins and ends.
+// For the thread sanitizer: the flag and the handle are read while the thread begins and ends.
 TEST_F(KFThreadTest, TheFlagAndTheHandleMayBeReadWhileThreadsBeginAndEnd) {
     for (int round = 0; round < 200; ++round) {
         BodyThread thread([](BodyThread& self) { (void)self.isRunning(); }, "Short");

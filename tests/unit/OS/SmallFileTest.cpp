@@ -9,7 +9,7 @@ using namespace kf::detail;
 
 class SmallFileTest : public testing::Test {
 protected:
-    /// What the reading gives: the content, or why there is none.
+    /// Reads the file: its content, or why it was refused.
     std::string reads(const std::string& path, std::int64_t limit = 10) {
         std::string content = "left over";
         std::string refusal;

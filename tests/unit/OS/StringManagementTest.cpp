@@ -17,7 +17,7 @@ std::vector<std::string> splitCopy(std::string text, const char* delimiters) {
     return split(&text[0], delimiters);
 }
 
-/// One unit as a text of its own.
+/// A text of one unit.
 std::wstring unit(unsigned value) {
     return std::wstring(1, static_cast<wchar_t>(value));
 }
@@ -155,11 +155,11 @@ TEST(StringManagementTest, ATextThatCannotBeRepresentedGivesAnEmptyResult) {
 
 TEST(StringManagementTest, InvalidUtf8GivesAnEmptyResult) {
     for (const char* bytes : {
-             "\x80",             // a continuation without a beginning
+             "\x80",             // a continuation byte without a leading one
              "a\xC3",            // cut short
              "\xE2\x82",         // cut short
-             "\xC0\xAF",         // longer than needed
-             "\xE0\x80\x80",     // longer than needed
+             "\xC0\xAF",         // overlong
+             "\xE0\x80\x80",     // overlong
              "\xED\xA0\x80",     // a surrogate
              "\xF4\x90\x80\x80", // beyond 0x10FFFF
              "\xF8\x88\x80\x80\x80",
@@ -189,7 +189,7 @@ TEST(StringManagementTest, AnEmbeddedZeroSurvivesInWideText) {
         EXPECT_EQ(stringToWString(LINE_WITH_ZERO, encoding), WIDE_LINE_WITH_ZERO);
 }
 
-// DELIBERATE: what comes back is a C string.
+// DELIBERATE: the result is made from a C string.
 TEST(StringManagementTest, AnEmbeddedZeroEndsNarrowText) {
     for (const enEncoding encoding : ALL_ENCODINGS) {
         EXPECT_EQ(wStringToString(WIDE_LINE_WITH_ZERO, encoding), "a");

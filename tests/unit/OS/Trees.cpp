@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The process's working folder for a scope: paths that are seen from it stay short. The oldest macOS has no openat.
+/// Changes the working folder for a scope, so that relative paths stay short. The oldest macOS has no openat.
 class WorkingFolder {
 public:
     explicit WorkingFolder(const std::string& path)
@@ -57,7 +57,8 @@ std::string makeDeepTree(const std::string& folder, const std::string& name, int
     return path;
 }
 
-// Moves the grandchildren of a long chain up instead of walking down, so no path and no recursion gets long.
+// Moves the grandchildren of a deep tree up rather than descending, so that neither paths nor recursion get
+// deep.
 void removeDeepTree(const std::string& folder) {
     {
         const WorkingFolder there(folder);

@@ -3,20 +3,20 @@
 #include <string>
 #include <sys/types.h>
 
-/// Makes a folder, and one inside another `levels` times, each called `name`; also where the path is longer
-/// than the system takes. The returned path leads to the innermost.
+/// Creates a folder, and in it `levels` nested folders, each called `name`, even if the path becomes longer
+/// than the system accepts. Returns the path of the innermost.
 std::string makeDeepTree(const std::string& folder, const std::string& name, int levels);
 
 /// Removes a tree of any depth, the folder itself included.
 void removeDeepTree(const std::string& folder);
 
-/// The permission bits of an entry, which is not followed.
+/// The permission bits of an entry; does not follow a link.
 mode_t modeOf(const std::string& path);
 
-/// Puts the process's file creation mask back at the end of a scope.
+/// Restores the process's umask at the end of a scope.
 class KeepMask {
 public:
-    /// Sets the mask.
+    /// Sets the umask for the scope.
     explicit KeepMask(mode_t mask);
     ~KeepMask();
     KeepMask(const KeepMask&) = delete;

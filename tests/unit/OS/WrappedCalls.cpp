@@ -114,7 +114,7 @@ SUBSTITUTE(int, flock, (int descriptor, int operation)) {
     return ORIGINAL(flock)(descriptor, operation);
 }
 
-/// How many bytes the next transfer takes of those that are asked for; -1, with errno set, where it fails.
+/// How many of the requested bytes the next transfer may take; -1, with errno set, if it is to fail.
 static ssize_t boundOfTransfer(std::size_t size) {
     WrappedCalls& calls = WrappedCalls::get();
     if (calls.interruptions > 0) {
@@ -195,8 +195,8 @@ SUBSTITUTE(int, pthread_join, (pthread_t handle, void** result)) {
 
 SUBSTITUTE(int, pthread_attr_init, (pthread_attr_t * attr)) {
     const int error = WrappedCalls::get().attrInitError;
-    const int result =
-        ORIGINAL(pthread_attr_init)(attr); // initialised all the same, for the test to end well
+    // Initialised in any case, because the thread uses it even after this failure.
+    const int result = ORIGINAL(pthread_attr_init)(attr);
     return error != 0 ? error : result;
 }
 
@@ -274,7 +274,7 @@ SUBSTITUTE(OSStatus, FSRefMakePath, (const FSRef* folder, UInt8* path, UInt32 si
     return noErr;
 }
 
-// The upper floor's, which is not linked in then.
+// Replaces the upper floor's definition, which is then not linked in.
 void kf::detail::reportContractViolation(const char* kind, const char* condition, const char* file,
                                          int line) {
     const std::string violation =

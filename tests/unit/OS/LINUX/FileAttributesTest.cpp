@@ -13,7 +13,7 @@
 
 using namespace kf::detail;
 
-// What a file carries beside its content.
+// Metadata of a file that a replacement must keep.
 
 namespace {
 
@@ -54,7 +54,7 @@ protected:
     std::string m_file = m_folder / "parameters.dat";
 };
 
-// Where the test's file system has no such attributes there is nothing to keep.
+// If the test's file system has no such attributes, there is nothing to keep.
 TEST_F(FileAttributesTest, ExtendedAttributesAreKept) {
     const bool hasAny = set(m_file, "user.note", std::string("a\0b", 3));
     const bool hasEmpty = set(m_file, "user.empty", "");

@@ -14,7 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
-// What this host does beyond what both promise.
+// Behaviour of this host that goes beyond the common contract.
 
 using testing::UnorderedElementsAre;
 

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// Where this host keeps application data, and its device that is always full.
+// This host's application-data folders, and its device that is always full.
 
 using namespace FileSystemManagement;
 

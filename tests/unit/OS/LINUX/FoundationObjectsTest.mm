@@ -13,11 +13,11 @@
 
 #include <functional>
 
-// The macOS sources count references by hand: nothing they make may stay behind.
+// The macOS sources count references by hand, so a test checks that no object is left.
 
 namespace {
 
-/// How many objects of any class more there are after the action has been carried out 100 times.
+/// How many more objects, of any class, exist after 100 runs of the action.
 int objectsLeftBy(const std::function<void()>& action) {
     const auto count = [] {
         int objects = 0;
@@ -25,7 +25,7 @@ int objectsLeftBy(const std::function<void()>& action) {
             objects += GSDebugAllocationCount(*type);
         return objects;
     };
-    action(); // what is made once and kept has been made
+    action(); // creates the objects that are created once and kept
     GSDebugAllocationActive(YES);
     action();
     const int before = count();

@@ -1,6 +1,6 @@
-// What the sanitizers are not told about: the Objective-C runtime and GNUstep's Foundation keep tables for
-// good and lock in either order while classes come up. Leaks of our own are found by counting objects
-// instead, see FoundationObjectsTest.mm.
+// Suppresses what the sanitizers report about the Objective-C runtime and GNUstep's Foundation, which never
+// free their tables and lock in varying order while classes are initialised. Our own leaks are found by
+// counting objects instead, see FoundationObjectsTest.mm.
 
 extern "C" {
 const char* __lsan_default_options() {

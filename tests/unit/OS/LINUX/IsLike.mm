@@ -1,7 +1,7 @@
 #import <Foundation/Foundation.h>
 
-// GNUstep's own isLike: answers NO to everything. This one does what macOS documents: "*" is any run of
-// characters, "?" one character.
+// GNUstep's isLike: always returns NO. This one does what macOS documents: "*" matches any run of characters,
+// "?" one character.
 
 static BOOL matches(NSString* text, NSString* pattern) {
     NSUInteger t = 0, p = 0;

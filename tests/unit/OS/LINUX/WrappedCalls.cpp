@@ -7,7 +7,7 @@
 #include <dirent.h>
 #include <sys/xattr.h>
 
-// What only this host's code calls.
+// Replacements of the calls that only this host's code makes.
 
 SUBSTITUTE(int, fsetxattr, (int descriptor, const char* name, const void* value, size_t size, int flags)) {
     const int error = WrappedCalls::get().accessListError;
@@ -18,7 +18,7 @@ SUBSTITUTE(int, fsetxattr, (int descriptor, const char* name, const void* value,
     return ORIGINAL(fsetxattr)(descriptor, name, value, size, flags);
 }
 
-// Under one of the two names, depending on the width of a file's offset.
+// For readdir and readdir64: the width of a file offset decides which one the code calls.
 static dirent* withoutType(dirent* entry) {
     if (entry != nullptr && WrappedCalls::get().entryTypesHidden)
         entry->d_type = DT_UNKNOWN;

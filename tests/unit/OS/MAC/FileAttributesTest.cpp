@@ -8,7 +8,7 @@
 
 using namespace kf::detail;
 
-// What a file carries beside its content.
+// Metadata of a file that a replacement must keep.
 
 TEST(FileAttributesTest, ExtendedAttributesAreKept) {
     const TemporaryFolder folder;

@@ -10,14 +10,14 @@ using StringManagement::WStringToNSString;
 
 namespace {
 
-/// One unit as a text of its own.
+/// A text of one unit.
 std::wstring unit(unsigned value) {
     return std::wstring(1, static_cast<wchar_t>(value));
 }
 
 class NSStringManagementTest : public testing::Test {
 protected:
-    /// Through an NSString and back.
+    /// Converts a text to an NSString and back.
     static std::wstring throughNSString(const std::wstring& text) {
         NSString* string = WStringToNSString(text);
         const std::wstring back = NSStringToWString(string);
