@@ -5,12 +5,12 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
-// Keys too long for a std::string to hold them without a block of memory.
+// Keys that are too long for std::string to hold without an allocation.
 static const std::string DICTIONARY = "a dictionary with a long name";
 static const std::string LEAF = "a leaf with a name as long as that";
 static const std::string PATH = DICTIONARY + "." + DICTIONARY + "." + DICTIONARY + "." + LEAF;
 
-// An entry and an item. Of the other blocks a document takes only a few, however large it is.
+// One allocation for the entry, one for the item. A document needs only a few more, whatever its size.
 TEST(LoadAllocation, AStringTakesTwo) {
     const TemporaryFolder folder;
     Dictionary original;

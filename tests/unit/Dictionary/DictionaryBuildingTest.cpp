@@ -92,7 +92,7 @@ TEST(DictionarySetItem, BelowALeafLeavesTheTreeUnchanged) {
     EXPECT_TRUE(dictionary.equals(before));
 }
 
-// Deliberate: the key is the path, the name is the item's own. Look-ups go by the key.
+// Deliberate: the path gives the key, but the copy keeps the item's name. Look-ups use the key.
 TEST(DictionarySetItem, TheCopyKeepsItsOwnName) {
     Dictionary dictionary;
     BasicItem item("name", "v");
@@ -244,7 +244,7 @@ TEST(DictionaryMerge, AddsWhatIsMissingOnEveryLevel) {
     EXPECT_TRUE(other.equals(otherBefore)) << "the other tree is unchanged";
 }
 
-// Deliberate: nothing that the receiving tree has is overwritten, not even a text by a text.
+// Deliberate: a merge overwrites nothing in the receiving tree, not even a text by a text.
 TEST(DictionaryMerge, TheReceivingTreeWinsEveryConflict) {
     Dictionary dictionary;
     dictionary.addValue("d", "leaf");

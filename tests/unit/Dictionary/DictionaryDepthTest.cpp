@@ -8,11 +8,11 @@
 using testing::HasSubstr;
 using testing::Not;
 
-// How deep a tree may be, and that nothing exhausts the stack.
+// How deep a tree may be, and that no operation on a deep tree exhausts the stack.
 
 static constexpr int MAXIMUM = Dictionary::MAXIMUM_DEPTH;
 
-/// "a.a. ... .a" that leads through this many dictionaries.
+/// The path "a.a. ... .a" with this many keys.
 static std::string pathOf(int keys) {
     std::string path = "a";
     for (int count = 1; count < keys; ++count)
@@ -20,7 +20,7 @@ static std::string pathOf(int keys) {
     return path;
 }
 
-/// A property list of so many dictionaries one in the other, the innermost with a text.
+/// A property list of so many nested dictionaries; the innermost has a text.
 static std::string nested(int levels) {
     std::string text;
     for (int level = 1; level < levels; ++level)
@@ -56,7 +56,7 @@ TEST(DictionaryDepth, ADictionaryBelowTheLimitStaysEmptyAndAnErrorIsTraced) {
     EXPECT_EQ(depthOf(dictionary), MAXIMUM + 1);
     EXPECT_EQ(dictionary.findValue("leaf"), nullptr);
     EXPECT_THAT(trace.text(), HasSubstr(">> [E] Dictionary a is too deep, it stays empty\n"));
-    // What stands behind it belongs to its owner, as if the text had been read.
+    // The text after the skipped dictionary belongs to its parent, as if the dictionary had been read.
     EXPECT_STREQ(dictionary.getItem(pathOf(MAXIMUM - 1))->getAsDictionary()->getValue("behind"), "y");
     EXPECT_STREQ(dictionary.getValue("behind"), "y");
 }

@@ -106,7 +106,7 @@ TEST(DictionaryGetItem, OfAPathLongerThanTheTreeIsNull) {
     EXPECT_STREQ(dictionary.getValue(".."), "v");
 }
 
-// The crash handler, which reports it, ends the process: so in a child.
+// In a child process, because the crash handler, which reports the violation, ends the process.
 TEST(DictionaryGetItem, ANullPathBreaksTheContract) {
     const TemporaryFolder folder;
     const pid_t child = fork();
@@ -136,7 +136,7 @@ TEST(DictionaryGetItem, ANullPathFindsNothingWhereABrokenContractIsIgnored) {
         KFExceptionHandler::GetInstance();
         signal(30, SIG_IGN); // the signal of broken contracts
         Dictionary dictionary;
-        // Not 0, which is also the status of a crash.
+        // Not 0, which is the status after a crash, too.
         _exit(dictionary.getItem(static_cast<const char*>(nullptr)) == nullptr ? 42 : 1);
     }
     int status = 0;
@@ -241,7 +241,7 @@ TEST(DictionaryFind, ListsAllHitsExceptBelowADictionaryThatAnswered) {
     EXPECT_THAT(dictionary.findValues("missing"), IsEmpty());
 }
 
-// Item has an operation of the same name, and a dictionary keeps it.
+// Dictionary's findValues does not override Item's: through an Item, the inherited operation is called.
 TEST(DictionaryFind, AskedThroughAnItemTheListOfValuesIsEmpty) {
     Dictionary dictionary;
     dictionary.addValue("k", "v");
@@ -312,7 +312,7 @@ TEST(DictionaryItemPath, TracesWhatItLooksForAndWhatItFound) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] item path is d.b\n"));
 }
 
-// Texts of whole trees are costly; they are made only for a line that is written.
+// The text of a whole tree is expensive; it is made only if its line is written.
 TEST(DictionaryFind, MakesNoTraceTextForAMessageThatTheMaskHides) {
     Dictionary dictionary;
     dictionary.addValue("k", "v");

@@ -12,11 +12,12 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StrEq;
 
-// What a subclass overrides is asked for wherever a tree asks one of its dictionaries or leaves, or itself.
+// Whenever a tree calls an operation of its dictionaries, its leaves or itself, it calls a subclass's
+// override.
 
 namespace {
 
-/// A dictionary that answers for itself. Its questions come to it as they were asked of the tree.
+/// Overrides the operations that a tree calls on its dictionaries. It gets the rest of the path undivided.
 class Answering : public Dictionary {
 public:
     using Dictionary::Dictionary;
@@ -39,7 +40,7 @@ private:
     mutable BasicItem m_answer{"for", "the answer"};
 };
 
-/// Hides one of its keys, and claims to have one that it has not.
+/// Hides one of its keys, and claims to have one that it lacks.
 class Denying : public Dictionary {
 public:
     using Dictionary::Dictionary;
@@ -58,7 +59,7 @@ public:
     bool contains(const std::string& path) override { return path == "asked.for"; }
 };
 
-/// Keeps what it is given to read.
+/// Records the text that it is given to read.
 class Reading : public Dictionary {
 public:
     using Dictionary::unMarshall;
@@ -225,7 +226,7 @@ TEST_F(DictionarySubclass, IsClonedWhereATreeIsMergedOrAdded) {
     EXPECT_NE(dynamic_cast<Answering*>(added.getItem("e.d")), nullptr);
 }
 
-// A copy makes ordinary dictionaries of all that it holds; only what is cloned stays what it is.
+// A copy of a tree makes ordinary dictionaries of all its dictionaries; only a clone keeps their types.
 TEST_F(DictionarySubclass, IsAnOrdinaryDictionaryInACopyOfItsTreeDeliberately) {
     const Dictionary copy(m_tree);
     EXPECT_EQ(dynamic_cast<Answering*>(copy.getItem("d")), nullptr);

@@ -28,7 +28,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-static int flushError = 0; // the errno that fsync fails with
+static int flushError = 0; // the errno with which fsync fails
 
 SUBSTITUTE(int, fsync, (int descriptor)) {
     if (flushError != 0) {
@@ -38,8 +38,8 @@ SUBSTITUTE(int, fsync, (int descriptor)) {
     return ORIGINAL(fsync)(descriptor);
 }
 
-static int readsBeforeError = -1; // so many reads succeed before one fails; -1: all do
-static int interruptions = 0;     // so many reads are interrupted by a signal first
+static int readsBeforeError = -1; // how many reads succeed before one fails; -1: all do
+static int interruptions = 0;     // how many reads a signal interrupts first
 
 SUBSTITUTE(ssize_t, read, (int descriptor, void* to, size_t size)) {
     if (interruptions > 0 || readsBeforeError == 0) {
@@ -54,7 +54,7 @@ SUBSTITUTE(ssize_t, read, (int descriptor, void* to, size_t size)) {
 static const char HEADER[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
 static const char SOURCE[] = "product/Infrastructure/ProgrammingServices/Dictionary/src/Dictionary";
 
-/// Reads a body and says what was left in the stream.
+/// Reads a body; returns what is left in the stream.
 static std::string unMarshall(Dictionary& dictionary, const std::string& text) {
     std::stringstream in(text);
     dictionary.unMarshall(in);
@@ -141,7 +141,7 @@ TEST(DictionarySave, WritesToAPipeThroughADescriptor) {
 
 TEST(DictionarySave, TracesOnceWhatTheFileSystemLacks) {
     const TemporaryFolder folder;
-    EXPECT_TRUE(inAnotherProcess([&] { // told once in a process
+    EXPECT_TRUE(inAnotherProcess([&] { // reported once per process
         flushError = EINVAL;
         TraceCapture trace;
         example().saveToFile(folder / "list");
@@ -222,7 +222,7 @@ TEST(DictionarySave, LeavesAFileThatItMayNotWrite) {
     ASSERT_EQ(chmod((folder / "closed").c_str(), 0755), 0);
 }
 
-// The writer looks ahead of the child that it writes: none may be missed at either end.
+// The writer looks one child ahead: it must miss none at either end.
 TEST(DictionaryMarshall, WritesEveryChildHoweverManyThereAre) {
     Dictionary dictionary;
     std::string body;
@@ -339,14 +339,14 @@ TEST(DictionaryUnMarshall, TagsMayStandAnywhereInTheirLine) {
     EXPECT_EQ(numberAt(dictionary, "n"), 3);
 }
 
-// In this order, whatever the line looks like.
+// The tags are tried in this order, whatever else the line contains.
 TEST(DictionaryUnMarshall, AValueLineIsAStringElseAnIntegerElseADictionary) {
     Dictionary dictionary;
     unMarshall(dictionary, "<dict>\n"
                            "<key>s</key>\n<int>1</int><string>x</string>\n"
                            "<key>n</key>\n<dict><int>2</int>\n"
                            "</dict>\n");
-    // The first "</" of the line stands before the value: the rest of the line is taken.
+    // The first "</" of the line precedes the value, so the value is the rest of the line.
     EXPECT_STREQ(dictionary.getValue("s"), "x</string>");
     EXPECT_EQ(numberAt(dictionary, "n"), 2);
 }
@@ -382,7 +382,7 @@ TEST(DictionaryUnMarshall, TheInnerLinesOfAnUnknownElementEndTheDictionary) {
     EXPECT_EQ(rest, "</array>\n<key>b</key>\n<string>x</string>\n</dict>\n");
 }
 
-// Deliberate: </dict> is just one of the lines without a key.
+// Deliberate: </dict> is only one of the lines that have no key.
 TEST(DictionaryUnMarshall, AnyLineWithoutAKeyClosesTheDictionary) {
     for (const char* line : {"</dict>", "", "junk", "<string>x</string>", "<Key>a</Key>", "<key >a</key>"}) {
         Dictionary dictionary;
@@ -465,7 +465,7 @@ static BasicItem& textAt(const Dictionary& dictionary, const std::string& path) 
     return dynamic_cast<BasicItem&>(*dictionary.getItem(path));
 }
 
-// The value that was read stands in the item's own block of memory; a new one does not, whatever its length.
+// A value that was read is in the item's own block of memory; a new one is not, whatever its length.
 TEST(DictionaryUnMarshall, AStringThatWasReadTakesAnyOtherValue) {
     const std::string body = "<dict>\n<key>a</key>\n<string>read</string>\n"
                              "<key>b</key>\n<string>also read</string>\n"
@@ -623,7 +623,7 @@ TEST(DictionaryLoad, RefusesAFileThatCannotBeRead) {
 TEST(DictionaryLoad, RefusesAFileThatFailsInTheMiddle) {
     const TemporaryFolder folder;
     Dictionary large;
-    for (int i = 0; i < 3000; ++i) // several pieces
+    for (int i = 0; i < 3000; ++i) // enough for several pieces
         large.addValue("key" + std::to_string(i), "value");
     large.saveToFile(folder / "list");
     for (const int reads : {0, 1, 2}) {
@@ -757,7 +757,7 @@ TEST(DictionaryLoad, RefusesWhatIsNoRegularFileOrTooLarge) {
     ASSERT_EQ(unlink(path.c_str()), 0);
     writeFile(path, std::string(HEADER) + "<dict>\n</dict>\n");
     EXPECT_FALSE(isRefused(path));
-    ASSERT_EQ(truncate(path.c_str(), 64 * 1024 * 1024 + 1), 0); // no block of the disk is taken for it
+    ASSERT_EQ(truncate(path.c_str(), 64 * 1024 * 1024 + 1), 0); // a hole, which takes no space on the disk
     EXPECT_TRUE(isRefused(path));
 }
 
@@ -788,7 +788,8 @@ private:
 
 TEST(DictionaryReadingObserver, IsToldOfEachLineThatTheReaderUses) {
     const TemporaryFolder folder;
-    // The header ends at 61. A dictionary in a dictionary, a value that is skipped, a line that ends it all.
+    // The header ends at 61. There is a dictionary in a dictionary, a value that is skipped, and a line that
+    // ends the outer dictionary.
     writeFile(folder / "list", std::string(HEADER) +
                                    "<dict>\n<key>a</key>\n<string>x</string>\n<key>d</key>\n<dict>\n"
                                    "<key>i</key>\n<int>1</int>\n</dict>\n<key>t</key>\n<true/>\n"

@@ -69,7 +69,7 @@ TEST(IntBasicItem, TracesTheResultOfAComparison) {
     EXPECT_THAT(trace.text(), HasSubstr(">> [D] equals returns 0\n"));
 }
 
-// Readers of saved files know integer lines at the start of the line, and by <int>.
+// Programs that read saved files expect <int> at the start of the line.
 TEST(IntBasicItem, MarshallsAsIntWithoutTheIndent) {
     EXPECT_EQ(IntBasicItem("n", -5).marshall("\t\t\t"), "<int>-5</int>\n");
     EXPECT_EQ(IntBasicItem("n", 0).marshall(""), "<int>0</int>\n");
@@ -122,7 +122,7 @@ TEST(IntBasicItem, UnMarshallingAnotherElementThrowsAndKeepsTheValue) {
     EXPECT_EQ(valueOf(item), 5);
 }
 
-// Deliberately hexadecimal, without a prefix: traces are read that way.
+// Deliberately hexadecimal and without a prefix, which readers of traces expect.
 TEST(IntBasicItem, ShowsItsValueInHexadecimalInATrace) {
     EXPECT_THAT(IntBasicItem("n", 10).toString("\t"),
                 MatchesRegex("\tIntBasicItem \\[0x[0-9a-f]+\\] name : 'n' value : 'a'\n"));

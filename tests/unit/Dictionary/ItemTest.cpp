@@ -56,8 +56,7 @@ TEST(ItemGetXmlVal, TakesTheFirstOfTwoTags) {
     EXPECT_EQ(Item::getXmlVal("<string>", "<string>a<string>b</string>"), "a<string>b");
 }
 
-// The closing tag is looked for from the start of the line. One that stands before the value cuts nothing
-// off.
+// The closing tag is searched from the start of the line. If it precedes the value, nothing is cut off.
 TEST(ItemGetXmlVal, AClosingTagBeforeTheTagLeavesTheRestOfTheLine) {
     EXPECT_EQ(Item::getXmlVal("<string>", "</x><string> a</string>"), "a</string>");
     EXPECT_EQ(Item::getXmlVal("</", "</key>"), "key>");

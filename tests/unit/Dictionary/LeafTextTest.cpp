@@ -8,7 +8,7 @@ using kf::detail::LeafText;
 
 namespace {
 
-/// A text with room behind it, as in a leaf that was read.
+/// A LeafText with room behind it for its characters, as in a leaf that was read.
 class TextWithRoom {
 public:
     explicit TextWithRoom(std::string_view text)

@@ -75,7 +75,7 @@ TEST_F(LineCursorInAFile, JoinsLinesThatItReadInPieces) {
 }
 
 TEST_F(LineCursorInAFile, TakesTheOneByteThatALaterPieceHolds) {
-    const std::string piece(32768, 'x'); // as much as is read at once
+    const std::string piece(32768, 'x'); // the size of one read
     LineCursor line = linesOf(piece + "\n");
     EXPECT_EQ(line.next(), piece);
     EXPECT_EQ(line.getPosition(), piece.size() + 1);
@@ -107,7 +107,7 @@ TEST_F(LineCursorInAFile, EndsAtAZeroByteInItsFirstPiece) {
 }
 
 TEST_F(LineCursorInAFile, EndsAtAZeroByteInALaterPieceOfALine) {
-    const std::string beginning(70000, 'x'); // more than is read at once
+    const std::string beginning(70000, 'x'); // more than one read
     LineCursor lines = linesOf(beginning + std::string(1, '\0') + "y\n");
     EXPECT_EQ(lines.next(), beginning);
     EXPECT_EQ(lines.next(), "");
@@ -123,7 +123,7 @@ TEST_F(LineCursorInAFile, PassesOverTheRest) {
 
 TEST(LineCursor, TellsThatAFileFailed) {
     EXPECT_FALSE(LineCursor(FileDescriptor()).finish());
-    // A pipe that would have to be waited for fails behind what it held.
+    // A non-blocking pipe whose writer is still open fails after its content.
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     LineCursor lines{FileDescriptor(ends[0])};

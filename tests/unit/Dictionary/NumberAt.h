@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-/// The number at the path; a test fails where there is none.
+/// The number at the path; the test fails if there is none.
 inline int numberAt(const Dictionary& dictionary, const std::string& path) {
     int value = 0;
     EXPECT_TRUE(dictionary.getValueAs(path, value)) << path;

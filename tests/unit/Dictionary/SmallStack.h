@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-// A thread with a small stack: what fits in there fits everywhere. Sanitizers need several times as much.
+// A small stack for a thread: what fits into it fits into every thread's. Sanitizers need several times as
+// much.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 static constexpr std::size_t SMALL_STACK = 8u << 20;
 #else

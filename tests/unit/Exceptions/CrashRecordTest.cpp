@@ -13,8 +13,8 @@
 #include <unistd.h>
 #include <vector>
 
-// What a process that stops or crashes leaves behind has to be whole every time, however the crash was found
-// and whatever it interrupts. So each case runs often; the crash comes at another moment each time.
+// The record of a process that stops or crashes must be whole every time, however the crash is detected and
+// whatever it interrupts. So each case runs many times, with the crash at a different moment each time.
 
 using testing::HasSubstr;
 
@@ -22,7 +22,7 @@ namespace {
 
 constexpr int LAST_SIZE = 60;
 
-/// An object that shows in the object counts.
+/// An object that appears in the object counts.
 class Counted {
 public:
     Counted() { TRACE_CONSTRUCTOR("Counted"); }
@@ -33,10 +33,10 @@ public:
 
 // ---- Stopping
 
-/// The signal that stops, and the one behind it; 0: none.
+/// The signal that stops the process, and one that follows at once; 0: none.
 class Stop : public testing::TestWithParam<std::pair<int, int>> {};
 
-// A service manager sends 18 right behind the signal that stops, and so does a terminal that closes.
+// A service manager sends signal 18 right after the one that stops, and so does a terminal that closes.
 TEST_P(Stop, LeavesAWholeRecordWhateverSignalComesNext) {
     expectWholeRecords([](int) {
         RecordedProcess process([](const TemporaryFolder&) {});
@@ -106,7 +106,7 @@ TEST(CrashRecord, IsWholeWhenTwoThreadsFaultAtOnce) {
                 std::thread([] {
                     TRACE_FUNCTION("faulting");
                     ++waiting;
-                    while (waiting < 2) { // without yielding: both are to fault in the same moment
+                    while (waiting < 2) { // without yielding, so that both fault at the same moment
                     }
                     touchAForbiddenPage();
                 }).detach();
@@ -115,7 +115,7 @@ TEST(CrashRecord, IsWholeWhenTwoThreadsFaultAtOnce) {
     });
 }
 
-// The report registers it under its number.
+// The report registers the thread under its number.
 TEST(CrashRecord, IsWholeOnAThreadThatHasNeverTraced) {
     RecordedProcess process([](const TemporaryFolder&) { std::thread(touchAForbiddenPage).join(); });
     process.expectWholeRecord("SIGNAL_SEGMENTATION_FAULT|SIGNAL_BUS_ERROR");
@@ -131,7 +131,7 @@ static void callDeeply(int depth) {
         raise(11);
 }
 
-// The memory of the stack of calls doubles when it is full: the report's own call must fit in all the same.
+// The memory of the call stack doubles when it is full: the report's own call must fit in at every depth.
 TEST(CrashRecord, IsWholeHoweverDeepTheCallsAre) {
     for (const int depth : {28, 29, 30, 31, 32, 60, 61, 62, 63, 64, 1000}) {
         RecordedProcess process([depth](const TemporaryFolder&) { callDeeply(depth); });
@@ -164,7 +164,7 @@ TEST(CrashRecord, HasTheLogsLinesWhenAnotherThreadHasItsLockForAMoment) {
         std::thread([path] {
             Logger::GetInstance()->getLock().acquire();
             isHeld = true;
-            // Until the log's turn has come.
+            // Until the trace is complete, and the handler turns to the log.
             waitUntil([&] {
                 return access(path.c_str(), F_OK) == 0 &&
                        readFile(path).find("\n---------------------------------------------\n") !=
@@ -214,7 +214,7 @@ TEST(CrashRecord, IsWholeWhenTheSignalMeetsAThreadThatLogs) {
     });
 }
 
-// The sanitizers' own memory allocators find these crashes first, or keep signals back.
+// The sanitizers' own memory allocators detect these crashes first, or delay signals.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 TEST(CrashRecord, IsWholeWhenTheSignalComesInsideMalloc) {
@@ -252,7 +252,7 @@ TEST(CrashRecord, IsWholeWhileOtherThreadsAllocateAllTheTime) {
 
 // ---- The ring
 
-// The drain that begins the report goes on to other files, and what follows must not empty the last of them.
+// The drain that begins the report rotates, and what follows must not empty the file that it has begun.
 TEST(CrashRecord, IsWholeForEveryFileSize) {
     for (int size = 2; size <= LAST_SIZE; ++size) {
         RecordedProcess process(
@@ -273,7 +273,7 @@ TEST(CrashRecord, IsWholeForEveryFileSize) {
     }
 }
 
-// Signal 25 comes in the middle of a drain, and the file that is full takes no report.
+// Signal 25 comes in the middle of a drain, and the full file has no room for the report.
 TEST(CrashRecord, IsWholeWhenTheTraceFileMayNotGrowAnyMore) {
     RecordedProcess process([](const TemporaryFolder&) {
         TRACE_FUNCTION("inner");
@@ -290,7 +290,7 @@ TEST(CrashRecord, IsWholeWhenTheTraceFileMayNotGrowAnyMore) {
 TEST(CrashRecord, IsWholeWhenTheReportAloneFillsMoreThanAFile) {
     RecordedProcess process([](const TemporaryFolder& folder) {
         TRACE_FUNCTION("inner");
-        for (int index = 1; index < 20; ++index) // of runs before, as full
+        for (int index = 1; index < 20; ++index) // of former runs, just as full
             writeFile(folder / ("trace_" + std::to_string(index) + ".txt"), std::string(2000, 'o'));
         const rlimit limit = {2000, 2000};
         setrlimit(RLIMIT_FSIZE, &limit);

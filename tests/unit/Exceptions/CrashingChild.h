@@ -12,10 +12,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// What a child that installs the crash handler left behind. The handler must never be installed in the test
+/// The result of a child that installs the crash handler. The handler must never be installed in the test
 /// program itself: it would turn any failure into a silent success.
 struct CrashedChild {
-    /// The child ended with this status; -1 when a signal ended or stopped it.
+    /// The child's exit status; -1 if a signal ended or stopped it.
     int exitStatus() const { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
 
     int status = 0;
@@ -23,11 +23,11 @@ struct CrashedChild {
     std::string trace;
 };
 
-/// The status of a child whose body returned.
+/// The exit status of a child whose body returned.
 static constexpr int SURVIVED = 42;
 
-/// Runs the body in a child whose tracer writes everything, through its queue as in the field, and waits for
-/// its end. The body gets the folder that the trace is in. A stopped child is ended.
+/// Runs the body in a child whose tracer traces everything, through its queue as in the field, and waits for
+/// its end. The body gets the folder of the trace. A child that stops is killed.
 inline CrashedChild runCrashingChild(const std::function<void(const TemporaryFolder&)>& body,
                                      bool withTracer = true) {
     const TemporaryFolder folder;

@@ -28,7 +28,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-/// Reaches what a subclass may: the listeners, the record, the time limit.
+/// Gives access to protected members: the listeners, the record, the time limit.
 class TestedHandler : public KFExceptionHandler {
 public:
     static void setReportLimit(int milliseconds) { ms_reportLimit = milliseconds; }
@@ -39,7 +39,7 @@ public:
     }
 };
 
-/// An object that shows in the object counts.
+/// An object that appears in the object counts.
 class CountedVictim {
 public:
     CountedVictim() { TRACE_CONSTRUCTOR("CountedVictim"); }
@@ -80,7 +80,7 @@ struct SignalCase {
     End end = End::REPORT;
 };
 
-// Two signals cannot be caught, which ones depends on the host.
+/// Adapts the case to this host: which two signals cannot be caught depends on it.
 static SignalCase onThisHost(SignalCase signalCase) {
     if (signalCase.number == SIGKILL)
         signalCase.end = End::BY_THE_SIGNAL;
@@ -161,7 +161,7 @@ TEST_P(EverySignal, EndsTheProcessWithAReportAndStatus0) {
 INSTANTIATE_TEST_SUITE_P(KFExceptionHandler, EverySignal, testing::ValuesIn(SIGNAL_CASES),
                          [](const auto& tested) { return "Signal" + std::to_string(tested.param.number); });
 
-// A signal that the host keeps from the handler has its name all the same.
+// A signal that the handler cannot catch on this host still has its name.
 TEST(CrashText, OfASignalThatTheHostKeepsFromTheHandlerIsItsName) {
     const SignalCase cases[] = {{9, "SIGNAL_KILL"},
                                 {17, "SIGNAL_STOP"},
@@ -250,7 +250,7 @@ static bool isInstalledOnceByTwoThreads() {
     for (KFExceptionHandler*& handler : handlers) {
         threads.emplace_back([&] {
             ++waiting;
-            while (waiting < 2) { // without yielding: both must arrive in the same moment
+            while (waiting < 2) { // without yielding, so that both arrive at the same moment
             }
             handler = KFExceptionHandler::GetInstance();
         });
@@ -292,7 +292,7 @@ TEST(CrashReport, OfARealFault) {
     EXPECT_THAT(child.trace, ContainsRegex(">> \\[E\\] SIGNAL_(SEGMENTATION_FAULT|BUS_ERROR)\n"));
 }
 
-// The lines that wait for the flush thread reach the file before the report, which is written at once.
+// The lines that wait for the flush thread are written before the report, which is written at once.
 TEST(CrashReport, WritesTheQueuedLinesFirst) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
         KFExceptionHandler::GetInstance();
@@ -362,7 +362,7 @@ TEST(CrashReport, DrainsTheLogger) {
         logger.PrintMsg(MSG_LEVEL_0, "%s", "waiting in the queue");
         Tracer::GetInstance()->SetFileName("msvc");
         if (link((folder / "log_0.txt").c_str(), (folder / "trace_0.txt").c_str()) == 0)
-            _exit(1); // it is still in the queue, so there is no file
+            _exit(1); // the line is still in the queue, so there is no file yet
         writeFile(folder / "log_0.txt", "");
         if (link((folder / "log_0.txt").c_str(), (folder / "trace_0.txt").c_str()) != 0)
             _exit(2);
@@ -372,7 +372,7 @@ TEST(CrashReport, DrainsTheLogger) {
     EXPECT_THAT(child.trace, HasSubstr("[LEVEL_0] waiting in the queue\n"));
 }
 
-// Wherever the signal meets the thread, in the middle of a line as well, what was logged before is written.
+// Wherever the signal interrupts the thread, even in the middle of a line, all lines before that are written.
 TEST(CrashReport, DrainsTheLoggerOfAThreadThatWasJustLogging) {
     for (int microseconds = 1000; microseconds < 3000; microseconds += 100) {
         const CrashedChild child = runCrashingChild(
@@ -382,7 +382,7 @@ TEST(CrashReport, DrainsTheLoggerOfAThreadThatWasJustLogging) {
                 logger.SetFileName(folder / "trace");
                 logger.setEnabled(true);
                 KFExceptionHandler::GetInstance();
-                logger.PrintMsg(MSG_LEVEL_0, "line 0"); // so that there is one, however slow the machine is
+                logger.PrintMsg(MSG_LEVEL_0, "line 0"); // at least one line, however slow the machine is
                 itimerval alarm{};
                 alarm.it_value.tv_usec = microseconds;
                 setitimer(ITIMER_REAL, &alarm, nullptr);
@@ -406,7 +406,7 @@ TEST(CrashReport, DrainsTheLoggerOfAThreadThatWasJustLogging) {
 
 TEST(CrashReport, DoesNotWaitLongForALoggerThatIsBusy) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder& folder) {
-        Logger logger; // the process ends before it does
+        Logger logger; // not destroyed: the process ends first
         Logger::SetInstance(&logger);
         logger.setEnabled(true);
         logger.addToLevelMask(MSG_LEVEL_0);
@@ -444,8 +444,8 @@ TEST(CrashGuard, AReportMayTakeTenSeconds) {
     EXPECT_EQ(TestedHandler::reportLimit(), 10000);
 }
 
-/// Crashes where the report hangs, on the disk of the trace file. All threads but the crashing one block
-/// signal 14.
+/// Crashes while the disk of the trace file hangs, so that the report hangs. All threads but the crashing one
+/// block signal 14.
 static CrashedChild hangInTheReport(int sig, bool blocksSignal14) {
     return runCrashingChild([sig, blocksSignal14](const TemporaryFolder& folder) {
         KFExceptionHandler::GetInstance();
@@ -478,14 +478,14 @@ TEST(CrashGuard, AReportThatHangsIsEndedThoughEveryThreadBlocksSignal14) {
     EXPECT_LT(child.seconds, 9);
 }
 
-// The signal that ends the hang is blocked while it is handled.
+// While signal 14 is handled it is blocked, although it is the signal that ends a hanging report.
 TEST(CrashGuard, AReportOfSignal14ThatHangsIsEnded) {
     const CrashedChild child = hangInTheReport(14, false);
     EXPECT_EQ(child.exitStatus(), 0);
     EXPECT_LT(child.seconds, 9);
 }
 
-/// Notes in the trace what it heard, and then does something of the test's.
+/// Traces its notification, and then runs the test's action.
 class Listener : public KFCrashListener {
 public:
     explicit Listener(std::function<void()> action = [] {}) : m_action(std::move(action)) {}
@@ -542,7 +542,7 @@ TEST(CrashGuard, AFaultOrTheAlarmInTheReportEndsTheProcessAtOnce) {
     }
 }
 
-// A fault whose signal is blocked would end the process by that signal.
+// If the fault's signal were blocked, a second fault would end the process by that signal.
 TEST(CrashGuard, AFaultInTheReportOfAFaultEndsTheProcessAtOnce) {
     const CrashedChild child = runCrashingChild([](const TemporaryFolder&) {
         Listener listener([] { touchAForbiddenPage(); });
@@ -668,7 +668,7 @@ TEST(ContractViolation, WithACodeRaisesThatSignalWhichIsReportedByItsName) {
         ">> [E] NAME : text - In File : file - At Line : 5");
 }
 
-// Reports a violation with this code and line while `ignoredSignal` is ignored, and looks at the record.
+/// Reports a violation with this code and line while `ignoredSignal` is ignored, and checks the record.
 static void expectRecord(int code, int line, int ignoredSignal) {
     const CrashedChild child = runCrashingChild([=](const TemporaryFolder&) {
         KFExceptionHandler* const handler = KFExceptionHandler::GetInstance();
@@ -701,7 +701,7 @@ TEST(ContractViolation, ReturnsAlsoFromASignalThatIsNone) {
     EXPECT_EQ(child.exitStatus(), SURVIVED);
 }
 
-// The field holds nine characters and a zero. Every code fits into an int, not every one into the field.
+// The field holds nine characters and a zero, so it does not hold every int.
 TEST(ContractViolation, ANumberTooLongForItsFieldIsCut) {
     const auto recorded = [](int number) {
         std::string text;
@@ -756,7 +756,7 @@ TEST(ContractViolation, WhileOneIsReportedAnotherThreadsWaits) {
             reporting = true;
             while (!second)
                 std::this_thread::yield();
-            // Time enough to do harm: its signal would end the process here.
+            // Time enough for the second violation to do harm: its signal would end the process here.
             const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
             while (std::chrono::steady_clock::now() < end)
                 std::this_thread::yield();

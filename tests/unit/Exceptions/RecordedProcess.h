@@ -18,13 +18,13 @@
 #include <thread>
 #include <unistd.h>
 
-/// What a process has registered for its end may hang on the lock of malloc, as long as the handler lets it.
+/// Shortens the time that the handler grants the process's exit functions, which may hang on malloc's lock.
 class ImpatientHandler : public KFExceptionHandler {
 public:
     static void setEndLimit(int milliseconds) { ms_endLimit = milliseconds; }
 };
 
-/// All files of a ring, in the order of their numbers.
+/// The content of all files of a ring, in the order of their numbers.
 inline std::string contentOfRing(const TemporaryFolder& folder, const std::string& name) {
     std::string content;
     for (int index = 0;; ++index) {
@@ -35,11 +35,11 @@ inline std::string contentOfRing(const TemporaryFolder& folder, const std::strin
     }
 }
 
-/// A process with a tracer and a logger as in the field, and what it leaves behind.
+/// A process with a tracer and a logger as in the field, and the record that it leaves.
 class RecordedProcess {
 public:
-    /// The body runs in the child behind the start of the tracer, the logger and the crash handler; when it
-    /// returns, the child waits for a signal. The child's main thread is in the traced call "outermost".
+    /// Starts the child. It starts tracer, logger and crash handler, then runs the body in the traced call
+    /// "outermost" of its main thread. When the body returns, the child waits for a signal.
     explicit RecordedProcess(const std::function<void(const TemporaryFolder&)>& body,
                              int maximumLines = 100000) {
         int ready[2];
@@ -67,7 +67,7 @@ public:
         close(ready[0]);
     }
 
-    /// To be called by a body that does not return.
+    /// A body that does not return must call this.
     static void tellReady() {
         if (write(m_ready, "r", 1) != 1)
             _exit(126);
@@ -85,8 +85,8 @@ public:
     std::string trace() const { return contentOfRing(m_folder, "trace"); }
     std::string log() const { return contentOfRing(m_folder, "log"); }
 
-    /// Ends the process if it has not, and expects everything: what was traced and logged before, the cause,
-    /// the stacks, the counts.
+    /// Waits for the end of the process, and expects a whole record: what was traced and logged before, the
+    /// cause, the stacks, the counts.
     void expectWholeRecord(const std::string& cause = "SIGNAL_|UNKNOWN SIGNAL") {
         end();
         EXPECT_TRUE(WIFEXITED(m_status) && WEXITSTATUS(m_status) == 0) << m_status;
@@ -110,7 +110,7 @@ private:
                       std::to_string(maximumLines) + "\nTRACE_SET_FILE_NAME trace\n");
         writeFile(m_folder / "logger.cfg",
                   "LOG_ON\nLOG_CLOCK\nLOG_SET_MSG_FILTER LOG_ERROR\nLOG_SET_FILE_NAME log\n");
-        Tracer* const tracer = new Tracer; // as the launcher's: they live to the end of the process
+        Tracer* const tracer = new Tracer; // like the launcher's, never destroyed
         Tracer::SetInstance(tracer);
         tracer->SetFolderName(m_folder.path() + "/");
         tracer->ReadConfigFile((m_folder / "tracer.cfg").c_str());
@@ -134,10 +134,10 @@ private:
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int ROUNDS = 5;
 #else
-constexpr int ROUNDS = 25; // --gtest_repeat makes more of it
+constexpr int ROUNDS = 25; // use --gtest_repeat for more
 #endif
 
-/// The same in many rounds; ends at the first that is not whole.
+/// Runs many rounds; stops at the first that fails.
 inline void expectWholeRecords(const std::function<void(int round)>& round) {
     for (int number = 0; number < ROUNDS; ++number) {
         round(number);
@@ -148,7 +148,7 @@ inline void expectWholeRecords(const std::function<void(int round)>& round) {
     }
 }
 
-/// Lets some time pass, another one each round: so that signals come at other moments.
+/// Waits for a time that differs from round to round, so that signals come at different moments.
 inline void letPass(int round) {
     std::this_thread::sleep_for(std::chrono::microseconds(round * 37 % 2000));
 }

@@ -3,8 +3,8 @@
 #include <string>
 #include <sys/wait.h>
 
-// Constructors and destructors of static objects run before main and behind it, in an order that a program
-// hardly knows: what they use of the framework has to be there.
+// Constructors and destructors of static objects run before and after main, in an order that a program can
+// hardly control: the parts of the framework that they use must exist by then.
 
 class StaticLife : public testing::TestWithParam<std::pair<const char*, const char*>> {};
 

@@ -6,7 +6,8 @@
 
 static const char KF_SOURCE[] = "product/Somewhere/src/StaticLifeVictim";
 
-// Does what it is told to in the constructor or in the destructor of a static object.
+// The program uses the framework in the constructor or the destructor of a static object, as the environment
+// says.
 static bool isAskedFor(const char* moment, const char* deed) {
     const char* const askedMoment = std::getenv("VICTIM_MOMENT");
     const char* const askedDeed = std::getenv("VICTIM_DEED");
@@ -26,7 +27,7 @@ public:
     ~StaticObject() { act("destructor"); }
 };
 
-// Before the objects of the libraries that this program is linked with, and destroyed behind them.
+// Constructed before the static objects of the libraries that are linked in, and destroyed after them.
 static StaticObject first __attribute__((init_priority(101)));
 
 int main() {

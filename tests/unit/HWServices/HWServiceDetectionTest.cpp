@@ -25,7 +25,7 @@ TEST_F(HWServiceDetectionTest, DestroyingTheInstanceDeliberatelyForgetsIt) {
     instance.reset();
     const std::string before = trace.text();
     EXPECT_NE(nullptr, HWServiceDetection::getInstance());
-    // A fresh one was made: the old one is not handed out again.
+    // A new instance was created: the old one is not returned again.
     EXPECT_THAT(trace.text().substr(before.size()), testing::HasSubstr("HWServiceDetection::constructor\n"));
 }
 

@@ -20,7 +20,7 @@ using namespace kf::detail;
 using testing::HasSubstr;
 using testing::Not;
 
-static int lockError = 0; // the errno that flock fails with
+static int lockError = 0; // the errno with which flock fails
 
 SUBSTITUTE(int, flock, (int descriptor, int operation)) {
     if (lockError != 0) {
@@ -32,7 +32,7 @@ SUBSTITUTE(int, flock, (int descriptor, int operation)) {
 
 namespace {
 
-/// How often a text holds another.
+/// How often a text contains a part.
 int countOf(const std::string& part, const std::string& text) {
     int count = 0;
     for (size_t i = text.find(part); i != std::string::npos; i = text.find(part, i + 1))
@@ -201,7 +201,7 @@ TEST_F(AppDataPersistenceTest, AFileThatCannotBeReadIsNotWrittenOver) {
 
 TEST_F(AppDataPersistenceTest, AFileThatClaimsTwoGigabytesIsNeitherReadIntoMemoryNorWrittenOver) {
     writeFile(m_file, "a=1\n");
-    ASSERT_EQ(truncate(m_file.c_str(), INT_MAX), 0); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), INT_MAX), 0); // a hole, which takes no space on the disk
     const TraceCapture trace;
     EXPECT_EQ(read("a"), "(none)");
     EXPECT_FALSE(m_store.writeParam("b", "2"));
@@ -225,7 +225,7 @@ TEST_F(AppDataPersistenceTest, NameAndValueMayBeOneString) {
 TEST_F(AppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
     const off_t size = 1500000000; // more than a 32-bit program can hold in one text
     writeFile(m_file, "a=1\n");
-    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // a hole, which takes no space on the disk
     const TraceCapture trace;
     const LargestAllocation limit(1000000000);
     t_paramMap params;
@@ -251,7 +251,7 @@ TEST_F(AppDataPersistenceTest, ContentThatDoesNotFitIntoMemoryIsFalseAndTracedAn
 }
 
 TEST_F(AppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
-    const std::string domain(NAME_MAX - 4, 'd'); // and ".dat"
+    const std::string domain(NAME_MAX - 4, 'd'); // plus ".dat"
     AppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
     AppDataPersistence neighbour("Zevo", domain.substr(1) + "e", PERSISTENCE_CURRENT_USER);
     EXPECT_TRUE(store.writeParam("a", "1"));
@@ -334,7 +334,7 @@ TEST_F(AppDataPersistenceTest, AFileReachedThroughALinkIsReplacedWhereItLies) {
 // ---- Locks
 
 TEST_F(AppDataPersistenceTest, WithoutLocksItIsWrittenAllTheSameAndTracedOnce) {
-    EXPECT_TRUE(inAnotherProcess([this] { // told once in a process
+    EXPECT_TRUE(inAnotherProcess([this] { // reported once per process
         lockError = ENOLCK;
         const TraceCapture trace;
         const bool written = m_store.writeParam("a", "1") && m_store.writeParam("b", "2");

@@ -115,7 +115,8 @@ TEST_F(AppDataTest, FilesInSubfoldersAreListedByTheirNames) {
     EXPECT_THAT(m_data.getFiles(), ElementsAre("a.txt", "b.txt"));
 }
 
-// What is like the pattern is the path below the domain's folder, so a folder's dot counts for what it holds.
+// The pattern is compared with the path below the domain's folder, so the dot of a folder's name counts for
+// its files.
 TEST_F(AppDataTest, NoFolderIsListedAndNoPathStandsBeforeAName) {
     create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d", "inner");
     create(user() + "/Ferrow/Zevo/ZevoLauncher/sub.d/inner.d", "inmost");

@@ -146,7 +146,7 @@ TEST_F(BinaryAppDataPersistenceTest, AWritableFileInAnUnwritableFolderIsWrittenI
     EXPECT_EQ(readFile(m_file), record("a", "1") + record("b", "2"));
 }
 
-// The very bytes that docs/parameters.md explains.
+// These are the bytes that docs/parameters.md explains.
 TEST_F(BinaryAppDataPersistenceTest, TheFileOfTheDocumentationHasTheseBytes) {
     write("note", "hi");
     write("k", "\x01\x02\x03");
@@ -155,7 +155,7 @@ TEST_F(BinaryAppDataPersistenceTest, TheFileOfTheDocumentationHasTheseBytes) {
                                             28));
 }
 
-/// Bytes that are no record, each of which ends the reading.
+/// Texts that are not a record; each of them ends the reading.
 class DamagedFileTest : public BinaryAppDataPersistenceTest,
                         public testing::WithParamInterface<std::string> {};
 
@@ -268,7 +268,8 @@ TEST_F(BinaryAppDataPersistenceTest, EraseRemovesACopyThatLiesThereAlone) {
     EXPECT_FALSE(exists(m_file));
 }
 
-// The name's last byte is taken for its zero byte whatever it is. Deliberate: lengths are trusted as written.
+// The name's last byte is dropped as its zero byte, whatever it is. Deliberate: the written length is
+// trusted.
 TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLastByte) {
     writeFile(m_file, record("a", "1") + length32(2) + "nm" + length32(1) + "x" + record("z", "2"));
     const TraceCapture trace;
@@ -280,7 +281,7 @@ TEST_F(BinaryAppDataPersistenceTest, ANameWithoutItsZeroByteIsReadWithoutItsLast
 }
 
 TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHolds) {
-    const std::string domain(NAME_MAX - 11, 'd'); // and "_binary.dat"
+    const std::string domain(NAME_MAX - 11, 'd'); // plus "_binary.dat"
     BinaryAppDataPersistence store("Zevo", domain, PERSISTENCE_CURRENT_USER);
     const std::string file = userFile(domain + "_binary.dat");
     EXPECT_TRUE(store.writeUnformattedParam("a", "1", 1));
@@ -293,7 +294,7 @@ TEST_F(BinaryAppDataPersistenceTest, ADomainMayHaveAsLongANameAsTheFileSystemHol
 TEST_F(BinaryAppDataPersistenceTest, AFileThatDoesNotFitIntoMemoryIsFalseAndTracedAndNotWrittenOver) {
     const off_t size = 1500000000; // more than a 32-bit program can hold in one text
     writeFile(m_file, record("a", "1"));
-    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // all holes: takes no room on the disk
+    ASSERT_EQ(truncate(m_file.c_str(), size), 0); // a hole, which takes no space on the disk
     const TraceCapture trace;
     const LargestAllocation limit(1000000000);
     BinaryAppDataPersistence::ParamMap params;

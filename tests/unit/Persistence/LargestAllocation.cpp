@@ -10,8 +10,8 @@
 static std::atomic<std::size_t> largest{0};
 static std::atomic<std::size_t> largestGiven{SIZE_MAX};
 
-// The compiler cannot see that these belong together. Those for arrays are replaced, too: a sanitizer's own
-// would not come by.
+// The compiler cannot see that these operators belong together. Those for arrays are replaced, too, because a
+// sanitizer's would not call these.
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(std::size_t size) {
     largest = std::max(largest.load(), size);

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The largest block of memory that the whole program has asked `new` for since the object was made. While it
-/// lives there is no block larger than the limit. One at a time.
+/// Records the largest block that the program has requested from `new` since this object was created. While
+/// it exists, larger requests than the limit fail. One object at a time.
 class LargestAllocation {
 public:
     explicit LargestAllocation(std::size_t limit = SIZE_MAX);

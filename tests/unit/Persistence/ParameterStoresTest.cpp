@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A domain of its own for each test: the manager lives as long as the process, and so do its stores.
+/// Each test has a domain of its own, because the manager and its stores live as long as the process.
 class ParameterStoresTest : public StoreTest {
 protected:
     ParameterStoresTest() { AppData::setGlobalScope("Zevo"); }
@@ -84,7 +84,7 @@ TEST_F(ParameterStoresTest, RemoveDataErasesTheFourStoresAndLeavesTheDomainsFile
 TEST_F(ParameterStoresTest, RemoveDataRemovesTheCopiesOfDamagedFiles) {
     for (const std::string& file :
          {userFile(m_domain + "_binary.dat"), machineFile(m_domain + "_binary.dat")}) {
-        AppDataManager::getInstance()->getBinaryPersistence(m_domain); // makes the folders
+        AppDataManager::getInstance()->getBinaryPersistence(m_domain); // creates the folders
         writeFile(file, record("a", "1") + "x");
         m_data.writeUnformattedParam("b", "2", 1);
         m_data.writeUnformattedParamForAllUsers("b", "2", 1);

@@ -18,7 +18,7 @@ protected:
     std::string reportOf(Action action) {
         const std::string report = m_folder / "report";
         inAnotherProcess([&] {
-            setenv("TMPDIR", m_folder.path().c_str(), 1); // the crash ends the process before the clean-up
+            setenv("TMPDIR", m_folder.path().c_str(), 1); // the crash ends the process without clean-up
             TraceCapture trace;
             trace.tracer().SetFileName(report);
             KFExceptionHandler::GetInstance();
@@ -109,7 +109,7 @@ TEST_F(PersistenceManagerTest, TheCallsOfTheBinaryStoreAreTraced) {
           "  BinaryAppDataPersistence::writeUnformattedParam\n", "t_Param::constructor\n",
           "t_Param::copyconstructor\n", "t_Param::operator=\n", "t_Param::marshall\n",
           "t_Param::destructor\n", "BinaryPersistenceManager::readUnformattedParam\n",
-          "BinaryAppDataPersistence::readUnformattedParam\n", // clang leaves the result's "*" in front of it
+          "BinaryAppDataPersistence::readUnformattedParam\n", // clang leaves the result's "*" before it
           "BinaryPersistenceManager::eraseAllParams\n", "  BinaryAppDataPersistence::eraseAllParams\n",
           "  BinaryAppDataPersistence::writePersistenceFile\n",
           "BinaryAppDataPersistence::readPersistenceFile\n", "  BinaryAppDataPersistence::destructor\n",

@@ -1,4 +1,4 @@
-// What people trust a store with must survive: writers killed at any moment, and writers at the same time.
+// A store's content must survive writers that are killed at any moment, and concurrent writers.
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-// A sanitizer looks at the code, and sees in a few rounds what it can see; each takes it many times as long.
+// A sanitizer needs only a few rounds to see all that it can see, and each takes it many times as long.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 const int KILLS = 50;
 const int WRITES = 100;
@@ -22,7 +22,7 @@ const int WRITES = 1000;
 #endif
 const int WRITERS = 4;
 
-/// The two kinds of stores, and saved dictionaries, behind one face.
+// The two kinds of stores, and saved dictionaries, with the same interface.
 struct TextStore {
     AppDataPersistence store{"Zevo", "Domain", PERSISTENCE_CURRENT_USER};
     static constexpr const char* FILE = "Domain.dat";
@@ -69,7 +69,7 @@ struct SavedDictionary {
 template <typename Store>
 class StoreDurabilityTest : public StoreTest {
 protected:
-    /// Starts a process that writes one value after the other without pause, and waits for its first write.
+    /// Starts a process that writes the two values in turn without a pause, and waits for its first write.
     pid_t startWriter(const std::string (&values)[2]) {
         int ready[2];
         if (pipe(ready) != 0)
@@ -104,15 +104,15 @@ TYPED_TEST(KilledWriterTest, AKillLeavesTheOldOrTheNewFileWhole) {
     const std::string after = TypeParam::file(TypeParam::line("changing", values[1]) + kept);
     TypeParam().write("kept", "k");
 
-    std::mt19937 random(1); // the moments differ in every run, but not because of this
+    std::mt19937 random(1); // a fixed seed: the moments differ from run to run anyway
     std::uniform_int_distribution<useconds_t> moment(0, 2000);
     int seen[2] = {0, 0};
     const auto isOneMissing = [&seen] { return seen[0] == 0 || seen[1] == 0; };
-    // Where a write takes long, few moments lie behind one.
+    // If a write takes long, few of the moments come after one.
     for (int i = 0; i < KILLS || (isOneMissing() && i < 20 * KILLS); ++i) {
         const pid_t writer = this->startWriter(values);
         ASSERT_GT(writer, 0);
-        usleep(moment(random)); // a random moment is what is tested here, not something to wait for
+        usleep(moment(random)); // the test needs a random moment, not a condition
         kill(writer, SIGKILL);
         waitpid(writer, nullptr, 0);
 

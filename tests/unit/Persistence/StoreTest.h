@@ -21,7 +21,7 @@ private:
     DataFolders m_dataFolders{m_folder.path()};
 };
 
-/// The little-endian 32-bit form of a length, as it stands in a binary parameter file.
+/// A length as 32 bits, little-endian, as in a binary parameter file.
 inline std::string length32(unsigned long value) {
     std::string text;
     for (int i = 0; i < 4; ++i)

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Nothing but the number of this process is left, whatever the last launcher's was.
+// The file then holds this process's pid only, however long the last launcher's was.
 TEST(LauncherLock, TheNumberOfTheProcessReplacesALongerOne) {
     const TemporaryFolder folder;
     writeFile(folder / "launcher.lock", "123456789012\n");

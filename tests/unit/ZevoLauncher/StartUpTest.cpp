@@ -57,8 +57,8 @@ std::vector<std::string> entriesOf(const std::string& folder) {
     return names;
 }
 
-// The tracer, the logger and the crash handler are one per process: each start-up has a process of its own,
-// with an installation folder and application-data folders of its own.
+/// There is one tracer, one logger and one crash handler per process, so each start-up runs in a child
+/// process, with an installation folder and application-data folders of its own.
 class StartUpTest : public testing::Test {
 protected:
     StartUpTest() {
@@ -69,7 +69,7 @@ protected:
     void write(const std::string& name, const std::string& content) { writeFile(m_folder / name, content); }
     void remove(const std::string& name) { std::remove((m_folder / name).c_str()); }
 
-    /// Starts up and does something more; the process must reach its end.
+    /// Starts up and runs the action in a child process, which must reach its end.
     template <typename Action>
     void startUp(Action action) {
         EXPECT_TRUE(inAnotherProcess([&] {
@@ -81,7 +81,7 @@ protected:
     void startUp() {
         startUp([] {});
     }
-    /// Starts up where broken contracts are reported to nobody, so that start-up goes on.
+    /// As startUp(), but broken contracts are ignored, so that start-up continues.
     template <typename Action>
     void startUpRegardless(Action action) {
         EXPECT_TRUE(inAnotherProcess([&] {
@@ -92,7 +92,8 @@ protected:
             return !HasFailure();
         }));
     }
-    /// Starts up with a tracer already there; the crash handler has to end the process, with status 0.
+    /// Starts up with an existing tracer, and returns its trace; expects that the crash handler ends the
+    /// process with status 0.
     std::string traceOfFailedStartUp() {
         TraceCapture trace;
         EXPECT_TRUE(isEndedByCrashHandler([] { initTracesAndLogs(); }));
@@ -126,7 +127,7 @@ TEST_F(StartUpTest, AllThatItMakesLiesInTheLogFolder) {
     EXPECT_THAT(entriesOf(logFolder()), UnorderedElementsAre("launcher.lock", "log_0.txt", "trace_0.txt"));
 }
 
-// Whoever sets a machine up moves the logs of all its users that way.
+// With such a file, an administrator moves the logs of all users there.
 TEST_F(StartUpTest, TheMachinesLogFolderIsUsedWhereItHoldsAFileOfItsName) {
     const std::string machines = m_data / "var/lib/Ferrow/Zevo/Logs";
     EXPECT_TRUE(inAnotherProcess([&] { return FileSystemManagement::createFolder(machines); }));
@@ -212,7 +213,7 @@ TEST_F(StartUpTest, MissingConfigurationFilesLeaveTracerAndLoggerDisabled) {
 
 TEST_F(StartUpTest, ATracerThatIsAlreadyThereKeepsItsFolderAndItsConfiguration) {
     startUp([&] {
-        // The process has started up before, as far as the tracer is concerned.
+        // Starts up a second time in the same process, which has a tracer from the first.
         Tracer* const before = Tracer::GetInstance();
         write("ID.txt", "UPGRADE_CODE=Another\n");
         write("tracer_zevolauncher.cfg", "TRACE_OFF\n");

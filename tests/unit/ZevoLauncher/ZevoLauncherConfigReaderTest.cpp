@@ -33,7 +33,7 @@ size_t count(const std::string& text, const std::string& part) {
     return found;
 }
 
-// The reader is one per process and never deleted: each test looks at the one of a process of its own.
+/// There is one reader per process, and it is never deleted: each test uses that of a child process.
 class ZevoLauncherConfigReaderTest : public testing::Test {
 protected:
     void configure(const std::string& content) { writeFile(m_folder / "Launcher.cfg", content); }
@@ -69,7 +69,7 @@ TEST_F(ZevoLauncherConfigReaderTest, AFileWithOnlyTheIdToFindLeavesTheOthersEmpt
     configure(propertyList(entry("MacHardwareIdToFind", "USB#Vid_12d1&Pid_1001")));
     inFreshProcess([&](ZevoLauncherConfigReader& reader) {
         EXPECT_EQ(reader.getModemHIdToFind(), "USB#Vid_12d1&Pid_1001");
-        // Loaded: nothing is read any more, the file may even go.
+        // Once loaded, the file is not read again, and may even be removed.
         std::remove((m_folder / "Launcher.cfg").c_str());
         EXPECT_EQ(reader.getModemHIdToDetect(), "");
         EXPECT_EQ(reader.getCdRomHIdToDetect(), "");

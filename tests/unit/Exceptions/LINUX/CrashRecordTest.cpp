@@ -9,14 +9,14 @@
 #include <thread>
 #include <unistd.h>
 
-// How this host's malloc finds out that something is wrong. The sanitizers' own memory allocators find it first.
+// Crashes that this host's malloc detects. The sanitizers' own memory allocators would detect them first.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 TEST(CrashRecordLinux, IsWholeWhenMallocFindsTheHeapDestroyed) {
     expectWholeRecords([](int) {
         RecordedProcess process([](const TemporaryFolder&) {
             RecordedProcess::tellReady();
-            // A block that is so large is new: behind it stands what malloc keeps of the rest.
+            // So large a block is new: it is followed by malloc's own record of the remaining memory.
             for (;;) {
                 char* const block = static_cast<char*>(std::malloc(100000));
                 std::memset(block, 0x41, malloc_usable_size(block) + sizeof(std::size_t));
@@ -26,8 +26,8 @@ TEST(CrashRecordLinux, IsWholeWhenMallocFindsTheHeapDestroyed) {
     });
 }
 
-// The C library's memory allocator, in front of which these stand: who asks may be kept there for ever, as by a
-// lock that the crash has left taken.
+// The C library's memory allocator, which the definitions below wrap: they can block their callers for ever,
+// as would a lock that a crash has left locked.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -82,7 +82,7 @@ static void crashWithoutMemory(int sig) {
     raise(sig);
 }
 
-// Every signal has a text of its own, and 30 is told by what was recorded of a broken contract.
+// Each signal has a text of its own; that of 30 comes from the record of a broken contract.
 TEST(CrashRecordLinux, IsWholeWhenMemoryCanNeitherBeHadNorGivenBack) {
     for (const int sig : {1, 7, 11, 15, 30}) {
         RecordedProcess process([sig](const TemporaryFolder&) {
@@ -99,7 +99,7 @@ TEST(CrashRecordLinux, IsWholeWithoutMemoryOnAThreadThatHasNeverTraced) {
     process.expectWholeRecord();
 }
 
-// Where the report goes on to other files, too.
+// The report rotates to other files, too.
 TEST(CrashRecordLinux, IsWholeWithoutMemoryHoweverSmallTheFilesAre) {
     for (const int size : {2, 3, 5, 8, 13}) {
         RecordedProcess process(

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// Walks over devices that the test plugs by hand.
+/// Walks over devices that the test adds itself.
 class RegistryWalkTest : public LiveObjectsTest {
 protected:
     RegistryWalkTest() { LinuxPlatform::useDevicesByHand(); }
@@ -30,7 +30,7 @@ protected:
         device.name = name;
         LinuxPlatform::deviceArrived(device);
     }
-    /// Over the children of the registry's root: the devices, and the network stack before them.
+    /// An iterator over the children of the registry's root: the network stack, then the devices.
     static void makeIterator(IOObjectHandle& iterator) {
         const IOObjectHandle root(IORegistryGetRootEntry(kIOMasterPortDefault));
         ASSERT_EQ(IORegistryEntryGetChildIterator(root.get(), kIOServicePlane, iterator.receive()),

@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// The services over the registry that the launcher uses on this host, with devices plugged by hand.
+// The services with the registry that the launcher uses on this host, and devices that the test adds itself.
 
 using LinuxPlatform::Device;
 using LinuxPlatform::DeviceKind;
@@ -78,8 +78,8 @@ protected:
         m_habits.refusedInterest = true;
         LinuxPlatform::adoptHabits(m_habits);
     }
-    /// Below a device or an interface, and found by the device's watch: an interface by its ids, or a port because the
-    /// kernel does not compare any.
+    /// A part below a device or an interface that the notification of the device's children delivers: an
+    /// interface, by its ids, or a serial port if matching is the kernel's, which does not compare ids.
     static Device watchedPart(const Device& parent, const std::string& number) {
         return matchesAsKernel()
                    ? part(parent, DeviceKind::SerialPort, "tty" + number, 0x10u + std::stoul(number))
@@ -157,7 +157,7 @@ TEST_F(ServicesOverRegistryTest, WhatIsPresentAtRegistrationGivesNoArrivalButIts
 TEST_F(ServicesOverRegistryTest, ADeviceWhosePathIsTooLongTakesNobodyElsesInterface) {
     registerService();
     std::string hub;
-    for (int depth = 0; depth < 6; ++depth) { // each with a name of a hundred characters in the path
+    for (int depth = 0; depth < 6; ++depth) { // each adds a name of a hundred characters to the path
         Device device = usbDevice("1-1", 1, depth);
         device.parent = hub;
         device.path = hub + "/hub";
@@ -248,7 +248,8 @@ TEST_F(ServicesOverRegistryTest, AModemIsToldOfAmongMoreServicesThanAnIteratorHo
     registerService();
     const Device modem = usbDevice("1-1", 0x12D1, 0x1001);
     arrive(modem);
-    // Where the crowd has filled the watch's iterator, the device itself is lost from it.
+    // If the many services have filled the iterator of the device's children, the device itself is missing
+    // from it.
     EXPECT_THAT(m_client.arrivals, testing::SizeIs(matchesAsKernel() ? 1 : 2));
     EXPECT_THAT(m_client.arrivals, Each(MODEM));
     arrive(watchedPart(modem, "0"));

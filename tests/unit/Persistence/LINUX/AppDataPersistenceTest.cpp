@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
-// Here the variables of the process say where the user's data lie.
+// On this host, environment variables say where the user's data is.
 
 using AppDataPersistenceLinuxTest = StoreTest;
 

@@ -1,5 +1,5 @@
-// A real full disk: each test mounts small file systems of its own. The program runs in a mount namespace of
-// its own, so they are nobody else's and go with it.
+// A real full disk: each test mounts small file systems. The program runs in a mount namespace of its own, so
+// no other process sees them, and they vanish with it.
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
@@ -28,7 +28,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-/// The user's data lies on a disk of 256 kB.
+/// The user's data is on a disk of 256 kB.
 class FullDiskTest : public StoreTest {
 protected:
     FullDiskTest() {
@@ -41,7 +41,7 @@ protected:
     }
     void SetUp() override { ASSERT_TRUE(m_mounted); }
 
-    /// Takes all the room that is left.
+    /// Fills the disk.
     void fill() const {
         const FileDescriptor file(open(filler().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
         const std::string block(4096, 'f');
@@ -140,13 +140,14 @@ TEST_F(FullDiskTest, AFileWrittenInPlaceKeepsItsOldContentWhole) {
     EXPECT_EQ(readFile(file), old);
 }
 
-// A second writer for whom room has been made meanwhile would hold another file's lock.
+// The file itself must not be locked instead: a second writer, for which there is space again, would lock the
+// lock file, and the two locks would not exclude each other.
 TEST_F(FullDiskTest, NothingIsWrittenWhereTheLockFileFindsNoRoom) {
     ASSERT_EQ(mount("zevo", m_disk.c_str(), "tmpfs", MS_REMOUNT, "size=256k,nr_inodes=5"), 0);
     AppDataPersistence store("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     const std::string file = userFile("Domain.dat");
     writeFile(file, "a=1\n");
-    for (int i = 0; !exists(m_disk + "/last"); ++i) { // takes up what is left of the five
+    for (int i = 0; !exists(m_disk + "/last"); ++i) { // uses up the five inodes
         const FileDescriptor taken(
             open((m_disk + "/" + std::to_string(i)).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
         if (!taken.isOpen()) {
@@ -161,7 +162,7 @@ TEST_F(FullDiskTest, NothingIsWrittenWhereTheLockFileFindsNoRoom) {
     EXPECT_EQ(readFile(file), "a=1\n");
 }
 
-// ---- File systems and mounts that do not take every way of writing
+// ---- File systems and mounts that do not support every way of writing
 
 TEST_F(FullDiskTest, AFileThatIsAMountPointIsWrittenInPlace) {
     const std::string file = m_disk + "/file";
@@ -184,7 +185,7 @@ TEST_F(FullDiskTest, AWritableFileInAReadOnlyFileSystemIsWrittenInPlace) {
 }
 
 TEST_F(FullDiskTest, AFileIsWrittenInPlaceWhereTheFileSystemCannotReserveRoom) {
-    ASSERT_EQ(mount("zevo", m_disk.c_str(), "ramfs", 0, nullptr), 0); // the C library then reserves itself
+    ASSERT_EQ(mount("zevo", m_disk.c_str(), "ramfs", 0, nullptr), 0); // the C library emulates fallocate
     const std::string file = m_disk + "/file";
     writeFile(file, std::string(50000, 'o'));
     chmod(m_disk.c_str(), 0555);
