@@ -15,7 +15,7 @@ protected:
         T value;
     };
 
-    /// What a number made from `from` gives when it is read as a T.
+    /// Creates a number from `from` and reads it as a T.
     template <class T, class From>
     static Reading<T> Convert(CFNumberType fromType, From from, CFNumberType type) {
         CFNumberRef number = CFNumberCreate(kCFAllocatorDefault, fromType, &from);

@@ -34,7 +34,7 @@ using LinuxPlatform::Owned;
 using LinuxPlatform::RunLoopSource;
 using LinuxPlatform::WakeUp;
 
-/// Delivers one callback per signal.
+/// A source that calls back once per signal.
 class SignalledSource final : public RunLoopSource {
 public:
     explicit SignalledSource(std::function<void()> callback) : m_callback(std::move(callback)) {}
@@ -56,7 +56,7 @@ public:
         ++m_due;
         m_wakeUp.signal();
     }
-    /// Wakes the loop up with nothing to deliver.
+    /// Wakes the loop up without anything to deliver.
     void Disturb() { m_wakeUp.signal(); }
 
 private:
@@ -311,7 +311,7 @@ TEST_F(CFRunLoop, AThreadsEndReleasesItsSources) {
     CFRunLoopSourceInvalidate(source.get());
 }
 
-// A signal handler that ends the process may have interrupted the very code that guards a loop's sources.
+// A signal handler that ends the process may have interrupted code that holds the lock of the loop's sources.
 TEST_F(CFRunLoop, OfTheMainThreadIsLeftAloneWhenTheProcessEnds) {
     const auto addSource = [] {
         const std::shared_ptr<void> owner(nullptr, [](void*) { std::fputs("released", stderr); });

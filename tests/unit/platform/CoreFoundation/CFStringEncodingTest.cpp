@@ -15,7 +15,7 @@ protected:
                                        static_cast<CFIndex>(bytes.size()), encoding, external);
     }
 
-    /// The text of the bytes in UTF-8, or "(invalid)".
+    /// Decodes the bytes; returns the text as UTF-8, or "(invalid)".
     static std::string Utf8(const std::string& bytes, CFStringEncoding encoding, bool external = false) {
         CFStringRef text = Decode(bytes, encoding, external);
         if (!text)
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-const std::string SIGNAL_UTF8 = "\xF0\x9F\x93\xB6"; // U+1F4F6, outside of the first plane
+const std::string SIGNAL_UTF8 = "\xF0\x9F\x93\xB6"; // U+1F4F6, outside the basic plane
 const std::string SIGNAL_UTF32LE("\xF6\xF4\x01\x00", 4);
 
 } // namespace

@@ -9,7 +9,7 @@ namespace {
 
 class CFStringFormat : public LiveObjectsTest {
 protected:
-    /// A new text as UTF-8; released.
+    /// Returns a text as UTF-8, and releases it.
     static std::string Take(CFStringRef text) {
         char buffer[256];
         EXPECT_TRUE(CFStringGetCString(text, buffer, sizeof(buffer), kCFStringEncodingUTF8));

@@ -28,14 +28,15 @@ BundleTest::BundleTest()
 }
 
 BundleTest::~BundleTest() {
-    // In this order: who comes late finds no lifeline, and nobody waits for one that nobody holds.
+    // In this order: an application that starts late finds no lifeline, and none waits for a lifeline that is
+    // closed.
     unlink((m_reports + "/lifeline").c_str());
     close(m_lifeline);
     for (const pid_t child : m_children) {
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
     }
-    setenv("PLATFORM_ROOT", m_root.c_str(), 1); // the test may have looked from elsewhere
+    setenv("PLATFORM_ROOT", m_root.c_str(), 1); // the test may have set another root
     for (const pid_t pid : runningProcesses())
         kill(pid, SIGKILL);
     EXPECT_TRUE(comesTrue([] { return runningProcesses().empty(); }));
@@ -77,7 +78,7 @@ void BundleTest::addBundle(const std::string& path, const std::string& executabl
 void BundleTest::addScriptBundle(const std::string& path, const std::string& executable,
                                  const std::string& firstLine) {
     makeFolders(inRoot(path) + "/Contents/MacOS");
-    // The last line keeps the shell from becoming its last command.
+    // The last line keeps the shell from replacing itself with its last command.
     const std::string script = firstLine + "\necho parent=$PPID > $SAMPLE_REPORTS/$$.part\n"
                                            "mv $SAMPLE_REPORTS/$$.part $SAMPLE_REPORTS/$$\n"
                                            "cat $SAMPLE_REPORTS/lifeline\n"

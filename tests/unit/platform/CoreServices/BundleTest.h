@@ -15,12 +15,12 @@
 #include <thread>
 #include <vector>
 
-/// Waits until `condition` holds; false when it has not come about after a time that no machine needs.
+/// Waits until `condition` holds; false after a minute, which is longer than any machine needs.
 inline bool comesTrue(const std::function<bool()>& condition) {
     return waitUntil(condition, std::chrono::seconds(60));
 }
 
-/// Sets an environment variable, or takes it away (null), for the life of the object.
+/// Sets an environment variable, or removes it (null), for the life of the object.
 class ScopedVariable {
 public:
     ScopedVariable(const char* name, const char* value) : m_name(name) {
@@ -56,7 +56,7 @@ inline std::string pathOf(const FSRef& reference) {
     return reinterpret_cast<const char*>(path);
 }
 
-/// A root of the test's own (PLATFORM_ROOT) for sample bundles. What is started in it ends with the test.
+/// A temporary root (PLATFORM_ROOT) for sample bundles. Processes that are started in it end with the test.
 class BundleTest : public ::testing::Test {
 protected:
     using Report = std::map<std::string, std::string>;
@@ -74,31 +74,33 @@ protected:
 
     /// A bundle at `path` (below the root) whose executable is the sample application.
     void addBundle(const std::string& path, const std::string& executable, const std::string& infoPlist = "");
-    /// The same, with a script that reports its id and waits as the sample application does.
+    /// As addBundle(), but the executable is a script that reports its pid and waits as the sample
+    /// application does.
     void addScriptBundle(const std::string& path, const std::string& executable,
                          const std::string& firstLine);
     static std::string infoPlist(const std::string& executable);
 
     static OSStatus open(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
-    /// Opens, and returns the id of the process found or started; 0 when it failed.
+    /// Opens the bundle; returns the pid of the process found or started, 0 if that failed.
     static pid_t openedProcess(const std::string& bundle, LSLaunchFlags flags = kLSLaunchDefaults);
-    /// Runs a file that is nobody's bundle executable or one's, directly, as a user or a desktop would: that
-    /// of the command's first word, unless another one is given.
+    /// Runs a file directly, as a user or a desktop would, whether it is a bundle's executable or not:
+    /// `file`, or by default the file that the command's first word names.
     pid_t runDirectly(const std::vector<std::string>& command, const std::string& file = "");
-    /// Waits until such a process ends, and returns its exit status; -1 when it has none.
+    /// Waits until such a process ends; returns its exit status, -1 if it has none.
     int statusOf(pid_t pid);
-    /// Ends a process and waits until the list of applications is without it.
+    /// Ends a process and waits until it is no longer in the list of applications.
     void end(pid_t pid);
-    /// The same without asking for the list.
+    /// As end(), without reading the list.
     void endWithoutALook(pid_t pid);
 
-    /// Leaves this process so many descriptors; at once, since a list is kept for a moment only.
+    /// Leaves this process only so many free descriptors. It is quick, because a list is cached for a moment
+    /// only.
     static void leaveDescriptors(int count);
 
-    /// What a sample application has written down: "session", "mask", "file 3", "variable HOME", ...
+    /// The report of a sample application: "session", "mask", "file 3", "variable HOME", ...
     Report reportOf(pid_t pid);
 
-    /// A walk through the list: process ids, bundle paths.
+    /// The pids, and the bundle paths, of a walk through the list of applications.
     static std::vector<pid_t> runningProcesses();
     static std::vector<std::string> runningBundles();
     static std::string bundleOf(pid_t pid);

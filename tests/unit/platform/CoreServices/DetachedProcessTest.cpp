@@ -20,7 +20,7 @@ static std::vector<int> openFiles() {
     return open;
 }
 
-/// Many descriptors, more than one reading of a folder yields, with gaps and a far one.
+/// Opens more descriptors than one read of their folder returns, with gaps and one far beyond the others.
 static void openManyFiles() {
     for (int i = 0; i < 500; ++i)
         dup(0);
@@ -90,7 +90,7 @@ TEST_F(StartDetached, SaysWhyItCouldNot) {
 }
 
 TEST_F(StartDetached, WithoutAFreeProcessItCannot) {
-    // Limits of this kind do not bind the superuser.
+    // As an ordinary user, because this limit does not bind the superuser.
     EXPECT_TRUE(asOrdinaryUser("/", [] {
         const struct rlimit none = {0, 0};
         DetachedProcess process;
@@ -124,7 +124,7 @@ TEST_F(StartDetached, ForkedProcessesStartAtTheSameTime) {
     DetachedProcess process;
     process.file = "/bin/true";
     pid_t pid = 0;
-    ASSERT_EQ(startDetached(process, pid), 0); // what it keeps, they have as well
+    ASSERT_EQ(startDetached(process, pid), 0); // what it keeps for the next start is then copied by fork
     EXPECT_TRUE(inAnotherProcess([&] {
         const pid_t other = fork();
         if (other == 0)

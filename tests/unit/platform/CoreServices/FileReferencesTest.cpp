@@ -117,7 +117,7 @@ TEST_F(FileReferences, ABufferTooSmallIsLeftAlone) {
 }
 
 TEST_F(FileReferences, HoldAPathOfAnyLength) {
-    // Beyond 4 KB no system call takes a path at once; this is as long as one may be.
+    // As long as a path may be: no system call accepts more than 4 KB.
     std::string path = root();
     while (path.size() + 201 < 4096)
         path += "/" + std::string(200, 'd');

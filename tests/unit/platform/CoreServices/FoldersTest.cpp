@@ -38,7 +38,7 @@ TEST_F(Folders, ARelativeOrEmptyDataHomeDoesNotCount) {
     }
 }
 
-// The callers' buffers would not hold it, and what has no path lies at the root of the file system.
+// The callers' buffers could not hold it, and with an empty path they would use the root of the file system.
 TEST_F(Folders, ADataHomeThatIsTooLongIsSaidAndDoesNotCount) {
     const ScopedVariable home("HOME", "/home/somebody");
     const std::string longest = "/" + std::string(2033, 'x');

@@ -20,7 +20,7 @@ namespace {
 
 std::atomic<pid_t> theOtherThread;
 
-/// Whether the other thread sleeps or is gone.
+/// Whether the other thread sleeps or has ended.
 bool hasTheOtherThreadDoneItsCall() {
     std::ifstream stat("/proc/self/task/" + std::to_string(theOtherThread) + "/stat");
     std::string line;
@@ -33,7 +33,7 @@ void endTheProgram(int) {
     std::exit(3);
 }
 
-/// What the thread that makes the call blocks.
+/// The signals that the thread which makes the call blocks.
 sigset_t blockedInTheCall() {
     return makeHangingCall([] {
         sigset_t blocked;
@@ -53,7 +53,7 @@ TEST(HangingCall, WhatTheCallThrowsComesOut) {
     EXPECT_THROW(makeHangingCall([]() -> int { throw std::runtime_error("no answer"); }), std::runtime_error);
 }
 
-// The thread sanitizer counts a thread that has ended and that nobody joins as a leak.
+// The thread sanitizer would report a thread that has ended and is not joined as a leak.
 TEST(HangingCall, ASignalMayEndTheProgramWhileItWaits) {
     const pid_t child = fork();
     if (child == 0) {
@@ -77,7 +77,8 @@ TEST(HangingCall, LeavesSignalsToTheThreadThatWaits) {
         EXPECT_EQ(sigismember(&blocked, stop), 1) << stop;
 }
 
-// A library that runs out of memory may touch what is not there; without this the launcher would end without a word.
+// A library that runs out of memory may fault; if its thread blocked these signals, the launcher would end
+// without a report.
 TEST(HangingCall, ThatCrashesReachesTheCrashHandler) {
     const sigset_t blocked = blockedInTheCall();
     for (const int fault : {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS})

@@ -70,7 +70,7 @@ TEST_F(InfoPlist, AFileBeyondTheLimitIsNotRead) {
     EXPECT_EQ(read(text + std::string(10 * 1024 * 1024, ' ')), "");
 }
 
-// The deepest files that are read.
+// ---- the deepest files that are read
 
 TEST_F(InfoPlist, DeepNestingDoesNotExhaustTheStack) {
     std::string text = "<?xml version=\"1.0\"?><plist>";
@@ -87,7 +87,7 @@ TEST_F(InfoPlist, DeepNestingDoesNotExhaustTheStack) {
 }
 
 TEST_F(InfoPlist, DeepNestingInBinaryFormDoesNotExhaustTheStack) {
-    // Object n is an array whose one element is object n + 1. Each takes a byte, a reference and an offset.
+    // Object n is an array whose only element is object n + 1. Each takes a byte, a reference and an offset.
     const int reference = INFO_PLIST_LIMIT <= 64 * 1024 ? 2 : 4;
     const int count = static_cast<int>(INFO_PLIST_LIMIT - 40) / (1 + 2 * reference);
     std::string binary = "bplist00";

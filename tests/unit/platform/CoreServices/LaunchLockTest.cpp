@@ -19,7 +19,7 @@ protected:
     std::string folder() const { return m_folder / "locks"; }
     std::string file() const { return folder() + "/launch.lock"; }
 
-    /// What is said where the lock cannot be had; nobody has to wait for that.
+    /// The message on standard error if no lock can be taken, which is known without waiting.
     std::string saidOfRefusal() const {
         testing::internal::CaptureStderr();
         EXPECT_FALSE(LaunchLock(file(), LONG).isHeld());
@@ -94,7 +94,7 @@ TEST_F(LaunchLocks, InAFolderThatIsOpenToOthersAreRefused) {
 }
 
 TEST_F(LaunchLocks, InAFolderOfAnotherUserAreRefused) {
-    // The superuser can give a folder away; for anybody else, the superuser's own will do.
+    // The superuser can give a folder away; an ordinary user uses a folder of the superuser's.
     if (geteuid() == 0) {
         ASSERT_EQ(mkdir(folder().c_str(), 0700), 0);
         ASSERT_EQ(chown(folder().c_str(), 65534, 65534), 0);

@@ -49,7 +49,7 @@ protected:
 
     static bool hasChildren() { return waitpid(-1, nullptr, WNOHANG | __WALL) != -1 || errno != ECHILD; }
 
-    /// Files open in a sample application, apart from its standard ones on the null device.
+    /// The open files of a sample application, except standard input, output and error on the null device.
     static std::vector<std::string> strangeFiles(const Report& report) {
         std::vector<std::string> strange;
         for (const auto& line : report) {
@@ -61,7 +61,7 @@ protected:
         return strange;
     }
 
-    /// Runs SampleLauncher for the bundle by a shell, so that it is started in a way this process is not.
+    /// Runs SampleLauncher for the bundle through a shell, which may change its umask and close descriptors.
     int launchByShell(const std::string& before, const std::string& after) const {
         const std::string command = before + " " SAMPLE_LAUNCHER " " + BUNDLE + " " + after;
         const int status = system(command.c_str());
@@ -73,7 +73,7 @@ private:
     struct sigaction m_before;
 };
 
-// ---- what is started
+// ---- which program is started
 
 TEST_F(LaunchServices, WithoutInfoPlistTheBundlesOwnNameCounts) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -183,12 +183,12 @@ TEST_F(LaunchServices, LaunchersThatOpenOneBundleStartItOnce) {
             if (children.back() == 0) {
                 close(starter[1]);
                 char byte;
-                runningBundles(); // a launcher has looked by itself before
+                runningBundles(); // a launcher has read the list before
                 _exit(read(starter[0], &byte, 1) == 0 && open(BUNDLE) == noErr ? WENT_WELL : 1);
             }
         }
         close(starter[0]);
-        close(starter[1]); // all of them at once
+        close(starter[1]); // starts all of them at once
         for (const pid_t child : children) {
             int status = 0;
             while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -217,7 +217,7 @@ TEST_F(LaunchServices, OneThatNobodyMayLookIntoIsNotStartedTwice) {
 }
 
 TEST_F(LaunchServices, AScriptThatNobodyMayLookIntoIsNotStartedTwice) {
-    // The interpreter's command line names no file of the bundle first.
+    // The program that the script becomes has a command line without the bundle's file.
     const ScopedVariable closed("SAMPLE_CLOSED", "1");
     copyExecutable(inRoot("/program"));
     makeFolders(inRoot("/Wrapper.app/Contents/MacOS"));
@@ -260,7 +260,7 @@ TEST_F(LaunchServices, AnotherLauncherInsideTheBundleIsNotTheApplicationEither) 
     const std::string launcher = inRoot(BUNDLE) + "/Contents/MacOS/launcher";
     copyExecutable(launcher, SAMPLE_LAUNCHER);
     const pid_t other = runDirectly({launcher, BUNDLE, reports() + "/lifeline"});
-    // For a moment, the processes in between are launchers, too.
+    // For a moment, the intermediate processes are listed as launchers, too.
     const auto application = [this] {
         std::vector<LinuxPlatform::RunningApplication> applications;
         LinuxPlatform::listRunningApplications(applications);
@@ -348,7 +348,7 @@ TEST_F(LaunchServices, AWrapperThatBecomesAnotherProgramIsKnownByItsBundle) {
     EXPECT_EQ(openedProcess("/Wrapper.app"), pid);
 }
 
-// ---- what it gets
+// ---- what the application gets
 
 TEST_F(LaunchServices, TheApplicationHasASessionOfItsOwn) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -502,7 +502,7 @@ TEST_F(LaunchServices, ALauncherWithoutStandardFilesGivesTheApplicationItsOwn) {
     }
 }
 
-// ---- no signal comes back
+// ---- no signal reaches the launcher
 
 TEST_F(LaunchServices, NeitherStartNorEndOfAnApplicationSendsASignal) {
     const pid_t pid = openedProcess(BUNDLE);
@@ -551,7 +551,7 @@ TEST_F(LaunchServices, ALauncherThatIgnoresChildSignalsStartsAllTheSame) {
 }
 
 TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
-    // Before any process is cloned: a copy of this one must not hold an executable open for writing.
+    // Created before any process is cloned: a clone must not hold an executable open for writing.
     for (int i = 0; i < 6; ++i)
         addBundle("/Bundle" + std::to_string(i) + ".app", "Bundle" + std::to_string(i));
     std::atomic<bool> isDone(false);
@@ -581,7 +581,7 @@ TEST_F(LaunchServices, AnyThreadMayOpenWhileOthersWork) {
     EXPECT_EQ(childSignals, 0);
 }
 
-// The crash handler of the product writes files and ends the process it runs in; it must not run in a copy.
+// The product's crash handler writes files and ends its process: it must not run in a clone.
 static pid_t handlersProcess;
 static std::atomic<int>* strayHandlers;
 
@@ -597,7 +597,7 @@ TEST_F(LaunchServices, SignalsToTheGroupNeitherReachTheCopiesNorTheApplication) 
         if (sender == 0) {
             signal(SIGUSR1, SIG_IGN);
             while (kill(-handlersProcess, SIGUSR1) == 0)
-                usleep(20); // leaves the others a share of the machine
+                usleep(20); // leaves the other processes some processor time
             _exit(0);
         }
         bool isEachRunning = true;
@@ -685,7 +685,7 @@ TEST_F(LaunchServices, WhatTheSystemCannotRunHasTheWrongFormat) {
     EXPECT_EQ(open(BUNDLE), kLSExecutableIncorrectFormat);
 }
 
-// The head of a program of this machine whose loader's path is `length` bytes at `offset` of the file.
+/// The headers of a program for this machine, whose loader's path is `length` bytes at `offset` of the file.
 static std::string programWithLoader(std::size_t offset, std::size_t length) {
     struct {
         ElfW(Ehdr) file;
@@ -768,7 +768,7 @@ TEST_F(LaunchServices, WithoutADescriptorToLookAtARunningOneItIsNotStartedAgain)
             LinuxPlatform::StartedApplications::get().useDescriptors(false);
             const pid_t other = openedProcess("/Other.app");
             leaveDescriptors(left);
-            // One is enough to see that what was listed a moment ago still runs.
+            // One descriptor is enough to find that an application that was listed a moment ago still runs.
             const OSStatus status = open("/Other.app");
             const bool isNotStarted = status == tmfoErr || (left == 1 && status == noErr);
             kill(other, SIGKILL);

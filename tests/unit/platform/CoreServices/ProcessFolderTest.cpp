@@ -13,7 +13,7 @@ protected:
     }
     ~ProcessFolderFiles() override { LinuxPlatform::setProcessesFolder("/proc"); }
 
-    /// The note in an environment of these entries.
+    /// The launch note that is read from an environment of these entries.
     LaunchNote noteIn(const std::vector<std::string>& entries) const {
         std::string environment;
         for (const std::string& entry : entries)
@@ -61,7 +61,7 @@ TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
     }
 }
 
-// Else a list of processes would fail each time that one ends meanwhile.
+// Otherwise a list of processes would fail whenever one ends meanwhile.
 TEST_F(ProcessFolderFiles, ThoseOfOneThatHasEndedLackNothing) {
     const ProcessFolder process(78);
     LinuxPlatform::ProcessStatus status;

@@ -144,7 +144,8 @@ TEST_F(Processes, AWalkMayBeginAtAnyNumber) {
 
 TEST_F(Processes, AnUnreadableListIsAnEmptyOne) {
     run("/A.app/a");
-    // Without a descriptor /proc cannot be opened. Callers ask again after any error but the end of the list.
+    // Without a descriptor, /proc cannot be opened. It gives the end of the list: after any other error,
+    // callers retry.
     std::vector<int> files;
     for (int file = dup(0); file >= 0; file = dup(0))
         files.push_back(file);
@@ -161,8 +162,8 @@ TEST_F(Processes, ThoseOfOtherUsersAreNotListed) {
     copyExecutable(file);
     const pid_t child = fork();
     if (child == 0) {
-        // By its descriptor: another user may not pass through the folders above. Only the superuser can
-        // become somebody else; for anybody else the process stays his own.
+        // By its descriptor, because another user may not search the folders above. Only the superuser can
+        // become another user; any other user's process stays their own.
         const int opened = ::open(file.c_str(), O_RDONLY);
         const uid_t nobody = 65534;
         if (geteuid() == 0 && setuid(nobody) != 0)
@@ -198,11 +199,11 @@ TEST_F(Processes, WithoutARootPathsAreReportedWhole) {
     EXPECT_EQ(bundleOf(pid), inRoot("/A.app"));
 }
 
-// ---- processes that the system lets nobody look into
+// ---- processes that the system lets nobody inspect
 
 class ClosedProcess : public Processes {
 protected:
-    /// Whether these are the bundles that somebody sees who is not the superuser.
+    /// Whether an ordinary user sees these bundles.
     static bool areSeen(const std::vector<std::string>& bundles) {
         return boundByFileModes([&] { return runningBundles() == bundles; });
     }
@@ -255,7 +256,7 @@ TEST_F(ClosedProcess, ThatClaimsToRunAnotherFileIsNotListed) {
     EXPECT_TRUE(areSeen({}));
 }
 
-// Nobody knows any more from which folder its path counted.
+// The folder to which its path was relative is not known any more.
 TEST_F(ClosedProcess, StartedByARelativePathIsNotListed) {
     makeFolders(inRoot("/A.app"));
     copyExecutable(inRoot("/A.app/a"));
@@ -267,7 +268,7 @@ TEST_F(ClosedProcess, StartedByARelativePathIsNotListed) {
     close(before);
 }
 
-// ---- where the processes cannot be told
+// ---- no list of processes
 
 class NoProcessList : public Processes {
 protected:
@@ -279,7 +280,8 @@ protected:
         ASSERT_EQ(symlink(std::to_string(pid).c_str(), (processes() + "/" + name).c_str()), 0);
     }
 
-    /// What a look at the processes says on standard error; it must fail, and a walk must come to its end.
+    /// Lists the processes, which must fail, and walks through them, which must find none; returns standard
+    /// error.
     std::string saidOfALook() const {
         LinuxPlatform::readProcessesFrom(processes());
         testing::internal::CaptureStderr();
@@ -326,11 +328,11 @@ TEST_F(NoProcessList, IsToldAgainAfterOneThatCouldBeRead) {
     EXPECT_EQ(saidOfALook(), notShown());
 }
 
-// ---- processes that were no applications when they were looked at last
+// ---- processes that were no applications in the last list
 
 class FormerlyOther : public Processes {
 protected:
-    /// Nothing is known of a process that still runs; so each list of these tests is of ones that sleep.
+    /// To be called before a list: what it finds about a process is used again only while that sleeps.
     static void waitUntilItSleeps(pid_t pid) {
         ASSERT_TRUE(comesTrue([&] {
             std::string status;
@@ -360,7 +362,7 @@ TEST_F(FormerlyOther, OneThatCameForOneThatEndedIsListed) {
     waitUntilItSleeps(other);
     EXPECT_THAT(runningBundles(), IsEmpty());
     endWithoutALook(other);
-    run("/A.app/a"); // now there may be as many processes as before
+    run("/A.app/a"); // possibly as many processes as before
     EXPECT_THAT(runningBundles(), ElementsAre("/A.app"));
 }
 
@@ -392,7 +394,7 @@ TEST_F(FormerlyOther, OneThatCouldNotBeLookedAtIsListedLater) {
 
 class ScriptProcess : public Processes {
 protected:
-    /// Runs a command that has the script of a bundle in it, and tells the bundle it is listed with.
+    /// Runs a command that contains a bundle's script; returns the bundle with which the process is listed.
     std::string bundleOfCommand(const std::vector<std::string>& command) {
         const pid_t pid = runDirectly(command);
         reportOf(pid);
@@ -446,7 +448,7 @@ TEST_F(ScriptProcess, AFileInABundleThatIsNoScriptMakesNone) {
     end(pid);
 }
 
-// ---- what is told about one
+// ---- information about a process
 
 class ProcessInformation : public Processes {
 protected:

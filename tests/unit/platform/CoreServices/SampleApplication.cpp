@@ -1,8 +1,8 @@
-// The program that the sample bundles of these tests run. It writes down what it was given, for the test to
-// read, and stays until the test lets go of the lifeline: it never outlives the test, however that ends.
+// The program of the sample bundles in these tests. It writes a report about its process, for the test to
+// read, and runs until the test closes the lifeline: it never outlives the test, however the test ends.
 //
 //     SAMPLE_REPORTS=<folder> SampleApplication   writes <folder>/<process id>, waits for <folder>/lifeline;
-//                                                 with SAMPLE_CLOSED set, it lets nobody look into it
+//                                                 with SAMPLE_CLOSED set, nobody can inspect it
 //     SampleApplication --delete-yourself         deletes its own file, prints its path before and after
 //     SampleApplication --wait                    waits for the process that started it to end
 
@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
         return 1;
     if (getenv("SAMPLE_CLOSED") != nullptr)
         prctl(PR_SET_DUMPABLE, 0);
-    alarm(300); // were the lifeline ever held by somebody else
+    alarm(300); // in case another process holds the lifeline
     writeReport(folder, argc);
     waitForEndOfLifeline(folder);
     return 0;

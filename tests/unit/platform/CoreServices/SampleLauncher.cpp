@@ -1,5 +1,6 @@
-// Opens one bundle, as the product does: SampleLauncher <bundle> [<lifeline>]. Ends with status 0 when that
-// worked; with a lifeline, a pipe, when nobody holds that any more, or after 5 minutes.
+// Opens one bundle, as the product does: SampleLauncher <bundle> [<lifeline>]. Exits with status 0 if that
+// worked. With a lifeline, a pipe, it exits when no process has that open for writing any more, or after 5
+// minutes.
 
 #include <CoreServices/CoreServices.h>
 #include <fcntl.h>

@@ -10,8 +10,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Devices told to a tree of its own; notes what the registry publishes and terminates, as "+name" and
-/// "-name".
+/// A device tree for the test; records what the registry publishes and terminates, as "+name" and "-name".
 class DeviceTrees : public DevicesByHandTest, private RegistryObserver {
 protected:
     DeviceTrees() { m_registry.addObserver(*this); }

@@ -8,7 +8,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// The registry as a Mac's kernel has it.
+/// The registry with the habits of a Mac's kernel.
 class AKernelsHabits : public DevicesByHandTest {
 protected:
     AKernelsHabits() {
@@ -23,7 +23,7 @@ protected:
         DevicesByHandTest::TearDown();
     }
 
-    /// The iterator of a new notification, with what is there in it.
+    /// The iterator of a new notification, which contains the services that are present.
     io_iterator_t Watch(CFDictionaryRef matching, const char* type = kIOMatchedNotification) {
         io_iterator_t iterator = IO_OBJECT_NULL;
         const auto ignore = [](void*, io_iterator_t) {};

@@ -22,7 +22,7 @@ protected:
         CFDictionarySetValue(matching, key, value);
         return matching;
     }
-    /// USB devices that have these properties. Consumes the dictionary.
+    /// Matches USB devices that have these properties. Consumes the dictionary.
     static CFMutableDictionaryRef WithNested(CFMutableDictionaryRef nested) {
         CFMutableDictionaryRef matching = IOServiceMatching("IOUSBDevice");
         CFDictionarySetValue(matching, CFSTR("IOPropertyMatch"), nested);

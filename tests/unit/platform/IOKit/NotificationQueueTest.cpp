@@ -9,7 +9,7 @@ using LinuxPlatform::NotificationQueue;
 
 namespace {
 
-/// Posts messages, and delivers their types.
+/// Posts messages, and records the type of the last one that was prepared for delivery.
 class Sender final : public Notification {
 public:
     explicit Sender(std::shared_ptr<NotificationQueue> queue) : Notification(std::move(queue)) {}

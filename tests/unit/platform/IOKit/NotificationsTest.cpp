@@ -15,7 +15,7 @@ namespace {
 
 const CFTimeInterval LONG = 60;
 
-/// A notification port in the run loop of the test's thread, and callbacks that note what they are told.
+/// A notification port in the run loop of the test's thread, and callbacks that record their calls.
 class Notifications : public DevicesByHandTest {
 protected:
     Notifications() {
@@ -45,11 +45,11 @@ protected:
         return notification;
     }
 
-    /// Runs until one callback has been called.
+    /// Runs the loop until one callback has been called.
     static void RunOnce() {
         EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, LONG, TRUE), kCFRunLoopRunHandledSource);
     }
-    /// Runs until nothing is due any more.
+    /// Runs the loop until nothing more is due.
     static void RunAll() {
         while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, TRUE) == kCFRunLoopRunHandledSource) {
         }

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-/// A feed of its own, on a bus of its own; notes what the registry publishes and terminates, as "+name" and
+/// A feed and a virtual bus for the test; records what the registry publishes and terminates, as "+name" and
 /// "-name".
 class FeedTest : public LiveObjectsTest, private LinuxPlatform::RegistryObserver {
 protected:
@@ -25,14 +25,14 @@ protected:
     }
 
     std::vector<std::string> TakeEvents() { return std::exchange(m_events, {}); }
-    /// What a Pump brings.
+    /// Pumps; returns the events of that.
     std::vector<std::string> Pumped() {
         TakeEvents();
         m_feed.pump(m_devices);
         return TakeEvents();
     }
 
-    /// "(vendor)/(product)" in hexadecimal of the services of that name, "-" for what one has not.
+    /// "(vendor)/(product)" in hexadecimal of each service of that name, with "-" for an id that it lacks.
     std::vector<std::string> IdsOf(const std::string& name) const;
     LinuxPlatform::EntryPointer Service(const std::string& name) const;
     static std::string textOf(const LinuxPlatform::EntryPointer& entry, const char* key);

@@ -9,33 +9,34 @@ struct MockedUdev {
     /// Instead of an errno: the call fails and leaves errno as it was.
     static constexpr int SILENT = -1;
 
-    /// errno of the next failure; 0 for none.
+    /// The errno with which each of these calls fails; 0: it does not fail.
     int newFails = 0;
     int monitorFails = 0;
     int enableFails = 0;
-    /// errno of the next readings of the socket, each once, before events are received again.
+    /// The errnos of the next reads from the socket, each once, before events are received again.
     std::deque<int> receiveFails;
-    /// errno of libudev's next receives of a message that is there, each once; the message stays.
+    /// The errnos with which libudev next refuses to receive a waiting message, each once; the message stays.
     std::deque<int> refusals;
-    /// errno of the next looks at a device that is there, each once.
+    /// The errnos of the next calls that look a device up by its path, each once.
     std::deque<int> looksFail;
-    /// errno of the next questions for a device's subsystem, each once.
+    /// The errnos of the next queries for a device's subsystem, each once.
     std::deque<int> subsystemsFail;
-    /// errno of the next questions for a device's type, and for its node, each once.
+    /// The errnos of the next queries for a device's type, and for its node, each once.
     std::deque<int> typesFail;
     std::deque<int> nodesFail;
-    /// How many monitors have been made.
+    /// The number of monitors that were requested.
     int monitors = 0;
     /// Called just before the monitor is enabled, and just after.
     std::function<void()> whenEnabling;
     std::function<void()> whenEnabled;
-    /// The monitor's socket claims to be the kernel's, of these multicast groups; not where below 0.
+    /// If not negative, the monitor's socket appears to be a netlink socket with these multicast groups.
     int groups = -1;
-    /// The daemon is there.
+    /// Whether the udev daemon appears to run.
     bool isDaemonThere = true;
 
     static MockedUdev& get();
 };
 
-/// Throws away whatever waits in the monitor of the feed that receives next, and then reports ENOBUFS once.
+/// Makes the next receive discard all events that wait in its monitor's socket, and then fail once with
+/// ENOBUFS.
 void LoseEvents();

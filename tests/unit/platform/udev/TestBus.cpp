@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Names and values in turn, with the nullptr at the end that umockdev wants.
+/// The names and values in turn, terminated by a nullptr, as umockdev requires.
 std::vector<char*> ArgumentsOf(const TestBus::Texts& texts) {
     std::vector<char*> arguments;
     for (const auto& [name, value] : texts) {

@@ -6,8 +6,8 @@
 
 typedef struct _UMockdevTestbed UMockdevTestbed;
 
-/// A virtual bus that this process and its libudev see instead of the machine's. The events wait in the
-/// monitor's socket, which has room for ten.
+/// A virtual bus, which this process and its libudev see in place of the machine's. Events wait in the
+/// monitor's socket, which holds ten.
 class TestBus {
 public:
     using Texts = std::map<std::string, std::string>;
@@ -32,12 +32,12 @@ public:
     void Announce(const std::string& path, const std::string& action);
     /// Puts a message of these bytes into every monitor's socket.
     void Send(const std::string& message);
-    /// Takes a device out of sysfs without a word.
+    /// Removes a device from sysfs without an event.
     void forget(const std::string& path);
-    /// As the kernel does: announced, then out of sysfs.
+    /// Removes a device as the kernel does: announces it, then takes it out of sysfs.
     void remove(const std::string& path);
 
-    /// Where the bus lies; its device files are in "dev" below.
+    /// The folder of the bus; its device files are in the subfolder "dev".
     std::string Folder() const;
 
 private:

@@ -13,7 +13,7 @@ namespace {
 
 class UdevFailures : public FeedTest {
 protected:
-    /// What a Start or a Pump says on standard error.
+    /// Starts, or pumps; returns what that writes on standard error.
     std::string StartSays() {
         testing::internal::CaptureStderr();
         start();
@@ -65,13 +65,13 @@ TEST_F(UdevFailures, ADevicePluggedInAgainInTheGapIsRemovedAndArrives) {
     EXPECT_THAT(TakeEvents(), ElementsAre("-IOUSBInterface", "-Modem", "+Modem", "+IOUSBInterface"));
 }
 
-// Its neighbours are read, however many there are of them.
+// The messages around them are read, however many of them there are.
 TEST_F(UdevFailures, MessagesThatCannotBeReadArePassedOver) {
     const std::string device = m_bus.AddUsbDevice("1-1", "12d1", "1001");
     start();
     TakeEvents();
     for (int round = 0; round < 10; ++round) {
-        for (int message = 0; message < 8; ++message) // the socket has room for ten
+        for (int message = 0; message < 8; ++message) // the socket holds ten
             m_bus.Announce(device, "frobnicate");
         EXPECT_EQ(PumpSays(), "");
     }
@@ -87,7 +87,7 @@ TEST_F(UdevFailures, MessagesThatCannotBeReadArePassedOver) {
 TEST_F(UdevFailures, AnyNumberOfMessagesThatCannotBeReadIsPassedOverAtOnce) {
     start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
-    for (const int error : {EBADMSG, EINVAL, ENOENT, EIO, 0}) // 0: not of interest
+    for (const int error : {EBADMSG, EINVAL, ENOENT, EIO, 0}) // 0: libudev filters the message out
         MockedUdev::get().refusals.insert(MockedUdev::get().refusals.end(), 50, error);
     EXPECT_EQ(PumpSays(), "");
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
@@ -125,7 +125,8 @@ TEST_F(UdevFailures, ADeviceThatThereIsNoMemoryToDescribeIsLookedAtAgain) {
     EXPECT_THAT(TakeEvents(), ElementsAre("+Modem"));
 }
 
-// libudev passes over a line of the device's uevent file that it has no memory for, and then does not know the line.
+// If libudev has no memory for a line of the device's uevent file, it skips the line, and that property is
+// missing.
 TEST_F(UdevFailures, ADeviceWhoseFileWasReadInPartIsLookedAtAgain) {
     m_bus.AddPort(m_bus.AddInterface(m_bus.AddUsbDevice("1-1", "12d1", "1001"), "1-1:1.0"), "ttyUSB0");
     MockedUdev::get().typesFail = {ENOENT, ENOENT};

@@ -50,7 +50,7 @@ namespace {
 
 using UdevFeedTest = FeedTest;
 
-/// Whether a file of a folder has been opened since.
+/// Tells whether a file in the folder has been opened since the construction.
 class OpenWatch {
 public:
     explicit OpenWatch(const std::string& folder) : m_descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
@@ -266,7 +266,7 @@ TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoneIsBelieved) {
 
 TEST_F(UdevFeedTest, AnEventOfADeviceThatIsGoingIsBelieved) {
     start();
-    // Attributes go one by one.
+    // The attributes of a leaving device vanish one by one: its idProduct is gone already.
     m_bus.add("usb", "1-1", "", {{"idVendor", "12d1"}},
               {{"DEVTYPE", "usb_device"}, {"PRODUCT", "12d1/1001/0"}, {"DEVNUM", "007"}});
     Pumped();

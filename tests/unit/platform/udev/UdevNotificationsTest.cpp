@@ -16,7 +16,7 @@ namespace {
 
 const CFTimeInterval LONG = 60;
 
-/// Watches USB devices as a client of IOKit does, on the bus of the process.
+/// Watches USB devices as a client of IOKit does, on the virtual bus of the process.
 class UdevNotifications : public LiveObjectsTest {
 protected:
     UdevNotifications() : m_port(IONotificationPortCreate(kIOMasterPortDefault)) {
@@ -70,7 +70,7 @@ private:
         static_cast<UdevNotifications*>(self)->m_events.push_back("-" + NameOf(device));
     }
 
-    // The bus is there before the registry first looks at it.
+    // The bus must exist before the registry first reads it.
     TestBus& m_bus = Bus();
     IONotificationPortRef m_port;
     io_iterator_t m_iterator = IO_OBJECT_NULL;
