@@ -1,5 +1,5 @@
-// Test programs that go wrong, each in its own way, for the test of tests/run-test-program; one test is
-// chosen with --gtest_filter. None of them is run as a test of its own.
+// Tests that each go wrong in a different way, for the test of tests/run-test-program, which chooses one with
+// --gtest_filter. None of them is run as a test of its own.
 #include "KFExceptionHandler.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ TEST(Bad, Fails) {
     ADD_FAILURE();
 }
 
-// Spelled out: the house's own check refuses the framework's macros for these two.
+// Without the framework's macros for these two, which the check of the sources refuses.
 TEST(Bad, Skips) {
     return GTEST_MESSAGE_("no reason", ::testing::TestPartResult::kSkip);
 }
@@ -45,7 +45,7 @@ TEST(Bad, LeavesADetachedProcess) {
     if (fork() == 0) {
         setsid();
         if (fork() == 0) {
-            // Lives until the runner ends it.
+            // Runs until the runner kills it.
             while (true)
                 pause();
         }

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What the scripts beside this file share: each test is one call of `expect`, and `finish` prints the plan that
-# proves that the script did not end early.
+# Functions for test scripts: each test is one call of `expect`, and `finish` prints the plan, which proves that the
+# script did not end early.
 tests_done=0
 
 # expect NAME STATUS PATTERN... -- COMMAND...: runs COMMAND; it must end with STATUS ("any" for any but 0) and

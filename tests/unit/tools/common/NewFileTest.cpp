@@ -24,7 +24,8 @@ protected:
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
     bool isThere() const { return access(m_path.c_str(), F_OK) == 0; }
-    /// How a child ends that gets the signal with a file half written, or with one that it keeps.
+    /// The wait status of a child that gets the signal when it has written half of a file, or has kept the
+    /// file.
     int endOfChild(
         int signal, void (*before)() = [] {}, bool isKept = false) const {
         const pid_t child = fork();

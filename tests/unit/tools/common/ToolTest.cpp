@@ -70,7 +70,7 @@ TEST(ToolTest, WrongUsageIsToldOnStandardErrorOnly) {
 
 namespace {
 
-/// The same with a tool of two subcommands.
+/// Runs a tool with two subcommands.
 Result runWithSubcommands(std::vector<const char*> arguments) {
     CLI::App app("Counts lines.", "zevo-count");
     app.require_subcommand(1);
@@ -134,7 +134,7 @@ TEST(ToolTest, WhereTheReasonIsNotKnownNoneIsTold) {
     const char* const arguments[] = {"zevo-count"};
     CaptureStderr();
     const int status = Zevo::runTool(app, 1, arguments, [] {
-        std::cout.setstate(std::ios::badbit); // as after a write, long ago, to a pipe that nobody reads
+        std::cout.setstate(std::ios::badbit); // as after an earlier write to a pipe without a reader
         return Zevo::FINE;
     });
     std::cout.clear();

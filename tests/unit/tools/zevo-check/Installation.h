@@ -5,8 +5,9 @@
 
 #include <string>
 
-/// A launcher's folder and a machine around it, laid out for one test: a copy of correct/, with what a folder of mistakes/
-/// brings put over it and what its file `without` names taken away. While it lives, the environment leads there.
+/// A launcher's folder and a machine around it, for one test: a copy of correct/, without the files that the
+/// file `without` of a folder of mistakes/ names, and overlaid with that folder. While it exists, the
+/// environment points there.
 class Installation {
 public:
     explicit Installation(const std::string& mistake = {});
@@ -19,7 +20,7 @@ public:
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
     Zevo::CheckResult check() const;
     Zevo::CheckOptions options() const;
-    /// The report, the folder's name left out.
+    /// The report, without the folder's name.
     std::string report() const;
 
 private:

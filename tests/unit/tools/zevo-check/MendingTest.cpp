@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Mends everything, and says how many files that were.
+/// Mends everything; returns the number of files that were mended.
 std::size_t mend(const Installation& installation) {
     const std::vector<MendedFile> files = Zevo::planMending(installation.folder());
     for (const MendedFile& file : files)

@@ -21,7 +21,7 @@ std::string nameOf(const testing::TestParamInfo<std::string>& mistake) {
 
 } // namespace
 
-// Each folder holds what is wrong, and in the file "expected" the whole report.
+// Each folder of mistakes/ holds the files with the mistake, and in "expected" the whole report.
 TEST_P(Mistake, IsToldWithItsPlace) {
     const Installation installation(GetParam());
     EXPECT_EQ(installation.report(), readFile(CHECK_TESTS_FOLDER "/mistakes/" + GetParam() + "/expected"));

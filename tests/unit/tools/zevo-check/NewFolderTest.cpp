@@ -19,7 +19,7 @@ using Zevo::UsbIds;
 
 namespace {
 
-// A database as usb_modeswitch has it, laid out in loose files.
+/// With a database like that of usb_modeswitch, in separate files.
 class NewFolder : public testing::Test {
 protected:
     NewFolder() {
@@ -90,7 +90,7 @@ TEST_F(NewFolder, OtherModemsThatBecomeTheSameAreNamed) {
 
 TEST_F(NewFolder, AModemIsChosenByName) {
     EXPECT_EQ(choose("huawei e220").modem, (UsbIds{0x12d1, 0x1003}));
-    EXPECT_EQ(choose("huawei-e220").modem, (UsbIds{0x12d1, 0x1003})); // as zevo-sim is told
+    EXPECT_EQ(choose("huawei-e220").modem, (UsbIds{0x12d1, 0x1003})); // as given to zevo-sim
     EXPECT_EQ(choose("E220 Huawei").cdRom, (UsbIds{0x12d1, 0x1003}));
     EXPECT_THAT(refusal("huawei"),
                 testing::AllOf(HasSubstr("give the ids of one, as in --modem 12d1:1001:\n"),

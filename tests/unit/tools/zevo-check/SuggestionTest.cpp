@@ -18,7 +18,7 @@ TEST(Suggestion, OneSlipOfEachKindIsFound) {
 
 TEST(Suggestion, WhatIsFarIsNotSuggested) {
     EXPECT_EQ(meantBy("SOMETHING", {"TRACE_ON", "TRACE_CLOCK"}), "");
-    EXPECT_EQ(meantBy("", {"A", "BC"}), "A"); // one letter is left out
+    EXPECT_EQ(meantBy("", {"A", "BC"}), "A"); // one letter is missing
     EXPECT_EQ(meantBy("", {"BC"}), "");
 }
 

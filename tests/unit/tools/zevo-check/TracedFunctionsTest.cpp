@@ -24,7 +24,7 @@ TEST(TracedFunctions, HoldMethodsConstructorsAndFreeFunctions) {
     EXPECT_TRUE(std::is_sorted(Zevo::tracedFunctions().begin(), Zevo::tracedFunctions().end()));
 }
 
-// What the trace shows of a piece of work is in the list, name by name.
+// Every name in a real trace is in the list.
 TEST(TracedFunctions, HoldWhatTheTraceShows) {
     const Installation installation;
     TraceCapture trace;
@@ -40,7 +40,7 @@ TEST(TracedFunctions, HoldWhatTheTraceShows) {
     int calls = 0;
     for (std::string line; std::getline(lines, line);) {
         std::string name = line.substr(line.rfind(']') + 1);
-        name.erase(0, name.find_first_not_of(" |*")); // clang writes the star of a result beside the name
+        name.erase(0, name.find_first_not_of(" |*")); // clang puts the "*" of a result next to the name
         if (name.empty() || name.find(' ') != std::string::npos) // a message or an exit
             continue;
         ++calls;

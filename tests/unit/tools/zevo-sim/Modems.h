@@ -4,7 +4,7 @@
 
 #include <vector>
 
-/// What usb_modeswitch might know.
+/// Modems that the database of usb_modeswitch might contain.
 inline std::vector<Zevo::KnownModem> someModems() {
     return {{{0x12d1, 0x1003}, {{0x12d1, 0x1003}}, "Huawei E220, E230"}, // keeps its ids
             {{0x12d1, 0x1446}, {{0x12d1, 0x1001}, {0x12d1, 0x1406}}, "Huawei, newer modems"},

@@ -30,7 +30,7 @@ Step onlyStep(const std::string& text) {
     return script.steps.empty() ? Step() : script.steps.front();
 }
 
-/// Line, column, length and kind of the only mistake, and what was meant.
+/// Line, column, length and kind of the only mistake, and the suggestion.
 std::string mistake(const std::string& text) {
     const Script script = read(text);
     if (script.findings.size() != 1)

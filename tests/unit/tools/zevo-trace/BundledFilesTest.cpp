@@ -12,10 +12,10 @@ using ::testing::StartsWith;
 
 namespace {
 
-/// Bundles as zevo-check writes them.
+/// Writes bundles as zevo-check does.
 class BundledFilesTest : public ::testing::Test {
 protected:
-    /// @param time when it was written, in seconds of 2026-01-15, local time
+    /// @param time  when the file was written, in seconds of 2026-01-15, local time
     void add(const std::string& name, const std::string& text, double time) {
         m_files.write("dated", "", time);
         struct stat status = {};
@@ -53,7 +53,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 TEST_F(BundledFilesTest, TracesAndLogsOfABundleAreMergedInTheirOrder) {
     add("manifest.txt", "What is in this bundle\n", at(10, 1, 0));
     add("report_1.txt", "no ring\n", at(10, 1, 0));
-    // Written around: file 0 is the newer one.
+    // The ring has wrapped around: file 0 is the newer one.
     add("logs/trace_0.txt", SECOND, at(10, 0, 2));
     add("logs/trace_1.txt", FIRST, at(10, 0, 1));
     add("logs/log_0.txt", LOG, at(10, 0, 1.5));
@@ -123,7 +123,7 @@ TEST_F(BundledFilesTest, WhatUnpacksToMoreThanIsAllowedIsRefused) {
     const std::string path = write();
     struct stat status = {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_LT(status.st_size, 100'000); // a bomb
+    EXPECT_LT(status.st_size, 100'000); // a decompression bomb
 
     const auto isRing = [](const std::string& name) { return name == "logs/trace_0.txt"; };
     std::vector<std::string> notes;

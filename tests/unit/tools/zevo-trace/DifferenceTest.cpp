@@ -13,7 +13,7 @@ using Zevo::Step;
 
 namespace {
 
-/// "a" a call, "  b" a call inside it, "  >x" a message.
+/// Steps from lines: "a" is a call, "  b" a call inside it, "  >x" a message.
 Zevo::Steps stepsOf(const std::vector<std::string>& lines) {
     auto next = std::make_shared<std::size_t>(0);
     return [lines, next]() -> std::optional<Step> {

@@ -40,7 +40,7 @@ protected:
             result.push_back(json::parse(line));
         return result;
     }
-    /// "B a 0", "E b 5000", ... of one thread.
+    /// The events of one thread, as "B a 0", "E b 5000", ...
     static std::vector<std::string> eventsOf(const json& chrome, int thread) {
         std::vector<std::string> result;
         for (const json& event : chrome["traceEvents"])

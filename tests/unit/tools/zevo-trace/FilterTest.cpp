@@ -24,7 +24,7 @@ protected:
             at(10, 2, 1.2));
         m_files.write("log_0.txt", "[10:00:03-500][ERROR  ] 5 log\n", at(10, 0, 3.6));
     }
-    /// The numbers of the messages and the names of the calls that are wanted; exits in brackets.
+    /// The numbers of the messages and the names of the calls that pass the filter; exits in brackets.
     std::string wanted(const FilterRules& rules) {
         Filter filter(rules);
         std::vector<std::string> notes;

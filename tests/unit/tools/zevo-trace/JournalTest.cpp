@@ -13,7 +13,7 @@ namespace {
 
 class JournalTest : public ::testing::Test {
 protected:
-    /// The lines' last characters.
+    /// The last character of each line.
     static std::string shortened(const ReadJournal& journal) {
         std::string result;
         for (const std::string& line : journal.lines)

@@ -13,7 +13,7 @@ using ::testing::StartsWith;
 
 namespace {
 
-/// A viewer of the form that is known, with little in it.
+/// A small viewer of the expected form.
 class PageTest : public ::testing::Test {
 protected:
     PageTest() {
@@ -34,7 +34,7 @@ protected:
         Zevo::Page(m_files.path())
             .write([&](std::string_view text) { page += text; },
                    [&](const Zevo::Sink& sink) {
-                       // In pieces, as a profile comes.
+                       // In pieces, as an exporter writes a profile.
                        for (std::size_t i = 0; i < profile.size(); i += 1000)
                            sink(std::string_view(profile).substr(i, 1000));
                    });
@@ -66,7 +66,7 @@ std::string fromBase64(const std::string& text) {
     return bytes;
 }
 
-/// What the page hands over to the viewer.
+/// The profile that the page passes to the viewer.
 std::string profileIn(const std::string& page) {
     const std::string begin = "loadFileFromBase64(\"trace.speedscope.json.gz\", \"";
     const std::size_t at = page.find(begin) + begin.size();

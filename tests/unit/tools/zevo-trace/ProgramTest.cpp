@@ -37,7 +37,7 @@ protected:
                 traceLine("10:00:00-002", "| work") + traceLine("10:00:00-003", "| | <- work") + "???\n",
             at(10, 0, 1));
     }
-    /// Through a shell, so that words can be quoted and input given.
+    /// Runs the program through a shell, so that the words can have quotes and redirections.
     Result run(const std::string& words) {
         const std::string command = "cd " + m_files.path() + " && XDG_DATA_HOME=" + m_files.path() +
                                     "/data " + ZEVO_TRACE_PROGRAM + " " + words + " 2>" +
@@ -224,10 +224,11 @@ TEST_F(ProgramTest, FollowsWhatIsWritten) {
         char line[512] = {};
         return std::fgets(line, sizeof line, output) != nullptr ? std::string(line) : std::string();
     };
-    std::string line = nextLine(); // standard output is full buffered until the past is shown
+    std::string line = nextLine(); // fully buffered until the existing lines are shown
     while (!line.empty() && line.find("<- work") == std::string::npos)
         line = nextLine();
-    // It may still be about to look at the end of the file: what is written later is told all the same.
+    // The program may not have reached the end of the file yet; either way it must show the line that is
+    // written now.
     std::ofstream(m_files / "trace_0.txt", std::ios::app) << traceLine("10:00:01-000", "| work");
     while (!line.empty() && line.find("10:00:01-000") == std::string::npos)
         line = nextLine();
@@ -256,7 +257,7 @@ TEST_F(ProgramTest, ALogAloneDoesNotTellWhy) {
 }
 
 TEST_F(ProgramTest, CtrlCLeavesNoPartOfAParquetFile) {
-    // In the place of what writes Parquet: it has begun, and goes on for ever.
+    // Replaces the program that writes Parquet: it has begun, and never ends.
     m_files.write("node", "#!/bin/sh\ntrap '' INT\necho $$ > writer\necho half > \"$3\"\nexec sleep 1000\n",
                   at(10, 0, 1));
     chmod((m_files / "node").c_str(), 0700);
@@ -264,7 +265,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoPartOfAParquetFile) {
     const pid_t program = fork();
     if (program == 0) {
         const std::string path = m_files.path() + ":" + std::getenv("PATH");
-        const int input = open((m_files / "input").c_str(), O_RDWR); // no end of it
+        const int input = open((m_files / "input").c_str(), O_RDWR); // it never ends
         if (chdir(m_files.path().c_str()) == 0 && dup2(input, STDIN_FILENO) == 0 &&
             setenv("PATH", path.c_str(), 1) == 0)
             execl(ZEVO_TRACE_PROGRAM, "zevo-trace", "export", "--parquet", "events.parquet", "-", nullptr);

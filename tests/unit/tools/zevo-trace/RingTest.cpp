@@ -14,7 +14,7 @@ namespace {
 
 class RingTest : public ::testing::Test {
 protected:
-    /// The one ring of the folder.
+    /// The folder's only ring.
     Ring ring() {
         std::vector<Ring> rings = findRings({m_files.path()}, m_notes);
         EXPECT_EQ(rings.size(), 1u);
@@ -33,7 +33,7 @@ protected:
                 result.push_back(file.index);
         return result;
     }
-    /// A file of the ring that holds one line, written just before it was closed.
+    /// Writes a file of the ring with one line, which was written just before the file's last change.
     void write(int index, int hour, int minute, int thread = 7) {
         char time[32];
         std::snprintf(time, sizeof time, "%02d:%02d:00-000", hour, minute);

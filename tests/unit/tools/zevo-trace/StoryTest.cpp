@@ -18,7 +18,7 @@ const char MODEM[] = "USB#Vid_12d1&Pid_1001";
 const char CDROM[] = "USB#Vid_12d1&Pid_1446";
 const char APPLICATION[] = "/Applications/Quillmarsh.app";
 
-/// Traces in the words of the launcher. What the launcher really writes is tested with the launcher itself.
+/// Made-up traces of the launcher. Real ones are tested with the launcher itself, in tests/integration.
 class StoryTest : public ::testing::Test {
 protected:
     void line(const std::string& body, int milliseconds = 1) {

@@ -11,10 +11,10 @@
 #include <sys/stat.h>
 #include <vector>
 
-/// Files of rings, written by hand.
+/// Writes files of rings.
 class TraceFiles {
 public:
-    /// @param time when it was last written, in seconds of 2026-01-15, local time
+    /// @param time  when the file was last written, in seconds of 2026-01-15, local time
     std::string write(const std::string& name, const std::string& text, double time) {
         const std::string path = m_folder / name;
         std::ofstream(path, std::ios::binary) << text;
@@ -39,12 +39,12 @@ private:
     TemporaryFolder m_folder;
 };
 
-/// Seconds of a day.
+/// A time of day, in seconds.
 constexpr double at(int hours, int minutes, double seconds) {
     return hours * 3600 + minutes * 60 + seconds;
 }
 
-/// "[10:00:00-000][th_7    ][MAIN           ]" and what follows.
+/// A line of a trace: "[10:00:00-000][th_7    ][MAIN           ]" and the body.
 inline std::string traceLine(const std::string& time, const std::string& body, int thread = 7,
                              std::string name = "MAIN") {
     std::string number = std::to_string(thread);
@@ -53,7 +53,7 @@ inline std::string traceLine(const std::string& time, const std::string& body, i
     return "[" + time + "][th_" + number + "][" + name + "]" + body + "\n";
 }
 
-/// The lines of a journal over these paths, each as it stands.
+/// The lines of a journal over these paths, unchanged.
 struct ReadJournal {
     explicit ReadJournal(const std::vector<std::string>& paths) {
         Zevo::Journal journal(Zevo::findRings(paths, notes), notes);
