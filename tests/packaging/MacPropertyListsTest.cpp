@@ -4,7 +4,7 @@
 #include <memory>
 #include <plist/plist.h>
 
-/// One of the files that macOS reads, checked here because it has no other reader on Linux.
+/// A property list that macOS reads; on Linux nothing else reads it.
 class MacPropertyList {
 public:
     explicit MacPropertyList(const std::string& name) {
@@ -64,7 +64,7 @@ TEST(MacPropertyLists, TheAgentKeepsTheLineOfASyntaxError) {
     EXPECT_EQ(MacPropertyList::text(agent.item("StandardErrorPath")), "@LOG@");
 }
 
-// Aqua is the session of an agent anyway, and 10 seconds are the time between two starts.
+// An agent's session is Aqua by default, and the default time between two starts is 10 seconds.
 TEST(MacPropertyLists, TheAgentRepeatsNoDefault) {
     const MacPropertyList agent("zevo.ZevoLauncher.plist.in");
     EXPECT_EQ(agent.item("LimitLoadToSessionType"), nullptr);

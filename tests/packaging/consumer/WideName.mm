@@ -1,6 +1,6 @@
 #include "MAC/NSStringManagement.h"
 
-// A text through Foundation and back.
+// Converts a text to Foundation's and back.
 int main() {
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     NSString* name = StringManagement::WStringToNSString(L"Quillmarsh \u20AC");
