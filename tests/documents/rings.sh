@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# ring NAME FOLDER: what a launcher has written, of rings/, in a folder as a launcher leaves it: the time of each file is that
-# of its last line.
+# ring NAME FOLDER: copies the recorded ring of that name from rings/ to FOLDER, as a launcher leaves it: the modification
+# time of each file is that of its last line.
 ring() {
     cp -r "$SOURCE/tests/documents/rings/$1" "$2"
     for file in "$2"/*; do
