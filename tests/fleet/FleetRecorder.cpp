@@ -9,8 +9,8 @@ using testing::HasSubstr;
 namespace Zevo {
 namespace {
 
-/// Real runs of the launcher, one of each kind, for a fleet to be made of. Each leaves its trace and its log in a folder of
-/// its own below ZEVO_FLEET_RECORDINGS.
+/// Records real runs of the launcher, one of each kind, from which a fleet is made. Each leaves its trace and
+/// its log in a folder of its own below ZEVO_FLEET_RECORDINGS.
 class FleetRecorder : public LauncherTest {
 protected:
     FleetRecorder() { useInstalledTraceAndLog(); }

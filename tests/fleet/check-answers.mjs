@@ -1,7 +1,7 @@
-// Compares the answers to a question with what is true of a fleet.
+// Compares the answers to a question with the truth about a fleet.
 //     node check-answers.mjs FLEET.MJS QUESTION TRUTH FILE...    the answer of fleet.mjs over the files
-//     node check-answers.mjs FLEET.MJS size TRUTH FILE...        how many lines and machines there are
-//     node check-answers.mjs FLEET.MJS rows LINES FILE           whether a file holds these JSON lines, all of them as they are
+//     node check-answers.mjs FLEET.MJS size TRUTH FILE...        the numbers of lines and machines
+//     node check-answers.mjs FLEET.MJS rows LINES FILE           whether a file holds exactly these JSON lines
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
@@ -42,7 +42,7 @@ if (question === 'size') {
 
 const VERSIONS = ['1.3.0', '1.4.0', '1.4.1'];
 
-/** What each question is to answer; the rows in any order. */
+/** The expected answer to each question; its rows may come in any order. */
 const answers = {
     'failing-modems': () =>
         Object.entries(truth.failing).map(([key, { machines, failures }]) => {

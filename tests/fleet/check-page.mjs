@@ -1,6 +1,6 @@
-// Every statement that a page shows stands in a file, and every file on the page, word for word.
+// The page shows every file's statement, word for word, and no other statement.
 //     node check-page.mjs PAGE FOLDER
-// Above each block of SQL stands the name of its file, as [NAME.sql](...).
+// The name of the file is above each block of SQL, as [NAME.sql](...).
 import { readdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 

@@ -1,8 +1,9 @@
-// Makes the JSON lines of a fleet out of recorded runs of the launcher, and tells what is true of it.
+// Makes the JSON lines of a fleet from recorded runs of the launcher, and prints the truth about it.
 //     node make-fleet.mjs RECORDINGS OUT MACHINES LINES SEED
 // RECORDINGS holds the exported lines of one run of each kind, as FleetRecorder.cpp names them. Every machine gets a file in
 // OUT with at least LINES lines: a run a day, each a recording with another machine, day, modem, version and start times. The
-// truth goes to standard output as JSON: what was decided here, by the same seed always the same, not what a data base found.
+// truth is printed on standard output as JSON. It comes from the decisions made here, not from a database; the same seed
+// gives the same fleet.
 import { closeSync, mkdirSync, openSync, readFileSync, writeSync } from 'node:fs';
 import { join } from 'node:path';
 
@@ -14,7 +15,8 @@ const MODEMS = [
     { vendor: '0af0', modem: '6971', cdrom: 'd033', share: 0.15 },
     { vendor: '1199', modem: '68a3', cdrom: '0fff', share: 0.05 },
 ];
-// 1.4.0 has lost the executable of one modem's bundle and crashes more often; 1.4.1 mends both, and starts slower.
+// With 1.4.0, the bundle for one modem lacks its executable, and crashes are more frequent; 1.4.1 mends both, but is slower
+// to start the application.
 const VERSIONS = [
     { name: '1.3.0', from: 1, median: 9, spread: 0.4, crashes: 0.01, losesExecutableOf: null },
     { name: '1.4.0', from: 5, median: 10, spread: 0.5, crashes: 0.05, losesExecutableOf: '0031' },
@@ -32,7 +34,7 @@ function randomNumbers(seed) {
         return ((t ^ (t >>> 14)) >>> 0) / 4294967296;
     };
 }
-// Each run has numbers of its own: what is drawn for one depends on no other, nor on the length of the recordings.
+// Each run has its own random numbers, which depend neither on other runs nor on the length of the recordings.
 let random;
 function drawFor(machine, run) {
     random = randomNumbers(Math.imul(Number(seed), 0x9e3779b1) ^ Math.imul(machine, 0x85ebca6b) ^ Math.imul(run, 0xc2b2ae35));
@@ -47,7 +49,7 @@ function choose(choices) {
 
 const STARTS = 'Start executable : ', FAILED = ' failed : status = ';
 
-/** The parts of each line that stay, for one modem and one version, and what of its times is to change. */
+/** The fixed parts of each line of a recording, for one modem and one version, and the times that vary. */
 class Pattern {
     constructor(name, modem, version) {
         const text = readFileSync(join(recordings, `${name}.jsonl`), 'utf8');
@@ -60,7 +62,7 @@ class Pattern {
             .replaceAll(decimal('12d1', '1446'), decimal(modem.vendor, modem.cdrom));
         const rows = replaced.trimEnd().split('\n').map((line) => JSON.parse(line));
         this.version = version;
-        // How busy the recording machine was is no part of the pattern.
+        // Limits the gaps between lines, so that the load of the recording machine does not show.
         let last = 0, quiet = 0;
         for (const row of rows.filter(({ elapsed }) => elapsed !== null)) {
             quiet += Math.min(Math.max(row.elapsed - last, 0), 1);
@@ -75,7 +77,7 @@ class Pattern {
         const stranger = `Detected hardware id : USB#Vid_${modem.vendor}&Pid_14fe`;
         this.strangers = rows.filter((row) => row.text === stranger).length;
         this.length = rows.length;
-        const open = new Map(); // by thread, the calls that have begun, as indices
+        const open = new Map(); // by thread, the indices of the calls that have begun
         this.lines = rows.map((row, i) => {
             const next = rows[i + 1];
             const isStart = row.kind === 'message' && row.text.startsWith(STARTS);
@@ -104,7 +106,7 @@ class Pattern {
                 end: `,${json({ level, number, text: versioned })}}\n`,
                 call, duration, begin,
                 isVersioned: row.version !== null,
-                // How long a start takes is drawn anew.
+                // The time that a start takes is drawn for each run.
                 gap: isStart && failure === null && next.elapsed !== null ? next.elapsed - row.elapsed : null,
                 isMain,
             };
