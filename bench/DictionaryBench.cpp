@@ -1,15 +1,15 @@
-// Property lists of string leaves, loaded, saved and looked up: our dictionary beside libplist, pugixml,
-// tinyxml2 and expat, on the same document. Flat is one dictionary with all the leaves; nested has three
-// levels of dictionaries that hold equally many entries each.
+// Loads and saves property lists of string leaves, and looks up leaves: our dictionary beside libplist,
+// pugixml, tinyxml2 and expat, on the same document. A flat document is one dictionary with all leaves; a
+// nested one has three levels of dictionaries with the same number of entries each.
 //
-// Loading is from a file to a tree that can be looked up: pugixml and expat build one of std::map, tinyxml2
-// only its own document. Saving is the text and one write of it to /dev/null; "durable" is the same in place
-// of a file, flushed to the disk, for all in the way of saveToFile. Floors: read() of the text alone, one
-// copy of it, its durable replacement alone, and for look-ups the same tree of std::map, with paths that are
-// split already.
+// Loading turns a file into a tree for look-ups: with pugixml and expat the benchmark builds one of std::map,
+// with tinyxml2 it keeps only the parser's document. Saving makes the text and writes it to /dev/null with
+// one write; "durable" replaces a file and flushes it to the disk, for all of them with the function that
+// saveToFile calls. Floors: read() of the text alone; one copy of it, written; its durable replacement alone;
+// for look-ups a tree of std::map and paths that are split already.
 //
-// peak_bytes: a process of its own (this program with --peak) loads the document once; its highest resident
-// size less the one before. allocations: calls of operator new per look-up.
+// peak_bytes: a new process (this program with --peak) loads the document once; its highest resident size
+// minus the size before loading. allocations: calls of operator new per look-up.
 
 #include "CountedAllocations.h"
 #include "Dictionary.h"
@@ -47,7 +47,7 @@ namespace {
 
 // ---- Documents
 
-/// The file of a document, written when it is first asked for.
+/// The path of the document's file, which the first call writes.
 const std::string& fileOf(Shape shape, std::int64_t leaves) {
     static const TemporaryFolder folder;
     static std::map<std::pair<Shape, std::int64_t>, std::string> files;
@@ -59,7 +59,7 @@ const std::string& fileOf(Shape shape, std::int64_t leaves) {
     return path;
 }
 
-/// A buffer that is not cleared before it is filled.
+/// A buffer without the initialisation that a std::string or std::vector would do before it is filled.
 struct Bytes {
     std::unique_ptr<char[]> data;
     std::size_t size = 0;
@@ -77,15 +77,15 @@ Bytes readAll(const std::string& path) {
     return bytes;
 }
 
-/// As saveToFile does with its text.
+/// Writes `text` in the same way as Dictionary::saveToFile().
 void save(const std::string& path, std::string_view text) {
     if (!FileReplacement::replace(path, text))
         throw std::runtime_error("cannot write " + path);
 }
 
-// ---- The rivals. Each: load(path), leaves() to check it, and save(path) where it writes, too.
+// ---- The rivals. Each has load(path), leaves() to check the result, and save(path) if it can write.
 
-/// What a program makes of a document that it does not want to keep.
+/// The tree that a program builds from a parsed document before it discards the document.
 struct Tree {
     std::string value;
     std::map<std::string, Tree, std::less<>> children;
@@ -169,7 +169,7 @@ struct Pugixml {
         if (!document.load_file(path.c_str()))
             throw std::runtime_error("pugixml");
         build(document.child("plist").child("dict"), tree);
-        document.reset(); // the tree is what is wanted
+        document.reset(); // only the tree is needed
     }
     void loadDocument(const std::string& path) { document.load_file(path.c_str()); }
     std::int64_t leaves() const { return tree.leaves(); }
@@ -304,7 +304,7 @@ const std::map<std::string, Peak> PEAKS = {
     {"pugixml", peakOfLoading<Pugixml>}, {"tinyxml2", peakOfLoading<Tinyxml2>},
     {"expat", peakOfLoading<Expat>},     {"floor", peakOfLoading<Floor>}};
 
-/// In a process of its own, where no memory of an earlier work is used again.
+/// Measured in a new process: this one would reuse memory that an earlier work has freed.
 double peakBytes(const std::string& who, const std::string& path) {
     return std::atof(works::answerOf("--peak " + who + " '" + path + "'").c_str());
 }
@@ -319,8 +319,8 @@ void setCosts(benchmark::State& state, std::int64_t leaves, std::size_t bytes) {
         Counter(1e-6 * static_cast<double>(bytes), Counter::kIsIterationInvariantRate);
 }
 
-/// The C library joins the small blocks that were freed when a large one is asked for: what the last tree
-/// left behind is no work of the next one's.
+/// Makes the C library coalesce the small blocks that the last tree freed, which it does when a large block
+/// is allocated. Otherwise the next load would pay for that.
 void tidyHeap() {
     void* large = std::malloc(100000);
     benchmark::DoNotOptimize(large);
@@ -364,7 +364,7 @@ void saveText(benchmark::State& state, Shape shape) {
     setCosts(state, state.range(0), readAll(path).size);
 }
 
-/// Waits for the disk, so real time counts here.
+/// Measures real time, because it waits for the disk.
 template <typename Rival>
 void saveDurably(benchmark::State& state) {
     const TemporaryFolder folder;
@@ -386,7 +386,7 @@ void saveDurably(benchmark::State& state) {
 // ---- Look-ups: four levels, 10 keys each at 10,000 leaves, more or fewer at other sizes
 
 const int LOOKUP_LEVELS = 4;
-const std::size_t LOOKUPS = 1024; // different paths in turn, so that no branch is learnt by heart
+const std::size_t LOOKUPS = 1024; // different paths in turn, which the branch predictor cannot learn
 
 using Keys = std::array<std::string, LOOKUP_LEVELS>;
 
@@ -485,7 +485,7 @@ void lookUpInMaps(benchmark::State& state) {
 // ---- Sizes
 
 const std::int64_t LARGEST = 1000000;
-const std::int64_t LARGEST_FOR_LIBPLIST = 100000; // a dictionary of its own grows with the square of its keys
+const std::int64_t LARGEST_FOR_LIBPLIST = 100000; // flat: its time grows with the square of the keys' number
 
 template <typename Function>
 void add(const std::string& work, const std::string& who, std::int64_t largest, const Function& function) {

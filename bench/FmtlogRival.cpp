@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <string>
 
-// A full queue is waited for: else lines are dropped.
+// Wait while the queue is full; otherwise fmtlog drops lines.
 #define FMTLOG_BLOCK 1
 #define FMT_HEADER_ONLY
 #include "fmtlog-inl.h"
@@ -33,7 +33,7 @@ void Fmtlog::off(const char* device, int attempt, int total, double seconds) {
     logd("device {} arrived, attempt {} of {}, {:.3f} s", device, attempt, total, seconds);
 }
 
-// Nobody else may poll while the thread does.
+// No other thread may call poll() while the polling thread runs.
 void Fmtlog::flush() {
     fmtlog::stopPollingThread();
     fmtlog::poll(true);

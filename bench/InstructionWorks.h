@@ -1,9 +1,9 @@
 #pragma once
 
-// The main part of what tools/instruction-counts runs:
+// The command line of the programs that tools/instruction-counts runs:
 //
-//     PROGRAM --list          the names of its works, one a line
-//     PROGRAM WORK COUNT      so many operations of that work
+//     PROGRAM --list          prints the names of its works, one per line
+//     PROGRAM WORK COUNT      performs COUNT operations of that work
 
 #include <cstdint>
 #include <cstdio>

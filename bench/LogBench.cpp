@@ -1,15 +1,16 @@
-// A log line, written and switched off, beside other loggers.
+// The cost of a log line, enabled and disabled, in our logger and in others.
 //
-//   log-line-off      a line that its level keeps out
-//   log-line          the caller's cost of a line: real time over all lines of all threads
-//   log-line-latency  the same line by line: median, 99.9th percentile, maximum; the clock's own cost, which
-//                     the floor shows, is part of each
-//   log-end-to-end    by lines, from the first call until the last line is in the file
-//   log-line-memory   what a waiting line takes, and of that its own bytes
+//   log-line-off      a line that the logger's level disables
+//   log-line          the caller's cost of a line: real time divided by the lines of all threads
+//   log-line-latency  each line timed by itself: median, 99.9th percentile, maximum. Each includes the cost
+//                     of reading the clock, which the floor shows.
+//   log-end-to-end    per line, from the first call until the last line is in the file
+//   log-line-memory   the resident memory that a queued line takes, and the bytes that it has in the file
 //
-// Each logger has written as many lines before the first three, so that its memory is there;
-// "zevo-first-burst" has not. After each run the lines in the file are counted: who has dropped one is an
-// error, not a figure. The floor does nothing with a line, and writes the same bytes at once in the end.
+// Before log-line and log-line-latency each logger writes as many lines as the run does, so that its memory
+// is allocated; "zevo-first-burst" does not. After each run the lines in the files are counted: a logger that
+// has dropped lines makes the run fail. The floor does nothing per line; its log-end-to-end is one write of
+// as many lines.
 
 #include "LogRivals.h"
 #include "OneWrite.h"
@@ -34,7 +35,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const std::int64_t LINES = works::isSmokeRun() ? 2000 : 200000; // of each thread
+const std::int64_t LINES = works::isSmokeRun() ? 2000 : 200000; // per thread
 const char DEVICE[] = "USB#Vid_12d1&Pid_1001";
 const char EVERY_LINE_HOLDS[] = " arrived, attempt ";
 
@@ -66,13 +67,13 @@ std::int64_t linesInFiles() {
     std::int64_t lines = 0;
     DIR* const entries = opendir(folder->path().c_str());
     while (const dirent* const entry = readdir(entries))
-        if (entry->d_type == DT_REG) // one of them makes a link to its file
+        if (entry->d_type == DT_REG) // skip the symbolic link that one of the loggers makes to its file
             lines += countIn(*folder / entry->d_name);
     closedir(entries);
     return lines;
 }
 
-/// After the logger has ended: an error unless every line is there.
+/// Called after the logger has ended. Returns an error message if lines are missing, otherwise "".
 template <typename Rival>
 std::string whatIsWrong() {
     const std::int64_t lines = Rival::WRITES ? linesInFiles() : linesGiven;
@@ -82,7 +83,7 @@ std::string whatIsWrong() {
                : std::to_string(linesGiven) + " lines given, " + std::to_string(lines) + " in the file";
 }
 
-/// Around a run of several threads.
+/// Setup and teardown of a run, which may have several threads; each is called once per run.
 template <typename Rival, bool WARM>
 void startLines(const benchmark::State& state) {
     start<Rival>();
@@ -97,7 +98,7 @@ template <typename Rival>
 void finishLines(const benchmark::State&) {
     Rival::finish();
     const std::string wrong = whatIsWrong<Rival>();
-    if (!wrong.empty()) // too late to tell the benchmark so
+    if (!wrong.empty()) // too late for State::SkipWithError()
         throw std::runtime_error(wrong);
 }
 
@@ -127,7 +128,7 @@ template <typename Rival>
 void lineByLine(benchmark::State& state) {
     static std::mutex lock;
     static std::vector<double> all;
-    std::vector<double> mine(static_cast<std::size_t>(LINES), 1.0); // touched, so that no page is missing
+    std::vector<double> mine(static_cast<std::size_t>(LINES), 1.0); // written once: no page faults later
     mine.clear();
     int attempt = 0;
     for (auto _ : state) {
@@ -147,7 +148,7 @@ void lineByLine(benchmark::State& state) {
     }
 }
 
-/// `work` of so many threads at once, in seconds, and what follows it.
+/// Runs `work` in `threads` threads at once, then `end`; returns the seconds of both together.
 template <typename Work, typename End>
 double secondsOf(std::int64_t threads, const Work& work, const End& end) {
     const auto begin = Clock::now();
@@ -176,7 +177,7 @@ void endToEnd(benchmark::State& state) {
     state.counters["cost_ns"] = works::nanosecondsPer(lines);
 }
 
-/// The same bytes with one write.
+/// The floor of log-end-to-end: one write of as many lines.
 void oneWrite(benchmark::State& state) {
     const std::string line =
         "[12:34:56-789][LEVEL_0] device USB#Vid_12d1&Pid_1001 arrived, attempt 1234 of 10, 1.234 s\n";
@@ -187,7 +188,7 @@ void oneWrite(benchmark::State& state) {
     state.counters["cost_ns"] = works::nanosecondsPer(state.range(0));
 }
 
-// ---- Memory of waiting lines
+// ---- Memory of queued lines
 
 std::int64_t residentBytes() {
     std::ifstream file("/proc/self/statm");
@@ -196,7 +197,8 @@ std::int64_t residentBytes() {
     return pages * sysconf(_SC_PAGESIZE);
 }
 
-/// What this program answers to --memory: so many lines wait, and are written.
+/// Implements --memory: queues `count` lines, and prints the resident bytes, the bytes in the file and the
+/// nanoseconds of each.
 int tellQueuedMemory(std::int64_t count) {
     start<rivals::Zevo>();
     const double lines = static_cast<double>(count);
@@ -215,7 +217,7 @@ int tellQueuedMemory(std::int64_t count) {
     return 0;
 }
 
-/// In a process of its own, since memory that was had before would not show.
+/// Measured in a new process: this one would reuse memory that earlier runs have freed.
 void queuedMemory(benchmark::State& state) {
     double perLine = 0;
     double ownBytes = 0;
@@ -296,7 +298,7 @@ void addAll() {
 #endif
     auto* const memory = benchmark::RegisterBenchmark("log-line-memory/zevo", queuedMemory);
     memory->Iterations(1)->UseManualTime();
-    for (const std::int64_t size : works::decades(10000, 1000000)) // fewer lines are less than a few pages
+    for (const std::int64_t size : works::decades(10000, 1000000)) // fewer lines take only a few pages
         memory->Arg(size);
 }
 

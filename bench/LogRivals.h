@@ -1,16 +1,16 @@
 #pragma once
 
-// The loggers that are measured side by side. Each writes the same text with a clock and a level into a file
-// of its own, and offers the same few operations:
+// The loggers that are compared. Each writes the same text, with the time and the level, to a file of its
+// own, and has the same operations:
 //
-//   start(path)   makes the logger; it writes to `path`, or to files whose names begin with it
-//   line(d, a, t, s)    one line that is written
-//   off(d, a, t, s)     one line that its level keeps out
-//   flush()       writes what waits, as far as the logger can be told to
-//   finish()      the same; the logger ends
-//   WRITES        it has a file at all
+//   start(path)   creates the logger; it writes to `path`, or to files whose names begin with it
+//   line(d, a, t, s)    writes one line
+//   off(d, a, t, s)     one line that the level disables
+//   flush()       writes the queued lines, if the logger has a call for that
+//   finish()      writes the queued lines and ends the logger
+//   WRITES        whether it writes a file
 //
-// start, flush and finish are called by one thread, line and off by all.
+// One thread calls start, flush and finish; all threads call line and off.
 
 #include "LogMessage.h"
 
@@ -176,7 +176,7 @@ struct Log4cplus {
         LOG4CPLUS_DEBUG_FMT(logger(), "device %s arrived, attempt %d of %d, %.3f s", device, attempt, total,
                             seconds);
     }
-    static void flush() {} // only closing it does
+    static void flush() {} // there is no such call; closing the appender writes its buffer
     static void finish() { logger().removeAllAppenders(); }
 };
 
@@ -219,7 +219,7 @@ struct BoostLog {
 };
 
 #ifdef ZEVO_WITH_FMTLOG
-/// In a source of its own, since it needs another release of the formatting library than the others.
+/// Defined in FmtlogRival.cpp, because it needs another release of fmt than the others.
 struct Fmtlog {
     static constexpr bool WRITES = true;
     static void start(const std::string& path);
@@ -240,7 +240,7 @@ struct Quill {
     static void start(const std::string& path) {
         static const bool started = [] {
             quill::BackendOptions options;
-            options.error_notifier = [](const std::string&) {}; // it tells each time its queue grows
+            options.error_notifier = [](const std::string&) {}; // it is called whenever the queue grows
             quill::Backend::start(options);
             return true;
         }();

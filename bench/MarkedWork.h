@@ -1,7 +1,7 @@
 #pragma once
 
-// A traced function, the same without a marker, and a tracer with filters of the usual length: for the
-// benchmarks of the call marker and for what counts its instructions.
+// A function with a call marker, the same function without one, and a tracer with filters of the usual
+// length. The benchmarks of the call marker use them, and so does the program whose instructions are counted.
 
 #include "CallMarker.h"
 #include "TemporaryFolder.h"
@@ -25,7 +25,7 @@ struct Work {
         TRACE_METHOD();
         value += step;
     }
-    /// Runs `action` below so many traced calls.
+    /// Runs `action` nested in `depth` traced calls.
     template <typename Action>
     __attribute__((noinline)) void below(int depth, const Action& action) {
         TRACE_METHOD();
@@ -36,7 +36,7 @@ struct Work {
     }
 };
 
-/// So many calls below DEPTH others.
+/// Calls METHOD `calls` times, nested in DEPTH traced calls.
 template <void (Work::*METHOD)(int)>
 void callAtDepth(std::int64_t calls) {
     Work work;
@@ -46,7 +46,7 @@ void callAtDepth(std::int64_t calls) {
     });
 }
 
-/// A tracer that writes everything but Work::hidden, entries and exits with the time.
+/// A tracer that writes the entries and exits of all calls except Work::hidden, with their time.
 class Tracing {
 public:
     Tracing() {
@@ -60,7 +60,7 @@ public:
         m_tracer.setPrintTime(true);
         m_tracer.setMaximumLinesPerFile(1000000000);
     }
-    /// Begins with an empty file; to empty a long one is no part of what is measured.
+    /// Begins with a new file: truncating a long one would be part of the measured time.
     void start() {
         std::remove(file().c_str());
         m_tracer.SetFileName(m_folder / "trace");

@@ -1,12 +1,12 @@
-// A traced function beside the same function without a marker.
+// The cost of a call marker: a function with one beside the same function without.
 //
 //   marker-off      no tracer, or a disabled one ("zevo-with-tracer")
-//   marker-on       by calls: entry and exit line of each (20 filter patterns, depth 10, clock), from the
-//                   first call until the last line is in the file
+//   marker-on       per call, with its entry line and its exit line (21 filter patterns, depth 10, time),
+//                   from the first call until the last line is in the file
 //   marker-hidden   the same for a call that the filters hide
 //
-// The tracer has written as many calls before, so that its memory is there; that of "zevo-first-burst" is
-// new. Floors: the function without a marker; for marker-on the same bytes with one write.
+// Before the run the tracer traces as many calls, so that its memory is allocated; "zevo-first-burst" uses a
+// new tracer. Floors: the function without a marker; for marker-on one write of the same bytes.
 
 #include "MarkedWork.h"
 #include "OneWrite.h"
@@ -33,7 +33,7 @@ using Clock = std::chrono::steady_clock;
 
 const std::int64_t CALLS = works::isSmokeRun() ? 2000 : 200000;
 
-/// Of a run of several threads: real time over the calls of all of them.
+/// With several threads: real time divided by the calls of all of them.
 benchmark::Counter nanosecondsPerCall() {
     benchmark::Counter cost = works::nanosecondsPer(1);
     cost.flags = static_cast<benchmark::Counter::Flags>(cost.flags | benchmark::Counter::kAvgThreads);
@@ -67,7 +67,8 @@ void tracepoints(benchmark::State& state) {
 
 std::unique_ptr<Tracer> disabledTracer;
 
-/// So many calls by so many threads; returns the seconds until their lines are in the file.
+/// Makes `calls` calls, divided among `threads` threads; returns the seconds until their lines are in the
+/// file.
 template <void (Work::*METHOD)(int)>
 double run(Tracing& tracing, std::int64_t calls, std::int64_t threads) {
     tracing.start();
@@ -102,7 +103,7 @@ void traced(benchmark::State& state) {
     state.counters["cost_ns"] = works::nanosecondsPer(calls);
 }
 
-/// What those lines are, with one write.
+/// The floor of marker-on: one write of the same trace.
 void oneWrite(benchmark::State& state) {
     Tracing tracing;
     run<&Work::traced>(tracing, state.range(0), 1);

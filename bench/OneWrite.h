@@ -1,6 +1,6 @@
 #pragma once
 
-// A floor of what ends in a file: all its bytes in a new file, with one write.
+// The floor of a work that writes a file: one write of all its bytes to a new file.
 
 #include "TemporaryFolder.h"
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <unistd.h>
 
-/// The benchmark uses manual time.
+/// The benchmark must use manual time.
 inline void writeAtOnce(benchmark::State& state, const std::string& text) {
     using Clock = std::chrono::steady_clock;
     for (auto _ : state) {

@@ -1,9 +1,9 @@
-// One parameter read from, and one written to, a store that holds N: our text and binary files beside GLib's
-// GKeyFile and SQLite with a durable write, for the same names and values. Every iteration opens the store
-// anew, as the callers of ours do.
+// Reads one parameter from a store that holds N, and writes one: our text and binary files beside GLib's
+// GKeyFile and SQLite with durable writes, with the same names and values. Every iteration opens the store
+// again, as the callers of our stores do.
 //
-// Floor: read() of the file's bytes, or the durable replacement of the file by the same bytes, without a look
-// at them. cost_ns is one read or write; ns_per_parameter the same, divided by N.
+// Floor: read() of the file's bytes, or the durable replacement of the file with the same bytes, both without
+// parsing. cost_ns is one read or write.
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
@@ -60,7 +60,7 @@ struct KeyFileFreer {
 };
 using KeyFile = std::unique_ptr<GKeyFile, KeyFileFreer>;
 
-/// A folder of its own, and in it stores with N parameters in each of the forms.
+/// A temporary folder with stores of N parameters, one in each format.
 class Stores {
 public:
     explicit Stores(int64_t count) {
@@ -86,7 +86,7 @@ public:
             "the stores cannot be made");
     }
 
-    /// Those with so many parameters, made when they are first asked for; its folder is ours from here on.
+    /// The stores with `count` parameters, which the first call creates. Makes their folder the data folder.
     static const Stores& of(int64_t count) {
         static std::map<int64_t, std::unique_ptr<Stores>> all;
         std::unique_ptr<Stores>& stores = all[count];
@@ -137,7 +137,7 @@ KeyFile loadKeyFile(const Stores& stores) {
     return file;
 }
 
-// ---- One operation each, on the parameter of that name
+// ---- The operations, each on one parameter
 
 void readBytes(const std::string& path) {
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -200,7 +200,7 @@ void writeBinary(const Stores&, const std::string& name) {
     require(store.writeUnformattedParam(name, VALUE, sizeof(VALUE) - 1), "writeUnformattedParam");
 }
 
-/// GLib writes beside and renames, too, but does not flush the folder and takes no lock.
+/// GLib writes a temporary file and renames it, too, but does not flush the folder and takes no lock.
 void writeKeyFile(const Stores& stores, const std::string& name) {
     const KeyFile file = loadKeyFile(stores);
     g_key_file_set_string(file.get(), "parameters", name.c_str(), VALUE);

@@ -13,8 +13,8 @@
 /// each.
 enum class Shape { FLAT, NESTED };
 
-/// Calls leaf(the number of each level's key) for each of `count` leaves; they lie below `levels`
-/// dictionaries of equally many entries.
+/// Calls `leaf` for each of `count` leaves, with the numbers of the keys on its path, one per level. All
+/// dictionaries of the `levels` levels have the same number of entries.
 template <typename Leaf>
 void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     const auto width =
@@ -30,18 +30,19 @@ void forEachLeaf(std::int64_t count, int levels, const Leaf& leaf) {
     }
 }
 
-/// As long for each of a million. A document of a million leaves stays below the 64 MB that a property list may have.
+/// All numbers below a million give keys of the same length. A document of a million leaves stays below
+/// 64 MB, the limit of a property list.
 inline std::string keyOf(std::int64_t number) {
     char key[32];
     std::snprintf(key, sizeof key, "key%06lld", static_cast<long long>(number));
     return key;
 }
 
-/// A property list with so many string leaves.
+/// A property list with `leaves` string leaves.
 inline std::string document(Shape shape, std::int64_t leaves) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n";
     const int levels = shape == Shape::FLAT ? 1 : 3;
-    std::vector<std::int64_t> open; // the keys of the dictionaries that the last leaf stands in
+    std::vector<std::int64_t> open; // the keys of the dictionaries that contain the last leaf
     const auto close = [&text, &open] {
         text.append(open.size(), '\t').append("</dict>\n");
         open.pop_back();

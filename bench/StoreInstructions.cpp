@@ -1,5 +1,5 @@
-// What tools/instruction-counts runs of the dictionary and of the parameter stores: their own work of the
-// benchmarks that have the same names.
+// The works of the dictionary and of the parameter stores whose instructions tools/instruction-counts counts:
+// our part of the benchmarks with the same names.
 
 #include "AppDataPersistence.h"
 #include "BinaryAppDataPersistence.h"
@@ -22,8 +22,8 @@ void require(bool isDone, const char* what) {
         throw std::runtime_error(what);
 }
 
-// One operation is one leaf; `count` of them are as many whole documents. A loaded one is thrown away in the
-// count.
+// One operation is one leaf; whole documents are loaded or saved until `count` leaves are reached. The
+// destruction of a loaded document is part of the count.
 
 template <Shape SHAPE>
 void load(std::int64_t count) {
@@ -55,7 +55,7 @@ void lookUp(std::int64_t count) {
         require(tree.getValue(paths[static_cast<std::size_t>(done % LEAVES)]) != nullptr, "getValue");
 }
 
-// One operation is one read, of a store that is opened anew.
+// One operation opens the store and reads one parameter.
 
 std::string nameOf(std::int64_t index) {
     return "parameter_" + std::to_string(10000000 + index);

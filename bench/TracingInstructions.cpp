@@ -1,5 +1,5 @@
-// What tools/instruction-counts runs of the tracer and of the logger: their own work of the benchmarks that
-// have the same names.
+// The works of the tracer and of the logger whose instructions tools/instruction-counts counts: our part of
+// the benchmarks with the same names.
 
 #include "InstructionWorks.h"
 #include "LogMessage.h"
@@ -29,7 +29,7 @@ void untraced(std::int64_t count) {
         (work.*METHOD)(1);
 }
 
-/// The lines wait: writing them is the system's work.
+/// Does not wait until the lines are written: writing is work of the operating system.
 template <void (Work::*METHOD)(int)>
 void traced(std::int64_t count) {
     Tracing tracing;

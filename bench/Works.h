@@ -1,8 +1,8 @@
 #pragma once
 
-// What the benchmarks share. Each is named "work/who/size": `who` is "zevo" (or "zevo-..." for other settings
-// of ours), "floor" for the least that the work can cost, or the rival's name. Each sets the counter cost_ns,
-// the nanoseconds of one operation; tools/bench-report makes its tables and plots out of the names and
+// What the benchmarks share. Each is named "work/who/size": `who` is "zevo" (or "zevo-..." for our code with
+// other settings), "floor" for the least that the work can cost, or the rival's name. Each sets the counter
+// cost_ns, the nanoseconds of one operation; tools/bench-report makes its tables and plots from the names and
 // counters.
 
 #include <benchmark/benchmark.h>
@@ -20,7 +20,7 @@ inline bool isSmokeRun() {
     return std::getenv("ZEVO_BENCH_SMOKE") != nullptr;
 }
 
-/// From `smallest` to `largest` by tens; in a smoke run only the smallest.
+/// The sizes from `smallest` to `largest`, each ten times the one before; in a smoke run only `smallest`.
 inline std::vector<std::int64_t> decades(std::int64_t smallest, std::int64_t largest) {
     std::vector<std::int64_t> sizes;
     for (std::int64_t size = smallest; size <= (isSmokeRun() ? smallest : largest); size *= 10)
@@ -28,15 +28,16 @@ inline std::vector<std::int64_t> decades(std::int64_t smallest, std::int64_t lar
     return sizes;
 }
 
-/// The value of cost_ns when one iteration does so many operations. Of the processor's time, or of real time
-/// where the benchmark uses that.
+/// The value of cost_ns if one iteration performs `operations` operations. It is processor time, or real time
+/// if the benchmark uses that.
 inline benchmark::Counter nanosecondsPer(std::int64_t operations) {
     return benchmark::Counter(1e-9 * static_cast<double>(operations),
                               benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-/// What this program prints when it is run with these arguments (for the shell), in a process of its own:
-/// what memory is measured in, since what an earlier work has left would be used again. At most a line.
+/// Runs this program in a new process, with `arguments` split by the shell, and returns the first line of its
+/// output, or "" if it fails. For measurements of memory: this process would reuse what an earlier work
+/// freed.
 inline std::string answerOf(const std::string& arguments) {
     char program[4096] = {};
     if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)

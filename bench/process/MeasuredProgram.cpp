@@ -26,7 +26,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return result;
 }
 
-/// The number behind the title of a line of /proc/<pid>/status.
+/// The number after `title` in a file such as /proc/<pid>/status; 0 if the title is missing.
 long statusNumber(const std::string& path, const char* title) {
     const std::string status = Zevo::readTextFile(path);
     const std::string::size_type at = status.find(title);

@@ -6,7 +6,7 @@
 #include <sys/types.h>
 #include <vector>
 
-/// The pipe that marks come through.
+/// The named pipe through which marks arrive.
 class MarkPipe {
 public:
     explicit MarkPipe(const std::string& path);
@@ -15,8 +15,9 @@ public:
     MarkPipe& operator=(const MarkPipe&) = delete;
 
     const std::string& path() const { return m_path; }
-    /// Waits for the next mark of this kind made at or after `earliest`; others are dropped. Returns its
-    /// time; ends the process when none comes for too long: a measurement of something that does not happen.
+    /// Waits for the next mark of this kind made at or after `earliest`, removes it and returns its time.
+    /// Other marks are kept for later calls. Throws std::runtime_error if no mark arrives for LONGEST_WAIT:
+    /// the event to be measured does not happen.
     int64_t await(MarkKind kind, int64_t earliest);
 
 private:
@@ -25,14 +26,15 @@ private:
     std::vector<Mark> m_unasked;
 };
 
-/// The bus that a program sees. The virtual one costs each program the loading of its library.
+/// The bus that a program sees. With the virtual one, each program must load one more library.
 enum class Bus { ofThisMachine, virtualOne };
 
-/// A program that tells when it waits for events. Killed at the end. Its operations throw
-/// std::runtime_error.
+/// A running program with the preloaded probe that sends a mark when it waits for events. The destructor
+/// kills it. Its operations throw std::runtime_error.
 class MeasuredProgram {
 public:
-    /// `command`: the program's path and its arguments. `environment`: added to this process's own.
+    /// Starts the program and waits until it is armed. `command`: its path and arguments. `environment`:
+    /// added to this process's own.
     MeasuredProgram(const std::vector<std::string>& command, std::vector<std::string> environment,
                     MarkPipe& marks, Bus bus);
     ~MeasuredProgram();
@@ -43,10 +45,11 @@ public:
     int64_t startTime() const { return m_startTime; }
     /// When it was armed.
     int64_t armedTime() const { return m_armedTime; }
-    /// Nanoseconds, all threads, until now.
+    /// Nanoseconds of processor time that all its threads have used until now.
     int64_t cpuTime() const;
     long residentBytes() const;
-    /// How often its threads have gone to sleep by themselves; each time, something had woken them before.
+    /// How often its threads have gone to sleep voluntarily. The difference of two values counts the wake-ups
+    /// between them.
     long sleeps() const;
 
 private:

@@ -3,7 +3,7 @@
 #include <sys/types.h>
 #include <vector>
 
-/// Processes that do nothing, as most of a desktop's do most of the time. They end with this object.
+/// Processes that sleep, as most processes of a desktop do most of the time. The destructor ends them.
 class OtherProcesses {
 public:
     explicit OtherProcesses(int64_t count);

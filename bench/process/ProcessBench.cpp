@@ -1,12 +1,13 @@
-// The launcher as a whole process, on a virtual USB bus, beside programs that do the same job with less
-// around it. No call is timed from inside: each program tells through a pipe when it waits for events, each
-// started application when its main() runs.
+// Measures the launcher as a whole process on a virtual USB bus, beside smaller programs that do the same
+// job. No program is changed to be timed: a preloaded library sends a mark when the program waits for events,
+// and the started application sends one when its main() runs.
 //
-// "bare" starts the application whether or not it runs; "bare-asking" looks for it first, as ours does.
+// "bare" starts the application whether or not it runs already; "bare-asking" checks that first, as our
+// launcher does.
 //
-// Floors: the start of the application alone, and a program that does nothing but wait. zevo-quiet is our
-// launcher with trace and log switched off. cost_ns is one arrival, one start, or the processor's time in a
-// second without events.
+// Floors: the start of the application alone, and a program that only waits. zevo-quiet is our launcher with
+// trace and log switched off. cost_ns is the time of one arrival or one start; for idle, the processor time
+// in a second without events.
 
 #include "MeasuredProgram.h"
 #include "ModemFile.h"
@@ -38,10 +39,11 @@ const char PORT[] = "1-1";
 const char NO_TRACE[] = "TRACE_OFF\n";
 const char NO_LOG[] = "LOG_OFF\n";
 
-/// Ends the process without a failure, since the machine lacks what it needs; ./zevo bench tells the reason.
+/// The exit status if this machine lacks what the benchmark needs. ./zevo bench reports the reason, not a
+/// failure.
 const int LEFT_OUT = 77;
 
-/// A machine with a virtual bus and with the application that tells when it runs.
+/// A sample machine with a virtual bus, and with applications that send a mark when they run.
 class Bench {
 public:
     explicit Bench(Bus seenBus = Bus::virtualOne)
@@ -72,14 +74,14 @@ public:
     void startWaitingProgram() { start({ZEVO_WAITING_PROGRAM}); }
     void stop() { m_program.reset(); }
 
-    /// As many devices of nobody's, a hundred to a bus; a real one has room for 127.
+    /// Plugs in `count` devices that no program waits for, a hundred on each bus: a real bus has at most 127.
     void plugDevices(int64_t count) {
         for (int64_t i = 0; i < count; ++i)
             m_bus.plug(std::to_string(2 + i / 100) + "-" + std::to_string(1 + i % 100),
                        makePlainDevice(0xfeed, static_cast<unsigned>(i)));
     }
 
-    /// Plugs the modem in; the time until the main application runs.
+    /// Plugs in the modem; returns the nanoseconds until the main application runs.
     int64_t plugModem(bool startsNotifier) {
         const int64_t sent = markClock();
         m_bus.plug(PORT, m_modem);
@@ -88,7 +90,8 @@ public:
 
     void unplugModem() { m_bus.unplug(PORT); }
 
-    /// The same for a modem that has left and comes back, with nothing but its event in the measured time.
+    /// The same for a modem that leaves and arrives again. Only events are sent; the device itself stays, so
+    /// that plugging it is not part of the measured time.
     int64_t announceModem(bool startsNotifier) {
         announceAndWait("remove");
         const int64_t sent = markClock();
@@ -96,7 +99,7 @@ public:
         return applicationStart(sent, startsNotifier) - sent;
     }
 
-    /// The same without any launcher: the application is started here and now.
+    /// The same without a launcher: this process starts the application.
     int64_t startApplication() {
         std::string path = m_machine.executableOf(Bundle::mainApplication);
         std::string marks = MARK_PIPE_VARIABLE "=" + m_marks.path();
@@ -138,13 +141,13 @@ private:
         m_program = std::make_unique<MeasuredProgram>(command, m_machine.environment(), m_marks, m_seenBus);
     }
 
-    /// When the main application's main() ran; then waits until the launcher is done with the event, and ends
-    /// what it has started.
+    /// Returns the time at which the main application's main() ran, after the launcher has handled the event
+    /// and the applications have been ended.
     int64_t applicationStart(int64_t sent, bool startsNotifier) {
         const int64_t started = m_marks.await(MARK_MAIN_APPLICATION, sent);
         if (startsNotifier)
             m_marks.await(MARK_NOTIFIER, sent);
-        announceAndWait("change"); // of nothing: behind it, all earlier events are dealt with
+        announceAndWait("change"); // has no effect; once it is handled, all earlier events are, too
         m_machine.quitApplications();
         return started;
     }
@@ -168,7 +171,7 @@ double medianOf(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// Takes each iteration's time from the benchmark's own measurement; the cost is their median.
+/// `measure` returns the nanoseconds of one iteration; the cost is the median of all.
 template <typename Measure>
 void measureEach(benchmark::State& state, Measure measure) {
     std::vector<double> all;
@@ -191,7 +194,7 @@ void arrivalToExec(benchmark::State& state, Starter start, bool startsNotifier) 
     measureEach(state, [&] { return bench.announceModem(startsNotifier); });
 }
 
-/// The same, each time with a program that has just been started.
+/// As arrivalToExec(), but each iteration starts the program anew and measures its first arrival.
 void firstArrivalToExec(benchmark::State& state, Starter start, bool startsNotifier) {
     Bench bench;
     const OtherProcesses others(state.range(0));
@@ -225,19 +228,20 @@ void startUntilArmed(benchmark::State& state, Starter start) {
     measureStarts(state, start, bench);
 }
 
-/// The same with the devices that the machine has, and without the virtual bus's library.
+/// As startUntilArmed() with this machine's own devices, and without the virtual bus's library.
 void startUntilArmedOnOwnBus(benchmark::State& state, Starter start) {
     Bench bench(Bus::ofThisMachine);
     measureStarts(state, start, bench);
 }
 
-/// What it costs that the program is there: processor time and wake-ups in a second without events.
+/// The cost of a program that has nothing to do: processor time and wake-ups in a second without events.
 void idle(benchmark::State& state, Starter start) {
     const int64_t milliseconds = works::isSmokeRun() ? 100 : 3000;
     Bench bench;
     (bench.*start)();
     const MeasuredProgram& program = bench.program();
-    // It has told that it waits a moment before it sleeps, and what its start has traced is written a second later.
+    // The mark is sent a moment before the program sleeps, and the trace of the start is written a second
+    // later.
     std::this_thread::sleep_for(std::chrono::milliseconds(works::isSmokeRun() ? 20 : 1500));
     for (auto _ : state) {
         const int64_t begin = program.cpuTime();
@@ -315,7 +319,7 @@ void addAll() {
         benchmark::AddCustomContext("left_out: pyudev", "the system's python3 has no pyudev");
 }
 
-/// A machine on which no virtual bus is possible has nothing to measure here.
+/// Without a virtual bus there is nothing to measure: if this machine cannot have one, ends with LEFT_OUT.
 void restartOrLeaveOut(char** arguments) {
     try {
         restartForVirtualBus(arguments);
@@ -333,7 +337,7 @@ int main(int argumentCount, char** arguments) {
     addAll();
     try {
         benchmark::RunSpecifiedBenchmarks();
-    } catch (const std::exception& error) { // so that no program is left behind
+    } catch (const std::exception& error) { // caught, so that the destructors end the measured programs
         std::fprintf(stderr, "bench_process: %s\n", error.what());
         return 1;
     }

@@ -1,6 +1,7 @@
-/* The least that does a launcher's job: bare-launcher <vendor> <product> <executable> looks at the USB
-   devices that are there, waits for others, and starts the executable when one has the two identifiers. With
-   a fourth argument, it does so unless the executable runs: it asks every process which one it is. */
+/* The smallest launcher: bare-launcher <vendor> <product> <executable> looks at the connected USB devices,
+   then waits for arrivals, and starts the executable for each device with the two identifiers. With a fourth
+   argument it first reads the executable's path of every process, and starts the executable only if none has
+   it. */
 
 #include <dirent.h>
 #include <libudev.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-/* A moment in the life of a program under measurement, told to the benchmark through a named pipe. */
+/* A mark says what a measured program did and when. It is sent to the benchmark through a named pipe. */
 
 #ifndef _GNU_SOURCE
 #define _GNU_SOURCE
@@ -33,6 +33,6 @@ static inline void sendMark(enum MarkKind kind, int64_t nanoseconds) {
     if (pipe < 0)
         return;
     if (write(pipe, &mark, sizeof mark) < 0)
-        abort(); /* the pipe holds thousands of marks */
+        abort(); /* the pipe cannot be full: it has room for thousands of marks */
     close(pipe);
 }

@@ -1,4 +1,4 @@
-# What bare-launcher.c does until it is armed, written with pyudev.
+# Does the same as bare-launcher.c until it is armed, with pyudev.
 import sys
 import pyudev
 

@@ -1,5 +1,5 @@
-/* The program inside the bundles that a launcher starts: tells as its first act that it runs, and stays until
-   it is told to quit. */
+/* The program in the bundles that a launcher starts. It first sends a mark that it runs, then waits until a
+   signal ends it. */
 
 #include "mark.h"
 

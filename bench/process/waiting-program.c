@@ -1,4 +1,4 @@
-/* The least that a waiting program can be. */
+/* The smallest program that waits. */
 
 #include <poll.h>
 #include <stddef.h>

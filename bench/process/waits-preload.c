@@ -1,8 +1,8 @@
-/* Preloaded into a launcher, ours or another: tells when it has nothing left to do and waits for events. The
-   same probe for all of them, with no change in any.
+/* Preloaded into each measured launcher: sends a mark whenever the main thread has nothing left to do and
+   waits for events. All launchers have the same probe, and none is changed for it.
 
-   At its first wait the program is armed. From then on what it starts gets no preloaded library: the started
-   application shall cost what it costs outside of a benchmark. */
+   At its first wait the program is armed. Programs that it starts from then on get no preloaded library, so
+   that they cost the same as outside of a benchmark. */
 
 #include "mark.h"
 
@@ -19,7 +19,8 @@ static int isMainThread(void) {
     return getpid() == gettid();
 }
 
-/* The wait proper is told only when nothing is ready: before it, an attempt that does not wait. */
+/* Before a call that may wait, tries the same call without waiting: only if nothing is ready is the mark
+   sent. */
 #define TELL_BEFORE(waits, attempt)                                                                          \
     if ((waits) && isMainThread()) {                                                                         \
         const int ready = (attempt);                                                                         \
