@@ -5,7 +5,7 @@
 # SDK is a folder in the form of Apple's (System/Library/Frameworks, usr/include, usr/lib). ZEVO_DARWIN_CXX_HEADERS
 # names the folders of a libc++ other than the compiler's own, the first one searched first.
 set(CMAKE_SYSTEM_NAME Darwin)
-set(CMAKE_SYSTEM_VERSION 11) # of the kernel; that of macOS is CMAKE_OSX_DEPLOYMENT_TARGET
+set(CMAKE_SYSTEM_VERSION 11) # of the kernel; the version of macOS is CMAKE_OSX_DEPLOYMENT_TARGET
 include(${CMAKE_CURRENT_LIST_DIR}/ZevoMacFloor.cmake)
 
 find_program(ZEVO_CLANG clang REQUIRED)
@@ -16,7 +16,7 @@ set(CMAKE_OBJC_COMPILER ${ZEVO_CLANG})
 set(CMAKE_CXX_COMPILER ${ZEVO_CLANGXX})
 set(CMAKE_OBJCXX_COMPILER ${ZEVO_CLANGXX})
 
-# Distributions give LLVM's newer tools no plain name: they lie beside the compiler.
+# Distributions install LLVM's newer tools under their plain names only in the compiler's own folder.
 file(REAL_PATH ${ZEVO_CLANG} clang)
 cmake_path(GET clang PARENT_PATH llvm_tools)
 function(zevo_llvm_tool variable name)
@@ -32,15 +32,15 @@ zevo_llvm_tool(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool)
 zevo_llvm_tool(ZEVO_LIPO llvm-lipo)
 zevo_llvm_tool(ZEVO_LIBTOOL llvm-libtool-darwin)
 
-# The compiler calls a program of this name when it compiles for several processors at once.
+# The compiler calls a program named lipo when it compiles for several processors at once.
 set(zevo_tools ${CMAKE_BINARY_DIR}/CMakeFiles/darwin-tools)
 file(MAKE_DIRECTORY ${zevo_tools})
 file(CREATE_LINK ${ZEVO_LIPO} ${zevo_tools}/lipo SYMBOLIC)
 
 foreach(language C CXX OBJC OBJCXX)
-  set(CMAKE_${language}_COMPILER_TARGET x86_64-apple-macosx) # -arch chooses among the processors
+  set(CMAKE_${language}_COMPILER_TARGET x86_64-apple-macosx) # the option -arch selects the processor
   string(APPEND CMAKE_${language}_FLAGS_INIT " \"-B${zevo_tools}\"")
-  # llvm-ar writes no archive for several processors.
+  # llvm-ar cannot write an archive for several processors.
   set(CMAKE_${language}_CREATE_STATIC_LIBRARY
     "<CMAKE_COMMAND> -E rm -f <TARGET>" "\"${ZEVO_LIBTOOL}\" -static -o <TARGET> <OBJECTS>")
 endforeach()
@@ -51,19 +51,19 @@ foreach(language CXX OBJCXX)
     string(APPEND CMAKE_${language}_FLAGS_INIT ${folders})
   endif()
   if("i386" IN_LIST CMAKE_OSX_ARCHITECTURES)
-    # A libc++ from the days of this processor mentions aligned allocation, which 10.7 lacks, without calling it.
+    # A libc++ that still supports i386 mentions aligned allocation, which macOS 10.7 lacks, without calling it.
     string(APPEND CMAKE_${language}_FLAGS_INIT " -fno-aligned-allocation")
   endif()
 endforeach()
 foreach(kind EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -nostartfiles") # lld itself makes a program begin at main
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -nostartfiles") # lld itself sets main as the entry point
 endforeach()
 if("i386" IN_LIST CMAKE_OSX_ARCHITECTURES)
-  set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY) # no linker that is still kept links for it
+  set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY) # no maintained linker links for i386
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZEVO_DARWIN_CXX_HEADERS)
 
-# Nothing of the machine that builds is part of what is built.
+# Libraries, headers and packages are searched only in the SDK, never on the building machine.
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_OSX_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind LIBRARY INCLUDE PACKAGE)

@@ -1,5 +1,5 @@
-# ZEVO_HAS_FOUNDATION: whether this machine compiles Objective-C++ for GNUstep's Foundation, over which the macOS sources
-# are tested away from a Mac; then GNUSTEP_FLAGS and GNUSTEP_LIBRARIES say how.
+# Sets ZEVO_HAS_FOUNDATION if this machine can compile Objective-C++ for GNUstep's Foundation, with which the macOS
+# sources are tested on Linux. GNUSTEP_FLAGS and GNUSTEP_LIBRARIES are then the options for that.
 find_program(GNUSTEP_CONFIG gnustep-config)
 if(GNUSTEP_CONFIG AND CMAKE_SIZEOF_VOID_P EQUAL 8)
   include(CheckLanguage)
@@ -13,13 +13,13 @@ if(CMAKE_OBJCXX_COMPILER)
   execute_process(COMMAND ${GNUSTEP_CONFIG} --base-libs OUTPUT_VARIABLE GNUSTEP_LIBRARIES
     OUTPUT_STRIP_TRAILING_WHITESPACE)
   if(GNUSTEP_FLAGS STREQUAL "" OR GNUSTEP_LIBRARIES STREQUAL "")
-    # Otherwise the macOS sources would not be run, and nobody would know.
+    # Without this error, the macOS sources would go untested and nobody would notice.
     message(FATAL_ERROR "${GNUSTEP_CONFIG} tells nothing. It needs make. Debian: apt-get install make.")
   endif()
   separate_arguments(GNUSTEP_FLAGS)
   separate_arguments(GNUSTEP_LIBRARIES)
-  # Of its flags only what the code depends on: optimising, debugging and dependencies are CMake's, and its
-  # headers are not held to this tree's warnings.
+  # Keep only the flags that the code depends on: CMake has its own for optimisation, debugging and dependencies.
+  # -isystem exempts GNUstep's headers from this tree's warnings.
   list(FILTER GNUSTEP_FLAGS INCLUDE REGEX "^(-D|-I/|-fobjc|-fexceptions|-fconstant-string-class|-pthread)")
   list(TRANSFORM GNUSTEP_FLAGS REPLACE "^-I" "-isystem")
 

@@ -1,5 +1,5 @@
-# The one place that knows the hosts. A folder MAC/ or LINUX/ beside a product source holds what truly
-# differs; ZEVO_HOST_FOLDER names the one to build, and ZEVO_HOST_SUFFIX its source ending.
+# The only place that asks for the host's name. Code that differs between the hosts is in folders MAC/ and LINUX/ beside
+# the other sources; ZEVO_HOST_FOLDER names the folder to build, ZEVO_HOST_SUFFIX the ending of its sources.
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   set(ZEVO_HOST_FOLDER MAC)
   set(ZEVO_HOST_SUFFIX mm)

@@ -2,11 +2,11 @@
 # library does not inherit them.
 find_package(Threads REQUIRED)
 
-# A compiler cache is used where there is one.
+# Use ccache if it is installed.
 find_program(ZEVO_CCACHE ccache)
 mark_as_advanced(ZEVO_CCACHE)
 if(ZEVO_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-  # The settings let it cache sources that use a precompiled header.
+  # These settings allow it to cache sources that use a precompiled header.
   set(launcher ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZEVO_CCACHE})
   set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
   set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
@@ -19,30 +19,30 @@ target_compile_options(zevo_options INTERFACE
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_options INTERFACE -Wthread-safety)
   if(ZEVO_HOST_FOLDER STREQUAL "MAC")
-    target_compile_options(zevo_options INTERFACE -Wunguarded-availability) # what the oldest macOS lacks
+    target_compile_options(zevo_options INTERFACE -Wunguarded-availability) # warns of calls that the oldest macOS lacks
   endif()
 else()
   target_compile_options(zevo_options INTERFACE
-    -fpch-preprocess           # a compiler cache asks for it
-    -fno-semantic-interposition) # in a shared library too, a function of ours is the one that is called
+    -fpch-preprocess           # ccache requires it with precompiled headers
+    -fno-semantic-interposition) # in a shared library too, nobody else replaces our functions
 endif()
 
-# What makes a mistake hard to exploit: guarded stack frames, a stack that cannot be leapt over, jumps and returns that
-# land only where they may, checked calls of the C library, and tables of addresses that are read-only from the start.
-# It costs 1 to 2 % of a start. tools/hardening-check looks for it in what was built.
+# Hardening, which makes mistakes hard to exploit: stack protectors, protection against stack clashes, checked targets
+# of jumps and returns, checked calls of the C library, relocations that are read-only from the start, and a stack that
+# is not executable. It costs 1 to 2 % of the time of a start. tools/hardening-check looks for it in the built files.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
-if(NOT ZEVO_SANITIZE) # a sanitizer checks all this itself, and with guarded frames GCC's misplaces aligned objects
+if(NOT ZEVO_SANITIZE) # a sanitizer checks all this itself, and GCC's misplaces aligned objects in protected frames
   foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
     string(MAKE_C_IDENTIFIER "ZEVO_HAS${flag}" has)
-    set(CMAKE_REQUIRED_FLAGS -Werror) # clang only warns of what it has no use for
+    set(CMAKE_REQUIRED_FLAGS -Werror) # clang only warns of a flag that it does not use
     check_cxx_compiler_flag(${flag} ${has})
     unset(CMAKE_REQUIRED_FLAGS)
     if(${has})
       target_compile_options(zevo_options INTERFACE ${flag})
     endif()
   endforeach()
-  # It needs an optimising compiler. Some distributions' compilers define it by themselves.
+  # _FORTIFY_SOURCE works only with optimisation. Some distributions' compilers predefine it, hence -U.
   target_compile_options(zevo_options INTERFACE
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
@@ -56,7 +56,7 @@ if(ZEVO_SANITIZE)
   add_compile_options(-fsanitize=${ZEVO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ZEVO_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # GCC's manual: sanitizers raise the rate of false ones of this warning. Every other build keeps it.
+    # Sanitizers cause false positives of this warning, as GCC's manual says. All other builds keep it.
     add_compile_options(-Wno-maybe-uninitialized)
   endif()
 endif()

@@ -11,22 +11,22 @@
 #
 # zevo_substitute(<name> <call>...)
 #
-# The program's own code calls what the program defines for these calls of the system's with SUBSTITUTE (Substitute.h).
+# In the program's own code, replaces these system calls by the functions that it defines with SUBSTITUTE (Substitute.h).
 if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT CMAKE_CROSSCOMPILING)
   find_package(GTest REQUIRED)
 else()
-  # Distributions ship no GoogleTest of 32 bits or for another system; its sources are built instead.
+  # Distributions package GoogleTest neither for 32 bits nor for another system, so it is built from its sources.
   set(ZEVO_GOOGLETEST_SOURCES /usr/src/googletest CACHE PATH "GoogleTest's sources, where no package of it can be used")
   add_subdirectory(${ZEVO_GOOGLETEST_SOURCES} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 endif()
 
-# What GoogleTest's own macros need; linked after zevo_options, because the order of warning options counts.
+# Further options for test programs. Linked after zevo_options, because a later warning option overrides an earlier one.
 add_library(zevo_test_options INTERFACE)
-# As in the product: files with large numbers must not fail to be found in a 32-bit build.
+# As in the product: in a 32-bit build, system calls must not fail for files with large inode numbers.
 target_compile_definitions(zevo_test_options INTERFACE _FILE_OFFSET_BITS=64)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(zevo_test_options INTERFACE -Wno-gnu-zero-variadic-macro-arguments)
-  # GCC tells its sources by itself which sanitizer looks on.
+  # GCC predefines these macros under a sanitizer, clang does not.
   foreach(sanitizer address thread)
     if(ZEVO_SANITIZE MATCHES ${sanitizer})
       string(TOUPPER __SANITIZE_${sanitizer}__ macro)
@@ -35,19 +35,20 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   endforeach()
 endif()
 if(ZEVO_FUZZ)
-  target_compile_options(zevo_test_options INTERFACE -fno-sanitize=fuzzer-no-link) # the fuzzer follows what they test
+  target_compile_options(zevo_test_options INTERFACE -fno-sanitize=fuzzer-no-link) # only the code under test is instrumented
 endif()
 if(ZEVO_JOIN_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # GCC takes joined sources for headers, in which an anonymous namespace is a mistake. Where each is compiled alone it looks.
+  # GCC takes joined sources for headers and warns of the anonymous namespaces in them. The builds that compile each
+  # source alone keep the warning.
   target_compile_options(zevo_test_options INTERFACE -Wno-subobject-linkage)
 endif()
 if(ZEVO_SANITIZE)
-  # To optimize instrumented tests takes as long as everything else about them; what they test is optimized.
+  # Optimisation would double the time to compile instrumented tests. The code under test is optimised.
   target_compile_options(zevo_test_options INTERFACE -O0)
 endif()
 
-# The framework's headers take a third of a test's compile time: they are compiled once for all programs. Not for several
-# processors at once: each has a precompiled header of its own, whose compilation refuses the other's options.
+# GoogleTest's headers take a third of a test's compile time, so they are precompiled once for all programs. This is not
+# possible for several processors at once: each needs its own precompiled header, compiled without the other's options.
 list(LENGTH CMAKE_OSX_ARCHITECTURES processors)
 set(test_headers_source ${CMAKE_CURRENT_BINARY_DIR}/test-headers.cpp)
 if(NOT EXISTS ${test_headers_source})
@@ -68,7 +69,7 @@ function(zevo_run_test name)
   if(ZEVO_SANITIZE)
     math(EXPR arg_SECONDS "3 * ${arg_SECONDS}")
   endif()
-  # The runner ends a hung program and shows its output; CTest's own bound is only there if the runner hangs.
+  # The runner ends a hung program and shows its output; CTest's own timeout is for a runner that hangs.
   math(EXPR outer_bound "${arg_SECONDS} + 60")
   add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/run-test-program
     --name ${name} --seconds ${arg_SECONDS} ${arg_RUNNER_OPTIONS} ${arg_COMMAND})
@@ -80,7 +81,7 @@ function(zevo_add_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zevo_test_support GTest::gmock GTest::gtest GTest::gtest_main
     zevo_options zevo_test_options)
-  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for what lies in MAC/ or LINUX/
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for sources in MAC/ or LINUX/
   if(ZEVO_JOIN_TESTS)
     set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   endif()
