@@ -6,10 +6,10 @@ set(CPACK_PACKAGE_VENDOR "The ZevoLauncher developers")
 set(CPACK_PACKAGE_CONTACT "The ZevoLauncher developers <developers@zevolauncher.invalid>")
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_STRIP_FILES ON)
-# The configuration lies outside the prefix.
+# The configuration is installed outside the prefix.
 set(CPACK_SET_DESTDIR ON)
 
-# Of the same length: the component's package has the same place.
+# Parallel lists: a component and its package have the same index.
 set(CPACK_COMPONENTS_ALL Runtime Tools Development Documents)
 set(CPACK_ZEVO_PACKAGES zevolauncher zevolauncher-tools libzevo-framework-dev zevolauncher-doc)
 if(TARGET zevo-sim)
@@ -30,7 +30,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "starts the connection manager when its USB modem is plugged in
 It waits in the background of a desktop session for one modem, and opens the
 connection manager and its notifier when that modem is there.")
-# What an administrator edits survives an upgrade.
+# An upgrade keeps an administrator's changes to these files.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS zevolauncher-tools)
@@ -39,7 +39,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "zevolauncher-doc, zevo-sim")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zevolauncher-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-# The ids of modems, for `zevo-check new`.
+# `zevo-check new` reads the ids of modems from it.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS usb-modeswitch-data)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS zevolauncher-doc)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "tells what the launcher of a USB modem does, and what keeps it from it
@@ -50,9 +50,9 @@ and logs what happened. Neither needs the launcher itself.")
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME zevo-sim)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SHLIBDEPS ON)
-# It has the library that is loaded into the programs on the bus, which no program names.
+# Its library is preloaded into the programs on the bus. No program is linked with it, so dpkg-shlibdeps misses it.
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS umockdev)
-# Modems by their names.
+# It knows modems by their names.
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_RECOMMENDS usb-modeswitch-data)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SUGGESTS "zevolauncher, zevolauncher-doc")
 set(CPACK_COMPONENT_SIMULATOR_DESCRIPTION "virtual USB bus for trying the launcher without hardware

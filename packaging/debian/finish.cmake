@@ -1,4 +1,4 @@
-# Run by cpack on what is to be packed: adds what only a Debian package has, in the form that Debian asks for.
+# cpack runs this before it packs: adds the files that only a Debian package has, in the form that Debian requires.
 file(STRINGS ${CPACK_ZEVO_PACKAGING}/debian/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^zevolauncher \\(${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}\\) ")
   message(FATAL_ERROR "packaging/debian/changelog begins with another version than "
@@ -6,7 +6,7 @@ if(NOT newest MATCHES "^zevolauncher \\(${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_
 endif()
 
 function(compress file)
-  # Without a time: the same content makes the same package.
+  # -n stores no time, so that the same content makes the same package.
   execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 

@@ -1,5 +1,4 @@
-# Read by cpack before it does anything. Without these programs it would make a package that depends on nothing, with no
-# more than a warning.
+# cpack reads this first. Without these programs it would only warn, and make packages without dependencies.
 foreach(program dpkg-shlibdeps file)
   find_program(found_${program} ${program} NO_CMAKE_SYSTEM_PATH NO_CACHE)
   if(NOT found_${program})
