@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the checks for macOS have in common about an SDK. They source this file, and define fail.
+# Functions for an SDK, which the checks for macOS share. They source this file, and define fail.
 
 # The oldest macOS, as the build defines it.
 oldest_macos() { sed -n 's/.*set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\) .*/\1/p' "$top/cmake/ZevoMacFloor.cmake"; }
@@ -29,14 +29,13 @@ find_cxx_library() {
     fail "libc++'s headers are not installed; packages.txt names their package"
 }
 
-# check_older_library FOLDER: the headers of an older libc++.
+# check_older_library FOLDER: fails unless it contains the headers of an older libc++.
 check_older_library() { [ -f "$1/vector" ] || fail "$1 holds no headers of a C++ library: it lacks the file vector"; }
 
 # cxx_folders LIBRARY SCRATCH: the include folders for the C++ library, one per line. SCRATCH, in front, gets
 # what the library lacks:
-#  - Distributions build libc++ for themselves, and switch off what it knows about systems that lack a part of
-#    it; a
-#    copy of its settings switches that on again.
+#  - Distributions build libc++ without its annotations for systems that lack a part of it; a copy of its settings
+#    switches these on again.
 #  - The sources of an older libc++ lack those of its ABI library, whose header the tests' framework includes.
 cxx_folders() {
     local settings=$1/__config_site file
