@@ -3,8 +3,8 @@
 //     parameters                            shows what is stored, then counts this run
 //     parameters TRACER_FILE LOGGER_FILE    traces and logs meanwhile, as these two configuration files say
 //
-// The data lies below "Ferrow/ExampleProduct" in the application-data folders, as docs/parameters.md tells;
-// traces and logs in the folder "Logs" beside it.
+// The data is below "Ferrow/ExampleProduct" in the application-data folders, as docs/parameters.md describes;
+// traces and logs are in the folder "Logs" beside it.
 
 #include "AppData.h"
 #include "CallMarker.h"
@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     const bool isDone = showAndCount();
 
     // Lines wait in memory for up to a second, and the end of the process does not write them. A program that
-    // returns from main, or calls exit(), without these two lines loses what waits.
+    // returns from main, or calls exit(), without these two calls loses the lines that wait.
     if (Tracer::isActive())
         Tracer::GetInstance()->FinishTracing();
     if (Logger::GetInstance() != nullptr && Logger::GetInstance()->isEnabled())

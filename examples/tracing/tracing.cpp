@@ -1,10 +1,10 @@
-// Counts the lines of files on a thread of its own, and tells in a trace and a log what it does.
+// Counts the lines of files on a thread of its own, and traces and logs what it does.
 //
 //     example_tracing FOLDER FILE...
 //
-// FOLDER holds trace.cfg and log.cfg, which say what is written. Both are written to "Ferrow/ExampleTracing/Logs" in the
-// user's application data; docs/tracing-your-program.md tells how to read them. The exit status is 1 when a file could not
-// be read.
+// FOLDER contains trace.cfg and log.cfg, which decide what is written. Trace and log go to
+// "Ferrow/ExampleTracing/Logs" in the user's application data; docs/tracing-your-program.md describes how to
+// read them. The exit status is 1 if a file could not be read.
 
 #include "AppData.h"
 #include "CallMarker.h"
@@ -27,10 +27,10 @@
 #include <string>
 #include <vector>
 
-// Where a check stands: a name that does not change when the file moves, for whoever reads a report.
+// The name of this file in the reports of its checks. It does not change when the file moves.
 static const char KF_SOURCE[] = "examples/tracing/tracing";
 
-// Classes that are traced have names that can be told: of one in an unnamed namespace each compiler writes something else.
+// Traced classes are not in an unnamed namespace, for which each compiler would trace a different name.
 
 /// One file whose lines are counted.
 class CountedFile {
@@ -43,7 +43,7 @@ public:
     CountedFile(const CountedFile&) = delete;
     CountedFile& operator=(const CountedFile&) = delete;
 
-    /// @throws KFException when it cannot be read
+    /// @throws KFException if the file cannot be read
     long countLines() const {
         TRACE_METHOD();
         std::ifstream file(m_path);
@@ -61,14 +61,14 @@ private:
     std::string m_path;
 };
 
-/// The thread. Its name is the one that the trace shows, and that TRACE_THE_THREAD knows.
+/// The thread. The trace shows its name, and TRACE_THE_THREAD selects it by that name.
 class Counter : public KFThread {
 public:
     explicit Counter(std::vector<std::string> paths) : KFThread("Counter"), m_paths(std::move(paths)) {}
-    /// Before this class is gone, its body has to have returned.
+    /// Waits until run() has returned, because it uses the members of this class.
     ~Counter() override { stop(); }
 
-    /// To be asked when the body has returned.
+    /// Call it after run() has returned.
     bool isComplete() const { return m_isComplete; }
 
 protected:
@@ -81,11 +81,11 @@ protected:
 private:
     void count(const std::string& path) {
         TRACE_METHOD();
-        // Nothing leaves the body of a thread. A marker's exit is written on the way of an exception, too.
+        // No exception may leave run(). A call that an exception leaves gets its exit line, too.
         try {
             const long lines = CountedFile(path).countLines();
             printf("%ld %s\n", lines, path.c_str());
-            fflush(stdout); // in one order with the problems
+            fflush(stdout); // so that the lines stay in order with those on standard error
             LOG_MESSAGE(MSG_LEVEL_0, "counted %s: %ld lines", path.c_str(), lines);
         } catch (const KFException& problem) {
             LOG_MESSAGE(MSG_ERROR, "%s", problem.what());
@@ -119,8 +119,8 @@ void startTraceAndLog(const std::string& configuration) {
     logger->SetFolderName(folder);
     logger->ReadConfigFile((configuration + "/log.cfg").c_str());
 
-    // From here on a signal is a report in the trace and an end with status 0, also that of a child that has ended: a
-    // program that starts others and waits for them goes without.
+    // From here on every signal writes a report to the trace and ends the process with status 0, even the
+    // signal that a child has ended. Do not do this in a program that starts others and waits for them.
     KFExceptionHandler::GetInstance();
 }
 
