@@ -37,7 +37,7 @@ endif()
 if(ZEVO_FUZZ)
   target_compile_options(zevo_test_options INTERFACE -fno-sanitize=fuzzer-no-link) # only the code under test is instrumented
 endif()
-if(ZEVO_JOIN_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+if(ZEVO_JOIN_SOURCES AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC takes joined sources for headers and warns of the anonymous namespaces in them. The builds that compile each
   # source alone keep the warning.
   target_compile_options(zevo_test_options INTERFACE -Wno-subobject-linkage)
@@ -82,7 +82,7 @@ function(zevo_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} zevo_test_support GTest::gmock GTest::gtest GTest::gtest_main
     zevo_options zevo_test_options)
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}) # for sources in MAC/ or LINUX/
-  if(ZEVO_JOIN_TESTS)
+  if(ZEVO_JOIN_SOURCES)
     set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   endif()
   get_target_property(precompiled zevo_test_headers PRECOMPILE_HEADERS)

@@ -17,22 +17,22 @@ constexpr int indexOf(LoggerStatement statement) {
     return static_cast<int>(statement);
 }
 
-const KeywordFileCheck::Dialect DIALECT = {"log",
-                                           "logged",
-                                           "the log's file",
-                                           "the trace's file",
-                                           getLoggerLanguage(),
-                                           getTracerLanguage(),
-                                           indexOf(LoggerStatement::On),
-                                           indexOf(LoggerStatement::Off),
-                                           indexOf(LoggerStatement::SetFileName),
-                                           indexOf(LoggerStatement::SetMaxLines),
-                                           indexOf(LoggerStatement::SetMaxFiles),
-                                           80};
+const KeywordFileCheck::Dialect LOG_DIALECT = {"log",
+                                               "logged",
+                                               "the log's file",
+                                               "the trace's file",
+                                               getLoggerLanguage(),
+                                               getTracerLanguage(),
+                                               indexOf(LoggerStatement::On),
+                                               indexOf(LoggerStatement::Off),
+                                               indexOf(LoggerStatement::SetFileName),
+                                               indexOf(LoggerStatement::SetMaxLines),
+                                               indexOf(LoggerStatement::SetMaxFiles),
+                                               80};
 
 void checkOrder(KeywordFileCheck& common) {
-    const ReadLine* const named = common.last(DIALECT.setFileName);
-    const ReadLine* const files = common.last(DIALECT.setMaxFiles);
+    const ReadLine* const named = common.last(LOG_DIALECT.setFileName);
+    const ReadLine* const files = common.last(LOG_DIALECT.setMaxFiles);
     if (named != nullptr && files != nullptr && files->words.front().line > named->words.front().line)
         common.add("max-files-below-name", common.placeOf(*files),
                    "LOG_SET_MAX_FILES stands below LOG_SET_FILE_NAME, which has looked for the newest file "
@@ -44,7 +44,7 @@ void checkOrder(KeywordFileCheck& common) {
 void checkLevels(KeywordFileCheck& common, const Logger& logger) {
     const ReadLine* const filter = common.last(indexOf(LoggerStatement::SetMsgFilter));
     if (filter == nullptr) {
-        common.add("levels-missing", common.placeOf(*common.last(DIALECT.on)),
+        common.add("levels-missing", common.placeOf(*common.last(LOG_DIALECT.on)),
                    "no LOG_SET_MSG_FILTER: no line is written",
                    "a line LOG_SET_MSG_FILTER LOG_ERROR LOG_WARNING LOG_LEVEL_0");
         return;
@@ -82,7 +82,7 @@ RingResult checkLog(const std::string& folder, const Outputs& outputs, Findings&
         ring = {files.getBaseFileName(), files.getMaximumFiles(), files.getMaximumLinesPerFile(),
                 outputs.logFolder, outputs.freeBytes};
     }
-    KeywordFileCheck common(DIALECT, file, lines, findings);
+    KeywordFileCheck common(LOG_DIALECT, file, lines, findings);
     common.checkForm();
     common.checkArguments();
     if (common.checkSwitch(logger.isEnabled()) && common.isWithoutErrors()) {
@@ -92,7 +92,7 @@ RingResult checkLog(const std::string& folder, const Outputs& outputs, Findings&
     }
     RingResult result;
     result.isOn = logger.isEnabled();
-    if (const ReadLine* const named = common.last(DIALECT.setFileName)) {
+    if (const ReadLine* const named = common.last(LOG_DIALECT.setFileName)) {
         const std::string& name = named->arguments.names.front();
         result.baseName = name == "console" || name == "msvc" ? "" : ring.baseName;
         result.file = file.shownName();

@@ -1,6 +1,7 @@
 #include "Mending.h"
 
 #include "Check.h"
+#include "FileWriting.h"
 #include "SourceText.h"
 
 #include "detail/FileReplacement.h"
@@ -14,7 +15,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
@@ -46,12 +46,6 @@ public:
 private:
     std::string m_path;
 };
-
-void write(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    if (!(file << text).flush())
-        throw std::runtime_error(path + " cannot be written: " + std::strerror(errno));
-}
 
 bool endsIn(const std::string& id, std::string_view end) {
     return id.size() >= end.size() && id.compare(id.size() - end.size(), end.size(), end) == 0;
@@ -105,11 +99,11 @@ bool mendOne(const std::string& folder) {
         std::string text = before;
         if (!mend(finding, text) || text == before)
             continue;
-        write(finding.place.file, text);
+        writeFile(finding.place.file, text);
         if (finding.meant.empty() || !hasTwice(check(folder), finding.meant))
             return true;
         // The correct key exists, too. One of the two would win, and nobody knows which was intended.
-        write(finding.place.file, before);
+        writeFile(finding.place.file, before);
     }
     return false;
 }
@@ -162,7 +156,7 @@ std::vector<MendedFile> planMending(const std::string& folder) {
         if (!text.whyUnreadable().empty())
             continue;
         files.push_back({name, text.bytes(), ""});
-        write(trial.path() + name, text.bytes());
+        writeFile(trial.path() + name, text.bytes());
     }
     while (mendOne(trial.path())) {
     }

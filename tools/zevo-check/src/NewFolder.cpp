@@ -1,5 +1,6 @@
 #include "NewFolder.h"
 
+#include "FileWriting.h"
 #include "LauncherConfigurationCheck.h"
 #include "ModemChoice.h"
 #include "Resources.h"
@@ -11,10 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace Zevo {
@@ -70,12 +68,6 @@ ChosenModem chooseConnected(const std::vector<KnownModem>& database, const std::
         throw UsageError(text);
     }
     return modems.front();
-}
-
-void write(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary);
-    if (!(file << text).flush())
-        throw std::runtime_error(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
 }
 
 std::string launcherConfiguration(const ChosenModem& modem) {
@@ -139,7 +131,7 @@ void writeNewFolder(const std::string& folder, const ChosenModem& modem) {
     if (problem)
         throw std::runtime_error(fmt::format("{} cannot be made: {}", folder, problem.message()));
     for (const auto& [name, text] : files)
-        write(folder + name, text);
+        writeFile(folder + name, text);
 }
 
 } // namespace Zevo

@@ -28,23 +28,23 @@ constexpr int indexOf(TracerStatement statement) {
     return static_cast<int>(statement);
 }
 
-const KeywordFileCheck::Dialect DIALECT = {"trace",
-                                           "traced",
-                                           "the trace's file",
-                                           "the log's file",
-                                           getTracerLanguage(),
-                                           getLoggerLanguage(),
-                                           indexOf(TracerStatement::On),
-                                           indexOf(TracerStatement::Off),
-                                           indexOf(TracerStatement::SetFileName),
-                                           indexOf(TracerStatement::SetMaxLines),
-                                           indexOf(TracerStatement::SetMaxFiles),
-                                           100};
+const KeywordFileCheck::Dialect TRACE_DIALECT = {"trace",
+                                                 "traced",
+                                                 "the trace's file",
+                                                 "the log's file",
+                                                 getTracerLanguage(),
+                                                 getLoggerLanguage(),
+                                                 indexOf(TracerStatement::On),
+                                                 indexOf(TracerStatement::Off),
+                                                 indexOf(TracerStatement::SetFileName),
+                                                 indexOf(TracerStatement::SetMaxLines),
+                                                 indexOf(TracerStatement::SetMaxFiles),
+                                                 100};
 
 class TraceCheck {
 public:
     TraceCheck(const SourceText& file, const ReadLines& lines, Tracer& tracer, Findings& findings)
-        : m_common(DIALECT, file, lines, findings), m_lines(lines), m_tracer(tracer) {}
+        : m_common(TRACE_DIALECT, file, lines, findings), m_lines(lines), m_tracer(tracer) {}
 
     void check(const KeywordFileCheck::Ring& ring);
     const KeywordFileCheck& common() const { return m_common; }
@@ -72,7 +72,8 @@ const KeywordToken& argumentOf(const ReadLine& line, std::size_t index) {
 bool TraceCheck::checkSwitch() {
     if (!m_common.checkSwitch(m_tracer.isEnabled()))
         return false;
-    if (m_common.lastOfAll()->statement == DIALECT.on && m_common.last(DIALECT.setFileName) == nullptr) {
+    if (m_common.lastOfAll()->statement == TRACE_DIALECT.on &&
+        m_common.last(TRACE_DIALECT.setFileName) == nullptr) {
         m_common.add("on-stands-last", m_common.placeOf(*m_common.lastOfAll()),
                      "TRACE_ON stands last: every statement above it is ignored, the file's name too, so the "
                      "launcher ends at its start, with status 1",
@@ -84,7 +85,7 @@ bool TraceCheck::checkSwitch() {
 
 void TraceCheck::checkIgnored() {
     for (const ReadLine& line : m_lines) {
-        if (!line.isComplete || line.hasEffect || line.statement == DIALECT.off)
+        if (!line.isComplete || line.hasEffect || line.statement == TRACE_DIALECT.off)
             continue;
         m_common.add("statement-before-on", m_common.placeOf(line),
                      fmt::format("{} stands where the trace is off, so it is ignored",
@@ -97,7 +98,7 @@ void TraceCheck::addMissing(const char* id, const char* wrong, TracerStatement s
                             const char* expected) {
     if (m_common.has(indexOf(statement)))
         return; // it is there, but ignored, which is reported
-    m_common.add(id, m_common.placeOf(*m_common.last(DIALECT.on)), wrong, expected);
+    m_common.add(id, m_common.placeOf(*m_common.last(TRACE_DIALECT.on)), wrong, expected);
 }
 
 void TraceCheck::checkThreads() {
@@ -248,7 +249,7 @@ RingResult checkTrace(const std::string& folder, const Outputs& outputs, Finding
     TraceCheck check(file, lines, tracer, findings);
     check.check(ring);
     result.isOn = tracer.isEnabled();
-    if (const ReadLine* const named = check.common().last(DIALECT.setFileName)) {
+    if (const ReadLine* const named = check.common().last(TRACE_DIALECT.setFileName)) {
         const std::string& name = named->arguments.names.front();
         result.baseName = name == "console" || name == "msvc" ? "" : ring.baseName;
         result.file = file.shownName();

@@ -9,7 +9,7 @@
 namespace Zevo {
 namespace {
 
-[[noreturn]] void complain(const std::string& path) {
+[[noreturn]] void failToRead(const std::string& path) {
     throw std::runtime_error((path == "-" ? "standard input" : path) +
                              ": cannot be read: " + std::strerror(errno));
 }
@@ -19,7 +19,7 @@ int openFile(const std::string& path, std::FILE* opened) {
                      : path == "-"     ? dup(STDIN_FILENO)
                                        : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0)
-        complain(path);
+        failToRead(path);
     return file;
 }
 
@@ -30,12 +30,12 @@ LineReader::LineReader(const std::string& path) : LineReader(path, nullptr) {}
 LineReader::LineReader(const std::string& path, std::FILE* open)
     : m_path(path), m_file(openFile(path, open)), m_buffer(2 * LONGEST_LINE) {
     if (open != nullptr && lseek(m_file, 0, SEEK_SET) < 0)
-        complain(path);
+        failToRead(path);
 }
 
 LineReader::LineReader(const std::string& path, std::uint64_t position) : LineReader(path) {
     if (lseek(m_file, static_cast<off_t>(position), SEEK_SET) < 0)
-        complain(path);
+        failToRead(path);
     m_position = position;
 }
 
@@ -88,7 +88,7 @@ bool LineReader::readMore() {
         length = read(m_file, m_buffer.data() + m_end, m_buffer.size() - m_end);
     } while (length < 0 && errno == EINTR);
     if (length < 0)
-        complain(m_path);
+        failToRead(m_path);
     if (m_path == "-" && m_position == 0 && length > 1 && m_buffer[0] == '\x1f' && m_buffer[1] == '\x8b')
         throw std::runtime_error("standard input is packed; give the bundle by its name");
     m_end += static_cast<std::size_t>(length);

@@ -29,7 +29,7 @@ std::string writerScript() {
     return script;
 }
 
-[[noreturn]] void complain(const std::string& path) {
+[[noreturn]] void failToWrite(const std::string& path) {
     throw std::runtime_error(path + " is not written");
 }
 
@@ -102,7 +102,7 @@ void ParquetFile::write(std::string_view jsonLines) {
     if (kf::detail::writeFully(m_input, jsonLines) == jsonLines.size())
         return;
     waitForWriter(); // its own messages come first
-    complain(m_path);
+    failToWrite(m_path);
 }
 
 void ParquetFile::finish() {
@@ -110,7 +110,7 @@ void ParquetFile::finish() {
     m_input = -1;
     const int status = waitForWriter();
     if (status != 0 || std::rename(m_unfinishedPath.c_str(), m_path.c_str()) != 0)
-        complain(m_path);
+        failToWrite(m_path);
     m_unfinished->keep();
 }
 

@@ -73,10 +73,10 @@ void takeObject(std::string_view& rest, TraceLine& line) {
 }
 
 bool takeStackCall(std::string_view rest, TraceLine& line) {
-    constexpr std::string_view MARGIN = "    ";
+    constexpr std::string_view INDENTATION = "    ";
     if (!startsWith(rest, "    ["))
         return false;
-    rest.remove_prefix(MARGIN.size());
+    rest.remove_prefix(INDENTATION.size());
     std::string_view number;
     if (!takeBracket(rest, number) || !readNumber(number, line.number) || !startsWith(rest, " "))
         return false;
