@@ -44,6 +44,15 @@ TEST_F(CFNumber, IsReadInAnyWidthThatHoldsIt) {
     EXPECT_EQ(Convert<long>(kCFNumberCFIndexType, 7L, kCFNumberLongType).value, 7);
 }
 
+TEST_F(CFNumber, IsReadAsARealNumber) {
+    const auto real = Convert<double>(kCFNumberDoubleType, 2.75, kCFNumberFloat64Type);
+    EXPECT_TRUE(real.exact);
+    EXPECT_EQ(real.value, 2.75);
+    const auto whole = Convert<double>(kCFNumberIntType, -3, kCFNumberDoubleType);
+    EXPECT_TRUE(whole.exact);
+    EXPECT_EQ(whole.value, -3.0);
+}
+
 TEST_F(CFNumber, SaysWhenAWidthIsTooSmallAndGivesTheNearestValue) {
     const auto high = Convert<std::int32_t>(kCFNumberSInt64Type, SInt64{1} << 40, kCFNumberIntType);
     EXPECT_FALSE(high.exact);

@@ -48,6 +48,14 @@ TEST_F(ProcessFolderFiles, ALaunchNoteWithoutAColonNamesNoBundle) {
     EXPECT_EQ(noteIn({"PLATFORM_LAUNCHED=77/A.app"}).bundle, "");
 }
 
+TEST_F(ProcessFolderFiles, WithoutALaunchNoteThatOfAnEarlierReadIsGone) {
+    writeFile(inRoot("/processes/77/environ"), "HOME=/");
+    LaunchNote note = {4711, "/A.app"};
+    EXPECT_EQ(ProcessFolder(77).readLaunchNote(note), 0);
+    EXPECT_EQ(note.pid, 0);
+    EXPECT_EQ(note.bundle, "");
+}
+
 TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
     for (const std::string name : {"plain", "two words", "a) R (b", ")"}) {
         writeFile(inRoot("/processes/77/stat"),

@@ -3,9 +3,13 @@
 #include "CoreServices/ProcessFolder.h"
 #include "CoreServices/RunningApplications.h"
 #include "OtherProcess.h"
+#include "Substitute.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +17,40 @@
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
+
+namespace {
+
+std::string g_refusedFile; // opening it finds no free descriptor
+
+int openUnlessRefused(int (*original)(const char*, int, ...), const char* path, int flags, int mode) {
+    if (path != g_refusedFile)
+        return original(path, flags, mode);
+    errno = EMFILE;
+    return -1;
+}
+
+int modeBehind(int flags, va_list more) {
+    return (flags & O_CREAT) != 0 ? va_arg(more, int) : 0;
+}
+
+} // namespace
+
+SUBSTITUTE(int, open, (const char* path, int flags, ...)) {
+    va_list more;
+    va_start(more, flags);
+    const int mode = modeBehind(flags, more);
+    va_end(more);
+    return openUnlessRefused(ORIGINAL(open), path, flags, mode);
+}
+
+// Called instead in a 32-bit build, where it is the one for large files.
+SUBSTITUTE(int, open64, (const char* path, int flags, ...)) {
+    va_list more;
+    va_start(more, flags);
+    const int mode = modeBehind(flags, more);
+    va_end(more);
+    return openUnlessRefused(ORIGINAL(open64), path, flags, mode);
+}
 
 class Processes : public BundleTest {
 protected:
@@ -388,6 +426,19 @@ TEST_F(FormerlyOther, OneThatCouldNotBeLookedAtIsListedLater) {
         setrlimit(RLIMIT_NOFILE, &before);
         return isHidden && runningBundles() == std::vector<std::string>{"/A.app"};
     }));
+}
+
+TEST_F(Processes, OneThatCannotBeReadForLackOfADescriptorIsNotSaidToHaveEnded) {
+    const pid_t pid = run("/A.app/a");
+    for (const char* file : {"status", "stat"}) {
+        g_refusedFile = "/proc/" + std::to_string(pid) + "/" + file;
+        LinuxPlatform::RunningApplication application;
+        EXPECT_EQ(LinuxPlatform::findRunningApplication(pid, application), EMFILE) << file;
+        std::vector<LinuxPlatform::RunningApplication> all;
+        EXPECT_EQ(LinuxPlatform::listRunningApplications(all), EMFILE) << file;
+        g_refusedFile.clear();
+        EXPECT_EQ(LinuxPlatform::findRunningApplication(pid, application), 0) << file;
+    }
 }
 
 // ---- scripts that nobody launched

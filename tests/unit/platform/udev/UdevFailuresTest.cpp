@@ -140,6 +140,12 @@ TEST_F(UdevFailures, ADeviceWhoseFileWasReadInPartIsLookedAtAgain) {
     EXPECT_EQ(textOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
 }
 
+TEST_F(UdevFailures, ANetworkCardIsCompleteWithoutADeviceFile) {
+    m_bus.AddNetworkCard(m_bus.AddInterface(m_bus.AddUsbDevice("1-1", "12d1", "1001"), "1-1:1.0"), "wwan0");
+    EXPECT_EQ(StartSays(), "");
+    EXPECT_THAT(TakeEvents(), ElementsAre("+Modem", "+IOUSBInterface", "+wwan0"));
+}
+
 TEST_F(UdevFailures, AnEventThatThereIsNoMemoryToReadIsLost) {
     start();
     m_bus.AddUsbDevice("1-1", "12d1", "1001");
