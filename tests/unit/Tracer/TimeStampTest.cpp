@@ -1,4 +1,5 @@
 #include "detail/TimeStamp.h"
+#include "ChildProcess.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -111,4 +112,20 @@ TEST(TimeStamp, NoticesWithinASecondThatTheTimeZoneChanges) {
     constexpr long long halfPastFive = (5 * 60 + 30) * 60 * 1000;
     EXPECT_GE(passed, halfPastFive);
     EXPECT_LE(passed, halfPastFive + 10000);
+}
+
+// The crash report's lines: reading the zone anew may allocate memory.
+TEST(TimeStamp, KeepsTheTimeZoneOnceItIsAskedTo) {
+    const ChildResult child = runInChild([] {
+        const TimeZone elsewhere("ELSEWHERE-5:30");
+        TimeStamp::learnTimeZone();
+        TimeStamp::keepTimeZone();
+        const TimeZone back("UTC");
+        TimeStamp stamp;
+        const long long shown = stampInMilliseconds(stampOf(stamp));
+        constexpr long long day = 24LL * 60 * 60 * 1000;
+        const long long ahead = (shown - nowInMilliseconds() % day + day) % day;
+        std::printf("%lld", (ahead + 30000) / 60000); // minutes
+    });
+    EXPECT_EQ(child.output, "330");
 }

@@ -1,6 +1,7 @@
 #include "BundleTest.h"
 
 #include "CoreServices/ProcessFolder.h"
+#include "CoreServices/StartedApplications.h"
 
 using LinuxPlatform::LaunchNote;
 using LinuxPlatform::ProcessFolder;
@@ -22,6 +23,12 @@ protected:
         LaunchNote note;
         EXPECT_EQ(ProcessFolder(77).readLaunchNote(note), 0);
         return note;
+    }
+
+    void writeStatus(char state, int startTime) const {
+        writeFile(inRoot("/processes/77/stat"), "77 (a) " + std::string(1, state) +
+                                                    " 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 " +
+                                                    std::to_string(startTime) + " 23\n");
     }
 };
 
@@ -67,6 +74,24 @@ TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
         EXPECT_TRUE(status.hasEnded());
         EXPECT_EQ(status.startTime, 4711u);
     }
+}
+
+TEST_F(ProcessFolderFiles, ShowTheEndOfAStartedApplicationWithoutADescriptor) {
+    LinuxPlatform::StartedApplications applications;
+    applications.useDescriptors(false);
+    applications.add({77, 4711, "/A.app", "/A.app/a", true});
+    const auto runs = [&applications] {
+        LinuxPlatform::RunningApplication application;
+        bool isOne = false;
+        EXPECT_EQ(applications.find(77, application, isOne), 0);
+        return isOne;
+    };
+    writeStatus('S', 4711);
+    EXPECT_TRUE(runs());
+    writeStatus('Z', 4711);
+    EXPECT_FALSE(runs());
+    writeStatus('S', 4712); // another process has its id
+    EXPECT_FALSE(runs());
 }
 
 // Otherwise a list of processes would fail whenever one ends meanwhile.
