@@ -7,7 +7,10 @@
 #include "StoreTest.h"
 #include "TraceCapture.h"
 
+#include <gmock/gmock.h>
 #include <memory>
+
+using testing::HasSubstr;
 
 namespace {
 
@@ -53,22 +56,23 @@ TEST_F(PersistenceManagerTest, ForwardsToTheBinaryStore) {
 }
 
 TEST_F(PersistenceManagerTest, AnEmptyNameBreaksTheContract) {
-    const char expected[] = "ENSURE VIOLATION : !name.empty() - In File : "
-                            "product/Compatibility/Persistence/src/PersistenceManager - At Line : ";
+    const std::string expected = "ENSURE VIOLATION : !name.empty() - In File : "
+                                 "product/Compatibility/Persistence/src/PersistenceManager - At Line : ";
     PersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     std::string value;
-    EXPECT_NE(std::string::npos, reportOf([&] { manager.readParam("", value); }).find(expected));
-    EXPECT_NE(std::string::npos, reportOf([&] { manager.writeParam("", "v"); }).find(expected));
+    EXPECT_THAT(reportOf([&] { manager.readParam("", value); }), HasSubstr(expected + "49\n"));
+    EXPECT_THAT(reportOf([&] { manager.writeParam("", "v"); }), HasSubstr(expected + "61\n"));
 }
 
 TEST_F(PersistenceManagerTest, AnEmptyNameOfABlockBreaksTheContract) {
-    const char expected[] = "ENSURE VIOLATION : !name.empty() - In File : "
-                            "product/Compatibility/Persistence/src/BinaryPersistenceManager - At Line : ";
+    const std::string expected =
+        "ENSURE VIOLATION : !name.empty() - In File : "
+        "product/Compatibility/Persistence/src/BinaryPersistenceManager - At Line : ";
     BinaryPersistenceManager manager("Zevo", "Domain", PERSISTENCE_CURRENT_USER);
     int size = 0;
-    EXPECT_NE(std::string::npos,
-              reportOf([&] { delete[] manager.readUnformattedParam("", size); }).find(expected));
-    EXPECT_NE(std::string::npos, reportOf([&] { manager.writeUnformattedParam("", "v", 1); }).find(expected));
+    EXPECT_THAT(reportOf([&] { delete[] manager.readUnformattedParam("", size); }),
+                HasSubstr(expected + "49\n"));
+    EXPECT_THAT(reportOf([&] { manager.writeUnformattedParam("", "v", 1); }), HasSubstr(expected + "61\n"));
 }
 
 TEST_F(PersistenceManagerTest, TheCallsOfTheTextStoreAreTraced) {
