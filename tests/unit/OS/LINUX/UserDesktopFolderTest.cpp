@@ -78,6 +78,7 @@ TEST_F(UserDesktopFolderLinuxTest, ToleratesBlanksAndAMissingLineEnd) {
 
 TEST_F(UserDesktopFolderLinuxTest, TakesEscapedCharactersLiterally) {
     EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/a\\\"b\\$c\\\\d\"\n"), "/home/someone/a\"b$c\\d");
+    EXPECT_EQ(desktopWith("XDG_DESKTOP_DIR=\"$HOME/a\\\n"), "/home/someone/a\\") << "nothing follows";
 }
 
 TEST_F(UserDesktopFolderLinuxTest, TheLastSettingCounts) {

@@ -129,6 +129,19 @@ TEST_F(FlushThreadThatWaits, EmptiesAFileThatIsToBeEmptiedThoughNoLineComes) {
     EXPECT_TRUE(waitUntil([&] { return file().empty(); }));
 }
 
+TEST_F(FlushThreadThatWaits, WritesWhatWaitsForAFileOnceThereIsOneAgain) {
+    readConfigurations();
+    ASSERT_TRUE(waitUntil([&] { return isSleptOn(m_logger.getFlushWork()); }));
+    m_logger.PrintMsg(MSG_ERROR, "waits"); // until the thread has slept for its second
+    m_logger.SetFileName("console");
+    ASSERT_TRUE(waitUntil([&] { return isSleptOn(m_logger.getFlushWork()); }));
+    EXPECT_EQ(log(), "");
+    m_logger.SetFileName("other");
+    const std::string other = m_folder / "other_0.txt";
+    EXPECT_TRUE(waitUntil(
+        [&] { return access(other.c_str(), F_OK) == 0 && readFile(other) == "[ERROR  ] waits\n"; }));
+}
+
 TEST_F(FlushThreadThatWaits, TriesAgainWhatAnotherThreadCouldNotWrite) {
     writeFile(m_folder / "tracer.cfg", "TRACE_ON\nTRACE_SET_FILE_NAME " + (m_folder / "other/trace") + "\n");
     const std::string other = m_folder / "other";

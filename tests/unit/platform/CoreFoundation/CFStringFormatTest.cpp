@@ -44,6 +44,14 @@ TEST_F(CFStringFormat, NumbersPrintAsTheyAre) {
     CFNumberRef real = CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &half);
     EXPECT_EQ(FORMAT(CFSTR("%@"), real), "0.5");
     CFRelease(real);
+    const double third = 1.0 / 3;
+    CFNumberRef precise = CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &third);
+    EXPECT_EQ(FORMAT(CFSTR("%@"), precise), "0.333333333333333");
+    CFRelease(precise);
+    const float single = 1.0F / 3;
+    CFNumberRef shorter = CFNumberCreate(kCFAllocatorDefault, kCFNumberFloatType, &single);
+    EXPECT_EQ(FORMAT(CFSTR("%@"), shorter), "0.3333333");
+    CFRelease(shorter);
 }
 
 TEST_F(CFStringFormat, IntegersOfEveryWidth) {
