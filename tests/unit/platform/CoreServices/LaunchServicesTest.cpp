@@ -468,10 +468,10 @@ static int firstOfPair(int (*make)(int*)) {
 
 INSTANTIATE_TEST_SUITE_P(
     OfEveryKind, InheritedDescriptor,
-    ::testing::Values(DescriptorKind{"File", [] { return open("/etc/passwd", O_RDONLY); }},
-                      DescriptorKind{"Folder", [] { return open("/", O_RDONLY | O_DIRECTORY); }},
-                      DescriptorKind{"PathOnly", [] { return open("/", O_PATH); }},
-                      DescriptorKind{"Device", [] { return open("/dev/zero", O_RDWR); }},
+    ::testing::Values(DescriptorKind{"File", [] { return open("/etc/passwd", O_RDONLY | O_CLOEXEC); }},
+                      DescriptorKind{"Folder", [] { return open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }},
+                      DescriptorKind{"PathOnly", [] { return open("/", O_PATH | O_CLOEXEC); }},
+                      DescriptorKind{"Device", [] { return open("/dev/zero", O_RDWR | O_CLOEXEC); }},
                       DescriptorKind{"Pipe",
                                      [] { return firstOfPair([](int* pair) { return pipe(pair); }); }},
                       DescriptorKind{"InternetSocket", [] { return socket(AF_INET, SOCK_DGRAM, 0); }},

@@ -3,6 +3,9 @@
 #include "CoreServices/ProcessFolder.h"
 #include "CoreServices/StartedApplications.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 using LinuxPlatform::LaunchNote;
 using LinuxPlatform::ProcessFolder;
 
@@ -92,6 +95,23 @@ TEST_F(ProcessFolderFiles, ShowTheEndOfAStartedApplicationWithoutADescriptor) {
     EXPECT_FALSE(runs());
     writeStatus('S', 4712); // another process has its id
     EXPECT_FALSE(runs());
+}
+
+TEST_F(ProcessFolderFiles, ThatAreHiddenLeaveItToTheKernelWhetherAStartedApplicationRuns) {
+    LinuxPlatform::StartedApplications applications;
+    applications.useDescriptors(false);
+    const pid_t ended = fork();
+    if (ended == 0)
+        _exit(0);
+    ASSERT_EQ(waitpid(ended, nullptr, 0), ended);
+    for (const pid_t pid : {getpid(), ended})
+        applications.add({pid, 4711, "/A.app", "/A.app/a", true});
+    LinuxPlatform::RunningApplication application;
+    bool isOne = false;
+    EXPECT_EQ(applications.find(getpid(), application, isOne), 0);
+    EXPECT_TRUE(isOne);
+    EXPECT_EQ(applications.find(ended, application, isOne), 0);
+    EXPECT_FALSE(isOne);
 }
 
 // Otherwise a list of processes would fail whenever one ends meanwhile.

@@ -23,6 +23,7 @@ namespace {
 std::string g_refusedFile; // opening it finds no free descriptor
 
 int openUnlessRefused(int (*original)(const char*, int, ...), const char* path, int flags, int mode) {
+    EXPECT_NE(flags & O_CLOEXEC, 0) << path << " would reach an application that another thread starts";
     if (path != g_refusedFile)
         return original(path, flags, mode);
     errno = EMFILE;
@@ -202,7 +203,7 @@ TEST_F(Processes, ThoseOfOtherUsersAreNotListed) {
     if (child == 0) {
         // By its descriptor, because another user may not search the folders above. Only the superuser can
         // become another user; any other user's process stays their own.
-        const int opened = ::open(file.c_str(), O_RDONLY);
+        const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
         const uid_t nobody = 65534;
         if (geteuid() == 0 && setuid(nobody) != 0)
             _exit(1);

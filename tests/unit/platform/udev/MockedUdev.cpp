@@ -34,6 +34,8 @@ void LoseEvents() {
 extern "C" {
 udev* __real_udev_new();
 udev_monitor* __real_udev_monitor_new_from_netlink(udev* context, const char* name);
+int __real_udev_monitor_filter_add_match_subsystem_devtype(udev_monitor* monitor, const char* subsystem,
+                                                           const char* type);
 int __real_udev_monitor_enable_receiving(udev_monitor* monitor);
 udev_device* __real_udev_monitor_receive_device(udev_monitor* monitor);
 const char* __real_udev_device_get_subsystem(udev_device* device);
@@ -57,6 +59,12 @@ udev_monitor* __wrap_udev_monitor_new_from_netlink(udev* context, const char* na
         return __real_udev_monitor_new_from_netlink(context, name);
     errno = MockedUdev::get().monitorFails;
     return nullptr;
+}
+
+int __wrap_udev_monitor_filter_add_match_subsystem_devtype(udev_monitor* monitor, const char* subsystem,
+                                                           const char* type) {
+    MockedUdev::get().filters.emplace_back(subsystem);
+    return __real_udev_monitor_filter_add_match_subsystem_devtype(monitor, subsystem, type);
 }
 
 int __wrap_udev_monitor_enable_receiving(udev_monitor* monitor) {

@@ -4,6 +4,8 @@
 
 #include <deque>
 #include <functional>
+#include <string>
+#include <vector>
 
 struct MockedUdev {
     /// Instead of an errno: the call fails and leaves errno as it was.
@@ -26,6 +28,8 @@ struct MockedUdev {
     std::deque<int> nodesFail;
     /// The number of monitors that were requested.
     int monitors = 0;
+    /// The subsystems whose events the monitors were told to receive.
+    std::vector<std::string> filters;
     /// Called just before the monitor is enabled, and just after.
     std::function<void()> whenEnabling;
     std::function<void()> whenEnabled;

@@ -140,6 +140,12 @@ TEST_F(UdevFailures, ADeviceWhoseFileWasReadInPartIsLookedAtAgain) {
     EXPECT_EQ(textOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
 }
 
+// The kernel wakes no process for an event that its filter drops.
+TEST_F(UdevFailures, OnlyEventsOfThreeSubsystemsAreReceived) {
+    start();
+    EXPECT_THAT(MockedUdev::get().filters, ElementsAre("usb", "tty", "net"));
+}
+
 TEST_F(UdevFailures, ANetworkCardIsCompleteWithoutADeviceFile) {
     m_bus.AddNetworkCard(m_bus.AddInterface(m_bus.AddUsbDevice("1-1", "12d1", "1001"), "1-1:1.0"), "wwan0");
     EXPECT_EQ(StartSays(), "");
