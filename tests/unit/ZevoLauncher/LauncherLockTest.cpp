@@ -4,6 +4,7 @@
 #include "TextFile.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -22,6 +23,18 @@ TEST(LauncherLock, TheNumberOfTheProcessReplacesAShorterOne) {
     writeFile(folder / "launcher.lock", "\n");
     const LauncherLock lock(folder.path() + "/");
     EXPECT_EQ(readFile(folder / "launcher.lock"), std::to_string(getpid()) + "\n");
+}
+
+TEST(LauncherLock, IsTakenOnceTheOtherLauncherHasEnded) {
+    const TemporaryFolder folder;
+    auto other = std::make_unique<LauncherLock>(folder.path() + "/");
+    LauncherLock lock(folder.path() + "/");
+    EXPECT_FALSE(other->isHeldByAnother());
+    EXPECT_TRUE(lock.isHeldByAnother());
+    other.reset();
+    lock.waitForIt();
+    EXPECT_FALSE(lock.isHeldByAnother());
+    EXPECT_TRUE(LauncherLock(folder.path() + "/").isHeldByAnother());
 }
 
 } // namespace

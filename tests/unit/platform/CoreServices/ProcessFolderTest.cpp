@@ -79,6 +79,14 @@ TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
     }
 }
 
+TEST_F(ProcessFolderFiles, AStatusThatEndsWithTheNameTellsNothing) {
+    writeFile(inRoot("/processes/77/stat"), "77 (a)");
+    LinuxPlatform::ProcessStatus status;
+    EXPECT_EQ(ProcessFolder(77).readStatus(status), 0);
+    EXPECT_EQ(status.name, "");
+    EXPECT_EQ(status.startTime, 0u);
+}
+
 TEST_F(ProcessFolderFiles, ShowTheEndOfAStartedApplicationWithoutADescriptor) {
     LinuxPlatform::StartedApplications applications;
     applications.useDescriptors(false);
