@@ -59,6 +59,20 @@ TEST_F(TracerRing, SpecialNamesAreWholeNames) {
 
 // ---- writing
 
+TEST_F(TracerRing, TheMaskDecidesWhoMayReadAndWriteAFileAndNobodyRunsIt) {
+    const mode_t before = umask(0);
+    for (const mode_t mask : {0u, 027u}) {
+        umask(mask);
+        m_tracer.SetFileName("mask" + std::to_string(mask));
+        m_tracer.PrintString("a line\n");
+        m_tracer.WriteOnFile();
+        struct stat info = {};
+        EXPECT_EQ(stat(ring().getCurrentFileName().c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0666 & ~mask);
+    }
+    umask(before);
+}
+
 TEST_F(TracerRing, LinesWaitForADrain) {
     m_tracer.SetFileName("trace");
     print(1, 3);
