@@ -43,6 +43,18 @@ bool canBeTriedByOthers(KFMutex& mutex) {
     return taken;
 }
 
+/// As canBeTriedByOthers(), but waits for a moment.
+bool canBeTakenByOthersInTime(KFMutex& mutex) {
+    bool taken = false;
+    std::thread([&] {
+        if (acquireWithin(mutex, 20)) {
+            taken = true;
+            mutex.release();
+        }
+    }).join();
+    return taken;
+}
+
 // The tests lock a recursive mutex twice in one function, which the thread-safety analysis does not support.
 int take(KFMutex& mutex) KF_NO_THREAD_SAFETY_ANALYSIS;
 int take(KFMutex& mutex) {
@@ -107,6 +119,15 @@ TEST_F(KFMutexTest, TryacquireOfAMutexThatAnotherThreadHoldsIsFalseAtOnce) {
         give(mutex);
         EXPECT_TRUE(canBeTriedByOthers(mutex)) << recursive;
     }
+}
+
+TEST_F(KFMutexTest, ALimitedWaitTellsWhetherItTookTheMutex) {
+    KFMutex mutex(false);
+    ASSERT_TRUE(canBeTakenByOthersInTime(mutex));
+    take(mutex);
+    EXPECT_FALSE(canBeTakenByOthersInTime(mutex));
+    give(mutex);
+    EXPECT_TRUE(canBeTakenByOthersInTime(mutex));
 }
 
 TEST_F(KFMutexTest, TryacquireTakesAFreeMutexAndARecursiveOneAgain) {

@@ -140,6 +140,13 @@ TEST_F(UdevFailures, ADeviceWhoseFileWasReadInPartIsLookedAtAgain) {
     EXPECT_EQ(textOf(Service("ttyUSB0"), "IOCalloutDevice"), "/dev/ttyUSB0");
 }
 
+TEST_F(UdevFailures, AnEventOfADeviceThatIsNotBelowUsbIsNotALostOne) {
+    start();
+    m_bus.AddPort("", "ttyS9");
+    EXPECT_EQ(PumpSays(), "");
+    EXPECT_THAT(TakeEvents(), IsEmpty());
+}
+
 // The kernel wakes no process for an event that its filter drops.
 TEST_F(UdevFailures, OnlyEventsOfThreeSubsystemsAreReceived) {
     start();
