@@ -19,8 +19,8 @@ struct faults {
     uint64_t fail_more;
     uint64_t failed_allocations;
 
-    /* Opening a file below this folder for writing, and writing into one, fails with disk_error; 0: it works.
-       */
+    /* Opening a file below this folder for writing, and writing into one, fails with disk_error; 0: both
+       work. */
     char disk_folder[PATH_MAX];
     int32_t disk_error;
     uint64_t refused_writes;

@@ -28,8 +28,8 @@ protected:
         return note;
     }
 
-    void writeStatus(char state, int startTime) const {
-        writeFile(inRoot("/processes/77/stat"), "77 (a) " + std::string(1, state) +
+    void writeStatus(char state, int startTime, const std::string& name = "a") const {
+        writeFile(inRoot("/processes/77/stat"), "77 (" + name + ") " + state +
                                                     " 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 " +
                                                     std::to_string(startTime) + " 23\n");
     }
@@ -68,8 +68,7 @@ TEST_F(ProcessFolderFiles, WithoutALaunchNoteThatOfAnEarlierReadIsGone) {
 
 TEST_F(ProcessFolderFiles, AStatusTellsNameStateAndStartTimeWhateverTheName) {
     for (const std::string name : {"plain", "two words", "a) R (b", ")"}) {
-        writeFile(inRoot("/processes/77/stat"),
-                  "77 (" + name + ") Z 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 4711 23\n");
+        writeStatus('Z', 4711, name);
         LinuxPlatform::ProcessStatus status;
         EXPECT_EQ(ProcessFolder(77).readStatus(status), 0);
         EXPECT_EQ(status.name, name);
